@@ -1,0 +1,51 @@
+# Compiler settings and small helpers that every folder's CMakeLists.txt uses.
+
+add_library(quillbay_options INTERFACE)
+target_compile_options(quillbay_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
+  $<$<BOOL:${QUILLBAY_WERROR}>:-Werror>)
+# Curves and geometry are compared to the last bit: no fused multiply-add.
+target_compile_options(quillbay_options INTERFACE -ffp-contract=off)
+if(QUILLBAY_SANITIZE)
+  target_compile_options(quillbay_options INTERFACE -fsanitize=${QUILLBAY_SANITIZE} -fno-omit-frame-pointer)
+  target_link_options(quillbay_options INTERFACE -fsanitize=${QUILLBAY_SANITIZE})
+endif()
+
+# Folders whose library exists in this tree.
+function(quillbay_add_folders)
+  foreach(folder IN LISTS ARGN)
+    if(EXISTS ${PROJECT_SOURCE_DIR}/${folder}/CMakeLists.txt)
+      add_subdirectory(${PROJECT_SOURCE_DIR}/${folder})
+    endif()
+  endforeach()
+endfunction()
+
+# quillbay_library(NAME [QT] SOURCES ... [PUBLIC ...] [PRIVATE ...])
+# One folder's static library quillbay_NAME with the alias quillbay::NAME. QT switches on moc and uic.
+function(quillbay_library name)
+  cmake_parse_arguments(arg "QT" "" "SOURCES;PUBLIC;PRIVATE" ${ARGN})
+  add_library(quillbay_${name} STATIC ${arg_SOURCES})
+  add_library(quillbay::${name} ALIAS quillbay_${name})
+  target_link_libraries(quillbay_${name} PUBLIC quillbay::platform ${arg_PUBLIC} PRIVATE quillbay_options ${arg_PRIVATE})
+  if(arg_QT)
+    set_target_properties(quillbay_${name} PROPERTIES AUTOMOC ON AUTOUIC ON)
+    target_link_libraries(quillbay_${name} PUBLIC Qt6::Widgets)
+    target_precompile_headers(quillbay_${name} PRIVATE <QtWidgets>)
+  endif()
+endfunction()
+
+# quillbay_test(NAME [QT] SOURCES ... LIBS ... [LABELS ...] [ENVIRONMENT ...])
+# One test executable per folder, one CTest entry per GoogleTest case.
+function(quillbay_test name)
+  cmake_parse_arguments(arg "QT" "" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
+  add_executable(test_${name} ${arg_SOURCES})
+  target_link_libraries(test_${name} PRIVATE ${arg_LIBS} quillbay_options)
+  if(arg_QT)
+    set_target_properties(test_${name} PROPERTIES AUTOMOC ON)
+    target_link_libraries(test_${name} PRIVATE GTest::gtest Qt6::Widgets)
+    target_precompile_headers(test_${name} PRIVATE <QtWidgets> <gtest/gtest.h>)
+  else()
+    target_link_libraries(test_${name} PRIVATE GTest::gtest_main)
+  endif()
+  gtest_discover_tests(test_${name} TEST_PREFIX ${name}. DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS "${arg_LABELS}" ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${arg_ENVIRONMENT}" TIMEOUT 120)
+endfunction()

@@ -1,0 +1,75 @@
+#pragma once
+#include <string>
+#include <string_view>
+
+#include "quillbay/events.h"
+#include "quillbay/kx_unknown.h"
+#include "quillbay/param.h"
+#include "quillbay/units.h"
+
+class QWidget;
+
+namespace quillbay {
+
+/// The host's application object. The panel queries it for: `IAppInterior`, `IEvents`, `IProfile`, `IParam` (the
+/// host's parameter root), `IIOParams`, `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`,
+/// `IScannerChooser`. What is missing is done without.
+class IApp : public IKxUnknown {
+ public:
+  /// The program's name and version for messages and for software tags in files.
+  [[nodiscard]] virtual std::string GetProductName() = 0;
+};
+
+class IAppInterior : public IKxUnknown {
+ public:
+  virtual QWidget* GetMainWindow() = 0;  // 3
+  virtual int IsClosing() = 0;           // 4
+  virtual int IsInteractive() = 0;       // 5: 0 when nobody sits before it
+  /// The program's path; its folder is the scanner manager's. 6
+  [[nodiscard]] virtual std::string GetModulePath() = 0;
+};
+
+/// Settings that live between runs.
+class IProfile : public IKxUnknown {
+ public:
+  /// The section of a name with a reference; null when it does not exist and `create` is 0.
+  virtual IParam* GetSection(std::string_view name, int create) = 0;
+  /// Writes what changed. Answers 1, or 0 (the host has said why).
+  virtual int Flush() = 0;
+};
+
+/// What the file channels take their options from.
+class IIOParams : public IKxUnknown {
+ public:
+  /// The options of a format ("TIFF", "PNG") with a reference, or null. Keys are the format module's.
+  virtual IParam* GetFormatOptions(std::string_view format) = 0;
+  /// The text of the software tag.
+  [[nodiscard]] virtual std::string GetSoftware() = 0;
+  /// Whether a page that was just finished is the last one of its file: 1 publishes the file at the page's end,
+  /// 0 leaves it as a ".part" for the next page.
+  virtual int PublishAtPageEnd() = 0;
+  /// The person agreed that an existing file of this name is replaced.
+  virtual int MayReplace(std::string_view path) = 0;
+};
+
+/// The list of standard papers: each a sub-store with "Used" (int), "Name" (text), "Size" (point) and "Units" (the
+/// name of a linear unit).
+class IStdPapersParam : public IKxUnknown {
+ public:
+  virtual IParam* GetPapers() = 0;
+};
+
+/// Marks a host that runs scripts ("ProcessScript").
+class IScriptSyntaxParam : public IKxUnknown {
+ public:
+  virtual IParam* GetSyntax() = 0;
+};
+
+/// Takes the script commands that the panel sends.
+class IScriptCmdSink : public IKxUnknown {
+ public:
+  /// Answers 0 for success.
+  virtual int ExecCommand(const char* command, IParam* arguments) = 0;
+};
+
+}  // namespace quillbay

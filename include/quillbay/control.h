@@ -1,0 +1,87 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quillbay/kx_unknown.h"
+#include "quillbay/param.h"
+#include "quillbay/scanner.h"
+
+namespace quillbay {
+
+enum class StartKind : int { Scan = 0, Prescan = 1, AreaPrescan = 2, Batch = 3 };
+enum class StopKind : int { Now = 0, AfterPage = 1 };
+
+/// Why a run (a scan with all its batch pages or burst pieces) ended.
+enum class EndCause : int {
+  Done = 0,       ///< all pages that were asked for
+  Stopped = 1,    ///< by the person or the host
+  Device = 2,     ///< the scanner failed
+  Output = 3,     ///< the file, raster or job could not be written
+  Media = 4,      ///< no document, or the feeder ran empty
+  Refused = 5,    ///< something refused before the paper moved; a message said what
+};
+
+/// What is known when a page starts.
+struct ScanStartInfo {
+  std::int32_t page = 0;           ///< from 1, within the run
+  std::int64_t width = 0;          ///< pixels
+  std::int64_t expectedLines = -1; ///< -1 when unknown
+  std::uint32_t dpi = 0;
+  KxColorSpace colorSpace = KxColorSpace::None;
+  std::string file;                ///< where it goes; empty without a file
+};
+
+/// A finished page.
+struct PageInfo {
+  std::int32_t page = 0;
+  std::int64_t width = 0, lines = 0;
+  std::uint32_t dpi = 0;
+  std::string file;  ///< the file that holds it; empty without a file
+  bool published = false;  ///< false while a multi-page file still grows as ".part"
+};
+
+/// Told about a panel's scans, always on the user-interface thread.
+class IQuillbayEvents : public IKxUnknown {
+ public:
+  virtual void OnStarted(const ScanStartInfo& info) = 0;
+  /// Lines received so far; merged, at most some twenty a second.
+  virtual void OnLines(std::int64_t lines) = 0;
+  virtual void OnPageFinished(const PageInfo& page) = 0;
+  /// A multi-page file got its final name.
+  virtual void OnPublished(const std::string& file, std::int32_t pages) = 0;
+  /// A message was shown through `IEvents`, or would have been.
+  virtual void OnMessage(const std::string& text) = 0;
+  /// The run is over; the panel is idle. `fault` is the scanner's when it is the cause.
+  virtual void OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) = 0;
+};
+
+/// What a host does with a panel beyond `IQuillbaySink`; queried from it. Called on the user-interface thread.
+class IQuillbayControl : public IKxUnknown {
+ public:
+  /// Sets a scan parameter through its setter (with its broadcast). Answers 1, or 0 with the reason, which lists what
+  /// is allowed, in `*why`.
+  virtual int SetParam(std::string_view key, const CKxVariant& value, std::string* why) = 0;
+  /// Reads a scan parameter. Answers 1, or 0 when there is none of that name.
+  virtual int GetParam(std::string_view key, CKxVariant* out) = 0;
+  /// The names that `SetParam` and `GetParam` know.
+  [[nodiscard]] virtual std::vector<std::string> GetParamKeys() = 0;
+  /// Every key that a page of the current mode knows, with its value: what `IQuillbaySink::ApplyParams` takes.
+  virtual int GetPageParams(IParam* out) = 0;
+  /// Starts, later on this thread. `count` pages for a batch, 0: until no document comes. Answers 1, or 0 when
+  /// something runs already.
+  virtual int Start(StartKind kind, int count) = 0;
+  virtual int Stop(StopKind kind) = 0;
+  virtual int Eject() = 0;
+  /// Non-zero while a scan, a prescan, or the finishing of a page runs.
+  virtual int IsBusy() = 0;
+  /// The file name, with folder, that the next scan would get, after the file-exists rule; nothing changes.
+  [[nodiscard]] virtual std::string GetNextFileName() = 0;
+  virtual int Advise(IQuillbayEvents* events) = 0;
+  virtual int Unadvise(IQuillbayEvents* events) = 0;
+  /// Writes the settings of all pages into the host's profile now (a panel that closes does so as well).
+  virtual int SaveSettings() = 0;
+};
+
+}  // namespace quillbay

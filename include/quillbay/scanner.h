@@ -1,0 +1,166 @@
+#pragma once
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quillbay/connection_point.h"
+#include "quillbay/export.h"
+#include "quillbay/kx_unknown.h"
+#include "quillbay/param.h"
+#include "quillbay/scan_buffer.h"
+
+namespace quillbay {
+
+class IApp;
+class IQuillbaySink;
+
+/// Codes of `IQuillbayUnit::Command`.
+enum class UnitCommand : int {
+  Run = 0,            ///< run the scan that `Scan` armed
+  Stop = 1,           ///< stop it; answers at once, `ScanEnded(2)` follows
+  Close = 2,          ///< stop, and let the device rest; the unit stays usable
+  IsLoaded = 4,       ///< is a document loaded? non-zero: yes (or the device cannot tell)
+  UnloadForward = 5,
+  UnloadBack = 6,
+};
+
+/// One resolution that a unit offers.
+struct UnitResolution {
+  std::string text;
+  std::int32_t dpi = 0;
+};
+
+/// A scanner unit. Operations are called on the user-interface thread; notifications of a scan come on a thread of
+/// the unit's own. A unit calls only the sink that was given to `Scan`.
+class IQuillbayUnit : public IKxUnknown {
+ public:
+  /// Stores the resolutions for a scan mode (0-7) in `*out`, ascending. For a device with a range: usual values
+  /// within it, from 50 dpi or the device's minimum above it. Answers their count.
+  virtual int GetResolutions(std::vector<UnitResolution>* out, int mode) = 0;
+  /// Takes over the settings of `request` (keys below) and arms a scan for `sink`. Answers 1, or 0 with the reason
+  /// in the unit's `IUnitFault`.
+  /// Keys read: "MODE" (0-8), "ImageDPI", "RECT" (mm on the bed; top = bottom: to the end of the document),
+  /// "SCAN_TYPE" (0 prescan, 1 detection prescan, 2 scan), "batchmode", "m_Edit" (length in mm that is used when the
+  /// device cannot find the document's end), "SCAN_THRESHOLD" (0-255, 128 when missing), "SCAN_GAMMA" (256 quads).
+  virtual int Scan(IScanSink* sink, IParam* request) = 0;
+  /// One of `UnitCommand`. `sink` may be null.
+  virtual int Command(IScanSink* sink, int code) = 0;
+  /// Widest scan in millimetres.
+  virtual double GetMaxWidth() = 0;
+  /// Non-zero when the unit offers the scan mode (0-7), or, for 8, scans with its own settings.
+  virtual int HasMode(int mode) = 0;
+  /// Where a sink of the panel connects.
+  virtual IConnectionPoint<IScanSink>* GetScanSinks() = 0;
+  /// Longest scan in millimetres; 0: no limit.
+  virtual double GetMaxLength() = 0;
+  /// 1 always centres the document, 2 never, others: the person chooses.
+  virtual int GetCentring() = 0;
+};
+
+class IQuillbayUnitEx : public IKxUnknown {
+ public:
+  /// Where the keys of the scanner go (`IQuillbaySink::DoCommand` 10-19); null withdraws it.
+  virtual int SetStationSink(IQuillbaySink* sink) = 0;
+};
+
+/// Why a unit refused or ended a scan.
+enum class UnitFaultCode : int {
+  None = 0,
+  Cancelled,
+  NoDocuments,
+  Jammed,
+  CoverOpen,
+  Busy,
+  AccessDenied,
+  InputOutput,
+  NoMemory,
+  Unsupported,
+  Invalid,
+  Other,
+};
+
+struct UnitFault {
+  UnitFaultCode code = UnitFaultCode::None;
+  /// A sentence for a person: what failed on which device, and what to do. UTF-8.
+  std::string text;
+};
+
+/// The last fault of a unit. Thread-safe. Cleared by the next `Scan`.
+class IUnitFault : public IKxUnknown {
+ public:
+  [[nodiscard]] virtual UnitFault GetFault() = 0;
+};
+
+/// One option of a device, as text.
+struct UnitOption {
+  std::string name;         ///< the device's own name, e.g. "source"
+  std::string title;
+  std::string description;
+  std::string value;        ///< current value; empty for buttons and inactive options
+  std::string unit;         ///< "mm", "dpi", "%", "px", "us", "bit" or empty
+  std::vector<std::string> choices;  ///< allowed values, when it is a list
+  std::string range;        ///< e.g. "0..215.9 (in steps of 0.1)", when it is a range
+  bool active = true;
+  bool settable = true;
+};
+
+/// The device's own options, where it has any.
+class IUnitOptions : public IKxUnknown {
+ public:
+  [[nodiscard]] virtual std::vector<UnitOption> GetOptions() = 0;
+  /// What the person wants for the device's option; kept apart from what the device took and applied again before
+  /// every scan. Answers 1, or 0 with the reason (which lists what is allowed) in `*why`.
+  virtual int SetOption(std::string_view name, std::string_view value, std::string* why) = 0;
+};
+
+/// A scanner as the manager lists it.
+class IScan : public IKxUnknown {
+ public:
+  /// The scanner's name for a person and for its settings.
+  [[nodiscard]] virtual std::string GetName() = 0;
+};
+
+/// A listed device.
+struct ScannerEntry {
+  std::string device;  ///< what opens it: "test:0", "net:host:...", "sim:width=900"
+  std::string vendor, model, type;
+};
+
+/// Finds, remembers and opens scanners.
+class IScanManager : public IKxUnknown {
+ public:
+  /// The devices, listed in a helper process; takes seconds. Simulated ones come last.
+  /// Answers 1, or 0 with the reason in `*why`; what was found before stays in `*out`.
+  virtual int List(std::vector<ScannerEntry>* out, std::string* why) = 0;
+  /// The current scanner with a reference: opened at the first call from the device that was set, from
+  /// SANE_DEFAULT_DEVICE, or the remembered one (found again by vendor, model and name when it is gone under its old
+  /// name). Never null: a scanner that could not be opened lacks `IQuillbayUnit` and tells why by `IUnitFault`.
+  virtual IScan* GetCurrent() = 0;
+  /// Makes a device the current one; nothing is opened yet. Answers 1, or 0 for an empty or malformed string
+  /// (reason in `*why`).
+  virtual int SetCurrent(std::string_view device, std::string* why) = 0;
+  /// Lets the person choose (through the application's `IScannerChooser`). Answers 1 when another was chosen, 0 when
+  /// the person gave up or nobody can be asked.
+  virtual int Choose(int reason) = 0;
+  /// Gives the manager the folder of the host's program, and the store of its settings (null: nothing is kept).
+  virtual int Initialise(std::string_view folder, IParam* settings, int flags) = 0;
+  /// The manager's name for a scanner: vendor, model and name.
+  [[nodiscard]] virtual std::string GetScannerName(IScan* scanner) = 0;
+  /// Writes the current device into the settings store. Answers 1, or 0 without a store.
+  virtual int Remember() = 0;
+  /// Whether a device is known without asking: set, in SANE_DEFAULT_DEVICE, or remembered.
+  virtual int HasCurrent() = 0;
+};
+
+/// How a host lets the person choose a scanner.
+class IScannerChooser : public IKxUnknown {
+ public:
+  /// Stores the chosen device in `*device`. Answers 1, or 0 when the person gave up.
+  virtual int ChooseScanner(IScanManager* manager, std::string* device) = 0;
+};
+
+/// A scanner manager for a host. `flags` 1: simulated scanners as well.
+QUILLBAY_API KxPtr<IScanManager> new_IScanManagerEx(IApp* app, int flags);
+
+}  // namespace quillbay

@@ -1,0 +1,59 @@
+#pragma once
+#include <string>
+
+#include "quillbay/kx_unknown.h"
+
+namespace quillbay {
+
+/// Formats and parses values of one kind. Operations that a unit does not support answer 0.
+class IUnit : public IKxUnknown {
+ public:
+  virtual int GetKind() = 0;
+  virtual int GetPrecision() = 0;
+  /// The value without a unit name. Returns the text's length (or the room that it needs).
+  virtual int FormatValue(double value, char* buffer, int size) = 0;
+  /// Parses a text into a value. Answers 1, or 0 when it is none.
+  virtual int ParseValue(const char* text, double* value) = 0;
+  virtual int FormatPair(const double* values, char* buffer, int size) = 0;
+  virtual int ParsePair(const char* text, double* values) = 0;
+  virtual int FormatArea(double value, char* buffer, int size) = 0;
+  virtual int ParseArea(const char* text, double* value) = 0;
+  /// The value with its unit name; with `isLength` the value is in millimetres.
+  virtual int FormatLength(double value, char* buffer, int size, int isLength) = 0;
+  virtual int ParseLength(const char* text, double* value, int isLength) = 0;
+  virtual int GetStep() = 0;
+  virtual int GetFlags() = 0;
+  virtual int FormatAngle(double value, char* buffer, int size) = 0;
+  virtual int ParseAngle(const char* text, double* value) = 0;
+};
+
+/// A linear unit of the host, such as "mm" or "inch". Values are in the unit itself.
+class ILinearUnit : public IKxUnknown {
+ public:
+  virtual int GetKind() = 0;                                                              // 3
+  virtual std::string GetLabel() = 0;                                                     // 4: name on ruler labels
+  virtual int GetFlags() = 0;                                                             // 5
+  virtual int FormatValue(double value, char* buffer, int size) = 0;                      // 6
+  /// `pattern` is "0", "0.0", "0.00", ...: its decimals. 7
+  virtual int FormatPattern(double value, const char* pattern, char* buffer, int size) = 0;
+  virtual int Reserved8() = 0;
+  virtual int Reserved9() = 0;
+  /// Reads what people type in their locale, with or without a unit ("25,4", "25.4 mm", "1 in"); the answer is in
+  /// this unit. Answers 1, or 0 when the text is no length. 10
+  virtual int ParseValue(const char* text, double* value) = 0;
+  virtual int Reserved11() = 0;
+  virtual int GetDecimals() = 0;        // 12
+  virtual double GetStep() = 0;         // 13
+  virtual double GetFactor() = 0;       // 14: millimetres in one of it
+  virtual std::string GetName() = 0;    // 15: "mm", "inch"
+  virtual std::string GetSymbol() = 0;  // 16
+};
+
+/// The host's styles; the panel asks it for the units "mm" and "inch".
+class IStyleManager : public IKxUnknown {
+ public:
+  /// The linear unit of a name, with a reference; null when there is none.
+  virtual ILinearUnit* GetLinearUnit(const char* name) = 0;
+};
+
+}  // namespace quillbay
