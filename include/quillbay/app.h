@@ -45,11 +45,6 @@ class IIOParams : public IKxUnknown {
   virtual IParam* GetFormatOptions(std::string_view format) = 0;
   /// The text of the software tag.
   [[nodiscard]] virtual std::string GetSoftware() = 0;
-  /// Whether a page that was just finished is the last one of its file: 1 publishes the file at the page's end,
-  /// 0 leaves it as a ".part" for the next page.
-  virtual int PublishAtPageEnd() = 0;
-  /// The person agreed that an existing file of this name is replaced.
-  virtual int MayReplace(std::string_view path) = 0;
 };
 
 /// The list of standard papers: each a sub-store with "Used" (int), "Name" (text), "Size" (point) and "Units" (the

@@ -1,7 +1,6 @@
 #pragma once
+#include <cstdint>
 #include <string>
-#include <string_view>
-#include <vector>
 
 #include "quillbay/app.h"
 #include "quillbay/errors.h"
@@ -20,8 +19,13 @@ namespace quillbay {
 class IKxFileChanel : public IKxUnknown {
  public:
   [[nodiscard]] virtual std::string GetFileName() = 0;
+  /// Before `Save`: the lines that the page will have, where they are known (0: unknown). A format that must choose
+  /// its kind by the page's size (classic TIFF or BigTIFF) asks for it; the page may still end up shorter or longer.
+  virtual void SetExpectedLines(std::int64_t lines) = 0;
+  /// The person agreed that an existing file of this name is replaced when the part is published.
+  virtual void SetMayReplace(bool mayReplace) = 0;
   /// Flushes, gives the file its final name when the channel holds a NAME.part, and syncs the folder. Never replaces
-  /// a file unless `IIOParams::MayReplace` allows it; throws CXFileException then (the part stays).
+  /// a file unless `SetMayReplace` allowed it; throws CXFileException then (the part stays).
   virtual void Commit() = 0;
   /// Ends the page and leaves NAME.part, whole, for the next page of the batch. Only paged channels.
   virtual void KeepPart() = 0;
@@ -66,8 +70,8 @@ KxPtr<IKxFileChanel> new_FileChanel(IIOParams* params, const std::string& fileNa
 KxPtr<IKxFileChanel> new_OpenFileChanel(IIOParams* params, const std::string& fileName);
 
 /// Gives the finished pages of a batch's NAME.part their final name; what `Commit` does, after the fact.
-/// Answers the final name. Throws CXFileException.
-std::string PublishPart(IIOParams* params, const std::string& fileName);
+/// Never replaces a file unless `mayReplace`. Throws CXFileException.
+void PublishPart(const std::string& fileName, bool mayReplace);
 
 /// Forgets that a NAME.part belongs to a running batch, and deletes it when it holds no page.
 void AbandonPart(const std::string& fileName);
