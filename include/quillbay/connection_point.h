@@ -82,8 +82,8 @@ class TConnectionPointImpl final : public CKxUnknownImpl<IConnectionPoint<I>> {
   std::vector<I*> m_sinks;
 };
 
-/// The sink that a subscriber `T` embeds. Derive from it, forward the calls of `I` to `owner()`, and let it remember
-/// the connection point that it is subscribed to; it withdraws itself when it goes.
+/// The sink that a subscriber `T` embeds. Derive from it, forward the calls of `I` to `owner()`, and let it
+/// remember the connection point that it is subscribed to; it withdraws itself when it goes.
 template <class I, class T>
 class TSinkImpl : public CKxUnknownImplStatic<I> {
  public:

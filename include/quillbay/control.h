@@ -15,22 +15,22 @@ enum class StopKind : int { Now = 0, AfterPage = 1 };
 
 /// Why a run (a scan with all its batch pages or burst pieces) ended.
 enum class EndCause : int {
-  Done = 0,       ///< all pages that were asked for
-  Stopped = 1,    ///< by the person or the host
-  Device = 2,     ///< the scanner failed
-  Output = 3,     ///< the file, raster or job could not be written
-  Media = 4,      ///< no document, or the feeder ran empty
-  Refused = 5,    ///< something refused before the paper moved; a message said what
+  Done = 0,     ///< all pages that were asked for
+  Stopped = 1,  ///< by the person or the host
+  Device = 2,   ///< the scanner failed
+  Output = 3,   ///< the file, raster or job could not be written
+  Media = 4,    ///< no document, or the feeder ran empty
+  Refused = 5,  ///< something refused before the paper moved; a message said what
 };
 
 /// What is known when a page starts.
 struct ScanStartInfo {
-  std::int32_t page = 0;           ///< from 1, within the run
-  std::int64_t width = 0;          ///< pixels
-  std::int64_t expectedLines = -1; ///< -1 when unknown
+  std::int32_t page = 0;            ///< from 1, within the run
+  std::int64_t width = 0;           ///< pixels
+  std::int64_t expectedLines = -1;  ///< -1 when unknown
   std::uint32_t dpi = 0;
   KxColorSpace colorSpace = KxColorSpace::None;
-  std::string file;                ///< where it goes; empty without a file
+  std::string file;  ///< where it goes; empty without a file
 };
 
 /// A finished page.
@@ -38,7 +38,7 @@ struct PageInfo {
   std::int32_t page = 0;
   std::int64_t width = 0, lines = 0;
   std::uint32_t dpi = 0;
-  std::string file;  ///< the file that holds it; empty without a file
+  std::string file;        ///< the file that holds it; empty without a file
   bool published = false;  ///< false while a multi-page file still grows as ".part"
 };
 
@@ -60,8 +60,8 @@ class IQuillbayEvents : public IKxUnknown {
 /// What a host does with a panel beyond `IQuillbaySink`; queried from it. Called on the user-interface thread.
 class IQuillbayControl : public IKxUnknown {
  public:
-  /// Sets a scan parameter through its setter (with its broadcast). Answers 1, or 0 with the reason, which lists what
-  /// is allowed, in `*why`.
+  /// Sets a scan parameter through its setter (with its broadcast). Answers 1, or 0 with the reason, which lists
+  /// what is allowed, in `*why`.
   virtual int SetParam(std::string_view key, const CKxVariant& value, std::string* why) = 0;
   /// Reads a scan parameter. Answers 1, or 0 when there is none of that name.
   virtual int GetParam(std::string_view key, CKxVariant* out) = 0;

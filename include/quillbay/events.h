@@ -41,8 +41,7 @@ struct EventText {
   const auto first = message.find('$');
   if (first == std::string::npos) return {message, {}};
   const auto last = message.find('$', first + 1);
-  return {message.substr(0, first),
-          message.substr(first + 1, last == std::string::npos ? last : last - first - 1)};
+  return {message.substr(0, first), message.substr(first + 1, last == std::string::npos ? last : last - first - 1)};
 }
 
 }  // namespace quillbay

@@ -21,15 +21,15 @@ class CKxVariant {
                              KxPtr<IKxUnknown>>;
   CKxVariant() = default;
   // Implicit, so that a value can be handed over where a variant is asked for.
-  CKxVariant(std::int32_t v) : m_value(v) {}                                // NOLINT(google-explicit-constructor)
-  CKxVariant(double v) : m_value(v) {}                                      // NOLINT(google-explicit-constructor)
-  CKxVariant(std::string v) : m_value(std::move(v)) {}                      // NOLINT(google-explicit-constructor)
-  CKxVariant(std::string_view v) : m_value(std::string(v)) {}               // NOLINT(google-explicit-constructor)
-  CKxVariant(const char* v) : m_value(std::string(v)) {}                    // NOLINT(google-explicit-constructor)
-  CKxVariant(const tagRRECT& v) : m_value(v) {}                             // NOLINT(google-explicit-constructor)
-  CKxVariant(const tagRPOINT& v) : m_value(v) {}                            // NOLINT(google-explicit-constructor)
-  CKxVariant(CKxBlob v) : m_value(std::move(v)) {}                          // NOLINT(google-explicit-constructor)
-  CKxVariant(KxPtr<IKxUnknown> v) : m_value(std::move(v)) {}                // NOLINT(google-explicit-constructor)
+  CKxVariant(std::int32_t v) : m_value(v) {}                   // NOLINT(google-explicit-constructor)
+  CKxVariant(double v) : m_value(v) {}                         // NOLINT(google-explicit-constructor)
+  CKxVariant(std::string v) : m_value(std::move(v)) {}         // NOLINT(google-explicit-constructor)
+  CKxVariant(std::string_view v) : m_value(std::string(v)) {}  // NOLINT(google-explicit-constructor)
+  CKxVariant(const char* v) : m_value(std::string(v)) {}       // NOLINT(google-explicit-constructor)
+  CKxVariant(const tagRRECT& v) : m_value(v) {}                // NOLINT(google-explicit-constructor)
+  CKxVariant(const tagRPOINT& v) : m_value(v) {}               // NOLINT(google-explicit-constructor)
+  CKxVariant(CKxBlob v) : m_value(std::move(v)) {}             // NOLINT(google-explicit-constructor)
+  CKxVariant(KxPtr<IKxUnknown> v) : m_value(std::move(v)) {}   // NOLINT(google-explicit-constructor)
 
   [[nodiscard]] const Value& value() const noexcept { return m_value; }
   [[nodiscard]] bool isEmpty() const noexcept { return m_value.index() == 0; }

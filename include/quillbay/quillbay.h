@@ -37,9 +37,9 @@ class IQuillbaySink : public IKxUnknown {
   virtual int DoCommand(int code) = 0;
 };
 
-/// Creates the panel as a child of `parent`. `view`, `script` and `out` may be null. Answers the panel's window, owned
-/// by `parent`, or null when no scanner could be connected or the mode is unknown; `out` is then left as it was.
-/// Needs a running QApplication, on its thread.
+/// Creates the panel as a child of `parent`. `view`, `script` and `out` may be null. Answers the panel's window,
+/// owned by `parent`, or null when no scanner could be connected or the mode is unknown; `out` is then left as it
+/// was. Needs a running QApplication, on its thread.
 QUILLBAY_API HWND New_Quillbay(IApp* app, CWnd* parent, IKxView* view, IScriptCmdSink* script, IQuillbaySink** out,
                                eTarnwellMode mode);
 

@@ -149,7 +149,8 @@ class IStripeReader : public IKxUnknown {
 /// A new raster: run-length storage for codes 1 and 2, strip storage for the others. `height` may be 0 and grow.
 /// Lines beyond the process's raster budget live in a scratch file. Throws CXMemException when that cannot be made,
 /// CXIFaceException for sizes below 0 or an unknown colour space.
-QUILLBAY_API KxPtr<IRStor> new_IRStor(KxColorSpace colorSpace, std::int32_t width, std::int32_t height, std::uint32_t dpi);
+QUILLBAY_API KxPtr<IRStor> new_IRStor(KxColorSpace colorSpace, std::int32_t width, std::int32_t height,
+                                      std::uint32_t dpi);
 
 /// `IScanBuffer::CreateRaster` and `AddToRaster` for any stripe.
 QUILLBAY_API int ScanBuffer_CreateRaster(IScanBuffer* buffer, IRStor** out);

@@ -17,10 +17,10 @@ class IQuillbaySink;
 
 /// Codes of `IQuillbayUnit::Command`.
 enum class UnitCommand : int {
-  Run = 0,            ///< run the scan that `Scan` armed
-  Stop = 1,           ///< stop it; answers at once, `ScanEnded(2)` follows
-  Close = 2,          ///< stop, and let the device rest; the unit stays usable
-  IsLoaded = 4,       ///< is a document loaded? non-zero: yes (or the device cannot tell)
+  Run = 0,       ///< run the scan that `Scan` armed
+  Stop = 1,      ///< stop it; answers at once, `ScanEnded(2)` follows
+  Close = 2,     ///< stop, and let the device rest; the unit stays usable
+  IsLoaded = 4,  ///< is a document loaded? non-zero: yes (or the device cannot tell)
   UnloadForward = 5,
   UnloadBack = 6,
 };
@@ -41,8 +41,9 @@ class IQuillbayUnit : public IKxUnknown {
   /// Takes over the settings of `request` (keys below) and arms a scan for `sink`. Answers 1, or 0 with the reason
   /// in the unit's `IUnitFault`.
   /// Keys read: "MODE" (0-8), "ImageDPI", "RECT" (mm on the bed; top = bottom: to the end of the document),
-  /// "SCAN_TYPE" (0 prescan, 1 detection prescan, 2 scan), "batchmode", "m_Edit" (length in mm that is used when the
-  /// device cannot find the document's end), "SCAN_THRESHOLD" (0-255, 128 when missing), "SCAN_GAMMA" (256 quads).
+  /// "SCAN_TYPE" (0 prescan, 1 detection prescan, 2 scan), "batchmode", "m_Edit" (length in mm that is used when
+  /// the device cannot find the document's end), "SCAN_THRESHOLD" (0-255, 128 when missing), "SCAN_GAMMA" (256
+  /// quads).
   virtual int Scan(IScanSink* sink, IParam* request) = 0;
   /// One of `UnitCommand`. `sink` may be null.
   virtual int Command(IScanSink* sink, int code) = 0;
@@ -94,13 +95,13 @@ class IUnitFault : public IKxUnknown {
 
 /// One option of a device, as text.
 struct UnitOption {
-  std::string name;         ///< the device's own name, e.g. "source"
+  std::string name;  ///< the device's own name, e.g. "source"
   std::string title;
   std::string description;
-  std::string value;        ///< current value; empty for buttons and inactive options
-  std::string unit;         ///< "mm", "dpi", "%", "px", "us", "bit" or empty
+  std::string value;                 ///< current value; empty for buttons and inactive options
+  std::string unit;                  ///< "mm", "dpi", "%", "px", "us", "bit" or empty
   std::vector<std::string> choices;  ///< allowed values, when it is a list
-  std::string range;        ///< e.g. "0..215.9 (in steps of 0.1)", when it is a range
+  std::string range;                 ///< e.g. "0..215.9 (in steps of 0.1)", when it is a range
   bool active = true;
   bool settable = true;
 };
@@ -134,14 +135,14 @@ class IScanManager : public IKxUnknown {
   /// Answers 1, or 0 with the reason in `*why`; what was found before stays in `*out`.
   virtual int List(std::vector<ScannerEntry>* out, std::string* why) = 0;
   /// The current scanner with a reference: opened at the first call from the device that was set, from
-  /// SANE_DEFAULT_DEVICE, or the remembered one (found again by vendor, model and name when it is gone under its old
-  /// name). Never null: a scanner that could not be opened lacks `IQuillbayUnit` and tells why by `IUnitFault`.
+  /// SANE_DEFAULT_DEVICE, or the remembered one (found again by vendor, model and name when it is gone under its
+  /// old name). Never null: a scanner that could not be opened lacks `IQuillbayUnit` and tells why by `IUnitFault`.
   virtual IScan* GetCurrent() = 0;
   /// Makes a device the current one; nothing is opened yet. Answers 1, or 0 for an empty or malformed string
   /// (reason in `*why`).
   virtual int SetCurrent(std::string_view device, std::string* why) = 0;
-  /// Lets the person choose (through the application's `IScannerChooser`). Answers 1 when another was chosen, 0 when
-  /// the person gave up or nobody can be asked.
+  /// Lets the person choose (through the application's `IScannerChooser`). Answers 1 when another was chosen, 0
+  /// when the person gave up or nobody can be asked.
   virtual int Choose(int reason) = 0;
   /// Gives the manager the folder of the host's program, and the store of its settings (null: nothing is kept).
   virtual int Initialise(std::string_view folder, IParam* settings, int flags) = 0;

@@ -30,10 +30,10 @@ class IUnit : public IKxUnknown {
 /// A linear unit of the host, such as "mm" or "inch". Values are in the unit itself.
 class ILinearUnit : public IKxUnknown {
  public:
-  virtual int GetKind() = 0;                                                              // 3
-  virtual std::string GetLabel() = 0;                                                     // 4: name on ruler labels
-  virtual int GetFlags() = 0;                                                             // 5
-  virtual int FormatValue(double value, char* buffer, int size) = 0;                      // 6
+  virtual int GetKind() = 0;                                          // 3
+  virtual std::string GetLabel() = 0;                                 // 4: name on ruler labels
+  virtual int GetFlags() = 0;                                         // 5
+  virtual int FormatValue(double value, char* buffer, int size) = 0;  // 6
   /// `pattern` is "0", "0.0", "0.00", ...: its decimals. 7
   virtual int FormatPattern(double value, const char* pattern, char* buffer, int size) = 0;
   virtual int Reserved8() = 0;

@@ -40,8 +40,8 @@ class IStoreOutcome : public IKxUnknown {
   virtual std::int64_t GetLines() = 0;
   /// Wakes whoever waits on a full queue; nothing is accepted afterwards.
   virtual void Wake() = 0;
-  /// Starts the page's end without waiting: pads, and calls `done` (any thread) when the writer is through. `Finish`
-  /// then returns at once.
+  /// Starts the page's end without waiting: pads, and calls `done` (any thread) when the writer is through.
+  /// `Finish` then returns at once.
   virtual void BeginFinish(int minLines, void (*done)(void*), void* context) = 0;
 };
 

@@ -1,0 +1,117 @@
+#pragma once
+#include <array>
+#include <cstdint>
+#include <string>
+
+#include "quillbay/color_space.h"
+#include "quillbay/geometry.h"
+
+namespace quillbay {
+
+/// Scan modes ("m_CurrMode").
+enum ScanMode : std::int32_t {
+  kModeBwThreshold = 0,
+  kModeBwAdaptive = 1,
+  kModeBwCopyNormal = 2,
+  kModeBwCopyPhoto = 3,
+  kModeBwCopyAdaptive = 4,
+  kModeGrey = 5,
+  kModePalette = 6,
+  kModeRgb = 7,
+  kModeDirect = 8,  ///< the scanner's own settings
+};
+inline constexpr int kModeCount = 9;
+
+/// Scan-area types ("m_eScanType").
+enum ScanAreaType : std::int32_t {
+  kAreaAuto = 0,
+  kAreaAutoWidth = 1,   ///< to the end of the document
+  kAreaFixedWidth = 2,  ///< to the end of the document
+  kAreaCustom = 3,
+  kAreaPaper = 4,  ///< the standard paper of "m_PaperName"
+};
+
+/// What happens when an output file exists ("m_fFileFate").
+enum FileFate : std::int32_t { kFateIncrement = 0, kFateOverwrite = 1, kFateAsk = 2 };
+
+/// The scanner's answer about centring.
+enum Centring : std::int32_t { kAlwaysCentres = 1, kNeverCentres = 2 };
+
+/// Bits of "m_dwAutodetect"; 0 turns detection off.
+inline constexpr std::int32_t kDetectCentreFree = 8;
+
+/// Colour classes, in the order of extensions and pictures.
+enum ColorClass : std::int32_t { kClassBitonal = 0, kClassGrey = 1, kClassPalette = 2, kClassColor = 3 };
+
+/// The scan settings that more than one part reads. A plain value: a copy of it is the snapshot that a scan works
+/// from on the scanner's thread. Lengths are millimetres, x across the scanner, y along the feed.
+struct ScanValues {
+  // With a key of their own; see scan_key.
+  std::int32_t units = 0;  ///< 0 millimetres, 1 inches
+  std::string paperName;
+  std::string dir;
+  std::string mask = "scan";
+  std::int32_t counter = 0;
+  std::string counterFormat = "%.3d";
+  std::int32_t useAutoCounter = 1;
+  std::int32_t rectValid = 0;
+  std::int32_t boundDetectDirty = 1;
+  std::int32_t multiPage = 0;
+  std::int32_t currMode = 0;
+  std::int32_t minDpi = 100;
+  std::int32_t previewDpi = 100;
+  std::int32_t portrait = 0;
+  std::int32_t autodetect = 8;
+  std::int32_t customScanValid = 0;
+  std::int32_t dpi = 100;
+  std::int32_t scanType = kAreaFixedWidth;
+  std::int32_t bursting = 0;
+  std::int32_t fileFate = kFateIncrement;
+  std::int32_t updateRect = 0;
+  std::int32_t scannerKeyPressed = 0;
+  std::int32_t center = 1;
+  tagRRECT rcScan{0, 0, 100, 100};
+  tagRRECT rcPreview{0, 0, 100, 100};
+  tagRRECT rcCustomScan{0, 0, 100, 100};
+
+  // Without a broadcast.
+  std::int32_t mode = 0;  ///< destination, 0-3
+  std::int32_t multiPageRequested = 0;
+  std::int32_t addWidthPercent = 0;
+  std::int32_t standardPapers = 0;
+  std::int32_t autoAnswerDelay = 5;
+  std::int32_t autoAnswer = 1;
+  std::int32_t deskew = 0;
+  std::int32_t rewind = 0;  ///< 0 unload forward, 1 unload back, others leave the document
+  double paperLength = 200.0;
+  std::int32_t autoPaper = 127;
+  std::int32_t disablePreview = 0;
+  std::array<std::string, 4> saveSettings;
+  std::int32_t batch = 0;
+  KxColorSpace colorSpace = KxColorSpace::Bitonal;
+  std::int32_t centring = kAlwaysCentres;
+  double bedWidth = 900.0;
+  double minWidth = 110.0;
+  double minHeight = 55.0;
+  double skew = 0;  ///< radians
+  tagRRECT lastScanArea;
+  std::string outputFile;
+  std::array<std::string, 4> extensions{".tif", ".tif", ".tif", ".tif"};
+  std::string scannerName;
+  std::string helpTopic;
+  bool hasScriptSyntax = false;
+  bool scannerHasColor = true;
+  std::string detectionText;
+  std::string summary;
+};
+
+/// The colour space of a scan mode: bitonal for 0-4, grey for 5, palette for 6, colour for all others.
+[[nodiscard]] KxColorSpace colorSpaceOfMode(std::int32_t mode) noexcept;
+/// The colour class of a colour space: 1 and 2 bitonal, 16 grey, 8 palette, all others (0 too) colour.
+[[nodiscard]] ColorClass colorClassOf(KxColorSpace colorSpace) noexcept;
+/// The mode's name in lists: "BW Threshold" ... "RGB"; empty outside 0-7. English; translate to show it.
+[[nodiscard]] const char* modeName(std::int32_t mode) noexcept;
+/// The mode's colour class in file names: "BW", "GreyScale", "Palette", "RGB"; empty for others.
+[[nodiscard]] const char* modeShortName(std::int32_t mode) noexcept;
+
+}  // namespace quillbay
