@@ -26,9 +26,9 @@ class LinePipeline {
   struct Setup {
     int mode = 5;
     DeviceSamples samples = DeviceSamples::Grey8;
-    std::int32_t width = 0;      ///< pixels
+    std::int32_t width = 0;  ///< pixels
     std::uint32_t dpi = 0;
-    int threshold = 128;         ///< grey below it is black
+    int threshold = 128;                ///< grey below it is black
     const KXRGBQUAD* curves = nullptr;  ///< 256 entries, or null: applied to grey and colour samples first
     std::int32_t stripeLines = 0;       ///< 0: about 1 MiB
   };

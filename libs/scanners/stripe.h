@@ -22,7 +22,7 @@ class StripePool {
  private:
   static constexpr std::size_t kKept = 40;
   std::mutex m_mutex;
-  std::size_t m_bytes = 0;      // size of the kept blocks
+  std::size_t m_bytes = 0;  // size of the kept blocks
   std::vector<Block> m_blocks;
 };
 
@@ -32,7 +32,8 @@ class StripePool {
 /// Filled by one thread; not changed any more once it was handed to a sink.
 class CStripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
  public:
-  /// Room for `capacity` lines of `width` pixels; for run lists, for `capacity` lines of about `width` pixels (grows).
+  /// Room for `capacity` lines of `width` pixels; for run lists, for `capacity` lines of about `width` pixels
+  /// (grows).
   CStripe(std::shared_ptr<StripePool> pool, KxColorSpace colorSpace, std::int32_t width, std::int32_t capacity,
           std::uint32_t dpi);
 
@@ -45,6 +46,10 @@ class CStripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
   [[nodiscard]] std::int32_t lineCount() const noexcept { return m_lines; }
   void setLineCount(std::int32_t lines) noexcept { m_lines = lines; }
   void setPalette(const KXRGBQUAD* entries, int count) noexcept;
+  /// Bytes that the lines occupy so far.
+  [[nodiscard]] std::size_t usedBytes() const noexcept {
+    return isRunList(m_colorSpace) ? m_used : m_lineBytes * static_cast<std::size_t>(m_lines);
+  }
   /// Appends a run list (ended by `RunEnd`, valid within 0..width-1); copied.
   void appendRuns(const std::uint32_t* runs, std::size_t runCount);
 

@@ -1,0 +1,132 @@
+#include "scanners/stripe.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <string>
+
+#include "quillbay/errors.h"
+#include "quillbay/raster.h"
+
+namespace quillbay {
+
+namespace {
+
+constexpr std::size_t kStripeBytes = std::size_t{1} << 20;
+constexpr std::int32_t kLeastLines = 16;
+
+// What a line of a drawing takes as a run list: a run in 128 pixels, and the end mark.
+std::size_t expectedRunBytes(std::int32_t width) noexcept {
+  return runListBytes(static_cast<std::size_t>(std::max(width, 0)) / 128 + 1);
+}
+
+std::size_t expectedLineBytes(KxColorSpace colorSpace, std::int32_t width) noexcept {
+  return isRunList(colorSpace) ? expectedRunBytes(width) : fixedLineBytes(colorSpace, width);
+}
+
+StripePool::Block newBlock(std::size_t bytes) {
+  try {
+    return std::make_unique_for_overwrite<std::uint8_t[]>(bytes);
+  } catch (const std::bad_alloc&) {
+    throw CXMemException("There is no memory for " + std::to_string(bytes) +
+                         " bytes of scanned lines: close other programs, or scan at a lower resolution.");
+  }
+}
+
+}  // namespace
+
+StripePool::Block StripePool::take(std::size_t bytes) {
+  {
+    const std::lock_guard lock(m_mutex);
+    if (m_bytes != bytes) {
+      m_blocks.clear();
+      m_blocks.reserve(kKept);  // so that `give` cannot fail
+      m_bytes = bytes;
+    } else if (!m_blocks.empty()) {
+      Block block = std::move(m_blocks.back());
+      m_blocks.pop_back();
+      return block;
+    }
+  }
+  return newBlock(bytes);
+}
+
+void StripePool::give(Block block, std::size_t bytes) noexcept {
+  const std::lock_guard lock(m_mutex);
+  if (block && bytes == m_bytes && m_blocks.size() < m_blocks.capacity() && m_blocks.size() < kKept)
+    m_blocks.push_back(std::move(block));
+}
+
+CStripe::CStripe(std::shared_ptr<StripePool> pool, KxColorSpace colorSpace, std::int32_t width,
+                 std::int32_t capacity, std::uint32_t dpi)
+    : m_pool(std::move(pool)),
+      m_colorSpace(colorSpace),
+      m_width(width),
+      m_capacity(std::max(capacity, 1)),
+      m_dpi(dpi),
+      m_lineBytes(fixedLineBytes(colorSpace, width)),
+      m_blockBytes(
+          std::max<std::size_t>(expectedLineBytes(colorSpace, width) * static_cast<std::size_t>(m_capacity), 1)),
+      m_block(m_pool->take(m_blockBytes)) {
+  if (isRunList(colorSpace)) m_offsets.reserve(static_cast<std::size_t>(m_capacity));
+  if (colorSpace != KxColorSpace::Grey) return;
+  for (std::size_t i = 0; i < 256; ++i) {
+    const auto v = static_cast<std::uint8_t>(i);
+    m_palette[i] = {v, v, v, 0};
+  }
+}
+
+CStripe::~CStripe() { m_pool->give(std::move(m_block), m_blockBytes); }
+
+std::int32_t CStripe::usualCapacity(KxColorSpace colorSpace, std::int32_t width) noexcept {
+  const std::size_t line = std::max<std::size_t>(expectedLineBytes(colorSpace, width), 1);
+  return std::max(kLeastLines, static_cast<std::int32_t>(kStripeBytes / line));
+}
+
+void CStripe::setPalette(const KXRGBQUAD* entries, int count) noexcept {
+  std::copy_n(entries, std::clamp(count, 0, 256), m_palette);
+}
+
+void CStripe::appendRuns(const std::uint32_t* runs, std::size_t runCount) {
+  const std::size_t bytes = runListBytes(runCount);
+  if (m_used + bytes > m_blockBytes) {
+    // Beside the pool, so that the pool keeps its usual blocks.
+    const std::size_t grown = std::max(m_blockBytes * 2, m_used + bytes);
+    StripePool::Block block = newBlock(grown);
+    std::memcpy(block.get(), m_block.get(), m_used);
+    m_pool->give(std::move(m_block), m_blockBytes);
+    m_block = std::move(block);
+    m_blockBytes = grown;
+  }
+  m_offsets.push_back(m_used);
+  std::uint8_t* out = m_block.get() + m_used;
+  std::memcpy(out, runs, bytes - 8);
+  const std::uint32_t end[2] = {RunEnd, 0};
+  std::memcpy(out + bytes - 8, end, sizeof end);
+  m_used += bytes;
+  ++m_lines;
+}
+
+KxSize* CStripe::GetSize(KxSize* out) {
+  *out = {m_width, m_lines};
+  return out;
+}
+
+const std::uint8_t* CStripe::GetLine(std::int32_t i) {
+  assert(i >= 0 && i < m_lines);
+  const auto line = static_cast<std::size_t>(i);
+  return m_block.get() + (isRunList(m_colorSpace) ? m_offsets[line] : line * m_lineBytes);
+}
+
+int CStripe::AddToRaster(std::int32_t first, IRStor* raster) { return ScanBuffer_AddToRaster(this, first, raster); }
+
+int CStripe::CreateRaster(IRStor** out) { return ScanBuffer_CreateRaster(this, out); }
+
+int CStripe::AppendBuffer(IScanBuffer* /*other*/) { return 0; }
+
+int CStripe::QueryInterface(const std::type_info& wanted, void** out) {
+  if (wanted == typeid(IContiguousLines) && isRunList(m_colorSpace)) return 0;
+  return detail::answerQuery<IScanBuffer, IContiguousLines>(this, wanted, out);
+}
+
+}  // namespace quillbay
