@@ -1,0 +1,30 @@
+#!/bin/sh
+# Installs what building, testing and measuring need, from Debian's packages. Does nothing when all of it is there.
+set -eu
+
+build="build-essential cmake ninja-build pkg-config ca-certificates git
+  qt6-base-dev qt6-base-dev-tools libgl1-mesa-dev
+  libsane-dev libtiff-dev libdeflate-dev libpng-dev zlib1g-dev libzstd-dev libgtest-dev"
+run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
+check="clang-format-16 clang-tidy-16 python3"
+tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps"
+
+missing=""
+for package in $build $run $check $tests; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed' || missing="$missing $package"
+done
+[ -n "$missing" ] || exit 0
+
+as_root=""
+if [ "$(id -u)" != 0 ]; then
+  command -v sudo >/dev/null 2>&1 || {
+    echo "install-deps: these packages are missing and neither root nor sudo is there to install them:$missing" >&2
+    exit 1
+  }
+  as_root=sudo
+fi
+echo "install-deps: installing$missing" >&2
+export DEBIAN_FRONTEND=noninteractive
+$as_root apt-get update -qq
+# shellcheck disable=SC2086 # one word for each package
+$as_root apt-get install -y -qq --no-install-recommends $missing >/dev/null

@@ -1,0 +1,20 @@
+#!/bin/sh
+# Formatting, who may include whom, and static analysis. Prints what is wrong; exit 1 when something is.
+set -eu
+cd "$(dirname "$0")/.."
+status=0
+
+files=$(git ls-files '*.cpp' '*.h' 2>/dev/null || find include src libs apps tests bench docs -name '*.cpp' -o -name '*.h')
+# shellcheck disable=SC2086 # one word for each file
+clang-format-16 --dry-run --Werror $files || status=1
+
+python3 scripts/check_layers.py . || status=1
+
+if [ "${1:-}" != "--fast" ]; then
+  mkdir -p build
+  cmake --preset tidy >build/configure-tidy.log 2>&1 || { cat build/configure-tidy.log >&2; exit 1; }
+  cmake --build build/tidy --target autogen >build/autogen-tidy.log 2>&1 || { cat build/autogen-tidy.log >&2; exit 1; }
+  python3 scripts/tidy.py build/tidy || status=1
+fi
+[ "$status" = 0 ] && echo "check: formatting, layers and static analysis are in order"
+exit $status

@@ -1,0 +1,40 @@
+#include "control/page_lists.h"
+
+#include "platform/scan_page.h"
+
+namespace quillbay {
+
+const char* helpTopicOf(PageRole role) noexcept {
+  switch (role) {
+    case PageRole::Main: return "QBHelp:IDH_quillbay_tab_main";
+    case PageRole::Setup: return "QBHelp:IDH_quillbay_tab_setting";
+    case PageRole::Palette: return "QBHelp:IDH_quillbay_tab_palette";
+    case PageRole::Rgb: return "QBHelp:IDH_quillbay_tab_rgb";
+    case PageRole::PostProcessing: return "QBHelp:IDH_quillbay_tab_postprocess";
+    default: return "QBHelp:IDH_quillbay_tab_bw";
+  }
+}
+
+int createModeOf(PageRole role) noexcept {
+  if (role >= PageRole::Bw0 && role <= PageRole::Bw4) return static_cast<int>(role) - static_cast<int>(PageRole::Bw0);
+  return role == PageRole::Rgb ? kModeRgb : kAllModes;
+}
+
+PageLists makePageLists(const std::array<bool, kPageRoles>& available, std::int32_t destinationMode) {
+  PageLists lists;
+  for (std::int32_t mode = 0; mode < kModeCount; ++mode) {
+    std::vector<PageRole> wanted;
+    if (mode != kModeDirect) wanted.push_back(PageRole::Main);
+    if (mode <= kModeBwCopyAdaptive) wanted.push_back(static_cast<PageRole>(static_cast<int>(PageRole::Bw0) + mode));
+    if (mode == kModePalette) wanted.push_back(PageRole::Palette);
+    if (mode >= kModeGrey && mode <= kModeRgb) wanted.push_back(PageRole::Rgb);
+    if (destinationMode == ScanToView) wanted.push_back(PageRole::PostProcessing);
+    if (mode != kModeDirect) wanted.push_back(PageRole::Setup);
+    for (const PageRole role : wanted) {
+      if (available[static_cast<std::size_t>(role)]) lists[static_cast<std::size_t>(mode)].push_back(role);
+    }
+  }
+  return lists;
+}
+
+}  // namespace quillbay

@@ -1,0 +1,23 @@
+#pragma once
+#include <array>
+#include <vector>
+
+#include "params/scan_values.h"
+#include "quillbay/quillbay.h"
+
+namespace quillbay {
+
+/// The pages that a panel may have. Their order is the order in which they are made; a page's number names its store.
+enum class PageRole : int { Main, Setup, Bw0, Bw1, Bw2, Bw3, Bw4, Palette, Rgb, PostProcessing };
+inline constexpr int kPageRoles = 10;
+
+/// The help topic of a page.
+[[nodiscard]] const char* helpTopicOf(PageRole role) noexcept;
+/// The mode that a page is made with: 0-4 for the B/W pages, 7 for the RGB page, all modes for the others.
+[[nodiscard]] int createModeOf(PageRole role) noexcept;
+
+using PageLists = std::array<std::vector<PageRole>, kModeCount>;
+/// The pages of each scan mode in the order of their tabs, of those in `available`.
+[[nodiscard]] PageLists makePageLists(const std::array<bool, kPageRoles>& available, std::int32_t destinationMode);
+
+}  // namespace quillbay

@@ -1,0 +1,102 @@
+#pragma once
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "control/scan_session.h"
+#include "control/scan_steps.h"
+#include "params/scan_values.h"
+#include "platform/strip_stor.h"
+#include "quillbay/scan_buffer.h"
+
+class QObject;
+
+namespace quillbay {
+
+/// What a scan works from on the scanner's thread: a copy of everything that it needs, taken when it was started.
+struct ScanPlan {
+  SessionState kind = SessionState::Scanning;
+  ScanValues values;
+  std::string sizeText;                ///< the size macro's text in the person's unit
+  KxPtr<ISStripStor> destination, view;
+  IStraightening* straightening = nullptr;
+  bool mayReplace = false;
+  bool writesFile = false;             ///< the destination names a file
+};
+
+/// What the scanner said when it started.
+struct ScanStarted {
+  KxColorSpace colorSpace = KxColorSpace::None;
+  std::int64_t width = 0, lines = -1;
+  std::uint32_t dpi = 0;
+  std::string outputFile;
+  std::int32_t counter = 0, useAutoCounter = 0;
+  std::string refusal;                 ///< why the page cannot be written under the name that it would get
+};
+
+/// The scanner thread's side of a panel: names the output when the scan starts, routes stripes to the stores, and
+/// turns the end into posted commands. It touches no window and no shared parameter: what it learns waits here until
+/// the user-interface thread takes it.
+/// Threads: `arm`, `take...`, `disarm`, `waitIdle` on the user-interface thread; the notifications on the scanner's.
+class ScanRouter {
+ public:
+  ScanRouter(QObject* dialog, ScanSession* session) : m_dialog(dialog), m_session(session) {}
+
+  void arm(std::shared_ptr<const ScanPlan> plan);
+  /// Forgets the dialog: later notifications do nothing.
+  void disarm();
+  /// Waits until the armed scan has ended, at most `limit`. Answers whether it has.
+  bool waitIdle(std::chrono::milliseconds limit);
+
+  int onStarted(KxColorSpace colorSpace, std::int64_t width, std::int64_t lines, std::uint32_t dpi);
+  int onStripe(IScanBuffer* stripe, std::int64_t extra);
+  int onEnded(int status);
+
+  [[nodiscard]] ScanStarted takeStarted();
+  [[nodiscard]] std::deque<KxPtr<IScanBuffer>> takeStripes();
+  [[nodiscard]] std::int64_t lines() const noexcept { return m_lines.load(std::memory_order_relaxed); }
+  /// Process-wide progress position: advances by 10 with every stripe.
+  [[nodiscard]] static int progressPosition() noexcept;
+  static void resetProgress() noexcept;
+
+ private:
+  [[nodiscard]] std::shared_ptr<const ScanPlan> plan() const;
+  int deliver(const ScanPlan& plan, IScanBuffer* stripe);
+  void postProgress();
+  void post(int id, int code = 1, bool merge = false);
+
+  mutable std::mutex m_mutex;  // guards the next six
+  QObject* m_dialog;
+  ScanSession* m_session;
+  std::shared_ptr<const ScanPlan> m_plan;
+  ScanStarted m_started;
+  std::deque<KxPtr<IScanBuffer>> m_prescanStripes;
+  bool m_running = false;
+  std::condition_variable m_idle;
+  std::atomic<std::int64_t> m_lines{0};
+  std::chrono::steady_clock::time_point m_lastProgress{};  // scanner's thread only
+};
+
+/// The counted sink that units get: outlives a dialog that a hanging device would hold up.
+class ScanSinkForwarder final : public CKxUnknownImpl<IScanSink> {
+ public:
+  explicit ScanSinkForwarder(std::shared_ptr<ScanRouter> router) : m_router(std::move(router)) {}
+  int ScanEnded(int status) override { return m_router->onEnded(status); }
+  int QueryContinue() override { return 1; }
+  int ScanStarted(KxColorSpace colorSpace, std::int64_t width, std::int64_t lines, std::uint32_t dpi) override {
+    return m_router->onStarted(colorSpace, width, lines, dpi);
+  }
+  int StripeArrived(std::int64_t, IScanBuffer* stripe, std::int64_t extra) override {
+    return m_router->onStripe(stripe, extra);
+  }
+
+ private:
+  std::shared_ptr<ScanRouter> m_router;
+};
+
+}  // namespace quillbay

@@ -1,0 +1,41 @@
+#include "control/scan_steps.h"
+
+namespace quillbay {
+
+namespace {
+
+class NoDetection final : public IAreaDetection {
+ public:
+  int Detect(IParam*, int) override { return 1; }
+  bool AreaFound() const override { return false; }
+};
+
+class NoPalette final : public IPalettePrescan {
+ public:
+  bool IsNeeded() const override { return false; }
+  int Run(IParam*, int) override { return 1; }
+  void Forget() override {}
+};
+
+class NoTables final : public IColorTables {
+ public:
+  void Put(IParam*) override {}
+};
+
+class NoStraightening final : public IStraightening {
+ public:
+  void Begin(double) override {}
+  KxPtr<IScanBuffer> Pass(IScanBuffer* stripe, std::int64_t) override { return KxPtr<IScanBuffer>::share(stripe); }
+};
+
+NoDetection s_detection;
+NoPalette s_palette;
+NoTables s_tables;
+NoStraightening s_straightening;
+
+}  // namespace
+
+ScanSteps::ScanSteps()
+    : detection(&s_detection), palette(&s_palette), colors(&s_tables), straightening(&s_straightening) {}
+
+}  // namespace quillbay

@@ -1,0 +1,74 @@
+#pragma once
+#include <cstdint>
+
+#include "quillbay/param.h"
+#include "quillbay/scan_buffer.h"
+#include "quillbay/quillbay.h"
+
+namespace quillbay {
+
+/// The steps of a scan that a panel may have or not. Each is a seam of the controller: it asks in the same way
+/// whether or not the step is there, and a step that is not there answers that there is nothing to do.
+
+/// Finds the scan area before a scan.
+class IAreaDetection {
+ public:
+  virtual ~IAreaDetection() = default;
+  /// Looks for the document with the settings of `request`; `mask` -1 takes "m_dwAutodetect", otherwise bits of it.
+  /// Answers 1 to go on (the area may have been found, or detection is off), 0 when the person declined.
+  virtual int Detect(IParam* request, int mask) = 0;
+  /// Whether the last `Detect` found the area.
+  [[nodiscard]] virtual bool AreaFound() const = 0;
+};
+
+/// Computes the palette of a document in a prescan.
+class IPalettePrescan {
+ public:
+  virtual ~IPalettePrescan() = default;
+  /// Whether the current mode scans with a palette that has not been computed.
+  [[nodiscard]] virtual bool IsNeeded() const = 0;
+  /// Scans at `dpi` and puts the palette into the request. Answers 1, or 0 when it failed or was cancelled.
+  virtual int Run(IParam* request, int dpi) = 0;
+  virtual void Forget() = 0;
+};
+
+/// Computes colour tables from the adjustments in a request.
+class IColorTables {
+ public:
+  virtual ~IColorTables() = default;
+  /// Puts "SCAN_GAMMA" (256 `KXRGBQUAD`) into a request that holds "SCAN_BRIGHTNESS".
+  virtual void Put(IParam* request) = 0;
+};
+
+/// Straightens the stripes of a skewed scan, on the scanner's thread.
+class IStraightening {
+ public:
+  virtual ~IStraightening() = default;
+  /// Before a page, on the user-interface thread: the detected skew in radians.
+  virtual void Begin(double skew) = 0;
+  /// The stripe itself, a straightened one, or nothing yet; null flushes what is held back.
+  virtual KxPtr<IScanBuffer> Pass(IScanBuffer* stripe, std::int64_t extra) = 0;
+};
+
+/// Shows the whole-bed prescan and lets the area be drawn on it.
+class IPreviewPage {
+ public:
+  virtual ~IPreviewPage() = default;
+  /// Adds a prescan's stripe to the preview store. User-interface thread.
+  virtual void AddStripe(IScanBuffer* stripe) = 0;
+  virtual void Refresh() = 0;
+  virtual void Enable(int enable) = 0;
+  virtual HWND GetHwnd() = 0;
+};
+
+/// A panel's steps. What was not made stands on a step that does nothing.
+struct ScanSteps {
+  ScanSteps();
+  IAreaDetection* detection;
+  IPalettePrescan* palette;
+  IColorTables* colors;
+  IStraightening* straightening;
+  IPreviewPage* preview = nullptr;  ///< null: the panel has no preview page (also in direct mode)
+};
+
+}  // namespace quillbay
