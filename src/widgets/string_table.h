@@ -1,0 +1,25 @@
+#pragma once
+#include <string>
+
+namespace quillbay {
+
+/// Numbers of texts that people see.
+enum StringId : int {
+  kTextMillimetres = 115,
+  kTextInches = 116,
+  kTextOverwrite = 57612,  ///< "%s": the file
+  kTextBw = 57614,
+  kTextGreyScale = 57615,
+  kTextPalette = 57616,
+  kTextRgb = 57617,
+  kTextSizeAuto = 57618,
+  kTextSizeWidth = 57619,  ///< "%s": the width
+  kTextSizeBoth = 57620,   ///< "%s" twice: width and height
+  kTextMaskEmpty = 57622,
+};
+
+/// The text of a number in the person's language; empty when there is none. A help topic may follow between dollar
+/// signs.
+[[nodiscard]] std::string loadString(int id);
+
+}  // namespace quillbay
