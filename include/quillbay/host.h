@@ -1,0 +1,111 @@
+#pragma once
+/// A ready-made host for programs that have none of their own: an application object that answers everything the
+/// panel asks for, a sink for its script commands, and a policy for its questions.
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "quillbay/app.h"
+#include "quillbay/export.h"
+#include "quillbay/raster.h"
+#include "quillbay/scanner.h"
+
+namespace quillbay {
+
+/// What "IntClearAllRasters" does with the rasters that the host holds.
+enum class ClearPolicy { Keep, Ask, Discard };
+
+/// How much of the log goes to standard error.
+enum class HostLog { Quiet, Warnings, Info, Debug };
+
+/// Answers to questions when nobody sits before the program. What is not named here is answered with No, a retry
+/// question with giving up.
+struct AnswerPolicy {
+  bool overwrite = false;      ///< "File ... already exists. Overwrite?"
+  bool scanWholeImage = true;  ///< "Could not autodetect bounds, scan whole image?"
+};
+
+/// A message, as the host's program gets it.
+struct HostMessage {
+  EventKind kind = EventKind::Information;
+  EventButtons buttons = EventButtons::Ok;
+  int event = 0;                         ///< the number of an event (`kEventCannotWrite`), 0 for a plain message
+  std::string text;                      ///< without its help topic
+  std::string helpTopic;                 ///< "QBHelp:IDH_MaskEmpty"
+  std::string path;                      ///< the file or folder that an event is about; empty without one
+  EventAnswer answer = EventAnswer::Ok;  ///< what the policy answers
+};
+
+/// A document of the host: the pages of "IntAddRaster".
+struct HostDocument {
+  std::string file;  ///< the name that the panel gave it; empty without one
+  std::vector<KxPtr<IRStor>> pages;
+  bool saved = false;
+};
+
+struct HostOptions {
+  std::string productName = "Quillbay";
+  /// The running program's file; empty: found out. Its folder is the scanner manager's.
+  std::string modulePath;
+  /// Folder of the settings; empty: $XDG_CONFIG_HOME/quillbay.
+  std::string configFolder;
+  /// Folder of what a program can lose (the last scanner); empty: $XDG_STATE_HOME/quillbay.
+  std::string stateFolder;
+  /// False: saved settings are read, and nothing is ever written.
+  bool keepSettings = true;
+  /// True: messages are shown as windows, and questions asked. False: the policy answers.
+  bool interactive = true;
+  AnswerPolicy answers;
+  ClearPolicy clear = ClearPolicy::Keep;
+  HostLog log = HostLog::Warnings;
+  /// Takes every message in place of windows and of standard error, and answers it (`HostMessage::answer` is the
+  /// policy's). User-interface thread; already called while the application object is made.
+  std::function<EventAnswer(const HostMessage& message)> onMessage;
+  /// Takes every line that the panel notes (`IEvents::Note`), on whatever thread; empty: they go to the log.
+  std::function<void(const std::string& category, const std::string& text)> onNote;
+  /// Lets the person choose a scanner: stores what opens it and answers true, or false when the person gave up.
+  /// Empty: a simulated scanner, once, when none is known; otherwise giving up.
+  std::function<bool(IScanManager* manager, std::string* device)> chooseScanner;
+};
+
+/// The application object. It answers queries for `IAppInterior`, `IEvents`, `IProfile`, `IParam`, `IIOParams`,
+/// `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`, `IScannerChooser` and
+/// `IScriptCmdSink`. User-interface thread only, except what `IEvents` and `IIOParams` say.
+class IHostApp : public IApp {
+ public:
+  /// The window that messages belong to; may be null. The host must withdraw it before it goes.
+  virtual void SetMainWindow(QWidget* window) = 0;
+  virtual void SetAnswers(const AnswerPolicy& answers) = 0;
+  virtual void SetClearPolicy(ClearPolicy clear) = 0;
+  /// Told about every raster that came in ("IntAddRaster"); its page is the document's last.
+  virtual void SetRasterHandler(std::function<void(const HostDocument&)> handler) = 0;
+  /// Asked when the panel's holder wants to close ("KillCommand"): false keeps it open. Null: it may.
+  virtual void SetCloseHandler(std::function<bool()> handler) = 0;
+  [[nodiscard]] virtual std::vector<HostDocument> GetDocuments() = 0;
+  /// Sets an option of a file format for this run, over the saved one. Answers 1, or 0 with the reason, which lists
+  /// what is allowed, in `*why`.
+  virtual int SetFormatOption(std::string_view format, std::string_view key, std::string_view value,
+                              std::string* why) = 0;
+};
+
+/// A new application object. Needs a running QApplication, on its thread. A damaged settings file is set aside
+/// under a new name, with a message; the defaults hold then. Settings are written when the panel or its host saves
+/// them, and what was remembered of the scanner when the object goes.
+QUILLBAY_API KxPtr<IHostApp> New_HostApp(const HostOptions& options);
+
+/// Publishes the finished pages of a leftover ("NAME.part", or "NAME.part.N" when it was set aside) under NAME.
+/// Answers 1 and stores NAME in `*file`, or 0 with the reason in `*why`: no such file, no finished page in it, a
+/// running program writes it, or a file NAME is in the way and `mayReplace` is false.
+QUILLBAY_API int RecoverPart(const std::string& part, bool mayReplace, std::string* file, std::string* why);
+
+/// Reads a length as people type it: in the user's locale and also with a dot, with or without a unit
+/// ("25,4", "25.4 mm", "1 in", "1\"", "2 cm", "3 ft"); without one it is millimetres. Answers 1, or 0 when the text
+/// is no length.
+QUILLBAY_API int ParseLengthMm(std::string_view text, double* millimetres);
+
+/// The library's version, "0.1.0".
+[[nodiscard]] QUILLBAY_API const char* LibraryVersion();
+
+}  // namespace quillbay

@@ -1,0 +1,156 @@
+#include "host/host_app.h"
+
+#include <QApplication>
+
+#include "core/folders.h"
+#include "host/linear_unit.h"
+#include "host/std_papers.h"
+#include "platform/base_services.h"
+
+namespace quillbay {
+namespace {
+
+constexpr const char* kSourceSettings = "ScanManager\\Source";
+
+/// Stores the object's interface in `*out` when it is what is wanted.
+template <class I, class Object>
+bool answerWith(const std::type_info& wanted, const KxPtr<Object>& object, void** out) {
+  if (wanted != typeid(I) || !object) return false;
+  object->AddRef();
+  *out = static_cast<I*>(object.get());
+  return true;
+}
+
+LogLevel leastLevel(HostLog log) {
+  switch (log) {
+    case HostLog::Quiet: return LogLevel::Error;
+    case HostLog::Warnings: return LogLevel::Warning;
+    case HostLog::Info: return LogLevel::Info;
+    case HostLog::Debug: break;
+  }
+  return LogLevel::Debug;
+}
+
+HostOptions completed(HostOptions options) {
+  if (options.modulePath.empty()) options.modulePath = QCoreApplication::applicationFilePath().toStdString();
+  if (options.configFolder.empty()) options.configFolder = settingsFolder();
+  if (options.stateFolder.empty()) options.stateFolder = stateFolder();
+  return options;
+}
+
+KxPtr<IParam> section(IProfile* profile, const char* name) {
+  return KxPtr<IParam>::adopt(profile->GetSection(name, 0));
+}
+
+}  // namespace
+
+CHostProfile::CHostProfile(const std::string& configFolder, const std::string& stateFolder, bool keep,
+                           const StoreMessage& tell)
+    : m_tell(tell) {
+  const auto mode = keep ? JsonStore::Mode::ReadWrite : JsonStore::Mode::ReadOnly;
+  m_profile = KxPtr<IProfile>::adopt(
+      new Profile(openStore(fio::withDelimiter(configFolder) + "settings.json", mode, tell), tell));
+  m_state = openStore(fio::withDelimiter(stateFolder) + "state.json", mode, tell);
+}
+
+CHostProfile::~CHostProfile() { saveState(); }
+
+int CHostProfile::Flush() {
+  const bool state = saveState();
+  return m_profile->Flush() && state ? 1 : 0;
+}
+
+bool CHostProfile::saveState() {
+  try {
+    if (const auto damaged = m_state->save()) logLine(LogLevel::Warning, "quillbay.host", damaged->text());
+    return true;
+  } catch (const CXException& e) {
+    // It may be lost: a line in the log is enough.
+    logLine(LogLevel::Warning, "quillbay.host", e.what());
+    return false;
+  }
+}
+
+CHostApp::CHostApp(const HostOptions& options)
+    : m_options(completed(options)),
+      m_forwarder(KxPtr<CAppForwarder>::adopt(new CAppForwarder(this))),
+      m_events(KxPtr<CHostEvents>::adopt(new CHostEvents(m_options))) {
+  const auto tell = [events = m_events](const std::string& text) {
+    events->Message(static_cast<int>(EventKind::Information), text.c_str(), 0, static_cast<int>(EventButtons::Ok));
+  };
+  m_profile = KxPtr<CHostProfile>::adopt(
+      new CHostProfile(m_options.configFolder, m_options.stateFolder, m_options.keepSettings, tell));
+  m_io = KxPtr<CIOParams>::adopt(new CIOParams(section(m_profile.get(), "Formats").get(), GetProductName()));
+  m_styles = new_HostStyles();
+  m_papers = new_StdPapers(section(m_profile.get(), "Papers").get());
+  m_script = KxPtr<CHostScriptSink>::adopt(
+      new CHostScriptSink(m_events, KxPtr<IIOParams>(KxPtr<IIOParams>::share(m_io.get())), m_options.clear));
+}
+
+CHostApp::~CHostApp() { m_forwarder->clear(); }
+
+int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
+  if (wanted == typeid(IApp)) {
+    AddRef();
+    *out = static_cast<IApp*>(static_cast<IHostApp*>(this));
+    return 1;
+  }
+  if (wanted == typeid(IScanManager)) return answerWith<IScanManager>(wanted, scanManager(), out) ? 1 : 0;
+  if (wanted == typeid(IParam)) return answerWith<IParam>(wanted, m_profile->state(), out) ? 1 : 0;
+  if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
+      answerWith<IIOParams>(wanted, m_io, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
+      answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out)) {
+    return 1;
+  }
+  return CKxUnknownImpl::QueryInterface(wanted, out);
+}
+
+std::string CHostApp::GetProductName() { return m_options.productName + " " + LibraryVersion(); }
+
+void CHostApp::SetRasterHandler(std::function<void(const HostDocument&)> handler) {
+  m_script->setRasterHandler(std::move(handler));
+}
+
+int CHostApp::SetFormatOption(std::string_view format, std::string_view key, std::string_view value,
+                              std::string* why) {
+  return m_io->setOption(ListFormats(), format, key, value, why) ? 1 : 0;
+}
+
+int CHostApp::IsClosing() { return QCoreApplication::closingDown() ? 1 : 0; }
+
+int CHostApp::ChooseScanner(IScanManager* manager, std::string* device) {
+  if (!manager || !device) return 0;
+  if (m_options.chooseScanner) return m_options.chooseScanner(manager, device) ? 1 : 0;
+  if (m_offeredSimulated || manager->HasCurrent()) return 0;
+  m_offeredSimulated = true;
+  *device = "sim:";
+  m_events->Note("quillbay.host", "No scanner is known; the simulated one is used.");
+  return 1;
+}
+
+IParam* CHostApp::GetSyntax() {
+  auto syntax = new_MemParam();
+  const auto save = KxPtr<IParam>::adopt(syntax->GetSubStore("SaveAs", 1));
+  save->SetValue("FNAME", "file");
+  save->SetValue("_ignore_command_", "0|1");
+  return syntax.detach();
+}
+
+KxPtr<IScanManager> CHostApp::scanManager() {
+  if (m_manager) return m_manager;
+  m_manager = new_IScanManagerEx(m_forwarder.get(), 1);
+  const auto settings = KxPtr<IParam>::adopt(m_profile->state()->GetSubStore(kSourceSettings, 1));
+  m_manager->Initialise(fio::folderOf(m_options.modulePath), settings.get(), 0);
+  return m_manager;
+}
+
+KxPtr<IHostApp> New_HostApp(const HostOptions& options) {
+  setLogSink(nullptr, leastLevel(options.log));
+  Folders folders;
+  folders.settings = options.configFolder;
+  folders.state = options.stateFolder;
+  setFolders(folders);
+  return KxPtr<IHostApp>::adopt(new CHostApp(options));
+}
+
+}  // namespace quillbay

@@ -1,0 +1,126 @@
+#include "host/host_events.h"
+
+#include <QApplication>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QThread>
+#include <cstdio>
+
+#include "host/event_policy.h"
+#include "platform/base_services.h"
+
+namespace quillbay {
+namespace {
+
+std::string orEmpty(const char* text) { return text ? text : ""; }
+
+QMessageBox::StandardButtons boxButtons(EventButtons buttons) {
+  switch (buttons) {
+    case EventButtons::YesNo: return QMessageBox::Yes | QMessageBox::No;
+    case EventButtons::RetryCancel: return QMessageBox::Retry | QMessageBox::Cancel;
+    case EventButtons::Ok: break;
+  }
+  return QMessageBox::Ok;
+}
+
+EventAnswer showBox(QWidget* window, const HostMessage& message) {
+  QMessageBox box(window);
+  box.setIcon(message.kind == EventKind::Information ? QMessageBox::Information : QMessageBox::Question);
+  box.setText(QString::fromStdString(message.text));
+  box.setStandardButtons(boxButtons(message.buttons));
+  switch (box.exec()) {
+    case QMessageBox::Yes: return EventAnswer::Yes;
+    case QMessageBox::Retry: return EventAnswer::Retry;
+    default: break;
+  }
+  if (message.buttons == EventButtons::YesNo) return EventAnswer::No;
+  return message.buttons == EventButtons::RetryCancel ? EventAnswer::GiveUp : EventAnswer::Ok;
+}
+
+}  // namespace
+
+int CHostEvents::Note(const char* category, const char* text) {
+  const std::string name = category ? category : "quillbay";
+  if (m_onNote) {
+    m_onNote(name, orEmpty(text));
+  } else {
+    logLine(LogLevel::Info, name.c_str(), orEmpty(text));
+  }
+  return 1;
+}
+
+int CHostEvents::Subject(const char* path, const char* cause) {
+  m_path = orEmpty(path);
+  m_cause = orEmpty(cause);
+  return 1;
+}
+
+int CHostEvents::Finished(int pages) {
+  if (m_interactive && pages > 0) QApplication::beep();
+  return 1;
+}
+
+int CHostEvents::Event(int code, const char* detail, int buttons) {
+  const std::string path = std::exchange(m_path, {});
+  std::string cause = std::exchange(m_cause, {});
+  if (cause.empty()) cause = orEmpty(detail);
+  std::string text;
+  if (code == kEventCannotWrite) {
+    text =
+        formatText(Supp_Translate("Cannot write to %s"), {path.empty() ? Supp_Translate("the output file") : path});
+  } else {
+    text = formatText(Supp_Translate("Event %d"), {std::to_string(code)});
+    if (!path.empty()) text += " (" + path + ")";
+  }
+  if (!cause.empty()) text += ": " + cause;
+  HostMessage message = makeMessage(static_cast<int>(EventKind::Information), text.c_str(), buttons, m_answers);
+  // The path may hold a dollar sign, which would part the text as if a help topic followed.
+  message.text = text;
+  message.helpTopic.clear();
+  message.event = code;
+  message.path = path;
+  return deliver(message);
+}
+
+int CHostEvents::Message(int kind, const char* text, int /*flags*/, int buttons) {
+  return deliver(makeMessage(kind, text, buttons, m_answers));
+}
+
+int CHostEvents::deliver(const HostMessage& message) {
+  logLine(LogLevel::Info, "quillbay.host", "message: " + message.text);
+  EventAnswer answer = message.answer;
+  if (m_onMessage) {
+    answer = m_onMessage(message);
+  } else if (m_interactive) {
+    answer = showBox(m_window, message);
+  } else {
+    const std::string word = answerText(message);
+    const std::string line = message.text + (word.empty() ? "" : " [" + word + "]") + "\n";
+    std::fputs(line.c_str(), stderr);
+  }
+  return static_cast<int>(answer);
+}
+
+int CHostEvents::AskText(const char* prompt, int secret, std::string* answer) {
+  if (!m_interactive || !answer || !qApp) return 0;
+  bool accepted = false;
+  const auto ask = [&] {
+    const QString text = QInputDialog::getText(m_window, QApplication::applicationDisplayName(),
+                                               QString::fromUtf8(prompt ? prompt : ""),
+                                               secret ? QLineEdit::Password : QLineEdit::Normal, {}, &accepted);
+    if (accepted) *answer = text.toStdString();
+  };
+  if (QThread::currentThread() == qApp->thread()) {
+    ask();
+  } else {
+    QMetaObject::invokeMethod(qApp, ask, Qt::BlockingQueuedConnection);
+  }
+  return accepted ? 1 : 0;
+}
+
+void sayCannotWrite(IEvents* events, const std::string& path, const std::string& cause) {
+  events->Subject(path.c_str(), cause.c_str());
+  events->Event(kEventCannotWrite, nullptr, static_cast<int>(EventButtons::Ok));
+}
+
+}  // namespace quillbay

@@ -1,0 +1,47 @@
+#pragma once
+#include <QPointer>
+#include <QWidget>
+#include <functional>
+#include <string>
+
+#include "quillbay/host.h"
+
+namespace quillbay {
+
+/// The host's messages: to the program's handler, to windows when a person is there, otherwise to standard error,
+/// with the policy's answer. User-interface thread, except `Note` and `AskText`.
+class CHostEvents final : public CKxUnknownImpl<IEvents> {
+ public:
+  explicit CHostEvents(const HostOptions& options)
+      : m_interactive(options.interactive),
+        m_onMessage(options.onMessage),
+        m_onNote(options.onNote),
+        m_answers(options.answers) {}
+
+  int Note(const char* category, const char* text) override;
+  int Subject(const char* path, const char* cause) override;
+  int Finished(int pages) override;
+  int Event(int code, const char* detail, int buttons) override;
+  int Message(int kind, const char* text, int flags, int buttons) override;
+  int AskText(const char* prompt, int secret, std::string* answer) override;
+
+  void setMainWindow(QWidget* window) { m_window = window; }
+  [[nodiscard]] QWidget* mainWindow() const { return m_window; }
+  void setAnswers(const AnswerPolicy& answers) { m_answers = answers; }
+  [[nodiscard]] bool interactive() const { return m_interactive; }
+
+ private:
+  int deliver(const HostMessage& message);
+
+  const bool m_interactive;
+  const std::function<EventAnswer(const HostMessage&)> m_onMessage;
+  const std::function<void(const std::string&, const std::string&)> m_onNote;
+  AnswerPolicy m_answers;
+  QPointer<QWidget> m_window;
+  std::string m_path, m_cause;  // of the next event
+};
+
+/// Says that `path` cannot be written, and why, as event 9 does.
+void sayCannotWrite(IEvents* events, const std::string& path, const std::string& cause);
+
+}  // namespace quillbay

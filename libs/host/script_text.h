@@ -1,0 +1,23 @@
+#pragma once
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace quillbay {
+
+/// One command of a script.
+struct ScriptCommand {
+  int line = 0;      ///< from 1
+  std::string name;  ///< "/SaveAs"
+  /// In the order of the script; names as written, without their colon.
+  std::vector<std::pair<std::string, std::string>> arguments;
+  /// The argument of a name (without regard to case), or empty.
+  [[nodiscard]] std::string argument(std::string_view key) const;
+};
+
+/// Reads a script: a command a line, "/NAME KEY:value KEY:"value with blanks"". Lines end in LF or CR LF; empty
+/// ones are skipped. Throws CXException that names `file` and the line for what is no command.
+[[nodiscard]] std::vector<ScriptCommand> parseScript(std::string_view text, const std::string& file);
+
+}  // namespace quillbay

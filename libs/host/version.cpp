@@ -1,0 +1,7 @@
+#include "quillbay/host.h"
+
+namespace quillbay {
+
+const char* LibraryVersion() { return QUILLBAY_VERSION; }
+
+}  // namespace quillbay
