@@ -78,7 +78,7 @@ std::vector<std::uint8_t> expected(const Picture& p, int mode, const KXRGBQUAD* 
 }
 
 TEST(LinePipeline, MakesEveryModeFromEverySample) {
-  std::vector<KXRGBQUAD> rising(256), wavy(256);
+  std::vector<KXRGBQUAD> rising(256), wavy(256), *none = nullptr;
   for (std::size_t i = 0; i < 256; ++i) {
     rising[i] = {static_cast<std::uint8_t>(i / 2), static_cast<std::uint8_t>(i), static_cast<std::uint8_t>(i), 0};
     wavy[i] = {static_cast<std::uint8_t>(i * 3), static_cast<std::uint8_t>(255 - i), static_cast<std::uint8_t>(i),
@@ -89,7 +89,8 @@ TEST(LinePipeline, MakesEveryModeFromEverySample) {
   for (const DeviceSamples samples : kinds)
     for (const int mode : {0, 4, 5, 7})
       for (const int width : {1, 7, 8, 63, 64, 65, 127, 1001})
-        for (const KXRGBQUAD* curves : {static_cast<const KXRGBQUAD*>(nullptr), rising.data(), wavy.data()}) {
+        for (const auto* table : {none, &rising, &wavy}) {
+          const KXRGBQUAD* curves = table ? table->data() : nullptr;
           SCOPED_TRACE(::testing::Message()
                        << "samples " << static_cast<int>(samples) << " mode " << mode << " width " << width);
           const Picture picture = makePicture(samples, static_cast<std::size_t>(width), 5);
