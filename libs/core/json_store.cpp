@@ -10,7 +10,8 @@
 namespace quillbay {
 namespace {
 
-void logDamaged(const DamagedFile& damaged) { logLine(LogLevel::Warning, "quillbay.core", damaged.text()); }
+// Quietly: the caller gets it too, to tell the person once.
+void logDamaged(const DamagedFile& damaged) { logLine(LogLevel::Info, "quillbay.core", damaged.text()); }
 
 /// The tree that the file holds now, nothing without a file. Throws StoreFormatError when it is damaged.
 std::optional<ParamTree> readTree(const std::string& path) {

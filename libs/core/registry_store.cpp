@@ -8,8 +8,9 @@
 namespace quillbay {
 namespace {
 
-void tellAndLog(const StoreMessage& tell, const std::string& text) {
-  logLine(LogLevel::Error, "quillbay.core", text);
+/// Tells the person once: aloud in the log only where nobody listens.
+void tellOrLog(const StoreMessage& tell, const std::string& text) {
+  logLine(tell ? LogLevel::Info : LogLevel::Error, "quillbay.core", text);
   if (tell) tell(text);
 }
 
@@ -19,9 +20,9 @@ std::shared_ptr<JsonStore> openStore(const std::string& path, JsonStore::Mode mo
   auto store = std::make_shared<JsonStore>(path, mode);
   try {
     const auto damaged = store->load();
-    if (damaged && tell) tell(damaged->text());  // logged by the store
+    if (damaged) tellOrLog(tell, damaged->text());
   } catch (const CXException& e) {
-    tellAndLog(tell, e.what());
+    tellOrLog(tell, e.what());
   }
   return store;
 }
@@ -36,10 +37,10 @@ IParam* Profile::GetSection(std::string_view name, int create) {
 int Profile::Flush() {
   try {
     const auto damaged = m_store->save();
-    if (damaged && m_tell) m_tell(damaged->text());
+    if (damaged) tellOrLog(m_tell, damaged->text());
     return 1;
   } catch (const CXException& e) {
-    tellAndLog(m_tell, e.what());
+    tellOrLog(m_tell, e.what());
     return 0;
   }
 }

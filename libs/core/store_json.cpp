@@ -23,7 +23,7 @@ QByteArray bytesOf(std::string_view text) { return {text.data(), static_cast<qsi
 std::string textOf(const QByteArray& bytes) { return bytes.toStdString(); }
 
 [[noreturn]] void damaged(std::string_view where, std::string_view what) {
-  throw StoreFormatError(std::string(where).append(": ").append(what));
+  throw StoreFormatError((where.empty() ? "at the top" : std::string(where)).append(": ").append(what));
 }
 
 // --- writing

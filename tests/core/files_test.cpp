@@ -74,7 +74,9 @@ TEST(TestWritable, RefusesWhatCannotBeWrittenAndTouchesNothing) {
       std::string text;
       EXPECT_EQ(errorOf([&] { fio::testWritable(dir.file(c.path)); }, &text), c.want);
       EXPECT_NE(text.find(c.says), std::string::npos) << text;
-      if (c.want) EXPECT_NE(text.find(c.path), std::string::npos) << "names the file: " << text;
+      if (c.want) {
+        EXPECT_NE(text.find(c.path), std::string::npos) << "names the file: " << text;
+      }
     }
     EXPECT_EQ(errorOf([] { fio::testWritable(""); }), ENOENT);
   }

@@ -13,7 +13,9 @@
 #include <limits>
 
 #include "core/registry_store.h"
+#include "core/store_file.h"
 #include "core/store_json.h"
+#include "platform/base_services.h"
 #include "quillbay/errors.h"
 #include "support/ordinary_user.h"
 #include "support/temp_dir.h"
@@ -172,6 +174,24 @@ TEST(JsonStore, ProcessesThatSaveAtOnceLoseNothing) {
   EXPECT_EQ(dir.names(), Names{"settings.json"}) << "no lock and no temporary file stay";
 }
 
+TEST(JsonStore, TakesOverTheLockOfAProcessThatDied) {
+  const TempDir dir;
+  const std::string path = dir.file("settings.json");
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const StoreLock lock(path);
+    ::_exit(fio::exists(path + ".lock") ? 0 : 1);
+  }
+  int status = 0;
+  ASSERT_EQ(::waitpid(child, &status, 0), child);
+  ASSERT_EQ(status, 0);
+  ASSERT_TRUE(fio::exists(path + ".lock"));
+  Store store(path);
+  store.root()->SetValue("a", 1);
+  store.saved();
+  EXPECT_EQ(dir.names(), Names{"settings.json"});
+}
+
 TEST(JsonStore, DamagedFilesAreSetAside) {
   const std::string head = R"({"format": "quillbay-settings", "version": 1, )";
   struct Case {
@@ -234,7 +254,9 @@ TEST(JsonStore, WhatIsLostMeanwhileIsWrittenWhole) {
     store.root()->SetValue("b", 2);
     EXPECT_EQ(store.save().has_value(), *now != 0);
     EXPECT_EQ(Store(path).root()->GetKeys(), (Names{"a", "b"}));
-    if (*now) EXPECT_EQ(readFile(path + ".damaged-1"), now);
+    if (*now) {
+      EXPECT_EQ(readFile(path + ".damaged-1"), now);
+    }
   }
 }
 
