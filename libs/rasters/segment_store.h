@@ -1,0 +1,62 @@
+#pragma once
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+
+#include "rasters/raster_space.h"
+
+namespace quillbay {
+
+/// A growing row of segments of equal size. A segment never moves, and the table that finds it is never
+/// reallocated. Threads: one writer; readers of what the writer has published (by an atomic of its own) run beside
+/// it without a lock, except for the moment when a reader comes to a segment of the scratch file that nobody has
+/// read lately.
+class SegmentStore {
+ public:
+  /// `space` outlives the store. `segmentBytes` > 0.
+  SegmentStore(RasterSpace& space, std::size_t segmentBytes) : m_space(space), m_segmentBytes(segmentBytes) {}
+  ~SegmentStore();
+  SegmentStore(const SegmentStore&) = delete;
+  SegmentStore& operator=(const SegmentStore&) = delete;
+
+  [[nodiscard]] std::size_t segmentBytes() const noexcept { return m_segmentBytes; }
+  /// Grows to `count` segments, zeroed. Throws CXMemException; what there is stays.
+  void grow(std::uint64_t count);
+  /// A segment's bytes. Any thread.
+  [[nodiscard]] std::uint8_t* at(std::uint64_t segment) const;
+  /// Copies `count` bytes into a segment. Writer only. Throws CXMemException when the disk fails.
+  void write(std::uint64_t segment, std::size_t offset, const std::uint8_t* bytes, std::size_t count);
+  /// Says that the writer has come to a segment's end: it goes to the disk, if it belongs there.
+  void finished(std::uint64_t segment) noexcept;
+
+ private:
+  static constexpr std::size_t kBlock = 512;
+  static constexpr std::size_t kBlocks = 4096;
+  /// Segments of the scratch file whose pages stay mapped; the others stay in the system's cache only, so that the
+  /// process's own memory does not grow with the raster.
+  static constexpr std::size_t kResident = 8;
+
+  struct Segment {
+    RasterSpace::Piece piece;
+    std::atomic<bool> resident{false};
+  };
+  using Block = std::array<Segment, kBlock>;
+
+  [[nodiscard]] Segment& segment(std::uint64_t i) const noexcept {
+    return (*m_blocks[i / kBlock].load(std::memory_order_acquire))[i % kBlock];
+  }
+  void makeResident(Segment& s) const;
+
+  RasterSpace& m_space;
+  const std::size_t m_segmentBytes;
+  std::uint64_t m_count = 0;  // writer only
+  std::array<std::atomic<Block*>, kBlocks> m_blocks{};
+  mutable std::mutex m_residentMutex;
+  mutable std::deque<Segment*> m_resident;  // guarded by m_residentMutex, oldest first
+};
+
+}  // namespace quillbay

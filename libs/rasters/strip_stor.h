@@ -1,0 +1,41 @@
+#pragma once
+#include "rasters/raster_base.h"
+#include "rasters/segment_store.h"
+
+namespace quillbay {
+
+/// Lines of equal length (codes 4, 8, 16, 32, 64, 256 and 512), whole lines to a segment.
+class CStripStor final : public RasterBase {
+ public:
+  /// Throws CXMemException when there is no room for `height` lines.
+  CStripStor(KxColorSpace colorSpace, std::int32_t width, std::int32_t height, std::uint32_t dpi);
+
+  std::int64_t GetByteCount() override;
+  int readLine(std::int32_t line, std::int32_t x, std::int32_t count, void* buffer) override;
+  int writeLine(std::int32_t line, std::int32_t x, std::int32_t count, const void* buffer) override;
+  void appendStripe(IScanBuffer& stripe, std::int32_t lines) override;
+
+ protected:
+  void reserveLines(std::int32_t lines) override;
+  void blankLines(std::int32_t first, std::int32_t count) override;
+  void moveLine(std::int32_t from, std::int32_t to) override;
+  int drawLines(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress) override;
+
+ private:
+  /// Part of one segment: consecutive lines.
+  struct Piece {
+    std::uint64_t segment;
+    std::size_t offset;
+    std::int32_t lines;
+    bool ends;  ///< reaches the segment's end
+  };
+  [[nodiscard]] Piece pieceAt(std::int32_t line, std::int32_t most) const noexcept;
+  [[nodiscard]] std::uint8_t* lineAt(std::int32_t line) const;
+  void appendBytes(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines);
+
+  const std::size_t m_lineBytes;
+  const std::int32_t m_segmentLines;
+  SegmentStore m_store;
+};
+
+}  // namespace quillbay
