@@ -1,0 +1,49 @@
+#include "stores/view_nothing_stor.h"
+
+#include <algorithm>
+
+namespace quillbay {
+
+int CUnseenStor::QueryInterface(const std::type_info& wanted, void** out) {
+  return detail::answerQuery<ISStripStor>(this, wanted, out);
+}
+
+int CUnseenStor::AddStripe(IScanBuffer* stripe) {
+  if (!stripe) return 0;
+  KxSize size;
+  stripe->GetSize(&size);
+  const std::lock_guard lock(m_lock);
+  m_size = {size.width, m_size.height + size.height};
+  m_dpi = std::max(stripe->GetResolution(), 1U);
+  return 1;
+}
+
+void CUnseenStor::Reset() {
+  const std::lock_guard lock(m_lock);
+  m_size = {};
+}
+
+int CUnseenStor::Finish(IRStor** /*out*/, int /*minLines*/, int release) {
+  if (release != 0) Reset();
+  return 1;
+}
+
+void CUnseenStor::GetRect(double rect[4]) {
+  const std::lock_guard lock(m_lock);
+  rect[0] = rect[1] = 0;
+  rect[2] = m_size.width - 1;
+  rect[3] = m_size.height - 1;
+}
+
+void CUnseenStor::GetRectMM(double rect[4]) {
+  GetRect(rect);
+  const std::lock_guard lock(m_lock);
+  for (int i = 0; i < 4; ++i) rect[i] = rect[i] * kMmPerInch / m_dpi;
+}
+
+bool CUnseenStor::IsEmpty() {
+  const std::lock_guard lock(m_lock);
+  return m_size.height == 0;
+}
+
+}  // namespace quillbay
