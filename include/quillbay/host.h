@@ -17,7 +17,7 @@ namespace quillbay {
 /// What "IntClearAllRasters" does with the rasters that the host holds.
 enum class ClearPolicy { Keep, Ask, Discard };
 
-/// How much of the log goes to standard error.
+/// How much of the log goes to standard error; messages for a person are no part of it.
 enum class HostLog { Quiet, Warnings, Info, Debug };
 
 /// Answers to questions when nobody sits before the program. What is not named here is answered with No, a retry

@@ -59,6 +59,14 @@ class IQuillbayUnit : public IKxUnknown {
   virtual int GetCentring() = 0;
 };
 
+/// A unit whose device takes any resolution between two, beside the usual ones that it lists; queried from the
+/// unit.
+class IUnitResolutionRange : public IKxUnknown {
+ public:
+  /// Stores the bounds in dots per inch for a scan mode. Answers 1, or 0 when only the listed ones are taken.
+  virtual int GetRange(int mode, std::int32_t* least, std::int32_t* most) = 0;
+};
+
 class IQuillbayUnitEx : public IKxUnknown {
  public:
   /// Where the keys of the scanner go (`IQuillbaySink::DoCommand` 10-19); null withdraws it.

@@ -18,9 +18,9 @@ inline constexpr int kPageChanged = 1075;
 // Private commands, always posted, most with notification code 1.
 inline constexpr int kScannerKey = 6464;
 inline constexpr int kApplyParams = 6465;
-inline constexpr int kProgress = 6490;      ///< lines arrived, for hosts that show progress
-inline constexpr int kStarted = 6491;       ///< the scanner said what it will deliver
-inline constexpr int kWritten = 6492;       ///< the writer is through with the page
+inline constexpr int kProgress = 6490;  ///< lines arrived, for hosts that show progress
+inline constexpr int kStarted = 6491;   ///< the scanner said what it will deliver
+inline constexpr int kWritten = 6492;   ///< the writer is through with the page
 inline constexpr int kPrescanStripes = 6493;
 inline constexpr int kReady = 6497;
 inline constexpr int kRedrawPort = 6498;

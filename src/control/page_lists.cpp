@@ -16,7 +16,8 @@ const char* helpTopicOf(PageRole role) noexcept {
 }
 
 int createModeOf(PageRole role) noexcept {
-  if (role >= PageRole::Bw0 && role <= PageRole::Bw4) return static_cast<int>(role) - static_cast<int>(PageRole::Bw0);
+  if (role >= PageRole::Bw0 && role <= PageRole::Bw4)
+    return static_cast<int>(role) - static_cast<int>(PageRole::Bw0);
   return role == PageRole::Rgb ? kModeRgb : kAllModes;
 }
 
@@ -25,7 +26,8 @@ PageLists makePageLists(const std::array<bool, kPageRoles>& available, std::int3
   for (std::int32_t mode = 0; mode < kModeCount; ++mode) {
     std::vector<PageRole> wanted;
     if (mode != kModeDirect) wanted.push_back(PageRole::Main);
-    if (mode <= kModeBwCopyAdaptive) wanted.push_back(static_cast<PageRole>(static_cast<int>(PageRole::Bw0) + mode));
+    if (mode <= kModeBwCopyAdaptive)
+      wanted.push_back(static_cast<PageRole>(static_cast<int>(PageRole::Bw0) + mode));
     if (mode == kModePalette) wanted.push_back(PageRole::Palette);
     if (mode >= kModeGrey && mode <= kModeRgb) wanted.push_back(PageRole::Rgb);
     if (destinationMode == ScanToView) wanted.push_back(PageRole::PostProcessing);

@@ -7,7 +7,8 @@
 
 namespace quillbay {
 
-/// The pages that a panel may have. Their order is the order in which they are made; a page's number names its store.
+/// The pages that a panel may have. Their order is the order in which they are made; a page's number names its
+/// store.
 enum class PageRole : int { Main, Setup, Bw0, Bw1, Bw2, Bw3, Bw4, Palette, Rgb, PostProcessing };
 inline constexpr int kPageRoles = 10;
 

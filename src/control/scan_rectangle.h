@@ -6,17 +6,17 @@ namespace quillbay {
 
 /// What the scan rectangle is computed from; lengths in millimetres.
 struct ScanRectangleInput {
-  tagRRECT area;               ///< "m_rcScan"
-  int addWidthPercent = 0;     ///< widens the area by this percentage
+  tagRRECT area;            ///< "m_rcScan"
+  int addWidthPercent = 0;  ///< widens the area by this percentage
   double bedWidth = 900;
   double minWidth = 110;
-  bool centre = false;         ///< "m_fCenter"
-  bool fragment = false;       ///< the fragment is scanned, not the area
-  bool areaWasFound = false;   ///< the area comes from a detection that found it
+  bool centre = false;        ///< "m_fCenter"
+  bool fragment = false;      ///< the fragment is scanned, not the area
+  bool areaWasFound = false;  ///< the area comes from a detection that found it
 };
 
-/// The rectangle handed to the scanner: widened, held between the minimum width and the bed (the bed wins when it is
-/// the narrower one), centred or grown to both sides, and moved onto the bed. Top and bottom stay.
+/// The rectangle handed to the scanner: widened, held between the minimum width and the bed (the bed wins when it
+/// is the narrower one), centred or grown to both sides, and moved onto the bed. Top and bottom stay.
 [[nodiscard]] tagRRECT computeScanRectangle(const ScanRectangleInput& in) noexcept;
 
 /// The length rule: types 1 and 2 leave the length to the scanner (bottom = top).

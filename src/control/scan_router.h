@@ -10,6 +10,7 @@
 
 #include "control/scan_session.h"
 #include "control/scan_steps.h"
+#include "destinations/file_names.h"
 #include "params/scan_values.h"
 #include "platform/strip_stor.h"
 #include "quillbay/scan_buffer.h"
@@ -21,12 +22,13 @@ namespace quillbay {
 /// What a scan works from on the scanner's thread: a copy of everything that it needs, taken when it was started.
 struct ScanPlan {
   SessionState kind = SessionState::Scanning;
-  ScanValues values;
-  std::string sizeText;                ///< the size macro's text in the person's unit
+  NameContext names;  ///< with all scan parameters
   KxPtr<ISStripStor> destination, view;
   IStraightening* straightening = nullptr;
-  bool mayReplace = false;
-  bool writesFile = false;             ///< the destination names a file
+  bool mayReplace = false;         ///< the person agreed that the file of the prepared name is replaced
+  bool writesFile = false;         ///< the page goes to a file
+  bool publishAtEnd = true;        ///< as far as it is known when the page starts
+  std::int64_t expectedLines = 0;  ///< 0: unknown
 };
 
 /// What the scanner said when it started.
@@ -34,20 +36,21 @@ struct ScanStarted {
   KxColorSpace colorSpace = KxColorSpace::None;
   std::int64_t width = 0, lines = -1;
   std::uint32_t dpi = 0;
-  std::string outputFile;
-  std::int32_t counter = 0, useAutoCounter = 0;
-  std::string refusal;                 ///< why the page cannot be written under the name that it would get
+  bool writesFile = false;
+  OutputName output;  ///< where the page goes; refused with the reason when it can have no name
 };
 
 /// The scanner thread's side of a panel: names the output when the scan starts, routes stripes to the stores, and
-/// turns the end into posted commands. It touches no window and no shared parameter: what it learns waits here until
-/// the user-interface thread takes it.
-/// Threads: `arm`, `take...`, `disarm`, `waitIdle` on the user-interface thread; the notifications on the scanner's.
+/// turns the end into posted commands. It touches no window and no shared parameter: what it learns waits here
+/// until the user-interface thread takes it. Threads: `arm`, `take...`, `disarm`, `waitIdle` on the user-interface
+/// thread; the notifications on the scanner's.
 class ScanRouter {
  public:
   ScanRouter(QObject* dialog, ScanSession* session) : m_dialog(dialog), m_session(session) {}
 
   void arm(std::shared_ptr<const ScanPlan> plan);
+  /// The unit refused to run what was armed.
+  void cancelArmed();
   /// Forgets the dialog: later notifications do nothing.
   void disarm();
   /// Waits until the armed scan has ended, at most `limit`. Answers whether it has.
@@ -59,6 +62,8 @@ class ScanRouter {
 
   [[nodiscard]] ScanStarted takeStarted();
   [[nodiscard]] std::deque<KxPtr<IScanBuffer>> takeStripes();
+  /// Whether a prescan ended that wants the visible part prescanned; asks once.
+  [[nodiscard]] bool takePreviewRestart();
   [[nodiscard]] std::int64_t lines() const noexcept { return m_lines.load(std::memory_order_relaxed); }
   /// Process-wide progress position: advances by 10 with every stripe.
   [[nodiscard]] static int progressPosition() noexcept;
@@ -66,17 +71,20 @@ class ScanRouter {
 
  private:
   [[nodiscard]] std::shared_ptr<const ScanPlan> plan() const;
+  [[nodiscard]] ScanStarted describe(const ScanPlan& plan, KxColorSpace colorSpace, std::int64_t lines,
+                                     std::uint32_t dpi) const;
   int deliver(const ScanPlan& plan, IScanBuffer* stripe);
   void postProgress();
   void post(int id, int code = 1, bool merge = false);
 
-  mutable std::mutex m_mutex;  // guards the next six
+  mutable std::mutex m_mutex;  // guards the next seven
   QObject* m_dialog;
   ScanSession* m_session;
   std::shared_ptr<const ScanPlan> m_plan;
-  ScanStarted m_started;
+  quillbay::ScanStarted m_started;
   std::deque<KxPtr<IScanBuffer>> m_prescanStripes;
   bool m_running = false;
+  bool m_restartPreview = false;
   std::condition_variable m_idle;
   std::atomic<std::int64_t> m_lines{0};
   std::chrono::steady_clock::time_point m_lastProgress{};  // scanner's thread only

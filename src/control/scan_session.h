@@ -25,9 +25,9 @@ enum class SessionState : int { Idle, Waiting, Scanning, Finishing, BetweenPages
 
 /// What follows the end notification of a unit.
 struct ScanEndDecision {
-  bool postScanDone = false;      ///< 6502: hand the page to the destination
-  int scanDoneCode = 0;           ///< its notification code: 1 when stopped or failed
-  bool postBurstEnd = false;      ///< 6505
+  bool postScanDone = false;  ///< 6502: hand the page to the destination
+  int scanDoneCode = 0;       ///< its notification code: 1 when stopped or failed
+  bool postBurstEnd = false;  ///< 6505
   bool clearBatch = false;
   bool clearFragment = false;
   bool restartPreviewTimer = false;

@@ -2,8 +2,8 @@
 #include <cstdint>
 
 #include "quillbay/param.h"
-#include "quillbay/scan_buffer.h"
 #include "quillbay/quillbay.h"
+#include "quillbay/scan_buffer.h"
 
 namespace quillbay {
 

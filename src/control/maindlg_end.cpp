@@ -1,0 +1,207 @@
+#include "control/command_ids.h"
+#include "control/maindlg.h"
+#include "destinations/file_names.h"
+#include "destinations/page_end.h"
+#include "platform/base_services.h"
+#include "platform/file_channel.h"
+#include "platform/post_command.h"
+#include "stores/scan_to_file_stor.h"
+
+namespace quillbay {
+
+/// The scanner has said what it will deliver: the parameters get it, silently.
+void CMaindlg::onStarted() {
+  m_lastStart = m_router->takeStarted();
+  m_started = true;
+  {
+    const NotifyGuard guard;
+    ScanValues& v = quiet();
+    v.dpi = static_cast<std::int32_t>(m_lastStart.dpi);
+    v.colorSpace = m_lastStart.colorSpace;
+    if (m_lastStart.writesFile && !m_lastStart.output.refused) {
+      v.outputFile = m_lastStart.output.path;
+      v.counter = m_lastStart.output.counter;
+      v.useAutoCounter = m_lastStart.output.useAutoCounter;
+    }
+  }
+  if (m_lastStart.output.refused) {
+    showMessage(EventKind::Information, m_lastStart.output.why, EventButtons::Ok);
+    m_report.note(EndCause::Output);
+  }
+  if (m_session.state() != SessionState::Scanning && m_session.state() != SessionState::Finishing) return;
+  ScanStartInfo info;
+  info.width = m_lastStart.width;
+  info.expectedLines = m_lastStart.lines > 0 ? m_lastStart.lines : m_expectedLines > 0 ? m_expectedLines : -1;
+  info.dpi = m_lastStart.dpi;
+  info.colorSpace = m_lastStart.colorSpace;
+  info.file = m_lastStart.output.path;
+  m_report.started(info);
+}
+
+void CMaindlg::onProgress() {
+  const std::int64_t lines = m_router->lines();
+  const std::int64_t expected = m_lastStart.lines > 0 ? m_lastStart.lines : m_expectedLines;
+  if (m_session.isBusy()) m_status->setLines(lines, expected);
+  if (m_session.state() == SessionState::Scanning) m_report.lines(lines);
+}
+
+void CMaindlg::onPrescanStripes() {
+  for (const auto& stripe : m_router->takeStripes()) handlePrescanStripe(*stripe);
+}
+
+void CMaindlg::handlePrescanStripe(IScanBuffer& stripe) {
+  KxSize size;
+  stripe.GetSize(&size);
+  const ScanValues& v = values();
+  if (v.scanType == kAreaAutoWidth || v.scanType == kAreaFixedWidth) {
+    tagRRECT area = v.rcScan;
+    area.bottom += size.height * kMmPerInch / v.previewDpi;
+    m_params->set(scan_key::RcScan, area);
+  }
+  if (m_steps.preview) {
+    m_steps.preview->AddStripe(&stripe);
+  } else {
+    m_params->previewStore->AddStripe(&stripe);
+  }
+  m_prescanRows += size.height;
+  if (v.centring == kNeverCentres) return;
+  const double length = static_cast<double>(m_prescanRows) * kMmPerInch / v.previewDpi;
+  tagRRECT frame = v.rcPreview;
+  if (length - 0.001 <= frame.bottom) return;
+  const double down = length - frame.bottom;
+  frame.top += down;
+  frame.bottom += down;
+  m_params->set(scan_key::RcPreview, frame);
+}
+
+/// The page's end: ejects, and lets the writer finish. The panel stays alive meanwhile and refuses every start.
+void CMaindlg::onScanDone(int code) {
+  if (m_session.state() != SessionState::Finishing) return;
+  const int rewind = values().rewind;
+  if (m_session.batch() && (rewind == 0 || rewind == 1)) {
+    m_unit->Command(m_scanSink.get(), rewind + static_cast<int>(UnitCommand::UnloadForward));
+  }
+  const bool cancelled = code != 0;
+  if (cancelled) m_session.setBatch(false);
+  const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get());
+  if (cancelled || !outcome) {
+    finishPage(cancelled);
+    return;
+  }
+  if (auto* file = dynamic_cast<CScanToFileStor*>(m_params->destinationStore.get())) {
+    file->SetPublishAtEnd(!values().multiPage || !BatchContinues());
+  }
+  outcome->BeginFinish(
+      minimumPageLines(values()),
+      [](void* dialog) { PostCommand(static_cast<CMaindlg*>(dialog), command::kWritten, 1); }, this);
+}
+
+void CMaindlg::finishPage(bool cancelled) {
+  if (m_session.state() != SessionState::Finishing) return;
+  const bool fragment = m_session.fragment();
+  const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get());
+  const bool failed = outcome && !outcome->GetError().empty();
+  PageInfo info;
+  info.width = m_lastStart.width;
+  info.dpi = m_lastStart.dpi;
+  info.lines = m_router->lines();
+  if (outcome && !cancelled && !failed) {
+    info.file = outcome->GetFile();
+    info.lines = outcome->GetLines();
+    info.published = outcome->IsPublished() != 0;
+  }
+  const bool taken = m_destination->EndScan(cancelled ? 1 : 0) != 0 && !cancelled;
+  if (failed || (!taken && !cancelled)) {
+    m_report.note(EndCause::Output);
+    m_session.setBatch(false);
+  }
+  if (taken) {
+    m_report.openFile = info.published || info.file.empty() ? std::string() : info.file;
+    m_report.openPages = m_report.openFile.empty() ? 0 : m_report.openPages + 1;
+    m_report.pageFinished(info);
+  }
+  m_params->set(scan_key::CustomScanValid, 0);
+  m_session.setFragment(false);
+  m_params->viewStore->Reset();
+  m_status->setLines(-1, 0);
+  ScanRouter::resetProgress();
+  SetStatus(0);
+  if (!fragment && !values().bursting) ForgetPalette();
+
+  if (m_session.batch() && (m_stopAfterPage || m_report.hasAllWanted())) m_session.setBatch(false);
+  NextStep next = nextAfterPage(taken, values().bursting != 0, fragment, m_session.batch());
+  if (next == NextStep::Burst && m_stopAfterPage) next = NextStep::Nothing;
+  m_session.pageHandled(next != NextStep::Nothing);
+  if (next == NextStep::Burst) PostCommand(this, command::kBurstNext, 1);
+  if (next == NextStep::Batch) PostCommand(this, command::kBatchNext, 1);
+  if (next == NextStep::Nothing) {
+    if (cancelled) m_report.note(m_stopAsked ? EndCause::Stopped : EndCause::Device, unitFault());
+    onReady();
+  }
+}
+
+/// The device rests: pages come back, and a run without a next page is over.
+void CMaindlg::onReady() {
+  if (m_session.isBusy()) return;
+  SetStatus(0);
+  m_status->setLines(-1, 0);
+  enablePages(true);
+  updateButtons();
+  if (m_router->takePreviewRestart()) m_previewTimer.restart();
+  if (m_report.isRunning()) finishRun();
+}
+
+void CMaindlg::finishRun() {
+  if (!m_report.isRunning() || m_session.isBusy()) return;
+  reportStoreError();
+  if (m_session.burstActive()) BurstEnd();
+  m_session.setBatch(false);
+  m_params->set(scan_key::CustomScanValid, 0);
+  const UnitFault fault = unitFault();
+  if (!m_report.hasCause() && fault.code != UnitFaultCode::None) {
+    const bool media = fault.code == UnitFaultCode::NoDocuments;
+    // A feeder that ran empty after a page is how a batch ends.
+    const bool expected = media && m_report.pages() > 0;
+    if (m_stopAsked || fault.code == UnitFaultCode::Cancelled) {
+      m_report.note(EndCause::Stopped, fault);
+    } else {
+      m_report.note(media ? EndCause::Media : EndCause::Device, fault);
+      if (!expected) showMessage(EventKind::Information, fault.text, EventButtons::Ok);
+    }
+  } else if (m_report.hasCause() && m_report.cause() == EndCause::Device && !fault.text.empty()) {
+    showMessage(EventKind::Information, fault.text, EventButtons::Ok);
+  }
+  if (m_stopAsked) m_report.note(EndCause::Stopped);
+  publishOpenFile();
+  enablePages(true);
+  SetStatus(0);
+  m_report.end();
+  updateButtons();
+}
+
+/// Gives a multi-page file of this run that is still a part its final name.
+void CMaindlg::publishOpenFile() {
+  if (m_report.openFile.empty()) return;
+  const std::string file = std::exchange(m_report.openFile, {});
+  try {
+    PublishPart(file, m_report.openMayReplace);
+    m_report.published(file, m_report.openPages);
+  } catch (const CXException& e) {
+    m_report.note(EndCause::Output);
+    showMessage(EventKind::Information, e.what(), EventButtons::Ok);
+  }
+  m_report.openPages = 0;
+}
+
+void CMaindlg::reportStoreError() {
+  const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get());
+  const std::string error = outcome ? outcome->GetError() : std::string();
+  if (error.empty()) return;
+  m_report.note(EndCause::Output);
+  showMessage(EventKind::Information, error, EventButtons::Ok);
+  m_params->destinationStore->Reset();
+}
+
+std::string CMaindlg::GetNextFileName() const { return applyExistsRule(makeNameContext(*m_params)).path; }
+
+}  // namespace quillbay

@@ -1,0 +1,63 @@
+#include "control/panel_sink.h"
+
+#include "control/command_ids.h"
+#include "control/maindlg.h"
+#include "params/scan_key.h"
+#include "platform/post_command.h"
+
+namespace quillbay {
+
+int PanelSink::EnableViewSync(int enable) { return m_dialog ? m_dialog->EnableViewSync(enable) : kNoWindow; }
+
+int PanelSink::ApplyParams(IParam* params) { return m_dialog ? m_dialog->ApplyParams(params) : kNoWindow; }
+
+int PanelSink::DoCommand(int code) {
+  if (!m_dialog) return kNoWindow;
+  m_dialog->clearBatch();
+  switch (code) {
+    case 0: PostCommand(m_dialog, command::kScan, 1); break;
+    case 1: PostCommand(m_dialog, command::kStop, 1); break;
+    case 15: PostCommand(m_dialog, command::kAreaPrescan, 1); break;
+    default:
+      if (code >= 10 && code <= 19) PostCommand(m_dialog, command::kScannerKey, code);
+  }
+  return 1;
+}
+
+int PanelSink::SetParam(std::string_view key, const CKxVariant& value, std::string* why) {
+  return m_dialog ? m_dialog->SetParam(key, value, why) : 0;
+}
+
+int PanelSink::GetParam(std::string_view key, CKxVariant* out) {
+  return m_dialog ? m_dialog->GetParam(key, out) : 0;
+}
+
+std::vector<std::string> PanelSink::GetParamKeys() {
+  std::vector<std::string> names;
+  for (const AnyScanKey& key : allScanKeys()) names.emplace_back(nameOf(key));
+  return names;
+}
+
+int PanelSink::GetPageParams(IParam* out) { return m_dialog ? m_dialog->GetPageParams(out) : 0; }
+
+int PanelSink::Start(StartKind kind, int count) { return m_dialog ? m_dialog->Start(kind, count) : 0; }
+
+int PanelSink::Stop(StopKind kind) { return m_dialog ? m_dialog->StopRun(kind) : 0; }
+
+int PanelSink::Eject() { return m_dialog ? m_dialog->EjectDocument() : 0; }
+
+int PanelSink::IsBusy() { return m_dialog ? m_dialog->IsBusy() : 0; }
+
+std::string PanelSink::GetNextFileName() { return m_dialog ? m_dialog->GetNextFileName() : std::string(); }
+
+int PanelSink::Advise(IQuillbayEvents* events) { return m_dialog ? m_dialog->report().advise(events) : 0; }
+
+int PanelSink::Unadvise(IQuillbayEvents* events) { return m_dialog ? m_dialog->report().unadvise(events) : 0; }
+
+int PanelSink::SaveSettings() { return m_dialog ? m_dialog->SaveSettings() : 0; }
+
+IRStor* PanelSink::GetRaster() { return m_dialog ? m_dialog->viewRaster() : nullptr; }
+
+CRDirectTfm PanelSink::GetTransform() { return m_dialog ? m_dialog->viewTransform() : CRDirectTfm{}; }
+
+}  // namespace quillbay

@@ -1,0 +1,41 @@
+#pragma once
+#include "quillbay/control.h"
+#include "quillbay/quillbay.h"
+
+namespace quillbay {
+
+class CMaindlg;
+
+/// What a host holds of a panel: forwards to the dialog while it lives, and answers that there is no window
+/// afterwards. Commands are posted, so any thread may give them; everything else is the user-interface thread's.
+class PanelSink final : public CKxUnknownImpl<IQuillbaySink, IQuillbayControl, IRGetSource> {
+ public:
+  explicit PanelSink(CMaindlg* dialog) : m_dialog(dialog) {}
+  void dialogIsGone() noexcept { m_dialog = nullptr; }
+
+  int EnableViewSync(int enable) override;
+  int ApplyParams(IParam* params) override;
+  int DoCommand(int code) override;
+
+  int SetParam(std::string_view key, const CKxVariant& value, std::string* why) override;
+  int GetParam(std::string_view key, CKxVariant* out) override;
+  std::vector<std::string> GetParamKeys() override;
+  int GetPageParams(IParam* out) override;
+  int Start(StartKind kind, int count) override;
+  int Stop(StopKind kind) override;
+  int Eject() override;
+  int IsBusy() override;
+  std::string GetNextFileName() override;
+  int Advise(IQuillbayEvents* events) override;
+  int Unadvise(IQuillbayEvents* events) override;
+  int SaveSettings() override;
+
+  IRStor* GetRaster() override;
+  CRDirectTfm GetTransform() override;
+  int GetFlags() override { return 0; }
+
+ private:
+  CMaindlg* m_dialog;
+};
+
+}  // namespace quillbay

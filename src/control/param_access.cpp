@@ -1,0 +1,135 @@
+#include "control/param_access.h"
+
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "platform/base_services.h"
+
+namespace quillbay {
+
+namespace {
+
+std::string join(const std::vector<std::string>& words) {
+  std::string text;
+  for (const auto& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
+}
+
+std::string allowed(std::string_view key, const std::vector<std::string>& values) {
+  return std::string(key) + " takes: " + join(values);
+}
+
+std::string unknownKey(std::string_view key) {
+  std::vector<std::string> names;
+  for (const AnyScanKey& k : allScanKeys()) names.emplace_back(nameOf(k));
+  return "unknown scan parameter " + std::string(key) + "; there are: " + join(names);
+}
+
+std::string checkMode(IQuillbayUnit& unit, std::int32_t mode) {
+  if (mode >= 0 && mode <= kModeRgb && unit.HasMode(mode)) return {};
+  std::vector<std::string> modes;
+  for (std::int32_t m = 0; m <= kModeRgb; ++m) {
+    if (unit.HasMode(m)) modes.push_back(std::to_string(m) + " (" + modeName(m) + ")");
+  }
+  return allowed(scan_key::CurrMode.name, modes);
+}
+
+std::string checkDpi(IQuillbayUnit& unit, std::int32_t mode, std::int32_t dpi) {
+  std::vector<UnitResolution> list;
+  unit.GetResolutions(&list, mode);
+  std::vector<std::string> texts;
+  for (const auto& r : list) texts.push_back(std::to_string(r.dpi));
+  if (std::any_of(list.begin(), list.end(), [&](const auto& r) { return r.dpi == dpi; })) return {};
+  const auto range = query<IUnitResolutionRange>(&unit);
+  std::int32_t least = 0, most = 0;
+  if (range && range->GetRange(mode, &least, &most)) {
+    if (dpi >= least && dpi <= most) return {};
+    return "m_uiDPI takes " + std::to_string(least) + " to " + std::to_string(most) + " dpi";
+  }
+  return allowed(scan_key::Dpi.name, texts);
+}
+
+std::string checkFormat(const std::string& format) {
+  const bool fits = format.size() == 4 && format[0] == '%' && format[1] == '.' && format[2] >= '1' &&
+                    format[2] <= '8' && format[3] == 'd';
+  return fits ? std::string() : "m_CounterFormat takes %.Nd with N from 1 to 8";
+}
+
+std::string checkPaper(const CSharedScanParams& params, const std::string& name) {
+  std::vector<std::string> names;
+  for (const auto& paper : params.papers) {
+    if (sameKey(paper.name, name)) return {};
+    names.push_back(paper.name);
+  }
+  return allowed(scan_key::PaperName.name, names);
+}
+
+std::string checkInt(const CSharedScanParams& params, IQuillbayUnit& unit, std::string_view key, std::int32_t v) {
+  if (sameKey(key, scan_key::CurrMode.name)) return checkMode(unit, v);
+  if (sameKey(key, scan_key::Dpi.name)) return checkDpi(unit, params.values().currMode, v);
+  if (sameKey(key, scan_key::FileFate.name) && (v < 0 || v > 2)) {
+    return allowed(key, {"0 (increment)", "1 (overwrite)", "2 (ask)"});
+  }
+  if (sameKey(key, scan_key::ScanType.name)) {
+    if (v == kAreaAuto) return "m_eScanType 0 (Auto) is not available: this program has no area detection";
+    if (v < 0 || v > kAreaPaper) return allowed(key, {"1", "2", "3", "4"});
+  }
+  if (sameKey(key, scan_key::Units.name) && (v < 0 || v > 1)) return allowed(key, {"0 (mm)", "1 (inch)"});
+  return {};
+}
+
+std::string checkRect(std::string_view key, const tagRRECT& r) {
+  const bool finite =
+      std::isfinite(r.left) && std::isfinite(r.top) && std::isfinite(r.right) && std::isfinite(r.bottom);
+  if (finite && r.right > r.left && r.bottom >= r.top) return {};
+  return std::string(key) +
+         " takes left, top, right, bottom in millimetres, right beyond left, bottom not above top";
+}
+
+std::string setInt(CSharedScanParams& params, IQuillbayUnit& unit, const ScanKey<std::int32_t>& key,
+                   const CKxVariant& value) {
+  if (!value.get<std::int32_t>() && !value.get<double>()) return std::string(key.name) + " takes a whole number";
+  const std::int32_t number = value.toInt();
+  std::string why = checkInt(params, unit, key.name, number);
+  if (why.empty()) params.set(key, number);
+  return why;
+}
+
+std::string setText(CSharedScanParams& params, const ScanKey<std::string>& key, const CKxVariant& value) {
+  const auto* text = value.get<std::string>();
+  if (!text) return std::string(key.name) + " takes text";
+  std::string why;
+  if (sameKey(key.name, scan_key::CounterFormat.name)) why = checkFormat(*text);
+  if (sameKey(key.name, scan_key::PaperName.name)) why = checkPaper(params, *text);
+  if (why.empty()) params.set(key, *text);
+  return why;
+}
+
+std::string setRect(CSharedScanParams& params, const ScanKey<tagRRECT>& key, const CKxVariant& value) {
+  const auto* rect = value.get<tagRRECT>();
+  if (!rect) return std::string(key.name) + " takes left, top, right, bottom in millimetres";
+  std::string why = checkRect(key.name, *rect);
+  if (why.empty()) params.set(key, *rect);
+  return why;
+}
+
+}  // namespace
+
+std::string setScanParam(CSharedScanParams& params, IQuillbayUnit& unit, std::string_view key,
+                         const CKxVariant& value) {
+  const AnyScanKey* found = findScanKey(key);
+  if (!found) return unknownKey(key);
+  if (const auto* k = std::get_if<ScanKey<std::int32_t>>(found)) return setInt(params, unit, *k, value);
+  if (const auto* k = std::get_if<ScanKey<std::string>>(found)) return setText(params, *k, value);
+  return setRect(params, std::get<ScanKey<tagRRECT>>(*found), value);
+}
+
+int getScanParam(const ScanValues& values, std::string_view key, CKxVariant* out) {
+  const AnyScanKey* found = findScanKey(key);
+  if (!found) return 0;
+  *out = std::visit([&](const auto& k) { return CKxVariant(values.*k.member); }, *found);
+  return 1;
+}
+
+}  // namespace quillbay

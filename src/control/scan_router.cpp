@@ -1,0 +1,180 @@
+#include "control/scan_router.h"
+
+#include <string>
+#include <utility>
+
+#include "control/command_ids.h"
+#include "platform/base_services.h"
+#include "platform/post_command.h"
+#include "stores/scan_to_file_stor.h"
+
+namespace quillbay {
+
+namespace {
+std::atomic<int> s_progress{0};
+constexpr int kProgressPerStripe = 10;
+/// Hosts hear of new lines some twenty times a second.
+constexpr std::chrono::milliseconds kProgressInterval{50};
+constexpr int kFinished = 1, kStoppedOrFailed = 2;
+}  // namespace
+
+int ScanRouter::progressPosition() noexcept { return s_progress.load(std::memory_order_relaxed); }
+void ScanRouter::resetProgress() noexcept { s_progress.store(0, std::memory_order_relaxed); }
+
+void ScanRouter::arm(std::shared_ptr<const ScanPlan> plan) {
+  const std::lock_guard lock(m_mutex);
+  m_plan = std::move(plan);
+  m_started = {};
+  m_prescanStripes.clear();
+  m_running = true;
+  m_lines.store(0, std::memory_order_relaxed);
+}
+
+void ScanRouter::cancelArmed() {
+  const std::lock_guard lock(m_mutex);
+  m_plan.reset();
+  m_running = false;
+  m_idle.notify_all();
+}
+
+void ScanRouter::disarm() {
+  const std::lock_guard lock(m_mutex);
+  m_dialog = nullptr;
+  m_session = nullptr;
+  m_plan.reset();
+}
+
+bool ScanRouter::waitIdle(std::chrono::milliseconds limit) {
+  std::unique_lock lock(m_mutex);
+  return m_idle.wait_for(lock, limit, [this] { return !m_running; });
+}
+
+std::shared_ptr<const ScanPlan> ScanRouter::plan() const {
+  const std::lock_guard lock(m_mutex);
+  return m_plan;
+}
+
+void ScanRouter::post(int id, int code, bool merge) {
+  const std::lock_guard lock(m_mutex);
+  if (m_dialog) PostCommand(m_dialog, id, code, 0, merge);
+}
+
+ScanStarted ScanRouter::takeStarted() {
+  const std::lock_guard lock(m_mutex);
+  return m_started;
+}
+
+std::deque<KxPtr<IScanBuffer>> ScanRouter::takeStripes() {
+  const std::lock_guard lock(m_mutex);
+  return std::exchange(m_prescanStripes, {});
+}
+
+bool ScanRouter::takePreviewRestart() {
+  const std::lock_guard lock(m_mutex);
+  return std::exchange(m_restartPreview, false);
+}
+
+ScanStarted ScanRouter::describe(const ScanPlan& plan, KxColorSpace colorSpace, std::int64_t lines,
+                                 std::uint32_t dpi) const {
+  quillbay::ScanStarted started;
+  started.colorSpace = colorSpace;
+  started.lines = lines;
+  started.dpi = dpi;
+  started.writesFile = plan.writesFile;
+  const ScanValues& values = plan.names.values;
+  started.output.path = values.outputFile;
+  started.output.counter = values.counter;
+  started.output.useAutoCounter = values.useAutoCounter;
+  if (!plan.writesFile) return started;
+  NameContext names = plan.names;
+  names.values.colorSpace = colorSpace;
+  names.values.dpi = static_cast<std::int32_t>(dpi);
+  started.output = nameAtStart(names, values.outputFile);
+  return started;
+}
+
+int ScanRouter::onStarted(KxColorSpace colorSpace, std::int64_t width, std::int64_t lines, std::uint32_t dpi) {
+  const auto current = plan();
+  if (!current) return 0;
+  auto started = describe(*current, colorSpace, lines, dpi);
+  started.width = width;
+  if (auto* store = dynamic_cast<CScanToFileStor*>(current->destination.get());
+      store && current->kind == SessionState::Scanning && !started.output.refused) {
+    FileOutput output;
+    output.path = started.output.path;
+    output.multiPage = current->names.values.multiPage != 0;
+    output.publishAtEnd = current->publishAtEnd;
+    output.mayReplace = current->mayReplace;
+    output.expectedLines = lines > 0 ? lines : current->expectedLines;
+    store->SetOutput(output);
+  }
+  {
+    const std::lock_guard lock(m_mutex);
+    m_started = std::move(started);
+  }
+  post(command::kStarted);
+  return 1;
+}
+
+int ScanRouter::onStripe(IScanBuffer* stripe, std::int64_t extra) {
+  const auto current = plan();
+  if (!current) return 0;
+  s_progress.fetch_add(kProgressPerStripe, std::memory_order_relaxed);
+  const auto straight = current->straightening->Pass(stripe, extra);
+  return straight ? deliver(*current, straight.get()) : 1;
+}
+
+/// To the stores of the running kind. Answers 0 when the destination cannot take more: the unit ends the scan.
+int ScanRouter::deliver(const ScanPlan& plan, IScanBuffer* stripe) {
+  if (plan.kind == SessionState::Prescanning) {
+    {
+      const std::lock_guard lock(m_mutex);
+      m_prescanStripes.push_back(KxPtr<IScanBuffer>::share(stripe));
+    }
+    post(command::kPrescanStripes, 1, true);
+    return 1;
+  }
+  int taken = 1;
+  if (plan.kind == SessionState::Scanning) {
+    taken = plan.destination->AddStripe(stripe);
+    if (taken) {
+      KxSize size;
+      stripe->GetSize(&size);
+      m_lines.fetch_add(size.height, std::memory_order_relaxed);
+    }
+  }
+  if (taken) plan.view->AddStripe(stripe);
+  postProgress();
+  return taken;
+}
+
+void ScanRouter::postProgress() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - m_lastProgress < kProgressInterval) return;
+  m_lastProgress = now;
+  post(command::kProgress, 1, true);
+  post(command::kRedrawView, 1, true);
+}
+
+int ScanRouter::onEnded(int status) {
+  if (status != kFinished && status != kStoppedOrFailed) return 1;
+  const auto current = plan();
+  if (!current) return 1;
+  if (const auto rest = current->straightening->Pass(nullptr, 0)) deliver(*current, rest.get());
+  const std::lock_guard lock(m_mutex);
+  m_running = false;
+  m_plan.reset();
+  int answer = 1;
+  if (m_dialog && m_session) {
+    const auto decision = m_session->scanEnded(status, current->destination->IsEmpty());
+    m_restartPreview = m_restartPreview || decision.restartPreviewTimer;
+    answer = decision.answer;
+    PostCommand(m_dialog, command::kReady, 1);
+    if (decision.postBurstEnd) PostCommand(m_dialog, command::kBurstEnd, 1);
+    if (decision.postScanDone) PostCommand(m_dialog, command::kScanDone, decision.scanDoneCode, 0);
+  }
+  m_idle.notify_all();
+  return answer;
+}
+
+}  // namespace quillbay

@@ -1,0 +1,127 @@
+#include "params/shared_scan_params.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace quillbay {
+namespace {
+
+/// A store slot needs something in it; these tests put no stripe there.
+class IdleStor final : public ISStripStor {
+ public:
+  int IsAvailable() override { return 1; }
+  int AddStripe(IScanBuffer*) override { return 1; }
+  void Reset() override {}
+  int Finish(IRStor**, int, int) override { return 1; }
+  void Paint(IRasterDC*, const CRDirectTfm*) override {}
+  void GetRect(double*) override {}
+  void GetRectMM(double*) override {}
+  bool IsEmpty() override { return true; }
+};
+KxPtr<ISStripStor> idleStore() { return KxPtr<ISStripStor>::adopt(new IdleStor); }
+
+/// Writes down what it hears, and does something on the way.
+class Listener {
+ public:
+  Listener(std::string name, std::vector<std::string>& log) : m_name(std::move(name)), m_log(log), m_sink(this) {}
+  void listen(CSharedScanParams& params) { m_sink.Subscribe(params.connectionPoint()); }
+  void leave() { m_sink.Unsubscribe(); }
+  std::function<void(const std::string&)> onChanging;
+
+ private:
+  class Sink final : public TSinkImpl<IChangeParams, Listener> {
+   public:
+    using TSinkImpl::TSinkImpl;
+    int OnParamChanging(const char* key) override {
+      owner()->m_log.push_back(owner()->m_name + "1 " + key);
+      if (owner()->onChanging) owner()->onChanging(key);
+      return 0;
+    }
+    int OnParamChanged(const char* key) override {
+      owner()->m_log.push_back(owner()->m_name + "2 " + key);
+      return 0;
+    }
+  };
+  std::string m_name;
+  std::vector<std::string>& m_log;
+  Sink m_sink;
+};
+
+class SharedScanParams : public testing::Test {
+ protected:
+  KxPtr<CSharedScanParams> params = CSharedScanParams::acquire(nullptr, &idleStore);
+  std::vector<std::string> log;
+};
+
+TEST_F(SharedScanParams, ABroadcastHasTwoPassesInTheOrderOfSubscription) {
+  Listener a("a", log), b("b", log);
+  a.listen(*params);
+  b.listen(*params);
+  params->set(scan_key::Dpi, 300);
+  EXPECT_EQ(log, (std::vector<std::string>{"a1 m_uiDPI", "b1 m_uiDPI", "a2 m_uiDPI", "b2 m_uiDPI"}));
+  log.clear();
+  params->setIfChanged(scan_key::Dpi, 300);
+  EXPECT_TRUE(log.empty()) << "nothing changed";
+}
+
+TEST_F(SharedScanParams, AWriteWithinABroadcastIsStoredSilently) {
+  Listener a("a", log);
+  a.listen(*params);
+  a.onChanging = [&](const std::string&) { params->set(scan_key::CurrMode, 5); };
+  params->set(scan_key::Units, 0);
+  EXPECT_EQ(log, (std::vector<std::string>{"a1 m_nUnits", "a2 m_nUnits"}));
+  EXPECT_EQ(params->values().currMode, 5);
+  EXPECT_EQ(params->NotifyParam("m_CurrMode"), 1) << "the guard is clear again";
+}
+
+TEST_F(SharedScanParams, TheGuardIsOfItsThreadAndSurvivesAThrow) {
+  Listener a("a", log);
+  a.listen(*params);
+  {
+    const NotifyGuard guard;
+    EXPECT_EQ(params->NotifyParam("m_Dir"), 48);
+    bool elsewhere = true;
+    std::thread([&] { elsewhere = NotifyGuard::isSet(); }).join();
+    EXPECT_FALSE(elsewhere);
+  }
+  EXPECT_TRUE(log.empty());
+  a.onChanging = [](const std::string&) { throw std::runtime_error("a handler failed"); };
+  EXPECT_THROW(params->set(scan_key::Mask, "plan"), std::runtime_error);
+  a.onChanging = nullptr;
+  log.clear();
+  params->set(scan_key::Mask, "plan");
+  EXPECT_EQ(log.size(), 2U);
+}
+
+TEST_F(SharedScanParams, ASubscriberThatLeftInBetweenIsSkipped) {
+  Listener a("a", log), b("b", log);
+  a.listen(*params);
+  b.listen(*params);
+  a.onChanging = [&](const std::string&) { b.leave(); };
+  params->set(scan_key::Counter, 1);
+  EXPECT_EQ(log, (std::vector<std::string>{"a1 m_nCounter", "a2 m_nCounter"}));
+}
+
+TEST_F(SharedScanParams, IsOneForTheProcessAndKnowsItsThread) {
+  params->set(scan_key::Dpi, 1234);
+  const auto again = CSharedScanParams::acquire(nullptr, &idleStore);
+  EXPECT_EQ(again->values().dpi, 1234) << "a second panel sees what the first one left";
+  EXPECT_TRUE(CSharedScanParams::onUserInterfaceThread());
+  bool elsewhere = true;
+  std::thread([&] { elsewhere = CSharedScanParams::onUserInterfaceThread(); }).join();
+  EXPECT_FALSE(elsewhere);
+}
+
+TEST_F(SharedScanParams, KeysAreFoundWithoutRegardToCase) {
+  EXPECT_EQ(allScanKeys().size(), 26U);
+  ASSERT_NE(findScanKey("M_UIdpi"), nullptr);
+  EXPECT_STREQ(nameOf(*findScanKey("M_UIdpi")), "m_uiDPI");
+  EXPECT_EQ(findScanKey("m_uiDP"), nullptr);
+}
+
+}  // namespace
+}  // namespace quillbay
