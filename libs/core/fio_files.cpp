@@ -107,7 +107,7 @@ std::string systemFolderOf(const std::string& path) {
 namespace fio {
 
 void createFolder(const std::string& folder) {
-  if (folder.empty()) fail("The folder \"%s\" cannot be created: %s", folder, ENOENT);
+  if (folder.empty()) return;  // the current one, as `folderOf` has it for a bare name
   for (std::size_t end = 0; end != std::string::npos;) {
     end = folder.find('/', end + 1);
     const std::string step = folder.substr(0, end);
@@ -144,7 +144,7 @@ void testWritable(const std::string& path) {
 
 std::int64_t freeSpace(const std::string& folder) noexcept {
   struct statvfs volume {};
-  if (::statvfs(folder.c_str(), &volume) != 0 || volume.f_blocks == 0)
+  if (::statvfs(folder.empty() ? "." : folder.c_str(), &volume) != 0 || volume.f_blocks == 0)
     return -1;  // pseudo file systems have no blocks
   std::int64_t bytes = 0;
   const bool tooMany = __builtin_mul_overflow(volume.f_bavail, volume.f_frsize, &bytes);

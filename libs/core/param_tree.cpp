@@ -90,12 +90,12 @@ ParamTree takeTree(IParam* set, ObjectValues objects) {
   return tree;
 }
 
-bool sameValue(const CKxVariant& a, const CKxVariant& b) noexcept {
+bool sameValue(const CKxVariant& a, const CKxVariant& b) {
   if (a.value().index() != b.value().index()) return false;
   return std::visit([&b](const auto& x) { return same(x, *b.get<std::decay_t<decltype(x)>>()); }, a.value());
 }
 
-bool sameTree(const ParamTree& a, const ParamTree& b) noexcept {
+bool sameTree(const ParamTree& a, const ParamTree& b) {
   if (a.values.size() != b.values.size() || a.stores.size() != b.stores.size()) return false;
   return std::all_of(a.values.begin(), a.values.end(),
                      [&b](const auto& entry) {

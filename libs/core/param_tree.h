@@ -34,9 +34,9 @@ enum class ObjectValues : int { Leave, Take };
 [[nodiscard]] ParamTree takeTree(IParam* set, ObjectValues objects);
 
 /// Equal type and value, doubles bit for bit (so that a NaN equals itself).
-[[nodiscard]] bool sameValue(const CKxVariant& a, const CKxVariant& b) noexcept;
+[[nodiscard]] bool sameValue(const CKxVariant& a, const CKxVariant& b);
 /// Equal names (without regard to case), values and nested trees, in whatever order.
-[[nodiscard]] bool sameTree(const ParamTree& a, const ParamTree& b) noexcept;
+[[nodiscard]] bool sameTree(const ParamTree& a, const ParamTree& b);
 
 /// `theirs` with everything on top that changed from `base` to `mine`: per key, what was set differently is set,
 /// what went is removed. A nested tree that went takes along what `base` knew of it and goes when nothing else is

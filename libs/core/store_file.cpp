@@ -89,7 +89,7 @@ void writeStoreFile(const std::string& path, const std::string& bytes) {
 
 std::string setStoreFileAside(const std::string& path) {
   for (std::int64_t number = 1;; ++number) {
-    const std::string aside = path + ".damaged-" + toText(number);
+    std::string aside = path + ".damaged-" + toText(number);
     try {
       fio::publish(path, aside, false);
       return aside;

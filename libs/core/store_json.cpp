@@ -122,7 +122,7 @@ std::vector<double> numbersOf(const QJsonValue& value, qsizetype count, std::str
   const QJsonArray array = value.toArray();
   if (array.size() != count) damaged(where, "not the right count of numbers");
   std::vector<double> numbers;
-  for (const QJsonValue& number : array) numbers.push_back(numberOf(number, where));
+  for (const QJsonValue number : array) numbers.push_back(numberOf(number, where));
   return numbers;
 }
 
@@ -156,19 +156,23 @@ QJsonArray listOf(const QJsonObject& object, const QString& key, std::string_vie
   return list.toArray();
 }
 
+std::string below(std::string_view where, std::string_view name) {
+  return std::string(where).append("/").append(name);
+}
+
 ParamTree treeOf(const QJsonObject& object, const std::string& where) {
   ParamTree tree;
-  for (const QJsonValue& value : listOf(object, kValues, where)) {
+  for (const QJsonValue value : listOf(object, kValues, where)) {
     const QJsonObject entry = value.toObject();
     std::string key;
     if (!takeText(entry, QStringLiteral("key"), where, &key)) damaged(where, "a value without a key");
-    tree.setValue(key, valueOf(entry, where + "/" + key));
+    tree.setValue(key, valueOf(entry, below(where, key)));
   }
-  for (const QJsonValue& value : listOf(object, kStores, where)) {
+  for (const QJsonValue value : listOf(object, kStores, where)) {
     const QJsonObject entry = value.toObject();
     std::string name;
     if (!takeText(entry, QStringLiteral("name"), where, &name)) damaged(where, "a nested set without a name");
-    tree.store(name) = treeOf(entry, where + "/" + name);
+    tree.store(name) = treeOf(entry, below(where, name));
   }
   return tree;
 }

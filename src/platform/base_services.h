@@ -34,7 +34,8 @@ namespace fio {
 void createFolder(const std::string& folder);
 [[nodiscard]] bool exists(const std::string& path) noexcept;
 [[nodiscard]] bool isFolder(const std::string& path) noexcept;
-/// The text after which a path's file name begins: a slash or a backslash.
+/// What stands before a path's file name, with the slash or backslash at its end; empty for a bare name, which
+/// means the current folder here and in the functions that take a folder. `folderOf` + `fileNameOf` is the path.
 [[nodiscard]] std::string folderOf(std::string_view path);
 [[nodiscard]] std::string fileNameOf(std::string_view path);
 /// With its leading dot; empty when there is none.

@@ -120,6 +120,8 @@ TEST(CreateFolder, MakesParentsAndNamesWhatIsInTheWay) {
 
 TEST(FreeSpace, IsUnknownWhereThereIsNone) {
   EXPECT_GT(fio::freeSpace(TempDir().path() + "/.."), 0);
+  EXPECT_EQ(fio::freeSpace(fio::folderOf("bare name")), fio::freeSpace("."));
+  EXPECT_NO_THROW(fio::createFolder(fio::folderOf("bare name")));
   EXPECT_EQ(fio::freeSpace("/proc"), -1);
   EXPECT_EQ(fio::freeSpace("/no/such/folder"), -1);
 }

@@ -127,15 +127,6 @@ TEST(Log, WritesFromTheLeastLevelUpAndOutlivesAFailingSink) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "quillbay.store: warning: slow disk\n");
 }
 
-TEST(Environment, IsInjectable) {
-  setEnvironment({[] { return std::string("ada"); }, [] { return std::int64_t{86400}; }});
-  EXPECT_EQ(userName(), "ada");
-  EXPECT_EQ(now(), 86400);
-  setEnvironment({});
-  EXPECT_FALSE(userName().empty());
-  EXPECT_GT(now(), 1'700'000'000);
-}
-
 TEST(Text, TranslatesThroughOneFunction) {
   SetTranslator([](std::string_view english) {
     return english == "no such file or folder" ? std::string("fehlt") : std::string(english);
