@@ -44,7 +44,7 @@ class Form : public CDialog {
     return true;
   }
   std::vector<Got> take() {
-    QCoreApplication::processEvents();
+    for (int round = 0; round < 3; ++round) QCoreApplication::processEvents();  // what a handler posts comes later
     return std::exchange(got, {});
   }
   std::vector<Got> got;

@@ -1,0 +1,15 @@
+#include "destinations/destination_factory.h"
+
+#include "destinations/scan_to_view.h"
+
+namespace quillbay {
+
+std::unique_ptr<CScanTo> makeDestination(const DestinationContext& context) {
+  switch (context.mode) {
+    case ScanToFile:
+    case ScanToView: return std::make_unique<CScanToView>(context);
+    default: return nullptr;
+  }
+}
+
+}  // namespace quillbay

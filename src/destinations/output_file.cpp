@@ -1,0 +1,101 @@
+#include "destinations/output_file.h"
+
+#include "destinations/disk_space.h"
+#include "destinations/file_names.h"
+#include "platform/base_services.h"
+#include "platform/file_channel.h"
+#include "widgets/string_table.h"
+
+namespace quillbay {
+
+namespace {
+
+constexpr const char* kCategory = "quillbay.store";
+
+bool mayOverwrite(IEvents* events, const std::string& path) {
+  if (!events) return false;
+  const std::string question = formatText(loadString(kTextOverwrite), {path});
+  return events->Message(static_cast<int>(EventKind::Question), question.c_str(), 0,
+                         static_cast<int>(EventButtons::YesNo)) == static_cast<int>(EventAnswer::Yes);
+}
+
+/// False, after event 9, when a running program writes the file.
+bool setAsideLeftover(IEvents* events, const std::string& path) {
+  try {
+    const std::string aside = SetAsideLeftover(path);
+    if (aside.empty()) return true;
+    const std::string text =
+        formatText(Supp_Translate("A scan of %s was interrupted earlier. What it had finished was kept as %s."),
+                   {path, aside});
+    logLine(LogLevel::Warning, kCategory, text);
+    if (events)
+      events->Message(static_cast<int>(EventKind::Information), text.c_str(), 0,
+                      static_cast<int>(EventButtons::Ok));
+    return true;
+  } catch (const CXException& e) {
+    signalCannotWrite(events, path, e.what());
+    return false;
+  }
+}
+
+/// Takes over what the rule gave, with the broadcasts of what changed.
+void adopt(CSharedScanParams& params, const OutputName& name) {
+  params.setIfChanged(scan_key::Counter, name.counter);
+  params.setIfChanged(scan_key::UseAutoCounter, name.useAutoCounter);
+  params.quiet().outputFile = name.path;
+}
+
+}  // namespace
+
+void signalCannotWrite(IEvents* events, const std::string& path, const std::string& cause) {
+  logLine(LogLevel::Error, kCategory, cause);
+  if (!events) return;
+  events->Subject(path.c_str(), cause.c_str());
+  events->Event(kEventCannotWrite, nullptr, static_cast<int>(EventButtons::Ok));
+}
+
+bool checkWritable(IEvents* events, const std::string& path) {
+  try {
+    fio::createFolder(fio::folderOf(path));
+    fio::testWritable(path);
+    return true;
+  } catch (const CXException& e) {
+    signalCannotWrite(events, path, e.what());
+    return false;
+  }
+}
+
+PreparedFile PrepareOutputFile(CSharedScanParams& params, IEvents* events, bool ownPart) {
+  const NameContext context = makeNameContext(params);
+  OutputName name = applyExistsRule(context);
+  const bool asks = name.refused && name.exists;
+  params.quiet().outputFile = name.path;
+  if (name.refused && !asks) {
+    signalCannotWrite(events, name.path, name.why);
+    return {};
+  }
+  if (!checkWritable(events, name.path)) return {};
+  if (asks && !mayOverwrite(events, name.path)) return {};
+  adopt(params, name);
+  if (!ownPart && !setAsideLeftover(events, name.path)) return {};
+  return {true, !params.values().multiPage && (asks || params.values().fileFate == kFateOverwrite)};
+}
+
+bool checkSpace(const ScanValues& values, IEvents* events, bool interactive) {
+  const std::string folder = fio::folderOf(values.outputFile);
+  const SpaceVerdict verdict = judgeSpace(folder, fio::freeSpace(folder), expectedBytes(values));
+  if (verdict.fate == SpaceVerdict::Enough) return true;
+  if (verdict.fate == SpaceVerdict::Full) {
+    signalCannotWrite(events, values.outputFile, verdict.text);
+    return false;
+  }
+  logLine(LogLevel::Warning, kCategory, verdict.text);
+  if (!events) return true;
+  events->Note(kCategory, verdict.text.c_str());
+  if (interactive)
+    events->Message(static_cast<int>(EventKind::Information), verdict.text.c_str(), 0,
+                    static_cast<int>(EventButtons::Ok));
+  return true;
+}
+
+}  // namespace quillbay

@@ -1,0 +1,99 @@
+#include "destinations/path_rules.h"
+
+#include <algorithm>
+#include <string_view>
+
+#include "platform/base_services.h"
+
+namespace quillbay {
+
+namespace {
+
+constexpr std::string_view kReplaced = "\"*?<>|";
+constexpr std::size_t kMostNameBytes = 255 - std::string_view(".part").size();
+constexpr std::size_t kMostPathBytes = 4095;
+
+bool hasControl(const std::string& text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; });
+}
+
+/// Calls `visit` with each part between slashes and backslashes until it answers false.
+template <class Visit>
+void eachPart(std::string_view path, Visit visit) {
+  while (true) {
+    const auto end = path.find_first_of("/\\");
+    if (!visit(path.substr(0, end)) || end == std::string_view::npos) return;
+    path.remove_prefix(end + 1);
+  }
+}
+
+}  // namespace
+
+std::string folderProblem(const std::string& folder, const MacroList& macros) {
+  const std::string plain = macros.withoutTags(folder);
+  const auto bad = plain.find_first_of(kReplaced);
+  if (bad != std::string::npos)
+    return formatText(Supp_Translate("The folder \"%s\" cannot be used: it holds the character %s, which would be "
+                                     "replaced in file names. Choose another folder."),
+                      {folder, std::string(1, plain[bad])});
+  if (hasControl(folder))
+    return formatText(Supp_Translate("The folder \"%s\" cannot be used: its name holds an invisible control "
+                                     "character. Choose another folder."),
+                      {folder});
+  return {};
+}
+
+std::string maskProblem(const std::string& mask) {
+  bool leavesFolder = false;
+  eachPart(mask, [&](std::string_view part) { return !(leavesFolder = part == ".."); });
+  if (leavesFolder)
+    return formatText(
+        Supp_Translate("The mask \"%s\" leads out of the output folder (\"..\"). Choose the folder in "
+                       "the folder field instead."),
+        {mask});
+  if (hasControl(mask))
+    return formatText(Supp_Translate("The mask \"%s\" holds an invisible control character. Remove it."), {mask});
+  return {};
+}
+
+std::string pathProblem(const std::string& path) {
+  if (path.size() > kMostPathBytes)
+    return formatText(
+        Supp_Translate("The path is %s bytes long; the system takes at most %s. Shorten the folder or "
+                       "the mask."),
+        {toText(static_cast<std::int64_t>(path.size())), toText(static_cast<std::int64_t>(kMostPathBytes))});
+  std::string tooLong;
+  eachPart(path, [&](std::string_view part) {
+    if (part.size() > kMostNameBytes) tooLong = part;
+    return tooLong.empty();
+  });
+  if (tooLong.empty()) return {};
+  return formatText(Supp_Translate("The name \"%s\" is %s bytes long; a file being written may have at most %s. "
+                                   "Shorten the mask."),
+                    {tooLong, toText(static_cast<std::int64_t>(tooLong.size())),
+                     toText(static_cast<std::int64_t>(kMostNameBytes))});
+}
+
+std::string replaceInvalid(std::string path) {
+  for (char& c : path)
+    if (kReplaced.find(c) != std::string_view::npos) c = '-';
+  return path;
+}
+
+std::optional<PastedPath> splitPastedPath(const std::string& text) {
+  const auto first = text.find_first_not_of(" \t\r\n");
+  if (first == std::string::npos) return std::nullopt;
+  std::string path = text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
+  const bool lostDelimiters = path.find('?') != std::string::npos;
+  const bool drive = path.size() > 2 && path[1] == ':' && (path[2] == '\\' || path[2] == '/');
+  const bool absolute = path[0] == '/' || path.starts_with("\\\\") || path.starts_with("~/") || drive;
+  if (!lostDelimiters && !absolute) return std::nullopt;
+  std::replace(path.begin(), path.end(), '?', '\\');
+  if (!lostDelimiters && fio::isFolder(fio::expandHome(path))) return PastedPath{path, {}};
+  const std::string name = fio::fileNameOf(path);
+  const std::string extension = fio::extensionOf(name);
+  return PastedPath{fio::folderOf(path), name.substr(0, name.size() - extension.size())};
+}
+
+}  // namespace quillbay

@@ -1,0 +1,278 @@
+#include "destinations/scan_to_view.h"
+
+#include <QClipboard>
+#include <QContextMenuEvent>
+#include <QFileDialog>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QMenu>
+#include <QSignalBlocker>
+#include <algorithm>
+#include <array>
+
+#include "destinations/file_names.h"
+#include "destinations/macro_list.h"
+#include "destinations/path_rules.h"
+#include "platform/base_services.h"
+#include "platform/post_command.h"
+#include "ui_scan_to_view.h"
+
+namespace quillbay {
+
+namespace {
+
+constexpr std::array kNamingKeys{
+    "m_Dir",        "m_Mask",     "m_nCounter",  "m_CounterFormat", "m_fUseAutoCounter",
+    "m_fMultiPage", "m_CurrMode", "m_fFileFate", "m_eScanType",     "m_PaperName",
+    "m_uiDPI",      "m_rcScan",   "m_nUnits"};
+
+void fill(QComboBox* combo, const History& history) {
+  const QSignalBlocker quiet(combo);
+  const QString text = combo->currentText();
+  combo->clear();
+  for (const std::string& item : history.items()) combo->addItem(QString::fromStdString(item));
+  combo->setEditText(text);
+}
+
+/// Shows a text, leaving the cursor of somebody who just typed it.
+void show(QComboBox* combo, const std::string& text) {
+  const QString wanted = QString::fromStdString(text);
+  if (combo->currentText() != wanted) combo->setEditText(wanted);
+}
+
+}  // namespace
+
+CScanToView::CScanToView(const DestinationContext& context)
+    : CDialog(context.parent),
+      m_mode(context.mode),
+      m_context(context),
+      m_params(*context.params),
+      m_form(std::make_unique<Ui::ScanToView>()) {
+  setUpForm();
+  const auto profile = query<IProfile>(m_params.app());
+  m_dirs.load(profile.get());
+  m_masks.load(profile.get());
+  fill(m_form->dir, m_dirs);
+  fill(m_form->mask, m_masks);
+  m_useFileOut = m_mode != ScanToView;
+  m_clock.setInterval(1000);
+  connect(&m_clock, &QTimer::timeout, this, [this] { refreshNextName(); });
+  m_changes.Subscribe(m_params.connectionPoint());
+  installStore();
+  showFields();
+}
+
+CScanToView::~CScanToView() {
+  m_changes.Unsubscribe();
+  saveHistories();
+}
+
+void CScanToView::setUpForm() {
+  m_form->setupUi(this);
+  attachControls();
+  m_form->useFileOut->setVisible(m_mode == ScanToView);
+  m_form->heading->setVisible(m_mode != ScanToView);
+  // Names differ by letter case; a field that completes them would write over what was typed.
+  for (QComboBox* combo : {m_form->dir, m_form->mask}) {
+    combo->setCompleter(nullptr);
+    combo->lineEdit()->installEventFilter(this);
+    combo->lineEdit()->setAccessibleName(combo->accessibleName());
+  }
+  m_form->dir->setToolTip(
+      QString::fromStdString(Supp_Translate("Folder for the files; \"~\" is your home folder")));
+  const std::string tags = tagList(makeNameContext(m_params));
+  m_form->mask->setToolTip(QString::fromStdString(
+      formatText(Supp_Translate("Beginning of the file names; these are replaced by their values:\n%s"), {tags})));
+}
+
+int CScanToView::paramChanged(const char* key) {
+  if (sameKey(key, "m_Dir")) show(m_form->dir, m_params.values().dir);
+  if (sameKey(key, "m_Mask")) show(m_form->mask, m_params.values().mask);
+  const bool naming = std::any_of(kNamingKeys.begin(), kNamingKeys.end(), [&](auto k) { return sameKey(k, key); });
+  // Later and merged: a load changes many values, and each look at the name asks the file system.
+  if (naming) PostCommand(this, kRefreshName, 0, 0, true);
+  return 1;
+}
+
+bool CScanToView::OnCommand(int id, int code, std::int64_t) {
+  switch (id) {
+    case kRefreshName: refreshNextName(); return true;
+    case kUseFileOut:
+      m_useFileOut = m_form->useFileOut->isChecked();
+      showFields();
+      return true;
+    case kBrowse: browse(); return true;
+    case kDir:
+    case kMask:
+      if (code == kCodeComboEdited) fieldEdited(id);
+      // The list's text is in the field only after the choice was handled.
+      if (code == kCodeSelected) PostCommand(this, id, kCodeComboEdited);
+      return true;
+    default: return false;
+  }
+}
+
+void CScanToView::fieldEdited(int id) {
+  if (id == kDir)
+    m_params.setIfChanged(scan_key::Dir, m_form->dir->currentText().toStdString());
+  else
+    m_params.setIfChanged(scan_key::Mask, m_form->mask->currentText().toStdString());
+  refreshNextName();
+}
+
+void CScanToView::showFields() {
+  m_form->useFileOut->setChecked(m_useFileOut);
+  for (QWidget* field :
+       std::initializer_list<QWidget*>{m_form->dir, m_form->browse, m_form->mask, m_form->nextName})
+    field->setEnabled(m_useFileOut);
+  show(m_form->dir, m_params.values().dir);
+  show(m_form->mask, m_params.values().mask);
+  refreshNextName();
+}
+
+void CScanToView::refreshNextName() {
+  const ScanValues& v = m_params.values();
+  if (namesTime(v) && m_useFileOut && !m_closed) {
+    if (!m_clock.isActive()) m_clock.start();
+  } else {
+    m_clock.stop();
+  }
+  QLineEdit* field = m_form->nextName;
+  if (v.dir.empty() || v.mask.empty()) {
+    field->clear();
+    field->setToolTip({});
+    return;
+  }
+  const OutputName name = applyExistsRule(nameSnapshot());
+  const bool asks = name.refused && name.exists;
+  const bool bad = name.refused && !asks;
+  const QString shown = QString::fromStdString(bad ? name.why : fio::fileNameOf(name.path));
+  if (field->text() != shown) field->setText(shown);
+  field->setCursorPosition(0);
+  std::string tip = bad ? name.why : name.path;
+  if (asks) tip += '\n' + Supp_Translate("This file exists; you will be asked before it is replaced.");
+  field->setToolTip(QString::fromStdString(tip));
+}
+
+NameContext CScanToView::nameSnapshot() const { return makeNameContext(m_params); }
+
+std::string CScanToView::nextFile() const { return applyExistsRule(nameSnapshot()).path; }
+
+std::string CScanToView::askFolder() {
+  const std::string start = fio::expandHome(m_params.values().dir);
+  if (m_context.chooseFolder) return m_context.chooseFolder(this, start);
+  return QFileDialog::getExistingDirectory(this, QString::fromStdString(Supp_Translate("Output folder")),
+                                           QString::fromStdString(start))
+      .toStdString();
+}
+
+void CScanToView::browse() {
+  if (applyFolder(askFolder())) showFields();
+}
+
+bool CScanToView::applyFolder(const std::string& folder) {
+  if (folder.empty()) return false;
+  const std::string why = folderProblem(folder, *MacroList::process(m_params.values()));
+  if (!why.empty()) {
+    tell(why);
+    return false;
+  }
+  m_params.setIfChanged(scan_key::Dir, folder);
+  return true;
+}
+
+bool CScanToView::pastePath(const std::string& text) {
+  const auto pasted = splitPastedPath(text);
+  if (!pasted) return false;
+  if (!applyFolder(pasted->folder)) return true;
+  if (!pasted->mask.empty()) m_params.setIfChanged(scan_key::Mask, pasted->mask);
+  showFields();
+  return true;
+}
+
+bool CScanToView::eventFilter(QObject* watched, QEvent* event) {
+  auto* edit = qobject_cast<QLineEdit*>(watched);
+  if (edit && event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste) &&
+      pastePath(QGuiApplication::clipboard()->text().toStdString()))
+    return true;
+  if (edit && event->type() == QEvent::ContextMenu)
+    return showPasteMenu(edit, static_cast<const QContextMenuEvent&>(*event));
+  return CDialog::eventFilter(watched, event);
+}
+
+bool CScanToView::showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event) {
+  const std::unique_ptr<QMenu> menu(edit->createStandardContextMenu());
+  if (auto* paste = menu->findChild<QAction*>(QStringLiteral("edit-paste"))) {
+    paste->disconnect(edit);
+    connect(paste, &QAction::triggered, this, [this, edit] {
+      if (!pastePath(QGuiApplication::clipboard()->text().toStdString())) edit->paste();
+    });
+  }
+  menu->exec(event.globalPos());
+  return true;
+}
+
+void CScanToView::remember() {
+  if (m_dirs.add(m_params.values().dir)) fill(m_form->dir, m_dirs);
+  if (m_masks.add(m_params.values().mask)) fill(m_form->mask, m_masks);
+}
+
+void CScanToView::saveHistories() {
+  if (m_closed) return;
+  m_closed = true;
+  m_clock.stop();
+  const auto profile = query<IProfile>(m_params.app());
+  m_dirs.save(profile.get());
+  m_masks.save(profile.get());
+}
+
+int CScanToView::LoadParams(IParam* params) {
+  m_useFileOut = m_mode != ScanToView || paramInt(params, "m_fUseFileOut", m_useFileOut ? 1 : 0) != 0;
+  m_params.set(scan_key::Dir, paramString(params, "m_Dir", m_params.values().dir));
+  m_params.set(scan_key::Mask, paramString(params, "m_Mask", m_params.values().mask));
+  showFields();
+  return 1;
+}
+
+int CScanToView::SaveParams(IParam* params) {
+  params->SetValue("m_Dir", m_params.values().dir);
+  params->SetValue("m_Mask", m_params.values().mask);
+  if (m_mode == ScanToView)
+    params->SetValue("m_fUseFileOut", m_useFileOut ? 1 : 0);
+  else
+    m_useFileOut = true;
+  return 1;
+}
+
+void CScanToView::Destroy() {
+  m_changes.Unsubscribe();
+  saveHistories();
+  hide();
+}
+
+int CScanToView::Enable(int enable) {
+  setEnabled(enable != 0);
+  return 1;
+}
+
+int CScanToView::Show(int command) {
+  setVisible(command != 0);
+  return 1;
+}
+
+void CScanToView::GetTargetText(std::string* out) { *out = buildOutputPath(nameSnapshot()); }
+
+KxPtr<IEvents> CScanToView::events() const { return query<IEvents>(m_params.app()); }
+
+bool CScanToView::isInteractive() const {
+  const auto interior = query<IAppInterior>(m_params.app());
+  return interior && interior->IsInteractive() != 0;
+}
+
+void CScanToView::tell(const std::string& text) {
+  logLine(LogLevel::Warning, "quillbay.store", text);
+  if (const auto host = events())
+    host->Message(static_cast<int>(EventKind::Information), text.c_str(), 0, static_cast<int>(EventButtons::Ok));
+}
+
+}  // namespace quillbay

@@ -1,0 +1,103 @@
+#pragma once
+#include <QTimer>
+#include <memory>
+
+#include "destinations/destination_factory.h"
+#include "destinations/file_destination.h"
+#include "destinations/history.h"
+#include "quillbay/connection_point.h"
+#include "widgets/dialog.h"
+
+class QComboBox;
+class QLineEdit;
+namespace Ui {
+class ScanToView;
+}
+
+namespace quillbay {
+
+/// The panel of Scan To File and Scan To View: folder, mask, and the name that the next page gets. Scan To File
+/// writes each page into a file while it is scanned; Scan To View hands it to the host, which may save it under the
+/// same kind of name.
+class CScanToView final : public CDialog,
+                          public CScanTo,
+                          public CKxUnknownImplStatic<IKxUnknown>,
+                          public IFileDestination {
+ public:
+  /// Numbers of the controls.
+  enum Control : int { kUseFileOut = 1301, kDir = 1302, kBrowse = 1303, kMask = 1304, kNextName = 1305 };
+
+  explicit CScanToView(const DestinationContext& context);
+  ~CScanToView() override;
+
+  int BeginScan() override;
+  int EndScan(int cancelled) override;
+  int LoadParams(IParam* params) override;
+  int SaveParams(IParam* params) override;
+  /// Saves the histories and hides the panel for good; the object goes with its owner.
+  void Destroy() override;
+  int Enable(int enable) override;
+  int Show(int command) override;
+  void GetTargetText(std::string* out) override;
+  HWND GetHwnd() override { return this; }
+
+  [[nodiscard]] bool writesFile() const override { return m_mode == ScanToFile; }
+  [[nodiscard]] bool mayReplace() const override { return m_mayReplace; }
+  [[nodiscard]] NameContext nameSnapshot() const override;
+  [[nodiscard]] std::string nextFile() const override;
+
+  bool OnCommand(int id, int code, std::int64_t value) override;
+  /// Shows the next file's name, or why there is none.
+  void refreshNextName();
+  /// A text pasted into the folder or mask field. Answers false when it is to be pasted as it is.
+  bool pastePath(const std::string& text);
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  class CIChangeParams final : public TSinkImpl<IChangeParams, CScanToView> {
+   public:
+    using TSinkImpl::TSinkImpl;
+    int OnParamChanging(const char*) override { return 1; }
+    int OnParamChanged(const char* key) override { return owner()->paramChanged(key); }
+  };
+  /// Posted: the next name is out of date.
+  static constexpr int kRefreshName = 1390;
+
+  void setUpForm();
+  int paramChanged(const char* key);
+  void showFields();
+  void fieldEdited(int id);
+  void browse();
+  /// Answers false when the folder is none, or was refused with a message.
+  bool applyFolder(const std::string& folder);
+  void remember();
+  void saveHistories();
+  void installStore();
+  [[nodiscard]] std::string askFolder();
+  [[nodiscard]] bool showPasteMenu(QLineEdit* edit, const class QContextMenuEvent& event);
+
+  [[nodiscard]] int finishFile(const KxPtr<ISStripStor>& store);
+  [[nodiscard]] int handToHost(KxPtr<IRStor> raster);
+  [[nodiscard]] int savePage();
+  [[nodiscard]] bool sendSave();
+  void advanceCounter();
+  void tell(const std::string& text);
+  [[nodiscard]] KxPtr<IEvents> events() const;
+  [[nodiscard]] bool isInteractive() const;
+
+  const eTarnwellMode m_mode;
+  const DestinationContext m_context;
+  CSharedScanParams& m_params;
+  std::unique_ptr<Ui::ScanToView> m_form;
+  CIChangeParams m_changes{this};
+  History m_dirs{"Dir"}, m_masks{"Mask"};
+  QTimer m_clock;  // runs while the name shows the time
+  bool m_useFileOut = true;
+  bool m_mayReplace = false;
+  bool m_closed = false;
+  std::string m_openPart;  // the multi-page file that the running batch goes on with
+};
+
+}  // namespace quillbay
