@@ -7,7 +7,7 @@ build="build-essential cmake ninja-build pkg-config ca-certificates git
   libsane-dev libtiff-dev libdeflate-dev libpng-dev zlib1g-dev libzstd-dev libgtest-dev"
 run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
 check="clang-format-16 clang-tidy-16 python3"
-tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps"
+tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales"
 
 missing=""
 for package in $build $run $check $tests; do

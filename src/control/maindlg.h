@@ -90,6 +90,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   bool takeUnit(IScan& scanner);
   void createForm();
   void createToolbar(QToolBar* toolbar);
+  [[nodiscard]] KxPtr<ISStripStor> makeDestinationStore(eTarnwellMode mode) const;
   void createPages();
   void loadSettings();
   void layoutPanel();

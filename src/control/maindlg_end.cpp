@@ -1,6 +1,6 @@
 #include "control/command_ids.h"
 #include "control/maindlg.h"
-#include "destinations/file_names.h"
+#include "destinations/file_destination.h"
 #include "destinations/page_end.h"
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
@@ -18,7 +18,7 @@ void CMaindlg::onStarted() {
     ScanValues& v = quiet();
     v.dpi = static_cast<std::int32_t>(m_lastStart.dpi);
     v.colorSpace = m_lastStart.colorSpace;
-    if (m_lastStart.writesFile && !m_lastStart.output.refused) {
+    if (!m_lastStart.output.refused) {
       v.outputFile = m_lastStart.output.path;
       v.counter = m_lastStart.output.counter;
       v.useAutoCounter = m_lastStart.output.useAutoCounter;
@@ -110,6 +110,9 @@ void CMaindlg::finishPage(bool cancelled) {
     info.lines = outcome->GetLines();
     info.published = outcome->IsPublished() != 0;
   }
+  quiet().batch = m_session.batch() ? 1 : 0;
+  // A stopped page's error would go with its store.
+  if (cancelled && failed) reportStoreError();
   const bool taken = m_destination->EndScan(cancelled ? 1 : 0) != 0 && !cancelled;
   if (failed || (!taken && !cancelled)) {
     m_report.note(EndCause::Output);
@@ -117,6 +120,7 @@ void CMaindlg::finishPage(bool cancelled) {
   }
   if (taken) {
     m_report.openFile = info.published || info.file.empty() ? std::string() : info.file;
+    m_report.openMayReplace = false;
     m_report.openPages = m_report.openFile.empty() ? 0 : m_report.openPages + 1;
     m_report.pageFinished(info);
   }
@@ -202,6 +206,9 @@ void CMaindlg::reportStoreError() {
   m_params->destinationStore->Reset();
 }
 
-std::string CMaindlg::GetNextFileName() const { return applyExistsRule(makeNameContext(*m_params)).path; }
+std::string CMaindlg::GetNextFileName() const {
+  const auto* files = dynamic_cast<const IFileDestination*>(m_destination.get());
+  return files ? files->nextFile() : std::string();
+}
 
 }  // namespace quillbay

@@ -5,6 +5,7 @@
 #include "control/command_ids.h"
 #include "control/maindlg.h"
 #include "control/scan_rectangle.h"
+#include "destinations/file_destination.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
 #include "stores/simple_stor.h"
@@ -81,6 +82,7 @@ void CMaindlg::Scan() {
 /// Everything before the paper moves. False when something refused; the panel is idle again then.
 bool CMaindlg::prepareScan(KxPtr<IParam>& request) {
   quiet().detectionText.clear();
+  quiet().batch = m_session.batch() ? 1 : 0;
   m_params->destinationStore->Reset();
   quiet().skew = 0;
   if (!ClearHostRasters()) {
@@ -158,16 +160,16 @@ bool CMaindlg::MediaCheck() {
 std::shared_ptr<ScanPlan> CMaindlg::makePlan(SessionState kind) const {
   auto plan = std::make_shared<ScanPlan>();
   plan->kind = kind;
-  plan->names = makeNameContext(*m_params);
+  const auto* files = dynamic_cast<const IFileDestination*>(m_destination.get());
+  plan->names = files ? files->nameSnapshot() : makeNameContext(*m_params);
   plan->destination = m_params->destinationStore;
   plan->view = m_params->viewStore;
   plan->straightening = m_steps.straightening;
   plan->expectedLines = m_expectedLines;
   const ScanValues& v = values();
-  plan->writesFile = kind == SessionState::Scanning && !v.outputFile.empty();
+  plan->writesFile = kind == SessionState::Scanning && files && files->writesFile();
+  plan->mayReplace = files && files->mayReplace();
   plan->publishAtEnd = !v.multiPage || !(m_session.batch() || m_session.burstActive());
-  // Whoever was asked about an existing file has agreed by now.
-  plan->mayReplace = v.fileFate == kFateOverwrite || (v.fileFate == kFateAsk && fio::exists(v.outputFile));
   return plan;
 }
 

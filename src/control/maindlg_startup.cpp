@@ -14,6 +14,8 @@
 #include "pages/main_settings.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
+#include "stores/scan_to_file_stor.h"
+#include "stores/simple_stor.h"
 #include "ui_maindlg.h"
 
 namespace quillbay {
@@ -79,7 +81,9 @@ int CMaindlg::StartUp() {
     quiet().hasScriptSyntax = static_cast<bool>(query<IScriptSyntaxParam>(m_params->app()));
     createForm();
     DestinationContext context;
+    context.mode = static_cast<eTarnwellMode>(values().mode);
     context.params = m_params;
+    context.makeStore = [this](eTarnwellMode mode) { return makeDestinationStore(mode); };
     context.controller = this;
     context.parent = m_destinationPlace;
     m_destination.reset(makeDestination(context).release());
@@ -111,6 +115,11 @@ int CMaindlg::StartUp() {
     logLine(LogLevel::Error, "quillbay.control", std::string("the panel could not start: ") + e.what());
     return 0;
   }
+}
+
+KxPtr<ISStripStor> CMaindlg::makeDestinationStore(eTarnwellMode mode) const {
+  if (mode != ScanToFile && mode != ScanToNet) return makeEmptyStore();
+  return KxPtr<ISStripStor>::adopt(new CScanToFileStor(m_params->app(), m_progress.get()));
 }
 
 void CMaindlg::createForm() {

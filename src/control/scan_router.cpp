@@ -80,12 +80,11 @@ ScanStarted ScanRouter::describe(const ScanPlan& plan, KxColorSpace colorSpace, 
   started.colorSpace = colorSpace;
   started.lines = lines;
   started.dpi = dpi;
-  started.writesFile = plan.writesFile;
   const ScanValues& values = plan.names.values;
   started.output.path = values.outputFile;
   started.output.counter = values.counter;
   started.output.useAutoCounter = values.useAutoCounter;
-  if (!plan.writesFile) return started;
+  if (plan.kind != SessionState::Scanning || values.outputFile.empty()) return started;
   NameContext names = plan.names;
   names.values.colorSpace = colorSpace;
   names.values.dpi = static_cast<std::int32_t>(dpi);

@@ -26,7 +26,7 @@ struct ScanPlan {
   KxPtr<ISStripStor> destination, view;
   IStraightening* straightening = nullptr;
   bool mayReplace = false;         ///< the person agreed that the file of the prepared name is replaced
-  bool writesFile = false;         ///< the page goes to a file
+  bool writesFile = false;         ///< the destination's store writes a file
   bool publishAtEnd = true;        ///< as far as it is known when the page starts
   std::int64_t expectedLines = 0;  ///< 0: unknown
 };
@@ -36,8 +36,7 @@ struct ScanStarted {
   KxColorSpace colorSpace = KxColorSpace::None;
   std::int64_t width = 0, lines = -1;
   std::uint32_t dpi = 0;
-  bool writesFile = false;
-  OutputName output;  ///< where the page goes; refused with the reason when it can have no name
+  OutputName output;  ///< the output file's name; refused with the reason when it can have none
 };
 
 /// The scanner thread's side of a panel: names the output when the scan starts, routes stripes to the stores, and
