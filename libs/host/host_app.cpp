@@ -23,13 +23,15 @@ bool answerWith(const std::type_info& wanted, const KxPtr<Object>& object, void*
 
 LogLevel leastLevel(HostLog log) {
   switch (log) {
-    case HostLog::Quiet: return LogLevel::Error;
+    case HostLog::Quiet: break;
     case HostLog::Warnings: return LogLevel::Warning;
     case HostLog::Info: return LogLevel::Info;
-    case HostLog::Debug: break;
+    case HostLog::Debug: return LogLevel::Debug;
   }
-  return LogLevel::Debug;
+  return LogLevel::Error;
 }
+
+void dropLine(LogLevel, const char*, std::string_view) {}
 
 HostOptions completed(HostOptions options) {
   if (options.modulePath.empty()) options.modulePath = QCoreApplication::applicationFilePath().toStdString();
@@ -145,7 +147,7 @@ KxPtr<IScanManager> CHostApp::scanManager() {
 }
 
 KxPtr<IHostApp> New_HostApp(const HostOptions& options) {
-  setLogSink(nullptr, leastLevel(options.log));
+  setLogSink(options.log == HostLog::Quiet ? dropLine : nullptr, leastLevel(options.log));
   Folders folders;
   folders.settings = options.configFolder;
   folders.state = options.stateFolder;

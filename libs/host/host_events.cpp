@@ -50,8 +50,7 @@ int CHostEvents::Note(const char* category, const char* text) {
 }
 
 int CHostEvents::Subject(const char* path, const char* cause) {
-  m_path = orEmpty(path);
-  m_cause = orEmpty(cause);
+  m_pending = {orEmpty(path), orEmpty(cause)};
   return 1;
 }
 
@@ -61,29 +60,31 @@ int CHostEvents::Finished(int pages) {
 }
 
 int CHostEvents::Event(int code, const char* detail, int buttons) {
-  const std::string path = std::exchange(m_path, {});
-  std::string cause = std::exchange(m_cause, {});
-  if (cause.empty()) cause = orEmpty(detail);
+  const Pending subject = std::exchange(m_pending, {});
+  const std::string cause = subject.cause.empty() ? orEmpty(detail) : subject.cause;
   std::string text;
-  if (code == kEventCannotWrite) {
-    text =
-        formatText(Supp_Translate("Cannot write to %s"), {path.empty() ? Supp_Translate("the output file") : path});
-  } else {
+  if (code != kEventCannotWrite) {
     text = formatText(Supp_Translate("Event %d"), {std::to_string(code)});
-    if (!path.empty()) text += " (" + path + ")";
+  } else if (subject.path.empty() || cause.find(subject.path) == std::string::npos) {
+    text = formatText(Supp_Translate("Cannot write to %s"),
+                      {subject.path.empty() ? Supp_Translate("the output file") : subject.path});
   }
-  if (!cause.empty()) text += ": " + cause;
-  HostMessage message = makeMessage(static_cast<int>(EventKind::Information), text.c_str(), buttons, m_answers);
-  // The path may hold a dollar sign, which would part the text as if a help topic followed.
-  message.text = text;
-  message.helpTopic.clear();
+  if (!text.empty() && !cause.empty()) text += ": ";
+  HostMessage message = makeMessage(static_cast<int>(EventKind::Information), "", buttons, m_answers);
+  message.text = text + cause;  // not parted at dollar signs: a path may hold some
   message.event = code;
-  message.path = path;
+  message.path = subject.path;
   return deliver(message);
 }
 
 int CHostEvents::Message(int kind, const char* text, int /*flags*/, int buttons) {
-  return deliver(makeMessage(kind, text, buttons, m_answers));
+  HostMessage message = makeMessage(kind, text, buttons, m_answers);
+  const Pending subject = std::exchange(m_pending, {});
+  if (!subject.cause.empty() && message.text.find(subject.cause) == std::string::npos) {
+    message.text += ": " + subject.cause;
+  }
+  message.path = subject.path;
+  return deliver(message);
 }
 
 int CHostEvents::deliver(const HostMessage& message) {

@@ -38,7 +38,10 @@ class CHostEvents final : public CKxUnknownImpl<IEvents> {
   const std::function<void(const std::string&, const std::string&)> m_onNote;
   AnswerPolicy m_answers;
   QPointer<QWidget> m_window;
-  std::string m_path, m_cause;  // of the next event
+  struct Pending {
+    std::string path, cause;
+  };
+  Pending m_pending;  // what the next event or message is about
 };
 
 /// Says that `path` cannot be written, and why, as event 9 does.

@@ -1,0 +1,183 @@
+#include "area.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "failure.h"
+#include "names.h"
+#include "quillbay/host.h"
+
+using quillbay::IParam;
+using quillbay::KxPtr;
+
+namespace {
+
+/// A bed may be this much smaller than what is asked of it; drivers round.
+constexpr double kBedTolerance = 1.0;
+/// Beds up to this length are flatbeds, whose whole bed is a sensible page.
+constexpr double kFlatbedLength = 500;
+enum AreaType : int { kTypeAutoWidth = 1, kTypeFixedWidth = 2, kTypeCustom = 3, kTypePaper = 4 };
+
+[[noreturn]] void refuse(const std::string& text, const std::string& what) {
+  throw Failure(kUsage, "--area \"" + text + "\": " + what);
+}
+
+double lengthOf(const std::string& text, const std::string& all) {
+  double mm = 0;
+  if (!quillbay::ParseLengthMm(text, &mm)) {
+    refuse(all, "\"" + text + "\" is no length; write 25.4, 25.4mm, 2.54cm or 1in");
+  }
+  return mm;
+}
+
+/// The text behind "kind:", or nothing when the text is of another kind.
+std::optional<std::string> behind(const std::string& text, const std::string& kind) {
+  const auto colon = text.find(':');
+  if (!names::same(text.substr(0, colon), kind)) return std::nullopt;
+  return colon == std::string::npos ? std::string() : text.substr(colon + 1);
+}
+
+quillbay::tagRRECT parseCustom(const std::string& list, const std::string& all) {
+  std::vector<double> edges;
+  for (std::size_t begin = 0; begin <= list.size();) {
+    const auto comma = std::min(list.find(',', begin), list.size());
+    edges.push_back(lengthOf(list.substr(begin, comma - begin), all));
+    begin = comma + 1;
+  }
+  if (edges.size() != 4) refuse(all, "a custom area has four edges: custom:LEFT,TOP,RIGHT,BOTTOM");
+  const quillbay::tagRRECT rect{edges[0], edges[1], edges[2], edges[3]};
+  if (rect.left < 0 || rect.top < 0) refuse(all, "an edge lies before the bed's corner");
+  if (!(rect.width() > 0) || !(rect.height() > 0)) refuse(all, "right and bottom must lie behind left and top");
+  return rect;
+}
+
+AreaChoice whole(int type, double width, double length) {
+  AreaChoice choice;
+  choice.type = type;
+  choice.rect = {0, 0, width, length};
+  return choice;
+}
+
+AreaChoice paperArea(const std::string& name, const std::vector<Paper>& papers, const Bed& bed,
+                     std::optional<bool> portrait, bool savedPortrait) {
+  const auto paper =
+      std::find_if(papers.begin(), papers.end(), [&](const Paper& p) { return names::same(p.name, name); });
+  if (paper == papers.end()) {
+    std::vector<std::string> all{"auto-width", "fixed-width", "custom:L,T,R,B"};
+    for (const Paper& p : papers) all.push_back(p.name);
+    refuse(name, "unknown paper or area; " + names::allowed(all, name, "--all-options"));
+  }
+  const auto width = [&](bool upright) { return upright ? paper->width : paper->height; };
+  const auto length = [&](bool upright) { return upright ? paper->height : paper->width; };
+  const auto fits = [&](bool upright) {
+    return width(upright) <= bed.width + kBedTolerance &&
+           (bed.length <= 0 || length(upright) <= bed.length + kBedTolerance);
+  };
+  const bool upright = portrait ? *portrait : (fits(savedPortrait) ? savedPortrait : !savedPortrait);
+  if (!fits(upright)) {
+    std::vector<std::string> fitting;
+    for (const Paper& p : papers) {
+      if (p.width <= bed.width + kBedTolerance && (bed.length <= 0 || p.height <= bed.length + kBedTolerance)) {
+        fitting.push_back(p.name);
+      }
+    }
+    refuse(name, sizeText(width(upright), length(upright)) + " is more than the bed of " +
+                     (bed.length > 0 ? sizeText(bed.width, bed.length) : sizeText(bed.width, 0)) +
+                     "; upright papers that fit: " + names::joined(fitting));
+  }
+  AreaChoice choice = whole(kTypePaper, std::min(width(upright), bed.width),
+                            bed.length > 0 ? std::min(length(upright), bed.length) : length(upright));
+  choice.paper = paper->name;
+  choice.portrait = upright;
+  return choice;
+}
+
+std::string numberText(double value) {
+  std::array<char, 32> buffer{};
+  const auto end =
+      std::to_chars(buffer.data(), buffer.data() + buffer.size(), value, std::chars_format::fixed, 1).ptr;
+  std::string text(buffer.data(), end);
+  if (text.ends_with(".0")) text.resize(text.size() - 2);
+  return text;
+}
+
+}  // namespace
+
+std::string sizeText(double width, double height) {
+  return numberText(width) + (height > 0 ? " x " + numberText(height) + " mm" : " mm wide");
+}
+
+AreaRequest parseArea(const std::string& text) {
+  AreaRequest request;
+  if (text.empty()) return request;
+  if (const auto edges = behind(text, "custom")) {
+    request.kind = AreaRequest::Kind::Custom;
+    request.rect = parseCustom(*edges, text);
+  } else if (const auto autoWidth = behind(text, "auto-width")) {
+    request.kind = AreaRequest::Kind::AutoWidth;
+    if (!autoWidth->empty()) refuse(text, "auto-width takes no width; use fixed-width:WIDTH");
+  } else if (const auto width = behind(text, "fixed-width")) {
+    request.kind = AreaRequest::Kind::FixedWidth;
+    if (!width->empty()) request.width = lengthOf(*width, text);
+    if (request.width && !(*request.width > 0)) refuse(text, "the width must be more than 0");
+  } else if (names::same(text, "auto")) {
+    refuse(text,
+           "finding the document by itself is not offered yet; use auto-width, fixed-width, custom or a paper");
+  } else {
+    request.kind = AreaRequest::Kind::Paper;
+    request.paper = text;
+  }
+  return request;
+}
+
+std::vector<Paper> listPapers(quillbay::IApp* app) {
+  std::vector<Paper> list;
+  const auto source = quillbay::query<quillbay::IStdPapersParam>(app);
+  const auto styles = quillbay::query<quillbay::IStyleManager>(app);
+  const auto papers = source ? KxPtr<IParam>::adopt(source->GetPapers()) : KxPtr<IParam>{};
+  if (!papers || !styles) return list;
+  for (const std::string& name : papers->GetSubStores()) {
+    const auto entry = KxPtr<IParam>::adopt(papers->GetSubStore(name, 0));
+    if (!quillbay::paramInt(entry.get(), "Used")) continue;
+    const auto size = quillbay::paramValue(entry.get(), "Size");
+    const auto* point = size.get<quillbay::tagRPOINT>();
+    const auto unit = KxPtr<quillbay::ILinearUnit>::adopt(
+        styles->GetLinearUnit(quillbay::paramString(entry.get(), "Units", "mm").c_str()));
+    if (!point || !unit) continue;
+    list.push_back({quillbay::paramString(entry.get(), "Name", name), point->x * unit->GetFactor(),
+                    point->y * unit->GetFactor()});
+  }
+  return list;
+}
+
+AreaChoice chooseArea(const AreaRequest& request, const std::vector<Paper>& papers, const Bed& bed,
+                      std::optional<bool> portrait, bool savedPortrait) {
+  switch (request.kind) {
+    case AreaRequest::Kind::None:
+      if (bed.length > 0 && bed.length <= kFlatbedLength) return whole(kTypeCustom, bed.width, bed.length);
+      return whole(kTypeAutoWidth, bed.width, bed.length > 0 ? bed.length : bed.width);
+    case AreaRequest::Kind::AutoWidth: return whole(kTypeAutoWidth, bed.width, bed.width);
+    case AreaRequest::Kind::FixedWidth: {
+      const double width = request.width.value_or(bed.width);
+      if (width > bed.width + kBedTolerance) {
+        refuse("fixed-width", sizeText(width, 0) + " is more than the bed, which is " + sizeText(bed.width, 0));
+      }
+      return whole(kTypeFixedWidth, std::min(width, bed.width), bed.width);
+    }
+    case AreaRequest::Kind::Custom: {
+      AreaChoice choice = whole(kTypeCustom, 0, 0);
+      choice.rect = request.rect;
+      if (choice.rect.right > bed.width + kBedTolerance ||
+          (bed.length > 0 && choice.rect.bottom > bed.length + kBedTolerance)) {
+        refuse("custom", "right and bottom end at " + sizeText(choice.rect.right, choice.rect.bottom) +
+                             ", outside the bed of " + sizeText(bed.width, bed.length));
+      }
+      choice.rect.right = std::min(choice.rect.right, bed.width);
+      if (bed.length > 0) choice.rect.bottom = std::min(choice.rect.bottom, bed.length);
+      return choice;
+    }
+    case AreaRequest::Kind::Paper: break;
+  }
+  return paperArea(request.paper, papers, bed, portrait, savedPortrait);
+}

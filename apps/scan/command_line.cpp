@@ -1,0 +1,132 @@
+#include "command_line.h"
+
+#include <algorithm>
+
+#include "failure.h"
+#include "names.h"
+#include "option_table.h"
+
+namespace {
+
+using Argument = OptionSpec::Argument;
+
+[[noreturn]] void refuse(const std::string& text) { throw Failure(kUsage, text); }
+
+std::vector<std::string> shownNames() {
+  std::vector<std::string> list;
+  for (const OptionSpec& spec : optionTable()) {
+    if (spec.group) list.push_back("--" + std::string(spec.name));
+  }
+  return list;
+}
+
+const OptionSpec& findLong(const std::string& name) {
+  const auto table = optionTable();
+  std::vector<const OptionSpec*> found;
+  std::vector<std::string> candidates;
+  for (const OptionSpec& spec : table) {
+    const std::string_view own = spec.name;
+    if (own == name) return spec;
+    if (spec.group && own.starts_with(name) && !name.empty()) {
+      found.push_back(&spec);
+      candidates.push_back("--" + std::string(own));
+    }
+  }
+  if (found.size() == 1) return *found.front();
+  if (!found.empty()) refuse("\"--" + name + "\" is not unique: " + names::joined(candidates));
+  refuse("unknown option \"--" + name + "\"; " + names::allowed(shownNames(), "--" + name, "--help"));
+}
+
+const OptionSpec& findShort(char letter) {
+  const auto table = optionTable();
+  const auto found = std::find_if(table.begin(), table.end(), [&](const auto& s) { return s.letter == letter; });
+  if (found != table.end()) return *found;
+  std::string letters;
+  for (const OptionSpec& spec : table) {
+    if (spec.letter) letters += std::string(letters.empty() ? "-" : ", -") + spec.letter;
+  }
+  refuse("unknown option \"-" + std::string(1, letter) + "\"; there are: " + letters + "; --help lists all");
+}
+
+/// Walks over the arguments.
+class Reader {
+ public:
+  explicit Reader(const std::vector<std::string>& arguments) : m_arguments(arguments) {}
+
+  ScanOptions read() {
+    while (m_next < m_arguments.size()) {
+      const std::string& argument = m_arguments[m_next++];
+      if (argument.starts_with("--") && argument.size() > 2) {
+        readLong(argument.substr(2));
+      } else if (argument.starts_with("-") && argument.size() > 1 && argument != "--") {
+        readShort(argument.substr(1));
+      } else {
+        refuse("unexpected argument \"" + argument +
+               "\"; the output file goes behind -o, --help lists the options");
+      }
+    }
+    return m_options;
+  }
+
+ private:
+  void readLong(const std::string& text) {
+    const auto equals = text.find('=');
+    const OptionSpec& spec = findLong(text.substr(0, equals));
+    const std::string shown = "--" + std::string(spec.name);
+    if (equals == std::string::npos) {
+      apply(spec, shown, spec.argument == Argument::Required ? nextValue(spec, shown) : std::string());
+    } else if (spec.argument == Argument::None) {
+      refuse("\"" + shown + "\" takes no value");
+    } else {
+      apply(spec, shown, text.substr(equals + 1));
+    }
+  }
+
+  void readShort(std::string text) {
+    while (!text.empty()) {
+      const OptionSpec& spec = findShort(text.front());
+      const std::string shown = "-" + text.substr(0, 1);
+      text.erase(0, 1);
+      if (spec.argument == Argument::None) {
+        apply(spec, shown, {});
+        continue;
+      }
+      apply(spec, shown, text.empty() ? nextValue(spec, shown) : text);
+      return;
+    }
+  }
+
+  std::string nextValue(const OptionSpec& spec, const std::string& shown) {
+    if (m_next == m_arguments.size()) refuse("\"" + shown + "\" needs a value: " + spec.value);
+    return m_arguments[m_next++];
+  }
+
+  void apply(const OptionSpec& spec, const std::string& shown, const std::string& value) {
+    const std::string wrong = spec.apply(m_options, value);
+    if (wrong.empty()) return;
+    refuse("\"" + shown + (value.empty() ? "" : " " + value) + "\": " + wrong);
+  }
+
+  const std::vector<std::string>& m_arguments;
+  std::size_t m_next = 0;
+  ScanOptions m_options;
+};
+
+void checkTogether(const ScanOptions& o) {
+  if (o.overwrite && o.increment) refuse("--overwrite and --increment exclude each other");
+  if (o.overwrite && o.multipage) {
+    refuse("--overwrite and --multipage exclude each other: pages are added to an existing file; delete it first");
+  }
+  if (!o.output.empty() && (!o.dir.empty() || !o.mask.empty())) {
+    refuse("--output names folder and file; leave out --dir and --mask");
+  }
+  if (o.multipage && o.increment) refuse("--multipage adds to an existing file; leave out --increment");
+}
+
+}  // namespace
+
+ScanOptions parseCommandLine(const std::vector<std::string>& arguments) {
+  const ScanOptions options = Reader(arguments).read();
+  checkTogether(options);
+  return options;
+}

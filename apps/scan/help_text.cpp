@@ -1,0 +1,186 @@
+#include "help_text.h"
+
+#include <array>
+
+#include "names.h"
+#include "option_table.h"
+
+namespace {
+
+using Argument = OptionSpec::Argument;
+
+constexpr std::size_t kWidth = 80;
+constexpr std::size_t kIndent = 28;
+
+struct Section {
+  const char* title;
+  const char* body;  // paragraphs as roff
+};
+
+constexpr std::array kSections{
+    Section{
+        "OUTPUT",
+        "The name of every file that got its final name is printed on standard output, one a line. Messages and, "
+        "on a terminal, the progress go to standard error.\n"
+        ".PP\n"
+        "A file is written as NAME.part beside its target and gets its name when it is complete; a file that "
+        "exists is never replaced without \\-\\-overwrite. A page that is abandoned leaves nothing behind. What a "
+        "killed program left of a multi\\-page file is published by \\-\\-recover.\n"},
+    Section{
+        "QUESTIONS",
+        "The program never asks. \"File exists. Overwrite?\" is answered with no, and with yes under "
+        "\\-\\-overwrite; a scanner without a document is not waited for, except in a batch that has had no page "
+        "yet; everything else is answered with no.\n"},
+    Section{
+        "JSON EVENTS",
+        "With \\-\\-json every line of standard output is an object with the field \"event\":\n"
+        ".TP\n.B started\npage, width (pixels), dpi, color (bitonal, grey, palette, colour), file, and "
+        "expectedLines when it is known.\n"
+        ".TP\n.B lines\npage, lines: the lines received so far.\n"
+        ".TP\n.B page\npage, width, lines, dpi, file, published (false while a multi\\-page file still grows).\n"
+        ".TP\n.B published\nfile, pages: a file got its final name.\n"
+        ".TP\n.B message\nkind (information, question, retry), text, and, where there is one, path and answer "
+        "(yes, no, retry, give\\-up).\n"
+        ".TP\n.B note\ntext.\n"
+        ".TP\n.B ended\ncause (done, stopped, device, output, media, refused), pages, status (the exit status), "
+        "and fault (code, text) when the scanner has one.\n"
+        ".TP\n.B failed\ntext, status: the program ends before a scan could start.\n"
+        ".TP\n.B device\ndevice, vendor, model, type: one for each line of \\-\\-list\\-devices.\n"
+        ".TP\n.B options\nwhat \\-\\-all\\-options lists.\n"
+        ".TP\n.B name\nfile: what \\-\\-dry\\-run prints.\n"},
+    Section{"EXIT STATUS",
+            ".TP\n.B 0\nDone. An empty feeder after at least one page is success.\n"
+            ".TP\n.B 1\nThe command line is wrong; nothing was created.\n"
+            ".TP\n.B 2\nThe device cannot be used, does not offer what was asked, or failed.\n"
+            ".TP\n.B 3\nA file could not be written, or was in the way.\n"
+            ".TP\n.B 4\nThere was no document.\n"
+            ".TP\n.B 128 + N\nStopped by signal N.\n"},
+    Section{
+        "SIGNALS",
+        "The first SIGINT, SIGTERM or SIGHUP stops the scanner, leaves no partial file and keeps every finished "
+        "page; with \\-\\-finish\\-page it waits for the end of the page. The second one ends the program at "
+        "once.\n"},
+    Section{"ENVIRONMENT",
+            ".TP\n.B SANE_DEFAULT_DEVICE\nThe device without \\-\\-device.\n"
+            ".TP\n.B SANE_CONFIG_DIR\nWhere the scanner drivers have their configuration.\n"
+            ".TP\n.B XDG_CONFIG_HOME, XDG_STATE_HOME\nHold quillbay/settings.json and quillbay/state.json.\n"},
+    Section{"EXAMPLES",
+            ".nf\n"
+            "quillbay\\-scan \\-d sim: \\-\\-mode rgb \\-r 400 \\-\\-area A0 \\-o map.tif\n"
+            "quillbay\\-scan \\-\\-mode grey \\-\\-batch \\-\\-multipage \\-o plans.tif\n"
+            "quillbay\\-scan \\-\\-batch=10 \\-\\-dir scans \\-\\-mask '<DATE>\\-' \\-\\-option compression=lzw\n"
+            ".fi\n"},
+};
+
+std::string synopsis(const OptionSpec& spec) {
+  std::string text = spec.letter ? std::string("-") + spec.letter + ", " : "    ";
+  text += "--" + std::string(spec.name);
+  if (spec.argument == Argument::Required) text += " " + std::string(spec.value);
+  if (spec.argument == Argument::Optional) text += "[=" + std::string(spec.value ? spec.value : "VALUE") + "]";
+  return text;
+}
+
+/// The text in lines that begin at the indent.
+std::string wrapped(const std::string& text) {
+  std::string result;
+  std::size_t column = 0;
+  for (std::size_t begin = 0; begin < text.size();) {
+    const auto end = std::min(text.find(' ', begin), text.size());
+    const std::string word = text.substr(begin, end - begin);
+    if (column > 0 && kIndent + column + 1 + word.size() > kWidth) {
+      result += "\n" + std::string(kIndent, ' ');
+      column = 0;
+    } else if (column > 0) {
+      result += ' ';
+      ++column;
+    }
+    result += word;
+    column += word.size();
+    begin = end + 1;
+  }
+  return result;
+}
+
+std::string roff(const std::string& text) {
+  std::string result;
+  for (const char c : text) {
+    if (c == '-' || c == '\\') result += '\\';
+    result += c;
+  }
+  return result;
+}
+
+}  // namespace
+
+namespace help_text {
+
+std::string help() {
+  std::string text =
+      "Usage: quillbay-scan [OPTION]...\n"
+      "Scan large documents into files.\n";
+  const char* group = "";
+  for (const OptionSpec& spec : optionTable()) {
+    if (!spec.group) continue;
+    if (std::string(group) != spec.group) text += "\n" + std::string(group = spec.group) + ":\n";
+    std::string line = "  " + synopsis(spec);
+    line += line.size() + 2 > kIndent ? "\n" + std::string(kIndent, ' ') : std::string(kIndent - line.size(), ' ');
+    text += line + wrapped(spec.help) + "\n";
+  }
+  text +=
+      "\nExit status: 0 done, 1 usage, 2 device, 3 output, 4 no document, 128+N after signal N.\n"
+      "The man page quillbay-scan(1) tells the rest.\n";
+  return text;
+}
+
+std::string manPage(const std::string& version) {
+  std::string text =
+      ".\\\" Made by quillbay-scan --help-man; do not edit.\n"
+      ".TH QUILLBAY\\-SCAN 1 \"\" \"Quillbay " +
+      version +
+      "\" \"User Commands\"\n"
+      ".SH NAME\nquillbay\\-scan \\- scan large documents into files\n"
+      ".SH SYNOPSIS\n.B quillbay\\-scan\n[\\fIOPTION\\fR]...\n"
+      ".SH DESCRIPTION\n"
+      "Scans maps, drawings, plans and long rolls with any scanner that SANE knows, or with a simulated one, into "
+      "files that are written while the page is scanned. Needs no display.\n"
+      ".SH OPTIONS\n"
+      "Long options may be cut as long as they stay unique.\n";
+  const char* group = "";
+  for (const OptionSpec& spec : optionTable()) {
+    if (!spec.group) continue;
+    if (std::string(group) != spec.group) text += ".SS " + std::string(group = spec.group) + "\n";
+    std::string shown = synopsis(spec);
+    shown.erase(0, shown.find_first_not_of(' '));
+    text += ".TP\n.B " + roff(shown) + "\n" + roff(spec.help) + "\n";
+  }
+  for (const Section& section : kSections) text += ".SH " + std::string(section.title) + "\n" + section.body;
+  return text;
+}
+
+std::string bashCompletion() {
+  std::string all, files;
+  for (const OptionSpec& spec : optionTable()) {
+    if (!spec.group) continue;
+    all += (all.empty() ? "" : " ") + ("--" + std::string(spec.name));
+  }
+  std::string modes;
+  for (const std::string& mode : names::modes()) modes += (modes.empty() ? "" : " ") + mode;
+  return "# Made by quillbay-scan --help-completion; do not edit.\n"
+         "_quillbay_scan() {\n"
+         "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]}\n"
+         "  case $before in\n"
+         "    --mode) COMPREPLY=($(compgen -W '" +
+         modes +
+         "' -- \"$word\")); return ;;\n"
+         "    --to) COMPREPLY=($(compgen -W 'file view' -- \"$word\")); return ;;\n"
+         "    -o|--output|--recover) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
+         "    --dir) COMPREPLY=($(compgen -d -- \"$word\")); return ;;\n"
+         "  esac\n"
+         "  COMPREPLY=($(compgen -W '" +
+         all +
+         "' -- \"$word\"))\n"
+         "}\n"
+         "complete -F _quillbay_scan quillbay-scan\n";
+}
+
+}  // namespace help_text

@@ -1,0 +1,9 @@
+#pragma once
+#include <string>
+
+/// Texts made from the option table.
+namespace help_text {
+[[nodiscard]] std::string help();
+[[nodiscard]] std::string manPage(const std::string& version);
+[[nodiscard]] std::string bashCompletion();
+}  // namespace help_text

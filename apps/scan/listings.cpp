@@ -1,0 +1,188 @@
+#include "listings.h"
+
+#include <QJsonArray>
+#include <array>
+#include <charconv>
+
+#include "failure.h"
+#include "names.h"
+#include "quillbay/formats.h"
+
+using quillbay::KxPtr;
+
+namespace {
+
+QString text(const std::string& s) { return QString::fromStdString(s); }
+
+QJsonArray array(const std::vector<std::string>& list) {
+  QJsonArray result;
+  for (const std::string& item : list) result.append(text(item));
+  return result;
+}
+
+std::string numberText(double value) {
+  std::array<char, 32> buffer{};
+  return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr};
+}
+
+std::string barred(const std::vector<std::string>& list) {
+  std::string result;
+  for (const std::string& item : list) result += (result.empty() ? "" : "|") + item;
+  return result;
+}
+
+/// Everything that --all-options tells.
+struct Inventory {
+  std::string device;
+  Bed bed;
+  std::vector<std::string> modes;
+  std::vector<std::string> resolutions;
+  std::vector<Paper> papers;
+  std::vector<quillbay::FormatInfo> formats;
+  std::vector<quillbay::UnitOption> options;
+  std::vector<ScanOptions::KeyValue> parameters, pageKeys;
+};
+
+Inventory takeInventory(quillbay::IApp* app, const ScannerChoice& scanner, quillbay::IQuillbayControl* control,
+                        int mode) {
+  Inventory all;
+  all.device = scanner.name();
+  all.bed = scanner.bed();
+  all.modes = scanner.modes();
+  for (const int dpi : scanner.resolutions(mode)) all.resolutions.push_back(std::to_string(dpi));
+  all.papers = listPapers(app);
+  all.formats = quillbay::ListFormats();
+  all.options = scanner.options();
+  for (const std::string& key : control->GetParamKeys()) {
+    quillbay::CKxVariant value;
+    control->GetParam(key, &value);
+    all.parameters.emplace_back(key, valueText(value));
+  }
+  const auto page = quillbay::new_MemParam();
+  control->GetPageParams(page.get());
+  for (const std::string& key : page->GetKeys()) {
+    all.pageKeys.emplace_back(key, valueText(quillbay::paramValue(page.get(), key)));
+  }
+  return all;
+}
+
+QJsonObject pairs(const std::vector<ScanOptions::KeyValue>& list) {
+  QJsonObject object;
+  for (const auto& [key, value] : list) object[text(key)] = text(value);
+  return object;
+}
+
+QJsonObject asJson(const Inventory& all) {
+  QJsonArray papers, formats, options;
+  for (const Paper& p : all.papers)
+    papers.append(QJsonObject{{"name", text(p.name)}, {"width", p.width}, {"height", p.height}});
+  for (const auto& f : all.formats) {
+    QJsonArray keys;
+    for (const auto& o : f.options) {
+      keys.append(QJsonObject{{"key", text(o.key)}, {"choices", array(o.choices)}, {"help", text(o.help)}});
+    }
+    formats.append(QJsonObject{
+        {"name", text(f.name)}, {"extensions", array(f.extensions)}, {"paged", f.paged}, {"options", keys}});
+  }
+  for (const auto& o : all.options) {
+    options.append(QJsonObject{{"name", text(o.name)},
+                               {"title", text(o.title)},
+                               {"description", text(o.description)},
+                               {"value", text(o.value)},
+                               {"unit", text(o.unit)},
+                               {"choices", array(o.choices)},
+                               {"range", text(o.range)},
+                               {"active", o.active},
+                               {"settable", o.settable}});
+  }
+  return {{"event", "options"},
+          {"device", text(all.device)},
+          {"bed", QJsonObject{{"width", all.bed.width}, {"length", all.bed.length}}},
+          {"modes", array(all.modes)},
+          {"resolutions", array(all.resolutions)},
+          {"papers", papers},
+          {"formats", formats},
+          {"deviceOptions", options},
+          {"parameters", pairs(all.parameters)},
+          {"pageKeys", pairs(all.pageKeys)}};
+}
+
+void printOption(const quillbay::UnitOption& o, Reporter& out) {
+  const std::string allowed = !o.choices.empty() ? barred(o.choices) : !o.range.empty() ? o.range : "...";
+  std::string state = o.active ? "[" + o.value + "]" : "[inactive]";
+  if (!o.settable) state += " [read-only]";
+  out.line("    --device-option " + o.name + "=" + allowed + (o.unit.empty() ? "" : " " + o.unit) + " " + state);
+  if (!o.description.empty()) out.line("        " + o.description);
+}
+
+void print(const Inventory& all, Reporter& out) {
+  out.line("All options of device `" + all.device + "':");
+  out.line("  Bed: " + sizeText(all.bed.width, all.bed.length) + (all.bed.length > 0 ? "" : ", any length"));
+  out.line("  Modes:");
+  out.line("    --mode " + barred(all.modes));
+  out.line("  Resolutions:");
+  out.line("    --resolution " + barred(all.resolutions));
+  out.line("  Papers and areas:");
+  out.line("    --area custom:L,T,R,B|auto-width|fixed-width[:WIDTH]");
+  for (const Paper& p : all.papers) out.line("    --area \"" + p.name + "\" (" + sizeText(p.width, p.height) + ")");
+  for (const auto& f : all.formats) {
+    out.line("  Format " + f.name + " (" + names::joined(f.extensions) + (f.paged ? ", several pages" : "") + "):");
+    out.line("    --format " + f.name);
+    for (const auto& o : f.options) {
+      out.line("    --option " + o.key + "=" + (o.choices.empty() ? "..." : barred(o.choices)));
+      if (!o.help.empty()) out.line("        " + o.help);
+    }
+  }
+  if (!all.options.empty()) out.line("  Options of the device:");
+  for (const auto& o : all.options) printOption(o, out);
+  out.line("  Parameters of the panel, with their values:");
+  for (const auto& [key, value] : all.parameters) out.line("    --set " + key + "=" + value);
+  out.line("  Keys of its pages:");
+  for (const auto& [key, value] : all.pageKeys) out.line("    --set " + key + "=" + value);
+}
+
+}  // namespace
+
+std::string valueText(const quillbay::CKxVariant& value) {
+  if (const auto* i = value.get<std::int32_t>()) return std::to_string(*i);
+  if (const auto* d = value.get<double>()) return numberText(*d);
+  if (const auto* s = value.get<std::string>()) return *s;
+  if (const auto* r = value.get<quillbay::tagRRECT>()) {
+    return numberText(r->left) + "," + numberText(r->top) + "," + numberText(r->right) + "," +
+           numberText(r->bottom);
+  }
+  if (const auto* p = value.get<quillbay::tagRPOINT>()) return numberText(p->x) + "," + numberText(p->y);
+  return {};
+}
+
+void listDevices(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter) {
+  const auto manager = quillbay::query<quillbay::IScanManager>(app);
+  if (!manager) throw Failure(kDevice, "this build has no scanner manager");
+  std::vector<quillbay::ScannerEntry> entries;
+  std::string why;
+  const bool complete = manager->List(&entries, &why) != 0;
+  for (const auto& e : entries) {
+    if (options.json) {
+      reporter.json({{"event", "device"},
+                     {"device", text(e.device)},
+                     {"vendor", text(e.vendor)},
+                     {"model", text(e.model)},
+                     {"type", text(e.type)}});
+    } else {
+      reporter.line("device `" + e.device + "' is a " + e.vendor + " " + e.model + " " + e.type);
+    }
+  }
+  if (!complete) throw Failure(kDevice, "not all devices could be listed: " + why);
+}
+
+void listAllOptions(quillbay::IApp* app, const ScannerChoice& scanner, quillbay::IQuillbayControl* control,
+                    const ScanOptions& options, Reporter& reporter) {
+  quillbay::CKxVariant mode;
+  control->GetParam("m_CurrMode", &mode);
+  const Inventory all = takeInventory(app, scanner, control, options.mode.value_or(mode.toInt()));
+  if (options.json) {
+    reporter.json(asJson(all));
+  } else {
+    print(all, reporter);
+  }
+}

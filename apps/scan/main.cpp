@@ -1,0 +1,58 @@
+#include <QApplication>
+#include <cstdio>
+#include <cstdlib>
+
+#include "command_line.h"
+#include "failure.h"
+#include "help_text.h"
+#include "program.h"
+#include "quillbay/host.h"
+#include "reporter.h"
+
+namespace {
+
+void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
+
+/// What needs neither scanner nor panel. False for everything else.
+bool printTexts(const ScanOptions& options) {
+  switch (options.action) {
+    case ScanOptions::Action::Help: print(help_text::help()); return true;
+    case ScanOptions::Action::HelpMan: print(help_text::manPage(quillbay::LibraryVersion())); return true;
+    case ScanOptions::Action::HelpCompletion: print(help_text::bashCompletion()); return true;
+    case ScanOptions::Action::Version:
+      print(std::string("quillbay-scan ") + quillbay::LibraryVersion() + "\n");
+      return true;
+    default: return false;
+  }
+}
+
+int runWithApplication(const ScanOptions& options, Reporter& reporter, char* name) {
+  setenv("QT_QPA_PLATFORM", "offscreen", 1);  // no display is needed, whatever the environment says
+  int count = 1;                              // Qt reads none of our arguments
+  char* arguments[] = {name, nullptr};
+  const QApplication application(count, arguments);
+  return runProgram(options, reporter);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  ScanOptions options;
+  try {
+    options = parseCommandLine({argv + 1, argv + argc});
+    if (printTexts(options)) return kDone;
+  } catch (const Failure& failure) {
+    Reporter(options).failure(failure.status(), failure.what());
+    return failure.status();
+  }
+  Reporter reporter(options);
+  try {
+    return runWithApplication(options, reporter, argv[0]);
+  } catch (const Failure& failure) {
+    reporter.failure(failure.status(), failure.what());
+    return failure.status();
+  } catch (const std::exception& error) {
+    reporter.failure(kOutput, error.what());
+    return kOutput;
+  }
+}

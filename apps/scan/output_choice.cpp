@@ -1,0 +1,128 @@
+#include "output_choice.h"
+
+#include <algorithm>
+#include <array>
+#include <filesystem>
+
+#include "failure.h"
+#include "names.h"
+#include "quillbay/formats.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using quillbay::FormatInfo;
+
+constexpr const char* kDefaultFormat = "TIFF";
+constexpr std::array kTags{"<COUNTER>", "<DATE>", "<TIME>", "<USER>", "<COLORSPACE>", "<DPI>", "<SIZE>"};
+
+std::vector<std::string> namesOf(const std::vector<FormatInfo>& formats) {
+  std::vector<std::string> list;
+  for (const FormatInfo& f : formats) list.push_back(f.name);
+  return list;
+}
+
+std::vector<std::string> extensionsOf(const std::vector<FormatInfo>& formats) {
+  std::vector<std::string> list;
+  for (const FormatInfo& f : formats) list.insert(list.end(), f.extensions.begin(), f.extensions.end());
+  return list;
+}
+
+const FormatInfo& formatNamed(const std::vector<FormatInfo>& formats, const std::string& name) {
+  for (const FormatInfo& f : formats) {
+    if (names::same(f.name, name)) return f;
+  }
+  throw Failure(kUsage, "--format \"" + name + "\": unknown format; " +
+                            names::allowed(namesOf(formats), name, "--all-options"));
+}
+
+const FormatInfo* formatOfExtension(const std::vector<FormatInfo>& formats, const std::string& extension) {
+  for (const FormatInfo& f : formats) {
+    for (const std::string& e : f.extensions) {
+      if (names::same(e, extension)) return &f;
+    }
+  }
+  return nullptr;
+}
+
+/// The text without its tags.
+std::string withoutTags(std::string text) {
+  for (const std::string tag : kTags) {
+    const auto matches = [](char a, char b) {
+      return a == b || (b >= 'A' && b <= 'Z' && a == static_cast<char>(b - 'A' + 'a'));
+    };
+    for (;;) {
+      const auto at = std::search(text.begin(), text.end(), tag.begin(), tag.end(), matches);
+      if (at == text.end()) break;
+      text.erase(at, at + static_cast<std::ptrdiff_t>(tag.size()));
+    }
+  }
+  return text;
+}
+
+/// The path rules of the panel replace these characters; a name that was typed shall be the name that is written.
+void refuseReplaced(const std::string& option, const std::string& text) {
+  const auto at = withoutTags(text).find_first_of("\"*?<>|");
+  if (at == std::string::npos) return;
+  throw Failure(kUsage, "--" + option + " \"" + text +
+                            "\": the characters \" * ? < > | cannot be in a name, except as "
+                            "one of the tags " +
+                            names::joined({kTags.begin(), kTags.end()}));
+}
+
+std::string absolute(const std::string& folder) {
+  std::error_code error;
+  const fs::path path = fs::absolute(folder.empty() ? "." : folder, error).lexically_normal();
+  return error ? folder : path.string();
+}
+
+void takeFile(const ScanOptions& options, const std::vector<FormatInfo>& formats, OutputChoice& choice) {
+  const fs::path file = options.output;
+  const std::string name = file.filename().string();
+  if (name.empty() || name == "." || name == "..") {
+    throw Failure(kUsage, "--output \"" + options.output + "\": names no file; use --dir for a folder");
+  }
+  choice.named = true;
+  choice.folder = absolute(file.parent_path().string());
+  choice.extension = file.extension().string();
+  choice.mask = file.stem().string();
+  refuseReplaced("output", name);
+  if (choice.extension.empty()) return;
+  const FormatInfo* format = formatOfExtension(formats, choice.extension);
+  if (!format) {
+    throw Failure(kUsage, "--output \"" + options.output + "\": no format has the extension \"" + choice.extension +
+                              "\"; there are: " + names::joined(extensionsOf(formats)));
+  }
+  if (!options.format.empty() && !names::same(options.format, format->name)) {
+    throw Failure(kUsage, "--output \"" + options.output + "\": this extension is of " + format->name +
+                              ", not of " + options.format);
+  }
+  choice.format = format->name;
+}
+
+}  // namespace
+
+OutputChoice chooseOutput(const ScanOptions& options) {
+  const std::vector<FormatInfo> formats = quillbay::ListFormats();
+  if (formats.empty()) throw Failure(kOutput, "no format modules were found; the installation is incomplete");
+  OutputChoice choice;
+  if (!options.format.empty()) choice.format = formatNamed(formats, options.format).name;
+  if (!options.output.empty()) {
+    takeFile(options, formats, choice);
+  } else {
+    refuseReplaced("dir", options.dir);
+    refuseReplaced("mask", options.mask);
+    choice.folder = absolute(options.dir);
+    choice.mask = options.mask.empty() ? "scan" : options.mask;
+  }
+  if (choice.format.empty()) choice.format = kDefaultFormat;
+  const FormatInfo& format = formatNamed(formats, choice.format);
+  if (choice.extension.empty()) choice.extension = format.extensions.empty() ? "" : format.extensions.front();
+  if (options.multipage && !format.paged) {
+    throw Failure(kUsage, "--multipage: " + format.name + " holds one page a file; use " + kDefaultFormat);
+  }
+  // A file of its own for every page needs a name of its own.
+  const bool several = (options.batch && *options.batch != 1) || options.bursting;
+  choice.counter = !choice.named || (several && !options.multipage);
+  return choice;
+}

@@ -1,0 +1,189 @@
+#include "panel_setup.h"
+
+#include <QCoreApplication>
+#include <algorithm>
+#include <charconv>
+
+#include "listings.h"
+#include "names.h"
+
+using quillbay::CKxVariant;
+using quillbay::KxPtr;
+
+namespace {
+
+constexpr int kFateIncrement = 0, kFateAsk = 2;
+constexpr int kTypeAuto = 0, kTypeCustom = 3;
+constexpr int kAlwaysCentres = 1;
+constexpr std::size_t kNearestResolutions = 6;
+
+/// The numbers of "1,2.5,3", or nothing.
+std::vector<double> numbersOf(const std::string& text) {
+  std::vector<double> list;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const auto end = std::min(text.find(',', begin), text.size());
+    double value = 0;
+    const auto parsed = std::from_chars(text.data() + begin, text.data() + end, value);
+    if (parsed.ec != std::errc() || parsed.ptr != text.data() + end) return {};
+    list.push_back(value);
+    begin = end + 1;
+  }
+  return list;
+}
+
+/// The text as a value of the type that `like` has. Throws Failure.
+CKxVariant valueLike(const CKxVariant& like, const std::string& key, const std::string& text) {
+  const auto refuse = [&](const char* what) {
+    throw Failure(kUsage, "--set " + key + "=" + text + ": takes " + what + "; it is " + valueText(like) + " now");
+  };
+  const auto list = numbersOf(text);
+  if (like.get<std::int32_t>()) {
+    std::int32_t value = 0;
+    const auto parsed = std::from_chars(text.data(), text.data() + text.size(), value);
+    if (parsed.ec != std::errc() || parsed.ptr != text.data() + text.size()) refuse("a whole number");
+    return value;
+  }
+  if (like.get<double>()) {
+    if (list.size() != 1) refuse("a number");
+    return list[0];
+  }
+  if (like.get<quillbay::tagRRECT>()) {
+    if (list.size() != 4) refuse("four numbers, L,T,R,B");
+    return quillbay::tagRRECT{list[0], list[1], list[2], list[3]};
+  }
+  if (like.get<quillbay::tagRPOINT>()) {
+    if (list.size() != 2) refuse("two numbers, X,Y");
+    return quillbay::tagRPOINT{list[0], list[1]};
+  }
+  if (!like.get<std::string>() && !like.isEmpty()) refuse("nothing that can be typed");
+  return text;
+}
+
+/// The resolutions nearest to `dpi`, ascending.
+std::string nearestTo(std::vector<int> list, int dpi) {
+  std::stable_sort(list.begin(), list.end(), [&](int a, int b) { return std::abs(a - dpi) < std::abs(b - dpi); });
+  const bool shortened = list.size() > kNearestResolutions;
+  if (shortened) list.resize(kNearestResolutions);
+  std::sort(list.begin(), list.end());
+  std::vector<std::string> texts;
+  for (const int value : list) texts.push_back(std::to_string(value));
+  return (shortened ? "nearest: " : "there are: ") + names::joined(texts) +
+         (shortened ? "; --all-options lists all" : "");
+}
+
+}  // namespace
+
+PanelSetup::PanelSetup(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const ScannerChoice& scanner,
+                       const ScanOptions& options, bool saved)
+    : m_app(app),
+      m_sink(sink),
+      m_control(quillbay::query<quillbay::IQuillbayControl>(sink)),
+      m_scanner(scanner),
+      m_options(options),
+      m_saved(saved) {}
+
+void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
+  set("m_dwAutodetect", 0, "--area", kUsage);  // the area is the one that was asked for
+  applyMode();
+  applyResolution();
+  applyArea();
+  set("m_fBursting", m_options.bursting ? 1 : 0, "--bursting", kUsage);
+  if (writesFile) applyOutput(output);
+  applyFormatOptions(output);
+  applySettings();
+}
+
+void PanelSetup::set(const std::string& key, const CKxVariant& value, const std::string& what, ExitStatus status) {
+  std::string why;
+  if (!m_control->SetParam(key, value, &why)) throw Failure(status, what + ": " + why);
+}
+
+int PanelSetup::number(const std::string& key) const {
+  CKxVariant value;
+  m_control->GetParam(key, &value);
+  return value.toInt();
+}
+
+void PanelSetup::applyMode() {
+  if (!m_options.mode) return;
+  const std::string name = names::modes()[static_cast<std::size_t>(*m_options.mode)];
+  if (!m_scanner.unit()->HasMode(*m_options.mode)) {
+    throw Failure(kDevice, "--mode " + name + ": the device " + m_scanner.name() + " does not offer it; " +
+                               names::allowed(m_scanner.modes(), name, "--all-options"));
+  }
+  set("m_CurrMode", *m_options.mode, "--mode " + name, kDevice);
+}
+
+void PanelSetup::applyResolution() {
+  if (!m_options.dpi) return;
+  std::string why;
+  if (m_control->SetParam("m_uiDPI", *m_options.dpi, &why)) return;
+  throw Failure(kDevice, "--resolution " + std::to_string(*m_options.dpi) + ": the device " + m_scanner.name() +
+                             " does not offer it; " +
+                             nearestTo(m_scanner.resolutions(number("m_CurrMode")), *m_options.dpi));
+}
+
+void PanelSetup::applyArea() {
+  const AreaRequest request = parseArea(m_options.area);
+  const bool asSaved = request.kind == AreaRequest::Kind::None && m_saved && number("m_eScanType") != kTypeAuto;
+  if (!asSaved) {
+    const AreaChoice area =
+        chooseArea(request, listPapers(m_app), m_scanner.bed(), m_options.portrait, number("m_bPortrait") != 0);
+    if (area.portrait) set("m_bPortrait", *area.portrait ? 1 : 0, "--portrait", kUsage);
+    if (!area.paper.empty()) set("m_PaperName", area.paper, "--area " + area.paper, kUsage);
+    set("m_eScanType", area.type, "--area", kUsage);
+    set("m_rcScan", area.rect, "--area", kUsage);
+    const bool placed = area.type == kTypeCustom && !m_options.center;
+    if (placed && m_scanner.unit()->GetCentring() != kAlwaysCentres) set("m_fCenter", 0, "--area", kUsage);
+  } else if (m_options.portrait) {
+    set("m_bPortrait", *m_options.portrait ? 1 : 0, "--portrait", kUsage);
+  }
+  if (m_options.center)
+    set("m_fCenter", *m_options.center ? 1 : 0, *m_options.center ? "--center" : "--no-center", kDevice);
+}
+
+void PanelSetup::applyOutput(const OutputChoice& output) {
+  set("m_Dir", output.folder, "--dir", kUsage);
+  set("m_Mask", output.mask, "--mask", kUsage);
+  set("m_fMultiPage", m_options.multipage ? 1 : 0, "--multipage", kUsage);
+  set("m_fUseAutoCounter", output.counter ? 1 : 0, "--output", kUsage);
+  set("m_Ext", output.extension, "--format", kUsage);
+  if (m_options.increment) {
+    set("m_fFileFate", kFateIncrement, "--increment", kUsage);
+  } else if (output.named || m_options.overwrite) {
+    set("m_fFileFate", kFateAsk, "--output", kUsage);  // the answer is the policy's
+  }
+}
+
+void PanelSetup::applyFormatOptions(const OutputChoice& output) {
+  const auto host = quillbay::query<quillbay::IHostApp>(m_app);
+  for (const auto& [key, value] : m_options.formatOptions) {
+    std::string why;
+    if (!host || !host->SetFormatOption(output.format, key, value, &why)) {
+      throw Failure(kUsage, "--option " + key + "=" + value + ": " + why);
+    }
+  }
+}
+
+void PanelSetup::applySettings() {
+  if (m_options.settings.empty()) return;
+  const std::vector<std::string> keys = m_control->GetParamKeys();
+  const auto page = quillbay::new_MemParam();
+  m_control->GetPageParams(page.get());
+  const auto chosen = quillbay::new_MemParam();
+  for (const auto& [key, text] : m_options.settings) {
+    CKxVariant current;
+    if (m_control->GetParam(key, &current)) {
+      set(key, valueLike(current, key, text), "--set " + key + "=" + text, kUsage);
+    } else if (page->GetValue(key, &current)) {
+      chosen->SetValue(key, valueLike(current, key, text));
+    } else {
+      std::vector<std::string> known = keys;
+      for (const std::string& name : page->GetKeys()) known.push_back(name);
+      throw Failure(kUsage, "--set " + key + ": unknown key; " + names::allowed(known, key, "--all-options"));
+    }
+  }
+  if (chosen->GetKeys().empty()) return;
+  m_sink->ApplyParams(chosen.get());
+  QCoreApplication::processEvents();  // the panel takes them later on this thread
+}

@@ -1,0 +1,42 @@
+#pragma once
+#include <string>
+
+#include "failure.h"
+#include "output_choice.h"
+#include "quillbay/control.h"
+#include "quillbay/host.h"
+#include "quillbay/quillbay.h"
+#include "reporter.h"
+#include "scan_options.h"
+#include "scanner_choice.h"
+
+/// Brings the options into a panel.
+class PanelSetup {
+ public:
+  /// `saved`: the person has saved settings for this scanner.
+  PanelSetup(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const ScannerChoice& scanner,
+             const ScanOptions& options, bool saved);
+
+  /// Checks everything and sets it; nothing is created. Throws Failure that names what is wrong and lists what is
+  /// allowed: usage, or device for what this device does not offer.
+  void apply(const OutputChoice& output, bool writesFile);
+
+ private:
+  void applyMode();
+  void applyResolution();
+  void applyArea();
+  void applyOutput(const OutputChoice& output);
+  void applyFormatOptions(const OutputChoice& output);
+  /// Parts --set into parameters, set at once, and page keys, applied together.
+  void applySettings();
+  /// Sets a parameter; `what` is the option that it comes from.
+  void set(const std::string& key, const quillbay::CKxVariant& value, const std::string& what, ExitStatus status);
+  [[nodiscard]] int number(const std::string& key) const;
+
+  quillbay::IApp* m_app;
+  quillbay::IQuillbaySink* m_sink;
+  quillbay::KxPtr<quillbay::IQuillbayControl> m_control;
+  const ScannerChoice& m_scanner;
+  const ScanOptions& m_options;
+  const bool m_saved;
+};

@@ -1,0 +1,6 @@
+#pragma once
+#include "reporter.h"
+#include "scan_options.h"
+
+/// Does what the options ask for; a QApplication runs. Answers the exit status. Throws Failure.
+[[nodiscard]] int runProgram(const ScanOptions& options, Reporter& reporter);

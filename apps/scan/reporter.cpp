@@ -1,0 +1,239 @@
+#include "reporter.h"
+
+#include <unistd.h>
+
+#include <QJsonDocument>
+#include <array>
+#include <cstdio>
+
+#include "area.h"
+#include "names.h"
+#include "quillbay/geometry.h"
+
+using quillbay::EndCause;
+using quillbay::EventButtons;
+using quillbay::EventKind;
+using quillbay::KxColorSpace;
+
+namespace {
+
+QString text(const std::string& s) { return QString::fromStdString(s); }
+
+const char* nameOf(EndCause cause) {
+  constexpr std::array kNames{"done", "stopped", "device", "output", "media", "refused"};
+  const auto index = static_cast<std::size_t>(cause);
+  return index < kNames.size() ? kNames[index] : "unknown";
+}
+
+const char* nameOf(quillbay::UnitFaultCode code) {
+  constexpr std::array kNames{"none",       "cancelled",   "no-documents",  "jammed",
+                              "cover-open", "busy",        "access-denied", "input-output",
+                              "no-memory",  "unsupported", "invalid",       "other"};
+  const auto index = static_cast<std::size_t>(code);
+  return index < kNames.size() ? kNames[index] : "other";
+}
+
+const char* nameOf(KxColorSpace space) {
+  switch (space) {
+    case KxColorSpace::Bitonal:
+    case KxColorSpace::BitonalRle: return "bitonal";
+    case KxColorSpace::Palette: return "palette";
+    case KxColorSpace::Grey: return "grey";
+    default: return "colour";
+  }
+}
+
+double bytesPerPixel(KxColorSpace space) {
+  switch (space) {
+    case KxColorSpace::Bitonal:
+    case KxColorSpace::BitonalRle: return 0.125;
+    case KxColorSpace::Palette:
+    case KxColorSpace::Grey: return 1;
+    default: return 3;
+  }
+}
+
+const char* nameOf(EventKind kind) {
+  switch (kind) {
+    case EventKind::Question: return "question";
+    case EventKind::Retry: return "retry";
+    case EventKind::Information: break;
+  }
+  return "information";
+}
+
+std::string clockText(double seconds) {
+  const auto whole = static_cast<long long>(seconds);
+  std::array<char, 48> buffer{};
+  std::snprintf(buffer.data(), buffer.size(), "%lld:%02lld", whole / 60, whole % 60);
+  return buffer.data();
+}
+
+}  // namespace
+
+Reporter::Reporter(const ScanOptions& options)
+    : m_json(options.json),
+      m_quiet(options.quiet),
+      m_verbose(options.verbose > 0 && !options.quiet),
+      m_progress(!options.quiet && isatty(STDERR_FILENO) != 0) {}
+
+void Reporter::put(const std::string& line) {
+  const std::string whole = (m_progressShown ? "\r\x1b[K" : "") + line + "\n";
+  m_progressShown = false;
+  std::fputs(whole.c_str(), stderr);
+}
+
+void Reporter::write(const std::string& line) {
+  std::fputs((line + "\n").c_str(), stdout);
+  std::fflush(stdout);  // whoever reads our output waits for this line
+}
+
+void Reporter::line(const std::string& line) {
+  const std::lock_guard lock(m_mutex);
+  write(line);
+}
+
+void Reporter::json(const QJsonObject& object) {
+  line(QJsonDocument(object).toJson(QJsonDocument::Compact).toStdString());
+}
+
+void Reporter::failure(int status, const std::string& line) {
+  {
+    const std::lock_guard lock(m_mutex);
+    put("quillbay-scan: " + line);
+  }
+  if (m_json) json({{"event", "failed"}, {"text", text(line)}, {"status", status}});
+}
+
+void Reporter::error(const std::string& line) {
+  const std::lock_guard lock(m_mutex);
+  put("quillbay-scan: " + line);
+}
+
+void Reporter::note(const std::string& line) {
+  if (!m_quiet) {
+    const std::lock_guard lock(m_mutex);
+    put("quillbay-scan: " + line);
+  }
+  if (m_json) json({{"event", "note"}, {"text", text(line)}});
+}
+
+void Reporter::detail(const std::string& line) {
+  if (!m_verbose) return;
+  const std::lock_guard lock(m_mutex);
+  put("quillbay-scan: " + line);
+}
+
+void Reporter::message(const quillbay::HostMessage& message) {
+  const bool question = message.buttons != EventButtons::Ok;
+  const char* answer = "";
+  if (message.buttons == EventButtons::YesNo) {
+    answer = message.answer == quillbay::EventAnswer::Yes ? "yes" : "no";
+  } else if (question) {
+    answer = message.answer == quillbay::EventAnswer::Retry ? "retry" : "give-up";
+  }
+  std::string line = message.text;
+  for (char& c : line) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  {
+    const std::lock_guard lock(m_mutex);
+    put("quillbay-scan: " + line + (question ? std::string(" [") + answer + "]" : ""));
+  }
+  if (!m_json) return;
+  QJsonObject event{{"event", "message"}, {"kind", nameOf(message.kind)}, {"text", text(message.text)}};
+  if (!message.path.empty()) event["path"] = text(message.path);
+  if (question) event["answer"] = answer;
+  json(event);
+}
+
+void Reporter::started(const quillbay::ScanStartInfo& info) {
+  {
+    const std::lock_guard lock(m_mutex);
+    m_info = info;
+    m_pageStart = m_lastShown = Clock::now();
+  }
+  detail("page " + std::to_string(info.page) + ": " + std::to_string(info.width) + " pixels wide, " +
+         std::to_string(info.dpi) + " dpi, " + nameOf(info.colorSpace) +
+         (info.file.empty() ? "" : ", to " + info.file));
+  if (!m_json) return;
+  QJsonObject event{{"event", "started"},
+                    {"page", info.page},
+                    {"width", static_cast<qint64>(info.width)},
+                    {"dpi", static_cast<qint64>(info.dpi)},
+                    {"color", nameOf(info.colorSpace)},
+                    {"file", text(info.file)}};
+  if (info.expectedLines >= 0) event["expectedLines"] = static_cast<qint64>(info.expectedLines);
+  json(event);
+}
+
+void Reporter::lines(std::int64_t count) {
+  if (m_json) json({{"event", "lines"}, {"page", m_info.page}, {"lines", static_cast<qint64>(count)}});
+  if (m_progress) showProgress(count);
+}
+
+void Reporter::showProgress(std::int64_t count) {
+  const std::lock_guard lock(m_mutex);
+  const auto now = Clock::now();
+  const double seconds = std::chrono::duration<double>(now - m_pageStart).count();
+  if (seconds <= 0 || now - m_lastShown < std::chrono::milliseconds(100)) return;
+  m_lastShown = now;
+  const double bytes =
+      static_cast<double>(count) * static_cast<double>(m_info.width) * bytesPerPixel(m_info.colorSpace);
+  std::array<char, 160> rate{};
+  std::snprintf(rate.data(), rate.size(), "  %.0f MB/s", bytes / seconds / 1e6);
+  std::string shown = "page " + std::to_string(m_info.page) + ": " + std::to_string(count);
+  if (m_info.expectedLines > 0) {
+    const double part = std::min(1.0, static_cast<double>(count) / static_cast<double>(m_info.expectedLines));
+    shown += "/" + std::to_string(m_info.expectedLines) + " lines  " +
+             std::to_string(static_cast<int>(part * 100)) + " %" + rate.data();
+    if (part > 0) shown += "  " + clockText(seconds / part - seconds) + " left";
+  } else {
+    const double mm = m_info.dpi ? static_cast<double>(count) * quillbay::kMmPerInch / m_info.dpi : 0;
+    shown +=
+        " lines  " + std::to_string(static_cast<long long>(mm)) + " mm" + rate.data() + "  " + clockText(seconds);
+  }
+  std::fputs(("\r\x1b[K" + shown).c_str(), stderr);
+  std::fflush(stderr);
+  m_progressShown = true;
+}
+
+void Reporter::page(const quillbay::PageInfo& page) {
+  detail("page " + std::to_string(page.page) + " finished: " + std::to_string(page.width) + " x " +
+         std::to_string(page.lines) + " pixels");
+  if (m_json) {
+    json({{"event", "page"},
+          {"page", page.page},
+          {"width", static_cast<qint64>(page.width)},
+          {"lines", static_cast<qint64>(page.lines)},
+          {"dpi", static_cast<qint64>(page.dpi)},
+          {"file", text(page.file)},
+          {"published", page.published}});
+  }
+  if (page.published && !page.file.empty()) published(page.file, 1);
+}
+
+void Reporter::published(const std::string& file, int pages) {
+  // A page that was added to a multi-page file is told with its page and once more with its file.
+  if (file == m_lastPublished) return;
+  m_lastPublished = file;
+  if (m_json) {
+    json({{"event", "published"}, {"file", text(file)}, {"pages", pages}});
+  } else {
+    line(file);
+  }
+}
+
+void Reporter::ended(EndCause cause, const quillbay::UnitFault& fault, int pages, int status) {
+  {
+    const std::lock_guard lock(m_mutex);
+    if (m_progressShown) std::fputs("\r\x1b[K", stderr);
+    m_progressShown = false;
+  }
+  if (!m_json) return;
+  QJsonObject event{{"event", "ended"}, {"cause", nameOf(cause)}, {"pages", pages}, {"status", status}};
+  if (fault.code != quillbay::UnitFaultCode::None) {
+    event["fault"] = QJsonObject{{"code", nameOf(fault.code)}, {"text", text(fault.text)}};
+  }
+  json(event);
+}

@@ -1,0 +1,49 @@
+#pragma once
+#include <QJsonObject>
+#include <chrono>
+#include <mutex>
+#include <string>
+
+#include "quillbay/control.h"
+#include "quillbay/host.h"
+#include "scan_options.h"
+
+/// All output of the program: names or JSON events on standard output, messages and progress on standard error.
+/// Any thread.
+class Reporter {
+ public:
+  explicit Reporter(const ScanOptions& options);
+
+  /// One line on standard error that the program ends with.
+  void failure(int status, const std::string& text);
+  /// A line on standard error whatever the options say.
+  void error(const std::string& text);
+  /// A line for the person; not with --quiet.
+  void note(const std::string& text);
+  /// A line with --verbose.
+  void detail(const std::string& text);
+  void message(const quillbay::HostMessage& message);
+  /// A line of plain output (a listing).
+  void line(const std::string& text);
+  /// A JSON event, or any other object, as one line of standard output.
+  void json(const QJsonObject& object);
+
+  void started(const quillbay::ScanStartInfo& info);
+  void lines(std::int64_t count);
+  void page(const quillbay::PageInfo& page);
+  void published(const std::string& file, int pages);
+  void ended(quillbay::EndCause cause, const quillbay::UnitFault& fault, int pages, int status);
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  void put(const std::string& text);    // standard error, over the progress
+  void write(const std::string& text);  // standard output
+  void showProgress(std::int64_t count);
+
+  const bool m_json, m_quiet, m_verbose, m_progress;
+  std::mutex m_mutex;
+  bool m_progressShown = false;
+  quillbay::ScanStartInfo m_info;
+  Clock::time_point m_pageStart, m_lastShown;
+  std::string m_lastPublished;
+};

@@ -1,0 +1,39 @@
+#pragma once
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// What the person asked for on the command line, before anything was looked up.
+struct ScanOptions {
+  enum class Action { Scan, ListDevices, AllOptions, DryRun, Recover, Help, Version, HelpMan, HelpCompletion };
+  using KeyValue = std::pair<std::string, std::string>;
+
+  Action action = Action::Scan;
+  std::string device;
+  std::vector<KeyValue> deviceOptions;
+
+  std::optional<int> mode;  ///< 0-7
+  std::optional<int> dpi;
+  std::string area;  ///< as typed; empty: not given
+  std::optional<bool> center;
+  std::optional<bool> portrait;
+
+  std::string output;  ///< FILE of --output
+  std::string dir, mask, format;
+  std::vector<KeyValue> formatOptions;
+  bool multipage = false;
+  bool overwrite = false, increment = false;
+  bool toView = false;
+
+  std::optional<int> batch;  ///< pages; 0: until no document comes
+  bool bursting = false;
+
+  std::vector<KeyValue> settings;  ///< --set
+  bool saveSettings = false;
+  std::string recover;  ///< FILE of --recover
+
+  bool finishPage = false;
+  bool json = false, quiet = false;
+  int verbose = 0;
+};

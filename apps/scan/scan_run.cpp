@@ -1,0 +1,78 @@
+#include "scan_run.h"
+
+#include <csignal>
+
+using quillbay::EndCause;
+using quillbay::StartKind;
+using quillbay::StopKind;
+using quillbay::UnitFault;
+using quillbay::UnitFaultCode;
+
+namespace {
+
+constexpr int kOnce = 1;
+
+}  // namespace
+
+void Refusals::hear(const quillbay::HostMessage& message) {
+  const std::string& topic = message.helpTopic;
+  if (message.event == quillbay::kEventCannotWrite || topic.ends_with("IDH_QB_OverWrite") ||
+      topic.ends_with("IDH_MaskEmpty")) {
+    const bool refused = message.answer != quillbay::EventAnswer::Yes;
+    if (refused) m_status = kOutput;
+    if (message.event == quillbay::kEventCannotWrite) m_outputFailed = true;
+  } else if (message.kind == quillbay::EventKind::Retry) {
+    m_status = kMedia;
+  } else if (topic.ends_with("IDH_ScanError")) {
+    m_status = kDevice;
+  }
+}
+
+ScanRun::ScanRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
+                 Interrupts& interrupts, const Refusals& refusals)
+    : m_control(control),
+      m_options(options),
+      m_reporter(reporter),
+      m_interrupts(interrupts),
+      m_refusals(refusals) {}
+
+int ScanRun::run() {
+  m_control->Advise(this);
+  m_interrupts.onFirst([this](int) { stop(); });
+  const StartKind kind = m_options.batch ? StartKind::Batch : StartKind::Scan;
+  if (!m_control->Start(kind, m_options.batch.value_or(kOnce))) {
+    m_control->Unadvise(this);
+    throw Failure(kDevice, "the panel takes no scan now");
+  }
+  m_loop.exec();
+  m_control->Unadvise(this);
+  return m_status;
+}
+
+void ScanRun::stop() {
+  m_reporter.note(m_options.finishPage ? "stopping after this page; once more ends at once"
+                                       : "stopping; once more ends at once");
+  m_control->Stop(m_options.finishPage ? StopKind::AfterPage : StopKind::Now);
+}
+
+int ScanRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
+  if (Interrupts::number() != 0) return kSignal + Interrupts::number();
+  switch (cause) {
+    case EndCause::Done: return m_refusals.outputFailed() ? kOutput : kDone;
+    case EndCause::Media: return pages > 0 ? kDone : kMedia;
+    case EndCause::Output: return kOutput;
+    case EndCause::Stopped:  // by the scanner's own key
+    case EndCause::Device: return kDevice;
+    case EndCause::Refused: break;
+  }
+  if (fault.code == UnitFaultCode::NoDocuments) return pages > 0 ? kDone : kMedia;
+  return fault.code == UnitFaultCode::None ? m_refusals.status() : kDevice;
+}
+
+void ScanRun::OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) {
+  m_status = statusOf(cause, fault, pages);
+  const bool ownWish = cause == EndCause::Stopped || fault.code == UnitFaultCode::Cancelled;
+  if (m_status != kDone && !ownWish && !fault.text.empty()) m_reporter.error(fault.text);
+  m_reporter.ended(cause, fault, pages, m_status);
+  m_loop.quit();
+}

@@ -1,0 +1,50 @@
+#pragma once
+#include <QEventLoop>
+
+#include "failure.h"
+#include "interrupts.h"
+#include "quillbay/control.h"
+#include "reporter.h"
+#include "scan_options.h"
+
+/// What refusals of a run mean for the exit status: remembers the last message.
+class Refusals {
+ public:
+  void hear(const quillbay::HostMessage& message);
+  /// The status for a run that was refused before the paper moved.
+  [[nodiscard]] ExitStatus status() const noexcept { return m_status; }
+  /// Whether something could not be written since the start.
+  [[nodiscard]] bool outputFailed() const noexcept { return m_outputFailed; }
+
+ private:
+  ExitStatus m_status = kUsage;
+  bool m_outputFailed = false;
+};
+
+/// Runs scans to their end: reports them, and stops them for a signal.
+class ScanRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
+ public:
+  ScanRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
+          Interrupts& interrupts, const Refusals& refusals);
+  /// Answers the exit status.
+  int run();
+
+  void OnStarted(const quillbay::ScanStartInfo& info) override { m_reporter.started(info); }
+  void OnLines(std::int64_t lines) override { m_reporter.lines(lines); }
+  void OnPageFinished(const quillbay::PageInfo& page) override { m_reporter.page(page); }
+  void OnPublished(const std::string& file, std::int32_t pages) override { m_reporter.published(file, pages); }
+  void OnMessage(const std::string&) override {}  // the host has told it already
+  void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override;
+
+ private:
+  [[nodiscard]] int statusOf(quillbay::EndCause cause, const quillbay::UnitFault& fault, int pages) const;
+  void stop();
+
+  quillbay::IQuillbayControl* m_control;
+  const ScanOptions& m_options;
+  Reporter& m_reporter;
+  Interrupts& m_interrupts;
+  const Refusals& m_refusals;
+  QEventLoop m_loop;
+  int m_status = kDone;
+};

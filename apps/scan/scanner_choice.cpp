@@ -1,0 +1,87 @@
+#include "scanner_choice.h"
+
+#include <algorithm>
+
+#include "failure.h"
+#include "names.h"
+
+using quillbay::KxPtr;
+using quillbay::query;
+
+namespace {
+
+constexpr const char* kSimulated = "sim:";
+
+}  // namespace
+
+ScannerChoice::ScannerChoice(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter)
+    : m_manager(query<quillbay::IScanManager>(app)) {
+  if (!m_manager) throw Failure(kDevice, "this build has no scanner manager");
+  choose(options, reporter);
+  open(options.device);
+  for (const auto& [key, value] : options.deviceOptions) setOption(key, value);
+}
+
+void ScannerChoice::choose(const ScanOptions& options, Reporter& reporter) {
+  std::string device = options.device;
+  if (device.empty()) {
+    if (m_manager->HasCurrent()) return;
+    device = kSimulated;
+    reporter.note("no scanner is known; the simulated one (-d sim:) is used; -L lists scanners");
+  }
+  std::string why;
+  if (!m_manager->SetCurrent(device, &why)) throw Failure(kDevice, "device \"" + device + "\": " + why);
+}
+
+void ScannerChoice::open(const std::string& device) {
+  m_scanner = KxPtr<quillbay::IScan>::adopt(m_manager->GetCurrent());
+  m_unit = m_scanner.as<quillbay::IQuillbayUnit>();
+  if (m_unit) return;
+  const auto faults = m_scanner.as<quillbay::IUnitFault>();
+  std::string text = "device \"" + (device.empty() ? m_scanner->GetName() : device) + "\" cannot be used";
+  if (faults && !faults->GetFault().text.empty()) text += ": " + faults->GetFault().text;
+
+  std::vector<quillbay::ScannerEntry> entries;
+  std::string why;
+  m_manager->List(&entries, &why);
+  std::vector<std::string> devices;
+  for (const auto& entry : entries) devices.push_back(entry.device);
+  const bool listed = std::find(devices.begin(), devices.end(), device) != devices.end();
+  if (!listed) text += " (" + names::allowed(devices, device, "--list-devices") + ")";
+  throw Failure(kDevice, text);
+}
+
+void ScannerChoice::setOption(const std::string& key, const std::string& value) {
+  const auto own = m_unit.as<quillbay::IUnitOptions>();
+  if (!own) {
+    throw Failure(kDevice, "--device-option " + key + ": the device " + name() + " has no options of its own");
+  }
+  std::string why;
+  if (own->SetOption(key, value, &why)) return;
+  std::vector<std::string> known;
+  for (const auto& option : own->GetOptions()) known.push_back(option.name);
+  const bool exists = std::find(known.begin(), known.end(), key) != known.end();
+  throw Failure(kDevice, "--device-option " + key + "=" + value + ": " +
+                             (exists ? why : "unknown option; " + names::allowed(known, key, "--all-options")));
+}
+
+std::vector<std::string> ScannerChoice::modes() const {
+  std::vector<std::string> list;
+  for (std::size_t mode = 0; mode < names::modes().size(); ++mode) {
+    if (m_unit->HasMode(static_cast<int>(mode))) list.push_back(names::modes()[mode]);
+  }
+  return list;
+}
+
+std::vector<int> ScannerChoice::resolutions(int mode) const {
+  std::vector<quillbay::UnitResolution> entries;
+  m_unit->GetResolutions(&entries, mode);
+  std::vector<int> list;
+  for (const auto& entry : entries) list.push_back(entry.dpi);
+  return list;
+}
+
+std::vector<quillbay::UnitOption> ScannerChoice::options() const {
+  const auto own = m_unit.as<quillbay::IUnitOptions>();
+  return own ? own->GetOptions() : std::vector<quillbay::UnitOption>{};
+}
