@@ -1,0 +1,97 @@
+// A program that embeds the scanning panel: a window with the panel in it, on the simulated scanner. Without
+// arguments it waits for a person; "example-host FILE.tif" scans one page into that file and ends.
+#include <quillbay/control.h>
+#include <quillbay/host.h>
+#include <quillbay/quillbay.h>
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QMainWindow>
+#include <cstdio>
+
+namespace qb = quillbay;
+
+namespace example {
+
+// Told about the panel's scans, on the user-interface thread.
+class Listener final : public qb::CKxUnknownImplStatic<qb::IQuillbayEvents> {
+ public:
+  void OnStarted(const qb::ScanStartInfo& info) override {
+    std::fprintf(stderr, "scanning to %s\n", info.file.c_str());
+  }
+  void OnLines(std::int64_t) override {}
+  void OnPageFinished(const qb::PageInfo& page) override {
+    std::printf("%s: %lld lines at %u dpi\n", page.file.c_str(), static_cast<long long>(page.lines), page.dpi);
+  }
+  void OnPublished(const std::string&, std::int32_t) override {}
+  void OnMessage(const std::string&) override {}
+  void OnEnded(qb::EndCause cause, const qb::UnitFault& fault, std::int32_t) override {
+    if (!fault.text.empty()) std::fprintf(stderr, "%s\n", fault.text.c_str());
+    if (m_quit) QCoreApplication::exit(cause == qb::EndCause::Done ? 0 : 1);
+  }
+  void quitAtEnd() { m_quit = true; }
+
+ private:
+  bool m_quit = false;
+};
+
+// Sets a scan parameter; says why when it is refused.
+bool set(qb::IQuillbayControl& control, const char* key, const qb::CKxVariant& value) {
+  std::string why;
+  if (control.SetParam(key, value, &why)) return true;
+  std::fprintf(stderr, "%s: %s\n", key, why.c_str());
+  return false;
+}
+
+// One grey A4 page at 150 dpi into `file`.
+bool scanInto(qb::IQuillbayControl& control, const QFileInfo& file) {
+  return set(control, "m_dwAutodetect", 0) && set(control, "m_CurrMode", 5) && set(control, "m_uiDPI", 150) &&
+         set(control, "m_eScanType", 3) && set(control, "m_rcScan", qb::tagRRECT{0, 0, 210, 297}) &&
+         set(control, "m_Dir", file.absolutePath().toStdString()) &&
+         set(control, "m_Mask", file.completeBaseName().toStdString()) && set(control, "m_fUseAutoCounter", 0) &&
+         set(control, "m_fFileFate", 2) && control.Start(qb::StartKind::Scan, 1) != 0;
+}
+
+}  // namespace example
+
+int main(int argc, char** argv) {
+  QApplication application(argc, argv);
+  const bool person = argc < 2;
+
+  // The application object answers everything that the panel asks for.
+  qb::HostOptions options;
+  options.productName = "Example Host";
+  options.interactive = person;
+  options.keepSettings = person;
+  const auto app = qb::New_HostApp(options);
+  const auto manager = app.as<qb::IScanManager>();
+  std::string why;
+  if (!manager->SetCurrent("sim:size=210x297,count=1,seed=3", &why)) {
+    std::fprintf(stderr, "%s\n", why.c_str());
+    return 2;
+  }
+
+  // The panel is a child of a window of ours.
+  QMainWindow window;
+  app->SetMainWindow(&window);
+  qb::KxPtr<qb::IQuillbaySink> sink;
+  const auto script = app.as<qb::IScriptCmdSink>();
+  QWidget* panel = qb::New_Quillbay(app.get(), &window, nullptr, script.get(), sink.put(), qb::ScanToFile);
+  if (!panel) return 2;
+  window.setCentralWidget(panel);
+
+  // Further control, and events.
+  const auto control = sink.as<qb::IQuillbayControl>();
+  example::Listener listener;
+  control->Advise(&listener);
+  if (person) {
+    window.show();
+  } else {
+    listener.quitAtEnd();
+    if (!example::scanInto(*control, QFileInfo(QString::fromLocal8Bit(argv[1])))) return 1;
+  }
+  const int status = QApplication::exec();
+  control->Unadvise(&listener);
+  app->SetMainWindow(nullptr);
+  return status;
+}

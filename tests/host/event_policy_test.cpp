@@ -1,0 +1,75 @@
+#include "host/event_policy.h"
+
+#include <gtest/gtest.h>
+
+#include "temp_folder.h"
+
+namespace quillbay {
+namespace {
+
+constexpr const char* kOverwrite = "File /a/b.tif already exists. Overwrite?$QBHelp:IDH_QB_OverWrite$";
+
+TEST(EventPolicy, AnswersWithoutAPerson) {
+  struct Case {
+    const char* why;
+    int kind, buttons;
+    const char* text;
+    bool overwrite;
+    int want;
+  };
+  const Case cases[] = {
+      {"information", 12, 7, "Hello", false, 7},
+      {"overwriting is refused", 14, 1, kOverwrite, false, 2},
+      {"unless it was asked for", 14, 1, kOverwrite, true, 1},
+      {"which answers no other question", 14, 1, "Delete everything?", true, 2},
+      {"nobody loads a document", 16, 3, "Scanner not ready: <Media not loaded>", true, 3},
+      {"the whole image is scanned", 14, 1, "Could not autodetect bounds?$QBHelp:IDH_AutodetectError$", false, 1},
+      {"unknown numbers are information", 99, 99, "Hm", false, 7},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    const TempFolder folder;
+    HostOptions options = folder.options();
+    options.answers.overwrite = c.overwrite;
+    int heard = 0;
+    options.onMessage = [&](const HostMessage& message) {
+      ++heard;
+      EXPECT_EQ(message.text.find('$'), std::string::npos);
+      return message.answer;
+    };
+    const auto events = New_HostApp(options).as<IEvents>();
+    EXPECT_EQ(events->Message(c.kind, c.text, 0, c.buttons), c.want);
+    EXPECT_EQ(heard, 1);
+  }
+}
+
+TEST(EventPolicy, CannotWriteNamesFileAndCause) {
+  struct Case {
+    const char *path, *cause, *want;
+  };
+  const Case cases[] = {
+      {"/a/$b$.tif", "no space left", "Cannot write to /a/$b$.tif: no space left"},
+      {"/a/b.tif", "The file /a/b.tif is read-only.", "The file /a/b.tif is read-only."},  // names it already
+      {"", "", "Cannot write to the output file"},
+  };
+  const TempFolder folder;
+  HostOptions options = folder.options();
+  HostMessage last;
+  options.onMessage = [&](const HostMessage& message) {
+    last = message;
+    return message.answer;
+  };
+  const auto events = New_HostApp(options).as<IEvents>();
+  for (const Case& c : cases) {
+    events->Subject(c.path, c.cause);
+    EXPECT_EQ(events->Event(kEventCannotWrite, nullptr, 7), 7);
+    EXPECT_EQ(last.text, c.want);
+    EXPECT_EQ(last.path, c.path);
+    EXPECT_EQ(last.event, kEventCannotWrite);
+  }
+  events->Message(12, "Next", 0, 7);
+  EXPECT_EQ(last.text, "Next");  // the subject was of one event alone
+}
+
+}  // namespace
+}  // namespace quillbay
