@@ -1,0 +1,84 @@
+#pragma once
+#include <algorithm>
+#include <cstring>
+#include <new>
+#include <string>
+#include <utility>
+
+#include "channels/format_module.h"
+
+/// What every format module needs at its edge.
+namespace quillbay {
+
+/// A failure inside a module; becomes a code and a text at its edge.
+class ModuleError {
+ public:
+  ModuleError(int code, std::string text) : m_code(code), m_text(std::move(text)) {}
+  [[nodiscard]] int code() const noexcept { return m_code; }
+  [[nodiscard]] const std::string& text() const noexcept { return m_text; }
+
+ private:
+  int m_code;
+  std::string m_text;
+};
+
+/// Runs an operation of the edge: nothing is thrown across it.
+template <class Body>
+int atEdge(QbText* why, Body body) noexcept {
+  const auto say = [why](const char* text) {
+    if (!why) return;
+    const std::size_t size = std::min(std::strlen(text), sizeof why->text - 1);
+    std::memcpy(why->text, text, size);
+    why->text[size] = 0;
+  };
+  try {
+    body();
+    return QB_OK;
+  } catch (const ModuleError& e) {
+    say(e.text().c_str());
+    return e.code();
+  } catch (const std::bad_alloc&) {
+    return QB_E_MEMORY;
+  } catch (const std::exception& e) {
+    say(e.what());
+    return QB_E_REFUSED;
+  }
+}
+
+/// The file of the edge with failures as exceptions.
+class EdgeFile {
+ public:
+  explicit EdgeFile(const QbFile* file) : m_file(file) {}
+  [[nodiscard]] std::int64_t size() const { return m_file->size(m_file->self); }
+  void read(std::int64_t offset, void* bytes, std::size_t size) const {
+    check(m_file->read(m_file->self, offset, bytes, size));
+  }
+  void append(const void* bytes, std::size_t size) const {
+    const QbPiece piece{bytes, size};
+    append(&piece, 1);
+  }
+  void append(const QbPiece* pieces, int count) const { check(m_file->append(m_file->self, pieces, count)); }
+  void patch(std::int64_t offset, const void* bytes, std::size_t size) const {
+    check(m_file->patch(m_file->self, offset, bytes, size));
+  }
+
+ private:
+  static void check(int code) {
+    if (code != QB_OK) throw ModuleError(code, "");
+  }
+  const QbFile* m_file;
+};
+
+/// An option's value; `otherwise` when it is not set.
+inline std::string optionText(const QbOptions* options, const char* key, const char* otherwise) {
+  char value[128];
+  return options && options->text(options->self, key, value, sizeof value) ? value : otherwise;
+}
+
+/// The index of an option's value among its choices, letters compared without case. Refuses others.
+int optionChoice(const QbOptions* options, const QbOptionInfo& info);
+
+/// An option's whole number within `least`..`most`; `otherwise` when it is not set. Refuses others.
+int optionNumber(const QbOptions* options, const char* key, int otherwise, int least, int most);
+
+}  // namespace quillbay

@@ -1,0 +1,227 @@
+#include <memory>
+#include <string>
+#include <utility>
+
+#include "channels/module_loader.h"
+#include "channels/page_saver.h"
+#include "channels/part_registry.h"
+#include "platform/base_services.h"
+#include "platform/file_channel.h"
+
+namespace quillbay {
+namespace {
+
+constexpr const char* kCategory = "quillbay.channels";
+
+/// Counts and answers queries as the channel that it is a part of.
+template <class Owner, class Interface>
+class PartOf : public Interface {
+ public:
+  explicit PartOf(Owner* owner) : m_owner(owner) {}
+  std::uint32_t AddRef() override { return m_owner->AddRef(); }
+  std::uint32_t Release() override { return m_owner->Release(); }
+  int QueryInterface(const std::type_info& wanted, void** out) override {
+    return m_owner->QueryInterface(wanted, out);
+  }
+
+ protected:
+  Owner* m_owner;
+};
+
+///           Save                Commit / KeepPart
+///   Ready --------> PageWritten -----------------> Done
+///     |  (0 or throws: Ready)  |                     ^
+///     +------------------------+------ Abandon ------+
+enum class State { Ready, PageWritten, Done };
+
+class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
+ public:
+  CFileChanel(const QbFormat* format, IIOParams* params, std::string fileName)
+      : m_format(format),
+        m_params(KxPtr<IIOParams>::share(params)),
+        m_fileName(std::move(fileName)),
+        m_target(PartRegistry::instance().take(m_fileName)),
+        m_joined(m_target != nullptr) {
+    if (m_joined) return;
+    if (format->paged && fio::exists(m_fileName)) {
+      fio::testWritable(m_fileName);  // added to, or replaced: the kind of save tells
+      return;
+    }
+    m_target = createPart(format, m_fileName);
+  }
+
+  std::string GetFileName() override { return m_fileName; }
+
+  void SetExpectedLines(std::int64_t lines) override { m_expectedLines = lines; }
+  void SetMayReplace(bool mayReplace) override { m_mayReplace = mayReplace; }
+
+  void Commit() override {
+    finishPage();
+    if (m_inPlace) {
+      m_target->file().sync();
+    } else {
+      try {
+        publishPart(*m_target, m_fileName, m_mayReplace);
+      } catch (...) {
+        keep();  // for PublishPart, once the reason is gone
+        throw;
+      }
+    }
+    m_target = nullptr;
+    m_state = State::Done;
+  }
+
+  void KeepPart() override {
+    if (!m_pagedPage)
+      throw CXIFaceException("keep " + m_fileName + ": only a file of several pages is kept unfinished");
+    finishPage();
+    if (!m_inPlace) return keep();
+    m_target->file().sync();
+    m_target = nullptr;
+    m_state = State::Done;
+  }
+
+  void Abandon() override {
+    try {
+      abandon();
+    } catch (const std::exception& e) {
+      logLine(LogLevel::Error, kCategory, e.what());
+    }
+  }
+
+  int QueryInterface(const std::type_info& wanted, void** out) override {
+    void* found = nullptr;
+    if (wanted == typeid(IKxRasterSaveFileChanel)) found = static_cast<IKxRasterSaveFileChanel*>(&m_single);
+    if (wanted == typeid(IKxRasterSavePagedChanel) && m_format->paged) {
+      found = static_cast<IKxRasterSavePagedChanel*>(&m_paged);
+    }
+    if (!found) return CKxUnknownImpl::QueryInterface(wanted, out);
+    AddRef();
+    *out = found;
+    return 1;
+  }
+
+ private:
+  struct SinglePage final : PartOf<CFileChanel, IKxRasterSaveFileChanel> {
+    using PartOf::PartOf;
+    int AcceptColorSpace(KxColorSpace colorSpace) override { return m_owner->accepts(colorSpace); }
+    int Save(IRStor* raster, IProgress* progress) override { return m_owner->save(raster, progress, false); }
+  };
+  struct PagedPage final : PartOf<CFileChanel, IKxRasterSavePagedChanel> {
+    using PartOf::PartOf;
+    int AcceptColorSpace(KxColorSpace colorSpace) override { return m_owner->accepts(colorSpace); }
+    int Save(IRStor* raster, IProgress* progress) override { return m_owner->save(raster, progress, true); }
+    int GetPageCount() override { return m_owner->pageCount(); }
+  };
+
+  ~CFileChanel() override {
+    if (m_state != State::Done) CFileChanel::Abandon();
+  }
+
+  int accepts(KxColorSpace colorSpace) const { return m_format->accepts(static_cast<std::int32_t>(colorSpace)); }
+
+  int pageCount() {
+    if (m_state == State::Done) return m_pages;
+    openTarget(true);
+    return m_target->pageCount();
+  }
+
+  void openTarget(bool paged) {
+    if (m_target) return;
+    m_inPlace = paged && fio::exists(m_fileName);
+    m_target = m_inPlace ? std::make_unique<WritingFile>(m_format, m_fileName, m_fileName, PageFile::Mode::Append)
+                         : createPart(m_format, m_fileName);
+  }
+
+  int save(IRStor* raster, IProgress* progress, bool paged) {
+    if (!raster) throw CXIFaceException("write " + m_fileName + ": there is no page");
+    if (m_state != State::Ready)
+      throw CXIFaceException("write " + m_fileName + ": the channel has written its page");
+    if (m_joined && !paged) {
+      throw CXFileException(
+          "write " + m_fileName + ": a running batch writes this file; end it or choose another name", m_fileName);
+    }
+    openTarget(paged);
+    const PageRequest request{m_format, m_params.get(), m_fileName, m_expectedLines, paged};
+    if (!savePage(*m_target, request, raster, progress)) return 0;
+    m_pagedPage = paged;
+    m_state = State::PageWritten;
+    return 1;
+  }
+
+  void finishPage() {
+    if (m_state != State::PageWritten) throw CXIFaceException("write " + m_fileName + ": no page was saved");
+    m_target->finishPage();
+    m_pages = m_target->pageCount();
+  }
+
+  void keep() {
+    PartRegistry::instance().keep(m_fileName, std::move(m_target));
+    m_state = State::Done;
+    m_kept = true;
+  }
+
+  void abandon() {
+    if (m_state == State::Done) {
+      // After a Commit that could not publish: the page is not wanted any more.
+      if (!std::exchange(m_kept, false) || m_pagedPage) return;
+      m_target = PartRegistry::instance().take(m_fileName);
+    }
+    m_state = State::Done;
+    if (!m_target) return;
+    m_target->dropPage();
+    if (m_joined) {
+      PartRegistry::instance().keep(m_fileName, std::move(m_target));
+    } else if (!m_inPlace) {
+      deletePart(*m_target);
+    }
+    m_target = nullptr;
+  }
+
+  const QbFormat* m_format;
+  KxPtr<IIOParams> m_params;
+  std::string m_fileName;
+  std::unique_ptr<WritingFile> m_target;
+  bool m_joined;             // the part of a running batch
+  bool m_inPlace = false;    // a page added to the file itself
+  bool m_pagedPage = false;  // the page was saved as one of several
+  bool m_kept = false;       // the registry has the part
+  bool m_mayReplace = false;
+  std::int64_t m_expectedLines = 0;
+  int m_pages = 0;
+  State m_state = State::Ready;
+  SinglePage m_single{this};
+  PagedPage m_paged{this};
+};
+
+}  // namespace
+
+KxPtr<IKxFileChanel> new_FileChanel(IIOParams* params, const std::string& fileName, void*, void*) {
+  const QbFormat* format = formatForName(fileName);
+  if (!format) {
+    throw CXFileException("write " + fileName + ": no file format has the extension \"" +
+                              fio::extensionOf(fileName) + "\"; choose one of those on offer",
+                          fileName);
+  }
+  return KxPtr<IKxFileChanel>::adopt(new CFileChanel(format, params, fileName));
+}
+
+std::vector<FormatInfo> ListFormats() {
+  std::vector<FormatInfo> list;
+  for (const QbFormat* format : loadedFormats()) {
+    FormatInfo info;
+    info.name = format->name;
+    info.paged = format->paged != 0;
+    for (const char* const* e = format->extensions; *e; ++e) info.extensions.emplace_back(*e);
+    for (const QbOptionInfo* o = format->options; o->key; ++o) {
+      FormatOption option{o->key, o->help, {}};
+      for (const char* const* choice = o->choices; choice && *choice; ++choice)
+        option.choices.emplace_back(*choice);
+      info.options.push_back(std::move(option));
+    }
+    list.push_back(std::move(info));
+  }
+  return list;
+}
+
+}  // namespace quillbay

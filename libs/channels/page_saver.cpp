@@ -1,0 +1,163 @@
+#include "channels/page_saver.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <ctime>
+
+#include "channels/line_source.h"
+#include "platform/base_services.h"
+
+namespace quillbay {
+namespace {
+
+constexpr std::int64_t kProgressLines = 64;
+
+/// Answers a module's questions for options from a parameter set.
+class OptionSource {
+ public:
+  OptionSource(IIOParams* params, const char* format) {
+    if (params) m_set = KxPtr<IParam>::adopt(params->GetFormatOptions(format));
+    m_edge.self = this;
+    m_edge.text = [](void* self, const char* key, char* out, std::size_t room) -> int {
+      const std::string value = static_cast<OptionSource*>(self)->text(key);
+      if (value.empty() || room == 0) return 0;
+      const std::size_t size = std::min(room - 1, value.size());
+      std::memcpy(out, value.data(), size);
+      out[size] = 0;
+      return 1;
+    };
+  }
+  [[nodiscard]] const QbOptions& edge() const noexcept { return m_edge; }
+  [[nodiscard]] std::string text(const char* key) const {
+    const CKxVariant value = paramValue(m_set.get(), key);
+    if (const auto* number = value.get<std::int32_t>()) return toText(std::int64_t{*number});
+    if (const auto* number = value.get<double>()) return toText(*number);
+    const auto* words = value.get<std::string>();
+    return words ? *words : std::string();
+  }
+
+ private:
+  KxPtr<IParam> m_set;
+  QbOptions m_edge{};
+};
+
+/// Gives a block's hold back.
+class HeldBlock {
+ public:
+  explicit HeldBlock(LineSource& source) : m_has(source.next(&m_block)) {}
+  ~HeldBlock() {
+    if (m_has) m_block.release_hold(m_block.hold);
+  }
+  HeldBlock(const HeldBlock&) = delete;
+  HeldBlock& operator=(const HeldBlock&) = delete;
+  explicit operator bool() const noexcept { return m_has; }
+  [[nodiscard]] const QbBlock& block() const noexcept { return m_block; }
+
+ private:
+  QbBlock m_block{};
+  bool m_has;
+};
+
+class PageSaver {
+ public:
+  PageSaver(WritingFile& file, const PageRequest& request, IRStor* raster, IProgress* progress)
+      : m_file(file),
+        m_request(request),
+        m_progress(progress),
+        m_raster(raster),
+        m_colorSpace(raster->GetColorSpace()),
+        m_width(raster->GetWidth()),
+        m_source(makeLineSource(raster, m_colorSpace, m_width)),
+        m_options(request.params, request.format->name) {}
+
+  bool save() {
+    if (m_width <= 0) throw CXIFaceException("write " + m_request.fileName + ": the page has no width");
+    bool begun = false;
+    for (;;) {
+      const HeldBlock next(*m_source);
+      if (!next) break;
+      if (m_progress && m_progress->IsCancelled()) return false;
+      if (!begun) begin();
+      begun = true;
+      m_file.writeLines(next.block());
+      advance(next.block().lines);
+    }
+    if (m_source->abandoned() || (m_progress && m_progress->IsCancelled())) return false;
+    if (!begun) {
+      throw CXFileException("write " + m_request.fileName + ": the scan delivered no lines; scan again",
+                            m_request.fileName);
+    }
+    m_file.endLines();
+    return true;
+  }
+
+ private:
+  void begin() {
+    KXRGBQUAD palette[256];
+    std::uint8_t bytes[256 * 4];
+    const std::string software = m_request.params ? m_request.params->GetSoftware() : std::string();
+    const std::string moment = dateTimeText(now());
+    QbPage page{};
+    page.color_space = static_cast<std::int32_t>(m_colorSpace);
+    page.width = m_width;
+    page.expected_lines = expectedLines();
+    page.dpi = m_raster->GetResolution();
+    page.paged = m_request.paged ? 1 : 0;
+    page.palette_count = m_source->palette(palette);
+    for (int i = 0; i < page.palette_count; ++i) std::memcpy(bytes + 4 * i, &palette[i], 4);
+    page.palette = bytes;
+    page.software = software.c_str();
+    page.date_time = moment.c_str();
+    m_file.beginPage(page, m_options.edge());
+  }
+
+  /// A stored raster knows its height; a running scan only what it was told.
+  [[nodiscard]] std::int64_t expectedLines() const {
+    if (m_request.expectedLines > 0) return m_request.expectedLines;
+    return query<IStripeReader>(m_raster) ? 0 : std::max<std::int64_t>(m_raster->GetHeight(), 0);
+  }
+
+  void advance(std::int32_t lines) {
+    m_lines += lines;
+    if (!m_progress || m_lines - m_shown < kProgressLines) return;
+    m_shown = m_lines;
+    m_progress->SetPosition(static_cast<int>(std::min<std::int64_t>(m_lines, INT_MAX)));
+  }
+
+  WritingFile& m_file;
+  const PageRequest& m_request;
+  IProgress* m_progress;
+  IRStor* m_raster;
+  KxColorSpace m_colorSpace;
+  std::int32_t m_width;
+  std::unique_ptr<LineSource> m_source;
+  OptionSource m_options;
+  std::int64_t m_lines = 0;
+  std::int64_t m_shown = 0;
+};
+
+}  // namespace
+
+std::string dateTimeText(std::int64_t secondsSince1970) {
+  const std::time_t moment = secondsSince1970;
+  std::tm parts{};
+  char text[40];
+  if (!::localtime_r(&moment, &parts)) return "1970:01:01 00:00:00";
+  const std::size_t size = std::strftime(text, sizeof text, "%Y:%m:%d %H:%M:%S", &parts);
+  return {text, size};
+}
+
+bool savePage(WritingFile& file, const PageRequest& request, IRStor* raster, IProgress* progress) {
+  try {
+    PageSaver saver(file, request, raster, progress);
+    if (saver.save()) return true;
+  } catch (...) {
+    file.dropPage();
+    throw;
+  }
+  file.dropPage();
+  return false;
+}
+
+}  // namespace quillbay

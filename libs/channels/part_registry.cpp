@@ -1,0 +1,128 @@
+#include "channels/part_registry.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <utility>
+
+#include "channels/module_loader.h"
+#include "platform/base_services.h"
+#include "platform/file_channel.h"
+
+namespace quillbay {
+namespace {
+
+constexpr const char* kCategory = "quillbay.channels";
+
+/// One name for one file, however its folder was written.
+std::string keyOf(const std::string& fileName) {
+  const std::filesystem::path path(fileName);
+  std::error_code error;
+  const auto folder = std::filesystem::weakly_canonical(path.has_parent_path() ? path.parent_path() : ".", error);
+  return error ? fileName : (folder / path.filename()).string();
+}
+
+[[noreturn]] void throwNoFormat(const std::string& fileName) {
+  throw CXFileException("write " + fileName + ": no file format has this extension; choose one of those on offer",
+                        fileName);
+}
+
+}  // namespace
+
+std::string partName(const std::string& fileName) { return fileName + ".part"; }
+
+PartRegistry& PartRegistry::instance() {
+  static PartRegistry registry;
+  return registry;
+}
+
+std::unique_ptr<WritingFile> PartRegistry::take(const std::string& fileName) {
+  const std::lock_guard lock(m_mutex);
+  const auto found = m_parts.find(keyOf(fileName));
+  if (found == m_parts.end()) return nullptr;
+  std::unique_ptr<WritingFile> part = std::move(found->second);
+  m_parts.erase(found);
+  return part;
+}
+
+void PartRegistry::keep(const std::string& fileName, std::unique_ptr<WritingFile> part) {
+  const std::lock_guard lock(m_mutex);
+  m_parts[keyOf(fileName)] = std::move(part);
+}
+
+std::unique_ptr<WritingFile> createPart(const QbFormat* format, const std::string& fileName) {
+  for (int attempt = 0;; ++attempt) {
+    const std::string aside = SetAsideLeftover(fileName);
+    if (!aside.empty()) logLine(LogLevel::Warning, kCategory, "an unfinished file is now " + aside);
+    try {
+      return std::make_unique<WritingFile>(format, partName(fileName), fileName, PageFile::Mode::Create);
+    } catch (const CXFileException& e) {
+      // Another program was faster; whether it is alive tells the next look.
+      if (e.systemError() != EEXIST || attempt >= 3) throw;
+    }
+  }
+}
+
+void publishPart(WritingFile& part, const std::string& fileName, bool mayReplace) {
+  part.file().sync();
+  fio::publish(part.file().path(), fileName, mayReplace);
+  part.file().renamed(fileName);
+}
+
+void deletePart(WritingFile& part) noexcept {
+  if (::unlink(part.file().path().c_str()) == 0 || errno == ENOENT) return;
+  logLine(LogLevel::Warning, kCategory, part.file().path() + " was not deleted: " + fio::errorText(errno));
+}
+
+void PublishPart(const std::string& fileName, bool mayReplace) {
+  std::unique_ptr<WritingFile> part = PartRegistry::instance().take(fileName);
+  const bool ours = part != nullptr;
+  if (!ours) {  // what an earlier, killed run left
+    const QbFormat* format = formatForName(fileName);
+    if (!format) throwNoFormat(fileName);
+    part = std::make_unique<WritingFile>(format, partName(fileName), fileName, PageFile::Mode::Append);
+  }
+  try {
+    if (part->pageCount() == 0) {
+      throw CXFileException("publish " + fileName + ": " + part->file().path() + " holds no finished page",
+                            fileName);
+    }
+    publishPart(*part, fileName, mayReplace);
+  } catch (...) {
+    if (ours) PartRegistry::instance().keep(fileName, std::move(part));
+    throw;
+  }
+}
+
+void AbandonPart(const std::string& fileName) {
+  const std::unique_ptr<WritingFile> part = PartRegistry::instance().take(fileName);
+  if (!part) return;
+  try {
+    if (part->pageCount() == 0) deletePart(*part);
+  } catch (const CXException& e) {
+    logLine(LogLevel::Warning, kCategory, e.what());
+  }
+}
+
+std::string SetAsideLeftover(const std::string& fileName) {
+  const std::string part = partName(fileName);
+  if (!fio::exists(part)) return {};
+  try {
+    const PageFile held(part, PageFile::Mode::Append);  // its lock: nobody starts to write it meanwhile
+    for (int i = 1;; ++i) {
+      const std::string aside = part + "." + std::to_string(i);
+      try {
+        fio::publish(part, aside, false);
+        return aside;
+      } catch (const CXFileException& e) {
+        if (e.systemError() != EEXIST || i >= 10000) throw;
+      }
+    }
+  } catch (const CXFileException& e) {
+    if (e.systemError() == ENOENT) return {};  // its writer has just published or dropped it
+    throw;
+  }
+}
+
+}  // namespace quillbay

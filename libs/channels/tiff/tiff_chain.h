@@ -1,0 +1,29 @@
+#pragma once
+#include <cstdint>
+#include <vector>
+
+#include "channels/codec/module_support.h"
+
+namespace quillbay {
+
+/// What adding a page must know of a file.
+struct TiffState {
+  bool started = false;     ///< it has a header
+  bool big = false;         ///< BigTIFF
+  bool bigEndian = false;   ///< its byte order
+  std::int64_t linkAt = 0;  ///< where the offset of the next directory goes
+  std::int32_t pages = 0;
+};
+
+/// Follows the chain of directories, two short reads each; `offsets` (may be null) gets where they begin.
+/// An empty file is not started. Throws ModuleError for a damaged file.
+[[nodiscard]] TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets);
+
+/// Non-zero for the first bytes of a TIFF or BigTIFF.
+[[nodiscard]] bool looksLikeTiff(const std::uint8_t* head, std::size_t size) noexcept;
+
+/// A whole number of `size` bytes (2, 4 or 8) in a byte order.
+[[nodiscard]] std::uint64_t getNumber(const std::uint8_t* bytes, int size, bool bigEndian) noexcept;
+void putNumber(std::uint8_t* bytes, int size, bool bigEndian, std::uint64_t value) noexcept;
+
+}  // namespace quillbay
