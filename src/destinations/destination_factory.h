@@ -24,7 +24,8 @@ struct DestinationContext {
   std::function<std::string(CWnd* parent, const std::string& start)> chooseFolder;
 };
 
-/// The destination of a mode; null for a mode that this build does not have.
+/// The destination of a mode, to be given up by `Destroy` or by the pointer (not by both); null for a mode that
+/// this build does not have.
 [[nodiscard]] std::unique_ptr<CScanTo> makeDestination(const DestinationContext& context);
 
 }  // namespace quillbay

@@ -35,7 +35,7 @@ void fill(QComboBox* combo, const History& history) {
 }
 
 /// Shows a text, leaving the cursor of somebody who just typed it.
-void show(QComboBox* combo, const std::string& text) {
+void showText(QComboBox* combo, const std::string& text) {
   const QString wanted = QString::fromStdString(text);
   if (combo->currentText() != wanted) combo->setEditText(wanted);
 }
@@ -86,8 +86,8 @@ void CScanToView::setUpForm() {
 }
 
 int CScanToView::paramChanged(const char* key) {
-  if (sameKey(key, "m_Dir")) show(m_form->dir, m_params.values().dir);
-  if (sameKey(key, "m_Mask")) show(m_form->mask, m_params.values().mask);
+  if (sameKey(key, "m_Dir")) showText(m_form->dir, m_params.values().dir);
+  if (sameKey(key, "m_Mask")) showText(m_form->mask, m_params.values().mask);
   const bool naming = std::any_of(kNamingKeys.begin(), kNamingKeys.end(), [&](auto k) { return sameKey(k, key); });
   // Later and merged: a load changes many values, and each look at the name asks the file system.
   if (naming) PostCommand(this, kRefreshName, 0, 0, true);
@@ -125,14 +125,14 @@ void CScanToView::showFields() {
   for (QWidget* field :
        std::initializer_list<QWidget*>{m_form->dir, m_form->browse, m_form->mask, m_form->nextName})
     field->setEnabled(m_useFileOut);
-  show(m_form->dir, m_params.values().dir);
-  show(m_form->mask, m_params.values().mask);
+  showText(m_form->dir, m_params.values().dir);
+  showText(m_form->mask, m_params.values().mask);
   refreshNextName();
 }
 
 void CScanToView::refreshNextName() {
   const ScanValues& v = m_params.values();
-  if (namesTime(v) && m_useFileOut && !m_closed) {
+  if (namesTime(v) && m_useFileOut) {
     if (!m_clock.isActive()) m_clock.start();
   } else {
     m_clock.stop();
@@ -218,9 +218,6 @@ void CScanToView::remember() {
 }
 
 void CScanToView::saveHistories() {
-  if (m_closed) return;
-  m_closed = true;
-  m_clock.stop();
   const auto profile = query<IProfile>(m_params.app());
   m_dirs.save(profile.get());
   m_masks.save(profile.get());
@@ -244,11 +241,7 @@ int CScanToView::SaveParams(IParam* params) {
   return 1;
 }
 
-void CScanToView::Destroy() {
-  m_changes.Unsubscribe();
-  saveHistories();
-  hide();
-}
+void CScanToView::Destroy() { delete this; }
 
 int CScanToView::Enable(int enable) {
   setEnabled(enable != 0);

@@ -34,7 +34,7 @@ class CScanToView final : public CDialog,
   int EndScan(int cancelled) override;
   int LoadParams(IParam* params) override;
   int SaveParams(IParam* params) override;
-  /// Saves the histories and hides the panel for good; the object goes with its owner.
+  /// Deletes the panel, which saves its histories.
   void Destroy() override;
   int Enable(int enable) override;
   int Show(int command) override;
@@ -96,7 +96,6 @@ class CScanToView final : public CDialog,
   QTimer m_clock;  // runs while the name shows the time
   bool m_useFileOut = true;
   bool m_mayReplace = false;
-  bool m_closed = false;
   std::string m_openPart;  // the multi-page file that the running batch goes on with
 };
 

@@ -1,0 +1,264 @@
+#include "pages/main_settings.h"
+
+#include <QContextMenuEvent>
+#include <QLineEdit>
+#include <QMenu>
+#include <QScopedValueRollback>
+
+#include "pages/paper_list.h"
+#include "pages/scan_area.h"
+#include "platform/base_services.h"
+#include "quillbay/events.h"
+#include "ui_main_settings.h"
+
+namespace quillbay {
+
+namespace {
+
+constexpr int kApplyTicks = 20;
+constexpr int kDetectWidthMask = 8;
+constexpr int kDetectAllMask = 30;
+
+void fill(QComboBox* list, const ListEntries& entries) {
+  list->clear();
+  for (const ListEntry& entry : entries) list->addItem(QString::fromStdString(entry.text), entry.data);
+}
+
+}  // namespace
+
+CMainSettings::CMainSettings(IPanelController& controller, KxPtr<CSharedScanParams> params)
+    : CTab(controller, std::move(params), kNumber), m_form(std::make_unique<Ui::MainSettings>()) {
+  m_applyTimer.addWindow(this, kApplyArea);
+  m_applyTimer.start(kApplyTicks, false);
+}
+
+CMainSettings::~CMainSettings() {
+  m_changes.Unsubscribe();
+  m_applyTimer.destroy();
+}
+
+std::string CMainSettings::GetTitle() { return Supp_Translate("Main"); }
+
+void CMainSettings::createForm(int) {
+  m_form->setupUi(this);
+  for (LengthSpin* field : {m_form->width, m_form->offset, m_form->top, m_form->length})
+    field->setUnits(&params().units());
+  const double maxLength = controller().Unit()->GetMaxLength();
+  const double longest = maxLength > 0 ? maxLength : 1e6;
+  const ScanValues& v = params().values();
+  m_form->width->setLimits(std::min(v.minWidth, v.bedWidth), v.bedWidth);
+  m_form->offset->setLimits(0, v.bedWidth);
+  m_form->top->setLimits(0, longest);
+  m_form->length->setLimits(0, longest);
+  m_dpiRange = resolutionRange(*controller().Unit());
+  m_form->resolutionList->setEditable(m_dpiRange.has_value());
+  fillLists();
+  showAll();
+  m_changes.Subscribe(params().connectionPoint());
+}
+
+bool CMainSettings::OnPageCommand(int id, int code, std::int64_t) {
+  switch (id) {
+    case kScannerKey: stepList(code); return true;
+    case kApplyArea:
+      applyFields();
+      params().set(scan_key::UpdateRect, params().values().updateRect ? 0 : 1);
+      controller().AreaChanged();
+      return true;
+    case kDetect: detectArea(); return true;
+    case kPortrait: setOrientation(true); return true;
+    case kLandscape: setOrientation(false); return true;
+    case kCentre: takeCentring(m_form->centre->isChecked() ? 1 : 0); return true;
+    case kBursting: params().set(scan_key::Bursting, m_form->bursting->isChecked() ? 1 : 0); return true;
+    default: return code == kCodeSelected ? choose(id, code) : edited(id);
+  }
+}
+
+bool CMainSettings::choose(int id, int) {
+  switch (id) {
+    case kModeList: applyMode(); return true;
+    case kAreaList: applyArea(); return true;
+    case kResolutionList: applyResolution(); return true;
+    default: return false;
+  }
+}
+
+bool CMainSettings::edited(int id) {
+  switch (id) {
+    case kResolutionList: resolutionTyped(); return true;
+    case kAddedWidth: params().quiet().addWidthPercent = m_form->added->value(); return true;
+    case kWidth:
+    case kOffset:
+    case kTop:
+    case kLength: m_applyTimer.restart(); return true;
+    default: return false;
+  }
+}
+
+void CMainSettings::fillLists() {
+  fill(m_form->modeList, modeEntries(*controller().Unit(), params().values().scannerHasColor));
+  params().papers = loadPapers(params().app());
+  fill(m_form->areaList, areaEntries(params().papers));
+  fillResolutions(params().values().currMode);
+  // Presets have no store yet: the list is there, and is shown once it can hold something.
+  m_form->presetLabel->setVisible(m_form->presetList->count() > 0);
+  m_form->presetList->setVisible(m_form->presetList->count() > 0);
+}
+
+void CMainSettings::fillResolutions(int mode) {
+  const int before = selectedDpi();
+  const ListEntries entries = resolutionEntries(*controller().Unit(), mode);
+  fill(m_form->resolutionList, entries);
+  if (entries.empty()) return;
+  params().set(scan_key::MinDpi, entries.front().data);
+  params().set(scan_key::PreviewDpi, entries.front().data);
+  const bool kept = indexOfData(entries, before) >= 0 || (m_dpiRange && m_dpiRange->holds(before));
+  showResolution(kept ? before : entries.front().data);
+}
+
+void CMainSettings::showResolution(int dpi) {
+  QComboBox* list = m_form->resolutionList;
+  const int index = list->findData(dpi);
+  if (index >= 0) {
+    list->setCurrentIndex(index);
+  } else if (m_dpiRange && m_dpiRange->holds(dpi)) {
+    list->setCurrentIndex(-1);
+    list->setEditText(QString::number(dpi));
+  }
+}
+
+int CMainSettings::selectedData(const QComboBox* list) const {
+  const QVariant data = list->currentData();
+  return data.isValid() ? data.toInt() : -1;
+}
+
+int CMainSettings::selectedMode() const {
+  const int mode = selectedData(m_form->modeList);
+  return mode >= 0 ? mode : params().values().currMode;
+}
+
+int CMainSettings::selectedDpi() const {
+  const QComboBox* list = m_form->resolutionList;
+  // A typed value counts while it is one of the device's; otherwise what was last taken.
+  if (list->isEditable() && list->currentText() != list->itemText(list->currentIndex())) {
+    const int typed = list->currentText().toInt();
+    return m_dpiRange->holds(typed) ? typed : params().values().dpi;
+  }
+  const int dpi = selectedData(list);
+  return dpi > 0 ? dpi : params().values().dpi;
+}
+
+void CMainSettings::selectPaper(const std::string& name) {
+  const PaperRecord* paper = findPaper(params().papers, name);
+  if (!paper) return;
+  const auto index = static_cast<int>(paper - params().papers.data());
+  m_form->areaList->setCurrentIndex(m_form->areaList->findData(kAreaPaper + index));
+}
+
+void CMainSettings::applyArea() {
+  const int data = selectedData(m_form->areaList);
+  if (data < 0) return;
+  const QScopedValueRollback applying(m_applying, true);
+  controller().ForgetPalette();
+  const std::size_t paper =
+      data >= kAreaPaper ? static_cast<std::size_t>(data - kAreaPaper) : params().papers.size();
+  if (paper < params().papers.size()) params().setIfChanged(scan_key::PaperName, params().papers[paper].name);
+  params().setIfChanged(scan_key::ScanType, std::min<int>(data, kAreaPaper));
+  if (paper < params().papers.size()) {
+    const tagRSIZE& size = params().papers[paper].size;
+    const ScanValues& v = params().values();
+    const bool portrait = usableOrientation(size, v.portrait != 0, v.bedWidth);
+    params().setIfChanged(scan_key::Portrait, portrait ? 1 : 0);
+    params().setIfChanged(scan_key::RcScan, paperArea(size, v));
+  }
+  showAutodetect();
+  showOrientation();
+  showArea();
+  updateSummary();
+}
+
+void CMainSettings::applyResolution() {
+  const QScopedValueRollback applying(m_applying, true);
+  params().set(scan_key::Dpi, selectedDpi());
+  updateSummary();
+}
+
+void CMainSettings::resolutionTyped() {
+  const int typed = m_form->resolutionList->currentText().toInt();
+  if (m_dpiRange && m_dpiRange->holds(typed)) applyResolution();
+}
+
+void CMainSettings::applyMode() {
+  const QScopedValueRollback applying(m_applying, true);
+  controller().ForgetPalette();
+  params().set(scan_key::CurrMode, selectedMode());
+  fillResolutions(params().values().currMode);
+  params().setIfChanged(scan_key::Dpi, selectedDpi());
+  updateSummary();
+}
+
+void CMainSettings::setOrientation(bool portrait) {
+  params().set(scan_key::Portrait, portrait ? 1 : 0);
+  applyArea();
+}
+
+void CMainSettings::takeCentring(std::int32_t wished) {
+  params().set(scan_key::Center, allowedCentring(params().values().centring, wished));
+  showCentring();
+}
+
+void CMainSettings::stepList(int key) {
+  const KeyStep step = keyStep(key);
+  QComboBox* list = nullptr;
+  switch (step.list) {
+    case KeyList::Mode: list = m_form->modeList; break;
+    case KeyList::Area: list = m_form->areaList; break;
+    case KeyList::Resolution: list = m_form->resolutionList; break;
+    case KeyList::Preset: list = m_form->presetList; break;
+    case KeyList::None: return;
+  }
+  const int next = stepIndex(list->currentIndex(), list->count(), step.step);
+  if (next < 0) return;
+  list->setCurrentIndex(next);
+  OnCommand(list->property("controlId").toInt(), kCodeSelected, next);
+}
+
+void CMainSettings::detectArea() {
+  const bool widthOnly = params().values().scanType == kAreaFixedWidth;
+  if (controller().DetectArea(widthOnly ? kDetectWidthMask : kDetectAllMask) == 0) {
+    if (const auto events = query<IEvents>(params().app()))
+      events->Message(static_cast<int>(EventKind::Information),
+                      Supp_Translate("No document was found; the scan area stays as it is.").c_str(), 0,
+                      static_cast<int>(EventButtons::Ok));
+    return;
+  }
+  takeCentring(params().values().centring == kAlwaysCentres ? 1 : 0);
+  showArea();
+  updateSummary();
+}
+
+void CMainSettings::applyFields() {
+  m_applyTimer.start(kApplyTicks, false);
+  const AreaFields fields{m_form->width->millimetres(), m_form->offset->millimetres(), m_form->top->millimetres(),
+                          m_form->length->millimetres()};
+  params().setIfChanged(scan_key::RcScan, areaOf(fields, params().values()));
+  showArea();
+}
+
+void CMainSettings::contextMenuEvent(QContextMenuEvent* event) {
+  QMenu menu(this);
+  const auto add = [&](const QAbstractButton* button, int id) {
+    QAction* action = menu.addAction(button->text());
+    action->setCheckable(button->isCheckable());
+    action->setChecked(button->isChecked());
+    action->setEnabled(button->isEnabled());
+    connect(action, &QAction::triggered, this, [this, id] { OnCommand(id, kCodeClicked, 1); });
+  };
+  add(m_form->portrait, kPortrait);
+  add(m_form->landscape, kLandscape);
+  menu.addSeparator();
+  add(m_form->detect, kDetect);
+  menu.exec(event->globalPos());
+}
+
+}  // namespace quillbay

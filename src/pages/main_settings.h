@@ -1,0 +1,107 @@
+#pragma once
+#include <memory>
+#include <optional>
+
+#include "pages/scan_lists.h"
+#include "quillbay/connection_point.h"
+#include "widgets/countdown_timer.h"
+#include "widgets/tab.h"
+
+class QComboBox;
+namespace Ui {
+class MainSettings;
+}
+
+namespace quillbay {
+
+/// The first page: scan mode, area or paper, resolution, orientation, centring, bursting and added width. What the
+/// person chooses goes into the scan parameters at once; areas that are typed follow a second later, or with the
+/// next request.
+class CMainSettings final : public CTab {
+ public:
+  static constexpr int kNumber = 0;
+  /// Numbers of controls and commands.
+  enum Control : int {
+    kAreaList = 15,
+    kResolutionList = 43,
+    kPresetList = 51,
+    kModeList = 52,
+    kDetect = 63,
+    kCentre = 70,
+    kBursting = 75,
+    kPortrait = 111,
+    kLandscape = 112,
+    kWidth = 1401,
+    kOffset = 1402,
+    kTop = 1403,
+    kLength = 1404,
+    kAddedWidth = 1405,
+    kScannerKey = 6464,
+    kApplyArea = 6500,
+  };
+
+  CMainSettings(IPanelController& controller, KxPtr<CSharedScanParams> params);
+  ~CMainSettings() override;
+
+  int Load(IParam* store) override;
+  int Save(IParam* store) override;
+  std::string GetTitle() override;
+
+ protected:
+  void createForm(int mode) override;
+  bool OnPageCommand(int id, int code, std::int64_t value) override;
+  void contextMenuEvent(QContextMenuEvent* event) override;
+
+ private:
+  class CIChangeParams final : public TSinkImpl<IChangeParams, CMainSettings> {
+   public:
+    using TSinkImpl::TSinkImpl;
+    int OnParamChanging(const char*) override { return 1; }
+    int OnParamChanged(const char* key) override { return owner()->paramChanged(key); }
+  };
+
+  // Lists
+  void fillLists();
+  void fillResolutions(int mode);
+  void showResolution(int dpi);
+  [[nodiscard]] int selectedData(const QComboBox* list) const;
+  [[nodiscard]] int selectedMode() const;
+  [[nodiscard]] int selectedDpi() const;
+  void selectPaper(const std::string& name);
+
+  // Choices
+  void applyArea();
+  void applyResolution();
+  void applyMode();
+  void resolutionTyped();
+  void setOrientation(bool portrait);
+  void stepList(int key);
+  void detectArea();
+  void applyFields();
+  bool choose(int id, int code);
+  bool edited(int id);
+
+  // What the controls show
+  void showAll();
+  void showArea();
+  void showAccess();
+  void showOrientation();
+  void showAutodetect();
+  void showCentring();
+  void updateSummary();
+
+  int paramChanged(const char* key);
+  void reactToKey();
+  void reactToAutodetect();
+  void reactToScanType();
+  void takeCentring(std::int32_t wished);
+  void loadChoices(IParam* store);
+
+  std::unique_ptr<Ui::MainSettings> m_form;
+  CIChangeParams m_changes{this};
+  CountdownTimer m_applyTimer;
+  std::optional<DpiRange> m_dpiRange;
+  bool m_applying = false;  // a choice of this page is being stored: its own echo is not applied again
+};
+
+}  // namespace quillbay

@@ -1,0 +1,138 @@
+/// The main page as a mirror of the scan parameters: what its controls show, and how it follows changes made
+/// elsewhere. Reactions run inside a broadcast, so what they set is stored without a broadcast of its own.
+#include "pages/main_settings.h"
+#include "pages/paper_list.h"
+#include "pages/scan_area.h"
+#include "pages/settings_text.h"
+#include "platform/base_services.h"
+#include "platform/post_command.h"
+#include "platform/scan_to.h"
+#include "ui_main_settings.h"
+
+namespace quillbay {
+
+void CMainSettings::showAll() {
+  const ScanValues& v = params().values();
+  if (const int mode = m_form->modeList->findData(v.currMode); mode >= 0) m_form->modeList->setCurrentIndex(mode);
+  showResolution(v.dpi);
+  if (v.scanType < kAreaPaper)
+    m_form->areaList->setCurrentIndex(m_form->areaList->findData(v.scanType));
+  else
+    selectPaper(v.paperName);
+  setSpinValue(m_form->added, v.addWidthPercent);
+  showOrientation();
+  showAutodetect();
+  showArea();
+  updateSummary();
+}
+
+void CMainSettings::showArea() {
+  const AreaFields fields = fieldsOf(params().values());
+  m_form->width->setMillimetres(fields.width);
+  m_form->offset->setMillimetres(fields.offset);
+  m_form->top->setMillimetres(fields.top);
+  m_form->length->setMillimetres(fields.length);
+  showAccess();
+}
+
+void CMainSettings::showAccess() {
+  const FieldAccess access = fieldAccess(params().values());
+  m_form->width->setEnabled(access.width);
+  m_form->offset->setEnabled(access.offset);
+  m_form->top->setEnabled(access.top);
+  m_form->length->setEnabled(access.length);
+}
+
+void CMainSettings::showOrientation() {
+  const ScanValues& v = params().values();
+  m_form->portrait->setChecked(v.portrait != 0);
+  m_form->landscape->setChecked(v.portrait == 0);
+  const PaperRecord* paper = v.scanType == kAreaPaper ? findPaper(params().papers, v.paperName) : nullptr;
+  // An orientation that the bed cannot take is no choice, unless the paper fits neither way.
+  const bool tall = !paper || fitsBed(paper->size, true, v.bedWidth);
+  const bool wide = !paper || fitsBed(paper->size, false, v.bedWidth);
+  m_form->portrait->setEnabled(tall || !wide);
+  m_form->landscape->setEnabled(wide || !tall);
+}
+
+void CMainSettings::showAutodetect() {
+  const AutodetectEffect effect = autodetectEffect(params().values());
+  m_form->bursting->setEnabled(effect.burstingAllowed);
+  m_form->bursting->setChecked(params().values().bursting != 0 && effect.burstingAllowed);
+  m_form->centre->setEnabled(effect.centreAllowed);
+  showCentring();
+}
+
+void CMainSettings::showCentring() {
+  m_form->centre->setChecked(params().values().center != 0);
+  showArea();
+}
+
+void CMainSettings::updateSummary() {
+  ScanValues& v = params().quiet();
+  if (v.currMode == kModeDirect) return;
+  SummaryParts parts;
+  if (params().destination) params().destination->GetTargetText(&parts.target);
+  parts.preset = m_form->presetList->currentText().toStdString();
+  parts.mode = m_form->modeList->currentText().toStdString();
+  parts.paper = m_form->areaList->currentText().toStdString();
+  parts.detection = v.detectionText;
+  parts.dpi = v.dpi;
+  v.summary = settingsSummary(parts);
+}
+
+int CMainSettings::paramChanged(const char* key) {
+  if (sameKey(key, "m_ScannerKeyPressed")) reactToKey();
+  if (sameKey(key, "m_nUnits"))
+    for (LengthSpin* field : {m_form->width, m_form->offset, m_form->top, m_form->length}) field->redisplay();
+  if (sameKey(key, "m_dwAutodetect")) reactToAutodetect();
+  if (sameKey(key, "m_fCenter")) showCentring();
+  if (sameKey(key, "m_rcScan")) showArea();
+  if (sameKey(key, "m_fBursting")) showAutodetect();
+  if (sameKey(key, "m_eScanType") || sameKey(key, "m_PaperName")) reactToScanType();
+  if (!m_applying && sameKey(key, "m_bPortrait")) {
+    showOrientation();
+    if (params().values().scanType == kAreaPaper) applyArea();
+  }
+  if (!m_applying && sameKey(key, "m_uiDPI")) showResolution(params().values().dpi);
+  if (!m_applying && sameKey(key, "m_CurrMode")) {
+    const int index = m_form->modeList->findData(params().values().currMode);
+    if (index >= 0) {
+      m_form->modeList->setCurrentIndex(index);
+      applyMode();
+    }
+  }
+  params().quiet().addWidthPercent = m_form->added->value();
+  updateSummary();
+  return 1;
+}
+
+void CMainSettings::reactToKey() {
+  const std::int32_t key = params().values().scannerKeyPressed;
+  if (key == 0) return;
+  PostCommand(this, kScannerKey, key);
+  params().quiet().scannerKeyPressed = 0;
+}
+
+void CMainSettings::reactToAutodetect() {
+  const AutodetectEffect effect = autodetectEffect(params().values());
+  params().setIfChanged(scan_key::Bursting, effect.bursting);
+  params().setIfChanged(scan_key::Center, effect.center);
+  params().set(scan_key::BoundDetectDirty, 1);
+  showAutodetect();
+}
+
+void CMainSettings::reactToScanType() {
+  if (m_applying) return;
+  const ScanValues& v = params().values();
+  if (v.scanType < kAreaPaper) {
+    m_form->areaList->setCurrentIndex(m_form->areaList->findData(v.scanType));
+  } else if (findPaper(params().papers, v.paperName)) {
+    selectPaper(v.paperName);
+  } else {
+    return;
+  }
+  applyArea();
+}
+
+}  // namespace quillbay

@@ -1,0 +1,78 @@
+#include "pages/scan_lists.h"
+
+#include <algorithm>
+
+#include "platform/base_services.h"
+
+namespace quillbay {
+
+ListEntries modeEntries(IQuillbayUnit& unit, bool hasColor) {
+  ListEntries entries;
+  for (int mode = kModeBwThreshold; mode <= kModeRgb; ++mode) {
+    if (mode >= kModeGrey && !hasColor) continue;
+    if (unit.HasMode(mode)) entries.push_back({Supp_Translate(modeName(mode)), mode});
+  }
+  return entries;
+}
+
+ListEntries areaEntries(const std::vector<PaperRecord>& papers) {
+  ListEntries entries{{Supp_Translate("Auto"), kAreaAuto},
+                      {Supp_Translate("Auto Width"), kAreaAutoWidth},
+                      {Supp_Translate("Fixed Width"), kAreaFixedWidth},
+                      {Supp_Translate("Custom Size"), kAreaCustom}};
+  int data = kAreaPaper;
+  for (const PaperRecord& paper : papers) entries.push_back({paper.name, data++});
+  return entries;
+}
+
+ListEntries resolutionEntries(IQuillbayUnit& unit, int mode) {
+  std::vector<UnitResolution> offered;
+  unit.GetResolutions(&offered, mode);
+  ListEntries entries;
+  for (const UnitResolution& one : offered) entries.push_back({one.text, one.dpi});
+  return entries;
+}
+
+int indexOfData(const ListEntries& entries, int data) noexcept {
+  const auto found =
+      std::find_if(entries.begin(), entries.end(), [data](const ListEntry& e) { return e.data == data; });
+  return found == entries.end() ? -1 : static_cast<int>(found - entries.begin());
+}
+
+int stepIndex(int current, int count, int step) noexcept {
+  if (count <= 0) return -1;
+  if (current < 0) return step > 0 ? 0 : count - 1;
+  return (current + step % count + count) % count;
+}
+
+std::optional<DpiRange> resolutionRange(IQuillbayUnit& unit) {
+  const auto options = query<IUnitOptions>(&unit);
+  if (!options) return std::nullopt;
+  for (const UnitOption& option : options->GetOptions()) {
+    if (option.name != "resolution" || option.range.empty()) continue;
+    const auto dots = option.range.find("..");
+    const auto blank = option.range.find(' ');
+    double least = 0, greatest = 0;
+    if (dots == std::string::npos || !parseNumber(std::string_view(option.range).substr(0, dots), &least) ||
+        !parseNumber(std::string_view(option.range).substr(dots + 2, blank - dots - 2), &greatest))
+      return std::nullopt;
+    return DpiRange{std::max(1, static_cast<int>(least)), static_cast<int>(std::min(greatest, 1e6))};
+  }
+  return std::nullopt;
+}
+
+KeyStep keyStep(int key) noexcept {
+  switch (key) {
+    case 12: return {KeyList::Mode, 1};
+    case 18: return {KeyList::Mode, -1};
+    case 11: return {KeyList::Area, 1};
+    case 17: return {KeyList::Area, -1};
+    case 13: return {KeyList::Resolution, 1};
+    case 19: return {KeyList::Resolution, -1};
+    case 16: return {KeyList::Preset, 1};
+    case 14: return {KeyList::Preset, -1};
+    default: return {};
+  }
+}
+
+}  // namespace quillbay
