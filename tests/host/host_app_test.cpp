@@ -83,9 +83,9 @@ TEST(HostApp, ChecksFormatOptions) {
     int want;
     const char* lists;  // the refusal lists this
   };
-  const Case cases[] = {{"tiff", "COMPRESSION", "LZW", 1, ""},
-                        {"TIFF", "compression", "best", 0, "lzw"},
-                        {"TIFF", "depth", "1", 0, "compression"},
+  const Case cases[] = {{"tiff", "COMPRESSION", "lzw", 1, ""},
+                        {"TIFF", "compression", "best", 0, "LZW"},
+                        {"TIFF", "depth", "1", 0, "Compression"},
                         {"XYZ", "a", "b", 0, "TIFF"}};
   for (const Case& c : cases) {
     std::string why;
@@ -93,7 +93,7 @@ TEST(HostApp, ChecksFormatOptions) {
     EXPECT_NE(why.find(c.lists), std::string::npos) << why;
   }
   const auto options = KxPtr<IParam>::adopt(app.as<IIOParams>()->GetFormatOptions("TIFF"));
-  EXPECT_EQ(paramString(options.get(), "compression"), "lzw");
+  EXPECT_EQ(paramString(options.get(), "compression"), "LZW");
 }
 
 TEST(StdPapers, OwnOnesAddReplaceAndHide) {

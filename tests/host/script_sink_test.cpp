@@ -112,7 +112,7 @@ TEST_F(ScriptSink, ReplacesWhenAgreed) {
 TEST_F(ScriptSink, AddsPagesToAFile) {
   start(ClearPolicy::Keep, EventAnswer::No);
   const std::string file = folder.path("pages.tif");
-  for (const std::uint8_t value : {1, 2, 3}) {
+  for (const std::uint8_t value : std::initializer_list<std::uint8_t>{1, 2, 3}) {
     ASSERT_EQ(add(value, true), 0);
     ASSERT_EQ(command("IntAddPage", file), 0);
   }
