@@ -32,8 +32,9 @@ void RasterSpace::openScratch() {
   try {
     m_file = std::make_unique<ScratchFile>(m_policy.scratchFolder, m_policy.allowMemoryBacked);
   } catch (const CXFileException& e) {
-    throw CXMemException("A raster has used up its memory of " + byteText(m_policy.budgetBytes) +
-                         " and cannot go on in a file. " + e.what());
+    throw CXMemException(
+        formatText(Supp_Translate("A raster has used up its memory of %s and cannot go on in a file. %s"),
+                   {byteText(m_policy.budgetBytes), e.what()}));
   }
   logLine(LogLevel::Info, "quillbay.raster", "a raster goes on in the scratch folder " + m_policy.scratchFolder);
 }
@@ -47,8 +48,10 @@ RasterSpace::Piece RasterSpace::allocateScratch(std::size_t bytes, std::int64_t 
     const std::size_t windowBytes = std::max(kWindowBytes, bytes);
     std::uint8_t* data = m_file->map(offset, windowBytes);
     if (!data) {
-      throw CXMemException("Mapping " + byteText(static_cast<std::int64_t>(windowBytes)) +
-                           " of a raster's scratch file failed: the process may use no more address space.");
+      throw CXMemException(formatText(
+          Supp_Translate(
+              "Mapping %s of a raster's scratch file failed: the process may use no more address space."),
+          {byteText(static_cast<std::int64_t>(windowBytes))}));
     }
     m_windows.push_back({data, windowBytes});
     m_windowUsed = 0;

@@ -16,8 +16,9 @@ namespace quillbay {
 namespace {
 
 [[noreturn]] void throwFolder(const std::string& folder, const std::string& why, int error) {
-  throw CXFileException("Scratch folder " + folder + ": " + why + ". Choose another scratch folder.", folder,
-                        error);
+  throw CXFileException(
+      formatText(Supp_Translate("Scratch folder %s: %s. Choose another scratch folder."), {folder, why}), folder,
+      error);
 }
 
 /// What its name says; unsigned, as the magic numbers are.
@@ -55,7 +56,7 @@ std::string byteText(std::int64_t bytes) {
 ScratchFile::ScratchFile(const std::string& folder, bool allowMemoryBacked) : m_folder(folder) {
   const unsigned long type = fileSystemType(folder);
   if (!allowMemoryBacked && (type == TMPFS_MAGIC || type == RAMFS_MAGIC)) {
-    throwFolder(folder, "it lives in memory, which scratch files are there to save", 0);
+    throwFolder(folder, Supp_Translate("it lives in memory, which scratch files are there to save"), 0);
   }
   m_fd = openNameless(folder);
   if (m_fd < 0) throwFolder(folder, fio::errorText(errno), errno);
@@ -74,9 +75,9 @@ std::int64_t ScratchFile::reserve(std::int64_t bytes, std::int64_t stillNeeded) 
     if (ftruncate(m_fd, m_size) != 0) {
       logLine(LogLevel::Warning, "quillbay.raster", "scratch file in " + m_folder + ": " + fio::errorText(errno));
     }
-    throw CXMemException("A raster needs " + byteText(stillNeeded) + " more in the scratch folder " + m_folder +
-                         ", where it holds " + byteText(m_size) + " already: " + fio::errorText(error) +
-                         ". Free space there or choose another scratch folder.");
+    throw CXMemException(formatText(
+        Supp_Translate("A raster needs %s more in the scratch folder %s, where it holds %s already: %s."),
+        {byteText(stillNeeded), m_folder, byteText(m_size), fio::errorText(error)}));
   }
   const std::int64_t offset = m_size;
   m_size += bytes;
@@ -93,8 +94,9 @@ void ScratchFile::write(std::int64_t offset, const std::uint8_t* bytes, std::siz
     const ssize_t done = pwrite(m_fd, bytes, count, offset);
     if (done < 0 && errno == EINTR) continue;
     if (done <= 0) {
-      throw CXMemException("Writing a raster's lines to the scratch folder " + m_folder + " failed: " +
-                           fio::errorText(done < 0 ? errno : ENOSPC) + ". Choose another scratch folder.");
+      throw CXMemException(
+          formatText(Supp_Translate("Writing a raster's lines to the scratch folder %s failed: %s."),
+                     {m_folder, fio::errorText(done < 0 ? errno : ENOSPC)}));
     }
     bytes += done;
     offset += done;

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "platform/base_services.h"
 #include "quillbay/errors.h"
 
 namespace quillbay {
@@ -20,8 +21,8 @@ SegmentStore::~SegmentStore() {
 
 void SegmentStore::grow(std::uint64_t count) {
   if (count > kBlock * kBlocks) {
-    throw CXMemException("A raster may not have more than " +
-                         byteText(static_cast<std::int64_t>(m_segmentBytes * kBlock * kBlocks)) + ".");
+    const auto most = static_cast<std::int64_t>(m_segmentBytes * kBlock * kBlocks);
+    throw CXMemException(formatText(Supp_Translate("A raster may not have more than %s."), {byteText(most)}));
   }
   while (m_count < count) {
     auto& block = m_blocks[m_count / kBlock];
@@ -55,6 +56,7 @@ void SegmentStore::makeResident(Segment& s) const {
 }
 
 void SegmentStore::write(std::uint64_t i, std::size_t offset, const std::uint8_t* bytes, std::size_t count) {
+  if (count == 0) return;
   const RasterSpace::Piece& piece = segment(i).piece;
   if (piece.fileOffset >= 0 && count >= kDirectWrite) {
     m_space.scratch()->write(piece.fileOffset + static_cast<std::int64_t>(offset), bytes, count);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 
 #include "raster_tools.h"
 
@@ -89,7 +90,7 @@ TEST(RasterDraw, ThinLinesKeepTheirInkAtOddReductions) {
       const Runs line{x, x, RunEnd};
       for (std::int32_t i = 0; i < 30; ++i) contextOf(*raster, 1)->WriteLine(i, 0, 1000, line.data());
       const auto target = newSurface(1000, 1);
-      ASSERT_EQ(draw(*raster, *target, {scale, 0.5, scale < 0 ? 200.0 : 0.0, 0}), 1);
+      ASSERT_EQ(draw(*raster, *target, {scale, std::abs(scale), scale < 0 ? 900.0 : 0.0, 0}), 1);
       double ink = 0;
       for (const std::uint32_t p : target->pixels) ink += p == kUntouched ? 0 : 255 - (p & 255);
       EXPECT_NEAR(ink, 255, 3) << scale << " " << x;
