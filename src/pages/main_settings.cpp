@@ -128,8 +128,8 @@ void CMainSettings::showResolution(int dpi) {
 }
 
 int CMainSettings::selectedData(const QComboBox* list) const {
-  const QVariant data = list->currentData();
-  return data.isValid() ? data.toInt() : -1;
+  const QVariant chosen = list->currentData();
+  return chosen.isValid() ? chosen.toInt() : -1;
 }
 
 int CMainSettings::selectedMode() const {
@@ -156,14 +156,14 @@ void CMainSettings::selectPaper(const std::string& name) {
 }
 
 void CMainSettings::applyArea() {
-  const int data = selectedData(m_form->areaList);
-  if (data < 0) return;
+  const int chosen = selectedData(m_form->areaList);
+  if (chosen < 0) return;
   const QScopedValueRollback applying(m_applying, true);
   controller().ForgetPalette();
   const std::size_t paper =
-      data >= kAreaPaper ? static_cast<std::size_t>(data - kAreaPaper) : params().papers.size();
+      chosen >= kAreaPaper ? static_cast<std::size_t>(chosen - kAreaPaper) : params().papers.size();
   if (paper < params().papers.size()) params().setIfChanged(scan_key::PaperName, params().papers[paper].name);
-  params().setIfChanged(scan_key::ScanType, std::min<int>(data, kAreaPaper));
+  params().setIfChanged(scan_key::ScanType, std::min<int>(chosen, kAreaPaper));
   if (paper < params().papers.size()) {
     const tagRSIZE& size = params().papers[paper].size;
     const ScanValues& v = params().values();
