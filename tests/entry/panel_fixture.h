@@ -1,0 +1,137 @@
+#pragma once
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QEventLoop>
+#include <QTimer>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "quillbay/control.h"
+#include "quillbay/host.h"
+#include "quillbay/quillbay.h"
+#include "support/temp_dir.h"
+
+namespace quillbay {
+
+/// Writes down what a host hears of a panel's runs, and lets a test wait for it.
+class Recorder final : public CKxUnknownImpl<IQuillbayEvents> {
+ public:
+  void OnStarted(const ScanStartInfo& info) override {
+    starts.push_back(info);
+    if (onStarted) onStarted();
+  }
+  void OnLines(std::int64_t lines) override {
+    if (onLines) onLines(lines);
+  }
+  void OnPageFinished(const PageInfo& page) override {
+    pages.push_back(page);
+    if (onPage) onPage();
+  }
+  void OnPublished(const std::string& file, std::int32_t count) override { published.emplace_back(file, count); }
+  void OnMessage(const std::string&) override {}
+  void OnEnded(EndCause why, const UnitFault& f, std::int32_t) override {
+    cause = why;
+    fault = f;
+    ended = true;
+    loop.quit();
+  }
+  /// Runs the event loop until the run ended; a run that hangs fails the test.
+  bool waitEnded() {
+    QTimer::singleShot(60000, &loop, &QEventLoop::quit);
+    if (!ended) loop.exec();
+    const bool was = ended;
+    ended = false;
+    return was;
+  }
+
+  std::vector<ScanStartInfo> starts;
+  std::vector<PageInfo> pages;
+  std::vector<std::pair<std::string, int>> published;
+  std::function<void()> onStarted, onPage;
+  std::function<void(std::int64_t)> onLines;
+  EndCause cause = EndCause::Done;
+  UnitFault fault;
+  bool ended = false;
+  QEventLoop loop;
+};
+
+/// A panel on a simulated scanner, with its own settings and output folder.
+class PanelTest : public testing::Test {
+ protected:
+  /// Opens a panel; false when the entry point answered null.
+  bool open(const std::string& device, eTarnwellMode mode = ScanToFile) {
+    if (!m_app) makeApp();
+    std::string why;
+    const auto manager = query<IScanManager>(m_app.get());
+    EXPECT_TRUE(manager->SetCurrent(device, &why)) << why;
+    m_parent = std::make_unique<QWidget>();
+    const auto script = query<IScriptCmdSink>(m_app.get());
+    m_window = New_Quillbay(m_app.get(), m_parent.get(), nullptr, script.get(), m_sink.put(), mode);
+    if (!m_window) return false;
+    control = query<IQuillbayControl>(m_sink.get());
+    control->Advise(recorder.get());
+    set("m_Dir", out.path());
+    set("m_Mask", "page");
+    set("m_fCenter", 0);
+    set("m_dwAutodetect", 0);
+    return true;
+  }
+  void close() {
+    control = nullptr;
+    m_parent.reset();
+    m_window = nullptr;
+  }
+  void TearDown() override {
+    close();
+    m_sink = nullptr;
+    m_app = nullptr;
+  }
+  void set(const char* key, const CKxVariant& value) {
+    std::string why;
+    EXPECT_TRUE(control->SetParam(key, value, &why)) << why;
+  }
+  [[nodiscard]] CKxVariant get(const char* key) {
+    CKxVariant v;
+    EXPECT_TRUE(control->GetParam(key, &v)) << key;
+    return v;
+  }
+  /// A small grey page of a fixed size.
+  void smallPages(int dpi = 50) {
+    set("m_CurrMode", 5);
+    set("m_uiDPI", dpi);
+    set("m_rcScan", tagRRECT{0, 0, 254, 127});
+    set("m_eScanType", 3);
+  }
+  [[nodiscard]] IQuillbaySink* sink() { return m_sink.get(); }
+  [[nodiscard]] IHostApp* app() { return m_app.get(); }
+  [[nodiscard]] QWidget* window() { return m_window; }
+  [[nodiscard]] std::string file(const std::string& name) const { return out.path() + "/" + name; }
+
+  test::TempDir out, settings;
+  KxPtr<IQuillbayControl> control;
+  KxPtr<Recorder> recorder = KxPtr<Recorder>::adopt(new Recorder);
+  std::vector<std::string> messages;
+  EventAnswer answer = EventAnswer::GiveUp;
+
+ private:
+  void makeApp() {
+    HostOptions options;
+    options.configFolder = settings.path() + "/config";
+    options.stateFolder = settings.path() + "/state";
+    options.interactive = false;
+    options.onMessage = [this](const HostMessage& m) {
+      messages.push_back(m.text);
+      return m.buttons == EventButtons::Ok ? EventAnswer::Ok : answer;
+    };
+    m_app = New_HostApp(options);
+  }
+
+  KxPtr<IHostApp> m_app;
+  std::unique_ptr<QWidget> m_parent;
+  QWidget* m_window = nullptr;
+  KxPtr<IQuillbaySink> m_sink;
+};
+
+}  // namespace quillbay
