@@ -70,10 +70,7 @@ std::uint64_t CRunStor::newPlace(std::size_t count) {
   const std::uint64_t bytes = m_lists.segmentBytes();
   const std::uint64_t need = sizeof(Header) + runListBytes(count);
   std::uint64_t offset = std::max<std::uint64_t>(m_used.load(std::memory_order_relaxed), 8);
-  if (offset / bytes != (offset + need - 1) / bytes) {
-    m_lists.finished(offset / bytes);
-    offset = (offset / bytes + 1) * bytes;
-  }
+  if (offset / bytes != (offset + need - 1) / bytes) offset = (offset / bytes + 1) * bytes;
   m_lists.grow(offset / bytes + 1);
   m_used.store(offset + need, std::memory_order_relaxed);
   return offset;

@@ -104,8 +104,4 @@ void ScratchFile::write(std::int64_t offset, const std::uint8_t* bytes, std::siz
   }
 }
 
-void ScratchFile::startWriteBack(std::int64_t offset, std::int64_t bytes) const noexcept {
-  sync_file_range(m_fd, offset, bytes, SYNC_FILE_RANGE_WRITE);  // an advice only
-}
-
 }  // namespace quillbay

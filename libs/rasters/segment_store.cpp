@@ -65,10 +65,4 @@ void SegmentStore::write(std::uint64_t i, std::size_t offset, const std::uint8_t
   }
 }
 
-void SegmentStore::finished(std::uint64_t i) noexcept {
-  const RasterSpace::Piece& piece = segment(i).piece;
-  if (piece.fileOffset < 0) return;
-  m_space.scratch()->startWriteBack(piece.fileOffset, static_cast<std::int64_t>(m_segmentBytes));
-}
-
 }  // namespace quillbay

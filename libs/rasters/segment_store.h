@@ -30,8 +30,6 @@ class SegmentStore {
   [[nodiscard]] std::uint8_t* at(std::uint64_t segment) const;
   /// Copies `count` bytes into a segment. Writer only. Throws CXMemException when the disk fails.
   void write(std::uint64_t segment, std::size_t offset, const std::uint8_t* bytes, std::size_t count);
-  /// Says that the writer has come to a segment's end: it goes to the disk, if it belongs there.
-  void finished(std::uint64_t segment) noexcept;
 
  private:
   static constexpr std::size_t kBlock = 512;

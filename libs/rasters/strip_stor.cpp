@@ -54,8 +54,7 @@ std::int64_t CStripStor::GetByteCount() { return static_cast<std::int64_t>(m_lin
 CStripStor::Piece CStripStor::pieceAt(std::int32_t line, std::int32_t most) const noexcept {
   const std::int32_t within = line % m_segmentLines;
   const std::int32_t lines = std::min(most, m_segmentLines - within);
-  return {static_cast<std::uint64_t>(line / m_segmentLines), static_cast<std::size_t>(within) * m_lineBytes, lines,
-          within + lines == m_segmentLines};
+  return {static_cast<std::uint64_t>(line / m_segmentLines), static_cast<std::size_t>(within) * m_lineBytes, lines};
 }
 
 std::uint8_t* CStripStor::lineAt(std::int32_t line) const {
@@ -74,7 +73,6 @@ void CStripStor::blankLines(std::int32_t first, std::int32_t count) {
     const Piece piece = pieceAt(first, count);
     std::memset(m_store.at(piece.segment) + piece.offset, white,
                 m_lineBytes * static_cast<std::size_t>(piece.lines));
-    if (piece.ends) m_store.finished(piece.segment);
     first += piece.lines;
     count -= piece.lines;
   }
@@ -107,7 +105,6 @@ int CStripStor::writeLine(std::int32_t line, std::int32_t x, std::int32_t count,
     const std::size_t pixelBytes = static_cast<std::size_t>(bitsPerPixel(m_colorSpace)) / 8;
     m_store.write(piece.segment, piece.offset + static_cast<std::size_t>(x) * pixelBytes, bytes,
                   static_cast<std::size_t>(count) * pixelBytes);
-    if (piece.ends && x + count == m_width) m_store.finished(piece.segment);
   }
   countWrite();
   return 1;
@@ -122,7 +119,6 @@ void CStripStor::appendStripe(IScanBuffer& stripe, std::int32_t lines) {
     for (std::int32_t i = 0; i < lines; ++i) {
       const Piece piece = pieceAt(height + i, 1);
       m_store.write(piece.segment, piece.offset, stripe.GetLine(i), m_lineBytes);
-      if (piece.ends) m_store.finished(piece.segment);
     }
   }
   countWrite();
@@ -141,7 +137,6 @@ void CStripStor::appendBytes(const std::uint8_t* bytes, std::size_t stride, std:
         m_store.write(piece.segment, piece.offset + i * m_lineBytes, bytes + i * stride, m_lineBytes);
       }
     }
-    if (piece.ends) m_store.finished(piece.segment);
     bytes += count * stride;
     line += piece.lines;
     lines -= piece.lines;

@@ -27,7 +27,6 @@ class CStripStor final : public RasterBase {
     std::uint64_t segment;
     std::size_t offset;
     std::int32_t lines;
-    bool ends;  ///< reaches the segment's end
   };
   [[nodiscard]] Piece pieceAt(std::int32_t line, std::int32_t most) const noexcept;
   [[nodiscard]] std::uint8_t* lineAt(std::int32_t line) const;
