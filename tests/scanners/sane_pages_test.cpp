@@ -1,0 +1,190 @@
+// Pages of the SANE drivers `test` and `pnm`, compared with what `scanimage` delivers.
+#include <fstream>
+
+#include "sane_scan.h"
+
+namespace quillbay::testing {
+namespace {
+
+std::string scanimageArguments(const Request& r, const Options& options) {
+  std::string text = "-d test:0 --resolution " + std::to_string(r.dpi);
+  text += " --mode " + std::string(r.mode >= 6 ? "Color" : "Gray");
+  bool hasDepth = false, hasArea = true;
+  for (const auto& [name, value] : options) {
+    text += " --" + name + "='" + value + "'";
+    hasDepth = hasDepth || name == "depth";
+    hasArea = hasArea && name != "hand-scanner";
+  }
+  if (!hasDepth) text += r.mode <= 4 ? " --depth 1" : " --depth 8";
+  if (!hasArea) return text;
+  const auto mm = [](double v) { return std::to_string(static_cast<int>(v)); };
+  return text + " -l " + mm(r.rect.left) + " -t " + mm(r.rect.top) + " -x " + mm(r.rect.width()) + " -y " +
+         mm(r.rect.height());
+}
+
+TEST(SanePages, EqualWhatScanimageDelivers) {
+  struct Case {
+    const char* why;
+    Request request;
+    Options options;
+    std::int64_t announced = 0;  // 0: the picture's height
+  };
+  const Case cases[] = {
+      {"grey, stripes filled in place", {5, 300, {0, 0, 100, 130}}, {}},
+      {"colour, stripes filled in place", {7, 150, {0, 0, 100, 130}}, {}},
+      {"line art of the device, a width that is no multiple of 8", {0, 150, {0, 0, 101, 60}}, {}},
+      {"an area with an offset", {5, 100, {13, 17, 74, 60}}, {}},
+      {"16 bits, grey", {5, 75, {0, 0, 50, 50}}, {{"depth", "16"}}},
+      {"16 bits, colour", {7, 75, {0, 0, 50, 50}}, {{"depth", "16"}}},
+      {"three passes", {7, 75, {0, 0, 50, 50}}, {{"three-pass", "yes"}}},
+      {"three passes in another order",
+       {7, 75, {0, 0, 50, 50}},
+       {{"three-pass", "yes"}, {"three-pass-order", "BRG"}}},
+      {"three passes of unknown length",
+       {7, 50, {0, 0, 50, 50}},
+       {{"three-pass", "yes"}, {"hand-scanner", "yes"}},
+       -1},
+      {"unknown length, grey", {5, 100, {0, 0, 50, 50}}, {{"hand-scanner", "yes"}}, -1},
+      {"unknown length, colour", {7, 50, {0, 0, 50, 50}}, {{"hand-scanner", "yes"}}, -1},
+      {"unknown length, line art", {0, 100, {0, 0, 50, 50}}, {{"hand-scanner", "yes"}}, -1},
+      {"padded lines, grey", {5, 100, {0, 0, 51, 50}}, {{"ppl-loss", "13"}}},
+      {"padded lines, colour", {7, 100, {0, 0, 51, 50}}, {{"ppl-loss", "7"}}},
+      {"padded lines, line art", {0, 100, {0, 0, 51, 50}}, {{"ppl-loss", "11"}}},
+      {"padded lines, three passes", {7, 100, {0, 0, 51, 50}}, {{"ppl-loss", "7"}, {"three-pass", "yes"}}},
+      {"wrong parameters before the start", {7, 100, {0, 0, 50, 50}}, {{"fuzzy-parameters", "yes"}}},
+      {"reads of a few bytes, filled in place",
+       {5, 50, {0, 0, 30, 30}},
+       {{"read-limit", "yes"}, {"read-limit-size", "7"}}},
+      {"reads of a few bytes, line art",
+       {0, 50, {0, 0, 30, 30}},
+       {{"read-limit", "yes"}, {"read-limit-size", "3"}}},
+      {"a grid", {5, 200, {0, 0, 60, 60}}, {{"test-picture", "Grid"}}},
+      {"a sheet from the feeder", {5, 100, {0, 0, 50, 50}}, {{"source", "Automatic Document Feeder"}}},
+      {"the highest resolution", {5, 9600, {0, 0, 2, 2}}, {}},
+      {"the lowest resolution", {5, 1, {0, 0, 300, 300}}, {}},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    SaneScanner scanner;
+    ASSERT_TRUE(scanner.unit) << scanner.openFault.text;
+    scanner.set(c.options);
+    WaitingSink sink;
+    ASSERT_TRUE(scanner.scan(c.request, &sink)) << scanner.fault().text;
+    EXPECT_EQ(sink.ended, std::vector<int>{1}) << scanner.fault().text;
+    EXPECT_TRUE(sink.inOrder);
+    EXPECT_EQ(sink.dpi, static_cast<std::uint32_t>(c.request.dpi));
+    EXPECT_EQ(sink.announced, c.announced ? c.announced : sink.lineCount);
+    EXPECT_TRUE(same(pictureOf(sink), scanimage(scanimageArguments(c.request, c.options))));
+  }
+}
+
+// `scanimage` gives up on three passes of 16 bits; in one pass the driver delivers the same picture.
+TEST(SanePages, ThreePassesOf16Bits) {
+  const Request request{7, 75, {0, 0, 50, 50}};
+  SaneScanner scanner;
+  scanner.set({{"three-pass", "yes"}, {"depth", "16"}});
+  WaitingSink sink;
+  ASSERT_TRUE(scanner.scan(request, &sink));
+  EXPECT_TRUE(same(pictureOf(sink), scanimage(scanimageArguments(request, {{"depth", "16"}}))));
+}
+
+// `scanimage` gives up on colour of one bit: the driver's plain pictures tell instead.
+TEST(SanePages, OneBitColour) {
+  for (const char* passes : {"no", "yes"}) {
+    for (const auto& [picture, level] : {std::pair{"Solid black", 0}, std::pair{"Solid white", 255}}) {
+      SCOPED_TRACE(std::string(picture) + ", three passes: " + passes);
+      SaneScanner scanner;
+      scanner.set({{"depth", "1"}, {"test-picture", picture}, {"three-pass", passes}});
+      WaitingSink sink;
+      ASSERT_TRUE(scanner.scan({7, 50, {0, 0, 33, 20}}, &sink));
+      ASSERT_GT(sink.bytes.size(), 0u);
+      EXPECT_EQ(sink.bytes, std::vector<std::uint8_t>(sink.bytes.size(), static_cast<std::uint8_t>(level)));
+    }
+  }
+}
+
+TEST(SanePages, ModesThatTheDeviceLacksAreMadeFromWhatItHas) {
+  SaneScanner scanner;
+  for (int mode = 0; mode <= 7; ++mode) EXPECT_EQ(scanner.unit->HasMode(mode), 1) << mode;
+  EXPECT_EQ(scanner.unit->HasMode(8), 0);
+  scanner.set({{"depth", "8"}});  // no line art of the device's own any more
+  WaitingSink bits, palette;
+  ASSERT_TRUE(scanner.scan({1, 50, {0, 0, 50, 50}}, &bits));
+  ASSERT_TRUE(scanner.scan({6, 50, {0, 0, 50, 50}}, &palette));
+  Picture grey = scanimage("-d test:0 --mode Gray --depth 8 --resolution 50 -x 50 -y 50");
+  for (std::uint8_t& b : grey.bytes) b = b < 128 ? 0 : 255;
+  EXPECT_TRUE(same(pictureOf(bits), grey));
+  EXPECT_EQ(palette.colorSpace, KxColorSpace::Palette);
+  EXPECT_EQ(palette.ended, std::vector<int>{1});
+}
+
+TEST(SanePages, Areas) {
+  struct Case {
+    const char* why;
+    Request request;
+    Options options;
+    double widthMm, lengthMm;
+  };
+  const Case cases[] = {
+      {"half a millimetre wider than the bed", {5, 10, {0, 0, 2000.5, 50}}, {}, 2000, 50},
+      {"half a millimetre longer than the bed", {5, 10, {0, 0, 50, 2000.9}}, {}, 50, 2000},
+      {"far longer: held to the bed", {5, 10, {0, 1900, 50, 2500}}, {}, 50, 100},
+      {"to the end of the document on a flatbed: the given length",
+       {5, 10, {0, 20, 50, 20}, false, 300},
+       {},
+       50,
+       300},
+      {"the same without a length: to the end of the bed", {5, 10, {0, 20, 50, 20}}, {}, 50, 1980},
+      {"to the end of the sheet in a feeder",
+       {5, 10, {0, 0, 50, 0}, false, 300},
+       {{"source", "Automatic Document Feeder"}},
+       50,
+       2000},
+      {"far from the area before", {5, 10, {1500, 1500, 1600, 1600}}, {}, 100, 100},
+      {"and back", {5, 10, {0, 0, 100, 100}}, {}, 100, 100},
+  };
+  SaneScanner scanner;
+  EXPECT_EQ(scanner.unit->GetMaxWidth(), 2000);
+  EXPECT_EQ(scanner.unit->GetMaxLength(), 2000);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    scanner.set({{"source", "Flatbed"}});
+    scanner.set(c.options);
+    WaitingSink sink;
+    ASSERT_TRUE(scanner.scan(c.request, &sink)) << scanner.fault().text;
+    EXPECT_NEAR(static_cast<double>(sink.width), mmToPixels(c.widthMm, 10), 1);
+    EXPECT_NEAR(static_cast<double>(sink.lineCount), mmToPixels(c.lengthMm, 10), 1);
+  }
+}
+
+TEST(SanePages, PicturesOfADeviceWithoutAnArea) {
+  struct Case {
+    const char* why;
+    const char* header;
+    std::size_t bytes;
+    int mode;
+  };
+  const Case cases[] = {
+      {"colour", "P6\n37 23\n255\n", 37 * 23 * 3, 7},
+      {"grey", "P5\n41 19\n255\n", 41 * 19, 5},
+      {"line art", "P4\n43 17\n", 6 * 17, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    std::string file = c.header;
+    for (std::size_t i = 0; i < c.bytes; ++i) file.push_back(static_cast<char>(i * 7 + i / 11));
+    const auto path = saneConfig.folder() / "picture.pnm";
+    std::ofstream(path, std::ios::binary) << file;
+    SaneScanner scanner("pnm:0");
+    ASSERT_TRUE(scanner.unit) << scanner.openFault.text;
+    scanner.set({{"filename", path.string()}});
+    WaitingSink sink;
+    ASSERT_TRUE(scanner.scan({c.mode, 300}, &sink)) << scanner.fault().text;
+    EXPECT_EQ(sink.ended, std::vector<int>{1}) << scanner.fault().text;
+    EXPECT_EQ(sink.dpi, 300u);
+    EXPECT_TRUE(same(pictureOf(sink), readPnm(file)));
+  }
+}
+
+}  // namespace
+}  // namespace quillbay::testing
