@@ -4,8 +4,8 @@
 #include <exception>
 
 #include "platform/base_services.h"
-#include "quillbay/geometry.h"
 #include "stores/empty_progress.h"
+#include "stores/extent.h"
 
 namespace quillbay {
 
@@ -103,31 +103,27 @@ bool CScanToFileStor::open(IScanBuffer* stripe) {
   } catch (const std::exception& e) {
     error = e.what();
   }
-  if (!error.empty()) {
-    m_channel = nullptr;
-    m_blank = nullptr;
-    fail(error);
-    return false;
+  if (error.empty()) {
+    KxSize size;
+    stripe->GetSize(&size);
+    m_unchecked = 0;
+    {
+      const std::lock_guard lock(m_feed.lock);
+      m_opened = m_writing = true;
+      m_size = {size.width, 0};
+      m_colorSpace = stripe->GetColorSpace();
+      m_dpi = std::max(stripe->GetResolution(), 1U);
+    }
+    if (Start(0, 0) != 0) return true;
+    error = Supp_Translate("The system has no thread left for writing: close other programs and scan again.");
   }
-  KxSize size;
-  stripe->GetSize(&size);
-  {
-    const std::lock_guard lock(m_feed.lock);
-    m_opened = m_writing = true;
-    m_size = {size.width, 0};
-    m_colorSpace = stripe->GetColorSpace();
-    m_dpi = std::max(stripe->GetResolution(), 1U);
-    m_lines = 0;
-  }
-  m_unchecked = 0;
-  if (Start(0, 0) != 0) return true;
+  m_channel = nullptr;
+  m_blank = nullptr;
   {
     const std::lock_guard lock(m_feed.lock);
     m_opened = m_writing = false;
   }
-  m_channel = nullptr;
-  m_blank = nullptr;
-  fail(Supp_Translate("The system has no thread left for writing: close other programs and scan the page again."));
+  fail(error);
   return false;
 }
 
@@ -170,11 +166,7 @@ bool CScanToFileStor::checkSpace(std::int64_t queuedBytes) {
   m_unchecked += queuedBytes;
   if (m_unchecked < m_limits.checkEvery) return true;
   m_unchecked = 0;
-  std::string path;
-  {
-    const std::lock_guard lock(m_feed.lock);
-    if (m_output) path = m_output->path;
-  }
+  const std::string path = GetFile();
   const std::int64_t free = fio::freeSpace(fio::folderOf(path));
   if (free < 0 || free >= m_limits.reserve) return true;
   fail(formatText(Supp_Translate("The disk of %s is nearly full: %s MiB are left, %s MiB are kept free. Make room, "
@@ -376,15 +368,12 @@ void CScanToFileStor::Stop() {
 
 void CScanToFileStor::GetRect(double rect[4]) {
   const std::lock_guard lock(m_feed.lock);
-  rect[0] = rect[1] = 0;
-  rect[2] = m_size.width - 1;
-  rect[3] = static_cast<double>(m_lines - 1);
+  putExtent(m_size.width, m_lines, rect);
 }
 
 void CScanToFileStor::GetRectMM(double rect[4]) {
-  GetRect(rect);
   const std::lock_guard lock(m_feed.lock);
-  for (int i = 0; i < 4; ++i) rect[i] = rect[i] * kMmPerInch / m_dpi;
+  putExtentMM(m_size.width, m_lines, m_dpi, rect);
 }
 
 bool CScanToFileStor::IsEmpty() {

@@ -5,6 +5,7 @@
 
 #include "platform/base_services.h"
 #include "stores/empty_progress.h"
+#include "stores/extent.h"
 
 namespace quillbay {
 
@@ -102,15 +103,12 @@ void CSimpleStor::Paint(IRasterDC* target, const CRDirectTfm* tfm) {
 
 void CSimpleStor::GetRect(double rect[4]) {
   const std::lock_guard lock(m_lock);
-  rect[0] = rect[1] = 0;
-  rect[2] = m_size.width - 1;
-  rect[3] = m_size.height - 1;
+  putExtent(m_size.width, m_size.height, rect);
 }
 
 void CSimpleStor::GetRectMM(double rect[4]) {
-  GetRect(rect);
   const std::lock_guard lock(m_lock);
-  for (int i = 0; i < 4; ++i) rect[i] = rect[i] * kMmPerInch / m_dpi;
+  putExtentMM(m_size.width, m_size.height, m_dpi, rect);
 }
 
 bool CSimpleStor::IsEmpty() {

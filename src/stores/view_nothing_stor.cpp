@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "stores/extent.h"
+
 namespace quillbay {
 
 int CUnseenStor::QueryInterface(const std::type_info& wanted, void** out) {
@@ -30,15 +32,12 @@ int CUnseenStor::Finish(IRStor** /*out*/, int /*minLines*/, int release) {
 
 void CUnseenStor::GetRect(double rect[4]) {
   const std::lock_guard lock(m_lock);
-  rect[0] = rect[1] = 0;
-  rect[2] = m_size.width - 1;
-  rect[3] = m_size.height - 1;
+  putExtent(m_size.width, m_size.height, rect);
 }
 
 void CUnseenStor::GetRectMM(double rect[4]) {
-  GetRect(rect);
   const std::lock_guard lock(m_lock);
-  for (int i = 0; i < 4; ++i) rect[i] = rect[i] * kMmPerInch / m_dpi;
+  putExtentMM(m_size.width, m_size.height, m_dpi, rect);
 }
 
 bool CUnseenStor::IsEmpty() {

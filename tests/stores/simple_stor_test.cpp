@@ -1,0 +1,164 @@
+#include "stores/simple_stor.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <thread>
+
+#include "quillbay/errors.h"
+#include "stores/view_nothing_stor.h"
+#include "stripes.h"
+
+namespace quillbay {
+namespace {
+
+using test::pageLine;
+using test::pageStripe;
+
+// Pads and hands out.
+KxPtr<IRStor> finish(ISStripStor* store, int minLines) {
+  KxPtr<IRStor> raster;
+  EXPECT_EQ(store->Finish(raster.put(), minLines, 0), 1);
+  return raster;
+}
+
+::testing::AssertionResult holdsPage(IRStor* raster, KxColorSpace colorSpace, std::int32_t lines) {
+  const auto context = KxPtr<IAccessContext>::adopt(raster->GetAccessContext(0, 0));
+  if (raster->GetHeight() < lines) return ::testing::AssertionFailure() << raster->GetHeight() << " lines";
+  std::vector<std::uint8_t> line(16384);
+  for (std::int32_t i = 0; i < lines; ++i) {
+    const auto want = pageLine(colorSpace, raster->GetWidth(), i);
+    if (context->ReadLine(i, 0, raster->GetWidth(), line.data()) != 1 ||
+        std::memcmp(line.data(), want.data(), want.size()) != 0)
+      return ::testing::AssertionFailure() << "line " << i;
+  }
+  return ::testing::AssertionSuccess();
+}
+
+TEST(SimpleStor, GivesTheSameRasterForAnyStripeHeight) {
+  for (const KxColorSpace cs :
+       {KxColorSpace::Bitonal, KxColorSpace::Palette, KxColorSpace::Grey, KxColorSpace::Rgb}) {
+    for (const std::int32_t height : {1, 7, 64}) {
+      SCOPED_TRACE(::testing::Message() << static_cast<int>(cs) << " by " << height);
+      const auto store = makeEmptyStore();
+      EXPECT_TRUE(store->IsEmpty());
+      for (std::int32_t at = 0; at < 150; at += height)
+        ASSERT_EQ(store->AddStripe(pageStripe(cs, 201, at, std::min(height, 150 - at)).get()), 1);
+      const auto raster = finish(store.get(), 0);
+      ASSERT_TRUE(raster);
+      EXPECT_EQ(raster->GetSize(), (KxSize{201, 150}));
+      EXPECT_TRUE(holdsPage(raster.get(), cs, 150));
+    }
+  }
+}
+
+TEST(SimpleStor, FinishGrowsByEightLinesAtLeast) {
+  struct Case {
+    int missing, height;
+  };
+  for (const Case& c : {Case{3, 58}, Case{8, 58}, Case{20, 70}, Case{0, 50}, Case{-5, 50}}) {
+    SCOPED_TRACE(c.missing);
+    const auto store = makeEmptyStore();
+    store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 50).get());
+    const auto raster = finish(store.get(), 50 + c.missing);
+    EXPECT_EQ(raster->GetHeight(), c.height);
+    double rect[4];
+    store->GetRect(rect);
+    EXPECT_EQ(rect[3], 49) << "padding is not stored lines";
+    // What comes after padding is written behind it.
+    store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 50, 2).get());
+    EXPECT_EQ(raster->GetHeight(), c.height + 2);
+    EXPECT_TRUE(holdsPage(raster.get(), KxColorSpace::Grey, 50));
+  }
+}
+
+TEST(Stores, ExtentIsInclusiveAndEmptyIsMinusOne) {
+  const KxPtr<ISStripStor> stores[] = {makeEmptyStore(), KxPtr<ISStripStor>::adopt(new CUnseenStor)};
+  for (const auto& store : stores) {
+    double rect[4], mm[4];
+    const auto expect = [&](double right, double bottom, double rightMM, double bottomMM) {
+      store->GetRect(rect);
+      store->GetRectMM(mm);
+      EXPECT_EQ(rect[0] + rect[1] + mm[0] + mm[1], 0);
+      EXPECT_EQ(rect[2], right);
+      EXPECT_EQ(rect[3], bottom);
+      EXPECT_DOUBLE_EQ(mm[2], rightMM);
+      EXPECT_DOUBLE_EQ(mm[3], bottomMM);
+    };
+    expect(-1, -1, -25.4 / 75, -25.4 / 75);
+    store->AddStripe(pageStripe(KxColorSpace::Rgb, 201, 0, 60).get());
+    store->AddStripe(pageStripe(KxColorSpace::Rgb, 201, 60, 41).get());
+    EXPECT_FALSE(store->IsEmpty());
+    expect(200, 100, 25.4, 12.7);
+    store->Finish(nullptr, 0, 1);
+    EXPECT_TRUE(store->IsEmpty());
+    expect(-1, -1, -25.4 / 200, -25.4 / 200);
+  }
+}
+
+// A stripe that has lines but no room to put them.
+class HomelessStripe final : public CKxUnknownImpl<IScanBuffer> {
+ public:
+  explicit HomelessStripe(bool throws) : m_throws(throws) {}
+  KxSize* GetSize(KxSize* out) override {
+    *out = {20, 5};
+    return out;
+  }
+  const std::uint8_t* GetLine(std::int32_t) override { return nullptr; }
+  KxColorSpace GetColorSpace() override { return KxColorSpace::Grey; }
+  int GetColorCount() override { return 0; }
+  const KXRGBQUAD* GetPalette() override { return nullptr; }
+  std::uint32_t GetResolution() override { return 200; }
+  int AddToRaster(std::int32_t, IRStor*) override { return fail(); }
+  int CreateRaster(IRStor**) override { return fail(); }
+  int AppendBuffer(IScanBuffer*) override { return 0; }
+
+ private:
+  int fail() const {
+    if (m_throws) throw CXMemException("no scratch space");
+    return 0;
+  }
+  bool m_throws;
+};
+
+TEST(SimpleStor, WantOfSpaceSticksUntilReset) {
+  const auto store = makeEmptyStore();
+  const auto outcome = store.as<IStoreOutcome>();
+  const auto refusing = KxPtr<IScanBuffer>::adopt(new HomelessStripe(false));
+  EXPECT_EQ(store->AddStripe(refusing.get()), 1) << "what the stripe answers does not count";
+  EXPECT_TRUE(store->IsEmpty());
+  store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get());
+  const auto throwing = KxPtr<IScanBuffer>::adopt(new HomelessStripe(true));
+  EXPECT_EQ(store->AddStripe(throwing.get()), 0);
+  EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 10, 10).get()), 0);
+  EXPECT_EQ(outcome->GetError(), "no scratch space");
+  EXPECT_FALSE(store->IsEmpty());
+  KxPtr<IRStor> raster;
+  EXPECT_EQ(store->Finish(raster.put(), 0, 0), 0);
+  EXPECT_TRUE(holdsPage(raster.get(), KxColorSpace::Grey, 10)) << "what was stored stays";
+  store->Reset();
+  EXPECT_EQ(outcome->GetError(), "");
+  EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get()), 1);
+}
+
+TEST(SimpleStor, IsAskedWhileItFills) {
+  const auto store = makeEmptyStore();
+  std::thread scanner([&] {
+    for (int i = 0; i < 200; ++i) store->AddStripe(pageStripe(KxColorSpace::Bitonal, 300, i * 8, 8).get());
+  });
+  double rect[4] = {};
+  double before = -1;
+  while (rect[3] < 1599) {
+    store->GetRect(rect);
+    ASSERT_GE(rect[3], before);
+    before = rect[3];
+    if (const auto raster = finish(store.get(), 0)) {
+      ASSERT_EQ(raster->GetWidth(), 300);
+    }
+  }
+  scanner.join();
+  EXPECT_TRUE(holdsPage(finish(store.get(), 0).get(), KxColorSpace::Bitonal, 1600));
+}
+
+}  // namespace
+}  // namespace quillbay
