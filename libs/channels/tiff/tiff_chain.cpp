@@ -38,6 +38,7 @@ TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offset
   state.big = getNumber(bytes + 2, 2, state.bigEndian) == 43;
   const int offsetSize = state.big ? 8 : 4, countSize = state.big ? 8 : 2, entrySize = state.big ? 20 : 12;
   state.linkAt = state.big ? 8 : 4;
+  if (size < state.linkAt + offsetSize) throw ModuleError(QB_E_DAMAGED, "its head is cut off; choose another name");
   std::uint64_t next = getNumber(bytes + state.linkAt, offsetSize, state.bigEndian);
   std::unordered_set<std::uint64_t> seen;
   while (next != 0) {

@@ -1,0 +1,253 @@
+#include <gtest/gtest.h>
+#include <tiff.h>
+
+#include <fstream>
+#include <random>
+
+#include "platform/base_services.h"
+#include "test_pages.h"
+#include "tiff_readback.h"
+
+namespace quillbay::test {
+namespace {
+
+constexpr KxColorSpace kColorSpaces[] = {KxColorSpace::Bitonal, KxColorSpace::BitonalRle, KxColorSpace::Palette,
+                                         KxColorSpace::Grey,    KxColorSpace::Rgb,        KxColorSpace::Bgr,
+                                         KxColorSpace::Rgba,    KxColorSpace::Bgra};
+
+TEST(TiffPages, EveryColourCompressionAndSourceReadsBackEqual) {
+  const TempFolder folder;
+  const std::string file = folder.file("page.tif");
+  struct Way {
+    const char* why;
+    Source source;
+    std::int32_t stripeLines;
+  };
+  const Way ways[] = {
+      {"one-line stripes", Source::Stripes, 1},  {"7-line stripes", Source::Stripes, 7},
+      {"64-line stripes", Source::Stripes, 64},  {"stripes of loose lines", Source::LooseStripes, 7},
+      {"a page that grows", Source::Growing, 7}, {"a stored raster", Source::Stored, 0}};
+  for (const KxColorSpace colorSpace : kColorSpaces) {
+    const TestPage page = makePage(colorSpace, 301, 130);
+    for (const char* compression : {"auto", "None", "PackBits", "LZW", "Deflate", "Zstandard", "G4"}) {
+      if (std::string(compression) == "G4" && !isRunList(colorSpace)) continue;
+      for (const char* predictor : {"auto", "off"}) {
+        for (const Way& way : ways) {
+          SCOPED_TRACE(testing::Message() << "code " << static_cast<int>(colorSpace) << ", " << compression
+                                          << ", predictor " << predictor << ", " << way.why);
+          const auto params =
+              paramsWith({{"Compression", compression}, {"StripBytes", "4096"}, {"Predictor", predictor}});
+          ASSERT_EQ(saveSingle(file, rasterOf(page, way.source, way.stripeLines).get(), params.get(), true), 1);
+          const ReadFile read = readTiff(file);
+          ASSERT_TRUE(read.ok) << read.complaint;
+          ASSERT_EQ(read.pages.size(), 1U);
+          ASSERT_EQ(difference(read.pages[0], page), "");
+          ASSERT_EQ(read.pages[0].palette, page.palette);
+          ASSERT_GE(read.pages[0].rowsPerStrip, 8U);
+        }
+      }
+    }
+  }
+}
+
+TEST(TiffPages, TagsTellWhatThePageIs) {
+  const TempFolder folder;
+  struct Case {
+    KxColorSpace colorSpace;
+    int compression, photometric, bits, samples;
+  };
+  const Case cases[] = {
+      {KxColorSpace::Bitonal, COMPRESSION_CCITTFAX4, PHOTOMETRIC_MINISWHITE, 1, 1},
+      {KxColorSpace::Palette, COMPRESSION_ADOBE_DEFLATE, PHOTOMETRIC_PALETTE, 8, 1},
+      {KxColorSpace::Grey, COMPRESSION_ADOBE_DEFLATE, PHOTOMETRIC_MINISBLACK, 8, 1},
+      {KxColorSpace::Bgr, COMPRESSION_ADOBE_DEFLATE, PHOTOMETRIC_RGB, 8, 3},
+  };
+  const auto params = paramsWith({});
+  Environment fixed;
+  fixed.now = [] { return std::int64_t{1700000000}; };
+  setEnvironment(fixed);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(static_cast<int>(c.colorSpace));
+    TestPage page = makePage(c.colorSpace, 64, 20);
+    page.dpi = 450;
+    const std::string file = folder.file("tags.tif");
+    saveSingle(file, rasterOf(page, Source::Stripes).get(), params.get(), true);
+    const ReadFile read = readTiff(file);
+    ASSERT_TRUE(read.ok) << read.complaint;
+    const ReadPage& tags = read.pages.at(0);
+    EXPECT_EQ(tags.compression, c.compression);
+    EXPECT_EQ(tags.photometric, c.photometric);
+    EXPECT_EQ(tags.bits, c.bits);
+    EXPECT_EQ(tags.samples, c.samples);
+    EXPECT_EQ(tags.dpiX, 450);
+    EXPECT_EQ(tags.dpiY, 450);
+    EXPECT_EQ(tags.unit, RESUNIT_INCH);
+    EXPECT_EQ(tags.software, "Test software");
+    EXPECT_EQ(tags.dateTime.substr(0, 8), "2023:11:");
+    EXPECT_EQ(tags.page, 0xffff) << "a single page has no page number";
+  }
+  setEnvironment({});
+}
+
+TEST(TiffPages, KindFollowsLengthAndOptions) {
+  const TempFolder folder;
+  const std::int64_t tooLong = 200'000'000;  // lines of 30 bytes pass 4 GB
+  struct Case {
+    const char* why;
+    const char* kind;
+    Source source;
+    std::int64_t expected;
+    bool big;
+  };
+  const Case cases[] = {
+      {"a running scan of unknown length", "auto", Source::Stripes, 0, true},
+      {"a running scan whose length fits", "auto", Source::Stripes, 1000, false},
+      {"a page that may pass 4 GB", "auto", Source::Stripes, tooLong, true},
+      {"a stored raster knows its height", "auto", Source::Stored, 0, false},
+      {"asked for classic", "classic", Source::Stripes, 0, false},
+      {"asked for big", "big", Source::Stored, 0, true},
+  };
+  const TestPage page = makePage(KxColorSpace::Grey, 30, 40);
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    const std::string file = folder.file("kind.tif");
+    const auto params = paramsWith({{"TiffKind", c.kind}});
+    saveSingle(file, rasterOf(page, c.source).get(), params.get(), true, c.expected);
+    const ReadFile read = readTiff(file);
+    ASSERT_TRUE(read.ok) << read.complaint;
+    EXPECT_EQ(read.big, c.big);
+    EXPECT_EQ(difference(read.pages.at(0), page), "");
+  }
+  savePaged(folder.file("paged.tif"), rasterOf(page, Source::Stored).get(), End::Commit);
+  EXPECT_TRUE(readTiff(folder.file("paged.tif")).big) << "pages may follow";
+}
+
+TEST(TiffPages, RefusalsSayWhyAndLeaveNothing) {
+  const TempFolder folder;
+  struct Case {
+    std::map<std::string, std::string> options;
+    std::int64_t expected;
+    const char* says;
+  };
+  const Case cases[] = {
+      {{{"TiffKind", "classic"}}, 200'000'000, "4 GB"}, {{{"Compression", "G4"}}, 0, "black-and-white"},
+      {{{"Compression", "Zip"}}, 0, "Deflate"},         {{{"Level", "99"}}, 0, "Level"},
+      {{{"StripBytes", "many"}}, 0, "StripBytes"},
+  };
+  const TestPage page = makePage(KxColorSpace::Grey, 30, 40);
+  for (const Case& c : cases) {
+    const auto params = paramsWith(c.options);
+    const std::string file = folder.file("refused.tif");
+    try {
+      saveSingle(file, rasterOf(page, Source::Stripes).get(), params.get(), false, c.expected);
+      ADD_FAILURE() << c.says << ": was not refused";
+    } catch (const CXFileException& e) {
+      EXPECT_NE(std::string(e.what()).find(c.says), std::string::npos) << e.what();
+      EXPECT_NE(std::string(e.what()).find(file), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(folder.list(), "");
+  }
+}
+
+TestPage adversarialPage(std::int32_t width) {
+  std::mt19937 random(static_cast<unsigned>(width));
+  std::vector<std::vector<bool>> rows;
+  const auto row = [&](auto&& isBlack) {
+    std::vector<bool> line(static_cast<std::size_t>(width));
+    for (std::int32_t x = 0; x < width; ++x) line[static_cast<std::size_t>(x)] = isBlack(x);
+    rows.push_back(std::move(line));
+  };
+  row([](int) { return false; });
+  row([](int) { return true; });
+  row([](int x) { return x % 2 == 0; });
+  row([](int x) { return x % 2 == 1; });
+  row([](int) { return false; });
+  row([&](int x) { return x == width - 1; });
+  row([](int x) { return x == 0; });
+  row([&](int x) { return x != width / 2; });
+  // Every distance of a change to the one above it, and passes of every kind.
+  for (int shift = 0; shift < 12; ++shift) {
+    row([&](int x) { return (x + shift * 2) % 23 < 9; });
+    row([&](int x) { return (x + shift * shift) % 19 < 3; });
+  }
+  // Runs of every length up to the line's.
+  for (std::int32_t run = 1; run <= width; run += run < 130 ? 1 : 61) {
+    row([&](int x) { return x % (2 * run) < run; });
+    row([](int x) { return x % 5 == 0; });
+    row([&](int x) { return x % (run + 1) == run; });
+  }
+  for (unsigned density = 1; density < 40; ++density) row([&](int) { return random() % 40 < density; });
+  return bitonalPage(rows, width);
+}
+
+TEST(TiffPages, Group4HoldsAnyLine) {
+  const TempFolder folder;
+  for (const std::int32_t width :
+       {1, 2, 7, 8, 9, 63, 64, 65, 255, 1728, 2559, 2561, 2623, 2624, 2625, 5199, 10303}) {
+    SCOPED_TRACE(width);
+    const TestPage page = adversarialPage(width);
+    const std::string file = folder.file("g4.tif");
+    saveSingle(file, rasterOf(page, Source::Stripes, 64).get(), nullptr, true);
+    const ReadFile read = readTiff(file);
+    ASSERT_TRUE(read.ok) << read.complaint;
+    ASSERT_EQ(difference(read.pages.at(0), page), "");
+  }
+}
+
+TEST(TiffPages, RunsOutsideTheLineOrTouchingAreTakenAsTheyShow) {
+  const TempFolder folder;
+  const std::string file = folder.file("runs.tif");
+  TestPage page = bitonalPage({std::vector<bool>(20)}, 20);
+  const std::uint32_t runs[] = {static_cast<std::uint32_t>(-5), 1, 2, 4, 5, 6, 9, 8, 15, 99, RunEnd, 0};
+  page.lines[0].assign(reinterpret_cast<const std::uint8_t*>(runs),
+                       reinterpret_cast<const std::uint8_t*>(runs + 12));
+  page.seen[0] = {0xfe, 0x01, 0xf0};
+  for (const char* compression : {"G4", "LZW"}) {
+    const auto params = paramsWith({{"Compression", compression}});
+    saveSingle(file, rasterOf(page, Source::Stripes).get(), params.get(), true);
+    EXPECT_EQ(difference(readTiff(file).pages.at(0), page), "") << compression;
+  }
+}
+
+TEST(TiffPages, LoadGivesBackWhatWasSaved) {
+  const TempFolder folder;
+  const std::string file = folder.file("load.tif");
+  for (const KxColorSpace colorSpace :
+       {KxColorSpace::Bitonal, KxColorSpace::Palette, KxColorSpace::Grey, KxColorSpace::Rgb}) {
+    SCOPED_TRACE(static_cast<int>(colorSpace));
+    const TestPage page = makePage(colorSpace, 301, 60);
+    saveSingle(file, rasterOf(page, Source::Stripes).get(), nullptr, true);
+    const auto loader = new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>();
+    ASSERT_EQ(loader->GetPageCount(), 1);
+    const KxPtr<IRStor> raster = loader->Load(0, nullptr);
+    ASSERT_EQ(raster->GetColorSpace(), colorSpace);
+    ASSERT_EQ(raster->GetResolution(), 300U);
+    // Saved once more, so that the lines, and the palette, are compared by libtiff.
+    saveSingle(file, raster.get(), nullptr, true);
+    const ReadFile read = readTiff(file);
+    EXPECT_EQ(difference(read.pages.at(0), page), "");
+    EXPECT_EQ(read.pages.at(0).palette, page.palette);
+  }
+}
+
+TEST(TiffPages, DamagedFilesAreRefusedWithTheirName) {
+  const TempFolder folder;
+  const std::string good = folder.file("good.tif");
+  const TestPage page = makePage(KxColorSpace::Rgb, 100, 60);
+  savePaged(good, rasterOf(page, Source::Stripes).get(), End::Commit);
+  std::ifstream from(good, std::ios::binary);
+  const std::string whole((std::istreambuf_iterator<char>(from)), {});
+  for (std::size_t size = 0; size < whole.size(); size += 1 + size / 3) {
+    SCOPED_TRACE(size);
+    const std::string file = folder.file("cut.tif");
+    std::ofstream(file, std::ios::binary) << whole.substr(0, size);
+    EXPECT_THROW(new_OpenFileChanel(nullptr, file), CXFileException);
+    if (size == 0) continue;  // an empty file takes pages
+    EXPECT_THROW(savePaged(file, rasterOf(page, Source::Stripes).get(), End::Commit), CXFileException);
+    std::ifstream again(file, std::ios::binary);
+    EXPECT_TRUE(std::string((std::istreambuf_iterator<char>(again)), {}) == whole.substr(0, size));
+  }
+}
+
+}  // namespace
+}  // namespace quillbay::test
