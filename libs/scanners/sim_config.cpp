@@ -1,8 +1,7 @@
 #include "scanners/sim_config.h"
 
 #include <algorithm>
-#include <array>
-#include <cmath>
+#include <iterator>
 
 #include "platform/base_services.h"
 
@@ -135,72 +134,69 @@ bool setPlace(SimConfig& c, std::string_view v) {
 
 constexpr std::int64_t kMany = 1000000000000;
 
-const auto& keys() {
-  using C = SimConfig;
-  using V = std::string_view;
-  static const std::array table{
-      SimKey{"width", "Width of the bed", "mm", "millimetres from 10 to 2000", false,
-             [](C& c, V v) { return setDouble<&C::width>(c, v, 10, 2000); },
-             [](const C& c) { return toText(c.width); }},
-      SimKey{"length", "Longest scan", "mm", "millimetres from 0 (no limit) to 1000000", false,
-             [](C& c, V v) { return setDouble<&C::length>(c, v, 0, 1000000); },
-             [](const C& c) { return toText(c.length); }},
-      SimKey{"size", "Size of the paper", "mm", "WIDTHxLENGTH in millimetres, each from 5 to 1000000", false,
-             [](C& c, V v) { return setPair(v, 5, 1000000, &c.paperWidth, &c.paperLength); },
-             [](const C& c) { return pairText(c.paperWidth, c.paperLength); }},
-      SimKey{"at", "Place of the paper", "mm", "XxY in millimetres, each from -100000 to 100000", false, setPlace,
-             [](const C& c) { return c.placed ? pairText(c.x, c.y) : std::string(); }},
-      SimKey{"skew", "Skew of the paper", "", "degrees clockwise from -45 to 45", false,
-             [](C& c, V v) { return setDouble<&C::skew>(c, v, -45, 45); },
-             [](const C& c) { return toText(c.skew); }},
-      SimKey{"background", "Colour of the bed", "", kBackgrounds, true,
-             [](C& c, V v) { return setWord<C::Background, &C::background>(kBackgrounds, c, v); },
-             [](const C& c) { return wordAt(kBackgrounds, static_cast<int>(c.background)); }},
-      SimKey{"count", "Pages in the feeder", "", "a number of pages from 0 (endless) on", false,
-             [](C& c, V v) { return inRange<std::int64_t>(v, 0, kMany, &c.count); },
-             [](const C& c) { return toText(c.count); }},
-      SimKey{"speed", "Speed", "", "lines per second from 0 (as fast as possible) on", false,
-             [](C& c, V v) { return setDouble<&C::speed>(c, v, 0, 1e9); },
-             [](const C& c) { return toText(c.speed); }},
-      SimKey{"seed", "Seed of the drawings", "", "a whole number from 0 on", false,
-             [](C& c, V v) { return inRange<std::int64_t>(v, 0, INT64_MAX, &c.seed); },
-             [](const C& c) { return toText(c.seed); }},
-      SimKey{"drawing", "Kind of drawing", "", kDrawings, true,
-             [](C& c, V v) { return setWord<C::Drawing, &C::drawing>(kDrawings, c, v); },
-             [](const C& c) { return wordAt(kDrawings, static_cast<int>(c.drawing)); }},
-      SimKey{"jam-after", "Jam after lines", "", "a number of lines from 0 (never) on", false,
-             [](C& c, V v) { return inRange<std::int64_t>(v, 0, kMany, &c.jamAfter); },
-             [](const C& c) { return toText(c.jamAfter); }},
-      SimKey{"fault", "Fault", "", kFaults, true,
-             [](C& c, V v) { return setWord<UnitFaultCode, &C::fault>(kFaults, c, v); },
-             [](const C& c) { return wordAt(kFaults, static_cast<int>(c.fault)); }},
-      SimKey{"unknown-length", "Length is not announced", "", kSwitch, true,
-             [](C& c, V v) { return setWord<bool, &C::unknownLength>(kSwitch, c, v); },
-             [](const C& c) { return toText(std::int64_t{c.unknownLength}); }},
-      SimKey{"finds-end", "Finds the end of the paper", "", kSwitch, true,
-             [](C& c, V v) { return setWord<bool, &C::findsEnd>(kSwitch, c, v); },
-             [](const C& c) { return toText(std::int64_t{c.findsEnd}); }},
-      SimKey{"centring", "Centring", "", "0|1|2", true,
-             [](C& c, V v) { return setWord<int, &C::centring>("0|1|2", c, v); },
-             [](const C& c) { return toText(std::int64_t{c.centring}); }},
-      SimKey{"depth", "Bits a sample", "bit", "8|16", true,
-             [](C& c, V v) {
-               const int index = wordIndex("8|16", v);
-               if (index >= 0) c.depth = index == 0 ? 8 : 16;
-               return index >= 0;
-             },
-             [](const C& c) { return toText(std::int64_t{c.depth}); }},
-      SimKey{"colour", "Colour", "", kSwitch, true,
-             [](C& c, V v) { return setWord<bool, &C::colour>(kSwitch, c, v); },
-             [](const C& c) { return toText(std::int64_t{c.colour}); }},
-      SimKey{"image-dpi", "Resolution of image files without one", "dpi", "dots per inch from 10 to 4800", false,
-             [](C& c, V v) { return setDouble<&C::imageDpi>(c, v, 10, 4800); },
-             [](const C& c) { return toText(c.imageDpi); }},
-      SimKey{"images", "Image files", "", "file names parted by colons (PNM, TIFF, PNG)", false, setImages,
-             imagesText},
-  };
-  return table;
-}
+using C = SimConfig;
+using V = std::string_view;
+
+constexpr SimKey kKeys[] = {
+    SimKey{"width", "Width of the bed", "mm", "millimetres from 10 to 2000", false,
+           [](C& c, V v) { return setDouble<&C::width>(c, v, 10, 2000); },
+           [](const C& c) { return toText(c.width); }},
+    SimKey{"length", "Longest scan", "mm", "millimetres from 0 (no limit) to 1000000", false,
+           [](C& c, V v) { return setDouble<&C::length>(c, v, 0, 1000000); },
+           [](const C& c) { return toText(c.length); }},
+    SimKey{"size", "Size of the paper", "mm", "WIDTHxLENGTH in millimetres, each from 5 to 1000000", false,
+           [](C& c, V v) { return setPair(v, 5, 1000000, &c.paperWidth, &c.paperLength); },
+           [](const C& c) { return pairText(c.paperWidth, c.paperLength); }},
+    SimKey{"at", "Place of the paper", "mm", "XxY in millimetres, each from -100000 to 100000", false, setPlace,
+           [](const C& c) { return c.placed ? pairText(c.x, c.y) : std::string(); }},
+    SimKey{"skew", "Skew of the paper", "", "degrees clockwise from -45 to 45", false,
+           [](C& c, V v) { return setDouble<&C::skew>(c, v, -45, 45); }, [](const C& c) { return toText(c.skew); }},
+    SimKey{"background", "Colour of the bed", "", kBackgrounds, true,
+           [](C& c, V v) { return setWord<C::Background, &C::background>(kBackgrounds, c, v); },
+           [](const C& c) { return wordAt(kBackgrounds, static_cast<int>(c.background)); }},
+    SimKey{"count", "Pages in the feeder", "", "a number of pages from 0 (endless) on", false,
+           [](C& c, V v) { return inRange<std::int64_t>(v, 0, kMany, &c.count); },
+           [](const C& c) { return toText(c.count); }},
+    SimKey{"speed", "Speed", "", "lines per second from 0 (as fast as possible) on", false,
+           [](C& c, V v) { return setDouble<&C::speed>(c, v, 0, 1e9); },
+           [](const C& c) { return toText(c.speed); }},
+    SimKey{"seed", "Seed of the drawings", "", "a whole number from 0 on", false,
+           [](C& c, V v) { return inRange<std::int64_t>(v, 0, INT64_MAX, &c.seed); },
+           [](const C& c) { return toText(c.seed); }},
+    SimKey{"drawing", "Kind of drawing", "", kDrawings, true,
+           [](C& c, V v) { return setWord<C::Drawing, &C::drawing>(kDrawings, c, v); },
+           [](const C& c) { return wordAt(kDrawings, static_cast<int>(c.drawing)); }},
+    SimKey{"jam-after", "Jam after lines", "", "a number of lines from 0 (never) on", false,
+           [](C& c, V v) { return inRange<std::int64_t>(v, 0, kMany, &c.jamAfter); },
+           [](const C& c) { return toText(c.jamAfter); }},
+    SimKey{"fault", "Fault", "", kFaults, true,
+           [](C& c, V v) { return setWord<UnitFaultCode, &C::fault>(kFaults, c, v); },
+           [](const C& c) { return wordAt(kFaults, static_cast<int>(c.fault)); }},
+    SimKey{"unknown-length", "Length is not announced", "", kSwitch, true,
+           [](C& c, V v) { return setWord<bool, &C::unknownLength>(kSwitch, c, v); },
+           [](const C& c) { return toText(std::int64_t{c.unknownLength}); }},
+    SimKey{"finds-end", "Finds the end of the paper", "", kSwitch, true,
+           [](C& c, V v) { return setWord<bool, &C::findsEnd>(kSwitch, c, v); },
+           [](const C& c) { return toText(std::int64_t{c.findsEnd}); }},
+    SimKey{"centring", "Centring", "", "0|1|2", true,
+           [](C& c, V v) { return setWord<int, &C::centring>("0|1|2", c, v); },
+           [](const C& c) { return toText(std::int64_t{c.centring}); }},
+    SimKey{"depth", "Bits a sample", "bit", "8|16", true,
+           [](C& c, V v) {
+             const int index = wordIndex("8|16", v);
+             if (index >= 0) c.depth = index == 0 ? 8 : 16;
+             return index >= 0;
+           },
+           [](const C& c) { return toText(std::int64_t{c.depth}); }},
+    SimKey{"colour", "Colour", "", kSwitch, true,
+           [](C& c, V v) { return setWord<bool, &C::colour>(kSwitch, c, v); },
+           [](const C& c) { return toText(std::int64_t{c.colour}); }},
+    SimKey{"image-dpi", "Resolution of image files without one", "dpi", "dots per inch from 10 to 4800", false,
+           [](C& c, V v) { return setDouble<&C::imageDpi>(c, v, 10, 4800); },
+           [](const C& c) { return toText(c.imageDpi); }},
+    SimKey{"images", "Image files", "", "file names parted by colons (PNM, TIFF, PNG)", false, setImages,
+           imagesText},
+};
 
 std::string allowedText(const SimKey& key) {
   if (!key.choices) return key.allowed;
@@ -216,10 +212,11 @@ bool isSimDevice(std::string_view deviceString) noexcept {
 }
 
 bool setSimKey(std::string_view key, std::string_view value, SimConfig* out, std::string* why) {
-  const auto found = std::find_if(keys().begin(), keys().end(), [&](const SimKey& k) { return key == k.name; });
-  if (found == keys().end()) {
+  const auto* found =
+      std::find_if(std::begin(kKeys), std::end(kKeys), [&](const SimKey& k) { return key == k.name; });
+  if (found == std::end(kKeys)) {
     *why = "The simulated scanner has no key \"" + std::string(key) + "\"; it takes ";
-    for (const SimKey& k : keys()) *why += (&k == &keys().front() ? "" : ", ") + std::string(k.name);
+    for (const SimKey& k : kKeys) *why += (&k == kKeys ? "" : ", ") + std::string(k.name);
     *why += ".";
     return false;
   }
@@ -251,7 +248,7 @@ bool parseSimDevice(std::string_view deviceString, SimConfig* out, std::string* 
 
 std::vector<UnitOption> simOptions(const SimConfig& config) {
   std::vector<UnitOption> options;
-  for (const SimKey& key : keys()) {
+  for (const SimKey& key : kKeys) {
     UnitOption option{key.name,
                       key.title,
                       std::string(key.title) + ": " + allowedText(key) + ".",
