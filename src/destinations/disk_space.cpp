@@ -7,14 +7,19 @@
 
 namespace quillbay {
 
+namespace {
+/// Whole pixels of a length; what is a whole number but for the rounding of a double stays it.
+double pixelsOf(double mm, double dpi) noexcept { return std::ceil(mmToPixels(mm, dpi) - 1e-6); }
+}  // namespace
+
 std::int64_t expectedBytes(const ScanValues& values) noexcept {
   const bool fragment = values.customScanValid != 0;
   const bool open = values.scanType == kAreaAutoWidth || values.scanType == kAreaFixedWidth;
   if (open && !fragment) return -1;
   const tagRRECT& area = fragment ? values.rcCustomScan : values.rcScan;
   const double widened = fragment ? area.width() : area.width() * (1 + values.addWidthPercent * 0.01);
-  const double pixels = std::ceil(mmToPixels(std::min(widened, values.bedWidth), values.dpi));
-  const double lines = std::ceil(mmToPixels(area.height(), values.dpi));
+  const double pixels = pixelsOf(std::min(widened, values.bedWidth), values.dpi);
+  const double lines = pixelsOf(area.height(), values.dpi);
   if (!(pixels > 0) || !(lines > 0)) return 0;
   const double bytes = std::ceil(pixels * bitsPerPixel(values.colorSpace) / 8) * lines;
   return bytes < 9e18 ? static_cast<std::int64_t>(bytes) : INT64_MAX;

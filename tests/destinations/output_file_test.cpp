@@ -1,0 +1,128 @@
+#include "destinations/output_file.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "destinations/history.h"
+#include "support/ordinary_user.h"
+#include "support/panel_world.h"
+
+namespace quillbay {
+namespace {
+
+using test::PanelWorld;
+
+struct Prepared {
+  PreparedFile file;
+  std::string path;
+};
+
+Prepared prepare(PanelWorld& world) {
+  const auto events = world.app.as<IEvents>();
+  const PreparedFile file = PrepareOutputFile(*world.params, events.get(), false);
+  return {file, world.params->values().outputFile};
+}
+
+TEST(PrepareOutputFile, MakesTheFolderAndCreatesNoFile) {
+  PanelWorld world;
+  world.params->quiet().dir = world.dir.file("a/b");
+  const Prepared p = prepare(world);
+  EXPECT_TRUE(p.file.goOn);
+  EXPECT_FALSE(p.file.mayReplace);
+  EXPECT_EQ(p.path, world.dir.file("a/b/scan000.tif"));
+  EXPECT_TRUE(std::filesystem::is_directory(world.dir.file("a/b")));
+  EXPECT_TRUE(std::filesystem::is_empty(world.dir.file("a/b")));
+}
+
+TEST(PrepareOutputFile, UnderEveryFateWithAFileInTheWay) {
+  struct Case {
+    const char* why;
+    std::int32_t fate;
+    EventAnswer answer;
+    bool goOn, mayReplace;
+    const char* name;
+    std::int32_t counter;
+    std::size_t questions;
+  };
+  const Case cases[] = {
+      {"increment", kFateIncrement, EventAnswer::No, true, false, "scan001.tif", 1, 0},
+      {"overwrite", kFateOverwrite, EventAnswer::No, true, true, "scan000.tif", 0, 0},
+      {"asked, yes", kFateAsk, EventAnswer::Yes, true, true, "scan000.tif", 0, 1},
+      {"asked, no", kFateAsk, EventAnswer::No, false, false, "scan000.tif", 0, 1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    PanelWorld world;
+    world.params->quiet().dir = world.dir.path();
+    world.params->quiet().fileFate = c.fate;
+    world.answer = c.answer;
+    test::writeFile(world.dir.file("scan000.tif"), "old");
+    const Prepared p = prepare(world);
+    EXPECT_EQ(p.file.goOn, c.goOn);
+    EXPECT_EQ(p.file.mayReplace, c.mayReplace);
+    EXPECT_EQ(p.path, world.dir.file(c.name));
+    EXPECT_EQ(world.params->values().counter, c.counter);
+    EXPECT_EQ(world.messages.size(), c.questions);
+    EXPECT_EQ(test::readFile(world.dir.file("scan000.tif")), "old");
+  }
+}
+
+TEST(PrepareOutputFile, WhatCannotBeWrittenIsEventNineWithTheCause) {
+  const test::TempDir outside;
+  std::filesystem::create_directory(outside.file("closed"));
+  std::filesystem::permissions(outside.file("closed"), std::filesystem::perms(0555));
+  test::writeFile(outside.file("file"), "");
+  struct Case {
+    const char* why;
+    std::string dir, mask;
+  };
+  const Case cases[] = {{"no right to write", outside.file("closed"), "x"},
+                        {"a file where the folder should be", outside.file("file"), "x"},
+                        {"a name that is too long", outside.path(), std::string(300, 'x')},
+                        {"out of the folder", outside.path(), "../x"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    PanelWorld world;
+    world.params->quiet().dir = c.dir;
+    world.params->quiet().mask = c.mask;
+    const test::OrdinaryUser user;
+    EXPECT_FALSE(prepare(world).file.goOn);
+    ASSERT_EQ(world.messages.size(), 1U);
+    EXPECT_EQ(world.messages[0].event, kEventCannotWrite);
+    EXPECT_FALSE(world.messages[0].text.empty());
+  }
+}
+
+TEST(PrepareOutputFile, APartOfAKilledProgramIsKeptAndTold) {
+  PanelWorld world;
+  world.params->quiet().dir = world.dir.path();
+  test::writeFile(world.dir.file("scan000.tif.part"), "pages");
+  EXPECT_TRUE(prepare(world).file.goOn);
+  ASSERT_EQ(world.messages.size(), 1U);
+  EXPECT_NE(world.messages[0].text.find("scan000.tif.part.1"), std::string::npos) << world.messages[0].text;
+  EXPECT_EQ(test::readFile(world.dir.file("scan000.tif.part.1")), "pages");
+  EXPECT_TRUE(prepare(world).file.goOn);
+  EXPECT_EQ(world.messages.size(), 1U) << "told once";
+}
+
+TEST(History, KeepsTheNewestSixteen) {
+  PanelWorld world;
+  const auto profile = world.app.as<IProfile>();
+  History dirs("Dir");
+  for (int i = 0; i < 20; ++i) EXPECT_TRUE(dirs.add("/maps/" + std::to_string(i)));
+  EXPECT_FALSE(dirs.add("/MAPS/3")) << "there already, in other letters";
+  EXPECT_FALSE(dirs.add(""));
+  dirs.save(profile.get());
+
+  History again("Dir"), masks("Mask");
+  again.load(profile.get());
+  masks.load(profile.get());
+  ASSERT_EQ(again.items().size(), 16U);
+  EXPECT_EQ(again.items().front(), "/maps/19");
+  EXPECT_EQ(again.items().back(), "/maps/4");
+  EXPECT_TRUE(masks.items().empty());
+}
+
+}  // namespace
+}  // namespace quillbay

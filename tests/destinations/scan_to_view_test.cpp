@@ -1,0 +1,250 @@
+#include "destinations/scan_to_view.h"
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <algorithm>
+#include <filesystem>
+
+#include "destinations/page_end.h"
+#include "quillbay/raster.h"
+#include "support/panel_world.h"
+
+namespace quillbay {
+namespace {
+
+using test::NotingStore;
+
+/// A destination panel, with the store that it installed last at hand.
+struct Panel : test::PanelWorld {
+  explicit Panel(eTarnwellMode mode) {
+    params->quiet().mode = mode;
+    DestinationContext context;
+    context.mode = mode;
+    context.params = params;
+    context.controller = &controller;
+    context.parent = &window;
+    context.makeStore = [this](eTarnwellMode) {
+      store = KxPtr<NotingStore>::adopt(new NotingStore);
+      ++stores;
+      return KxPtr<ISStripStor>::share(store.get());
+    };
+    context.chooseFolder = [this](CWnd*, const std::string&) { return chosen; };
+    to = makeDestination(context);
+    panel = static_cast<CScanToView*>(to.get());
+    params->quiet().dir = dir.file("out");
+    params->quiet().hasScriptSyntax = true;
+    stores = 0;
+  }
+  void saveTo(bool on) {
+    const auto set = new_MemParam();
+    set->SetValue("m_fUseFileOut", on ? 1 : 0);
+    to->LoadParams(set.get());
+  }
+  [[nodiscard]] std::string nextName() const {
+    return panel->control<QLineEdit>(CScanToView::kNextName)->text().toStdString();
+  }
+  QWidget window;
+  KxPtr<NotingStore> store;
+  int stores = 0;
+  std::string chosen;
+  std::unique_ptr<CScanTo> to;
+  CScanToView* panel = nullptr;
+};
+
+TEST(PageEnd, MinimumLengthByAreaType) {
+  ScanValues v;
+  v.rcScan = {0, 10, 100, 307};
+  v.rcCustomScan = {0, 0, 50, 25.4};
+  v.dpi = 300;
+  const std::tuple<int, int, int> cases[] = {{kAreaAuto, 0, 3507},    {kAreaAutoWidth, 0, 0},
+                                             {kAreaFixedWidth, 0, 0}, {kAreaCustom, 0, 3507},
+                                             {kAreaPaper, 0, 3507},   {kAreaCustom, 1, 300}};
+  for (const auto& [type, fragment, want] : cases) {
+    v.scanType = type;
+    v.customScanValid = fragment;
+    EXPECT_EQ(minimumPageLines(v), want) << type << fragment;
+  }
+}
+
+TEST(ScanToFile, RefusesAnEmptyFolderOrMask) {
+  Panel p(ScanToFile);
+  p.params->quiet().mask.clear();
+  EXPECT_EQ(p.to->BeginScan(), 0);
+  ASSERT_EQ(p.messages.size(), 1U);
+  EXPECT_EQ(p.messages[0].helpTopic, "QBHelp:IDH_MaskEmpty");
+  EXPECT_EQ(p.stores, 0);
+}
+
+TEST(ScanToFile, EndsOfAPage) {
+  struct Case {
+    const char* why;
+    int cancelled, multiPage;
+    const char* error;
+    int answer, counter, stores;
+    std::size_t messages;
+  };
+  const Case cases[] = {
+      {"taken", 0, 0, "", 1, 1, 1, 0},
+      {"multi-page keeps the counter", 0, 1, "", 1, 0, 1, 0},
+      {"cancelled: a fresh store", 1, 0, "", 0, 0, 2, 0},
+      {"the writer failed", 0, 0, "write scan000.tif: no space left", 0, 0, 1, 1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    Panel p(ScanToFile);
+    p.params->quiet().multiPage = c.multiPage;
+    p.params->quiet().scanType = kAreaCustom;
+    p.params->quiet().dpi = 254;
+    ASSERT_EQ(p.to->BeginScan(), 1);
+    const KxPtr<NotingStore> used = p.store;
+    used->error = c.error;
+    EXPECT_EQ(p.to->EndScan(c.cancelled), c.answer);
+    EXPECT_EQ(p.params->values().counter, c.counter);
+    EXPECT_EQ(p.stores, c.stores);
+    EXPECT_EQ(p.params->destinationStore.get(), static_cast<ISStripStor*>(p.store.get()));
+    EXPECT_EQ(used->resets, c.cancelled);
+    EXPECT_EQ(used->finishedWith, c.cancelled ? -1 : 1000);
+    ASSERT_EQ(p.messages.size(), c.messages);
+    if (c.messages) {
+      EXPECT_EQ(p.messages[0].text, c.error);
+    }
+  }
+}
+
+TEST(ScanToFile, APartOfTheRunningBatchIsNotSetAside) {
+  Panel p(ScanToFile);
+  p.params->quiet().multiPage = 1;
+  p.controller.batchContinues = 1;
+  ASSERT_EQ(p.to->BeginScan(), 1);
+  ASSERT_EQ(p.to->EndScan(0), 1);
+  const std::string part = p.params->values().outputFile + ".part";
+  test::writeFile(part, "first page");
+  ASSERT_EQ(p.to->BeginScan(), 1);
+  EXPECT_EQ(test::readFile(part), "first page");
+  ASSERT_EQ(p.to->EndScan(1), 0);
+  ASSERT_EQ(p.to->BeginScan(), 1) << "the batch ended: what lies there now is a leftover";
+  EXPECT_EQ(test::readFile(part + ".1"), "first page");
+}
+
+TEST(ScanToView, HandsThePageOnWithAndWithoutSaving) {
+  struct Case {
+    const char* why;
+    bool save, scripts;
+    int multiPage, batch;
+    const char* refused;
+    std::vector<std::string> commands;
+    int answer, counter;
+  };
+  const std::string add = "IntAddRaster", post = "post-processing";
+  const Case cases[] = {
+      {"not saved", false, true, 0, 0, "", {add, post}, 1, 0},
+      {"saved by a script", true, true, 0, 1, "", {add, post, "ProcessScript"}, 1, 1},
+      {"a host without scripts", true, false, 0, 0, "", {add, post}, 1, 0},
+      {"added to the document", true, true, 1, 0, "", {add, post, "IntAddPage"}, 1, 0},
+      {"the host takes no page more", true, true, 1, 0, "IntAddPage", {add, post, "IntAddPage"}, 0, 0},
+      {"the host refuses the raster", true, true, 0, 0, "IntAddRaster", {add}, 0, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    Panel p(ScanToView);
+    p.saveTo(c.save);
+    ScanValues& v = p.params->quiet();
+    v.hasScriptSyntax = c.scripts;
+    v.multiPage = c.multiPage;
+    v.batch = c.batch;
+    p.controller.refused = c.refused;
+    ASSERT_EQ(p.to->BeginScan(), 1);
+    EXPECT_EQ(std::filesystem::exists(p.dir.file("out")), c.save) << "no file checks without a file";
+    p.store->raster = new_IRStor(KxColorSpace::Grey, 8, 4, 100);
+    p.controller.onCommand = [&](const std::string& name, IParam* arguments) {
+      if (name == add) {
+        EXPECT_EQ(paramInt(arguments, "Multipage", -1), c.multiPage ? 1 : -1);
+        EXPECT_EQ(paramInt(arguments, "BatchScan", -1), c.batch ? 1 : -1);
+        const CKxVariant raster = paramValue(arguments, "RStor");
+        ASSERT_TRUE(raster.get<KxPtr<IKxUnknown>>());
+        EXPECT_TRUE(raster.get<KxPtr<IKxUnknown>>()->as<IRStor>());
+      }
+      if (name == "ProcessScript") {
+        EXPECT_EQ(paramInt(arguments, "_donthidewindow"), 1);
+        EXPECT_EQ(test::readFile(paramString(arguments, "FileName")),
+                  "/SaveAs FNAME:\"" + p.dir.file("out/scan000.tif") + "\" _ignore_command_:0\r\n");
+      }
+    };
+    EXPECT_EQ(p.to->EndScan(0), c.answer);
+    EXPECT_EQ(p.controller.commands, c.commands);
+    EXPECT_EQ(p.params->values().counter, c.counter);
+    if (p.controller.commands.back() == "ProcessScript") {
+      EXPECT_FALSE(std::filesystem::exists(paramString(p.controller.lastArguments.get(), "FileName")));
+    }
+  }
+}
+
+TEST(ScanToView, AFolderThatIsGoneSavesNothing) {
+  Panel p(ScanToView);
+  p.saveTo(true);
+  ASSERT_EQ(p.to->BeginScan(), 1);
+  p.store->raster = new_IRStor(KxColorSpace::Grey, 8, 4, 100);
+  std::filesystem::remove_all(p.dir.file("out"));
+  test::writeFile(p.dir.file("out"), "in the way");
+  EXPECT_EQ(p.to->EndScan(0), 0);
+  ASSERT_EQ(p.messages.size(), 1U);
+  EXPECT_EQ(p.messages[0].event, kEventCannotWrite);
+  EXPECT_EQ(p.params->values().counter, 0);
+  EXPECT_EQ(p.controller.commands, (std::vector<std::string>{"IntAddRaster", "post-processing"}));
+}
+
+TEST(ScanToFilePanel, ShowsTheNextNameAndFollowsTheParameters) {
+  Panel p(ScanToFile);
+  const auto settle = [] { QApplication::processEvents(); };
+  p.params->set(scan_key::Mask, "sheet<DPI>_");
+  settle();
+  EXPECT_EQ(p.nextName(), "sheet100_000.tif");
+  std::filesystem::create_directory(p.dir.file("out"));
+  test::writeFile(p.dir.file("out/sheet100_000.tif"), "");
+  p.params->set(scan_key::Dpi, 100);
+  settle();
+  EXPECT_EQ(p.nextName(), "sheet100_001.tif");
+  EXPECT_EQ(p.params->values().counter, 0) << "looking changes nothing";
+
+  auto* mask = p.panel->control<QComboBox>(CScanToView::kMask);
+  EXPECT_EQ(mask->currentText(), "sheet<DPI>_");
+  mask->setEditText("plan");
+  p.panel->OnCommand(CScanToView::kMask, kCodeComboEdited, 0);
+  EXPECT_EQ(p.params->values().mask, "plan");
+  EXPECT_EQ(p.nextName(), "plan000.tif");
+
+  EXPECT_TRUE(p.panel->pastePath("/maps/north/sheet.tif"));
+  EXPECT_EQ(p.params->values().dir, "/maps/north/");
+  EXPECT_EQ(p.params->values().mask, "sheet");
+  EXPECT_FALSE(p.panel->pastePath("sheet"));
+}
+
+TEST(ScanToFilePanel, RefusesFoldersWhoseNameWouldBeReplaced) {
+  Panel p(ScanToFile);
+  p.chosen = "/maps/a|b";
+  const std::string before = p.params->values().dir;
+  p.panel->OnCommand(CScanToView::kBrowse, kCodeClicked, 0);
+  EXPECT_EQ(p.params->values().dir, before);
+  ASSERT_EQ(p.messages.size(), 1U);
+  EXPECT_NE(p.messages[0].text.find('|'), std::string::npos);
+  p.chosen = "/maps/ab";
+  p.panel->OnCommand(CScanToView::kBrowse, kCodeClicked, 0);
+  EXPECT_EQ(p.params->values().dir, "/maps/ab");
+}
+
+TEST(ScanToFilePanel, RemembersWhatWasScannedTo) {
+  test::PanelWorld* world = nullptr;
+  Panel p(ScanToFile);
+  world = &p;
+  ASSERT_EQ(p.to->BeginScan(), 1);
+  p.to.release()->Destroy();
+  History masks("Mask");
+  masks.load(world->app.as<IProfile>().get());
+  EXPECT_EQ(masks.items(), std::vector<std::string>{"scan"});
+}
+
+}  // namespace
+}  // namespace quillbay

@@ -1,0 +1,123 @@
+#pragma once
+#include <string>
+#include <vector>
+
+#include "params/shared_scan_params.h"
+#include "platform/panel_controller.h"
+#include "quillbay/host.h"
+#include "support/temp_dir.h"
+
+namespace quillbay::test {
+
+/// A store that notes what it is told, and ends its page as a test wants it.
+class NotingStore final : public CKxUnknownImpl<ISStripStor, IStoreOutcome> {
+ public:
+  int IsAvailable() override { return 1; }
+  int AddStripe(IScanBuffer*) override { return 1; }
+  void Reset() override { ++resets; }
+  int Finish(IRStor** out, int minLines, int) override {
+    finishedWith = minLines;
+    if (out && raster) *out = KxPtr(raster).detach();
+    return error.empty() ? 1 : 0;
+  }
+  void Paint(IRasterDC*, const CRDirectTfm*) override {}
+  void GetRect(double*) override {}
+  void GetRectMM(double*) override {}
+  bool IsEmpty() override { return false; }
+  std::string GetError() override { return error; }
+  std::string GetFile() override { return {}; }
+  int IsPublished() override { return 1; }
+  std::int64_t GetLines() override { return 1; }
+  void Wake() override {}
+  void BeginFinish(int, void (*)(void*), void*) override {}
+
+  int resets = 0;
+  int finishedWith = -1;
+  KxPtr<IRStor> raster;
+  std::string error;
+};
+
+/// A scanner with the modes and resolutions of a test.
+class NotedUnit final : public CKxUnknownImpl<IQuillbayUnit, IUnitOptions> {
+ public:
+  int GetResolutions(std::vector<UnitResolution>* out, int mode) override {
+    out->clear();
+    for (const int dpi : mode < 5 ? bitonalDpi : colourDpi) out->push_back({std::to_string(dpi), dpi});
+    return static_cast<int>(out->size());
+  }
+  int Scan(IScanSink*, IParam*) override { return 1; }
+  int Command(IScanSink*, int) override { return 1; }
+  double GetMaxWidth() override { return 900; }
+  int HasMode(int mode) override { return mode <= 7 ? 1 : 0; }
+  IConnectionPoint<IScanSink>* GetScanSinks() override { return nullptr; }
+  double GetMaxLength() override { return 0; }
+  int GetCentring() override { return 0; }
+  std::vector<UnitOption> GetOptions() override {
+    UnitOption option;
+    option.name = "resolution";
+    option.range = dpiRange;
+    return {option};
+  }
+  int SetOption(std::string_view, std::string_view, std::string*) override { return 0; }
+
+  std::vector<int> bitonalDpi{100, 200, 300}, colourDpi{75, 200, 600};
+  std::string dpiRange;
+};
+
+/// The controller as pages and destinations see it: notes every call.
+class NotingController final : public IPanelController {
+ public:
+  IQuillbayUnit* Unit() override { return unit.get(); }
+  void PageChanged() override { ++pageChanges; }
+  void ForgetPalette() override { ++palettesForgotten; }
+  void AreaChanged() override { ++areaChanges; }
+  int DetectArea(int mask) override {
+    detectMask = mask;
+    return detects;
+  }
+  void RunPostProcessing() override { commands.emplace_back("post-processing"); }
+  int BatchContinues() override { return batchContinues; }
+  int ExecCommand(const char* command, IParam* arguments) override {
+    commands.emplace_back(command);
+    lastArguments = new_MemParam();
+    Param_CopyTo(arguments, lastArguments.get());
+    if (onCommand) onCommand(command, arguments);
+    return commands.back() == refused ? 1 : 0;
+  }
+
+  KxPtr<NotedUnit> unit = KxPtr<NotedUnit>::adopt(new NotedUnit);
+  int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0, batchContinues = 0;
+  std::vector<std::string> commands;
+  KxPtr<IParam> lastArguments;
+  std::string refused;  ///< a command that the host answers with a failure
+  std::function<void(const std::string&, IParam*)> onCommand;
+};
+
+/// A host of its own, with its settings in a folder of the test, and the process's scan parameters.
+struct PanelWorld {
+  PanelWorld() {
+    HostOptions options;
+    options.configFolder = dir.file("config");
+    options.stateFolder = dir.file("state");
+    options.interactive = false;
+    options.log = HostLog::Quiet;
+    options.onMessage = [this](const HostMessage& message) {
+      messages.push_back(message);
+      return message.kind == EventKind::Question ? answer : message.answer;
+    };
+    options.onNote = [this](const std::string&, const std::string& text) { notes.push_back(text); };
+    app = New_HostApp(options);
+    params = CSharedScanParams::acquire(app.get(), [] { return KxPtr<ISStripStor>::adopt(new NotingStore); });
+    params->quiet().dir = dir.file("out");
+  }
+
+  TempDir dir;
+  KxPtr<IHostApp> app;
+  KxPtr<CSharedScanParams> params;
+  NotingController controller;
+  std::vector<HostMessage> messages;
+  std::vector<std::string> notes;
+  EventAnswer answer = EventAnswer::No;  ///< to questions
+};
+
+}  // namespace quillbay::test
