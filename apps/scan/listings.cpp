@@ -37,6 +37,7 @@ struct Inventory {
   Bed bed;
   std::vector<std::string> modes;
   std::vector<std::string> resolutions;
+  std::string resolutionRange;
   std::vector<Paper> papers;
   std::vector<quillbay::FormatInfo> formats;
   std::vector<quillbay::UnitOption> options;
@@ -50,6 +51,7 @@ Inventory takeInventory(quillbay::IApp* app, const ScannerChoice& scanner, quill
   all.bed = scanner.bed();
   all.modes = scanner.modes();
   for (const int dpi : scanner.resolutions(mode)) all.resolutions.push_back(std::to_string(dpi));
+  all.resolutionRange = scanner.resolutionRange(mode);
   all.papers = listPapers(app);
   all.formats = quillbay::ListFormats();
   all.options = scanner.options();
@@ -121,7 +123,8 @@ void print(const Inventory& all, Reporter& out) {
   out.line("  Modes:");
   out.line("    --mode " + barred(all.modes));
   out.line("  Resolutions:");
-  out.line("    --resolution " + barred(all.resolutions));
+  out.line("    --resolution " + barred(all.resolutions) +
+           (all.resolutionRange.empty() ? "" : " (" + all.resolutionRange + ")"));
   out.line("  Papers and areas:");
   out.line("    --area custom:L,T,R,B|auto-width|fixed-width[:WIDTH]");
   for (const Paper& p : all.papers) out.line("    --area \"" + p.name + "\" (" + sizeText(p.width, p.height) + ")");

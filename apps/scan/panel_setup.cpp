@@ -118,9 +118,11 @@ void PanelSetup::applyResolution() {
   if (!m_options.dpi) return;
   std::string why;
   if (m_control->SetParam("m_uiDPI", *m_options.dpi, &why)) return;
+  const int mode = number("m_CurrMode");
+  const std::string range = m_scanner.resolutionRange(mode);
   throw Failure(kDevice, "--resolution " + std::to_string(*m_options.dpi) + ": the device " + m_scanner.name() +
                              " does not offer it; " +
-                             nearestTo(m_scanner.resolutions(number("m_CurrMode")), *m_options.dpi));
+                             (range.empty() ? nearestTo(m_scanner.resolutions(mode), *m_options.dpi) : range));
 }
 
 void PanelSetup::applyArea() {

@@ -81,6 +81,13 @@ std::vector<int> ScannerChoice::resolutions(int mode) const {
   return list;
 }
 
+std::string ScannerChoice::resolutionRange(int mode) const {
+  const auto range = m_unit.as<quillbay::IUnitResolutionRange>();
+  std::int32_t least = 0, most = 0;
+  if (!range || !range->GetRange(mode, &least, &most)) return {};
+  return "it takes " + std::to_string(least) + " to " + std::to_string(most) + " dpi";
+}
+
 std::vector<quillbay::UnitOption> ScannerChoice::options() const {
   const auto own = m_unit.as<quillbay::IUnitOptions>();
   return own ? own->GetOptions() : std::vector<quillbay::UnitOption>{};

@@ -21,6 +21,8 @@ class ScannerChoice {
   [[nodiscard]] std::vector<std::string> modes() const;
   /// The resolutions of a mode, ascending.
   [[nodiscard]] std::vector<int> resolutions(int mode) const;
+  /// "it takes 50 to 1200 dpi" for a device with a range; empty for one that takes the listed ones alone.
+  [[nodiscard]] std::string resolutionRange(int mode) const;
   [[nodiscard]] std::vector<quillbay::UnitOption> options() const;
 
  private:

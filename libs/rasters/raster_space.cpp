@@ -34,7 +34,7 @@ void RasterSpace::openScratch() {
   } catch (const CXFileException& e) {
     throw CXMemException(
         formatText(Supp_Translate("A raster has used up its memory of %s and cannot go on in a file. %s"),
-                   {byteText(m_policy.budgetBytes), e.what()}));
+                   {memoryText(m_policy.budgetBytes), e.what()}));
   }
   logLine(LogLevel::Info, "quillbay.raster", "a raster goes on in the scratch folder " + m_policy.scratchFolder);
 }
@@ -51,7 +51,7 @@ RasterSpace::Piece RasterSpace::allocateScratch(std::size_t bytes, std::int64_t 
       throw CXMemException(formatText(
           Supp_Translate(
               "Mapping %s of a raster's scratch file failed: the process may use no more address space."),
-          {byteText(static_cast<std::int64_t>(windowBytes))}));
+          {memoryText(static_cast<std::int64_t>(windowBytes))}));
     }
     m_windows.push_back({data, windowBytes});
     m_windowUsed = 0;

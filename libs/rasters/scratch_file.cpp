@@ -40,7 +40,7 @@ int openNameless(const std::string& folder) {
 
 }  // namespace
 
-std::string byteText(std::int64_t bytes) {
+std::string memoryText(std::int64_t bytes) {
   constexpr const char* kUnits[] = {"bytes", "KiB", "MiB", "GiB", "TiB"};
   int unit = 0;
   std::int64_t tenths = bytes * 10;
@@ -77,7 +77,7 @@ std::int64_t ScratchFile::reserve(std::int64_t bytes, std::int64_t stillNeeded) 
     }
     throw CXMemException(formatText(
         Supp_Translate("A raster needs %s more in the scratch folder %s, where it holds %s already: %s."),
-        {byteText(stillNeeded), m_folder, byteText(m_size), fio::errorText(error)}));
+        {memoryText(stillNeeded), m_folder, memoryText(m_size), fio::errorText(error)}));
   }
   const std::int64_t offset = m_size;
   m_size += bytes;

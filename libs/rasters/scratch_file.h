@@ -37,6 +37,6 @@ class ScratchFile {
 };
 
 /// "12.5 GiB" and the like, for messages.
-[[nodiscard]] std::string byteText(std::int64_t bytes);
+[[nodiscard]] std::string memoryText(std::int64_t bytes);
 
 }  // namespace quillbay

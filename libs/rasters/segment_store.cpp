@@ -22,7 +22,7 @@ SegmentStore::~SegmentStore() {
 void SegmentStore::grow(std::uint64_t count) {
   if (count > kBlock * kBlocks) {
     const auto most = static_cast<std::int64_t>(m_segmentBytes * kBlock * kBlocks);
-    throw CXMemException(formatText(Supp_Translate("A raster may not have more than %s."), {byteText(most)}));
+    throw CXMemException(formatText(Supp_Translate("A raster may not have more than %s."), {memoryText(most)}));
   }
   while (m_count < count) {
     auto& block = m_blocks[m_count / kBlock];

@@ -90,7 +90,7 @@ int CMaindlg::StartUp() {
     if (!m_destination) return 0;
     m_destinationPlace->layout()->addWidget(m_destination->GetHwnd());
     m_params->destination = m_destination.get();
-    m_params->progress = m_progress;
+    m_params->progress = KxPtr<IProgress>::share(m_progress.get());
 
     m_directMode = m_unit->HasMode(kModeDirect) != 0;
     if (m_directMode) {

@@ -2,7 +2,7 @@
 
 #include "control/command_ids.h"
 #include "control/maindlg.h"
-#include "params/scan_key.h"
+#include "control/param_access.h"
 #include "platform/post_command.h"
 
 namespace quillbay {
@@ -32,11 +32,7 @@ int PanelSink::GetParam(std::string_view key, CKxVariant* out) {
   return m_dialog ? m_dialog->GetParam(key, out) : 0;
 }
 
-std::vector<std::string> PanelSink::GetParamKeys() {
-  std::vector<std::string> names;
-  for (const AnyScanKey& key : allScanKeys()) names.emplace_back(nameOf(key));
-  return names;
-}
+std::vector<std::string> PanelSink::GetParamKeys() { return scanParamNames(); }
 
 int PanelSink::GetPageParams(IParam* out) { return m_dialog ? m_dialog->GetPageParams(out) : 0; }
 

@@ -10,6 +10,8 @@ namespace quillbay {
 
 namespace {
 
+constexpr const char* kExtension = "m_Ext";
+
 std::string join(const std::vector<std::string>& words) {
   std::string text;
   for (const auto& word : words) text += (text.empty() ? "" : ", ") + word;
@@ -21,8 +23,7 @@ std::string allowed(std::string_view key, const std::vector<std::string>& values
 }
 
 std::string unknownKey(std::string_view key) {
-  std::vector<std::string> names;
-  for (const AnyScanKey& k : allScanKeys()) names.emplace_back(nameOf(k));
+  const std::vector<std::string> names = scanParamNames();
   return "unknown scan parameter " + std::string(key) + "; there are: " + join(names);
 }
 
@@ -114,10 +115,28 @@ std::string setRect(CSharedScanParams& params, const ScanKey<tagRRECT>& key, con
   return why;
 }
 
+/// The extension of all colour classes: what a host that asks for one file format wants.
+std::string setExtension(CSharedScanParams& params, const CKxVariant& value) {
+  const auto* text = value.get<std::string>();
+  if (!text || text->size() < 2 || text->front() != '.')
+    return std::string(kExtension) + " takes an extension, .tif";
+  params.quiet().extensions.fill(*text);
+  params.NotifyParam(kExtension);
+  return {};
+}
+
 }  // namespace
+
+std::vector<std::string> scanParamNames() {
+  std::vector<std::string> names;
+  for (const AnyScanKey& key : allScanKeys()) names.emplace_back(nameOf(key));
+  names.emplace_back(kExtension);
+  return names;
+}
 
 std::string setScanParam(CSharedScanParams& params, IQuillbayUnit& unit, std::string_view key,
                          const CKxVariant& value) {
+  if (sameKey(key, kExtension)) return setExtension(params, value);
   const AnyScanKey* found = findScanKey(key);
   if (!found) return unknownKey(key);
   if (const auto* k = std::get_if<ScanKey<std::int32_t>>(found)) return setInt(params, unit, *k, value);
@@ -126,6 +145,10 @@ std::string setScanParam(CSharedScanParams& params, IQuillbayUnit& unit, std::st
 }
 
 int getScanParam(const ScanValues& values, std::string_view key, CKxVariant* out) {
+  if (sameKey(key, kExtension)) {
+    *out = values.extensions[static_cast<std::size_t>(colorClassOf(values.colorSpace))];
+    return 1;
+  }
   const AnyScanKey* found = findScanKey(key);
   if (!found) return 0;
   *out = std::visit([&](const auto& k) { return CKxVariant(values.*k.member); }, *found);

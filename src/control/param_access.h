@@ -1,11 +1,16 @@
 #pragma once
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "params/shared_scan_params.h"
 #include "quillbay/scanner.h"
 
 namespace quillbay {
+
+/// The names that the next two know: the keys of the scan parameters, and "m_Ext", the output file's extension (set
+/// for all colour classes, read for the current one).
+[[nodiscard]] std::vector<std::string> scanParamNames();
 
 /// Sets a scan parameter by name, through its setter. Answers an empty text, or why not: an unknown name, a value
 /// of another type or one that is not allowed, each with what is allowed.
