@@ -107,11 +107,7 @@ bool SaneCore::run() {
 
 void SaneCore::stop() {
   m_stop = true;
-  {
-    const std::lock_guard lock(m_cancelMutex);
-    // The one call that SANE allows from another thread: it ends a read that blocks.
-    if (m_mayCancel) m_device->cancel();
-  }
+  m_device->interrupt();
   const std::lock_guard lock(m_mutex);
   if (m_isRunning || !m_batchOpen) return;
   SaneThread::instance().post({}, [self = shared_from_this()] { self->endBatch(); });
@@ -152,13 +148,7 @@ std::uint32_t SaneCore::prepare(const ScanWish& wish) {
 }
 
 void SaneCore::startDevice() {
-  if (m_stop) throw UnitFaultException(stoppedFault(m_name));
-  {
-    const std::lock_guard lock(m_cancelMutex);
-    m_mayCancel = true;
-  }
-  const SANE_Status status = m_device->start();
-  // A stop that came just before the start found nothing to cancel.
+  const SANE_Status status = m_device->start(m_stop);
   if (m_stop) throw UnitFaultException(stoppedFault(m_name));
   if (status == SANE_STATUS_ACCESS_DENIED) SaneThread::instance().forgetPasswords();
   checkSane(status, m_name, SaneStep::Start);
@@ -177,8 +167,6 @@ void SaneCore::scanPage(IScanSink* sink, const ScanWish& wish) {
 
 // Every page ends with a cancel, which lets the device rest, except a page of a batch that the feeder continues.
 void SaneCore::finishDevice(const ScanWish& wish, bool completed) {
-  const std::lock_guard lock(m_cancelMutex);
-  m_mayCancel = false;
   m_batchOpen = completed && !m_stop && wish.isBatch && isFeeder(m_device->options());
   if (!m_batchOpen) m_device->cancel();
 }
@@ -221,6 +209,7 @@ void SaneCore::scan() {
     m_wasEmpty = fault.code == UnitFaultCode::NoDocuments;
     m_isRunning = false;
   }
+  if (m_stop) endBatch();  // the stop came when the page was complete already
   SaneThread::instance().endScan();
   deliverEnd(std::move(sink), fault.code == UnitFaultCode::None ? 1 : 2);
   const std::lock_guard lock(m_mutex);

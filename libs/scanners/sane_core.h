@@ -19,8 +19,8 @@ namespace quillbay {
 /// notification is still being delivered. Made by `open`.
 ///
 /// Threads: everything but the private functions may be called on any thread. The device is touched on the SANE
-/// thread only, except `sane_cancel`. While a scan occupies that thread, questions are answered from what is known,
-/// and settings are kept for the next scan.
+/// thread only, except to interrupt it. While a scan occupies that thread, questions are answered from what is
+/// known, and settings are kept for the next scan.
 class SaneCore : public std::enable_shared_from_this<SaneCore> {
  public:
   /// Opens the device. Throws UnitFaultException.
@@ -68,8 +68,6 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
 
   std::atomic<bool> m_stop{false};
   std::atomic<bool> m_batchOpen{false};  // a page was read, and the next may follow without a cancel
-  std::mutex m_cancelMutex;
-  bool m_mayCancel = false;  // guarded by m_cancelMutex: between sane_start and the end of the page
 
   std::mutex m_mutex;  // guards the rest
   std::condition_variable m_idle;

@@ -85,13 +85,34 @@ SANE_Parameters SaneDevice::parameters() {
   return p;
 }
 
-SANE_Status SaneDevice::start() {
-  ignoreSigpipe();
-  return sane_start(m_handle);
+template <class Call>
+SANE_Status SaneDevice::interruptible(const std::atomic<bool>& stop, bool mayInterrupt, Call call) {
+  {
+    const std::lock_guard lock(m_interruptMutex);
+    if (stop) return SANE_STATUS_CANCELLED;
+    m_mayInterrupt = mayInterrupt;
+  }
+  const SANE_Status status = call();
+  const std::lock_guard lock(m_interruptMutex);  // waits for an interrupt that is under way
+  m_mayInterrupt = false;
+  return status;
 }
 
-SANE_Status SaneDevice::read(std::uint8_t* to, SANE_Int room, SANE_Int* got) {
-  return sane_read(m_handle, to, room, got);
+SANE_Status SaneDevice::start(const std::atomic<bool>& stop) {
+  ignoreSigpipe();
+  // The network driver sends start and cancel over one connection, where they would get mixed up; its reads have
+  // another.
+  const bool mayInterrupt = m_name.substr(0, 4) != "net:";
+  return interruptible(stop, mayInterrupt, [&] { return sane_start(m_handle); });
+}
+
+SANE_Status SaneDevice::read(std::uint8_t* to, SANE_Int room, SANE_Int* got, const std::atomic<bool>& stop) {
+  return interruptible(stop, true, [&] { return sane_read(m_handle, to, room, got); });
+}
+
+void SaneDevice::interrupt() {
+  const std::lock_guard lock(m_interruptMutex);
+  if (m_mayInterrupt) sane_cancel(m_handle);
 }
 
 void SaneDevice::cancel() { sane_cancel(m_handle); }

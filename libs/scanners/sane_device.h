@@ -1,6 +1,9 @@
 #pragma once
 #include <sane/sane.h>
 
+#include <atomic>
+#include <cstdint>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,7 +12,7 @@
 
 namespace quillbay {
 
-/// An open SANE device with a copy of its options. SANE thread only, except `cancel`.
+/// An open SANE device with a copy of its options. SANE thread only, except `interrupt`.
 class SaneDevice {
  public:
   /// Opens the device. Throws UnitFaultException.
@@ -35,15 +38,23 @@ class SaneDevice {
   void reload();
 
   [[nodiscard]] SANE_Parameters parameters();
-  [[nodiscard]] SANE_Status start();
-  [[nodiscard]] SANE_Status read(std::uint8_t* to, SANE_Int room, SANE_Int* got);
-  /// Any thread.
+  /// Both answer CANCELLED without a call when `stop` is set already.
+  [[nodiscard]] SANE_Status start(const std::atomic<bool>& stop);
+  [[nodiscard]] SANE_Status read(std::uint8_t* to, SANE_Int room, SANE_Int* got, const std::atomic<bool>& stop);
   void cancel();
+  /// Any thread, after `stop` was set: ends a `start` or `read` that blocks, by the one call that SANE allows
+  /// beside them. Outside of these it does nothing, so that no two calls ever meet.
+  void interrupt();
 
  private:
+  template <class Call>
+  SANE_Status interruptible(const std::atomic<bool>& stop, bool mayInterrupt, Call call);
+
   std::string m_name;
   SANE_Handle m_handle = nullptr;
   std::vector<SaneOption> m_options;
+  std::mutex m_interruptMutex;
+  bool m_mayInterrupt = false;  // guarded by m_interruptMutex
 };
 
 }  // namespace quillbay

@@ -109,7 +109,7 @@ std::size_t SanePage::readSome(std::uint8_t* to, std::size_t room) {
     goOn(m_sink->QueryContinue());
     SANE_Int got = 0;
     const SANE_Status status =
-        m_device.read(to, static_cast<SANE_Int>(std::min<std::size_t>(room, INT_MAX / 2)), &got);
+        m_device.read(to, static_cast<SANE_Int>(std::min<std::size_t>(room, INT_MAX / 2)), &got, m_stop);
     goOn(1);  // a read that was cancelled may answer anything
     if (status == SANE_STATUS_EOF) return 0;
     checkSane(status, m_device.name(), SaneStep::Read);
@@ -194,8 +194,9 @@ void SanePage::readInThreePasses(SANE_Parameters p) {
       }
     });
     if (pass == 2 || p.last_frame) break;
-    checkSane(m_device.start(), m_device.name(), SaneStep::Start);
+    const SANE_Status status = m_device.start(m_stop);
     goOn(1);
+    checkSane(status, m_device.name(), SaneStep::Start);
     page.nextPass();
     p = m_device.parameters();
     checkParameters(p, m_device.name());

@@ -29,7 +29,7 @@ class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   double GetMaxWidth() override { return m_core->capabilities().maxWidth; }
   int HasMode(int mode) override { return m_core->capabilities().offers(mode) ? 1 : 0; }
   /// Not counted: lives as long as the unit.
-  IConnectionPoint<IScanSink>* GetScanSinks() override { return m_sinks.get(); }
+  IConnectionPoint<IScanSink>* GetScanSinks() override { return KxPtr(m_sinks).detach(); }
   double GetMaxLength() override { return m_core->capabilities().maxLength; }
   /// Coordinates of SANE devices begin at the left edge of the bed.
   int GetCentring() override { return 2; }
