@@ -131,7 +131,8 @@ void SimBed::paintShadow(const SimRow& row, std::int64_t y, const SimSpan& paper
       const double u = std::max(std::abs(dx * m_paper.ux + dy * m_paper.uy) - m_paper.hu, 0.0);
       const double v = std::max(std::abs(dy * m_paper.ux - dx * m_paper.uy) - m_paper.hv, 0.0);
       const double near = std::max(0.0, 1 - std::sqrt(u * u + v * v) / reach);
-      const auto level = static_cast<std::uint8_t>(m_bed * (1 - kShadowStrength * near * near) + 0.5);
+      const auto level =
+          static_cast<std::uint8_t>(m_bed - ((m_bed * steps256(kShadowStrength * near * near)) >> 8));
       std::memset(row.at(x), level, static_cast<std::size_t>(m_channels));
     }
   };
@@ -149,7 +150,7 @@ void SimBed::paintPaper(const SimRow& row, std::int64_t y, const SimSpan& paper)
     for (std::int32_t x = from; x < to; ++x) {
       std::uint8_t sheet[3];
       grain(sheet, x, 1, y);
-      const int covered = static_cast<int>(coverageOf(m_paper, x, y) * 256 + 0.5);
+      const int covered = steps256(coverageOf(m_paper, x, y));
       std::uint8_t* p = row.at(x);
       for (int c = 0; c < m_channels; ++c)
         p[c] = static_cast<std::uint8_t>(p[c] + (((sheet[c] - p[c]) * covered + 128) >> 8));

@@ -115,7 +115,7 @@ void SimCore::threadMain() {
     {
       std::unique_lock lock(m_mutex);
       m_changed.wait(lock, [&] { return m_quit || m_pending; });
-      if (!m_pending) return;
+      if (!m_pending || !m_job) return;
       m_pending = false;
       job = std::move(*m_job);
       m_job.reset();

@@ -39,7 +39,7 @@ class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitE
   }
   double GetMaxWidth() override { return m_core->config().width; }
   int HasMode(int mode) override { return mode >= 0 && mode <= (m_core->config().colour ? 7 : 5) ? 1 : 0; }
-  IConnectionPoint<IScanSink>* GetScanSinks() override { return m_sinks.get(); }
+  IConnectionPoint<IScanSink>* GetScanSinks() override { return KxPtr(m_sinks).detach(); }
   double GetMaxLength() override { return m_core->config().length; }
   int GetCentring() override { return m_core->config().centring; }
 

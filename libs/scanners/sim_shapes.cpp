@@ -51,12 +51,12 @@ struct Ink {
   }
   // Mixes `strength` (0 to 1) of the ink over a pixel.
   void blend(std::uint8_t* p, double strength) const noexcept {
-    const int s = static_cast<int>(strength * 256 + 0.5);
+    const int s = steps256(strength);
     for (int c = 0; c < channels; ++c) p[c] = static_cast<std::uint8_t>(p[c] + (((v[c] - p[c]) * s + 128) >> 8));
   }
   // Takes from the paper what the ink swallows; `strength` as above. A whole pixel is tinted as `tintRow` does.
   void tint(std::uint8_t* p, double strength) const noexcept {
-    const int s = static_cast<int>(strength * 256 + 0.5);
+    const int s = steps256(strength);
     for (int c = 0; c < channels; ++c) {
       const int factor = 256 - (((256 - factorOf(c)) * s) >> 8);
       p[c] = static_cast<std::uint8_t>((p[c] * factor + 128) >> 8);

@@ -10,6 +10,9 @@ struct SimPoint {
   double x = 0, y = 0;
 };
 
+/// A part from 0 to 1 in steps of 1/256, rounded.
+[[nodiscard]] inline int steps256(double part) noexcept { return (static_cast<int>(part * 512) + 1) >> 1; }
+
 struct SimInk {
   std::uint8_t red = 0, green = 0, blue = 0;
 };
