@@ -40,9 +40,10 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
       : m_format(format),
         m_params(KxPtr<IIOParams>::share(params)),
         m_fileName(std::move(fileName)),
-        m_target(PartRegistry::instance().take(m_fileName)),
-        m_joined(m_target != nullptr) {
+        m_target(PartRegistry::instance().take(m_fileName)) {
+    m_joined = m_target && m_target->isBatch();
     if (m_joined) return;
+    m_target = nullptr;  // a single page that could not be published: it is set aside like any leftover
     if (format->paged && fio::exists(m_fileName)) {
       fio::testWritable(m_fileName);  // added to, or replaced: the kind of save tells
       return;
@@ -75,7 +76,10 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
     if (!m_pagedPage)
       throw CXIFaceException("keep " + m_fileName + ": only a file of several pages is kept unfinished");
     finishPage();
-    if (!m_inPlace) return keep();
+    if (!m_inPlace) {
+      m_target->setBatch();
+      return keep();
+    }
     m_target->file().sync();
     m_target = nullptr;
     m_state = State::Done;
@@ -182,7 +186,7 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
   KxPtr<IIOParams> m_params;
   std::string m_fileName;
   std::unique_ptr<WritingFile> m_target;
-  bool m_joined;             // the part of a running batch
+  bool m_joined = false;     // the part of a running batch
   bool m_inPlace = false;    // a page added to the file itself
   bool m_pagedPage = false;  // the page was saved as one of several
   bool m_kept = false;       // the registry has the part

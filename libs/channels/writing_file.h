@@ -17,6 +17,9 @@ class WritingFile {
   WritingFile& operator=(const WritingFile&) = delete;
 
   [[nodiscard]] PageFile& file() noexcept { return m_file; }
+  /// A batch goes on with it.
+  [[nodiscard]] bool isBatch() const noexcept { return m_batch; }
+  void setBatch() noexcept { m_batch = true; }
   /// Pages that are complete, the one that waits for `endPage` included. Throws CXFileException for a damaged file.
   [[nodiscard]] int pageCount();
   void beginPage(const QbPage& page, const QbOptions& options);
@@ -36,6 +39,7 @@ class WritingFile {
   PageFile m_file;
   QbWriter* m_writer = nullptr;
   bool m_inPage = false;
+  bool m_batch = false;
 };
 
 /// The exception for a module's answer: "`what` `path`: cause". `error` is the file's error number.

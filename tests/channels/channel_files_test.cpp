@@ -129,6 +129,15 @@ TEST_F(ChannelFiles, NothingIsReplacedUnlessAgreed) {
   EXPECT_EQ(difference(readTiff(m_file).pages.at(0), m_pages[0]), "");
 }
 
+TEST_F(ChannelFiles, AnUnpublishedPageDoesNotBlockTheNextScan) {
+  write(m_file, "in the way");
+  EXPECT_THROW(saveSingle(m_file, raster(0).get()), CXFileException);
+  saveSingle(m_file, raster(1).get(), nullptr, true);
+  EXPECT_EQ(m_folder.list(), "plan.tif plan.tif.part.1 ");
+  EXPECT_EQ(difference(readTiff(m_file).pages.at(0), m_pages[1]), "");
+  EXPECT_EQ(difference(readTiff(m_file + ".part.1").pages.at(0), m_pages[0]), "");
+}
+
 TEST_F(ChannelFiles, LeftoversAreSetAside) {
   EXPECT_EQ(SetAsideLeftover(m_file), "");
   write(m_file + ".part", "first");

@@ -31,7 +31,9 @@ TEST(TiffPages, EveryColourCompressionAndSourceReadsBackEqual) {
     const TestPage page = makePage(colorSpace, 301, 130);
     for (const char* compression : {"auto", "None", "PackBits", "LZW", "Deflate", "Zstandard", "G4"}) {
       if (std::string(compression) == "G4" && !isRunList(colorSpace)) continue;
+      const bool differences = std::string("LZW Deflate Zstandard").find(compression) != std::string::npos;
       for (const char* predictor : {"auto", "off"}) {
+        if (!differences && predictor[0] == 'o') continue;
         for (const Way& way : ways) {
           SCOPED_TRACE(testing::Message() << "code " << static_cast<int>(colorSpace) << ", " << compression
                                           << ", predictor " << predictor << ", " << way.why);
@@ -58,9 +60,9 @@ TEST(TiffPages, TagsTellWhatThePageIs) {
   };
   const Case cases[] = {
       {KxColorSpace::Bitonal, COMPRESSION_CCITTFAX4, PHOTOMETRIC_MINISWHITE, 1, 1},
-      {KxColorSpace::Palette, COMPRESSION_ADOBE_DEFLATE, PHOTOMETRIC_PALETTE, 8, 1},
-      {KxColorSpace::Grey, COMPRESSION_ADOBE_DEFLATE, PHOTOMETRIC_MINISBLACK, 8, 1},
-      {KxColorSpace::Bgr, COMPRESSION_ADOBE_DEFLATE, PHOTOMETRIC_RGB, 8, 3},
+      {KxColorSpace::Palette, COMPRESSION_LZW, PHOTOMETRIC_PALETTE, 8, 1},
+      {KxColorSpace::Grey, COMPRESSION_LZW, PHOTOMETRIC_MINISBLACK, 8, 1},
+      {KxColorSpace::Bgr, COMPRESSION_LZW, PHOTOMETRIC_RGB, 8, 3},
   };
   const auto params = paramsWith({});
   Environment fixed;
