@@ -124,9 +124,11 @@ void ToneReducer::finishRow(std::uint32_t* out) {
   reduceAcross();
   const std::uint64_t* sums = m_across.data();
   for (const AxisSpan& span : m_columns.spans) {
-    const double part = 1.0 / static_cast<double>(std::max<std::uint64_t>(1, spanWeight(span) * m_totalWeight));
+    const std::uint64_t total = std::max<std::uint64_t>(1, spanWeight(span) * m_totalWeight);
+    const std::uint64_t half = total / 2;
+    const double part = 1.0 / static_cast<double>(total);
     const auto tone = [&](std::uint64_t sum) {
-      return static_cast<std::uint32_t>(static_cast<double>(sum) * part + 0.5);
+      return static_cast<std::uint32_t>(static_cast<double>(sum + half) * part);
     };
     *out++ = pixel(tone(sums[0]), tone(sums[1]), tone(sums[2]));
     sums += 3;

@@ -20,10 +20,12 @@ class Surface final : public CKxUnknownImpl<IRasterDC> {
   Surface(std::int32_t width, std::int32_t height)
       : size{width, height},
         clip{0, 0, width, height},
-        pixels(static_cast<std::size_t>(width * height), kUntouched) {}
+        pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), kUntouched) {}
   KxSize GetDeviceSize() override { return size; }
   KxRect GetClip() override { return clip; }
-  std::uint32_t* GetRow(std::int32_t y) override { return &pixels[static_cast<std::size_t>(y * size.width)]; }
+  std::uint32_t* GetRow(std::int32_t y) override {
+    return pixels.data() + static_cast<std::ptrdiff_t>(y) * size.width;
+  }
   Pixels row(std::int32_t y) { return {GetRow(y), GetRow(y) + size.width}; }
 
   KxSize size;
