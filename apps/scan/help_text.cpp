@@ -127,8 +127,8 @@ std::string help() {
     text += line + wrapped(spec.help) + "\n";
   }
   text +=
-      "\nExit status: 0 done, 1 usage, 2 device, 3 output, 4 no document, 128+N after signal N.\n"
-      "The man page quillbay-scan(1) tells the rest.\n";
+      "\nExit status: 0 done, 1 usage, 2 device, 3 output, 4 no document, 128 + N after\n"
+      "signal N. The man page quillbay-scan(1) tells the rest.\n";
   return text;
 }
 

@@ -26,9 +26,13 @@ bool printTexts(const ScanOptions& options) {
   }
 }
 
+/// The toolkit's own warnings are of use to whoever looks for a fault, and noise to everybody else.
+void dropMessage(QtMsgType, const QMessageLogContext&, const QString&) {}
+
 int runWithApplication(const ScanOptions& options, Reporter& reporter, char* name) {
   setenv("QT_QPA_PLATFORM", "offscreen", 1);  // no display is needed, whatever the environment says
-  int count = 1;                              // Qt reads none of our arguments
+  if (options.verbose < 2) qInstallMessageHandler(dropMessage);
+  int count = 1;  // Qt reads none of our arguments
   char* arguments[] = {name, nullptr};
   const QApplication application(count, arguments);
   return runProgram(options, reporter);

@@ -40,6 +40,8 @@ void ScannerChoice::open(const std::string& device) {
   const auto faults = m_scanner.as<quillbay::IUnitFault>();
   std::string text = "device \"" + (device.empty() ? m_scanner->GetName() : device) + "\" cannot be used";
   if (faults && !faults->GetFault().text.empty()) text += ": " + faults->GetFault().text;
+  // What is wrong in a simulated one's own string is told; the list of devices would not help.
+  if (device.starts_with(kSimulated)) throw Failure(kDevice, text);
 
   std::vector<quillbay::ScannerEntry> entries;
   std::string why;

@@ -51,7 +51,7 @@ class IQuillbayUnit : public IKxUnknown {
   virtual double GetMaxWidth() = 0;
   /// Non-zero when the unit offers the scan mode (0-7), or, for 8, scans with its own settings.
   virtual int HasMode(int mode) = 0;
-  /// Where a sink of the panel connects.
+  /// Where a sink of the panel connects, with a reference.
   virtual IConnectionPoint<IScanSink>* GetScanSinks() = 0;
   /// Longest scan in millimetres; 0: no limit.
   virtual double GetMaxLength() = 0;
