@@ -7,6 +7,7 @@
 #include <cstring>
 #include <exception>
 #include <thread>
+#include <utility>
 
 #include "platform/base_services.h"
 
@@ -92,8 +93,9 @@ void SaneThread::call(IApp* app, const std::function<void()>& work) {
     question.done = true;
     m_progress.notify_all();
   }
+  const std::exception_ptr error = std::exchange(task->error, nullptr);  // goes on this thread alone
   lock.unlock();
-  if (task->error) std::rethrow_exception(task->error);
+  if (error) std::rethrow_exception(error);
 }
 
 void SaneThread::post(KxPtr<IApp> app, std::function<void()> work) {
