@@ -23,8 +23,8 @@ struct NameContext {
 /// The context of now. User-interface thread.
 [[nodiscard]] NameContext makeNameContext(CSharedScanParams& params);
 
-/// The text of <SIZE> by the scan-area type: "Auto", the width, width and height, or the paper's name. `length`
-/// gives the text of a length in millimetres.
+/// The text of <SIZE> by the scan-area type: "Auto", the width, width and height (as they are shown, with their
+/// unit), or the paper's name. The inch mark, which no file name can hold, becomes "in".
 [[nodiscard]] std::string sizeText(const ScanValues& values, const std::string& widthText,
                                    const std::string& heightText);
 

@@ -72,6 +72,11 @@ void CScanToView::setUpForm() {
   attachControls();
   m_form->useFileOut->setVisible(m_mode == ScanToView);
   m_form->heading->setVisible(m_mode != ScanToView);
+  // Shown like a label: it can be selected and read out, not typed into.
+  QPalette plain = m_form->nextName->palette();
+  plain.setColor(QPalette::Base, Qt::transparent);
+  m_form->nextName->setPalette(plain);
+  m_form->nextName->setFrame(false);
   // Names differ by letter case; a field that completes them would write over what was typed.
   for (QComboBox* combo : {m_form->dir, m_form->mask}) {
     combo->setCompleter(nullptr);

@@ -83,6 +83,7 @@ class CMainSettings final : public CTab {
 
   // What the controls show
   void showAll();
+  void showUnits();
   void showArea();
   void showAccess();
   void showOrientation();

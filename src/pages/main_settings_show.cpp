@@ -22,8 +22,15 @@ void CMainSettings::showAll() {
   setSpinValue(m_form->added, v.addWidthPercent);
   showOrientation();
   showAutodetect();
-  showArea();
+  showUnits();
   updateSummary();
+}
+
+void CMainSettings::showUnits() {
+  for (LengthSpin* field : {m_form->width, m_form->offset, m_form->top, m_form->length}) field->redisplay();
+  std::string title = Supp_Translate("Scan area");
+  if (ILinearUnit* unit = params().units().current()) title += " (" + unit->GetName() + ")";
+  m_form->areaGroup->setTitle(QString::fromStdString(title));
 }
 
 void CMainSettings::showArea() {
@@ -83,8 +90,7 @@ void CMainSettings::updateSummary() {
 
 int CMainSettings::paramChanged(const char* key) {
   if (sameKey(key, "m_ScannerKeyPressed")) reactToKey();
-  if (sameKey(key, "m_nUnits"))
-    for (LengthSpin* field : {m_form->width, m_form->offset, m_form->top, m_form->length}) field->redisplay();
+  if (sameKey(key, "m_nUnits")) showUnits();
   if (sameKey(key, "m_dwAutodetect")) reactToAutodetect();
   if (sameKey(key, "m_fCenter")) showCentring();
   if (sameKey(key, "m_rcScan")) showArea();

@@ -80,7 +80,7 @@ QAbstractSpinBox::StepEnabled LengthSpin::stepEnabled() const {
 
 QSize LengthSpin::sizeHint() const {
   QSize hint = QAbstractSpinBox::minimumSizeHint();
-  hint.setWidth(fontMetrics().horizontalAdvance(QStringLiteral("0000000.0")) + 28);
+  hint.setWidth(fontMetrics().horizontalAdvance(QStringLiteral("000000.0")) + 28);
   return hint;
 }
 
