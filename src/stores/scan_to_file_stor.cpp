@@ -57,11 +57,12 @@ void CScanToFileStor::SetOutput(const FileOutput& output) {
     return;
   }
   m_output = output;
+  m_hasOutput = true;
 }
 
 void CScanToFileStor::SetPublishAtEnd(bool publish) {
   const std::lock_guard lock(m_feed.lock);
-  if (m_output) m_output->publishAtEnd = publish;
+  m_output.publishAtEnd = publish;
 }
 
 // --- the scanner's thread
@@ -91,7 +92,7 @@ bool CScanToFileStor::open(IScanBuffer* stripe) {
   {
     const std::lock_guard lock(m_feed.lock);
     if (!accepts()) return false;
-    if (!m_output) {
+    if (!m_hasOutput) {
       // Stripes that were still on their way when the page was dropped.
       logLine(LogLevel::Info, kLog, "a stripe came without a page and is dropped");
       return false;
@@ -132,7 +133,7 @@ std::string CScanToFileStor::openChannel(IScanBuffer* stripe) {
   FileOutput output;
   {
     const std::lock_guard lock(m_feed.lock);
-    output = *m_output;
+    output = m_output;
   }
   const KxColorSpace colorSpace = stripe->GetColorSpace();
   std::string error = openPageChannel(m_app.get(), output, colorSpace, &m_channel);
@@ -182,7 +183,7 @@ void CScanToFileStor::fail(const std::string& text) {
   {
     const std::lock_guard lock(m_feed.lock);
     if (!m_error.empty()) return;
-    m_error = m_output ? textWithFile(m_output->path, text) : text;
+    m_error = textWithFile(m_output.path, text);
     line = m_error;
     m_feed.abandoned = true;
     m_feed.queue.clear();
@@ -235,7 +236,7 @@ void CScanToFileStor::writePage() {
   bool keep = false;
   {
     const std::lock_guard lock(m_feed.lock);
-    keep = m_output->multiPage && !m_output->publishAtEnd;
+    keep = m_output.multiPage && !m_output.publishAtEnd;
   }
   // What fails from here on leaves the page in the part: it is whole.
   if (keep) {
@@ -251,7 +252,7 @@ bool CScanToFileStor::savePage() {
   bool paged = false;
   {
     const std::lock_guard lock(m_feed.lock);
-    paged = m_output->multiPage;
+    paged = m_output.multiPage;
   }
   const int saved = savePageRaster(m_channel.get(), paged, &m_facade, m_progress.get());
   bool finished = false;
@@ -337,7 +338,8 @@ void CScanToFileStor::Reset() {
   m_opened = m_writing = m_woken = false;
   m_size = {};
   m_lines = 0;
-  m_output.reset();
+  m_output = {};
+  m_hasOutput = false;
   m_error.clear();
   m_done = {};
 }
@@ -388,7 +390,7 @@ std::string CScanToFileStor::GetError() {
 
 std::string CScanToFileStor::GetFile() {
   const std::lock_guard lock(m_feed.lock);
-  return m_output ? m_output->path : std::string();
+  return m_output.path;
 }
 
 std::int64_t CScanToFileStor::GetLines() {

@@ -2,7 +2,6 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
-#include <optional>
 #include <string>
 
 #include "platform/strip_stor.h"
@@ -114,7 +113,8 @@ class CScanToFileStor final : public ISStripStor, public KxBaseThread, public IS
   KxColorSpace m_colorSpace = KxColorSpace::None;
   std::uint32_t m_dpi = 75;
   std::int64_t m_lines = 0;
-  std::optional<FileOutput> m_output;
+  bool m_hasOutput = false;
+  FileOutput m_output;
   std::string m_error;
   Done m_done;
 

@@ -191,18 +191,6 @@ TEST(ScanToFile, AFailedWriteSticksAndNothingBlocks) {
   }
 }
 
-TEST(ScanToFile, AFailedWriteEndsAnEndlessScan) {
-  ChannelScript script;
-  script.failAtLine = 12345;
-  script.keepLines = false;
-  const auto store = newStore(output());
-  const auto stripe = pageStripe(kGrey, kWidth, 0, 10);
-  while (store->AddStripe(stripe.get())) {
-  }
-  EXPECT_FALSE(store->GetError().empty());
-  EXPECT_EQ(store->Finish(nullptr, 0, 1), 0);
-}
-
 TEST(ScanToFile, OtherWaysToFail) {
   const auto endsWith = [](void (*set)(ChannelScript&), std::int32_t secondWidth, const char* text,
                            const Fate& fate) {
@@ -332,16 +320,6 @@ TEST(ScanToFile, WakeFreesTheScannerAndKeepsThePage) {
   EXPECT_EQ(full.store()->Finish(nullptr, 60, 1), 1);
   EXPECT_EQ(full.script().lines.size(), 60u);
   EXPECT_EQ(full.script().fate, Fate{"commit"});
-}
-
-TEST(ScanToFile, FinishFreesTheScanner) {
-  FullQueue full;
-  full.store()->BeginFinish(0, nullptr, nullptr);
-  full.join();
-  EXPECT_EQ(full.accepted(), 5);
-  full.letWrite();
-  EXPECT_EQ(full.store()->Finish(nullptr, 0, 1), 1);
-  EXPECT_EQ(full.script().lines.size(), 50u);
 }
 
 TEST(ScanToFile, ResetFreesTheScannerAndDropsThePage) {

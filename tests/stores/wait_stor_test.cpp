@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <thread>
 
 #include "stores/empty_buffer.h"
 #include "stripes.h"
@@ -195,35 +194,6 @@ TEST(WaitStor, EndsAtOnceWhenThePageIsAbandoned) {
   EXPECT_EQ(ready.facade.NextStripe(stripe.put(), &lines), 0);
   EXPECT_EQ(ready.facade.WasAbandoned(), 1);
   EXPECT_EQ(ready.facade.GetHeight(), 2);
-}
-
-TEST(WaitStor, WaitsForTheScanner) {
-  Ready ready;
-  std::thread scanner([&] {
-    for (int i = 0; i < 500; ++i) {
-      {
-        const auto stripe = pageStripe(KxColorSpace::Rgb, 30, i * 3, 3);
-        const std::lock_guard lock(ready.feed.lock);
-        ready.feed.queue.push({stripe, 3, 270});
-      }
-      ready.feed.queued.set();
-    }
-    {
-      const std::lock_guard lock(ready.feed.lock);
-      ready.feed.finished = true;
-    }
-    ready.feed.finish.set();
-  });
-  ASSERT_TRUE(ready.facade.WaitForNextStripe());
-  const auto context = KxPtr<IAccessContext>::adopt(ready.facade.GetAccessContext(0, 0));
-  std::vector<std::uint8_t> line(90);
-  std::int32_t at = 0;
-  for (; at < ready.facade.GetHeight(); ++at) {
-    ASSERT_EQ(context->ReadLine(at, 0, 30, line.data()), 1);
-    ASSERT_EQ(line, pageLine(KxColorSpace::Rgb, 30, at));
-  }
-  EXPECT_EQ(at, 1500);
-  scanner.join();
 }
 
 }  // namespace
