@@ -18,6 +18,25 @@ struct PngPicture {
   bool ok = false;
 };
 
+__attribute__((noinline)) void readAll(png_structp png, png_infop info, PngPicture* picture) {
+  png_read_info(png, info);
+  picture->width = png_get_image_width(png, info);
+  picture->height = png_get_image_height(png, info);
+  picture->depth = png_get_bit_depth(png, info);
+  picture->color = png_get_color_type(png, info);
+  picture->perMetre = png_get_x_pixels_per_meter(png, info);
+  png_colorp palette = nullptr;
+  png_get_PLTE(png, info, &palette, &picture->paletteCount);
+  png_textp texts = nullptr;
+  int count = 0;
+  png_get_text(png, info, &texts, &count);
+  if (count > 0) picture->software = std::string(texts[0].key) + "=" + texts[0].text;
+  picture->lines.assign(picture->height, std::vector<std::uint8_t>(png_get_rowbytes(png, info)));
+  for (auto& line : picture->lines) png_read_row(png, line.data(), nullptr);
+  png_read_end(png, nullptr);
+  picture->ok = true;
+}
+
 /// Reads with libpng; it checks every checksum and that the stream ends where it must.
 PngPicture readWithLibpng(const std::string& file) {
   PngPicture picture;
@@ -26,22 +45,7 @@ PngPicture readWithLibpng(const std::string& file) {
   png_infop info = png_create_info_struct(png);
   if (setjmp(png_jmpbuf(png)) == 0) {
     png_init_io(png, from);
-    png_read_info(png, info);
-    picture.width = png_get_image_width(png, info);
-    picture.height = png_get_image_height(png, info);
-    picture.depth = png_get_bit_depth(png, info);
-    picture.color = png_get_color_type(png, info);
-    picture.perMetre = png_get_x_pixels_per_meter(png, info);
-    png_colorp palette = nullptr;
-    png_get_PLTE(png, info, &palette, &picture.paletteCount);
-    png_textp texts = nullptr;
-    int count = 0;
-    png_get_text(png, info, &texts, &count);
-    if (count > 0) picture.software = std::string(texts[0].key) + "=" + texts[0].text;
-    picture.lines.assign(picture.height, std::vector<std::uint8_t>(png_get_rowbytes(png, info)));
-    for (auto& line : picture.lines) png_read_row(png, line.data(), nullptr);
-    png_read_end(png, nullptr);
-    picture.ok = true;
+    readAll(png, info, &picture);
   }
   png_destroy_read_struct(&png, &info, nullptr);
   std::fclose(from);
