@@ -249,11 +249,7 @@ void CScanToFileStor::writePage() {
 
 // Whether the whole page was written.
 bool CScanToFileStor::savePage() {
-  bool paged = false;
-  {
-    const std::lock_guard lock(m_feed.lock);
-    paged = m_output.multiPage;
-  }
+  const bool paged = m_output.multiPage;  // fixed while the page is open
   const int saved = savePageRaster(m_channel.get(), paged, &m_facade, m_progress.get());
   bool finished = false;
   {
