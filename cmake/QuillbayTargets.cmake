@@ -37,8 +37,12 @@ endfunction()
 # One test executable per folder, one CTest entry per GoogleTest case.
 function(quillbay_test name)
   cmake_parse_arguments(arg "QT" "" "SOURCES;LIBS;LABELS;ENVIRONMENT" ${ARGN})
+  if(NOT arg_LABELS)
+    set(arg_LABELS unit)  # an empty one would be dropped from the list of properties
+  endif()
   add_executable(test_${name} ${arg_SOURCES})
   target_link_libraries(test_${name} PRIVATE ${arg_LIBS} quillbay_options)
+  target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   if(arg_QT)
     set_target_properties(test_${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(test_${name} PRIVATE GTest::gtest Qt6::Widgets)

@@ -42,8 +42,9 @@ class IQuillbayUnit : public IKxUnknown {
   /// in the unit's `IUnitFault`.
   /// Keys read: "MODE" (0-8), "ImageDPI", "RECT" (mm on the bed; top = bottom: to the end of the document),
   /// "SCAN_TYPE" (0 prescan, 1 detection prescan, 2 scan), "batchmode", "m_Edit" (length in mm that is used when
-  /// the device cannot find the document's end), "SCAN_THRESHOLD" (0-255, 128 when missing), "SCAN_GAMMA" (256
-  /// quads).
+  /// the device cannot find the document's end), "m_fBursting" (non-zero: a piece of
+  /// a long document; a piece that begins beyond its end has no lines), "SCAN_THRESHOLD" (0-255, 128 when missing),
+  /// "SCAN_GAMMA" (256 quads).
   virtual int Scan(IScanSink* sink, IParam* request) = 0;
   /// One of `UnitCommand`. `sink` may be null.
   virtual int Command(IScanSink* sink, int code) = 0;

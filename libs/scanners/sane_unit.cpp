@@ -1,5 +1,7 @@
 #include "scanners/sane_unit.h"
 
+#include <cmath>
+
 #include "platform/base_services.h"
 #include "scanners/sane_fault.h"
 #include "scanners/sane_thread.h"
@@ -23,6 +25,14 @@ int SaneUnit::GetResolutions(std::vector<UnitResolution>* out, int) {
   out->clear();
   for (const std::int32_t dpi : known.resolutions) out->push_back({toText(std::int64_t{dpi}), dpi});
   return static_cast<int>(out->size());
+}
+
+int SaneUnit::GetRange(int, std::int32_t* least, std::int32_t* most) {
+  const SaneCapabilities known = m_core->capabilities();
+  if (known.maxDpi <= 0) return 0;
+  *least = static_cast<std::int32_t>(std::ceil(known.minDpi));
+  *most = static_cast<std::int32_t>(known.maxDpi);
+  return 1;
 }
 
 int SaneUnit::Scan(IScanSink* sink, IParam* request) { return m_core->arm(sink, readScanWish(request)) ? 1 : 0; }

@@ -17,7 +17,7 @@ namespace quillbay {
 /// - Scan modes 0-4 use the device's own line art where it has some, else the unit thresholds its grey.
 /// - "batchmode" with a feeder: the next page is started without a cancel in between.
 /// - `SetOption` does not take what a request settles: mode, resolution and the area's corners.
-class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, IUnitOptions> {
+class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, IUnitOptions, IUnitResolutionRange> {
  public:
   SaneUnit(std::shared_ptr<SaneCore> core, std::string name);
 
@@ -28,9 +28,10 @@ class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   int Command(IScanSink* sink, int code) override;
   double GetMaxWidth() override { return m_core->capabilities().maxWidth; }
   int HasMode(int mode) override { return m_core->capabilities().offers(mode) ? 1 : 0; }
-  /// Not counted: lives as long as the unit.
+  /// With a reference.
   IConnectionPoint<IScanSink>* GetScanSinks() override { return KxPtr(m_sinks).detach(); }
   double GetMaxLength() override { return m_core->capabilities().maxLength; }
+  int GetRange(int mode, std::int32_t* least, std::int32_t* most) override;
   /// Coordinates of SANE devices begin at the left edge of the bed.
   int GetCentring() override { return 2; }
 

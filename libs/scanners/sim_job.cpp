@@ -53,6 +53,12 @@ std::int32_t endOf(const SimJob& job) {
   return std::max(job.top + 1, pixelsOf(end, job.dpi));
 }
 
+// The line at which the document ends, where the scanner finds it; otherwise none does.
+std::int32_t documentEnd(const SimJob& job) {
+  const SimConfig& config = job.config;
+  return config.findsEnd ? pixelsOf(SimBed::paperEnd(config, job.page), job.dpi) : INT32_MAX;
+}
+
 DeviceSamples samplesOf(const SimJob& job) noexcept {
   const bool colour = job.mode >= 6;
   if (job.config.depth == 16) return colour ? DeviceSamples::Rgb16 : DeviceSamples::Grey16;
@@ -136,6 +142,7 @@ bool readSimRequest(IParam* request, const SimConfig& config, SimJob* job, UnitF
                       std::to_string(kSimMostDpi) + " dpi.");
   job->dpi = static_cast<std::uint32_t>(dpi);
   job->scanType = paramInt(request, "SCAN_TYPE", 2);
+  job->isPiece = job->scanType >= 2 && paramInt(request, "m_fBursting") != 0;
   job->threshold = paramInt(request, "SCAN_THRESHOLD", 128);
   const CKxVariant gamma = paramValue(request, "SCAN_GAMMA");
   if (const auto* blob = gamma.get<CKxBlob>(); blob && blob->size() >= 256 * sizeof(KXRGBQUAD)) {
@@ -145,7 +152,11 @@ bool readSimRequest(IParam* request, const SimConfig& config, SimJob* job, UnitF
   return readArea(request, job, fault);
 }
 
+bool reachesEnd(const SimJob& job) { return !job.isPiece || job.bottom >= documentEnd(job); }
+
 SimEnd runSimJob(const SimJob& job, ISimClock* clock) {
+  // A piece that begins beyond the document has no lines.
+  if (job.isPiece && job.top >= documentEnd(job)) return SimEnd::Complete;
   const std::int32_t end = endOf(job);
   Renderer renderer(job);
   LinePipeline& pipeline = renderer.pipeline();

@@ -35,12 +35,16 @@ struct SimJob {
   std::vector<KXRGBQUAD> curves;     ///< 256 entries, or none
   std::int32_t left = 0, right = 0;  ///< pixels of the bed, right exclusive
   std::int32_t top = 0, bottom = 0;  ///< the same in lines; bottom <= top: to the end of the document
+  bool isPiece = false;              ///< one of several that follow one another down the document
   double lengthMm = 0;               ///< used when the device cannot find that end; 0: none was given
   std::int64_t faultAfter = 0;       ///< lines; 0: never
 };
 
 /// Reads a request (keys: `IQuillbayUnit::Scan`). Answers false with the reason in `*fault`.
 [[nodiscard]] bool readSimRequest(IParam* request, const SimConfig& config, SimJob* job, UnitFault* fault);
+
+/// Whether the job reaches the document's end: only then a piece of a burst takes the page with it.
+[[nodiscard]] bool reachesEnd(const SimJob& job);
 
 /// How a job ended.
 enum class SimEnd : int { Complete, Stopped, Fault };

@@ -13,7 +13,8 @@ constexpr std::int32_t kResolutions[] = {50, 75, 100, 150, 200, 300, 400, 600, 8
 }  // namespace
 
 /// The unit of a simulated scanner: answers the panel from its `SimCore`.
-class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitEx, IUnitFault, IUnitOptions> {
+class SimUnit final
+    : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitEx, IUnitFault, IUnitOptions, IUnitResolutionRange> {
  public:
   explicit SimUnit(SimConfig config) : m_core(std::make_shared<SimCore>(std::move(config))) {}
 
@@ -24,6 +25,12 @@ class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitE
     if (!HasMode(mode)) return 0;
     for (const std::int32_t dpi : kResolutions) out->push_back({std::to_string(dpi), dpi});
     return static_cast<int>(out->size());
+  }
+  int GetRange(int mode, std::int32_t* least, std::int32_t* most) override {
+    if (!HasMode(mode)) return 0;
+    *least = kSimLeastDpi;
+    *most = kSimMostDpi;
+    return 1;
   }
   int Scan(IScanSink* sink, IParam* request) override { return m_core->arm(sink, request) ? 1 : 0; }
   int Command(IScanSink* /*sink*/, int code) override {

@@ -69,16 +69,22 @@ IQuillbaySink* CMaindlg::sink() const noexcept { return m_sink.get(); }
 bool CMaindlg::OnCommand(int id, int code, std::int64_t value) {
   switch (id) {
     case command::kScan:
+      m_startPosted = false;
+      if (!beginRun(1)) return true;
       m_session.setBatch(false);
-      if (beginRun(1)) Scan();
+      Scan();
       return true;
-    case command::kPrescan: Prescan(); return true;
-    case command::kAreaPrescan:
+    case command::kPrescan:
+      m_startPosted = false;
+      Prescan();
+      return true;
+    case command::kAreaPrescan: m_startPosted = false; [[fallthrough]];
     case command::kPreviewTimer: AreaPrescan(); return true;
     case command::kStop: StopRun(StopKind::Now); return true;
     case command::kStopAfterPage: StopRun(StopKind::AfterPage); return true;
     case command::kEject: EjectDocument(); return true;
     case command::kBatch:
+      m_startPosted = false;
       if (beginRun(static_cast<int>(value))) BatchScan();
       return true;
     case command::kSwitchLayout: SwitchLayout(); return true;
@@ -144,7 +150,8 @@ int CMaindlg::GetPageParams(IParam* out) {
 }
 
 int CMaindlg::Start(StartKind kind, int count) {
-  if (m_session.isBusy() || m_report.isRunning()) return 0;
+  if (m_startPosted || IsBusy()) return 0;
+  m_startPosted = true;
   switch (kind) {
     case StartKind::Scan: PostCommand(this, command::kScan, 1); break;
     case StartKind::Prescan: PostCommand(this, command::kPrescan, 1); break;

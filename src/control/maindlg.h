@@ -185,7 +185,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   int m_layout = 0;  ///< 0 full, 1 small ("m_fMinSize")
   bool m_initialised = false;
   bool m_directMode = false;
-  bool m_started = false;
+  bool m_startPosted = false;  ///< a start of the host waits in the event queue
   bool m_stopAfterPage = false;
   bool m_stopAsked = false;
   tagRRECT m_burstArea{};  ///< "m_rcScan" of a burst's first piece

@@ -12,7 +12,6 @@ namespace quillbay {
 /// The scanner has said what it will deliver: the parameters get it, silently.
 void CMaindlg::onStarted() {
   m_lastStart = m_router->takeStarted();
-  m_started = true;
   {
     const NotifyGuard guard;
     ScanValues& v = quiet();

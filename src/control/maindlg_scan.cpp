@@ -176,7 +176,6 @@ std::shared_ptr<ScanPlan> CMaindlg::makePlan(SessionState kind) const {
 /// Arms the router and the unit and runs the scan; a unit that refuses has said why.
 void CMaindlg::startUnit(IParam* request, std::shared_ptr<ScanPlan> plan) {
   const bool preview = plan->kind != SessionState::Scanning;
-  m_started = false;
   m_progress->setCancelled(false);
   m_router->arm(std::move(plan));
   enablePages(false);

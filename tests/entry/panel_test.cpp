@@ -231,7 +231,7 @@ TEST_F(PanelTest, ParametersAreCheckedByName) {
   const Case cases[] = {
       {"m_nonsense", 1, "m_uiDPI"},
       {"m_CurrMode", 99, "Greyscale"},
-      {"m_uiDPI", 7, "dpi"},
+      {"m_uiDPI", 7, "10 to 4800"},
       {"m_CounterFormat", "%n", "%.Nd"},
       {"m_fFileFate", 3, "increment"},
       {"m_PaperName", "B17", "A4"},
@@ -250,6 +250,7 @@ TEST_F(PanelTest, ParametersAreCheckedByName) {
 }  // namespace quillbay
 
 int main(int argc, char** argv) {
+  if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
   testing::InitGoogleTest(&argc, argv);
   const QApplication app(argc, argv);
   return RUN_ALL_TESTS();
