@@ -8,6 +8,11 @@
 extern "C" const char* __tsan_default_suppressions() { return "race:libsane-"; }
 #endif
 
+#ifdef __SANITIZE_ADDRESS__
+// A driver's reader thread is ended by a cancel with what it had allocated.
+extern "C" const char* __lsan_default_suppressions() { return "leak:libsane-"; }
+#endif
+
 namespace quillbay::testing {
 
 Picture pictureOf(const WaitingSink& sink) {
