@@ -90,7 +90,7 @@ void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
   set("m_fBursting", m_options.bursting ? 1 : 0, "--bursting", kUsage);
   if (writesFile) applyOutput(output);
   applyFormatOptions(output);
-  applySettings();
+  applySettings(writesFile);
 }
 
 void PanelSetup::set(const std::string& key, const CKxVariant& value, const std::string& what, ExitStatus status) {
@@ -167,12 +167,12 @@ void PanelSetup::applyFormatOptions(const OutputChoice& output) {
   }
 }
 
-void PanelSetup::applySettings() {
-  if (m_options.settings.empty()) return;
+void PanelSetup::applySettings(bool writesFile) {
   const std::vector<std::string> keys = m_control->GetParamKeys();
   const auto page = quillbay::new_MemParam();
   m_control->GetPageParams(page.get());
   const auto chosen = quillbay::new_MemParam();
+  if (m_options.toView) chosen->SetValue("m_fUseFileOut", writesFile ? 1 : 0);
   for (const auto& [key, text] : m_options.settings) {
     CKxVariant current;
     if (m_control->GetParam(key, &current)) {

@@ -28,7 +28,7 @@ class PanelSetup {
   void applyOutput(const OutputChoice& output);
   void applyFormatOptions(const OutputChoice& output);
   /// Parts --set into parameters, set at once, and page keys, applied together.
-  void applySettings();
+  void applySettings(bool writesFile);
   /// Sets a parameter; `what` is the option that it comes from.
   void set(const std::string& key, const quillbay::CKxVariant& value, const std::string& what, ExitStatus status);
   [[nodiscard]] int number(const std::string& key) const;

@@ -34,6 +34,7 @@ KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter
     return message.answer;
   };
   host.onNote = [&](const std::string&, const std::string& text) { reporter.note(text); };
+  host.onSaved = [&](const std::string& file) { reporter.published(file, 1); };
   host.chooseScanner = [](quillbay::IScanManager*, std::string*) { return false; };
   return quillbay::New_HostApp(host);
 }

@@ -107,6 +107,7 @@ void Reporter::failure(int status, const std::string& line) {
 
 void Reporter::error(const std::string& line) {
   const std::lock_guard lock(m_mutex);
+  if (line == m_lastMessage) return;  // the panel has told it already
   put("quillbay-scan: " + line);
 }
 
@@ -138,6 +139,7 @@ void Reporter::message(const quillbay::HostMessage& message) {
   }
   {
     const std::lock_guard lock(m_mutex);
+    m_lastMessage = message.text;
     put("quillbay-scan: " + line + (question ? std::string(" [") + answer + "]" : ""));
   }
   if (!m_json) return;

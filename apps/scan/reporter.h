@@ -16,7 +16,7 @@ class Reporter {
 
   /// One line on standard error that the program ends with.
   void failure(int status, const std::string& text);
-  /// A line on standard error whatever the options say.
+  /// A line on standard error whatever the options say, unless a message has just said the same.
   void error(const std::string& text);
   /// A line for the person; not with --quiet.
   void note(const std::string& text);
@@ -45,5 +45,5 @@ class Reporter {
   bool m_progressShown = false;
   quillbay::ScanStartInfo m_info;
   Clock::time_point m_pageStart, m_lastShown;
-  std::string m_lastPublished;
+  std::string m_lastPublished, m_lastMessage;
 };

@@ -65,6 +65,8 @@ struct HostOptions {
   std::function<EventAnswer(const HostMessage& message)> onMessage;
   /// Takes every line that the panel notes (`IEvents::Note`), on whatever thread; empty: they go to the log.
   std::function<void(const std::string& category, const std::string& text)> onNote;
+  /// Told about every file that a script command of the panel wrote a page into ("IntAddPage", "/SaveAs").
+  std::function<void(const std::string& file)> onSaved;
   /// Lets the person choose a scanner: stores what opens it and answers true, or false when the person gave up.
   /// Empty: a simulated scanner, once, when none is known; otherwise giving up.
   std::function<bool(IScanManager* manager, std::string* device)> chooseScanner;

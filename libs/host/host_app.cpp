@@ -85,8 +85,8 @@ CHostApp::CHostApp(const HostOptions& options)
   m_io = KxPtr<CIOParams>::adopt(new CIOParams(section(m_profile.get(), "Formats").get(), GetProductName()));
   m_styles = new_HostStyles();
   m_papers = new_StdPapers(section(m_profile.get(), "Papers").get());
-  m_script = KxPtr<CHostScriptSink>::adopt(
-      new CHostScriptSink(m_events, KxPtr<IIOParams>(KxPtr<IIOParams>::share(m_io.get())), m_options.clear));
+  m_script =
+      KxPtr<CHostScriptSink>::adopt(new CHostScriptSink(m_events, KxPtr<IIOParams>::share(m_io.get()), m_options));
 }
 
 CHostApp::~CHostApp() { m_forwarder->clear(); }

@@ -114,9 +114,14 @@ bool CHostScriptSink::addPage(IParam* arguments) {
   HostDocument& document = m_documents.back();
   return guarded(file, [&] {
     writeRaster<IKxRasterSavePagedChanel>(m_io.get(), file, document.pages.back().get(), false);
-    document.saved = true;
+    saved(document, file);
     return true;
   });
+}
+
+void CHostScriptSink::saved(HostDocument& document, const std::string& file) {
+  document.saved = true;
+  if (m_onSaved) m_onSaved(file);
 }
 
 bool CHostScriptSink::mayReplace(const std::string& file) {
@@ -131,7 +136,7 @@ bool CHostScriptSink::saveAs(const std::string& file) {
   if (!mayReplace(file)) return false;
   HostDocument& document = m_documents.back();
   writeRaster<IKxRasterSaveFileChanel>(m_io.get(), file, document.pages.back().get(), replace);
-  document.saved = true;
+  saved(document, file);
   return true;
 }
 

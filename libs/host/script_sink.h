@@ -12,8 +12,8 @@ namespace quillbay {
 /// scripts. User-interface thread.
 class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
  public:
-  CHostScriptSink(KxPtr<CHostEvents> events, KxPtr<IIOParams> io, ClearPolicy clear)
-      : m_events(std::move(events)), m_io(std::move(io)), m_clear(clear) {}
+  CHostScriptSink(KxPtr<CHostEvents> events, KxPtr<IIOParams> io, const HostOptions& options)
+      : m_events(std::move(events)), m_io(std::move(io)), m_onSaved(options.onSaved), m_clear(options.clear) {}
 
   /// 0 for success. What cannot be written is said through the events; an unknown command answers 1.
   int ExecCommand(const char* command, IParam* arguments) override;
@@ -29,6 +29,7 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
   bool addPage(IParam* arguments);
   bool processScript(IParam* arguments);
   bool saveAs(const std::string& file);
+  void saved(HostDocument& document, const std::string& file);
   /// Whether an existing file may be replaced; true when there is none.
   bool mayReplace(const std::string& file);
   /// Runs a step that writes `file`; says what goes wrong.
@@ -36,6 +37,7 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
 
   const KxPtr<CHostEvents> m_events;
   const KxPtr<IIOParams> m_io;
+  const std::function<void(const std::string&)> m_onSaved;
   ClearPolicy m_clear;
   std::vector<HostDocument> m_documents;
   bool m_batch = false;  // the last raster came in a batch

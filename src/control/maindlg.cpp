@@ -130,9 +130,10 @@ void CMaindlg::applyHostParams() {
   if (!m_hostParams) return;
   const NotifyGuard guard;
   const auto merged = new_MemParam();
-  for (const PageRole role : currentPages()) page(role)->Save(merged.get());
+  GetPageParams(merged.get());
   Param_CopyTo(m_hostParams.get(), merged.get());
   for (const PageRole role : currentPages()) page(role)->Load(merged.get());
+  m_destination->LoadParams(merged.get());
 }
 
 int CMaindlg::SetParam(std::string_view key, const CKxVariant& value, std::string* why) {
@@ -146,6 +147,7 @@ int CMaindlg::GetParam(std::string_view key, CKxVariant* out) const { return get
 
 int CMaindlg::GetPageParams(IParam* out) {
   for (const PageRole role : currentPages()) page(role)->Save(out);
+  m_destination->SaveParams(out);
   return 1;
 }
 

@@ -187,7 +187,8 @@ void CMaindlg::publishOpenFile() {
   if (m_report.openFile.empty()) return;
   const std::string file = std::exchange(m_report.openFile, {});
   try {
-    PublishPart(file, m_report.openMayReplace);
+    // Pages that were added to an existing file went into it in place.
+    if (fio::exists(file + ".part")) PublishPart(file, m_report.openMayReplace);
     m_report.published(file, m_report.openPages);
   } catch (const CXException& e) {
     m_report.note(EndCause::Output);
