@@ -46,6 +46,11 @@ int stepIndex(int current, int count, int step) noexcept {
 }
 
 std::optional<DpiRange> resolutionRange(IQuillbayUnit& unit) {
+  const auto range = query<IUnitResolutionRange>(&unit);
+  std::int32_t lowest = 0, highest = 0;
+  for (int mode = 0; range && mode < kModeDirect; ++mode) {
+    if (unit.HasMode(mode) && range->GetRange(mode, &lowest, &highest)) return DpiRange{lowest, highest};
+  }
   const auto options = query<IUnitOptions>(&unit);
   if (!options) return std::nullopt;
   for (const UnitOption& option : options->GetOptions()) {

@@ -187,6 +187,7 @@ class Files(Case):
         cases = [  # arguments, shape, samples, resolution
             (["--mode", "rgb", "-r", "100", "--area", "custom:0,0,200,100"], (394, 787, 3), "uint8"),
             (["--mode", "grey", "-r", "75", "--area", "custom:10,10,8in,4in"], (271, 570), "uint8"),
+            (["--mode", "grey", "-r", "77", "--area", "custom:0,0,200,100"], (303, 606), "uint8"),  # within the range
             (["--mode", "bw-threshold", "-r", "100", "--area", "custom:0,0,200,100"], (394, 787), "bool"),
             (["--mode", "palette", "-r", "50", "--area", "A5", "--landscape"], (291, 413), "uint8"),
             (["--mode", "grey", "-r", "50", "--area", "fixed-width:150"], None, "uint8"),
