@@ -19,19 +19,19 @@ std::string join(const std::vector<std::string>& words) {
 }
 
 std::string allowed(std::string_view key, const std::vector<std::string>& values) {
-  return std::string(key) + " takes: " + join(values);
+  return formatText("%s takes: %s", {std::string(key), join(values)});
 }
 
 std::string unknownKey(std::string_view key) {
   const std::vector<std::string> names = scanParamNames();
-  return "unknown scan parameter " + std::string(key) + "; there are: " + join(names);
+  return formatText("unknown scan parameter %s; there are: %s", {std::string(key), join(names)});
 }
 
 std::string checkMode(IQuillbayUnit& unit, std::int32_t mode) {
   if (mode >= 0 && mode <= kModeRgb && unit.HasMode(mode)) return {};
   std::vector<std::string> modes;
   for (std::int32_t m = 0; m <= kModeRgb; ++m) {
-    if (unit.HasMode(m)) modes.push_back(std::to_string(m) + " (" + modeName(m) + ")");
+    if (unit.HasMode(m)) modes.push_back(formatText("%d (%s)", {std::to_string(m), modeName(m)}));
   }
   return allowed(scan_key::CurrMode.name, modes);
 }
@@ -46,7 +46,7 @@ std::string checkDpi(IQuillbayUnit& unit, std::int32_t mode, std::int32_t dpi) {
   std::int32_t least = 0, most = 0;
   if (range && range->GetRange(mode, &least, &most)) {
     if (dpi >= least && dpi <= most) return {};
-    return "m_uiDPI takes " + std::to_string(least) + " to " + std::to_string(most) + " dpi";
+    return formatText("m_uiDPI takes %d to %d dpi", {std::to_string(least), std::to_string(most)});
   }
   return allowed(scan_key::Dpi.name, texts);
 }
@@ -84,13 +84,13 @@ std::string checkRect(std::string_view key, const tagRRECT& r) {
   const bool finite =
       std::isfinite(r.left) && std::isfinite(r.top) && std::isfinite(r.right) && std::isfinite(r.bottom);
   if (finite && r.right > r.left && r.bottom >= r.top) return {};
-  return std::string(key) +
-         " takes left, top, right, bottom in millimetres, right beyond left, bottom not above top";
+  return formatText("%s takes left, top, right, bottom in millimetres, right beyond left, bottom not above top",
+                    {std::string(key)});
 }
 
 std::string setInt(CSharedScanParams& params, IQuillbayUnit& unit, const ScanKey<std::int32_t>& key,
                    const CKxVariant& value) {
-  if (!value.get<std::int32_t>() && !value.get<double>()) return std::string(key.name) + " takes a whole number";
+  if (!value.get<std::int32_t>() && !value.get<double>()) return formatText("%s takes a whole number", {key.name});
   const std::int32_t number = value.toInt();
   std::string why = checkInt(params, unit, key.name, number);
   if (why.empty()) params.set(key, number);
@@ -99,7 +99,7 @@ std::string setInt(CSharedScanParams& params, IQuillbayUnit& unit, const ScanKey
 
 std::string setText(CSharedScanParams& params, const ScanKey<std::string>& key, const CKxVariant& value) {
   const auto* text = value.get<std::string>();
-  if (!text) return std::string(key.name) + " takes text";
+  if (!text) return formatText("%s takes text", {key.name});
   std::string why;
   if (sameKey(key.name, scan_key::CounterFormat.name)) why = checkFormat(*text);
   if (sameKey(key.name, scan_key::PaperName.name)) why = checkPaper(params, *text);
@@ -109,7 +109,7 @@ std::string setText(CSharedScanParams& params, const ScanKey<std::string>& key, 
 
 std::string setRect(CSharedScanParams& params, const ScanKey<tagRRECT>& key, const CKxVariant& value) {
   const auto* rect = value.get<tagRRECT>();
-  if (!rect) return std::string(key.name) + " takes left, top, right, bottom in millimetres";
+  if (!rect) return formatText("%s takes left, top, right, bottom in millimetres", {key.name});
   std::string why = checkRect(key.name, *rect);
   if (why.empty()) params.set(key, *rect);
   return why;

@@ -82,7 +82,9 @@ TEST(ScanSession, TheEndOfAScanFollowsTheTable) {
   for (const EndCase& c : cases) {
     SCOPED_TRACE(c.why);
     ScanSession session;
-    if (c.state != S::Idle) ASSERT_TRUE(session.start(c.state));
+    if (c.state != S::Idle) {
+      ASSERT_TRUE(session.start(c.state));
+    }
     session.setBatch(c.batch);
     session.setBurstActive(c.burst);
     session.setFragment(c.fragment);

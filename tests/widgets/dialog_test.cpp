@@ -123,7 +123,7 @@ TEST(PostCommand, KeepsOrderAndMergesWhatWaits) {
 TEST(PostCommand, AThreadMayPostWhileTheDialogGoes) {
   for (int round = 0; round < 50; ++round) {
     auto form = std::make_unique<Form>();
-    QObject* address = form.get();
+    QObject* volatile address = form.get();  // volatile: to use it after its time is the point here
     std::thread poster([address] {
       for (int i = 0; i < 200; ++i) PostCommand(address, i % 3, 0, i, i % 2 == 0);
     });
