@@ -126,7 +126,7 @@ void checkTogether(const ScanOptions& o) {
 }  // namespace
 
 ScanOptions parseCommandLine(const std::vector<std::string>& arguments) {
-  const ScanOptions options = Reader(arguments).read();
+  ScanOptions options = Reader(arguments).read();
   checkTogether(options);
   return options;
 }

@@ -8,8 +8,6 @@
 #include "names.h"
 #include "quillbay/formats.h"
 
-using quillbay::KxPtr;
-
 namespace {
 
 QString text(const std::string& s) { return QString::fromStdString(s); }
@@ -23,6 +21,12 @@ QJsonArray array(const std::vector<std::string>& list) {
 std::string numberText(double value) {
   std::array<char, 32> buffer{};
   return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr};
+}
+
+std::string setting(const std::string& option, const ScanOptions::KeyValue& pair) {
+  std::string line = option;
+  line.append(pair.first).append("=").append(pair.second);
+  return line;
 }
 
 std::string barred(const std::vector<std::string>& list) {
@@ -139,9 +143,9 @@ void print(const Inventory& all, Reporter& out) {
   if (!all.options.empty()) out.line("  Options of the device:");
   for (const auto& o : all.options) printOption(o, out);
   out.line("  Parameters of the panel, with their values:");
-  for (const auto& [key, value] : all.parameters) out.line("    --set " + key + "=" + value);
+  for (const auto& pair : all.parameters) out.line(setting("    --set ", pair));
   out.line("  Keys of its pages:");
-  for (const auto& [key, value] : all.pageKeys) out.line("    --set " + key + "=" + value);
+  for (const auto& pair : all.pageKeys) out.line(setting("    --set ", pair));
 }
 
 }  // namespace

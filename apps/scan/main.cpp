@@ -30,7 +30,7 @@ bool printTexts(const ScanOptions& options) {
 void dropMessage(QtMsgType, const QMessageLogContext&, const QString&) {}
 
 int runWithApplication(const ScanOptions& options, Reporter& reporter, char* name) {
-  setenv("QT_QPA_PLATFORM", "offscreen", 1);  // no display is needed, whatever the environment says
+  qputenv("QT_QPA_PLATFORM", "offscreen");  // no display is needed, whatever the environment says
   if (options.verbose < 2) qInstallMessageHandler(dropMessage);
   int count = 1;  // Qt reads none of our arguments
   char* arguments[] = {name, nullptr};

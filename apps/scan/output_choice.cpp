@@ -18,6 +18,7 @@ constexpr std::array kTags{"<COUNTER>", "<DATE>", "<TIME>", "<USER>", "<COLORSPA
 
 std::vector<std::string> namesOf(const std::vector<FormatInfo>& formats) {
   std::vector<std::string> list;
+  list.reserve(formats.size());
   for (const FormatInfo& f : formats) list.push_back(f.name);
   return list;
 }

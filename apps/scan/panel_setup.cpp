@@ -8,7 +8,6 @@
 #include "names.h"
 
 using quillbay::CKxVariant;
-using quillbay::KxPtr;
 
 namespace {
 
@@ -59,6 +58,13 @@ CKxVariant valueLike(const CKxVariant& like, const std::string& key, const std::
   return text;
 }
 
+/// "--set KEY=VALUE" as it was typed.
+std::string typed(const char* option, const ScanOptions::KeyValue& pair) {
+  std::string text = option;
+  text.append(" ").append(pair.first).append("=").append(pair.second);
+  return text;
+}
+
 /// The resolutions nearest to `dpi`, ascending.
 std::string nearestTo(std::vector<int> list, int dpi) {
   std::stable_sort(list.begin(), list.end(), [&](int a, int b) { return std::abs(a - dpi) < std::abs(b - dpi); });
@@ -66,6 +72,7 @@ std::string nearestTo(std::vector<int> list, int dpi) {
   if (shortened) list.resize(kNearestResolutions);
   std::sort(list.begin(), list.end());
   std::vector<std::string> texts;
+  texts.reserve(list.size());
   for (const int value : list) texts.push_back(std::to_string(value));
   return (shortened ? "nearest: " : "there are: ") + names::joined(texts) +
          (shortened ? "; --all-options lists all" : "");
@@ -159,10 +166,10 @@ void PanelSetup::applyOutput(const OutputChoice& output) {
 
 void PanelSetup::applyFormatOptions(const OutputChoice& output) {
   const auto host = quillbay::query<quillbay::IHostApp>(m_app);
-  for (const auto& [key, value] : m_options.formatOptions) {
+  for (const auto& pair : m_options.formatOptions) {
     std::string why;
-    if (!host || !host->SetFormatOption(output.format, key, value, &why)) {
-      throw Failure(kUsage, "--option " + key + "=" + value + ": " + why);
+    if (!host || !host->SetFormatOption(output.format, pair.first, pair.second, &why)) {
+      throw Failure(kUsage, typed("--option", pair) + ": " + why);
     }
   }
 }
@@ -173,10 +180,11 @@ void PanelSetup::applySettings(bool writesFile) {
   m_control->GetPageParams(page.get());
   const auto chosen = quillbay::new_MemParam();
   if (m_options.toView) chosen->SetValue("m_fUseFileOut", writesFile ? 1 : 0);
-  for (const auto& [key, text] : m_options.settings) {
+  for (const auto& pair : m_options.settings) {
+    const auto& [key, text] = pair;
     CKxVariant current;
     if (m_control->GetParam(key, &current)) {
-      set(key, valueLike(current, key, text), "--set " + key + "=" + text, kUsage);
+      set(key, valueLike(current, key, text), typed("--set", pair), kUsage);
     } else if (page->GetValue(key, &current)) {
       chosen->SetValue(key, valueLike(current, key, text));
     } else {

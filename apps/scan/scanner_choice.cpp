@@ -47,6 +47,7 @@ void ScannerChoice::open(const std::string& device) {
   std::string why;
   m_manager->List(&entries, &why);
   std::vector<std::string> devices;
+  devices.reserve(entries.size());
   for (const auto& entry : entries) devices.push_back(entry.device);
   const bool listed = std::find(devices.begin(), devices.end(), device) != devices.end();
   if (!listed) text += " (" + names::allowed(devices, device, "--list-devices") + ")";
@@ -79,6 +80,7 @@ std::vector<int> ScannerChoice::resolutions(int mode) const {
   std::vector<quillbay::UnitResolution> entries;
   m_unit->GetResolutions(&entries, mode);
   std::vector<int> list;
+  list.reserve(entries.size());
   for (const auto& entry : entries) list.push_back(entry.dpi);
   return list;
 }
