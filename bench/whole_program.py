@@ -45,12 +45,12 @@ def compare(name, ours, theirs, env, runs, after=None):
     for _ in range(runs):
         row = []
         for command in (ours, theirs):
-            start_sync = None
+            subprocess.run(["sync"], check=True)  # nothing of the run before is still being written
             took, memory = run(command, env)
             if after:
-                start_sync = time.monotonic()
+                begin = time.monotonic()
                 subprocess.run(after, check=True)
-                took += time.monotonic() - start_sync
+                took += time.monotonic() - begin
             row.append((took, memory))
             out = pathlib.Path(command[command.index("-o") + 1])
             size = out.stat().st_size

@@ -44,6 +44,16 @@ class IContiguousLines : public IKxUnknown {
   virtual std::size_t GetStride() = 0;
 };
 
+/// What a bitonal stripe offers as well when it was delivered as packed pixels: line i begins at
+/// `GetBits() + i * GetStride()`, bit 7 leftmost, 1 is black; what lies beyond the width counts for nothing. Its
+/// run lists are made when `GetLine` first asks for one.
+class IPackedLines : public IKxUnknown {
+ public:
+  virtual const std::uint8_t* GetBits() = 0;
+  /// Bytes from one line to the next, at least (width + 7) / 8.
+  virtual std::size_t GetStride() = 0;
+};
+
 /// Takes lines one by one.
 class IRasterFiller : public IKxUnknown {
  public:

@@ -77,6 +77,8 @@ typedef struct QbBlock {
   const uint8_t* bytes;
   size_t stride;
   const uint8_t* const* rows;
+  /* Non-zero: lines of codes 1 and 2 are packed pixels (bit 7 leftmost, 1 is black) at `bytes`, not run lists. */
+  int32_t packed;
   void* hold;
   void (*add_hold)(void* hold);
   void (*release_hold)(void* hold);

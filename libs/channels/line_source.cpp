@@ -103,6 +103,15 @@ class StripeSource final : public LineSource {
       block->hold = stripe.detach();
       return;
     }
+    if (const auto bits = stripe.as<IPackedLines>()) {
+      block->bytes = bits->GetBits();
+      block->stride = bits->GetStride();
+      block->packed = 1;
+      block->add_hold = addStripeHold;
+      block->release_hold = releaseStripeHold;
+      block->hold = stripe.detach();
+      return;
+    }
     Hold* hold = takeHold(m_pool);
     for (std::int32_t i = 0; i < lines; ++i) hold->rows.push_back(stripe->GetLine(i));
     hold->stripe = std::move(stripe);

@@ -53,6 +53,7 @@ struct LinePipeline::Impl {
   std::size_t width;
   bool colour;  // samples are RGB
   bool direct;
+  CStripe::Bitonal packing;
   int threshold;  // 0-256
   std::unique_ptr<ToneCurves> curves;
   std::shared_ptr<StripePool> pool = std::make_shared<StripePool>();
@@ -76,9 +77,11 @@ LinePipeline::Impl::Impl(const Setup& s, IScanSink* receiver)
     throw CXDeviceException("The scanner reports lines of " + std::to_string(s.width) +
                             " pixels: choose a wider scan area.");
   direct = !curves && ((s.samples == DeviceSamples::Grey8 && space == KxColorSpace::Grey) ||
-                       (s.samples == DeviceSamples::Rgb8 && space == KxColorSpace::Rgb));
-  capacity = s.stripeLines > 0 ? s.stripeLines : CStripe::usualCapacity(space, s.width);
-  if (isRunList(space)) {
+                       (s.samples == DeviceSamples::Rgb8 && space == KxColorSpace::Rgb) ||
+                       (s.samples == DeviceSamples::Bits && isRunList(space)));
+  packing = direct ? CStripe::Bitonal::Packed : CStripe::Bitonal::Runs;
+  capacity = s.stripeLines > 0 ? s.stripeLines : CStripe::usualCapacity(space, s.width, packing);
+  if (isRunList(space) && !direct) {
     runs = std::make_unique<std::uint32_t[]>(width + 3);
     foldCurvesIntoThreshold();
   }
@@ -98,7 +101,7 @@ void LinePipeline::Impl::foldCurvesIntoThreshold() {
 }
 
 void LinePipeline::Impl::startStripe() {
-  stripe = KxPtr<CStripe>::adopt(new CStripe(pool, space, setup.width, capacity, setup.dpi));
+  stripe = KxPtr<CStripe>::adopt(new CStripe(pool, space, setup.width, capacity, setup.dpi, packing));
   if (space == KxColorSpace::Palette) stripe->setPalette(FixedPalette::instance().entries(), 256);
 }
 
@@ -136,10 +139,7 @@ const std::uint8_t* LinePipeline::Impl::toGrey(const std::uint8_t* line) {
 }
 
 void LinePipeline::Impl::appendRuns(const std::uint8_t* line) {
-  const std::size_t count = setup.samples == DeviceSamples::Bits
-                                ? bitsToRuns(line, setup.width, runs.get())
-                                : greyToRuns(toGrey(line), setup.width, threshold, runs.get());
-  stripe->appendRuns(runs.get(), count);
+  stripe->appendRuns(runs.get(), greyToRuns(toGrey(line), setup.width, threshold, runs.get()));
 }
 
 void LinePipeline::Impl::writeLine(const std::uint8_t* line, std::uint8_t* out) {
@@ -153,6 +153,7 @@ void LinePipeline::Impl::writeLine(const std::uint8_t* line, std::uint8_t* out) 
         FixedPalette::instance().mapGrey(bytes, width, out);
       return;
     }
+    case KxColorSpace::Bitonal: std::memcpy(out, line, (width + 7) / 8); return;
     default: break;
   }
   if (direct) {
@@ -199,15 +200,15 @@ int LinePipeline::push(const std::uint8_t* bytes, std::size_t stride, std::int32
   for (std::int32_t i = 0; i < lines; ++i, bytes += stride) {
     if (!impl.stripe) impl.startStripe();
     CStripe& stripe = *impl.stripe;
-    if (isRunList(impl.space)) {
+    if (isRunList(impl.space) && !impl.direct) {
       impl.appendRuns(bytes);
     } else {
       impl.writeLine(bytes, stripe.data() + static_cast<std::size_t>(stripe.lineCount()) * stripe.lineBytes());
       stripe.setLineCount(stripe.lineCount() + 1);
     }
     // Lines of many runs fill a stripe early: memory follows bytes, not lines.
-    const bool full =
-        stripe.lineCount() >= stripe.capacity() || (isRunList(impl.space) && stripe.usedBytes() >= kRunStripeBytes);
+    const bool full = stripe.lineCount() >= stripe.capacity() ||
+                      (isRunList(impl.space) && !impl.direct && stripe.usedBytes() >= kRunStripeBytes);
     if (full && !impl.handOn()) return 0;
   }
   return 1;

@@ -161,9 +161,10 @@ void SanePage::readFrame(const SANE_Parameters& p, const TakeLines& take) {
 void SanePage::readInOnePass(const SANE_Parameters& p) {
   LinePipeline pipeline(pipelineSetup(p, samplesOf(p)), m_sink);
   startPipeline(pipeline, p);
-  if (pipeline.isDirect() && p.depth == 8 && lineBytesOf(p) == neededBytes(p)) {
+  const bool packedColour = p.format == SANE_FRAME_RGB && p.depth == 1;
+  if (pipeline.isDirect() && p.depth <= 8 && !packedColour && lineBytesOf(p) == neededBytes(p)) {
     readDirect(pipeline, lineBytesOf(p));
-  } else if (p.format == SANE_FRAME_RGB && p.depth == 1) {
+  } else if (packedColour) {
     const auto width = static_cast<std::size_t>(p.pixels_per_line);
     std::vector<std::uint8_t> line(width * 3);
     readFrame(p, [&](const std::uint8_t* bytes, std::size_t stride, std::int32_t lines) {

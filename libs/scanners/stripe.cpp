@@ -7,12 +7,15 @@
 
 #include "quillbay/errors.h"
 #include "quillbay/raster.h"
+#include "scanners/line_pipeline.h"
 
 namespace quillbay {
 
 namespace {
 
 constexpr std::size_t kStripeBytes = std::size_t{1} << 20;
+// Packed lines may become run lists of thirty-two times their size.
+constexpr std::size_t kPackedStripeBytes = std::size_t{256} << 10;
 constexpr std::int32_t kLeastLines = 16;
 
 // What a line of a drawing takes as a run list: a run in 128 pixels, and the end mark.
@@ -20,7 +23,12 @@ std::size_t expectedRunBytes(std::int32_t width) noexcept {
   return runListBytes(static_cast<std::size_t>(std::max(width, 0)) / 128 + 1);
 }
 
-std::size_t expectedLineBytes(KxColorSpace colorSpace, std::int32_t width) noexcept {
+std::size_t packedBytes(std::int32_t width) noexcept {
+  return (static_cast<std::size_t>(std::max(width, 0)) + 7) / 8;
+}
+
+std::size_t expectedLineBytes(KxColorSpace colorSpace, std::int32_t width, bool packed) noexcept {
+  if (packed) return packedBytes(width);
   return isRunList(colorSpace) ? expectedRunBytes(width) : fixedLineBytes(colorSpace, width);
 }
 
@@ -58,17 +66,18 @@ void StripePool::give(Block block, std::size_t bytes) noexcept {
 }
 
 CStripe::CStripe(std::shared_ptr<StripePool> pool, KxColorSpace colorSpace, std::int32_t width,
-                 std::int32_t capacity, std::uint32_t dpi)
+                 std::int32_t capacity, std::uint32_t dpi, Bitonal bitonal)
     : m_pool(std::move(pool)),
       m_colorSpace(colorSpace),
       m_width(width),
       m_capacity(std::max(capacity, 1)),
       m_dpi(dpi),
-      m_lineBytes(fixedLineBytes(colorSpace, width)),
-      m_blockBytes(
-          std::max<std::size_t>(expectedLineBytes(colorSpace, width) * static_cast<std::size_t>(m_capacity), 1)),
+      m_packed(isRunList(colorSpace) && bitonal == Bitonal::Packed),
+      m_lineBytes(m_packed ? packedBytes(width) : fixedLineBytes(colorSpace, width)),
+      m_blockBytes(std::max<std::size_t>(
+          expectedLineBytes(colorSpace, width, m_packed) * static_cast<std::size_t>(m_capacity), 1)),
       m_block(m_pool->take(m_blockBytes)) {
-  if (isRunList(colorSpace)) m_offsets.reserve(static_cast<std::size_t>(m_capacity));
+  if (isRunList(colorSpace) && !m_packed) m_offsets.reserve(static_cast<std::size_t>(m_capacity));
   if (colorSpace != KxColorSpace::Grey) return;
   for (std::size_t i = 0; i < 256; ++i) {
     const auto v = static_cast<std::uint8_t>(i);
@@ -78,9 +87,10 @@ CStripe::CStripe(std::shared_ptr<StripePool> pool, KxColorSpace colorSpace, std:
 
 CStripe::~CStripe() { m_pool->give(std::move(m_block), m_blockBytes); }
 
-std::int32_t CStripe::usualCapacity(KxColorSpace colorSpace, std::int32_t width) noexcept {
-  const std::size_t line = std::max<std::size_t>(expectedLineBytes(colorSpace, width), 1);
-  return std::max(kLeastLines, static_cast<std::int32_t>(kStripeBytes / line));
+std::int32_t CStripe::usualCapacity(KxColorSpace colorSpace, std::int32_t width, Bitonal bitonal) noexcept {
+  const bool packed = isRunList(colorSpace) && bitonal == Bitonal::Packed;
+  const std::size_t line = std::max<std::size_t>(expectedLineBytes(colorSpace, width, packed), 1);
+  return std::max(kLeastLines, static_cast<std::int32_t>((packed ? kPackedStripeBytes : kStripeBytes) / line));
 }
 
 void CStripe::setPalette(const KXRGBQUAD* entries, int count) noexcept {
@@ -115,7 +125,25 @@ KxSize* CStripe::GetSize(KxSize* out) {
 const std::uint8_t* CStripe::GetLine(std::int32_t i) {
   assert(i >= 0 && i < m_lines);
   const auto line = static_cast<std::size_t>(i);
+  if (m_packed) {
+    std::call_once(m_runsMade, [this] { makeRuns(); });
+    return reinterpret_cast<const std::uint8_t*>(m_runs.data()) + m_offsets[line];
+  }
   return m_block.get() + (isRunList(m_colorSpace) ? m_offsets[line] : line * m_lineBytes);
+}
+
+void CStripe::makeRuns() {
+  const auto room = static_cast<std::size_t>(m_width) + 4;
+  m_offsets.reserve(static_cast<std::size_t>(m_lines));
+  std::size_t used = 0;
+  for (std::int32_t i = 0; i < m_lines; ++i) {
+    if (m_runs.size() < used + room) m_runs.resize(std::max(used + room, 2 * m_runs.size()));
+    m_offsets.push_back(used * sizeof(std::uint32_t));
+    const std::size_t runs =
+        bitsToRuns(m_block.get() + static_cast<std::size_t>(i) * m_lineBytes, m_width, m_runs.data() + used);
+    m_runs[used + 2 * runs + 1] = 0;
+    used += runListBytes(runs) / sizeof(std::uint32_t);
+  }
 }
 
 int CStripe::AddToRaster(std::int32_t first, IRStor* raster) { return ScanBuffer_AddToRaster(this, first, raster); }
@@ -126,7 +154,8 @@ int CStripe::AppendBuffer(IScanBuffer* /*other*/) { return 0; }
 
 int CStripe::QueryInterface(const std::type_info& wanted, void** out) {
   if (wanted == typeid(IContiguousLines) && isRunList(m_colorSpace)) return 0;
-  return detail::answerQuery<IScanBuffer, IContiguousLines>(this, wanted, out);
+  if (wanted == typeid(IPackedLines) && !m_packed) return 0;
+  return detail::answerQuery<IScanBuffer, IContiguousLines, IPackedLines>(this, wanted, out);
 }
 
 }  // namespace quillbay

@@ -26,19 +26,22 @@ class StripePool {
   std::vector<Block> m_blocks;
 };
 
-/// The stripe that units hand on. Two shapes:
+/// The stripe that units hand on. Three shapes:
 /// - lines of equal length in one block, filled in place (`data`, `setLineCount`), without a copy;
-/// - run lists, appended one after another into one block (`appendRuns`).
+/// - run lists, appended one after another into one block (`appendRuns`);
+/// - packed bitonal lines, filled in place like the first; their run lists are made when somebody asks for them.
 /// Filled by one thread; not changed any more once it was handed to a sink.
-class CStripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
+class CStripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines, IPackedLines> {
  public:
+  enum class Bitonal { Runs, Packed };
   /// Room for `capacity` lines of `width` pixels; for run lists, for `capacity` lines of about `width` pixels
   /// (grows).
   CStripe(std::shared_ptr<StripePool> pool, KxColorSpace colorSpace, std::int32_t width, std::int32_t capacity,
-          std::uint32_t dpi);
+          std::uint32_t dpi, Bitonal bitonal = Bitonal::Runs);
 
   /// Lines that a stripe of about 1 MiB holds: at least 16.
-  [[nodiscard]] static std::int32_t usualCapacity(KxColorSpace colorSpace, std::int32_t width) noexcept;
+  [[nodiscard]] static std::int32_t usualCapacity(KxColorSpace colorSpace, std::int32_t width,
+                                                  Bitonal bitonal = Bitonal::Runs) noexcept;
 
   [[nodiscard]] std::uint8_t* data() noexcept { return m_block.get(); }
   [[nodiscard]] std::size_t lineBytes() const noexcept { return m_lineBytes; }
@@ -65,22 +68,27 @@ class CStripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
   int AppendBuffer(IScanBuffer* other) override;
   const std::uint8_t* GetBytes() override { return m_block.get(); }
   std::size_t GetStride() override { return m_lineBytes; }
+  const std::uint8_t* GetBits() override { return m_block.get(); }
   int QueryInterface(const std::type_info& wanted, void** out) override;
 
  private:
   ~CStripe() override;
+  void makeRuns();
 
   std::shared_ptr<StripePool> m_pool;
   KxColorSpace m_colorSpace;
   std::int32_t m_width;
   std::int32_t m_capacity;
   std::uint32_t m_dpi;
+  bool m_packed;
   std::size_t m_lineBytes;  // 0 for run lists
   std::size_t m_blockBytes;
   StripePool::Block m_block;
   std::int32_t m_lines = 0;
   std::vector<std::size_t> m_offsets;  // run lists: where each line begins in the block
   std::size_t m_used = 0;              // run lists: bytes used of the block
+  std::once_flag m_runsMade;           // packed: guards the making of the next, and of the offsets
+  std::vector<std::uint32_t> m_runs;   // packed: the run lists, in words
   KXRGBQUAD m_palette[256];
 };
 

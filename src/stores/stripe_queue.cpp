@@ -10,6 +10,9 @@ std::int64_t stripeBytes(IScanBuffer* stripe) {
   const KxColorSpace colorSpace = stripe->GetColorSpace();
   if (!isRunList(colorSpace))
     return static_cast<std::int64_t>(fixedLineBytes(colorSpace, size.width)) * size.height;
+  if (const auto packed = query<IPackedLines>(stripe)) {
+    return static_cast<std::int64_t>(packed->GetStride()) * size.height;
+  }
   std::int64_t bytes = 0;
   for (std::int32_t i = 0; i < size.height; ++i) {
     const auto* runs = reinterpret_cast<const std::uint32_t*>(stripe->GetLine(i));

@@ -109,18 +109,25 @@ TestPage makePage(KxColorSpace colorSpace, std::int32_t width, std::int32_t heig
 namespace {
 
 /// A stripe of some lines of a page, in memory of its own so that a reader of freed stripes is found out.
-class TestStripe : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
+class TestStripe : public CKxUnknownImpl<IScanBuffer, IContiguousLines, IPackedLines> {
  public:
   TestStripe(const TestPage& page, std::int32_t first, std::int32_t lines, bool contiguous)
-      : m_page(page), m_contiguous(contiguous && !isRunList(page.colorSpace)) {
+      : m_page(page),
+        m_contiguous(contiguous && !isRunList(page.colorSpace)),
+        m_packed(contiguous && isRunList(page.colorSpace)) {
     for (std::int32_t i = 0; i < lines; ++i) {
       const auto& line = page.lines[static_cast<std::size_t>(first + i)];
       m_offsets.push_back(m_bytes.size());
       m_bytes.insert(m_bytes.end(), line.begin(), line.end());
+      const auto& bits = page.seen[static_cast<std::size_t>(first + i)];
+      if (m_packed) m_bits.insert(m_bits.end(), bits.begin(), bits.end());
     }
     std::copy(page.palette.begin(), page.palette.end(), m_palette);
   }
-  ~TestStripe() override { std::fill(m_bytes.begin(), m_bytes.end(), std::uint8_t{0xdd}); }
+  ~TestStripe() override {
+    std::fill(m_bytes.begin(), m_bytes.end(), std::uint8_t{0xdd});
+    std::fill(m_bits.begin(), m_bits.end(), std::uint8_t{0xdd});
+  }
   KxSize* GetSize(KxSize* out) override {
     *out = {m_page.width, static_cast<std::int32_t>(m_offsets.size())};
     return out;
@@ -136,16 +143,21 @@ class TestStripe : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
   int CreateRaster(IRStor**) override { return 0; }
   int AppendBuffer(IScanBuffer*) override { return 0; }
   const std::uint8_t* GetBytes() override { return m_bytes.data(); }
-  std::size_t GetStride() override { return fixedLineBytes(m_page.colorSpace, m_page.width); }
+  const std::uint8_t* GetBits() override { return m_bits.data(); }
+  std::size_t GetStride() override {
+    return m_packed ? (static_cast<std::size_t>(m_page.width) + 7) / 8
+                    : fixedLineBytes(m_page.colorSpace, m_page.width);
+  }
   int QueryInterface(const std::type_info& wanted, void** out) override {
     if (wanted == typeid(IContiguousLines) && !m_contiguous) return 0;
+    if (wanted == typeid(IPackedLines) && !m_packed) return 0;
     return CKxUnknownImpl::QueryInterface(wanted, out);
   }
 
  private:
   const TestPage& m_page;
-  bool m_contiguous;
-  std::vector<std::uint8_t> m_bytes;
+  bool m_contiguous, m_packed;
+  std::vector<std::uint8_t> m_bytes, m_bits;
   std::vector<std::size_t> m_offsets;
   KXRGBQUAD m_palette[256];
 };

@@ -44,7 +44,7 @@ struct TestPage {
 
 /// How a page comes to the channel.
 enum class Source {
-  Stripes,       ///< as stripes in one piece of memory
+  Stripes,       ///< as stripes in one piece of memory, bitonal ones packed
   LooseStripes,  ///< as stripes that only offer lines
   Growing,       ///< line by line, the height grows while it is read
   Stored,        ///< a raster that holds it

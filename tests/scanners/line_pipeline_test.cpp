@@ -205,12 +205,43 @@ TEST(LinePipeline, LinesOfManyRunsFillAStripeEarly) {
     largest = std::max(largest, static_cast<std::size_t>(size.height) * runListBytes(8000));
     return 1;
   };
-  LinePipeline pipeline({0, DeviceSamples::Bits, 16000, 300}, &sink);
-  const std::vector<std::uint8_t> line(2000, 0x55);
+  LinePipeline pipeline({0, DeviceSamples::Grey8, 16000, 300}, &sink);
+  std::vector<std::uint8_t> line(16000, 0);
+  for (std::size_t x = 1; x < line.size(); x += 2) line[x] = 255;
   EXPECT_EQ(pipeline.push(line.data(), 0, 400), 1);
   pipeline.flush();
   EXPECT_EQ(sink.lineCount, 400);
   EXPECT_LT(largest, std::size_t{2} << 20);
+}
+
+TEST(LinePipeline, PackedLinesStayPackedAndGiveTheSameRuns) {
+  for (const std::int32_t width : {1, 7, 64, 65, 1003}) {
+    SCOPED_TRACE(width);
+    RecordingSink sink;
+    std::vector<std::uint8_t> line((static_cast<std::size_t>(width) + 7) / 8);
+    std::uint32_t seed = 5;
+    for (auto& byte : line) byte = static_cast<std::uint8_t>((seed = seed * 1103515245U + 12345U) >> 16);
+    std::vector<std::uint32_t> wanted(static_cast<std::size_t>(width) + 4);
+    const std::size_t runs = bitsToRuns(line.data(), width, wanted.data());
+    int checked = 0;
+    sink.onStripe = [&](IScanBuffer* stripe) {
+      const auto packed = query<IPackedLines>(stripe);
+      EXPECT_TRUE(packed);
+      KxSize size;
+      stripe->GetSize(&size);
+      for (std::int32_t i = 0; packed && i < size.height; ++i, ++checked) {
+        EXPECT_EQ(std::memcmp(packed->GetBits() + static_cast<std::size_t>(i) * packed->GetStride(), line.data(),
+                              line.size()),
+                  0);
+        EXPECT_EQ(std::memcmp(stripe->GetLine(i), wanted.data(), runListBytes(runs) - 4), 0);
+      }
+      return 1;
+    };
+    LinePipeline pipeline({0, DeviceSamples::Bits, width, 300, 128, nullptr, 3}, &sink);
+    EXPECT_EQ(pipeline.push(line.data(), 0, 5), 1);
+    pipeline.flush();
+    EXPECT_EQ(checked, 5);
+  }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <memory>
 #include <mutex>
 #include <thread>
+#include <type_traits>
 #include <vector>
 
 #include "channels/codec/byte_buffer.h"
@@ -26,11 +27,18 @@ class Band {
   /// Gives the blocks back.
   void clear() noexcept;
   [[nodiscard]] std::int32_t lines() const noexcept { return m_lines; }
-  /// Calls `take(line bytes)` for each line, top line first.
+  /// Calls `take(line bytes)` for each line, top line first; with a second parameter it is told whether a bitonal
+  /// line is packed.
   template <class Take>
   void eachLine(Take take) const {
     for (const Part& part : m_parts) {
-      for (std::int32_t i = 0; i < part.count; ++i) take(part.line(i));
+      for (std::int32_t i = 0; i < part.count; ++i) {
+        if constexpr (std::is_invocable_v<Take, const std::uint8_t*, bool>) {
+          take(part.line(i), part.block.packed != 0);
+        } else {
+          take(part.line(i));
+        }
+      }
     }
   }
   /// The lines where they follow one another without gaps in one piece of memory; else null.

@@ -1,7 +1,9 @@
 #pragma once
 #include <algorithm>
+#include <bit>
 #include <cstdint>
 #include <cstring>
+#include <vector>
 
 #include "quillbay/color_space.h"
 
@@ -40,6 +42,28 @@ inline void setBits(std::uint8_t* bits, std::int32_t first, std::int32_t end) no
 inline void runsToBits(const std::uint32_t* runs, std::int32_t width, std::uint8_t* bits) {
   std::memset(bits, 0, (static_cast<std::size_t>(width) + 7) / 8);
   eachRun(runs, width, [bits](std::int32_t first, std::int32_t end) { setBits(bits, first, end); });
+}
+
+/// Appends the places where a line of bits changes its colour, the first one to black; an even number of them, so
+/// that black up to the end changes at `width`.
+inline void appendBitChanges(const std::uint8_t* bits, std::int32_t width, std::vector<std::int32_t>& changes) {
+  std::uint64_t before = 0;  // the pixel left of the word
+  for (std::int32_t x = 0; x < width; x += 64) {
+    const std::int32_t pixels = std::min(64, width - x);
+    std::uint64_t word = 0;
+    std::uint8_t bytes[8] = {};
+    std::memcpy(bytes, bits + x / 8, (static_cast<std::size_t>(pixels) + 7) / 8);
+    for (const std::uint8_t byte : bytes) word = word << 8 | byte;
+    if (pixels < 64) word &= ~(~std::uint64_t{0} >> pixels);
+    std::uint64_t edges = word ^ (word >> 1 | before << 63);
+    while (edges != 0) {
+      const int lead = std::countl_zero(edges);
+      changes.push_back(x + lead);
+      edges &= ~(std::uint64_t{1} << 63 >> lead);
+    }
+    before = word & 1;
+  }
+  if (changes.size() % 2 != 0) changes.push_back(width);
 }
 
 /// The run list of a line of bits (1 is foreground), with its `RunEnd` and a zero word; `runs` has room for

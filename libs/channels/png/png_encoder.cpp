@@ -61,10 +61,10 @@ class PngEncoder final : public IBandEncoder {
     const std::size_t size = m_format.lineBytes();
     const std::uint8_t* above = nullptr;  // bands are encoded apart: the first line does not look up
     std::size_t current = 0;
-    band.eachLine([&](const std::uint8_t* line) {
+    band.eachLine([&](const std::uint8_t* line, bool packed) {
       if (!m_format.isFiltered()) {
         *to = kFilterNone;
-        plainLine(line, to + 1);
+        plainLine(line, packed, to + 1);
       } else {
         const std::uint8_t* colours = line;
         if (m_format.colorSpace == KxColorSpace::Bgr) {
@@ -78,13 +78,17 @@ class PngEncoder final : public IBandEncoder {
     });
   }
 
-  void plainLine(const std::uint8_t* line, std::uint8_t* to) const {
+  void plainLine(const std::uint8_t* line, bool packed, std::uint8_t* to) const {
     const std::size_t size = m_format.lineBytes();
     if (!isRunList(m_format.colorSpace)) {
       std::memcpy(to, line, size);
       return;
     }
-    runsToBits(reinterpret_cast<const std::uint32_t*>(line), m_format.width, to);
+    if (packed) {
+      std::memcpy(to, line, size);
+    } else {
+      runsToBits(reinterpret_cast<const std::uint32_t*>(line), m_format.width, to);
+    }
     for (std::size_t i = 0; i < size; ++i) to[i] = static_cast<std::uint8_t>(~to[i]);  // 1 is white
   }
 

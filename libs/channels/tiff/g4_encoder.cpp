@@ -49,8 +49,13 @@ void putRun(BitWriter& out, std::int32_t pixels, bool black) noexcept {
 
 /// Where the colour changes: even places to black, odd ones to white, then the width five times, so that the coder
 /// may look ahead.
-void findChanges(const std::uint8_t* line, std::int32_t width, std::vector<std::int32_t>& changes) {
+void findChanges(const std::uint8_t* line, bool packed, std::int32_t width, std::vector<std::int32_t>& changes) {
   changes.clear();
+  if (packed) {
+    appendBitChanges(line, width, changes);
+    changes.insert(changes.end(), 5, width);
+    return;
+  }
   eachRun(reinterpret_cast<const std::uint32_t*>(line), width, [&changes](std::int32_t first, std::int32_t end) {
     if (!changes.empty() && changes.back() == first) {
       changes.back() = end;
@@ -102,14 +107,14 @@ void G4Encoder::encode(const Band& band, ByteBuffer& out) {
   std::uint8_t* base = out.room(room);
   BitWriter bits(base);
   m_above.assign(5, m_width);
-  band.eachLine([&](const std::uint8_t* line) {
+  band.eachLine([&](const std::uint8_t* line, bool packed) {
     if (base + room < bits.end() + lineRoom) {
       const auto used = static_cast<std::size_t>(bits.end() - base);
       room = 2 * room + lineRoom;
       base = out.grow(used, room);
       bits.moved(base + used);
     }
-    findChanges(line, m_width, m_line);
+    findChanges(line, packed, m_width, m_line);
     putLine(bits, m_line.data(), m_above.data(), m_width);
     std::swap(m_line, m_above);
   });

@@ -25,7 +25,7 @@ void toRgb(const std::uint8_t* from, std::int32_t pixels, std::uint8_t* to) noex
   }
 }
 
-void convertLine(const StripFormat& format, const std::uint8_t* line, std::uint8_t* to) {
+void convertLine(const StripFormat& format, const std::uint8_t* line, bool packed, std::uint8_t* to) {
   switch (format.colorSpace) {
     case KxColorSpace::Bgr: return toRgb<3, 2, 0>(line, format.width, to);
     case KxColorSpace::Rgba: return toRgb<4, 0, 2>(line, format.width, to);
@@ -33,7 +33,12 @@ void convertLine(const StripFormat& format, const std::uint8_t* line, std::uint8
     case KxColorSpace::Grey:
     case KxColorSpace::Palette:
     case KxColorSpace::Rgb: std::memcpy(to, line, format.lineBytes()); return;
-    default: runsToBits(reinterpret_cast<const std::uint32_t*>(line), format.width, to);
+    default: break;
+  }
+  if (packed) {
+    std::memcpy(to, line, format.lineBytes());
+  } else {
+    runsToBits(reinterpret_cast<const std::uint32_t*>(line), format.width, to);
   }
 }
 
@@ -66,15 +71,15 @@ class BytesEncoder : public IBandEncoder {
   void fill(const Band& band, std::uint8_t* to) {
     const std::size_t lineBytes = m_format.lineBytes();
     const auto step = static_cast<std::size_t>(m_format.samples());
-    band.eachLine([&](const std::uint8_t* line) {
+    band.eachLine([&](const std::uint8_t* line, bool packed) {
       if (m_format.predictor && m_format.isVerbatim()) {
         storeDifferences(line, lineBytes, step, to);
       } else if (m_format.predictor) {
         std::uint8_t* converted = m_line.room(lineBytes);
-        convertLine(m_format, line, converted);
+        convertLine(m_format, line, packed, converted);
         storeDifferences(converted, lineBytes, step, to);
       } else {
-        convertLine(m_format, line, to);
+        convertLine(m_format, line, packed, to);
       }
       to += lineBytes;
     });
@@ -90,8 +95,8 @@ class PlainEncoder final : public IBandEncoder {
     const std::size_t lineBytes = m_format.lineBytes();
     const std::size_t size = lineBytes * static_cast<std::size_t>(band.lines());
     std::uint8_t* to = out.room(size);
-    band.eachLine([&](const std::uint8_t* line) {
-      convertLine(m_format, line, to);
+    band.eachLine([&](const std::uint8_t* line, bool packed) {
+      convertLine(m_format, line, packed, to);
       to += lineBytes;
     });
     out.setSize(size);
