@@ -36,6 +36,11 @@ function(quillbay_library name)
   endif()
 endfunction()
 
+# Everything with the label "threads", for the thread sanitizer.
+if(QUILLBAY_TESTS)
+  add_custom_target(threaded-tests)
+endif()
+
 # quillbay_test(NAME [QT] SOURCES ... LIBS ... [LABELS ...] [ENVIRONMENT ...])
 # One test executable per folder, one CTest entry per GoogleTest case.
 function(quillbay_test name)
@@ -44,6 +49,9 @@ function(quillbay_test name)
     set(arg_LABELS unit)  # an empty one would be dropped from the list of properties
   endif()
   add_executable(test_${name} ${arg_SOURCES})
+  if("threads" IN_LIST arg_LABELS)
+    add_dependencies(threaded-tests test_${name})
+  endif()
   target_link_libraries(test_${name} PRIVATE ${arg_LIBS} quillbay_options)
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   if(arg_QT)

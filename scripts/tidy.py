@@ -1,13 +1,17 @@
 #!/usr/bin/env python3
 """Runs clang-tidy over our own sources of a build tree, all cores, and prints only what it finds.
 
-usage: tidy.py BUILD_FOLDER. Sources that passed are remembered there by the content of all that went in.
+usage: tidy.py BUILD_FOLDER WORK_FOLDER
+
+Sources that passed are remembered in the work folder by the content of all that went in. Precompiled headers are left
+out: those of the compiler are no use to clang.
 """
 import concurrent.futures
 import hashlib
 import json
 import os
 import pathlib
+import re
 import subprocess
 import sys
 
@@ -24,19 +28,27 @@ def headers_digest():
     return digest.hexdigest()
 
 
+def without_precompiled(commands):
+    for entry in commands:
+        entry["command"] = re.sub(r"-Winvalid-pch|-include \S+cmake_pch\.hxx", "", entry["command"])
+    return commands
+
+
 def main():
-    build = pathlib.Path(sys.argv[1]).resolve()
-    commands = json.loads((build / "compile_commands.json").read_text())
+    build, work = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2]).resolve()
+    work.mkdir(parents=True, exist_ok=True)
+    commands = without_precompiled(json.loads((build / "compile_commands.json").read_text()))
+    (work / "compile_commands.json").write_text(json.dumps(commands))
     ours = sorted({c["file"] for c in commands
                    if any(c["file"].startswith(f"{ROOT}/{d}/") for d in ("src", "libs", "apps"))})
-    seen_path = build / "tidy-passed.json"
+    seen_path = work / "tidy-passed.json"
     seen = json.loads(seen_path.read_text()) if seen_path.exists() else {}
     base = headers_digest()
     keys = {f: hashlib.sha256(base.encode() + pathlib.Path(f).read_bytes()).hexdigest() for f in ours}
     todo = [f for f in ours if seen.get(f) != keys[f]]
 
     def run(source):
-        done = subprocess.run(["clang-tidy-16", "--quiet", "-p", str(build), source],
+        done = subprocess.run(["clang-tidy-16", "--quiet", "-p", str(work), source],
                               capture_output=True, text=True, check=False)
         return source, done.returncode, done.stdout, done.stderr
 

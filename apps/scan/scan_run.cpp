@@ -71,8 +71,10 @@ int ScanRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
 
 void ScanRun::OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) {
   m_status = statusOf(cause, fault, pages);
-  const bool ownWish = cause == EndCause::Stopped || fault.code == UnitFaultCode::Cancelled;
-  if (m_status != kDone && !ownWish && !fault.text.empty()) m_reporter.error(fault.text);
+  // The unit's fault tells of a stop too; it is news only when the scanner itself made it.
+  const bool isNews =
+      cause == EndCause::Stopped ? Interrupts::number() == 0 : fault.code != UnitFaultCode::Cancelled;
+  if (m_status != kDone && isNews && !fault.text.empty()) m_reporter.error(fault.text);
   m_reporter.ended(cause, fault, pages, m_status);
   m_loop.quit();
 }

@@ -67,7 +67,8 @@ class IQuillbayControl : public IKxUnknown {
   virtual int GetParam(std::string_view key, CKxVariant* out) = 0;
   /// The names that `SetParam` and `GetParam` know.
   [[nodiscard]] virtual std::vector<std::string> GetParamKeys() = 0;
-  /// Every key that a page of the current mode or the destination knows, with its value: what `IQuillbaySink::ApplyParams` takes.
+  /// Every key that a page of the current mode or the destination knows, with its value: what
+  /// `IQuillbaySink::ApplyParams` takes.
   virtual int GetPageParams(IParam* out) = 0;
   /// Starts, later on this thread. `count` pages for a batch, 0: until no document comes. Answers 1, or 0 when
   /// something runs already.

@@ -34,6 +34,8 @@ bool isObject(const CKxVariant& value) noexcept { return value.get<KxPtr<IKxUnkn
 
 }  // namespace
 
+bool ParamTree::isEmpty() const noexcept { return values.empty() && stores.empty(); }
+
 const CKxVariant* ParamTree::findValue(std::string_view key) const noexcept {
   const auto found = findNamed(values, key);
   return found == values.end() ? nullptr : &found->second;
@@ -60,7 +62,9 @@ void ParamTree::removeValue(std::string_view key) {
 
 ParamTree& ParamTree::store(std::string_view name) {
   const auto found = findNamed(stores, name);
-  return found == stores.end() ? stores.emplace_back(name, ParamTree{}).second : found->second;
+  if (found != stores.end()) return found->second;
+  stores.push_back({std::string(name), {}});
+  return stores.back().second;
 }
 
 void ParamTree::removeStore(std::string_view name) {

@@ -8,13 +8,15 @@
 
 namespace quillbay {
 
+struct NestedTree;
+
 /// What a parameter set with all its nested sets held at one moment. A plain value, independent of the set.
 /// Names are unique without regard to case.
 struct ParamTree {
   std::vector<std::pair<std::string, CKxVariant>> values;
-  std::vector<std::pair<std::string, ParamTree>> stores;
+  std::vector<NestedTree> stores;
 
-  [[nodiscard]] bool isEmpty() const noexcept { return values.empty() && stores.empty(); }
+  [[nodiscard]] bool isEmpty() const noexcept;
   [[nodiscard]] const CKxVariant* findValue(std::string_view key) const noexcept;
   [[nodiscard]] const ParamTree* findStore(std::string_view name) const noexcept;
   void setValue(std::string_view key, const CKxVariant& value);
@@ -25,6 +27,12 @@ struct ParamTree {
 
   /// Writes all values and nested sets over those of `set`; what is missing here stays there.
   void writeTo(IParam* set) const;
+};
+
+/// A nested tree with its name.
+struct NestedTree {
+  std::string first;
+  ParamTree second;
 };
 
 /// Whether values that are objects belong to a tree; a file cannot hold them.
