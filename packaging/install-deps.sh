@@ -1,16 +1,20 @@
 #!/bin/sh
-# Installs what building, testing and measuring need, from Debian's packages. Does nothing when all of it is there.
+# Installs what is needed from Debian's packages; does nothing when all of it is there.
+# usage: install-deps.sh [build]    with "build" only what building and running need, else what tests need as well
 set -eu
 
 build="build-essential cmake ninja-build pkg-config ca-certificates git
   qt6-base-dev qt6-base-dev-tools libgl1-mesa-dev
-  libsane-dev libtiff-dev libdeflate-dev libpng-dev zlib1g-dev libzstd-dev libgtest-dev"
+  libsane-dev libtiff-dev libdeflate-dev libpng-dev zlib1g-dev libzstd-dev"
 run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
-check="clang-format-16 clang-tidy-16 python3"
+check="libgtest-dev clang-format-16 clang-tidy-16 python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales"
 
+wanted="$build $run"
+[ "${1:-}" = build ] || wanted="$wanted $check $tests"
+
 missing=""
-for package in $build $run $check $tests; do
+for package in $wanted; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q '^install ok installed' || missing="$missing $package"
 done
 [ -n "$missing" ] || exit 0

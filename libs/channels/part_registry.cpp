@@ -75,7 +75,9 @@ void deletePart(WritingFile& part) noexcept {
   logLine(LogLevel::Warning, kCategory, part.file().path() + " was not deleted: " + fio::errorText(errno));
 }
 
-void PublishPart(const std::string& fileName, bool mayReplace) {
+void PublishPart(const std::string& fileName, bool mayReplace) { PublishPartAs(fileName, fileName, mayReplace); }
+
+void PublishPartAs(const std::string& fileName, const std::string& newName, bool mayReplace) {
   std::unique_ptr<WritingFile> part = PartRegistry::instance().take(fileName);
   const bool ours = part != nullptr;
   if (!ours) {  // what an earlier, killed run left
@@ -88,7 +90,7 @@ void PublishPart(const std::string& fileName, bool mayReplace) {
       throw CXFileException("publish " + fileName + ": " + part->file().path() + " holds no finished page",
                             fileName);
     }
-    publishPart(*part, fileName, mayReplace);
+    publishPart(*part, newName, mayReplace);
   } catch (...) {
     if (ours) PartRegistry::instance().keep(fileName, std::move(part));
     throw;
@@ -111,7 +113,7 @@ std::string SetAsideLeftover(const std::string& fileName) {
   try {
     const PageFile held(part, PageFile::Mode::Append);  // its lock: nobody starts to write it meanwhile
     for (int i = 1;; ++i) {
-      const std::string aside = part + "." + std::to_string(i);
+      std::string aside = part + "." + std::to_string(i);
       try {
         fio::publish(part, aside, false);
         return aside;

@@ -65,7 +65,7 @@ std::string findHelper(const std::string& programFolder) {
   folders.emplace_back(QUILLBAY_LIBEXEC_DIR);
   folders.emplace_back(QUILLBAY_BUILD_BIN_DIR);
   for (const std::string& folder : folders) {
-    const std::string path = fio::withDelimiter(folder) + kHelper;
+    std::string path = fio::withDelimiter(folder) + kHelper;
     if (access(path.c_str(), X_OK) == 0) return path;
   }
   return {};

@@ -19,7 +19,7 @@ constexpr int kDefaultThreshold = 128;
 }  // namespace
 
 std::shared_ptr<SaneCore> SaneCore::open(IApp* app, const std::string& device) {
-  const std::shared_ptr<SaneCore> core(new SaneCore(app, device));
+  std::shared_ptr<SaneCore> core(new SaneCore(app, device));
   SaneThread::instance().call(app, [&] {
     core->m_device = std::make_unique<SaneDevice>(device);
     core->learn();

@@ -102,8 +102,7 @@ SANE_Status SaneDevice::start(const std::atomic<bool>& stop) {
   ignoreSigpipe();
   // The network driver sends start and cancel over one connection, where they would get mixed up; its reads have
   // another.
-  const bool mayInterrupt = m_name.substr(0, 4) != "net:";
-  return interruptible(stop, mayInterrupt, [&] { return sane_start(m_handle); });
+  return interruptible(stop, !isRemote(), [&] { return sane_start(m_handle); });
 }
 
 SANE_Status SaneDevice::read(std::uint8_t* to, SANE_Int room, SANE_Int* got, const std::atomic<bool>& stop) {

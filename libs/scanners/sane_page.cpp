@@ -17,6 +17,7 @@ namespace quillbay {
 namespace {
 
 constexpr std::size_t kReadBytes = std::size_t{1} << 20;
+constexpr int kEmptyReadsToAsk = 1000;  // of a millisecond each
 constexpr std::size_t kPrescanStripeBytes = std::size_t{64} << 10;
 
 bool isThreePass(SANE_Frame format) noexcept {
@@ -105,7 +106,7 @@ void SanePage::noteTail(std::size_t bytes) const {
 }
 
 std::size_t SanePage::readSome(std::uint8_t* to, std::size_t room) {
-  for (;;) {
+  for (int empty = 1;; ++empty) {
     goOn(m_sink->QueryContinue());
     SANE_Int got = 0;
     const SANE_Status status =
@@ -116,6 +117,8 @@ std::size_t SanePage::readSome(std::uint8_t* to, std::size_t room) {
     if (got > 0) return static_cast<std::size_t>(got);
     // Nothing yet, although reads block: some drivers poll. Do not spin.
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    // The network driver says "nothing yet" for ever when its server has gone; a question to the server fails.
+    if (empty % kEmptyReadsToAsk == 0 && m_device.isRemote()) m_device.parameters();
   }
 }
 

@@ -149,7 +149,8 @@ void applyArea(SaneDevice& device, const ScanWish& wish, double dpi) {
   double low = bottomOf(device, wish);
   if (isPixels && !(isOpenEnd && low == limitOf(bottom))) low *= unit;  // a limit is in pixels already
   applyPageSize(device, low);
-  if (!(right = device.settable("br-x"))) return;
+  right = device.settable("br-x");
+  if (!right) return;
   const double widest = limitOf(right);
   const double left = wish.hasRect ? wish.rect.left * unit : right->min;
   const double top = wish.hasRect ? wish.rect.top * unit : 0;

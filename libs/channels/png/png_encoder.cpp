@@ -16,8 +16,8 @@ constexpr std::uint8_t kFilterNone = 0, kFilterSub = 1, kFilterUp = 2;
 std::uint64_t weight(const std::uint8_t* bytes, std::size_t size) noexcept {
   std::uint64_t sum = 0;
   for (std::size_t i = 0; i < size; ++i) {
-    const int value = static_cast<std::int8_t>(bytes[i]);
-    sum += static_cast<unsigned>(std::abs(value));
+    // The differences are signed: 255 is one below.
+    sum += bytes[i] < 128 ? bytes[i] : 256U - bytes[i];
   }
   return sum;
 }

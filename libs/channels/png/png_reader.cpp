@@ -2,6 +2,7 @@
 
 #include <png.h>
 
+#include <cmath>
 #include <csetjmp>
 #include <cstdint>
 #include <vector>
@@ -64,7 +65,7 @@ void readHead(PngJob& job) {
   job.height = png_get_image_height(job.png, job.info);
   job.colorType = png_get_color_type(job.png, job.info);
   const int depth = png_get_bit_depth(job.png, job.info);
-  job.dpi = static_cast<std::uint32_t>(png_get_x_pixels_per_meter(job.png, job.info) * 0.0254 + 0.5);
+  job.dpi = static_cast<std::uint32_t>(std::lround(png_get_x_pixels_per_meter(job.png, job.info) * 0.0254));
   job.bitonal = job.colorType == PNG_COLOR_TYPE_GRAY && depth == 1;
   if (depth == 16) png_set_strip_16(job.png);
   if (job.colorType == PNG_COLOR_TYPE_GRAY && depth < 8 && !job.bitonal) png_set_expand_gray_1_2_4_to_8(job.png);

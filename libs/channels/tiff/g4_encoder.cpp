@@ -89,7 +89,8 @@ void putLine(BitWriter& out, const std::int32_t* line, const std::int32_t* above
       line += 2;
       continue;
     }
-    out.put(g4::kVertical[static_cast<std::size_t>(a1 - b1 + 3)]);
+    const std::int32_t offset = a1 - b1 + 3;
+    out.put(g4::kVertical[static_cast<std::size_t>(offset)]);
     a0 = a1;
     ++line;
     // The other colour's changes are at the other places; the one just before may still lie right of a0.

@@ -70,7 +70,7 @@ TiffPage::TiffPage(const EdgeFile& file, const TiffState& before, const QbPage& 
     m_colorMap.resize(std::size_t{3} * 256);
     for (int i = 0; i < std::min(page.palette_count, 256); ++i) {
       for (int c = 0; c < 3; ++c) {
-        m_colorMap[static_cast<std::size_t>(256 * c + i)] =
+        m_colorMap[std::size_t{256} * static_cast<std::size_t>(c) + static_cast<std::size_t>(i)] =
             static_cast<std::uint16_t>(page.palette[4 * i + c] * 257);
       }
     }

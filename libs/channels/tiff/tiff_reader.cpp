@@ -3,6 +3,7 @@
 #include <tiffio.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
@@ -118,7 +119,7 @@ class PageReader {
     const auto perUnit = static_cast<double>(tag<float>(m_tiff, TIFFTAG_XRESOLUTION, 0));
     const std::uint16_t unit = tag<std::uint16_t>(m_tiff, TIFFTAG_RESOLUTIONUNIT, RESUNIT_INCH);
     const double dpi = unit == RESUNIT_CENTIMETER ? perUnit * 2.54 : perUnit;
-    m_dpi = dpi >= 1 && dpi < 1e6 ? static_cast<std::uint32_t>(dpi + 0.5) : 0;
+    m_dpi = dpi >= 1 && dpi < 1e6 ? static_cast<std::uint32_t>(std::lround(dpi)) : 0;
   }
 
   [[noreturn]] void fail() const {
