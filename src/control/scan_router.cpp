@@ -89,6 +89,13 @@ ScanStarted ScanRouter::describe(const ScanPlan& plan, KxColorSpace colorSpace, 
   names.values.colorSpace = colorSpace;
   names.values.dpi = static_cast<std::int32_t>(dpi);
   started.output = nameAtStart(names, values.outputFile);
+  if (started.output.refused || started.output.path == values.outputFile) return started;
+  try {
+    fio::createFolder(fio::folderOf(started.output.path));  // its name may have changed, too
+  } catch (const CXException& e) {
+    started.output.refused = true;
+    started.output.why = e.what();
+  }
   return started;
 }
 
@@ -103,7 +110,10 @@ int ScanRouter::onStarted(KxColorSpace colorSpace, std::int64_t width, std::int6
     output.path = started.output.path;
     output.multiPage = current->names.values.multiPage != 0;
     output.publishAtEnd = current->publishAtEnd;
-    output.mayReplace = current->mayReplace;
+    // What the person agreed to was the prepared name.
+    const ScanValues& values = current->names.values;
+    output.mayReplace =
+        current->mayReplace && (values.fileFate == kFateOverwrite || output.path == values.outputFile);
     output.expectedLines = lines > 0 ? lines : current->expectedLines;
     store->SetOutput(output);
   }

@@ -1,0 +1,49 @@
+#include "control/scan_router.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+#include "stores/scan_to_file_stor.h"
+#include "support/temp_dir.h"
+
+namespace quillbay {
+namespace {
+
+TEST(ScanRouter, ANameThatChangesAtTheStartGetsItsFolderOrIsRefused) {
+  struct Case {
+    const char* why;
+    std::uint32_t dpi;
+    bool isFolderBlocked, refused;
+    const char* path;
+  };
+  const Case cases[] = {{"as prepared", 100, false, false, "/100/page.tif"},
+                        {"another resolution is another folder", 150, false, false, "/150/page.tif"},
+                        {"the folder cannot be made", 150, true, true, "/150/page.tif"}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    const test::TempDir out;
+    ScanSession session;
+    ScanRouter router(nullptr, &session);
+    const auto plan = std::make_shared<ScanPlan>();
+    ScanValues& v = plan->names.values;
+    v.dir = out.path() + "/<DPI>";
+    v.mask = "page";
+    v.useAutoCounter = 0;
+    v.dpi = 100;
+    v.colorSpace = KxColorSpace::Grey;
+    v.outputFile = buildOutputPath(plan->names);
+    std::filesystem::create_directory(out.path() + "/100");
+    if (c.isFolderBlocked) std::filesystem::create_symlink("nowhere/at/all", out.path() + "/150");
+    plan->destination = KxPtr<ISStripStor>::adopt(new CScanToFileStor(nullptr, nullptr));
+    router.arm(plan);
+    ASSERT_EQ(router.onStarted(KxColorSpace::Grey, 8, -1, c.dpi), 1);
+    const ScanStarted started = router.takeStarted();
+    EXPECT_EQ(started.output.path, out.path() + c.path);
+    EXPECT_EQ(started.output.refused, c.refused) << started.output.why;
+    EXPECT_EQ(std::filesystem::is_directory(out.path() + "/" + std::to_string(c.dpi)), !c.refused);
+  }
+}
+
+}  // namespace
+}  // namespace quillbay
