@@ -25,8 +25,8 @@ enum eTarnwellMode : std::int32_t {
 /// Answer of panel operations that need a window when there is none.
 inline constexpr int kNoWindow = 40;
 
-/// The host's handle on a panel; valid as long as its window. Any thread may call it: commands are posted.
-/// It also answers queries for `IQuillbayControl` and `IRGetSource`.
+/// The host's handle on a panel; without its window it answers `kNoWindow`. `ApplyParams` and `DoCommand` take
+/// calls of any thread: they are posted. It also answers queries for `IQuillbayControl` and `IRGetSource`.
 class IQuillbaySink : public IKxUnknown {
  public:
   /// Switches the synchronisation with the host's view. Answers 32 when the host gave no view.

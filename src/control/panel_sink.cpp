@@ -7,11 +7,20 @@
 
 namespace quillbay {
 
+void PanelSink::dialogIsGone() noexcept {
+  const std::lock_guard lock(m_mutex);
+  m_dialog = nullptr;
+}
+
 int PanelSink::EnableViewSync(int enable) { return m_dialog ? m_dialog->EnableViewSync(enable) : kNoWindow; }
 
-int PanelSink::ApplyParams(IParam* params) { return m_dialog ? m_dialog->ApplyParams(params) : kNoWindow; }
+int PanelSink::ApplyParams(IParam* params) {
+  const std::lock_guard lock(m_mutex);
+  return m_dialog ? m_dialog->ApplyParams(params) : kNoWindow;
+}
 
 int PanelSink::DoCommand(int code) {
+  const std::lock_guard lock(m_mutex);
   if (!m_dialog) return kNoWindow;
   m_dialog->clearBatch();
   switch (code) {

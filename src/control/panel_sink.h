@@ -1,4 +1,6 @@
 #pragma once
+#include <mutex>
+
 #include "quillbay/control.h"
 #include "quillbay/quillbay.h"
 
@@ -7,11 +9,12 @@ namespace quillbay {
 class CMaindlg;
 
 /// What a host holds of a panel: forwards to the dialog while it lives, and answers that there is no window
-/// afterwards. Commands are posted, so any thread may give them; everything else is the user-interface thread's.
+/// afterwards. Commands and parameters are posted, so any thread may give them; everything else is the
+/// user-interface thread's.
 class PanelSink final : public CKxUnknownImpl<IQuillbaySink, IQuillbayControl, IRGetSource> {
  public:
   explicit PanelSink(CMaindlg* dialog) : m_dialog(dialog) {}
-  void dialogIsGone() noexcept { m_dialog = nullptr; }
+  void dialogIsGone() noexcept;
 
   int EnableViewSync(int enable) override;
   int ApplyParams(IParam* params) override;
@@ -35,6 +38,7 @@ class PanelSink final : public CKxUnknownImpl<IQuillbaySink, IQuillbayControl, I
   int GetFlags() override { return 0; }
 
  private:
+  std::mutex m_mutex;  // held by whoever is not on the user-interface thread, and while the dialog goes
   CMaindlg* m_dialog;
 };
 
