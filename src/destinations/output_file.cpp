@@ -1,5 +1,7 @@
 #include "destinations/output_file.h"
 
+#include <cerrno>
+
 #include "destinations/disk_space.h"
 #include "destinations/file_names.h"
 #include "platform/base_services.h"
@@ -11,6 +13,7 @@ namespace quillbay {
 namespace {
 
 constexpr const char* kCategory = "quillbay.store";
+constexpr int kPublishTries = 100;  // somebody may be faster again
 
 bool mayOverwrite(IEvents* events, const std::string& path) {
   if (!events) return false;
@@ -79,6 +82,26 @@ PreparedFile PrepareOutputFile(CSharedScanParams& params, IEvents* events, bool 
   adopt(params, name);
   if (!ownPart && !setAsideLeftover(events, name.path)) return {};
   return {true, !params.values().multiPage && (asks || params.values().fileFate == kFateOverwrite)};
+}
+
+bool publishByRule(CSharedScanParams& params, IEvents* events) {
+  const std::string prepared = params.values().outputFile;
+  if (params.values().multiPage || !fio::exists(prepared) || !fio::exists(prepared + ".part")) return false;
+  for (int i = 0; i < kPublishTries; ++i) {
+    const OutputName name = applyExistsRule(makeNameContext(params));
+    const bool asks = name.refused && name.exists;
+    if (name.refused && !(asks && mayOverwrite(events, name.path))) return false;
+    try {
+      fio::createFolder(fio::folderOf(name.path));
+      PublishPartAs(prepared, name.path, asks || params.values().fileFate == kFateOverwrite);
+      adopt(params, name);
+      return true;
+    } catch (const CXFileException& e) {
+      logLine(LogLevel::Warning, kCategory, e.what());
+      if (e.systemError() != EEXIST) return false;
+    }
+  }
+  return false;
 }
 
 bool checkSpace(const ScanValues& values, IEvents* events, bool interactive) {

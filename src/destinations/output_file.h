@@ -23,6 +23,11 @@ void signalCannotWrite(IEvents* events, const std::string& path, const std::stri
 /// User-interface thread. `events` may be null; then nobody can be asked and "ask" refuses.
 [[nodiscard]] PreparedFile PrepareOutputFile(CSharedScanParams& params, IEvents* events, bool ownPart);
 
+/// A file appeared under the output file's name while a single page was scanned, and the page waits in its part:
+/// applies the rule for existing files once more, as `PrepareOutputFile`, and gives the page the name that comes
+/// out. False: it still waits there, or there is no such page.
+[[nodiscard]] bool publishByRule(CSharedScanParams& params, IEvents* events);
+
 /// Compares the folder's free space with the expected page. A warning goes to the host's log, and to the person
 /// when `interactive`; false, after event 9, when next to nothing is free.
 [[nodiscard]] bool checkSpace(const ScanValues& values, IEvents* events, bool interactive);

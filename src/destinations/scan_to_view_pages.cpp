@@ -41,6 +41,8 @@ int CScanToView::BeginScan() {
     if (!checkSpace(v, host.get(), isInteractive() && !v.batch)) return 0;
     m_mayReplace = prepared.mayReplace;
     remember();
+  } else {
+    m_params.quiet().outputFile.clear();  // no file: the rule for existing ones refuses nothing
   }
   installStore();
   return 1;
@@ -81,6 +83,7 @@ int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
   if (error.empty() && outcome && !finished && outcome->GetLines() == 0)
     error =
         formatText(Supp_Translate("The page has no lines; %s was not written."), {m_params.values().outputFile});
+  if (!error.empty() && publishByRule(m_params, events().get())) error.clear();
   if (!error.empty()) {
     m_openPart.clear();
     tell(error);
@@ -101,7 +104,7 @@ int CScanToView::handToHost(KxPtr<IRStor> raster) {
   const ScanValues& v = m_params.values();
   const KxPtr<IParam> arguments = new_MemParam();
   arguments->SetValue("RStor", raster.as<IKxUnknown>());
-  arguments->SetValue("FileName", v.outputFile);
+  arguments->SetValue("FileName", v.outputFile.empty() ? buildOutputPath(nameSnapshot()) : v.outputFile);
   if (v.multiPage) arguments->SetValue("Multipage", 1);
   if (v.batch) arguments->SetValue("BatchScan", 1);
   try {

@@ -75,6 +75,9 @@ KxPtr<IKxFileChanel> new_OpenFileChanel(IIOParams* params, const std::string& fi
 /// Never replaces a file unless `mayReplace`. Throws CXFileException.
 void PublishPart(const std::string& fileName, bool mayReplace);
 
+/// The same under another name, for when NAME was taken meanwhile; the folder of `newName` must exist.
+void PublishPartAs(const std::string& fileName, const std::string& newName, bool mayReplace);
+
 /// Forgets that a NAME.part belongs to a running batch, and deletes it when it holds no page.
 void AbandonPart(const std::string& fileName);
 

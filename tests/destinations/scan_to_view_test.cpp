@@ -156,11 +156,14 @@ TEST(ScanToView, HandsThePageOnWithAndWithoutSaving) {
     v.multiPage = c.multiPage;
     v.batch = c.batch;
     p.controller.refused = c.refused;
+    v.outputFile = "an earlier page's";
     ASSERT_EQ(p.to->BeginScan(), 1);
     EXPECT_EQ(std::filesystem::exists(p.dir.file("out")), c.save) << "no file checks without a file";
     p.store->raster = new_IRStor(KxColorSpace::Grey, 8, 4, 100);
     p.controller.onCommand = [&](const std::string& name, IParam* arguments) {
       if (name == add) {
+        const std::string file = c.multiPage ? "out/scan.tif" : "out/scan000.tif";
+        EXPECT_EQ(paramString(arguments, "FileName"), p.dir.file(file));
         EXPECT_EQ(paramInt(arguments, "Multipage", -1), c.multiPage ? 1 : -1);
         EXPECT_EQ(paramInt(arguments, "BatchScan", -1), c.batch ? 1 : -1);
         const CKxVariant raster = paramValue(arguments, "RStor");
