@@ -48,8 +48,15 @@ CMaindlg::~CMaindlg() {
               "scanner " + m_unitName + " did not end its scan; the panel closes without waiting for it");
     }
     m_router->disarm();
+    // A whole page that only waits for its writer is kept.
+    if (m_writerFinishes) {
+      m_stopAfterPage = true;
+      finishPage(false);
+    }
     m_params->destinationStore->Reset();
     publishOpenFile();
+    m_report.note(EndCause::Stopped);
+    m_report.end();  // whoever heard a run begin hears its end
     if (m_initialised) SaveSettings();
     if (const auto ex = query<IQuillbayUnitEx>(m_unit.get())) ex->SetStationSink(nullptr);
     if (const auto sinks = KxPtr<IConnectionPoint<IScanSink>>::adopt(m_unit->GetScanSinks())) {
@@ -120,18 +127,26 @@ int CMaindlg::OnParamChanging(const char* key) {
 int CMaindlg::EnableViewSync(int enable) { return m_viewSync.enable(enable); }
 
 int CMaindlg::ApplyParams(IParam* params) {
-  m_hostParams = new_MemParam();
-  Param_CopyTo(params, m_hostParams.get());
+  auto copy = new_MemParam();
+  Param_CopyTo(params, copy.get());
+  {
+    const std::lock_guard lock(m_hostMutex);
+    std::swap(m_hostParams, copy);
+  }
   PostCommand(this, command::kApplyParams, 1);
   return 1;
 }
 
 void CMaindlg::applyHostParams() {
-  if (!m_hostParams) return;
+  const auto given = [this] {
+    const std::lock_guard lock(m_hostMutex);
+    return m_hostParams;
+  }();
+  if (!given) return;
   const NotifyGuard guard;
   const auto merged = new_MemParam();
   GetPageParams(merged.get());
-  Param_CopyTo(m_hostParams.get(), merged.get());
+  Param_CopyTo(given.get(), merged.get());
   for (const PageRole role : currentPages()) page(role)->Load(merged.get());
   m_destination->LoadParams(merged.get());
 }
@@ -164,18 +179,22 @@ int CMaindlg::Start(StartKind kind, int count) {
 }
 
 int CMaindlg::StopRun(StopKind kind) {
+  if (m_startPosted) {  // after the start that waits
+    PostCommand(this, kind == StopKind::Now ? command::kStop : command::kStopAfterPage, 1);
+    return 1;
+  }
   if (kind == StopKind::AfterPage) {
     m_stopAfterPage = true;
     updateButtons();
     return 1;
   }
   m_stopAsked = m_report.isRunning();
+  m_unit->Command(m_scanSink.get(), static_cast<int>(UnitCommand::Stop));
   if (m_session.state() == SessionState::Waiting || m_session.state() == SessionState::BetweenPages) {
     m_session.setBatch(false);
     refuse(EndCause::Stopped);
     return 1;
   }
-  m_unit->Command(m_scanSink.get(), static_cast<int>(UnitCommand::Stop));
   // A scanner that waits for a full queue notices the stop only when it is let go.
   if (m_session.state() == SessionState::Scanning) {
     if (const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get())) outcome->Wake();
@@ -222,6 +241,7 @@ int CMaindlg::DetectArea(int mask) {
 }
 
 int CMaindlg::BatchContinues() {
+  if (m_stopAsked) return 0;
   if (values().bursting && m_session.burstActive()) return m_stopAfterPage ? 0 : 1;
   return m_session.batch() && !m_stopAfterPage && !m_report.isLastWanted() ? 1 : 0;
 }

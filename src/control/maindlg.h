@@ -1,6 +1,7 @@
 #pragma once
 #include <array>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "control/page_lists.h"
@@ -49,7 +50,8 @@ class CMaindlg final : public CDialog, private IPanelController {
 
   bool OnCommand(int id, int code, std::int64_t value) override;
 
-  // What the handed-out sink forwards; see IQuillbaySink, IQuillbayControl, IRGetSource.
+  // What the handed-out sink forwards; see IQuillbaySink, IQuillbayControl, IRGetSource. `ApplyParams` and
+  // `clearBatch` on any thread.
   int EnableViewSync(int enable);
   int ApplyParams(IParam* params);
   int SetParam(std::string_view key, const CKxVariant& value, std::string* why);
@@ -131,6 +133,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   void handlePrescanStripe(IScanBuffer& stripe);
   void onScanDone(int code);
   void finishPage(bool cancelled);
+  [[nodiscard]] bool foundAnotherName(bool taken, PageInfo& info);
   void onReady();
   void reportStoreError();
   [[nodiscard]] UnitFault unitFault() const;
@@ -167,6 +170,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   ScanSteps m_steps;
   RunReport m_report;
   KxPtr<PanelProgress> m_progress;
+  std::mutex m_hostMutex;  // guards the next
   KxPtr<IParam> m_hostParams;
   std::unique_ptr<CScanTo, DestinationReleaser> m_destination;
   std::array<std::unique_ptr<IUIScanPage, PageReleaser>, kPageRoles> m_pages;
@@ -188,7 +192,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   bool m_startPosted = false;  ///< a start of the host waits in the event queue
   bool m_stopAfterPage = false;
   bool m_stopAsked = false;
-  tagRRECT m_burstArea{};  ///< "m_rcScan" of a burst's first piece
+  bool m_writerFinishes = false;  ///< a whole page was handed to the writer, which has not reported yet
+  tagRRECT m_burstArea{};         ///< "m_rcScan" of a burst's first piece
   ScanStarted m_lastStart;
   std::int64_t m_expectedLines = 0;
   std::int64_t m_prescanRows = 0;  ///< rows of the running prescan, as received

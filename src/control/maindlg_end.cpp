@@ -24,8 +24,8 @@ void CMaindlg::onStarted() {
     }
   }
   if (m_lastStart.output.refused) {
+    m_report.note(EndCause::Output);  // first: the run may end while the message is shown
     showMessage(EventKind::Information, m_lastStart.output.why, EventButtons::Ok);
-    m_report.note(EndCause::Output);
   }
   if (m_session.state() != SessionState::Scanning && m_session.state() != SessionState::Finishing) return;
   ScanStartInfo info;
@@ -90,6 +90,7 @@ void CMaindlg::onScanDone(int code) {
   if (auto* file = dynamic_cast<CScanToFileStor*>(m_params->destinationStore.get())) {
     file->SetPublishAtEnd(!values().multiPage || !BatchContinues());
   }
+  m_writerFinishes = true;
   outcome->BeginFinish(
       minimumPageLines(values()),
       [](void* dialog) { PostCommand(static_cast<CMaindlg*>(dialog), command::kWritten, 1); }, this);
@@ -97,6 +98,7 @@ void CMaindlg::onScanDone(int code) {
 
 void CMaindlg::finishPage(bool cancelled) {
   if (m_session.state() != SessionState::Finishing) return;
+  m_writerFinishes = false;
   const bool fragment = m_session.fragment();
   const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get());
   const bool failed = outcome && !outcome->GetError().empty();
@@ -109,11 +111,13 @@ void CMaindlg::finishPage(bool cancelled) {
     info.lines = outcome->GetLines();
     info.published = outcome->IsPublished() != 0;
   }
+  const bool batchPage = values().batch != 0;
   quiet().batch = m_session.batch() ? 1 : 0;
   // A stopped page's error would go with its store.
   if (cancelled && failed) reportStoreError();
   const bool taken = m_destination->EndScan(cancelled ? 1 : 0) != 0 && !cancelled;
-  if (failed || (!taken && !cancelled)) {
+  const bool lost = failed && (cancelled || !foundAnotherName(taken, info));
+  if (lost || (!taken && !cancelled)) {
     m_report.note(EndCause::Output);
     m_session.setBatch(false);
   }
@@ -131,16 +135,35 @@ void CMaindlg::finishPage(bool cancelled) {
   SetStatus(0);
   if (!fragment && !values().bursting) ForgetPalette();
 
-  if (m_session.batch() && (m_stopAfterPage || m_report.hasAllWanted())) m_session.setBatch(false);
+  // The scanner may have been through with the page already when the stop came.
+  const bool stops = m_stopAsked || m_stopAfterPage;
+  if (m_session.batch() && (stops || m_report.hasAllWanted())) m_session.setBatch(false);
   NextStep next = nextAfterPage(taken, values().bursting != 0, fragment, m_session.batch());
-  if (next == NextStep::Burst && m_stopAfterPage) next = NextStep::Nothing;
+  if (next == NextStep::Burst && stops) next = NextStep::Nothing;
   m_session.pageHandled(next != NextStep::Nothing);
   if (next == NextStep::Burst) PostCommand(this, command::kBurstNext, 1);
   if (next == NextStep::Batch) PostCommand(this, command::kBatchNext, 1);
   if (next == NextStep::Nothing) {
+    // A batch told the scanner that a page follows; it may rest now.
+    if (batchPage) m_unit->Command(m_scanSink.get(), static_cast<int>(UnitCommand::Stop));
     if (cancelled) m_report.note(m_stopAsked ? EndCause::Stopped : EndCause::Device, unitFault());
     onReady();
   }
+}
+
+/// After the end of a page whose file failed, which the destination has told: whether it got another name all the
+/// same.
+bool CMaindlg::foundAnotherName(bool taken, PageInfo& info) {
+  const auto* files = dynamic_cast<const IFileDestination*>(m_destination.get());
+  if (!files || !files->writesFile()) return false;
+  const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get());
+  if (taken && outcome) {
+    info.file = values().outputFile;
+    info.lines = outcome->GetLines();
+    info.published = true;
+  }
+  m_params->destinationStore->Reset();
+  return taken;
 }
 
 /// The device rests: pages come back, and a run without a next page is over.
@@ -174,7 +197,7 @@ void CMaindlg::finishRun() {
   } else if (m_report.hasCause() && m_report.cause() == EndCause::Device && !fault.text.empty()) {
     showMessage(EventKind::Information, fault.text, EventButtons::Ok);
   }
-  if (m_stopAsked) m_report.note(EndCause::Stopped);
+  if (std::exchange(m_stopAsked, false)) m_report.note(EndCause::Stopped);
   publishOpenFile();
   enablePages(true);
   SetStatus(0);
@@ -202,8 +225,8 @@ void CMaindlg::reportStoreError() {
   const std::string error = outcome ? outcome->GetError() : std::string();
   if (error.empty()) return;
   m_report.note(EndCause::Output);
+  m_params->destinationStore->Reset();  // first: what comes while the message is shown does not tell it again
   showMessage(EventKind::Information, error, EventButtons::Ok);
-  m_params->destinationStore->Reset();
 }
 
 std::string CMaindlg::GetNextFileName() const {

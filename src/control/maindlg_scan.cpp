@@ -55,7 +55,7 @@ KxPtr<IParam> CMaindlg::CollectRequest() {
 }
 
 void CMaindlg::PushSettings() {
-  if (!m_initialised || m_session.isBusy()) return;
+  if (!m_initialised || IsBusy()) return;
   if (const auto request = CollectRequest()) m_unit->Scan(m_scanSink.get(), request.get());
 }
 
@@ -123,7 +123,10 @@ bool CMaindlg::prepareScan(KxPtr<IParam>& request) {
     m_burstArea = values().rcScan;
     m_session.setBurstActive(true);
   }
-  return true;
+  // A message that was shown on the way let a stop in.
+  if (!m_stopAsked) return true;
+  refuse(EndCause::Stopped);
+  return false;
 }
 
 void CMaindlg::setScanRectangle(IParam* request) {
@@ -149,6 +152,7 @@ bool CMaindlg::computePalette(IParam* request) {
 
 bool CMaindlg::MediaCheck() {
   while (!m_unit->Command(nullptr, static_cast<int>(UnitCommand::IsLoaded))) {
+    if (m_stopAsked) return false;
     int answer = static_cast<int>(EventAnswer::GiveUp);
     showMessage(EventKind::Retry, Supp_Translate("Scanner not ready: <Media not loaded>"),
                 EventButtons::RetryCancel, &answer);
@@ -173,7 +177,7 @@ std::shared_ptr<ScanPlan> CMaindlg::makePlan(SessionState kind) const {
   return plan;
 }
 
-/// Arms the router and the unit and runs the scan; a unit that refuses has said why.
+/// Arms the router and the unit and runs the scan; a unit that refuses has said why, and the person hears it once.
 void CMaindlg::startUnit(IParam* request, std::shared_ptr<ScanPlan> plan) {
   const bool preview = plan->kind != SessionState::Scanning;
   m_progress->setCancelled(false);
@@ -186,7 +190,10 @@ void CMaindlg::startUnit(IParam* request, std::shared_ptr<ScanPlan> plan) {
   }
   m_router->cancelArmed();
   const UnitFault fault = unitFault();
-  if (!fault.text.empty()) showMessage(EventKind::Information, fault.text, EventButtons::Ok);
+  const bool isMedia = fault.code == UnitFaultCode::NoDocuments;
+  // The end of a run tells of a device that failed.
+  if ((preview || isMedia) && !fault.text.empty())
+    showMessage(EventKind::Information, fault.text, EventButtons::Ok);
   enablePages(true);
   if (preview) {
     m_session.refused();
@@ -194,7 +201,7 @@ void CMaindlg::startUnit(IParam* request, std::shared_ptr<ScanPlan> plan) {
     updateButtons();
     return;
   }
-  refuse(fault.code == UnitFaultCode::NoDocuments ? EndCause::Media : EndCause::Device, fault);
+  refuse(isMedia ? EndCause::Media : EndCause::Device, fault);
 }
 
 void CMaindlg::Prescan() {
@@ -208,6 +215,7 @@ void CMaindlg::Prescan() {
   m_params->destinationStore->Reset();
   m_params->viewStore->Reset();
   m_params->previewStore = makeEmptyStore();
+  m_prescanRows = 0;
   const tagRRECT frame = values().rcPreview;
   const double down = values().rcScan.top - frame.top;
   m_params->set(scan_key::RcPreview, {frame.left, frame.top + down, frame.right, frame.bottom + down});
@@ -225,8 +233,8 @@ void CMaindlg::Prescan() {
 }
 
 void CMaindlg::AreaPrescan() {
-  if (m_report.isRunning() || m_directMode) return;
-  if (m_session.isBusy()) {
+  if (m_directMode) return;
+  if (IsBusy()) {
     m_previewTimer.restart();  // the visible part is still out of date
     return;
   }

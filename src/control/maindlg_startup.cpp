@@ -35,7 +35,8 @@ int CMaindlg::ConnectScanner() {
     v.minWidth = 110.0;
     v.minHeight = 55.0;
     v.centring = m_unit->GetCentring();
-    v.scannerHasColor = m_unit->HasMode(kModeRgb) != 0;
+    // More than black and white, that is: a scanner may offer grey alone.
+    v.scannerHasColor = m_unit->HasMode(kModeGrey) || m_unit->HasMode(kModePalette) || m_unit->HasMode(kModeRgb);
     return 1;
   } catch (const std::exception& e) {
     logLine(LogLevel::Error, "quillbay.control", std::string("connecting the scanner failed: ") + e.what());

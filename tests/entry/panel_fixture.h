@@ -4,16 +4,32 @@
 #include <QApplication>
 #include <QEventLoop>
 #include <QTimer>
+#include <algorithm>
+#include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
 
+#include "platform/file_channel.h"
 #include "quillbay/control.h"
 #include "quillbay/host.h"
 #include "quillbay/quillbay.h"
 #include "support/temp_dir.h"
 
 namespace quillbay {
+
+/// The names in a folder, sorted.
+inline std::vector<std::string> filesIn(const std::string& folder) {
+  std::vector<std::string> names;
+  for (const auto& e : std::filesystem::directory_iterator(folder)) names.push_back(e.path().filename().string());
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+inline int pagesIn(const std::string& file) {
+  return new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->GetPageCount();
+}
 
 /// Writes down what a host hears of a panel's runs, and lets a test wait for it.
 class Recorder final : public CKxUnknownImpl<IQuillbayEvents> {
@@ -113,6 +129,7 @@ class PanelTest : public testing::Test {
   KxPtr<IQuillbayControl> control;
   KxPtr<Recorder> recorder = KxPtr<Recorder>::adopt(new Recorder);
   std::vector<std::string> messages;
+  std::function<void()> onMessage;
   EventAnswer answer = EventAnswer::GiveUp;
 
  private:
@@ -123,6 +140,7 @@ class PanelTest : public testing::Test {
     options.interactive = false;
     options.onMessage = [this](const HostMessage& m) {
       messages.push_back(m.text);
+      if (onMessage) onMessage();
       return m.buttons == EventButtons::Ok ? EventAnswer::Ok : answer;
     };
     m_app = New_HostApp(options);

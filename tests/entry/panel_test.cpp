@@ -1,23 +1,12 @@
 #include <filesystem>
+#include <fstream>
 
 #include "panel_fixture.h"
-#include "platform/file_channel.h"
 
 namespace quillbay {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::vector<std::string> filesIn(const std::string& folder) {
-  std::vector<std::string> names;
-  for (const auto& e : fs::directory_iterator(folder)) names.push_back(e.path().filename().string());
-  std::sort(names.begin(), names.end());
-  return names;
-}
-
-int pagesIn(const std::string& file) {
-  return new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->GetPageCount();
-}
 
 KxSize sizeOf(const std::string& file) {
   return new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->Load(0, nullptr)->GetSize();
@@ -37,6 +26,15 @@ TEST_F(PanelTest, ScansOnePageIntoANamedFile) {
   EXPECT_EQ(get("m_nCounter").toInt(), 1);
   EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page000.tif"});
   EXPECT_TRUE(messages.empty()) << messages[0];
+}
+
+TEST_F(PanelTest, AScannerWithoutColourScansGrey) {
+  ASSERT_TRUE(open("sim:size=210x120,at=10x3,colour=0"));
+  smallPages();
+  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+  ASSERT_TRUE(recorder->waitEnded());
+  ASSERT_EQ(recorder->starts.size(), 1U);
+  EXPECT_EQ(recorder->starts[0].colorSpace, KxColorSpace::Grey);
 }
 
 TEST_F(PanelTest, ABatchRunsUntilTheFeederIsEmpty) {
@@ -75,39 +73,6 @@ TEST_F(PanelTest, AMultiPageBatchGrowsAsAPartAndIsPublishedAtItsEnd) {
   }
 }
 
-TEST_F(PanelTest, StopDropsThePageKeepsTheFinishedOnesAndTheNextScanWorks) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3,speed=400"));
-  smallPages();
-  set("m_fMultiPage", 1);
-  recorder->onLines = [&](std::int64_t) {
-    if (recorder->pages.size() == 1) control->Stop(StopKind::Now);
-  };
-  ASSERT_TRUE(control->Start(StartKind::Batch, 0));
-  EXPECT_FALSE(control->Start(StartKind::Scan, 1)) << "one run at a time";
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Stopped);
-  EXPECT_EQ(recorder->pages.size(), 1U);
-  EXPECT_EQ(pagesIn(file("page.tif")), 1);
-  EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page.tif"});
-  recorder->onLines = nullptr;
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Done);
-  EXPECT_EQ(pagesIn(file("page.tif")), 2) << "a page added to the file of before";
-}
-
-TEST_F(PanelTest, StopAfterThisPageFinishesIt) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3"));
-  smallPages();
-  recorder->onStarted = [&] {
-    if (recorder->starts.size() == 2) control->Stop(StopKind::AfterPage);
-  };
-  ASSERT_TRUE(control->Start(StartKind::Batch, 0));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Done);
-  EXPECT_EQ(filesIn(out.path()), (std::vector<std::string>{"page000.tif", "page001.tif"}));
-}
-
 TEST_F(PanelTest, BurstPiecesFollowOneAnotherAndTheAreaGoesBack) {
   ASSERT_TRUE(open("sim:size=210x290,at=10x0"));
   smallPages();
@@ -135,6 +100,89 @@ TEST_F(PanelTest, AJamIsNamedAndTheNextScanWorks) {
   ASSERT_TRUE(control->Start(StartKind::Scan, 1));
   ASSERT_TRUE(recorder->waitEnded());
   EXPECT_EQ(recorder->cause, EndCause::Done);
+}
+
+TEST_F(PanelTest, AScannerThatRefusesToStartIsToldOnce) {
+  ASSERT_TRUE(open("sim:size=210x120,at=10x3,fault=busy"));
+  smallPages();
+  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+  ASSERT_TRUE(recorder->waitEnded());
+  EXPECT_EQ(recorder->cause, EndCause::Device);
+  EXPECT_EQ(recorder->fault.code, UnitFaultCode::Busy);
+  EXPECT_EQ(messages.size(), 1U);
+}
+
+TEST_F(PanelTest, AWriterThatFailsIsToldOnceWhateverComesWhileTheMessageIsShown) {
+  ASSERT_TRUE(open("sim:size=210x400,at=10x0"));
+  smallPages();
+  set("m_fBursting", 1);
+  set("m_fMultiPage", 1);
+  set("m_Ext", ".png");
+  onMessage = [] { QCoreApplication::processEvents(); };
+  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+  ASSERT_TRUE(recorder->waitEnded());
+  EXPECT_EQ(recorder->cause, EndCause::Output);
+  ASSERT_EQ(messages.size(), 1U) << messages.back();
+  EXPECT_NE(messages[0].find("page.png"), std::string::npos) << messages[0];
+}
+
+TEST_F(PanelTest, AFileThatAppearsUnderThePagesNameIsMetByTheRule) {
+  struct Case {
+    const char* why;
+    int fate;
+    EventAnswer answer;
+    EndCause cause;
+    const char* file;
+    std::vector<std::string> files;
+    std::size_t messages;
+  };
+  const Case cases[] = {
+      {"increment", 0, EventAnswer::No, EndCause::Done, "page001.tif", {"page000.tif", "page001.tif"}, 0},
+      {"asked, yes", 2, EventAnswer::Yes, EndCause::Done, "page000.tif", {"page000.tif"}, 1},
+      {"asked, no", 2, EventAnswer::No, EndCause::Output, "", {"page000.tif", "page000.tif.part"}, 2},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    ASSERT_TRUE(open("sim:size=210x120,at=10x3"));
+    smallPages();
+    set("m_nCounter", 0);
+    set("m_fFileFate", c.fate);
+    answer = c.answer;
+    messages.clear();
+    recorder->pages.clear();
+    recorder->onStarted = [&] { std::ofstream(file("page000.tif")) << "somebody's"; };
+    ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+    ASSERT_TRUE(recorder->waitEnded());
+    EXPECT_EQ(recorder->cause, c.cause);
+    EXPECT_EQ(messages.size(), c.messages);
+    EXPECT_EQ(filesIn(out.path()), c.files);
+    ASSERT_EQ(recorder->pages.size(), *c.file ? 1U : 0U);
+    if (*c.file) {
+      EXPECT_EQ(recorder->pages[0].file, file(c.file));
+      EXPECT_EQ(sizeOf(file(c.file)), (KxSize{500, 250}));
+    }
+    close();
+    fs::remove_all(out.path());
+    fs::create_directory(out.path());
+  }
+}
+
+TEST_F(PanelTest, EveryPrescanCountsItsOwnLines) {
+  ASSERT_TRUE(open("sim:size=210x290,at=10x0"));
+  smallPages();
+  tagRRECT first;
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_TRUE(control->Start(StartKind::Prescan, 1));
+    QCoreApplication::processEvents();
+    while (control->IsBusy()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+    QCoreApplication::processEvents();
+    const tagRRECT frame = *get("m_rcPreview").get<tagRRECT>();
+    EXPECT_NEAR(frame.bottom, 127, 0.6);
+    if (i == 1) {
+      EXPECT_EQ(frame, first);
+    }
+    first = frame;
+  }
 }
 
 TEST_F(PanelTest, RefusalsLeaveThePanelIdle) {
@@ -171,30 +219,6 @@ TEST_F(PanelTest, ScanToViewHandsTheRasterOverAndMode6502IsMultiPage) {
 TEST_F(PanelTest, TheEntryPointRefusesWhatItCannotMake) {
   EXPECT_FALSE(open("sim:", static_cast<eTarnwellMode>(9)));
   EXPECT_FALSE(open("sim:", ScanToPrint)) << "no print destination is in this build";
-}
-
-TEST_F(PanelTest, TheSinkOutlivesItsWindow) {
-  ASSERT_TRUE(open("sim:size=210x120"));
-  EXPECT_EQ(sink()->EnableViewSync(1), 32) << "the host gave no view";
-  const auto kept = KxPtr<IQuillbaySink>::share(sink());
-  close();
-  EXPECT_EQ(kept->EnableViewSync(1), kNoWindow);
-  EXPECT_EQ(kept->DoCommand(0), kNoWindow);
-}
-
-TEST_F(PanelTest, ClosingInTheMiddleEndsTheScanAndLeavesNothing) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3,speed=200"));
-  smallPages();
-  bool closed = false;
-  recorder->onLines = [&](std::int64_t) {
-    if (closed) return;
-    closed = true;
-    recorder->loop.quit();
-  };
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  recorder->loop.exec();
-  close();
-  EXPECT_TRUE(filesIn(out.path()).empty());
 }
 
 TEST_F(PanelTest, ApplyParamsChangesOnlyWhatItNames) {
