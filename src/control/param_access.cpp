@@ -40,6 +40,7 @@ std::string checkDpi(IQuillbayUnit& unit, std::int32_t mode, std::int32_t dpi) {
   std::vector<UnitResolution> list;
   unit.GetResolutions(&list, mode);
   std::vector<std::string> texts;
+  texts.reserve(list.size());
   for (const auto& r : list) texts.push_back(std::to_string(r.dpi));
   if (std::any_of(list.begin(), list.end(), [&](const auto& r) { return r.dpi == dpi; })) return {};
   const auto range = query<IUnitResolutionRange>(&unit);
@@ -59,6 +60,7 @@ std::string checkFormat(const std::string& format) {
 
 std::string checkPaper(const CSharedScanParams& params, const std::string& name) {
   std::vector<std::string> names;
+  names.reserve(params.papers.size());
   for (const auto& paper : params.papers) {
     if (sameKey(paper.name, name)) return {};
     names.push_back(paper.name);

@@ -9,6 +9,7 @@
 #include "widgets/dialog.h"
 
 class QComboBox;
+class QContextMenuEvent;
 class QLineEdit;
 namespace Ui {
 class ScanToView;
@@ -76,7 +77,7 @@ class CScanToView final : public CDialog,
   void saveHistories();
   void installStore();
   [[nodiscard]] std::string askFolder();
-  [[nodiscard]] bool showPasteMenu(QLineEdit* edit, const class QContextMenuEvent& event);
+  [[nodiscard]] bool showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event);
 
   [[nodiscard]] int finishFile(const KxPtr<ISStripStor>& store);
   [[nodiscard]] int handToHost(KxPtr<IRStor> raster);

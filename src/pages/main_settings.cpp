@@ -142,7 +142,7 @@ int CMainSettings::selectedDpi() const {
   // A typed value counts while it is one of the device's; otherwise what was last taken.
   if (list->isEditable() && list->currentText() != list->itemText(list->currentIndex())) {
     const int typed = list->currentText().toInt();
-    return m_dpiRange->holds(typed) ? typed : params().values().dpi;
+    return m_dpiRange && m_dpiRange->holds(typed) ? typed : params().values().dpi;
   }
   const int dpi = selectedData(list);
   return dpi > 0 ? dpi : params().values().dpi;

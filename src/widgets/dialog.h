@@ -3,6 +3,8 @@
 #include <cstdint>
 #include <unordered_map>
 
+class QSpinBox;
+
 namespace quillbay {
 
 /// Notification codes of commands.
@@ -37,7 +39,7 @@ class CDialog : public QWidget {
   virtual bool OnCommand(int id, int code, std::int64_t value);
 
   /// Sets a spin box without raising a command.
-  static void setSpinValue(class QSpinBox* spin, int value);
+  static void setSpinValue(QSpinBox* spin, int value);
 
  protected:
   void attachControls();
