@@ -23,6 +23,8 @@ class SaneDevice {
 
   [[nodiscard]] const std::string& name() const noexcept { return m_name; }
   [[nodiscard]] const std::vector<SaneOption>& options() const noexcept { return m_options; }
+  /// Whether the device is another machine's, through SANE's network driver.
+  [[nodiscard]] bool isRemote() const noexcept { return m_name.starts_with("net:"); }
   /// The option of that name, or null. Valid until an option is set or read again.
   [[nodiscard]] const SaneOption* find(std::string_view name) const noexcept;
   /// The same, only when it can be set now.

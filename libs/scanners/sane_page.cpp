@@ -17,7 +17,7 @@ namespace quillbay {
 namespace {
 
 constexpr std::size_t kReadBytes = std::size_t{1} << 20;
-constexpr int kEmptyReadsToAsk = 1000;  // of a millisecond each
+constexpr int kEmptyReadsOfGone = 1000;  // a millisecond apart
 constexpr std::size_t kPrescanStripeBytes = std::size_t{64} << 10;
 
 bool isThreePass(SANE_Frame format) noexcept {
@@ -117,8 +117,9 @@ std::size_t SanePage::readSome(std::uint8_t* to, std::size_t room) {
     if (got > 0) return static_cast<std::size_t>(got);
     // Nothing yet, although reads block: some drivers poll. Do not spin.
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    // The network driver says "nothing yet" for ever when its server has gone; a question to the server fails.
-    if (empty % kEmptyReadsToAsk == 0 && m_device.isRemote()) m_device.parameters();
+    // The network driver's reads do block; it says "nothing yet" again and again only when its server has gone.
+    if (empty == kEmptyReadsOfGone && m_device.isRemote())
+      checkSane(SANE_STATUS_IO_ERROR, m_device.name(), SaneStep::Read);
   }
 }
 
