@@ -4,6 +4,7 @@
 #include <QApplication>
 #include <QEventLoop>
 #include <QTimer>
+#include <QWidget>
 #include <algorithm>
 #include <filesystem>
 #include <functional>
