@@ -1,88 +1,13 @@
 """quillbay-scan from outside: what it prints, what it writes, how it ends."""
 
 import json
-import os
-import shutil
 import signal
 import subprocess
-import sys
-import tempfile
-import threading
 import unittest
-from pathlib import Path
 
 import tifffile
 
-PROGRAM = os.environ["QUILLBAY_SCAN"]
-SOURCE = Path(os.environ["QUILLBAY_SOURCE"])
-SMALL = "sim:size=200x150,at=0x0,width=300,seed=5"  # a quick page
-A_PAGE = ["--mode", "grey", "-r", "50", "--area", "custom:0,0,200,150"]
-LIMIT = 60  # seconds for anything; nothing is measured
-
-
-class Case(unittest.TestCase):
-    """A folder to scan into, and a person without settings."""
-
-    def setUp(self):
-        self.root = Path(tempfile.mkdtemp(prefix="quillbay-scan-test-"))
-        self.addCleanup(shutil.rmtree, self.root)
-        self.out = self.root / "out"
-        self.out.mkdir()
-        self.config = self.root / "config" / "quillbay" / "settings.json"
-        self.state = self.root / "state" / "quillbay" / "state.json"
-        self.env = dict(os.environ, HOME=str(self.root), XDG_CONFIG_HOME=str(self.root / "config"),
-                        XDG_STATE_HOME=str(self.root / "state"), XDG_DATA_HOME=str(self.root / "data"))
-        for name in ("DISPLAY", "WAYLAND_DISPLAY", "SANE_DEFAULT_DEVICE"):
-            self.env.pop(name, None)
-
-    def command(self, *arguments, device=SMALL):
-        return [PROGRAM, *(["-d", device] if device else []), *arguments]
-
-    def run_scan(self, *arguments, device=SMALL):
-        return subprocess.run(self.command(*arguments, device=device), cwd=self.out, env=self.env, timeout=LIMIT,
-                              stdin=subprocess.DEVNULL, capture_output=True, text=True)
-
-    def expect(self, status, *arguments, device=SMALL):
-        done = self.run_scan(*arguments, device=device)
-        self.assertEqual(done.returncode, status, (arguments, done.stdout, done.stderr))
-        return done
-
-    def files(self):
-        return sorted(p.name for p in self.out.iterdir())
-
-    def pages(self, name):
-        """The shapes of a file's pages."""
-        with tifffile.TiffFile(self.out / name) as tiff:
-            return [page.shape for page in tiff.pages]
-
-    def image(self, name):
-        """The first page, decoded by libtiff's own tool."""
-        plain = self.root / "plain.tif"
-        subprocess.run(["tiffcp", "-c", "none", f"{self.out / name},0", plain], check=True, timeout=LIMIT)
-        return tifffile.imread(plain)
-
-    def start(self, *arguments, device=SMALL):
-        """Runs beside the test; ends with it."""
-        process = subprocess.Popen(self.command(*arguments, device=device), cwd=self.out, env=self.env,
-                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
-        timer = threading.Timer(LIMIT, process.kill)
-        timer.start()
-        self.addCleanup(process.stdout.close)
-        self.addCleanup(process.stderr.close)
-        self.addCleanup(process.wait)
-        self.addCleanup(process.kill)
-        self.addCleanup(timer.cancel)
-        return process
-
-    def wait_for(self, process, event, count=1):
-        """Reads events until `count` of a kind came."""
-        seen = []
-        for line in process.stdout:
-            seen.append(json.loads(line))
-            count -= seen[-1]["event"] == event
-            if count == 0:
-                return seen
-        self.fail(f"no {event}: {seen} {process.stderr.read()}")
+from scan_case import A_PAGE, SMALL, SOURCE, Case, FilledDisk, read_picture
 
 
 class CommandLine(Case):
@@ -277,6 +202,31 @@ class Batches(Case):
                     self.assertEqual(len(self.pages(name)), count)
                 self.assertFalse([name for name in self.files() if name.endswith(".part")])
 
+    def test_a_hundred_pages(self):
+        """In one file and in numbered ones, for other readers; each page is the same in both."""
+        batch = [*A_PAGE, "--batch=100"]
+        hundred = SMALL + ",count=100"
+        self.expect(0, *batch, "--multipage", "-o", "m.tif", device=hundred)
+        self.expect(0, *batch, "--multipage", "-o", "raw.tif", "--option", "Compression=None", device=hundred)
+        done = self.expect(0, *batch, "-o", "n.tif", "--option", "Compression=None", device=hundred)
+        names = [f"n{number:03}.tif" for number in range(100)]
+        self.assertEqual(done.stdout.splitlines(), [f"{self.out}/{name}" for name in names])
+        self.assertEqual(self.files(), sorted(["m.tif", "raw.tif", *names]))
+        info = subprocess.run(["tiffinfo", "-D", *self.files()], cwd=self.out, capture_output=True, text=True)
+        self.assertEqual((info.returncode, info.stderr), (0, ""))
+        self.assertEqual(info.stdout.count("TIFF Directory"), 300)
+        self.assertEqual(info.stdout.count("Resolution: 50, 50 pixels/inch"), 300)
+        subprocess.run(["tiffcp", "-c", "none", "m.tif", "../plain.tif"], cwd=self.out, check=True)
+        with tifffile.TiffFile(self.root / "plain.tif") as packed, tifffile.TiffFile(self.out / "raw.tif") as raw:
+            self.assertEqual((len(packed.pages), len(raw.pages)), (100, 100))
+            for one, other, name in zip(packed.pages, raw.pages, names):
+                want = tifffile.imread(self.out / name)
+                self.assertTrue((one.asarray() == want).all() and (other.asarray() == want).all(), name)
+                tags = other.tags
+                self.assertEqual((tags["XResolution"].value, tags["YResolution"].value), ((50, 1), (50, 1)))
+                self.assertEqual(tags["ResolutionUnit"].value, tifffile.RESUNIT.INCH)
+            self.assertTrue((raw.pages[0].asarray() != raw.pages[99].asarray()).any())
+
     def test_pieces_of_a_long_document_are_the_whole(self):
         long = "sim:width=300,size=200x400,at=0x0,seed=9,count=1"
         self.expect(0, *A_PAGE, "--bursting", "-o", "b.tif", device=long)
@@ -309,16 +259,63 @@ class Faults(Case):
         self.assertEqual(len(self.pages("m.tif")), 1)
 
     def test_a_full_disk(self):
-        if subprocess.run(["mount", "-t", "tmpfs", "-o", "size=20m", "none", self.out],
-                          capture_output=True).returncode != 0:
-            self.skipTest("no file system can be mounted")
-        self.addCleanup(subprocess.run, ["umount", self.out])
-        big = ["--mode", "rgb", "-r", "500", "--area", "custom:0,0,200,150", "--option", "Compression=None"]
-        self.expect(0, *A_PAGE, "-o", "first.tif")
-        done = self.expect(3, *big, "-o", "big.tif")
-        self.assertIn(f"{self.out}/big.tif", done.stderr)
-        self.assertEqual(self.files(), ["first.tif"])
-        self.assertEqual(len(self.pages("first.tif")), 1)
+        """Somewhere in the run: what was finished is whole, what was not is gone, and the file is named."""
+        FilledDisk(self, self.out, "size=40m")
+        uncompressed = ["--mode", "rgb", "-r", "415", "--option", "Compression=None"]  # 24 megabytes a page
+        dense = ["--mode", "rgb", "-r", "1300"]  # 60 megabytes in any compression
+        cases = [  # arguments, the file that is told, the files that are left with their pages
+            ([*uncompressed, "-r", "600", "-o", "a.tif"], "a.tif", {}),
+            ([*dense, "-o", "a.tif"], "a.tif", {}),
+            ([*dense, "-o", "a.png"], "a.png", {}),
+            ([*dense, "--to", "view", "-o", "a.tif"], "a.tif", {}),
+            ([*uncompressed, "--batch=3", "--multipage", "-o", "m.tif"], "m.tif", {"m.tif": 1}),
+            ([*uncompressed, "--batch=3", "-o", "a.tif"], "a001.tif", {"a000.tif": 1}),
+            (["--mode", "rgb", "-r", "415", "--option", "Level=0", "--batch=3", "-o", "a.png"], "a001.png",
+             {"a000.png": 1}),
+            ([*uncompressed, "-r", "600", "--multipage", "-o", "old.tif"], "old.tif", {"old.tif": 2}),
+            ([*dense, "--multipage", "-o", "old.tif"], "old.tif", {"old.tif": 2}),
+        ]
+        for arguments, told, left in cases:
+            with self.subTest(arguments=arguments):
+                if "old.tif" in left:
+                    self.expect(0, *A_PAGE, "--batch=2", "--multipage", "-o", "old.tif")
+                done = self.expect(3, "--area", "custom:0,0,200,150", *arguments)
+                self.assertIn(f"{self.out}/{told}", done.stderr)
+                self.assertEqual(self.files(), sorted(left))
+                for name, pages in left.items():
+                    self.check_whole(name, pages)
+                    (self.out / name).unlink()
+                self.expect(0, *A_PAGE, "-o", "next.tif")
+                (self.out / "next.tif").unlink()
+
+    def check_whole(self, name, pages):
+        for page in range(pages):
+            picture = read_picture(self.out / name, page)
+            self.assertGreater(picture.max(), picture.min())
+        if name.endswith(".tif"):
+            self.assertEqual(len(self.pages(name)), pages)
+
+    def test_a_folder_that_takes_nothing(self):
+        """Read-only or not there and not to be made: told with its name, and earlier pages elsewhere stay."""
+        locked = self.root / "locked"
+        FilledDisk(self, locked, "ro,size=1m")
+        (self.out / "plain").write_text("")
+        cases = [
+            (["-o", f"{locked}/a.tif"], f"{locked}/a.tif"),
+            (["-o", f"{locked}/a.png"], f"{locked}/a.png"),
+            (["-o", f"{locked}/new/a.tif"], f"{locked}/new"),
+            (["--dir", f"{locked}/new", "--mask", "p"], f"{locked}/new"),
+            (["--batch=2", "--multipage", "-o", f"{locked}/m.tif"], f"{locked}/m.tif"),
+            (["--to", "view", "-o", f"{locked}/a.tif"], f"{locked}/a.tif"),
+            (["--dir", "plain"], f"{self.out}/plain"),
+            (["--dir", "plain/new"], f"{self.out}/plain"),
+            (["--dir", "/proc/none"], "/proc/none"),
+        ]
+        for arguments, told in cases:
+            with self.subTest(arguments=arguments):
+                done = self.expect(3, *A_PAGE, *arguments)
+                self.assertIn(told, done.stderr)
+                self.assertEqual((done.stdout, self.files(), list(locked.iterdir())), ("", ["plain"], []))
 
 
 class Signals(Case):
@@ -419,49 +416,6 @@ class Json(Case):
         self.assertEqual([e["event"] for e in events], ["message", "ended"])
         self.assertEqual((events[0]["kind"], events[0]["answer"]), ("question", "no"))
         self.assertEqual((events[1]["cause"], events[1]["status"]), ("output", 3))
-
-
-class Sane(Case):
-    """Through a real driver: SANE's own test backend."""
-
-    def setUp(self):
-        super().setUp()
-        folder = self.root / "sane"
-        folder.mkdir()
-        (folder / "dll.conf").write_text("test\n")
-        (folder / "test.conf").write_text("number_of_devices 1\nmode Gray\ndepth 8\nhand-scanner false\n"
-                                          "three-pass false\nthree-pass-order RGB\nresolution_min 1.0\n"
-                                          "resolution_max 1200.0\nresolution_quant 1.0\nresolution 50.0\n"
-                                          "test-picture \"Color pattern\"\ngeometry_min 0.0\n"
-                                          "geometry_max 400.0\ngeometry_quant 1.0\ntl_x 0.0\ntl_y 0.0\n"
-                                          "br_x 200.0\nbr_y 200.0\n")
-        self.env["SANE_CONFIG_DIR"] = str(folder)
-
-    def test_listed_scanned_and_refused(self):
-        self.assertIn("device `test:0' is a ", self.expect(0, "-L", device=None).stdout)
-        self.assertIn("--device-option source=", self.expect(0, "-A", device="test:0").stdout)
-        self.expect(0, "--mode", "rgb", "-r", "100", "--area", "custom:0,0,200,100", "-o", "a.tif", device="test:0")
-        self.assertEqual(self.pages("a.tif")[0][2], 3)
-        done = self.expect(2, "--device-option", "source=shelf", *A_PAGE, "-o", "b.tif", device="test:0")
-        self.assertIn("Flatbed", done.stderr)
-
-    def test_the_whole_bed_without_an_area(self):
-        self.expect(0, "--mode", "grey", "-r", "50", "-o", "a.tif", device="test:0")
-        for side in self.pages("a.tif")[0]:
-            self.assertAlmostEqual(side, 400 * 50 / 25.4, delta=2)
-
-    def test_driver_faults(self):
-        for value, status in (("SANE_STATUS_NO_DOCS", 4), ("SANE_STATUS_JAMMED", 2), ("SANE_STATUS_IO_ERROR", 2)):
-            with self.subTest(value=value):
-                self.expect(status, *A_PAGE, "-o", "a.tif", "--device-option", f"read-return-value={value}",
-                            device="test:0")
-                self.assertEqual(self.files(), [])
-
-    def test_the_feeder_runs_empty(self):
-        done = self.expect(0, *A_PAGE, "--batch", "--multipage", "-o", "m.tif", "--device-option",
-                           "source=Automatic Document Feeder", device="test:0")
-        self.assertEqual(done.stdout, f"{self.out}/m.tif\n")
-        self.assertEqual(len(self.pages("m.tif")), 10)
 
 
 if __name__ == "__main__":
