@@ -1,0 +1,70 @@
+#include "document.h"
+
+#include <QFileInfo>
+#include <algorithm>
+
+namespace desktop {
+
+namespace {
+constexpr double kUsualDpi = 100;
+}
+
+double Page::dpi() const {
+  const auto dpi = raster->GetResolution();
+  return dpi > 0 ? dpi : kUsualDpi;
+}
+
+QSizeF Page::sizeMm() const {
+  const auto size = raster->GetSize();
+  return QSizeF(size.width, size.height) * (quillbay::kMmPerInch / dpi());
+}
+
+int Document::add(quillbay::KxPtr<quillbay::IRStor> raster, const QString& suggestedName, const QString& file) {
+  Page page;
+  page.id = m_next++;
+  page.raster = std::move(raster);
+  page.file = file;
+  page.saved = !file.isEmpty();
+  page.name = suggestedName.isEmpty() ? tr("Page %1").arg(page.id) : suggestedName;
+  m_pages.push_back(std::move(page));
+  const int id = m_pages.back().id;
+  emit added(id);
+  return id;
+}
+
+void Document::remove(int id) {
+  if (std::erase_if(m_pages, [&](const Page& page) { return page.id == id; }) > 0) emit removed(id);
+}
+
+void Document::markSaved(int id, const QString& file) {
+  Page* page = find(id);
+  if (!page) return;
+  page->saved = true;
+  page->file = file;
+  page->name = QFileInfo(file).fileName();
+  emit changed(id);
+}
+
+void Document::setOverview(int id, const QImage& overview) {
+  Page* page = find(id);
+  if (!page) return;  // closed meanwhile
+  page->overview = overview;
+  emit changed(id);
+}
+
+Page* Document::find(int id) {
+  const auto found = std::find_if(m_pages.begin(), m_pages.end(), [&](const Page& page) { return page.id == id; });
+  return found == m_pages.end() ? nullptr : &*found;
+}
+
+const Page* Document::page(int id) const { return const_cast<Document*>(this)->find(id); }
+
+std::vector<int> Document::unsaved() const {
+  std::vector<int> ids;
+  for (const Page& page : m_pages) {
+    if (!page.saved) ids.push_back(page.id);
+  }
+  return ids;
+}
+
+}  // namespace desktop

@@ -1,0 +1,216 @@
+#include "main_window.h"
+
+#include <QActionGroup>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QPointer>
+#include <QScreen>
+#include <QStatusBar>
+
+#include "document_view.h"
+#include "log_dock.h"
+#include "page_list.h"
+#include "panel_dock.h"
+#include "status_line.h"
+
+namespace desktop {
+
+using quillbay::query;
+
+/// The document's view, as the panel sees it.
+class HostView final : public quillbay::CKxUnknownImplStatic<quillbay::IKxView> {
+ public:
+  explicit HostView(QWidget* view) : m_view(view) {}
+  int Invalidate() override {
+    m_view->update();
+    return 1;
+  }
+  QWidget* GetWindow() override { return m_view; }
+
+ private:
+  QWidget* m_view;
+};
+
+namespace {
+
+constexpr int kStateVersion = 1;
+
+/// What the status bar says about the end of a run.
+QString endText(quillbay::EndCause cause, int pages) {
+  using quillbay::EndCause;
+  switch (cause) {
+    case EndCause::Done: return MainWindow::tr("Done, pages: %1").arg(pages);
+    case EndCause::Stopped: return MainWindow::tr("Stopped, pages: %1").arg(pages);
+    case EndCause::Device: return MainWindow::tr("The scanner failed");
+    case EndCause::Output: return MainWindow::tr("The page could not be written");
+    case EndCause::Media: return MainWindow::tr("No document in the scanner, pages: %1").arg(pages);
+    case EndCause::Refused: break;
+  }
+  return MainWindow::tr("Nothing was scanned");
+}
+
+}  // namespace
+
+MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
+    : QMainWindow(parent), m_prompts(windowPrompts(this)), m_document(new Document(this)) {
+  setWindowTitle("Quillbay");
+  m_log = new LogDock(this);  // the host's first words go there
+  makeHost(folders);
+  m_settings = std::make_unique<ProgramSettings>(m_app.get());
+  m_files = std::make_unique<PageFiles>(m_app.get(), m_document, this);
+  m_view = new DocumentView(m_document, this);
+  m_hostView = std::make_unique<HostView>(m_view);
+  setCentralWidget(m_view);
+  m_status = new StatusLine(m_app.get(), statusBar());
+  makeDocks();
+  makeFileMenu();
+  makeScanMenu();
+  makeViewMenu();
+  makeHelpMenu();
+  connectParts();
+  restore();
+  updateActions();
+}
+
+MainWindow::~MainWindow() {
+  m_panel->disconnect(this);
+  m_document->disconnect(this);
+  m_panel->closePanel();
+  m_app->SetRasterHandler(nullptr);
+  m_app->SetCloseHandler(nullptr);
+  m_app->SetMainWindow(nullptr);
+  delete m_panel;  // it and the status line use the application object, which goes before the other children
+  delete m_status;
+}
+
+void MainWindow::makeHost(const ProgramFolders& folders) {
+  const QPointer<MainWindow> self(this);  // messages may still come while the host goes
+  quillbay::HostOptions options;
+  options.configFolder = folders.config;
+  options.stateFolder = folders.state;
+  options.clear = quillbay::ClearPolicy::Discard;  // the document has its pages itself
+  options.onMessage = [self](const quillbay::HostMessage& message) {
+    if (!self) return message.answer;
+    self->m_log->note(QString::fromStdString(message.text));
+    return self->m_prompts.message(message);
+  };
+  options.onNote = [log = QPointer<LogDock>(m_log)](const std::string&, const std::string& text) {
+    if (log) log->note(QString::fromStdString(text));
+  };
+  options.onSaved = [self](const std::string& file) {
+    if (self) self->noteSaved(file);
+  };
+  options.chooseScanner = [self](quillbay::IScanManager* manager, std::string* device) {
+    if (!self) return false;
+    if (manager->HasCurrent()) return self->m_prompts.scanner(manager, device);
+    *device = "sim:";
+    self->m_log->note(tr("No scanner is known yet; the simulated one is used. The menu Scan chooses another one."));
+    return true;
+  };
+  m_app = quillbay::New_HostApp(options);
+  m_app->SetMainWindow(this);
+  m_app->SetRasterHandler([self](const quillbay::HostDocument& document) {
+    if (self) self->takeRaster(document);
+  });
+  m_app->SetCloseHandler([self] {
+    if (self) self->m_panel->hide();
+    return true;
+  });
+}
+
+void MainWindow::makeDocks() {
+  m_panel = new PanelDock(m_app.get(), m_hostView.get(), this);
+  m_pages = new PageList(m_document, this);
+  setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
+  setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);
+  addDockWidget(Qt::RightDockWidgetArea, m_panel);
+  addDockWidget(Qt::LeftDockWidgetArea, m_pages);
+  addDockWidget(Qt::BottomDockWidgetArea, m_log);
+  m_log->hide();
+}
+
+void MainWindow::connectParts() {
+  connect(m_view, &DocumentView::filesDropped, this, &MainWindow::openFiles);
+  connect(m_view, &DocumentView::pageChosen, this, &MainWindow::choosePage);
+  connect(m_view, &DocumentView::zoomChanged, this, [this] { m_status->showZoom(m_view->zoom()); });
+  connect(m_view, &DocumentView::pointerMoved, m_status, &StatusLine::showPointer);
+  connect(m_pages, &PageList::chosen, this, &MainWindow::choosePage);
+  connect(m_pages, &PageList::shown, m_view, &DocumentView::fitPage);
+  connect(m_pages, &PageList::closeAsked, this, &MainWindow::closePage);
+  connect(m_document, &Document::added, this, &MainWindow::choosePage);
+  connect(m_document, &Document::removed, this, [this] { choosePage(m_view->current()); });
+  connect(m_document, &Document::changed, this, &MainWindow::updateActions);
+  connect(m_panel, &PanelDock::chooseScannerAsked, this, &MainWindow::chooseScanner);
+  connect(m_panel, &PanelDock::started, this, [this](int page, const QString& file) {
+    m_log->note(tr("Scanning page %1").arg(page) + (file.isEmpty() ? QString() : " -> " + file));
+    statusBar()->showMessage(tr("Scanning page %1...").arg(page));
+    updateActions();
+  });
+  connect(m_panel, &PanelDock::linesArrived, this, [this](qint64 lines) {
+    statusBar()->showMessage(tr("Scanning, lines: %1").arg(QLocale().toString(lines)));
+  });
+  connect(m_panel, &PanelDock::pageFinished, this, [this](int page, const QString& file) {
+    m_log->note(tr("Page %1 finished").arg(page) + (file.isEmpty() ? QString() : ": " + file));
+  });
+  connect(m_panel, &PanelDock::ended, this, &MainWindow::scanEnded);
+}
+
+void MainWindow::scanEnded(int cause, const QString& fault, int pages) {
+  const QString text = endText(static_cast<quillbay::EndCause>(cause), pages);
+  statusBar()->showMessage(text);
+  m_log->note(fault.isEmpty() ? text : text + ": " + fault);
+  updateActions();
+}
+
+void MainWindow::restore() {
+  const QByteArray geometry = m_settings->bytes("Geometry"), state = m_settings->bytes("State");
+  if (geometry.isEmpty() || !restoreGeometry(geometry)) {
+    const QSize room = screen()->availableSize();
+    resize(QSize(1280, 720).boundedTo(room * 0.95));
+  }
+  if (!state.isEmpty()) restoreState(state, kStateVersion);
+  m_mode = m_settings->number("Mode", quillbay::ScanToView) == quillbay::ScanToFile ? quillbay::ScanToFile
+                                                                                    : quillbay::ScanToView;
+  m_status->setUnit(m_settings->text("Unit", "mm").toStdString());
+}
+
+void MainWindow::remember() {
+  m_settings->setBytes("Geometry", saveGeometry());
+  m_settings->setBytes("State", saveState(kStateVersion));
+  m_settings->setNumber("Mode", m_mode);
+  m_settings->save();
+}
+
+void MainWindow::start() {
+  setMode(m_mode);
+  m_view->setFocus();
+}
+
+bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
+  if (m_panel->isBusy()) {
+    tell(tr("A scan is running. Stop it before you change where scans go."));
+    updateActions();
+    return false;
+  }
+  m_mode = mode;
+  const bool opened = m_panel->open(mode);
+  if (!opened) m_log->note(tr("No scanner could be opened."));
+  updateActions();
+  return opened;
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  event->ignore();
+  if (m_panel->isBusy() && !m_prompts.stopScan()) return;
+  // Before the pages are asked about: what the scan still hands over counts as well.
+  const bool hadPanel = m_panel->control() != nullptr;
+  m_panel->closePanel();
+  if (!maySurrenderPages(m_document->unsaved())) {
+    if (hadPanel) setMode(m_mode);
+    return;
+  }
+  remember();
+  event->accept();
+}
+
+}  // namespace desktop

@@ -1,0 +1,110 @@
+#pragma once
+#include <QMainWindow>
+#include <memory>
+
+#include "document.h"
+#include "page_files.h"
+#include "program_settings.h"
+#include "prompts.h"
+#include "quillbay/control.h"
+#include "quillbay/host.h"
+#include "quillbay/quillbay.h"
+
+class QActionGroup;
+
+namespace desktop {
+
+class DocumentView;
+class HostView;
+class LogDock;
+class PageList;
+class PanelDock;
+class StatusLine;
+
+/// Where the program keeps its settings; empty: the usual folders.
+struct ProgramFolders {
+  std::string config, state;
+};
+
+/// The program's window: the document's view, the scanning panel beside it, the pages, a log and a status line.
+/// It is a host of the panel.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+ public:
+  explicit MainWindow(const ProgramFolders& folders, QWidget* parent = nullptr);
+  ~MainWindow() override;
+
+  /// Opens the panel in the mode of the last run.
+  void start();
+  bool setMode(quillbay::eTarnwellMode mode);
+  /// Opens files; what cannot be read is told in one message. The page that came last is shown.
+  void openFiles(const QStringList& files);
+  bool saveCurrentAs();
+  /// Asks for names of all pages that are in no file. False when one of them is still in none.
+  bool saveAll();
+  bool saveAllInOneFile();
+  /// Closes a page, after asking when it is not saved.
+  bool closePage(int id);
+  void startScan();
+
+  [[nodiscard]] Document& document() { return *m_document; }
+  [[nodiscard]] PanelDock& panelDock() { return *m_panel; }
+  [[nodiscard]] DocumentView& view() { return *m_view; }
+  [[nodiscard]] LogDock& log() { return *m_log; }
+  [[nodiscard]] StatusLine& statusLine() { return *m_status; }
+  [[nodiscard]] ProgramSettings& settings() { return *m_settings; }
+  [[nodiscard]] quillbay::IHostApp* app() { return m_app.get(); }
+  [[nodiscard]] Prompts& prompts() { return m_prompts; }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  QAction* addAction(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip,
+                     const std::function<void()>& run);
+  void makeHost(const ProgramFolders& folders);
+  void makeDocks();
+  void connectParts();
+  void makeFileMenu();
+  void makeScanMenu();
+  void makeViewMenu();
+  void makeHelpMenu();
+  void fillRecent();
+  void updateActions();
+  void restore();
+  void remember();
+
+  void takeRaster(const quillbay::HostDocument& document);
+  void noteSaved(const std::string& file);
+  void chooseScanner();
+  void startBatch();
+  void stop(quillbay::StopKind kind);
+  void scanEnded(int cause, const QString& fault, int pages);
+  void setUnit(const char* unit);
+  void choosePage(int id);
+  void about();
+  /// A message window for something that went wrong; it goes to the log as well.
+  void tell(const QString& text);
+  /// False when pages are unsaved and the person wants to keep the window.
+  bool maySurrenderPages(const std::vector<int>& ids);
+  bool savePages(const std::vector<int>& ids, const QString& file, bool mayReplace);
+
+  Prompts m_prompts;
+  quillbay::KxPtr<quillbay::IHostApp> m_app;
+  std::unique_ptr<ProgramSettings> m_settings;
+  Document* m_document;
+  DocumentView* m_view;
+  std::unique_ptr<HostView> m_hostView;
+  std::unique_ptr<PageFiles> m_files;
+  PanelDock* m_panel = nullptr;
+  PageList* m_pages = nullptr;
+  LogDock* m_log = nullptr;
+  StatusLine* m_status = nullptr;
+  QMenu* m_recent = nullptr;
+  QActionGroup* m_modes = nullptr;
+  std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle;
+  quillbay::eTarnwellMode m_mode = quillbay::ScanToView;
+  int m_scanned = 0;  // the page that the last scan brought
+};
+
+}  // namespace desktop

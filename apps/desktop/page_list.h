@@ -1,0 +1,37 @@
+#pragma once
+#include <QDockWidget>
+
+#include "document.h"
+
+class QListWidget;
+class QListWidgetItem;
+
+namespace desktop {
+
+/// The document's pages with small pictures. A page that is in no file is marked.
+class PageList : public QDockWidget {
+  Q_OBJECT
+ public:
+  PageList(Document* document, QWidget* parent);
+  /// Without `chosen`.
+  void setCurrent(int id);
+  [[nodiscard]] int current() const;
+
+ signals:
+  void chosen(int id);
+  void shown(int id);  ///< double click or Return
+  void closeAsked(int id);
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  void add(int id);
+  void refresh(int id);
+  [[nodiscard]] QListWidgetItem* item(int id) const;
+
+  Document* m_document;
+  QListWidget* m_list;
+};
+
+}  // namespace desktop

@@ -1,0 +1,108 @@
+#include "panel_dock.h"
+
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QVBoxLayout>
+
+#include "quillbay/scanner.h"
+
+namespace desktop {
+
+using quillbay::KxPtr;
+using quillbay::query;
+
+/// Passes on what the panel tells.
+class PanelListener final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
+ public:
+  explicit PanelListener(PanelDock* dock) : m_dock(dock) {}
+  void OnStarted(const quillbay::ScanStartInfo& info) override {
+    emit m_dock->started(info.page, QString::fromStdString(info.file));
+  }
+  void OnLines(std::int64_t lines) override { emit m_dock->linesArrived(lines); }
+  void OnPageFinished(const quillbay::PageInfo& page) override {
+    emit m_dock->pageFinished(page.page, QString::fromStdString(page.file));
+  }
+  void OnPublished(const std::string&, std::int32_t) override {}
+  void OnMessage(const std::string&) override {}
+  void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override {
+    emit m_dock->ended(static_cast<int>(cause), QString::fromStdString(fault.text), pages);
+  }
+
+ private:
+  PanelDock* m_dock;
+};
+
+PanelDock::PanelDock(quillbay::IApp* app, quillbay::IKxView* view, QWidget* parent)
+    : QDockWidget(tr("Scanning"), parent),
+      m_app(app),
+      m_view(view),
+      m_scroll(new QScrollArea(this)),
+      m_listener(std::make_unique<PanelListener>(this)) {
+  setObjectName("panelDock");
+  setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+  m_scroll->setWidgetResizable(true);
+  m_scroll->setFrameShape(QFrame::NoFrame);
+  m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  m_scroll->setFocusPolicy(Qt::NoFocus);
+  setWidget(m_scroll);
+}
+
+PanelDock::~PanelDock() { closePanel(); }
+
+bool PanelDock::open(quillbay::eTarnwellMode mode) {
+  closePanel();
+  // The panel stays a child of the window that it was made for.
+  auto holder = std::make_unique<QWidget>();
+  auto* column = new QVBoxLayout(holder.get());
+  column->setContentsMargins(0, 0, 0, 0);
+  const auto script = query<quillbay::IScriptCmdSink>(m_app);
+  m_panel = quillbay::New_Quillbay(m_app, holder.get(), m_view, script.get(), m_sink.put(), mode);
+  m_control = m_panel ? m_sink.as<quillbay::IQuillbayControl>() : nullptr;
+  if (!m_control) {
+    m_panel = nullptr;
+    m_sink = nullptr;
+    showTrouble();
+    return false;
+  }
+  column->addWidget(m_panel);
+  m_control->Advise(m_listener.get());
+  m_scroll->setMinimumWidth(m_panel->minimumSizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
+  m_scroll->setWidget(holder.release());
+  m_panel->show();
+  return true;
+}
+
+void PanelDock::closePanel() {
+  QWidget* shown = m_scroll->takeWidget();
+  m_panel = nullptr;
+  delete shown;  // the panel stops its scan, tells its listener the end and saves its settings
+  if (m_control) m_control->Unadvise(m_listener.get());
+  m_control = nullptr;
+  m_sink = nullptr;
+}
+
+bool PanelDock::isBusy() const { return m_control && m_control->IsBusy() != 0; }
+
+void PanelDock::showTrouble() {
+  QString reason;
+  if (const auto manager = query<quillbay::IScanManager>(m_app)) {
+    const auto scanner = KxPtr<quillbay::IScan>::adopt(manager->GetCurrent());
+    const auto fault = scanner.as<quillbay::IUnitFault>();
+    if (fault) reason = QString::fromStdString(fault->GetFault().text);
+  }
+  auto* holder = new QWidget;
+  auto* column = new QVBoxLayout(holder);
+  auto* text = new QLabel(tr("No scanner could be opened.") + (reason.isEmpty() ? QString() : "\n\n" + reason));
+  text->setWordWrap(true);
+  text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  auto* choose = new QPushButton(tr("&Choose scanner..."));
+  connect(choose, &QPushButton::clicked, this, &PanelDock::chooseScannerAsked, Qt::QueuedConnection);
+  column->addWidget(text);
+  column->addWidget(choose, 0, Qt::AlignLeft);
+  column->addStretch();
+  m_scroll->setWidget(holder);
+}
+
+}  // namespace desktop

@@ -1,0 +1,52 @@
+#pragma once
+#include <QDockWidget>
+#include <memory>
+
+#include "quillbay/control.h"
+#include "quillbay/quillbay.h"
+
+class QScrollArea;
+
+namespace desktop {
+
+class PanelListener;
+
+/// The dock that holds the scanning panel; one panel at a time, of one mode. Without a scanner it says why, and
+/// offers to choose another one.
+class PanelDock : public QDockWidget {
+  Q_OBJECT
+ public:
+  PanelDock(quillbay::IApp* app, quillbay::IKxView* view, QWidget* parent);
+  ~PanelDock() override;
+
+  /// Closes the open panel and opens one of this mode. False when no scanner could be opened.
+  bool open(quillbay::eTarnwellMode mode);
+  /// Closes the panel: stops its scan, saves its settings.
+  void closePanel();
+  /// Null without a panel.
+  [[nodiscard]] quillbay::IQuillbayControl* control() const { return m_control.get(); }
+  [[nodiscard]] bool isBusy() const;
+  /// The panel's window; null without one.
+  [[nodiscard]] QWidget* panel() const { return m_panel; }
+
+ signals:
+  void started(int page, const QString& file);
+  void linesArrived(qint64 lines);
+  void pageFinished(int page, const QString& file);
+  /// `cause` is a `quillbay::EndCause`.
+  void ended(int cause, const QString& fault, int pages);
+  void chooseScannerAsked();
+
+ private:
+  void showTrouble();
+
+  quillbay::IApp* m_app;
+  quillbay::IKxView* m_view;
+  QScrollArea* m_scroll;
+  QWidget* m_panel = nullptr;
+  quillbay::KxPtr<quillbay::IQuillbaySink> m_sink;
+  quillbay::KxPtr<quillbay::IQuillbayControl> m_control;
+  std::unique_ptr<PanelListener> m_listener;
+};
+
+}  // namespace desktop

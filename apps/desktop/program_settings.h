@@ -1,0 +1,33 @@
+#pragma once
+#include <QByteArray>
+#include <QStringList>
+
+#include "quillbay/app.h"
+
+namespace desktop {
+
+/// What the program remembers between runs, in the section "Desktop" of the host's profile.
+class ProgramSettings {
+ public:
+  explicit ProgramSettings(quillbay::IApp* app);
+
+  [[nodiscard]] QString text(const char* key, const QString& otherwise = {}) const;
+  [[nodiscard]] int number(const char* key, int otherwise) const;
+  [[nodiscard]] QByteArray bytes(const char* key) const;
+  void setText(const char* key, const QString& value);
+  void setNumber(const char* key, int value);
+  void setBytes(const char* key, const QByteArray& value);
+  /// The files that were opened or saved, the latest first.
+  [[nodiscard]] QStringList recent() const;
+  void addRecent(const QString& file);
+  void forgetRecent(const QString& file);
+  /// Writes it; false when that failed (the host has said why).
+  bool save();
+
+ private:
+  void setRecent(const QStringList& files);
+  quillbay::KxPtr<quillbay::IProfile> m_profile;
+  quillbay::KxPtr<quillbay::IParam> m_section;
+};
+
+}  // namespace desktop

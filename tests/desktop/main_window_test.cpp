@@ -1,0 +1,141 @@
+#include <QAction>
+#include <QFile>
+#include <QMenuBar>
+#include <QScrollArea>
+#include <set>
+
+#include "desktop_fixture.h"
+#include "status_line.h"
+
+namespace desktop {
+namespace {
+
+TEST_F(DesktopTest, AScannedPageIsShownSavedAndOpenedAgain) {
+  open();
+  smallPages();
+  ASSERT_TRUE(scan());
+  ASSERT_EQ(pages().size(), 1U);
+  EXPECT_FALSE(pages()[0].saved);
+  EXPECT_TRUE(window->isWindowModified());
+  EXPECT_EQ(window->view().current(), pages()[0].id);
+  EXPECT_TRUE(window->statusLine().size().contains("254")) << window->statusLine().size().toStdString();
+  ASSERT_TRUE(waitFor([&] { return window->view().isSharp() && !pages()[0].overview.isNull(); }));
+  const QImage shown = window->view().grab().toImage();
+  std::set<QRgb> colours;
+  for (int y = 0; y < shown.height(); y += 3) {
+    for (int x = 0; x < shown.width(); x += 3) colours.insert(shown.pixel(x, y));
+  }
+  EXPECT_GT(colours.size(), 20U);  // a drawing, no blank sheet
+
+  saveName = QString::fromStdString(dir.file("Plän 1.tif"));
+  ASSERT_TRUE(window->saveCurrentAs()) << messages.join('\n').toStdString();
+  EXPECT_TRUE(pages()[0].saved);
+  EXPECT_FALSE(window->isWindowModified());
+  const std::string scanned = pixels(pages()[0].raster.get());
+
+  window->openFiles({saveName});
+  ASSERT_EQ(pages().size(), 2U);
+  EXPECT_EQ(pixels(pages()[1].raster.get()), scanned);
+  EXPECT_EQ(pages()[1].raster->GetResolution(), 100U);
+  EXPECT_TRUE(window->close());
+  EXPECT_TRUE(asked.isEmpty());
+
+  // The next start has the settings of this one.
+  window.reset();
+  open({});
+  EXPECT_EQ(window->settings().recent(), QStringList{saveName});
+  quillbay::CKxVariant dpi;
+  control()->GetParam("m_uiDPI", &dpi);
+  EXPECT_EQ(dpi.toInt(), 100);
+}
+
+TEST_F(DesktopTest, UnsavedPagesAreAskedAboutBeforeTheyGo) {
+  open();
+  smallPages();
+  ASSERT_TRUE(scan());
+  ASSERT_TRUE(scan());
+  ASSERT_EQ(pages().size(), 2U) << "a second scan must not take the first page away";
+
+  unsaved = UnsavedAnswer::Cancel;
+  EXPECT_FALSE(window->closePage(pages()[0].id));
+  EXPECT_FALSE(window->close());
+  EXPECT_EQ(asked.size(), 3);
+  ASSERT_EQ(pages().size(), 2U);
+  EXPECT_NE(control(), nullptr) << "the panel is there again after a cancelled close";
+
+  unsaved = UnsavedAnswer::Save;
+  saveName.clear();  // gives up in the dialog
+  EXPECT_FALSE(window->close());
+  saveName = QString::fromStdString(dir.file("missing/folder"));
+  EXPECT_FALSE(window->close());
+  ASSERT_FALSE(messages.isEmpty());
+  EXPECT_TRUE(messages.last().contains("missing/folder")) << messages.last().toStdString();
+  EXPECT_EQ(window->document().unsaved().size(), 2U);
+
+  saveName = QString::fromStdString(dir.path());
+  EXPECT_TRUE(window->close()) << messages.last().toStdString();
+  for (const Page& page : pages()) {
+    EXPECT_TRUE(page.saved);
+    EXPECT_TRUE(QFile::exists(page.file)) << page.file.toStdString();
+  }
+  EXPECT_NE(pages()[0].file, pages()[1].file);
+}
+
+TEST_F(DesktopTest, ScansGoWhereTheModeSays) {
+  open();
+  ASSERT_TRUE(window->setMode(quillbay::ScanToFile));
+  smallPages();
+  std::string why;
+  ASSERT_TRUE(control()->SetParam("m_Dir", dir.path(), &why));
+  ASSERT_TRUE(control()->SetParam("m_Mask", "sheet", &why));
+  const std::string file = control()->GetNextFileName();
+  ASSERT_TRUE(scan());
+  EXPECT_TRUE(QFile::exists(QString::fromStdString(file))) << file;
+  EXPECT_TRUE(pages().empty());
+  EXPECT_TRUE(window->close());
+  window.reset();
+  open({});
+  EXPECT_TRUE(control()->GetNextFileName().starts_with(dir.path())) << "the mode of the last run";
+}
+
+TEST_F(DesktopTest, AScanThatRunsIsStoppedForTheCloseAndKeepsTheMode) {
+  open("sim:size=800x5000,speed=400");
+  smallPages();
+  std::string why;
+  ASSERT_TRUE(control()->SetParam("m_rcScan", quillbay::tagRRECT{0, 0, 800, 5000}, &why)) << why;
+  window->startScan();
+  ASSERT_TRUE(waitFor([&] { return window->panelDock().isBusy(); }));
+  EXPECT_FALSE(window->setMode(quillbay::ScanToFile));
+  unsaved = UnsavedAnswer::Discard;
+  EXPECT_TRUE(window->close());
+  EXPECT_EQ(stopsAsked, 1);
+}
+
+TEST_F(DesktopTest, AScannerThatCannotBeOpenedIsToldInThePanelsPlace) {
+  open();
+  std::string why;
+  ASSERT_TRUE(quillbay::query<quillbay::IScanManager>(window->app())->SetCurrent("sim:width=nonsense", &why));
+  EXPECT_FALSE(window->setMode(quillbay::ScanToView));
+  EXPECT_EQ(control(), nullptr);
+  window->startScan();  // does nothing
+  EXPECT_TRUE(window->close());
+}
+
+TEST_F(DesktopTest, ThePanelFitsASmallScreenAndEveryCommandHasAKeyOrAMnemonic) {
+  open();
+  EXPECT_LE(window->minimumSizeHint().width(), 1366);
+  EXPECT_LE(window->minimumSizeHint().height(), 728);
+  for (QAction* top : window->menuBar()->actions()) {
+    EXPECT_TRUE(top->text().contains('&'));
+    std::set<QChar> used;
+    for (QAction* action : top->menu()->actions()) {
+      if (action->isSeparator()) continue;
+      const auto at = action->text().indexOf('&');
+      ASSERT_GE(at, 0) << action->text().toStdString();
+      EXPECT_TRUE(used.insert(action->text()[at + 1].toLower()).second) << action->text().toStdString();
+    }
+  }
+}
+
+}  // namespace
+}  // namespace desktop
