@@ -140,7 +140,9 @@ void Reporter::message(const quillbay::HostMessage& message) {
   {
     const std::lock_guard lock(m_mutex);
     m_lastMessage = message.text;
-    put("quillbay-scan: " + line + (question ? std::string(" [") + answer + "]" : ""));
+    // A question that the options answered with yes is no error.
+    const bool agreed = question && message.answer == quillbay::EventAnswer::Yes;
+    if (!m_quiet || !agreed) put("quillbay-scan: " + line + (question ? std::string(" [") + answer + "]" : ""));
   }
   if (!m_json) return;
   QJsonObject event{{"event", "message"}, {"kind", nameOf(message.kind)}, {"text", text(message.text)}};

@@ -171,7 +171,6 @@ std::shared_ptr<ScanPlan> CMaindlg::makePlan(SessionState kind) const {
   plan->straightening = m_steps.straightening;
   plan->expectedLines = m_expectedLines;
   const ScanValues& v = values();
-  plan->writesFile = kind == SessionState::Scanning && files && files->writesFile();
   plan->mayReplace = files && files->mayReplace();
   plan->publishAtEnd = !v.multiPage || !(m_session.batch() || m_session.burstActive());
   return plan;

@@ -26,7 +26,6 @@ struct ScanPlan {
   KxPtr<ISStripStor> destination, view;
   IStraightening* straightening = nullptr;
   bool mayReplace = false;         ///< the person agreed that the file of the prepared name is replaced
-  bool writesFile = false;         ///< the destination's store writes a file
   bool publishAtEnd = true;        ///< as far as it is known when the page starts
   std::int64_t expectedLines = 0;  ///< 0: unknown
 };

@@ -86,6 +86,7 @@ int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
   if (!error.empty() && publishByRule(m_params, events().get())) error.clear();
   if (!error.empty()) {
     m_openPart.clear();
+    store->Reset();  // the error is told once
     tell(error);
     return 0;
   }

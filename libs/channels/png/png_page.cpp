@@ -16,13 +16,13 @@ constexpr double kInchesPerMetre = 1 / 0.0254;
 }  // namespace
 
 const QbOptionInfo kPngOptions[] = {
-    {"Level", "How hard the compression tries, 1 (fastest, as set) to 9.", nullptr},
+    {"Level", "How hard the compression tries, 0 (not at all), 1 (fastest, as set) to 9.", nullptr},
     {nullptr, nullptr, nullptr},
 };
 
 PngPage::PngPage(const EdgeFile& file, const QbPage& page, const QbOptions* options) : m_file(file) {
   if (m_file.size() != 0) throw ModuleError(QB_E_REFUSED, "a PNG file holds one page; choose another name");
-  m_format = {static_cast<KxColorSpace>(page.color_space), page.width, optionNumber(options, "Level", 1, 1, 9)};
+  m_format = {static_cast<KxColorSpace>(page.color_space), page.width, optionNumber(options, "Level", 1, 0, 9)};
   BandPipeline::Setup setup;
   const std::size_t lines = kBandBytes / m_format.lineBytes();
   setup.bandLines = static_cast<std::int32_t>(std::max<std::size_t>(lines, 8));
