@@ -101,6 +101,27 @@ class IRStorDraw : public IKxUnknown {
   virtual int Draw(IRasterDC* target, const CRDirectTfm& tfm, IProgress* progress) = 0;
 };
 
+/// Reduced levels of a raster, which shrunk pictures are drawn from. A raster keeps none until it is asked to by
+/// `MakeLevels`; from then on they grow with the stripes that are added to it.
+class IRStorLevels : public IKxUnknown {
+ public:
+  /// Works on the lines that lack their levels, for about `milliseconds` (a negative number: to the end). While
+  /// lines lack them, drawing shows single source pixels there in place of averages. Answers 1 when all lines have
+  /// their levels, or can have none since space ran out; 0 when there is more to do. Any thread.
+  virtual int MakeLevels(int milliseconds) = 0;
+  /// Lines that the levels have taken in. Any thread.
+  virtual std::int32_t GetLevelLines() = 0;
+  /// Bytes that the levels take, in memory and scratch together. Any thread.
+  virtual std::int64_t GetLevelBytes() = 0;
+};
+
+/// Queried from an `IRasterDC`: how rasters are to be shrunk there.
+class IRasterDCMode : public IKxUnknown {
+ public:
+  /// 8: half-tone (what `IRStorDraw` does without this interface); 0: single source pixels, the fastest.
+  virtual int GetStretchMode() = 0;
+};
+
 /// A raster storage: lines of one width, colour space and resolution.
 /// Threads: one writer; readers of finished lines may run beside it unless an implementation says otherwise.
 class IRStor : public IKxUnknown {

@@ -64,4 +64,27 @@ DrawAxis makeDrawAxis(double scale, double offset, std::int32_t length, std::int
   return axis;
 }
 
+DrawAxis makeLevelAxis(const DrawAxis& source, std::int32_t length, int shift) {
+  const double part = 1.0 / (1 << shift);
+  const double end = length;
+  const auto pixels = static_cast<std::int32_t>((std::int64_t{length} + (1 << shift) - 1) >> shift);
+  DrawAxis axis{source.scale / part, source.offset, source.begin, source.end, {}};
+  axis.spans.reserve(source.spans.size());
+  for (std::int32_t d = axis.begin; d < axis.end; ++d) {
+    const double a = std::clamp((d - source.offset) / source.scale, 0.0, end) * part;
+    const double b = std::clamp((d + 1.0 - source.offset) / source.scale, 0.0, end) * part;
+    axis.spans.push_back(shrunkSpan(std::min(a, b), std::max(a, b), pixels));
+  }
+  return axis;
+}
+
+DrawAxis makeSampledAxis(const DrawAxis& source) {
+  DrawAxis axis = source;
+  for (AxisSpan& s : axis.spans) {
+    const std::int32_t middle = s.first + (s.last - s.first) / 2;
+    s = {middle, middle, 256, 256};
+  }
+  return axis;
+}
+
 }  // namespace quillbay

@@ -36,8 +36,15 @@ struct DrawAxis {
 [[nodiscard]] DrawAxis makeDrawAxis(double scale, double offset, std::int32_t length, std::int32_t clipBegin,
                                     std::int32_t clipEnd);
 
-/// Paints the rows of a picture: `paint(span, out)` gets the source lines of a row and the row's first device pixel
-/// of `columns`. Rows with the same source as the row before are copied. Answers 0 when cancelled.
+/// The same device pixels as `source`, an axis over `length` pixels, over a reduced picture of it: each pixel
+/// stands for 1 << shift pixels of the source, the last one for what is left.
+[[nodiscard]] DrawAxis makeLevelAxis(const DrawAxis& source, std::int32_t length, int shift);
+
+/// The same device pixels, each showing the one source pixel in the middle of those that it covers.
+[[nodiscard]] DrawAxis makeSampledAxis(const DrawAxis& source);
+
+/// Paints the rows of a picture: `paint(i, out)` gets the row's place in the axis and its first device pixel of
+/// `columns`. Rows with the same source as the row before are copied. Answers 0 when cancelled.
 template <class PaintRow>
 int drawRows(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress,
              PaintRow&& paint) {
@@ -55,7 +62,7 @@ int drawRows(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, I
     if (before && span == rows.spans[static_cast<std::size_t>(i) - 1]) {
       std::copy(before, before + columns.count(), out);
     } else {
-      paint(span, out);
+      paint(static_cast<std::size_t>(i), out);
     }
     before = out;
   }

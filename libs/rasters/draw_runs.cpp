@@ -26,7 +26,7 @@ std::size_t firstRunAt(const RunView& line, std::uint32_t pixel) noexcept {
 }  // namespace
 
 RunReducer::RunReducer(const DrawAxis& columns, const DrawAxis& rows, std::uint32_t background)
-    : m_columns(columns), m_gain(std::max(columns.reduction(), rows.reduction())) {
+    : m_columns(columns), m_gain(std::max(columns.reduction(), rows.reduction())), m_colors(inkColors(background)) {
   std::int32_t low = columns.spans.front().first;
   std::int32_t high = 0;
   for (const AxisSpan& s : columns.spans) {
@@ -37,11 +37,6 @@ RunReducer::RunReducer(const DrawAxis& columns, const DrawAxis& rows, std::uint3
   m_high = static_cast<std::uint32_t>(high);
   m_part.resize(columns.spans.size());
   m_step.resize(columns.spans.size() + 1);
-  for (std::uint32_t dark = 0; dark < 256; ++dark) {
-    const auto blend = [&](std::uint32_t paper) { return (paper * (255 - dark) + 127) / 255; };
-    m_colors[dark] = 0xFF000000U | blend(background & 255) << 16 | blend(background >> 8 & 255) << 8 |
-                     blend(background >> 16 & 255);
-  }
 }
 
 void RunReducer::addLine(const RunView& line, std::uint32_t weight) {

@@ -1,9 +1,9 @@
 #pragma once
-#include <array>
 #include <cstdint>
 #include <vector>
 
 #include "rasters/draw_axis.h"
+#include "rasters/draw_tones.h"
 #include "rasters/run_lists.h"
 
 namespace quillbay {
@@ -33,7 +33,7 @@ class RunReducer {
   std::vector<std::int64_t> m_part;     // ink of pixels that a run covers in part, in parts of 2^16 of the weight
   std::vector<std::int64_t> m_step;     // where whole coverage begins and ends
   std::uint64_t m_totalWeight = 0;
-  std::array<std::uint32_t, 256> m_colors;  // by darkness
+  InkColors m_colors;
 };
 
 }  // namespace quillbay

@@ -1,12 +1,19 @@
 #include "rasters/draw_tones.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace quillbay {
 namespace {
 
 /// 257 * 255 is the largest sum that 16 bits hold.
 constexpr std::uint32_t kWholeLines = 257;
+/// The largest weight of a pixel whose sum fits 31 bits.
+constexpr std::uint64_t kSmallWeight = 1U << 23;
+/// The same for floats, whose products of 24 bits are less exact.
+constexpr float kFloatHalf = 0.5F + 1e-4F;
+/// A half, and a little more: what is exactly between two tones goes up, whatever the product was rounded to.
+constexpr double kHalf = 0.5 + 1e-7;
 /// The largest weight whose sum of 255s fits 32 bits.
 constexpr std::uint32_t kSumWeight = 0xFFFFFFFFU / 255;
 
@@ -26,6 +33,24 @@ void moveWhole(std::uint32_t* __restrict sums, std::uint16_t* __restrict whole, 
   }
 }
 
+/// All lines of a row: the first and the last in part, those between whole.
+template <int lines>
+void sumLines(std::uint32_t* __restrict sums, const std::uint8_t* const* l, std::size_t n, std::uint16_t first,
+              std::uint16_t last) noexcept {
+  const std::uint8_t* __restrict const a = l[0];
+  const std::uint8_t* __restrict const z = l[lines - 1];
+  for (std::size_t i = 0; i < n; ++i) {
+    std::uint32_t sum = static_cast<std::uint16_t>(a[i] * first);
+    if constexpr (lines > 1) sum += static_cast<std::uint16_t>(z[i] * last);
+    if constexpr (lines > 2) {
+      std::uint16_t inner = 0;
+      for (int k = 1; k < lines - 1; ++k) inner = static_cast<std::uint16_t>(inner + l[k][i]);
+      sum += static_cast<std::uint32_t>(inner) << 8;
+    }
+    sums[i] = sum;
+  }
+}
+
 std::uint64_t sumSpan(const std::uint32_t* sums, const AxisSpan& span, int channels) noexcept {
   std::uint64_t total = static_cast<std::uint64_t>(sums[0]) * span.firstWeight;
   if (span.first == span.last) return total;
@@ -40,11 +65,52 @@ std::uint64_t spanWeight(const AxisSpan& span) noexcept {
   return span.firstWeight + span.lastWeight + 256 * static_cast<std::uint64_t>(span.last - span.first - 1);
 }
 
+using Sums = std::int32_t __attribute__((vector_size(16)));
+using Floats = float __attribute__((vector_size(16)));
+
+/// Four sums from `p` on, whatever they are of.
+Sums loadSums(const std::uint32_t* p) noexcept {
+  Sums s;
+  std::memcpy(&s, p, sizeof(s));
+  return s;
+}
+
+Floats toFloats(const Sums& s) noexcept { return __builtin_convertvector(s, Floats); }
+
+/// Of a number below 2^31, which is faster converted as a signed one.
+float toFloat(std::uint32_t v) noexcept { return static_cast<float>(static_cast<std::int32_t>(v)); }
+
 std::uint32_t pixel(std::uint32_t r, std::uint32_t g, std::uint32_t b) noexcept {
   return 0xFF000000U | r << 16 | g << 8 | b;
 }
 
 }  // namespace
+
+InkColors inkColors(std::uint32_t background) noexcept {
+  InkColors colors;
+  for (std::uint32_t dark = 0; dark < 256; ++dark) {
+    const auto blend = [&](std::uint32_t paper) { return (paper * (255 - dark) + 127) / 255; };
+    colors[dark] = pixel(blend(background & 255), blend(background >> 8 & 255), blend(background >> 16 & 255));
+  }
+  return colors;
+}
+
+void expandIndices(KxColorSpace colorSpace, const Palette& palette, const std::uint8_t* line, std::size_t low,
+                   std::size_t pixels, std::uint8_t* out) noexcept {
+  for (std::size_t i = 0; i < pixels; ++i, out += 3) {
+    std::size_t index = 0;
+    if (colorSpace == KxColorSpace::Four) {
+      const std::uint8_t two = line[(low + i) / 2];
+      index = (low + i) % 2 == 0 ? two >> 4 : two & 15;
+    } else {
+      index = line[low + i];
+    }
+    const KXRGBQUAD& c = palette[index];
+    out[0] = c.red;
+    out[1] = c.green;
+    out[2] = c.blue;
+  }
+}
 
 ToneReducer::ToneReducer(KxColorSpace colorSpace, const Palette& palette, const DrawAxis& columns)
     : m_colorSpace(colorSpace), m_palette(palette), m_columns(columns), m_order{0, 1, 2} {
@@ -63,29 +129,52 @@ ToneReducer::ToneReducer(KxColorSpace colorSpace, const Palette& palette, const 
   m_bytes = pixels * static_cast<std::size_t>(m_channels);
   if (expanded) m_expanded.resize(m_bytes);
   m_whole.resize(m_bytes);
-  m_sums.resize(m_bytes);
+  m_sums.resize(m_bytes + 4);  // the last pixel is read with what follows it
   m_across.resize(columns.spans.size() * 3);
+  m_inverse.reserve(columns.spans.size());
+  m_weights.reserve(columns.spans.size());
+  for (const AxisSpan& span : columns.spans) {
+    const std::uint64_t weight = std::max<std::uint64_t>(1, spanWeight(span));
+    m_mostWeight = std::max(m_mostWeight, weight);
+    const double inverse = 1.0 / static_cast<double>(weight);
+    m_inverse.push_back(inverse);
+    m_weights.push_back({static_cast<float>(span.firstWeight * inverse), static_cast<float>(256 * inverse),
+                         static_cast<float>(span.lastWeight * inverse)});
+  }
+}
+
+void ToneReducer::setInk(double gain, const InkColors& colors) {
+  m_gain = gain;
+  m_ink = &colors;
 }
 
 const std::uint8_t* ToneReducer::channelsOf(const std::uint8_t* line) {
   const auto low = static_cast<std::size_t>(m_low);
   if (m_expanded.empty()) return line + low * static_cast<std::size_t>(m_channels);
-  const std::size_t pixels = m_bytes / 3;
-  std::uint8_t* out = m_expanded.data();
-  for (std::size_t i = 0; i < pixels; ++i, out += 3) {
-    std::size_t index = 0;
-    if (m_colorSpace == KxColorSpace::Four) {
-      const std::uint8_t two = line[(low + i) / 2];
-      index = (low + i) % 2 == 0 ? two >> 4 : two & 15;
-    } else {
-      index = line[low + i];
-    }
-    const KXRGBQUAD& c = m_palette[index];
-    out[0] = c.red;
-    out[1] = c.green;
-    out[2] = c.blue;
-  }
+  expandIndices(m_colorSpace, m_palette, line, low, m_bytes / 3, m_expanded.data());
   return m_expanded.data();
+}
+
+/// The whole row in one go, without sums of sums in between: the row has no other lines.
+void ToneReducer::addFew(const std::uint8_t* const* lines, const AxisSpan& span) {
+  const std::size_t at = static_cast<std::size_t>(m_low) * static_cast<std::size_t>(m_channels);
+  const std::uint8_t* l[kLinesAtOnce];
+  const auto count = static_cast<std::size_t>(span.last - span.first + 1);
+  for (std::size_t i = 0; i < count; ++i) l[i] = lines[i] + at;
+  const auto first = static_cast<std::uint16_t>(span.firstWeight);
+  const auto last = static_cast<std::uint16_t>(span.lastWeight);
+  std::uint32_t* sums = m_sums.data();
+  switch (count) {
+    case 1: sumLines<1>(sums, l, m_bytes, first, last); break;
+    case 2: sumLines<2>(sums, l, m_bytes, first, last); break;
+    case 3: sumLines<3>(sums, l, m_bytes, first, last); break;
+    case 4: sumLines<4>(sums, l, m_bytes, first, last); break;
+    case 5: sumLines<5>(sums, l, m_bytes, first, last); break;
+    case 6: sumLines<6>(sums, l, m_bytes, first, last); break;
+    case 7: sumLines<7>(sums, l, m_bytes, first, last); break;
+    default: sumLines<8>(sums, l, m_bytes, first, last); break;
+  }
+  m_sumWeight = static_cast<std::uint32_t>(spanWeight(span));
 }
 
 void ToneReducer::addLine(const std::uint8_t* line, std::uint32_t weight) {
@@ -119,18 +208,76 @@ void ToneReducer::reduceAcross() noexcept {
   m_sumWeight = 0;
 }
 
+/// A row whose sums are small: colours side by side in one register. Sums and weights are exact in 24 bits; the
+/// products are off by less than kFloatHalf allows for.
+template <int channels>
+void ToneReducer::finishColors(std::uint32_t* out) noexcept {
+  const float rowInverse = 1.0F / static_cast<float>(m_sumWeight);
+  const std::uint32_t* sums = m_sums.data();
+  const ColumnWeights* w = m_weights.data();
+  const bool swapped = m_order[0] == 2;
+  for (const AxisSpan& span : m_columns.spans) {
+    const std::uint32_t* p = sums + (span.first - m_low) * channels;
+    Floats total = toFloats(loadSums(p)) * w->first;
+    if (span.first != span.last) {
+      Sums inner{};
+      p += channels;
+      for (std::int32_t i = span.first + 1; i < span.last; ++i, p += channels) inner += loadSums(p);
+      total += toFloats(inner) * w->inner + toFloats(loadSums(p)) * w->last;
+    }
+    ++w;
+    const Sums tones = __builtin_convertvector(total * rowInverse + kFloatHalf, Sums);
+    const auto r = static_cast<std::uint32_t>(tones[swapped ? 2 : 0]);
+    const auto b = static_cast<std::uint32_t>(tones[swapped ? 0 : 2]);
+    *out++ = pixel(r, static_cast<std::uint32_t>(tones[1]), b);
+  }
+  std::fill(m_sums.begin(), m_sums.end(), 0U);
+  m_sumWeight = 0;
+}
+
+void ToneReducer::finishGrey(std::uint32_t* out) noexcept {
+  const float rowInverse = static_cast<float>(m_gain) / static_cast<float>(m_sumWeight);
+  const std::uint32_t* sums = m_sums.data();
+  const ColumnWeights* w = m_weights.data();
+  for (const AxisSpan& span : m_columns.spans) {
+    const std::uint32_t* p = sums + (span.first - m_low);
+    float total = toFloat(*p) * w->first;
+    if (span.first != span.last) {
+      std::uint32_t inner = 0;
+      for (std::int32_t i = span.first + 1; i < span.last; ++i) inner += *++p;
+      total += toFloat(inner) * w->inner + toFloat(*++p) * w->last;
+    }
+    ++w;
+    const auto v = static_cast<std::uint32_t>(static_cast<std::int32_t>(total * rowInverse + kFloatHalf));
+    *out++ = m_ink ? (*m_ink)[std::min(255U, v)] : pixel(v, v, v);
+  }
+  std::fill(m_sums.begin(), m_sums.end(), 0U);
+  m_sumWeight = 0;
+}
+
 void ToneReducer::finishRow(std::uint32_t* out) {
   flushWhole();
+  if (m_totalWeight == 0 && m_sumWeight > 0 && m_sumWeight * m_mostWeight <= kSmallWeight) {
+    switch (m_channels) {
+      case 1: finishGrey(out); return;
+      case 3: finishColors<3>(out); return;
+      default: finishColors<4>(out); return;
+    }
+  }
   reduceAcross();
   const std::uint64_t* sums = m_across.data();
-  for (const AxisSpan& span : m_columns.spans) {
-    const std::uint64_t total = std::max<std::uint64_t>(1, spanWeight(span) * m_totalWeight);
-    const std::uint64_t half = total / 2;
-    const double part = 1.0 / static_cast<double>(total);
+  const double rowInverse = m_gain / static_cast<double>(std::max<std::uint64_t>(1, m_totalWeight));
+  for (const double inverse : m_inverse) {
+    const double part = inverse * rowInverse;
     const auto tone = [&](std::uint64_t sum) {
-      return static_cast<std::uint32_t>(static_cast<double>(sum + half) * part);
+      return static_cast<std::uint32_t>(
+          static_cast<std::int64_t>(static_cast<double>(static_cast<std::int64_t>(sum)) * part + kHalf));
     };
-    *out++ = pixel(tone(sums[0]), tone(sums[1]), tone(sums[2]));
+    if (m_ink) {
+      *out++ = (*m_ink)[std::min(255U, tone(sums[0]))];
+    } else {
+      *out++ = pixel(tone(sums[0]), tone(sums[1]), tone(sums[2]));
+    }
     sums += 3;
   }
   std::fill(m_across.begin(), m_across.end(), 0U);

@@ -50,6 +50,7 @@ int RasterBase::AddLines(int plane, std::int32_t after, std::int32_t count) {
   countChange();
   publishHeight(height + count);
   if (after == height) return 1;
+  linesChanged(after);
   for (std::int32_t line = height; line-- > after;) moveLine(line, line + count);
   blankLines(after, count);
   return 1;
@@ -79,12 +80,15 @@ int RasterBase::getPalette(KXRGBQUAD* out) {
 int RasterBase::setPalette(const KXRGBQUAD* entries, int count) {
   const int most = m_colorSpace == KxColorSpace::Four ? 16 : paletteSize(m_colorSpace);
   if (!entries || count < 0 || count > most) return 0;
+  bool changed = false;
   {
     const std::lock_guard lock(m_paletteMutex);
+    changed = !std::equal(entries, entries + count, m_palette.begin());
     std::copy_n(entries, count, m_palette.begin());
     if (m_colorSpace == KxColorSpace::Four) m_colorCount = count;
   }
   countChange();
+  if (changed) linesChanged(0);
   // Lines that were there before the palette have to be white by it.
   if (!m_hasContent && GetHeight() > 0) blankLines(0, GetHeight());
   return 1;
@@ -112,14 +116,12 @@ int RasterBase::Draw(IRasterDC* target, const CRDirectTfm& tfm, IProgress* progr
   if (!target) return 0;
   const KxSize size = target->GetDeviceSize();
   const KxRect clip = target->GetClip();
-  // Four bits a pixel: an odd line's last pixel has no place in its bytes.
-  const std::int32_t width = m_colorSpace == KxColorSpace::Four ? m_width / 2 * 2 : m_width;
   const DrawAxis columns =
-      makeDrawAxis(tfm.scaleX, tfm.offsetX, width, std::max(0, clip.left), std::min(size.width, clip.right));
+      makeDrawAxis(tfm.scaleX, tfm.offsetX, drawnWidth(), std::max(0, clip.left), std::min(size.width, clip.right));
   const DrawAxis rows =
       makeDrawAxis(tfm.scaleY, tfm.offsetY, GetHeight(), std::max(0, clip.top), std::min(size.height, clip.bottom));
   if (columns.empty() || rows.empty()) return 1;
-  return drawLines(*target, columns, rows, progress);
+  return drawRaster(*target, columns, rows, progress);
 }
 
 }  // namespace quillbay

@@ -2,12 +2,15 @@
 #include <atomic>
 #include <cstdint>
 #include <limits>
+#include <memory>
 #include <mutex>
 
 #include "quillbay/raster.h"
 #include "rasters/draw_axis.h"
 #include "rasters/draw_tones.h"
+#include "rasters/raster_levels.h"
 #include "rasters/raster_space.h"
+#include "rasters/row_source.h"
 
 namespace quillbay {
 
@@ -17,7 +20,7 @@ namespace quillbay {
 /// GetLinePointer, Draw, sizes), which may read every line below the height that they were told. The height is
 /// published after the lines' bytes, and no line ever moves. Only writing a line again, or adding lines in the
 /// middle, needs the readers of those lines to keep away.
-class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, IRStorDraw> {
+class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, IRStorDraw, IRStorLevels> {
  public:
   int QueryInterface(const std::type_info& wanted, void** out) override;
 
@@ -32,7 +35,7 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
   int HasAlpha() override { return 0; }
   int IsModified() override { return GetGeneration() != 0; }
   int IsReadOnly() override { return 0; }
-  int GetLevelCount() override { return 0; }
+  int GetLevelCount() override;
   int GetPlaneCount() override { return 1; }
   int GetFrameCount() override { return 1; }
   IAccessContext* GetAccessContext(int mode, int type) override;
@@ -49,6 +52,10 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
   std::uint32_t GetBlankColor() override { return m_blankColor.load(std::memory_order_relaxed); }
 
   int Draw(IRasterDC* target, const CRDirectTfm& tfm, IProgress* progress) override;
+
+  int MakeLevels(int milliseconds) override;
+  std::int32_t GetLevelLines() override;
+  std::int64_t GetLevelBytes() override;
 
   /// What the line contexts forward to. 1, or 0 outside the raster.
   virtual int readLine(std::int32_t line, std::int32_t x, std::int32_t count, void* buffer) = 0;
@@ -69,9 +76,20 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
   virtual void blankLines(std::int32_t first, std::int32_t count) = 0;
   /// Gives line `to` the content of line `from`, which is given another one afterwards.
   virtual void moveLine(std::int32_t from, std::int32_t to) = 0;
-  /// Draws into axes that are not empty.
-  virtual int drawLines(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress) = 0;
+  /// Makes rows from the lines; the axes, which are not empty, outlive it.
+  virtual std::unique_ptr<RowSource> newRowSource(const DrawAxis& columns, const DrawAxis& rows) = 0;
+  /// Hands a line to the levels.
+  virtual void addToLevels(RasterLevels& levels, std::int32_t line) = 0;
 
+  /// Lines from `first` to the height were published: the levels go on with them, if there are any.
+  void linesAppended(std::int32_t first);
+  /// Lines from `first` on were written again: the levels forget them.
+  void linesChanged(std::int32_t first);
+
+  /// Four bits a pixel: an odd line's last pixel has no place in its bytes.
+  [[nodiscard]] std::int32_t drawnWidth() const noexcept {
+    return m_colorSpace == KxColorSpace::Four ? m_width / 2 * 2 : m_width;
+  }
   void publishHeight(std::int32_t lines) noexcept { m_height.store(lines, std::memory_order_release); }
   /// Counts a change; only the writer does, so it need not be one step. Never comes back to 0.
   void countChange() noexcept {
@@ -97,6 +115,13 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
   RasterSpace m_space;
 
  private:
+  [[nodiscard]] RasterLevels* levels() const noexcept { return m_levels.load(std::memory_order_acquire); }
+  bool makeLevelLines(RasterLevels& levels, std::int32_t lines);
+  int drawRaster(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress);
+
+  std::mutex m_levelMutex;                       // of the levels' builder
+  std::unique_ptr<RasterLevels> m_levelsOwner;   // guarded by m_levelMutex; made once
+  std::atomic<RasterLevels*> m_levels{nullptr};  // what readers see of it
   std::atomic<std::int32_t> m_height{0};
   std::atomic<int> m_generation{0};
   bool m_hasContent = false;  // writer only: a line was written, not only added

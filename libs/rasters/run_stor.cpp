@@ -121,6 +121,7 @@ int CRunStor::writeLine(std::int32_t line, std::int32_t, std::int32_t, const voi
   if (!hasLine(line) || !buffer) return 0;
   setLine(line, static_cast<const std::uint32_t*>(buffer));
   countWrite();
+  linesChanged(line);
   return 1;
 }
 
@@ -132,14 +133,26 @@ void CRunStor::appendStripe(IScanBuffer& stripe, std::int32_t lines) {
   }
   countWrite();
   publishHeight(height + lines);
+  linesAppended(height);
 }
 
-int CRunStor::drawLines(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress) {
-  RunReducer reducer(columns, rows, GetBackground());
-  return drawRows(target, columns, rows, progress, [&](const AxisSpan& span, std::uint32_t* out) {
-    for (std::int32_t line = span.first; line <= span.last; ++line) reducer.addLine(runs(line), span.weight(line));
-    reducer.finishRow(out);
-  });
+class CRunStor::Rows final : public RowSource {
+ public:
+  Rows(const CRunStor& stor, const DrawAxis& columns, const DrawAxis& rows, std::uint32_t background)
+      : m_stor(stor), m_reducer(columns, rows, background) {}
+  void paint(const AxisSpan& span, std::uint32_t* out) override {
+    for (std::int32_t line = span.first; line <= span.last; ++line)
+      m_reducer.addLine(m_stor.runs(line), span.weight(line));
+    m_reducer.finishRow(out);
+  }
+
+ private:
+  const CRunStor& m_stor;
+  RunReducer m_reducer;
+};
+
+std::unique_ptr<RowSource> CRunStor::newRowSource(const DrawAxis& columns, const DrawAxis& rows) {
+  return std::make_unique<Rows>(*this, columns, rows, GetBackground());
 }
 
 }  // namespace quillbay

@@ -26,9 +26,11 @@ class CRunStor final : public RasterBase {
   void reserveLines(std::int32_t lines) override;
   void blankLines(std::int32_t first, std::int32_t count) override;
   void moveLine(std::int32_t from, std::int32_t to) override;
-  int drawLines(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress) override;
+  std::unique_ptr<RowSource> newRowSource(const DrawAxis& columns, const DrawAxis& rows) override;
+  void addToLevels(RasterLevels& levels, std::int32_t line) override { levels.addLine(runs(line)); }
 
  private:
+  class Rows;
   /// Stands before each list.
   struct Header {
     std::uint32_t count;     ///< runs

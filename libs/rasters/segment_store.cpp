@@ -44,7 +44,7 @@ std::uint8_t* SegmentStore::at(std::uint64_t i) const {
 void SegmentStore::makeResident(Segment& s) const {
   const std::lock_guard lock(m_residentMutex);
   if (s.resident.load(std::memory_order_relaxed)) return;
-  if (m_resident.size() >= kResident) {
+  if (m_resident.size() >= m_mostResident) {
     Segment* oldest = m_resident.front();
     m_resident.pop_front();
     // Lets go of the pages only: the file keeps what was written, and a thread that is still there reads it again.

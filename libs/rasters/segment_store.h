@@ -17,13 +17,20 @@ namespace quillbay {
 /// read lately.
 class SegmentStore {
  public:
+  /// Segments of the scratch file whose pages stay mapped; the others stay in the system's cache only, so that the
+  /// process's own memory does not grow with the raster.
+  static constexpr std::size_t kResident = 8;
+
   /// `space` outlives the store. `segmentBytes` > 0.
-  SegmentStore(RasterSpace& space, std::size_t segmentBytes) : m_space(space), m_segmentBytes(segmentBytes) {}
+  SegmentStore(RasterSpace& space, std::size_t segmentBytes, std::size_t resident = kResident)
+      : m_space(space), m_segmentBytes(segmentBytes), m_mostResident(resident) {}
   ~SegmentStore();
   SegmentStore(const SegmentStore&) = delete;
   SegmentStore& operator=(const SegmentStore&) = delete;
 
   [[nodiscard]] std::size_t segmentBytes() const noexcept { return m_segmentBytes; }
+  /// Segments that there are. Writer only.
+  [[nodiscard]] std::uint64_t count() const noexcept { return m_count; }
   /// Grows to `count` segments, zeroed. Throws CXMemException; what there is stays.
   void grow(std::uint64_t count);
   /// A segment's bytes. Any thread.
@@ -34,9 +41,6 @@ class SegmentStore {
  private:
   static constexpr std::size_t kBlock = 512;
   static constexpr std::size_t kBlocks = 4096;
-  /// Segments of the scratch file whose pages stay mapped; the others stay in the system's cache only, so that the
-  /// process's own memory does not grow with the raster.
-  static constexpr std::size_t kResident = 8;
 
   struct Segment {
     RasterSpace::Piece piece;
@@ -51,6 +55,7 @@ class SegmentStore {
 
   RasterSpace& m_space;
   const std::size_t m_segmentBytes;
+  const std::size_t m_mostResident;
   std::uint64_t m_count = 0;  // writer only
   std::array<std::atomic<Block*>, kBlocks> m_blocks{};
   mutable std::mutex m_residentMutex;

@@ -107,6 +107,7 @@ int CStripStor::writeLine(std::int32_t line, std::int32_t x, std::int32_t count,
                   static_cast<std::size_t>(count) * pixelBytes);
   }
   countWrite();
+  linesChanged(line);
   return 1;
 }
 
@@ -123,6 +124,7 @@ void CStripStor::appendStripe(IScanBuffer& stripe, std::int32_t lines) {
   }
   countWrite();
   publishHeight(height + lines);
+  linesAppended(height);
 }
 
 void CStripStor::appendBytes(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines) {
@@ -143,17 +145,22 @@ void CStripStor::appendBytes(const std::uint8_t* bytes, std::size_t stride, std:
   }
 }
 
-int CStripStor::drawLines(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress) {
-  ToneReducer reducer(m_colorSpace, drawingPalette(), columns);
-  return drawRows(target, columns, rows, progress, [&](const AxisSpan& span, std::uint32_t* out) {
-    if (reducer.isPlain() && span.first == span.last) {
-      reducer.copyRow(lineAt(span.first), out);
-      return;
-    }
-    for (std::int32_t line = span.first; line <= span.last; ++line)
-      reducer.addLine(lineAt(line), span.weight(line));
-    reducer.finishRow(out);
-  });
+class CStripStor::Rows final : public RowSource {
+ public:
+  Rows(const CStripStor& stor, const Palette& palette, const DrawAxis& columns)
+      : m_stor(stor), m_reducer(stor.m_colorSpace, palette, columns) {}
+  void paint(const AxisSpan& span, std::uint32_t* out) override {
+    m_reducer.paintRow(
+        span, [this](std::int32_t line) { return m_stor.lineAt(line); }, out);
+  }
+
+ private:
+  const CStripStor& m_stor;
+  ToneReducer m_reducer;
+};
+
+std::unique_ptr<RowSource> CStripStor::newRowSource(const DrawAxis& columns, const DrawAxis&) {
+  return std::make_unique<Rows>(*this, drawingPalette(), columns);
 }
 
 }  // namespace quillbay

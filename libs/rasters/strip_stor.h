@@ -19,9 +19,11 @@ class CStripStor final : public RasterBase {
   void reserveLines(std::int32_t lines) override;
   void blankLines(std::int32_t first, std::int32_t count) override;
   void moveLine(std::int32_t from, std::int32_t to) override;
-  int drawLines(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress) override;
+  std::unique_ptr<RowSource> newRowSource(const DrawAxis& columns, const DrawAxis& rows) override;
+  void addToLevels(RasterLevels& levels, std::int32_t line) override { levels.addLine(lineAt(line)); }
 
  private:
+  class Rows;
   /// Part of one segment: consecutive lines.
   struct Piece {
     std::uint64_t segment;
