@@ -2,6 +2,7 @@
 
 #include <QFileInfo>
 #include <algorithm>
+#include <utility>
 
 namespace desktop {
 
@@ -34,6 +35,17 @@ int Document::add(quillbay::KxPtr<quillbay::IRStor> raster, const QString& sugge
 
 void Document::remove(int id) {
   if (std::erase_if(m_pages, [&](const Page& page) { return page.id == id; }) > 0) emit removed(id);
+}
+
+void Document::clear() {
+  m_cleared = std::exchange(m_pages, {});
+  for (const Page& page : m_cleared) emit removed(page.id);
+}
+
+void Document::restore() {
+  const auto back = std::exchange(m_cleared, {});
+  m_pages.insert(m_pages.begin(), back.begin(), back.end());
+  for (const Page& page : back) emit added(page.id);
 }
 
 void Document::markSaved(int id, const QString& file) {

@@ -33,6 +33,10 @@ class Document : public QObject {
   /// Answers its number, which no other page ever gets.
   int add(quillbay::KxPtr<quillbay::IRStor> raster, const QString& suggestedName, const QString& file = {});
   void remove(int id);
+  /// Takes all pages off. `restore` brings back those of the last time, in front of what came meanwhile.
+  void clear();
+  void restore();
+  [[nodiscard]] bool canRestore() const { return !m_cleared.empty(); }
   void markSaved(int id, const QString& file);
   void setOverview(int id, const QImage& overview);
 
@@ -50,7 +54,7 @@ class Document : public QObject {
 
  private:
   Page* find(int id);
-  std::vector<Page> m_pages;
+  std::vector<Page> m_pages, m_cleared;
   int m_next = 1;
 };
 

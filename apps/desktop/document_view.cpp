@@ -30,7 +30,8 @@ DocumentView::DocumentView(Document* document, QWidget* parent) : QWidget(parent
   connect(&m_images, &PageImages::overviewReady, m_document, &Document::setOverview);
   connect(&m_images, &PageImages::frameReady, this, &DocumentView::takeFrame);
   connect(m_document, &Document::added, this, [this](int id) {
-    m_images.requestOverview(id, m_document->page(id)->raster, kOverviewPixels);
+    const Page* page = m_document->page(id);
+    if (page->overview.isNull()) m_images.requestOverview(id, page->raster, kOverviewPixels);
     relayout();
   });
   connect(m_document, &Document::removed, this, &DocumentView::relayout);
@@ -160,9 +161,10 @@ void DocumentView::takeFrame(int number, const QImage& image) {
 
 void DocumentView::paintEvent(QPaintEvent*) {
   QPainter painter(this);
-  painter.fillRect(rect(), palette().color(QPalette::Dark).darker(110));
+  const QColor ground = palette().color(QPalette::Dark).darker(110);
+  painter.fillRect(rect(), ground);
   if (m_layout.empty()) {
-    painter.setPen(palette().color(QPalette::BrightText));
+    painter.setPen(ground.lightness() > 110 ? Qt::black : Qt::white);
     painter.drawText(rect().adjusted(16, 16, -16, -16), Qt::AlignCenter | Qt::TextWordWrap,
                      tr("No pages yet. Scan one (F5), or drop image files here."));
     return;

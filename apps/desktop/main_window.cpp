@@ -33,7 +33,7 @@ class HostView final : public quillbay::CKxUnknownImplStatic<quillbay::IKxView> 
 
 namespace {
 
-constexpr int kStateVersion = 1;
+constexpr int kStateVersion = 1, kPagesWidth = 210, kLogHeight = 130;
 
 /// What the status bar says about the end of a run.
 QString endText(quillbay::EndCause cause, int pages) {
@@ -168,7 +168,10 @@ void MainWindow::restore() {
     const QSize room = screen()->availableSize();
     resize(QSize(1280, 720).boundedTo(room * 0.95));
   }
-  if (!state.isEmpty()) restoreState(state, kStateVersion);
+  if (state.isEmpty() || !restoreState(state, kStateVersion)) {
+    resizeDocks({m_pages}, {kPagesWidth}, Qt::Horizontal);
+    resizeDocks({m_log}, {kLogHeight}, Qt::Vertical);
+  }
   m_mode = m_settings->number("Mode", quillbay::ScanToView) == quillbay::ScanToFile ? quillbay::ScanToFile
                                                                                     : quillbay::ScanToView;
   m_status->setUnit(m_settings->text("Unit", "mm").toStdString());

@@ -45,6 +45,9 @@ class MainWindow : public QMainWindow {
   bool saveAllInOneFile();
   /// Closes a page, after asking when it is not saved.
   bool closePage(int id);
+  /// Closes all pages, after asking for those that are not saved; `undoCloseAll` brings them back.
+  bool closeAll();
+  void undoCloseAll();
   void startScan();
 
   [[nodiscard]] Document& document() { return *m_document; }
@@ -101,6 +104,7 @@ class MainWindow : public QMainWindow {
   LogDock* m_log = nullptr;
   StatusLine* m_status = nullptr;
   QMenu* m_recent = nullptr;
+  QAction* m_undo = nullptr;
   QActionGroup* m_modes = nullptr;
   std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle;
   quillbay::eTarnwellMode m_mode = quillbay::ScanToView;

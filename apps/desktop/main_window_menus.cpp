@@ -41,6 +41,10 @@ void MainWindow::makeFileMenu() {
   m_needsPage.push_back(addAction(menu, tr("&Close page"), QKeySequence::Close,
                                   tr("Takes the current page off the document"),
                                   [this] { closePage(m_view->current()); }));
+  m_needsPage.push_back(addAction(menu, tr("C&lose all pages"), QKeySequence("Ctrl+Shift+W"),
+                                  tr("Takes all pages off the document"), [this] { closeAll(); }));
+  m_undo = addAction(menu, tr("&Undo close all"), QKeySequence::Undo,
+                     tr("Brings back the pages that were closed last"), [this] { undoCloseAll(); });
   menu->addSeparator();
   addAction(menu, tr("&Quit"), QKeySequence::Quit, tr("Ends the program"), [this] {
     QWidget::close();
@@ -142,6 +146,7 @@ void MainWindow::about() {
 void MainWindow::updateActions() {
   const bool busy = m_panel->isBusy(), panel = m_panel->control() != nullptr;
   for (QAction* action : m_needsPage) action->setEnabled(!m_document->pages().empty());
+  m_undo->setEnabled(m_document->canRestore());
   for (QAction* action : m_needsIdle) action->setEnabled(!busy);
   // Stopping is always possible: a scan may have been started a moment ago in the panel.
   for (QAction* action : m_needsPanel) {

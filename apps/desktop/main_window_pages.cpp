@@ -120,4 +120,16 @@ bool MainWindow::closePage(int id) {
   return true;
 }
 
+bool MainWindow::closeAll() {
+  if (!maySurrenderPages(m_document->unsaved())) return false;
+  m_document->clear();
+  return true;
+}
+
+void MainWindow::undoCloseAll() {
+  m_document->restore();
+  m_view->fitAll();
+  updateActions();
+}
+
 }  // namespace desktop

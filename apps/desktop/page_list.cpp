@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <QListWidget>
 #include <QPainter>
+#include <algorithm>
 #include <memory>
 
 namespace desktop {
@@ -75,8 +76,11 @@ void PageList::setCurrent(int id) {
 }
 
 void PageList::add(int id) {
-  auto* entry = new QListWidgetItem(m_list);  // the list owns it
+  const auto& pages = m_document->pages();
+  const auto place = std::find_if(pages.begin(), pages.end(), [&](const Page& page) { return page.id == id; });
+  auto entry = std::make_unique<QListWidgetItem>();
   entry->setData(kIdRole, id);
+  m_list->insertItem(static_cast<int>(place - pages.begin()), entry.release());  // the list owns it
   refresh(id);
   setCurrent(id);
 }

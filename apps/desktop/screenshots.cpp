@@ -20,7 +20,7 @@ namespace desktop {
 namespace {
 
 constexpr int kLimitMs = 120000;
-constexpr int kModeRgb = 7;
+constexpr int kModeRgb = 7, kCustomArea = 3;
 
 /// Runs the event loop until something holds; false after a long time.
 bool waitFor(const std::function<bool()>& holds) {
@@ -40,6 +40,9 @@ QPalette darkPalette() {
   dark.setColor(QPalette::ToolTipBase, QColor(35, 35, 35));
   dark.setColor(QPalette::ToolTipText, Qt::white);
   dark.setColor(QPalette::Highlight, QColor(42, 130, 218));
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+    dark.setColor(QPalette::Disabled, role, QColor(130, 130, 130));
+  }
   dark.setColor(QPalette::Link, QColor(90, 160, 240));
   return dark;
 }
@@ -66,7 +69,9 @@ class Shooting {
     m_window.view().actualPixels();
     m_window.log().show();
     if (!save(m_window, "detail") || !m_window.setMode(quillbay::ScanToFile)) return false;
-    return save(*m_window.panelDock().panel(), "panel-to-file") && savePages();
+    m_window.panelDock().control()->SetParam("m_Dir", "/srv/maps", nullptr);
+    m_window.panelDock().control()->SetParam("m_Mask", "map<COUNTER>", nullptr);
+    return save(*m_window.panelDock().panel(), "panel-to-file");
   }
 
  private:
@@ -74,7 +79,11 @@ class Shooting {
     auto* control = m_window.panelDock().control();
     bool ended = false;
     QObject::connect(&m_window.panelDock(), &PanelDock::ended, &m_window, [&] { ended = true; });
+    control->SetParam("m_dwAutodetect", 0, nullptr);
     control->SetParam("m_CurrMode", kModeRgb, nullptr);
+    control->SetParam("m_eScanType", kCustomArea, nullptr);
+    control->SetParam("m_fCenter", 1, nullptr);
+    control->SetParam("m_rcScan", quillbay::tagRRECT{0, 0, 420, 297}, nullptr);
     control->SetParam("m_uiDPI", 200, nullptr);
     m_window.startScan();
     const bool done = waitFor([&] { return ended; });
@@ -84,8 +93,6 @@ class Shooting {
              return !pages.empty() && !pages.back().overview.isNull();
            });
   }
-  /// The panel's other pages of settings.
-  bool savePages() { return true; }
   bool save(QWidget& widget, const QString& name) {
     const bool sharp = waitFor([this] {
       QCoreApplication::processEvents();

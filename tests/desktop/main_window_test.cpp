@@ -1,7 +1,7 @@
 #include <QAction>
 #include <QFile>
 #include <QMenuBar>
-#include <QScrollArea>
+#include <QMouseEvent>
 #include <set>
 
 #include "desktop_fixture.h"
@@ -79,6 +79,60 @@ TEST_F(DesktopTest, UnsavedPagesAreAskedAboutBeforeTheyGo) {
     EXPECT_TRUE(QFile::exists(page.file)) << page.file.toStdString();
   }
   EXPECT_NE(pages()[0].file, pages()[1].file);
+}
+
+TEST_F(DesktopTest, AllPagesThatWereClosedComeBackInTheirOrder) {
+  open();
+  smallPages();
+  ASSERT_TRUE(scan());
+  ASSERT_TRUE(scan());
+  const int first = pages()[0].id;
+  EXPECT_FALSE(window->closeAll());
+  unsaved = UnsavedAnswer::Discard;
+  EXPECT_TRUE(window->closeAll());
+  EXPECT_TRUE(pages().empty());
+  ASSERT_TRUE(scan());
+  const int later = pages()[0].id;
+  window->undoCloseAll();
+  ASSERT_EQ(pages().size(), 3U);
+  EXPECT_EQ(pages()[0].id, first);
+  EXPECT_EQ(pages()[2].id, later);
+  EXPECT_EQ(window->document().unsaved().size(), 3U);
+  EXPECT_FALSE(window->document().canRestore());
+}
+
+TEST_F(DesktopTest, TheWheelZoomsAboutThePointerAndTheMiddleButtonPans) {
+  open();
+  smallPages();
+  ASSERT_TRUE(scan());
+  DocumentView& view = window->view();
+  QPointF mm;
+  QObject::connect(&view, &DocumentView::pointerMoved, [&](const QPointF& at, bool) { mm = at; });
+  const auto mouse = [&](QEvent::Type type, const QPointF& at, Qt::MouseButton button) {
+    QMouseEvent event(type, at, view.mapToGlobal(at), button, button, Qt::NoModifier);
+    QApplication::sendEvent(&view, &event);
+  };
+  const QPointF at(view.width() / 3.0, view.height() / 2.0);
+  mouse(QEvent::MouseMove, at, Qt::NoButton);
+  const QPointF before = mm;
+  const double zoom = view.zoom();
+  QWheelEvent wheel(at, view.mapToGlobal(at), {}, {0, 240}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+  QApplication::sendEvent(&view, &wheel);
+  mouse(QEvent::MouseMove, at, Qt::NoButton);
+  EXPECT_NEAR(view.zoom() / zoom, 1.25 * 1.25, 1e-9);
+  EXPECT_NEAR(mm.x(), before.x(), 1e-9);
+  EXPECT_NEAR(mm.y(), before.y(), 1e-9);
+
+  mouse(QEvent::MouseButtonPress, at, Qt::MiddleButton);
+  mouse(QEvent::MouseMove, at + QPointF(50, -30), Qt::MiddleButton);
+  mouse(QEvent::MouseButtonRelease, at + QPointF(50, -30), Qt::MiddleButton);
+  mouse(QEvent::MouseMove, at + QPointF(50, -30), Qt::NoButton);
+  EXPECT_NEAR(mm.x(), before.x(), 1e-9) << "the point under the pointer went along";
+  EXPECT_NEAR(mm.y(), before.y(), 1e-9);
+
+  view.actualPixels();
+  EXPECT_NEAR(view.zoom(), 1, 1e-9);
+  ASSERT_TRUE(waitFor([&] { return view.isSharp(); }));
 }
 
 TEST_F(DesktopTest, ScansGoWhereTheModeSays) {
