@@ -13,5 +13,9 @@ trap 'rm -rf "$memory"' EXIT
 "$build/bin/store_bench" "$memory"
 
 echo
+echo "The view over a large raster, its lines in a scratch file"
+"$build/bin/view_bench"
+
+echo
 echo "Whole programs: the same device, page and file"
 python3 bench/whole_program.py "$build" "$out" "$@"

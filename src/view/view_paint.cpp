@@ -1,0 +1,100 @@
+/// How a view port paints.
+#include <QPainter>
+#include <array>
+
+#include "platform/base_services.h"
+#include "view/view_port.h"
+
+namespace quillbay {
+namespace {
+
+constexpr int kHalfToneMode = 8;
+/// Reactors that are taken from the connection point at a time.
+constexpr std::size_t kBatch = 16;
+/// A region of more rectangles is painted as the one that bounds it.
+constexpr int kMostRectangles = 4;
+
+/// 0xBBGGRR, or the system's colour.
+QColor colorOf(const std::optional<std::uint32_t>& color, const QWidget& window, QPalette::ColorRole system) {
+  if (!color) return window.palette().color(system);
+  return QColor::fromRgb(static_cast<int>(*color & 255), static_cast<int>(*color >> 8 & 255),
+                         static_cast<int>(*color >> 16 & 255));
+}
+
+}  // namespace
+
+void CViewPort::paintReactors(QPainter& painter, CViewDC& dc) {
+  const auto reactors = m_paintReactors->Enumerate();
+  std::array<KxPtr<IKxViewPaintReactor>, kBatch> batch;
+  for (std::size_t count = kBatch; count == kBatch;) {
+    count = 0;
+    while (count < kBatch && (batch[count] = reactors->Next())) ++count;
+    for (std::size_t i = 0; i < count; ++i) {
+      painter.save();
+      try {
+        batch[i]->Paint(this, &dc, 0);
+      } catch (...) {
+        painter.restore();
+        throw;
+      }
+      painter.restore();
+    }
+  }
+}
+
+void CViewPort::paint(const QRegion& region) {
+  if (!m_window) return;
+  QPainter painter(m_window);
+  const QColor background = colorOf(m_settings.background, *m_window, QPalette::Window);
+  painter.setBackground(colorOf(m_settings.cursor, *m_window, QPalette::WindowText));
+  painter.setBackgroundMode(Qt::OpaqueMode);
+  const QRegion parts = region.rectCount() <= kMostRectangles ? region : QRegion(region.boundingRect());
+  const auto dc = KxPtr<CViewDC>::adopt(
+      new CViewDC(&painter, m_tfm, KxRect{}, m_settings.halfTonePaint > 0 ? kHalfToneMode : 0));
+  m_paintDC = dc.get();
+  const auto finish = [&] {
+    m_paintDC = nullptr;
+    dc->end();
+  };
+  try {
+    for (const QRect& r : parts) {
+      dc->setClip({r.left(), r.top(), r.left() + r.width(), r.top() + r.height()});
+      painter.setClipRect(r);
+      painter.fillRect(r, background);
+      paintReactors(painter, *dc);
+    }
+  } catch (const CXException& e) {
+    logLine(LogLevel::Info, "quillbay.view", std::string("a paint ended early: ") + e.what());
+  } catch (...) {
+    finish();
+    throw;
+  }
+  painter.setClipRegion(parts);
+  if (!m_overlay.isNull()) painter.drawImage(0, 0, m_overlay);
+  m_overlay = {};
+  finish();
+  const auto reactors = m_paintReactors->Enumerate();
+  while (const auto reactor = reactors->Next()) reactor->Painted(this);
+}
+
+IKxViewDC* CViewPort::PrepareDrawing() {
+  if (!m_window) return nullptr;
+  if (m_paintDC) {
+    m_paintDC->AddRef();
+    return m_paintDC;
+  }
+  const auto show = [self = KxPtr<CViewPort>::share(this)](QImage image) {
+    if (!self->m_window) return;
+    if (self->m_overlay.size() == image.size()) {
+      QPainter(&self->m_overlay).drawImage(0, 0, image);
+    } else {
+      self->m_overlay = std::move(image);
+    }
+    self->m_window->update();
+  };
+  return KxPtr<CViewDC>::adopt(new CViewDC(GetClientSize(), m_window->devicePixelRatioF(), m_tfm,
+                                           m_settings.halfTonePaint > 0 ? kHalfToneMode : 0, show))
+      .detach();
+}
+
+}  // namespace quillbay

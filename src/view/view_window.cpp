@@ -1,0 +1,171 @@
+#include "view/view_window.h"
+
+#include <QKeyEvent>
+#include <QMouseEvent>
+#include <QPaintEvent>
+#include <QWheelEvent>
+#include <memory>
+
+#include "platform/base_services.h"
+#include "view/key_scroll.h"
+#include "view/view_keys.h"
+#include "view/view_port.h"
+
+namespace quillbay {
+namespace {
+
+constexpr int kAutoScrollMs = 15;
+
+tagRPOINT pointOf(const QSinglePointEvent& event) { return {event.position().x(), event.position().y()}; }
+
+}  // namespace
+
+CViewWindow::CViewWindow(KxPtr<CViewPort> port, QWidget* parent) : QWidget(parent), m_port(std::move(port)) {
+  setFocusPolicy(Qt::StrongFocus);
+  setMouseTracking(true);
+  setAttribute(Qt::WA_OpaquePaintEvent);
+  setObjectName("viewPort");
+  setAccessibleName(QString::fromStdString(Supp_Translate("Document")));
+  m_port->setWindow(this);
+}
+
+CViewWindow::~CViewWindow() { m_port->windowCloses(); }
+
+bool CViewWindow::event(QEvent* event) {
+  if (event->type() == QEvent::ShortcutOverride) {
+    const auto& key = static_cast<QKeyEvent&>(*event);
+    if (m_port->scrollsBy(view::keyCode(key), view::keyFlags(key))) {
+      event->accept();
+      return true;
+    }
+  }
+  if (event->type() == QEvent::WindowActivate || event->type() == QEvent::Hide) endPanning();
+  if (event->type() == QEvent::PaletteChange) update();
+  return QWidget::event(event);
+}
+
+void CViewWindow::paintEvent(QPaintEvent* event) { m_port->paint(event->region()); }
+
+void CViewWindow::paintPending() {
+  // What was asked for is merged with what is posted; sending the posted request paints all of it.
+  QCoreApplication::sendPostedEvents(window(), QEvent::UpdateRequest);
+}
+
+void CViewWindow::scrollContents(int dx, int dy) {
+  scroll(dx, dy);
+  paintPending();
+}
+
+void CViewWindow::resizeEvent(QResizeEvent* event) {
+  QWidget::resizeEvent(event);
+  m_port->resized(!window()->isMinimized());
+}
+
+void CViewWindow::mousePressEvent(QMouseEvent* event) {
+  if (isPanning()) {
+    endPanning();
+    return;
+  }
+  m_port->SetActive(1);
+  if (event->button() == Qt::MiddleButton) {
+    beginPanning(event->position().toPoint());
+    return;
+  }
+  const int flags = view::mouseFlags(*event);
+  if (event->button() == Qt::LeftButton) m_port->mouse(&IKxViewMouseReactor::LeftDown, flags, pointOf(*event));
+  if (event->button() == Qt::RightButton) m_port->mouse(&IKxViewMouseReactor::RightDown, flags, pointOf(*event));
+}
+
+void CViewWindow::mouseReleaseEvent(QMouseEvent* event) {
+  const int flags = view::mouseFlags(*event);
+  if (event->button() == Qt::MiddleButton) {
+    endPanning();
+    m_port->mouse(&IKxViewMouseReactor::MiddleUp, flags, pointOf(*event));
+  }
+  if (event->button() == Qt::LeftButton) m_port->mouse(&IKxViewMouseReactor::LeftUp, flags, pointOf(*event));
+  if (event->button() == Qt::RightButton) m_port->mouse(&IKxViewMouseReactor::RightUp, flags, pointOf(*event));
+}
+
+void CViewWindow::mouseDoubleClickEvent(QMouseEvent* event) {
+  if (isPanning() || event->button() == Qt::MiddleButton) {
+    mousePressEvent(event);
+    return;
+  }
+  const int flags = view::mouseFlags(*event);
+  if (event->button() == Qt::LeftButton)
+    m_port->mouse(&IKxViewMouseReactor::LeftDoubleClick, flags, pointOf(*event));
+  if (event->button() == Qt::RightButton)
+    m_port->mouse(&IKxViewMouseReactor::RightDoubleClick, flags, pointOf(*event));
+}
+
+void CViewWindow::mouseMoveEvent(QMouseEvent* event) {
+  if (isPanning()) {
+    pan(event->position().toPoint());
+  } else {
+    m_port->mouse(&IKxViewMouseReactor::MouseMove, view::mouseFlags(*event), pointOf(*event));
+  }
+}
+
+void CViewWindow::leaveEvent(QEvent* event) {
+  m_port->mouseLeaves();
+  QWidget::leaveEvent(event);
+}
+
+void CViewWindow::wheelEvent(QWheelEvent* event) {
+  m_port->wheel(event->angleDelta().y(), pointOf(*event));
+  event->accept();
+}
+
+void CViewWindow::keyPressEvent(QKeyEvent* event) {
+  event->accept();
+  if (isPanning()) {
+    endPanning();
+  } else if (!m_port->keyDown(view::keyCode(*event), view::keyFlags(*event))) {
+    QWidget::keyPressEvent(event);  // ignores it
+  }
+}
+
+void CViewWindow::keyReleaseEvent(QKeyEvent* event) {
+  if (!m_port->keyUp(view::keyCode(*event), view::keyFlags(*event))) QWidget::keyReleaseEvent(event);
+}
+
+void CViewWindow::beginPanning(const QPoint& at) {
+  setFocus();
+  m_port->Capture();
+  m_panFrom = at;
+}
+
+void CViewWindow::pan(const QPoint& at) {
+  const QPoint by = at - *m_panFrom;
+  m_panFrom = at;
+  if (rect().contains(at)) {
+    m_autoScroll.stop();
+    m_port->ScrollByPixels(by.x(), by.y());
+  } else if (!m_autoScroll.isActive()) {
+    m_autoScroll.start(kAutoScrollMs, this);
+  }
+}
+
+void CViewWindow::endPanning() {
+  if (!isPanning()) return;
+  m_panFrom.reset();
+  m_autoScroll.stop();
+  m_port->ReleaseCapture();
+}
+
+void CViewWindow::timerEvent(QTimerEvent* event) {
+  if (event->timerId() != m_autoScroll.timerId()) {
+    QWidget::timerEvent(event);
+    return;
+  }
+  const KxPoint step = view::autoScroll({m_panFrom->x(), m_panFrom->y()}, {width(), height()});
+  m_port->ScrollByPixels(step.x, step.y);
+}
+
+KxPtr<IKxViewPort> new_ViewPort(IApp* app, QWidget* parent) {
+  const auto port = KxPtr<CViewPort>::adopt(new CViewPort(app));
+  std::make_unique<CViewWindow>(port, parent).release();  // the parent's from here on
+  return KxPtr<IKxViewPort>::share(port.get());
+}
+
+}  // namespace quillbay
