@@ -33,6 +33,7 @@ class HostView final : public quillbay::CKxUnknownImplStatic<quillbay::IKxView> 
 
 namespace {
 
+constexpr const char* kSimulated = "sim:";
 constexpr int kStateVersion = 1, kPagesWidth = 210, kLogHeight = 130;
 
 /// What the status bar says about the end of a run.
@@ -101,11 +102,7 @@ void MainWindow::makeHost(const ProgramFolders& folders) {
     if (self) self->noteSaved(file);
   };
   options.chooseScanner = [self](quillbay::IScanManager* manager, std::string* device) {
-    if (!self) return false;
-    if (manager->HasCurrent()) return self->m_prompts.scanner(manager, device);
-    *device = "sim:";
-    self->m_log->note(tr("No scanner is known yet; the simulated one is used. The menu Scan chooses another one."));
-    return true;
+    return self && self->m_prompts.scanner(manager, device);
   };
   m_app = quillbay::New_HostApp(options);
   m_app->SetMainWindow(this);
@@ -185,6 +182,11 @@ void MainWindow::remember() {
 }
 
 void MainWindow::start() {
+  const auto manager = query<quillbay::IScanManager>(m_app.get());
+  if (manager && !manager->HasCurrent()) {
+    m_log->note(tr("No scanner is known yet; the simulated one is used. The menu Scan chooses another one."));
+    manager->SetCurrent(kSimulated, nullptr);
+  }
   setMode(m_mode);
   m_view->setFocus();
 }

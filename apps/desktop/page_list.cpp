@@ -14,7 +14,7 @@ namespace {
 constexpr int kIdRole = Qt::UserRole, kIconWidth = 96, kIconHeight = 72;
 
 /// The page's small picture in the middle of an icon, with a thin edge.
-QIcon iconOf(const Page& page, double ratio, const QColor& edge) {
+QPixmap pictureOf(const Page& page, double ratio, const QColor& edge) {
   QPixmap icon(QSize(kIconWidth, kIconHeight) * ratio);
   icon.setDevicePixelRatio(ratio);
   icon.fill(Qt::transparent);
@@ -28,6 +28,13 @@ QIcon iconOf(const Page& page, double ratio, const QColor& edge) {
   }
   painter.setPen(edge);
   painter.drawRect(place);
+  return icon;
+}
+
+QIcon iconOf(const Page& page, double ratio, const QColor& edge) {
+  const QPixmap picture = pictureOf(page, ratio, edge);
+  QIcon icon(picture);
+  icon.addPixmap(picture, QIcon::Selected);  // in its own colours as well
   return icon;
 }
 

@@ -1,5 +1,6 @@
 #include "panel_dock.h"
 
+#include <QAction>
 #include <QLabel>
 #include <QPushButton>
 #include <QScrollArea>
@@ -65,6 +66,10 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
     m_sink = nullptr;
     showTrouble();
     return false;
+  }
+  // Two commands of a window must not share a key: neither would get it. The window's own "Stop" has it.
+  for (QAction* action : m_panel->findChildren<QAction*>()) {
+    if (action->shortcut() == QKeySequence(Qt::Key_Escape)) action->setShortcut({});
   }
   column->addWidget(m_panel);
   m_control->Advise(m_listener.get());

@@ -2,6 +2,7 @@
 #include <QFile>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QTest>
 #include <set>
 
 #include "desktop_fixture.h"
@@ -163,6 +164,38 @@ TEST_F(DesktopTest, AScanThatRunsIsStoppedForTheCloseAndKeepsTheMode) {
   unsaved = UnsavedAnswer::Discard;
   EXPECT_TRUE(window->close());
   EXPECT_EQ(stopsAsked, 1);
+}
+
+TEST_F(DesktopTest, KeysStartAndStopAScan) {
+  open("sim:size=800x5000,speed=2000");
+  smallPages();
+  std::string why;
+  ASSERT_TRUE(control()->SetParam("m_rcScan", quillbay::tagRRECT{0, 0, 800, 5000}, &why)) << why;
+  window->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+  qint64 lines = 0;
+  int cause = -1;
+  QObject::connect(&window->panelDock(), &PanelDock::linesArrived, [&](qint64 count) { lines = count; });
+  QObject::connect(&window->panelDock(), &PanelDock::ended, [&](int end, const QString&, int) { cause = end; });
+  for (QWidget* focus : {static_cast<QWidget*>(&window->view()), window->panelDock().panel()}) {
+    lines = 0;
+    cause = -1;
+    focus->setFocus();
+    QTest::keyClick(focus, Qt::Key_F5);
+    ASSERT_TRUE(waitFor([&] { return lines > 0; }));
+    QTest::keyClick(focus, Qt::Key_Escape);
+    ASSERT_TRUE(waitFor([&] { return cause >= 0; }));
+    EXPECT_EQ(cause, static_cast<int>(quillbay::EndCause::Stopped));
+  }
+  EXPECT_TRUE(pages().empty());
+}
+
+TEST_F(DesktopTest, TheFirstStartScansOnTheSimulatedScannerAndSaysSo) {
+  open({});
+  EXPECT_TRUE(window->log().text().contains("simulated"));
+  smallPages();
+  ASSERT_TRUE(scan());
+  EXPECT_EQ(pages().size(), 1U);
 }
 
 TEST_F(DesktopTest, AScannerThatCannotBeOpenedIsToldInThePanelsPlace) {
