@@ -155,6 +155,12 @@ const std::uint8_t* ToneReducer::channelsOf(const std::uint8_t* line) {
   return m_expanded.data();
 }
 
+void ToneReducer::freshenSums() noexcept {
+  if (!m_stale) return;
+  std::fill(m_sums.begin(), m_sums.end(), 0U);
+  m_stale = false;
+}
+
 /// The whole row in one go, without sums of sums in between: the row has no other lines.
 void ToneReducer::addFew(const std::uint8_t* const* lines, const AxisSpan& span) {
   const std::size_t at = static_cast<std::size_t>(m_low) * static_cast<std::size_t>(m_channels);
@@ -175,6 +181,7 @@ void ToneReducer::addFew(const std::uint8_t* const* lines, const AxisSpan& span)
     default: sumLines<8>(sums, l, m_bytes, first, last); break;
   }
   m_sumWeight = static_cast<std::uint32_t>(spanWeight(span));
+  m_stale = false;
 }
 
 void ToneReducer::addLine(const std::uint8_t* line, std::uint32_t weight) {
@@ -185,6 +192,7 @@ void ToneReducer::addLine(const std::uint8_t* line, std::uint32_t weight) {
     return;
   }
   if (m_sumWeight + 256 > kSumWeight) reduceAcross();
+  freshenSums();
   addWeighted(m_sums.data(), bytes, m_bytes, static_cast<std::uint16_t>(weight));
   m_sumWeight += weight;
 }
@@ -192,18 +200,20 @@ void ToneReducer::addLine(const std::uint8_t* line, std::uint32_t weight) {
 void ToneReducer::flushWhole() noexcept {
   if (m_wholeLines == 0) return;
   if (m_sumWeight + 256 * kWholeLines > kSumWeight) reduceAcross();
+  freshenSums();
   moveWhole(m_sums.data(), m_whole.data(), m_bytes);
   m_sumWeight += 256 * m_wholeLines;
   m_wholeLines = 0;
 }
 
 void ToneReducer::reduceAcross() noexcept {
+  if (m_sumWeight == 0) return;
   std::uint64_t* out = m_across.data();
   for (const AxisSpan& span : m_columns.spans) {
     const std::uint32_t* sums = m_sums.data() + (span.first - m_low) * m_channels;
     for (std::size_t c = 0; c < 3; ++c) *out++ += sumSpan(sums + m_order[c], span, m_channels);
   }
-  std::fill(m_sums.begin(), m_sums.end(), 0U);
+  m_stale = true;
   m_totalWeight += m_sumWeight;
   m_sumWeight = 0;
 }
@@ -231,7 +241,7 @@ void ToneReducer::finishColors(std::uint32_t* out) noexcept {
     const auto b = static_cast<std::uint32_t>(tones[swapped ? 0 : 2]);
     *out++ = pixel(r, static_cast<std::uint32_t>(tones[1]), b);
   }
-  std::fill(m_sums.begin(), m_sums.end(), 0U);
+  m_stale = true;
   m_sumWeight = 0;
 }
 
@@ -251,7 +261,7 @@ void ToneReducer::finishGrey(std::uint32_t* out) noexcept {
     const auto v = static_cast<std::uint32_t>(static_cast<std::int32_t>(total * rowInverse + kFloatHalf));
     *out++ = m_ink ? (*m_ink)[std::min(255U, v)] : pixel(v, v, v);
   }
-  std::fill(m_sums.begin(), m_sums.end(), 0U);
+  m_stale = true;
   m_sumWeight = 0;
 }
 

@@ -67,6 +67,7 @@ class ToneReducer {
   void finishGrey(std::uint32_t* out) noexcept;
   [[nodiscard]] const std::uint8_t* channelsOf(const std::uint8_t* line);
   void flushWhole() noexcept;
+  void freshenSums() noexcept;
   void reduceAcross() noexcept;
 
   const KxColorSpace m_colorSpace;
@@ -84,6 +85,7 @@ class ToneReducer {
   std::vector<ColumnWeights> m_weights;
   std::vector<double> m_inverse;   // 1 / weight of each column
   std::uint64_t m_mostWeight = 0;  // of a column
+  bool m_stale = false;            // m_sums are those of a row that is done
   std::uint32_t m_wholeLines = 0;
   std::uint32_t m_sumWeight = 0;    // of what is in m_sums
   std::uint64_t m_totalWeight = 0;  // of the row so far, what is in m_across only

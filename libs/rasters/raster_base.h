@@ -78,6 +78,8 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
   virtual void moveLine(std::int32_t from, std::int32_t to) = 0;
   /// Makes rows from the lines; the axes, which are not empty, outlive it.
   virtual std::unique_ptr<RowSource> newRowSource(const DrawAxis& columns, const DrawAxis& rows) = 0;
+  /// The raster is shown from now on: what one frame is drawn from may stay mapped.
+  virtual void keepForViewing() {}
   /// Hands a line to the levels.
   virtual void addToLevels(RasterLevels& levels, std::int32_t line) = 0;
 

@@ -59,6 +59,7 @@ int RasterBase::MakeLevels(int milliseconds) {
       if (!m_levelsOwner) {
         m_levelsOwner = std::make_unique<RasterLevels>(currentRasterPolicy(), m_colorSpace, drawnWidth());
         m_levelsOwner->setPalette(drawingPalette());
+        keepForViewing();
         m_levels.store(m_levelsOwner.get(), std::memory_order_release);
       }
       const std::int32_t height = GetHeight();

@@ -2,6 +2,7 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "platform/base_services.h"
@@ -39,6 +40,11 @@ std::uint8_t* SegmentStore::at(std::uint64_t i) const {
   Segment& s = segment(i);
   if (s.piece.fileOffset >= 0 && !s.resident.load(std::memory_order_relaxed)) makeResident(s);
   return s.piece.data;
+}
+
+void SegmentStore::keepResident(std::size_t segments) {
+  const std::lock_guard lock(m_residentMutex);
+  m_mostResident = std::max(m_mostResident, segments);
 }
 
 void SegmentStore::makeResident(Segment& s) const {

@@ -35,6 +35,8 @@ class SegmentStore {
   void grow(std::uint64_t count);
   /// A segment's bytes. Any thread.
   [[nodiscard]] std::uint8_t* at(std::uint64_t segment) const;
+  /// Lets more segments stay mapped from now on. Any thread.
+  void keepResident(std::size_t segments);
   /// Copies `count` bytes into a segment. Writer only. Throws CXMemException when the disk fails.
   void write(std::uint64_t segment, std::size_t offset, const std::uint8_t* bytes, std::size_t count);
 
@@ -55,10 +57,10 @@ class SegmentStore {
 
   RasterSpace& m_space;
   const std::size_t m_segmentBytes;
-  const std::size_t m_mostResident;
   std::uint64_t m_count = 0;  // writer only
   std::array<std::atomic<Block*>, kBlocks> m_blocks{};
   mutable std::mutex m_residentMutex;
+  std::size_t m_mostResident;               // guarded by m_residentMutex
   mutable std::deque<Segment*> m_resident;  // guarded by m_residentMutex, oldest first
 };
 

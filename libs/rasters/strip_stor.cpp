@@ -8,6 +8,9 @@ namespace {
 
 constexpr std::size_t kSegmentBytes = std::size_t{4} << 20;
 
+/// Of lines in the scratch file: a frame of a large screen just before the first level takes over.
+constexpr std::size_t kViewedBytes = std::size_t{288} << 20;
+
 std::int32_t linesPerSegment(std::size_t lineBytes) noexcept {
   return static_cast<std::int32_t>(std::max<std::size_t>(1, kSegmentBytes / std::max<std::size_t>(1, lineBytes)));
 }
@@ -144,6 +147,8 @@ void CStripStor::appendBytes(const std::uint8_t* bytes, std::size_t stride, std:
     lines -= piece.lines;
   }
 }
+
+void CStripStor::keepForViewing() { m_store.keepResident(kViewedBytes / m_store.segmentBytes()); }
 
 class CStripStor::Rows final : public RowSource {
  public:

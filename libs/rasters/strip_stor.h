@@ -20,6 +20,7 @@ class CStripStor final : public RasterBase {
   void blankLines(std::int32_t first, std::int32_t count) override;
   void moveLine(std::int32_t from, std::int32_t to) override;
   std::unique_ptr<RowSource> newRowSource(const DrawAxis& columns, const DrawAxis& rows) override;
+  void keepForViewing() override;
   void addToLevels(RasterLevels& levels, std::int32_t line) override { levels.addLine(lineAt(line)); }
 
  private:
