@@ -3,7 +3,6 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
-#include <QPointer>
 #include <QScreen>
 #include <QStatusBar>
 
@@ -53,7 +52,10 @@ QString endText(quillbay::EndCause cause, int pages) {
 }  // namespace
 
 MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
-    : QMainWindow(parent), m_prompts(windowPrompts(this)), m_document(new Document(this)) {
+    : QMainWindow(parent),
+      m_self(std::make_shared<MainWindow*>(this)),
+      m_prompts(windowPrompts(this)),
+      m_document(new Document(this)) {
   setWindowTitle("Quillbay");
   m_log = new LogDock(this);  // the host's first words go there
   makeHost(folders);
@@ -77,40 +79,39 @@ MainWindow::~MainWindow() {
   m_panel->disconnect(this);
   m_document->disconnect(this);
   m_panel->closePanel();
-  m_app->SetRasterHandler(nullptr);
-  m_app->SetCloseHandler(nullptr);
+  *m_self = nullptr;  // no thread of a scan is left that could look
   m_app->SetMainWindow(nullptr);
   delete m_panel;  // it and the status line use the application object, which goes before the other children
   delete m_status;
 }
 
 void MainWindow::makeHost(const ProgramFolders& folders) {
-  const QPointer<MainWindow> self(this);  // messages may still come while the host goes
+  const auto self = m_self;
   quillbay::HostOptions options;
   options.configFolder = folders.config;
   options.stateFolder = folders.state;
   options.clear = quillbay::ClearPolicy::Discard;  // the document has its pages itself
   options.onMessage = [self](const quillbay::HostMessage& message) {
-    if (!self) return message.answer;
-    self->m_log->note(QString::fromStdString(message.text));
-    return self->m_prompts.message(message);
+    if (!*self) return message.answer;
+    (*self)->m_log->note(QString::fromStdString(message.text));
+    return (*self)->m_prompts.message(message);
   };
-  options.onNote = [log = QPointer<LogDock>(m_log)](const std::string&, const std::string& text) {
-    if (log) log->note(QString::fromStdString(text));
+  options.onNote = [self](const std::string&, const std::string& text) {
+    if (*self) (*self)->m_log->note(QString::fromStdString(text));
   };
   options.onSaved = [self](const std::string& file) {
-    if (self) self->noteSaved(file);
+    if (*self) (*self)->noteSaved(file);
   };
   options.chooseScanner = [self](quillbay::IScanManager* manager, std::string* device) {
-    return self && self->m_prompts.scanner(manager, device);
+    return *self && (*self)->m_prompts.scanner(manager, device);
   };
   m_app = quillbay::New_HostApp(options);
   m_app->SetMainWindow(this);
   m_app->SetRasterHandler([self](const quillbay::HostDocument& document) {
-    if (self) self->takeRaster(document);
+    if (*self) (*self)->takeRaster(document);
   });
   m_app->SetCloseHandler([self] {
-    if (self) self->m_panel->hide();
+    if (*self) (*self)->m_panel->hide();
     return true;
   });
 }

@@ -92,6 +92,7 @@ class MainWindow : public QMainWindow {
   bool maySurrenderPages(const std::vector<int>& ids);
   bool savePages(const std::vector<int>& ids, const QString& file, bool mayReplace);
 
+  const std::shared_ptr<MainWindow*> m_self;  // what the host's callbacks hold: null when the window goes
   Prompts m_prompts;
   quillbay::KxPtr<quillbay::IHostApp> m_app;
   std::unique_ptr<ProgramSettings> m_settings;

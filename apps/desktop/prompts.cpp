@@ -8,6 +8,7 @@
 #include <QInputDialog>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QStandardPaths>
 #include <QUrl>
 
 #include "quillbay/formats.h"
@@ -25,16 +26,27 @@ QString patternsOf(const quillbay::FormatInfo& format) {
   return patterns.join(' ');
 }
 
+/// Where file dialogs begin: the folder that was used last in this run, else the person's documents.
+QString& lastFolder() {
+  static QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+  if (!QFileInfo(folder).isDir()) folder = QDir::homePath();
+  return folder;
+}
+
 QStringList filesToOpen(QWidget* parent) {
   QStringList all;
   for (const auto& format : quillbay::ListFormats()) all += patternsOf(format);
-  return QFileDialog::getOpenFileNames(parent, text("Open pages"), {},
-                                       text("Pictures (%1)").arg(all.join(' ')) + ";;" + text("All files (*)"));
+  QStringList files =
+      QFileDialog::getOpenFileNames(parent, text("Open pages"), lastFolder(),
+                                    text("Pictures (%1)").arg(all.join(' ')) + ";;" + text("All files (*)"));
+  if (!files.isEmpty()) lastFolder() = QFileInfo(files.front()).absolutePath();
+  return files;
 }
 
 QString nameToSave(QWidget* parent, const QString& suggested, bool paged) {
   QFileDialog dialog(parent, paged ? text("Save all pages in one file") : text("Save page"));
   dialog.setAcceptMode(QFileDialog::AcceptSave);
+  dialog.setDirectory(lastFolder());
   QStringList filters;
   for (const auto& format : quillbay::ListFormats()) {
     if (paged && !format.paged) continue;
@@ -51,7 +63,9 @@ QString nameToSave(QWidget* parent, const QString& suggested, bool paged) {
     dialog.setDefaultSuffix(filter.section("*.", 1, 1).section(' ', 0, 0).remove(')'));
   });
   dialog.selectFile(suggested);
-  return dialog.exec() == QDialog::Accepted ? dialog.selectedFiles().value(0) : QString();
+  if (dialog.exec() != QDialog::Accepted) return {};
+  lastFolder() = dialog.directory().absolutePath();
+  return dialog.selectedFiles().value(0);
 }
 
 UnsavedAnswer askUnsaved(QWidget* parent, const QStringList& pages) {
@@ -130,7 +144,9 @@ Prompts windowPrompts(QWidget* parent) {
   prompts.saveName = [parent](const QString& suggested, bool paged) {
     return nameToSave(parent, suggested, paged);
   };
-  prompts.folder = [parent] { return QFileDialog::getExistingDirectory(parent, text("Folder for the pages")); };
+  prompts.folder = [parent] {
+    return QFileDialog::getExistingDirectory(parent, text("Folder for the pages"), lastFolder());
+  };
   prompts.unsaved = [parent](const QStringList& pages) { return askUnsaved(parent, pages); };
   prompts.stopScan = [parent] {
     return QMessageBox::question(parent, text("Scanning"), text("A scan is running. Stop it?")) == QMessageBox::Yes;

@@ -20,6 +20,7 @@ namespace desktop {
 namespace {
 
 constexpr int kLimitMs = 120000;
+constexpr int kSmallest = 0;  // the PNG writer takes the most time for it
 constexpr int kModeRgb = 7, kCustomArea = 3;
 
 /// Runs the event loop until something holds; false after a long time.
@@ -63,18 +64,25 @@ class Shooting {
     m_window.resize(1366, 728);  // what a panel of the desktop leaves of a small screen
     m_window.show();
     if (!m_window.setMode(quillbay::ScanToView)) return false;
-    if (!save(m_window, "empty") || !scan()) return false;
+    if (!scan()) return false;
     m_window.view().fitAll();
     if (!save(m_window, "main") || !save(*m_window.panelDock().panel(), "panel-to-view")) return false;
-    m_window.view().actualPixels();
-    m_window.log().show();
-    if (!save(m_window, "detail") || !m_window.setMode(quillbay::ScanToFile)) return false;
+    if (qApp->devicePixelRatio() <= 1 && !saveMore()) return false;
+    if (!m_window.setMode(quillbay::ScanToFile)) return false;
     m_window.panelDock().control()->SetParam("m_Dir", "/srv/maps", nullptr);
     m_window.panelDock().control()->SetParam("m_Mask", "map<COUNTER>", nullptr);
     return save(*m_window.panelDock().panel(), "panel-to-file");
   }
 
  private:
+  bool saveMore() {
+    m_window.view().actualPixels();
+    m_window.log().show();
+    if (!save(m_window, "detail") || !scan()) return false;
+    m_window.view().fitAll();
+    m_window.log().hide();
+    return save(m_window, "two-pages");
+  }
   bool scan() {
     auto* control = m_window.panelDock().control();
     bool ended = false;
@@ -99,7 +107,7 @@ class Shooting {
       return m_window.view().isSharp();
     });
     const QString file = m_folder.filePath(name + m_suffix + ".png");
-    if (sharp && widget.grab().save(file)) return true;
+    if (sharp && widget.grab().save(file, "PNG", kSmallest)) return true;
     std::fprintf(stderr, "%s was not written\n", file.toLocal8Bit().constData());
     return false;
   }

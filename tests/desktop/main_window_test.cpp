@@ -1,4 +1,5 @@
 #include <QAction>
+#include <QCheckBox>
 #include <QFile>
 #include <QMenuBar>
 #include <QMouseEvent>
@@ -134,6 +135,26 @@ TEST_F(DesktopTest, TheWheelZoomsAboutThePointerAndTheMiddleButtonPans) {
   view.actualPixels();
   EXPECT_NEAR(view.zoom(), 1, 1e-9);
   ASSERT_TRUE(waitFor([&] { return view.isSharp(); }));
+}
+
+TEST_F(DesktopTest, APageThatThePanelSavesItselfIsNotAskedAbout) {
+  open();
+  smallPages();
+  std::string why;
+  ASSERT_TRUE(control()->SetParam("m_Dir", dir.path(), &why)) << why;
+  ASSERT_TRUE(control()->SetParam("m_Mask", "view<COUNTER>", &why)) << why;
+  for (QCheckBox* box : window->panelDock().panel()->findChildren<QCheckBox*>()) {
+    if (QString(box->text()).remove('&').startsWith("Save")) box->click();
+  }
+  for (const std::size_t count : {1U, 2U}) {
+    ASSERT_TRUE(scan());
+    ASSERT_EQ(pages().size(), count);
+    EXPECT_TRUE(pages().back().saved) << messages.join(' ').toStdString();
+    EXPECT_TRUE(QFile::exists(pages().back().file)) << pages().back().file.toStdString();
+  }
+  EXPECT_NE(pages()[0].file, pages()[1].file);
+  EXPECT_TRUE(window->close());
+  EXPECT_TRUE(asked.isEmpty());
 }
 
 TEST_F(DesktopTest, ScansGoWhereTheModeSays) {
