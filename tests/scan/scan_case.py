@@ -38,8 +38,8 @@ class Case(unittest.TestCase):
     def command(self, *arguments, device=SMALL):
         return [PROGRAM, *(["-d", device] if device else []), *arguments]
 
-    def run_scan(self, *arguments, device=SMALL):
-        return subprocess.run(self.command(*arguments, device=device), cwd=self.out, env=self.env, timeout=LIMIT,
+    def run_scan(self, *arguments, device=SMALL, limit=LIMIT):
+        return subprocess.run(self.command(*arguments, device=device), cwd=self.out, env=self.env, timeout=limit,
                               stdin=subprocess.DEVNULL, capture_output=True, text=True)
 
     def expect(self, status, *arguments, device=SMALL):

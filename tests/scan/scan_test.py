@@ -319,7 +319,7 @@ class Faults(Case):
 
 
 class Signals(Case):
-    SLOW = SMALL + ",speed=100"  # a page takes three seconds
+    SLOW = SMALL + ",speed=150"  # a page takes two seconds
 
     def test_the_first_one_stops(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
