@@ -1,20 +1,27 @@
 #pragma once
 #include <QPointF>
-#include <QTimer>
 #include <QWidget>
+#include <memory>
 
 #include "document.h"
 #include "page_image.h"
+#include "quillbay/view.h"
+
+class QMouseEvent;
 
 namespace desktop {
 
-/// Shows the document's pages beside each other at their true sizes, in millimetres. The wheel zooms about the
-/// pointer, the middle and the left button pan, arrows scroll. What is shown is drawn by the rasters themselves on
-/// another thread; until it is there, the small picture of the page stands in.
+class PaintLink;
+class ZoomLink;
+
+/// Shows the document's pages beside each other at their true sizes in a view port of the library. Beside what that
+/// does (the wheel zooms about the pointer, the middle button pans, Alt with arrows scrolls), the left button pans,
+/// a click chooses a page, a double click shows it in full, arrows scroll and files can be dropped.
 class DocumentView : public QWidget {
   Q_OBJECT
  public:
-  explicit DocumentView(Document* document, QWidget* parent = nullptr);
+  DocumentView(quillbay::IApp* app, Document* document, QWidget* parent = nullptr);
+  ~DocumentView() override;
 
   /// The page that zooming to 1:1 and the frame are about.
   void setCurrent(int id);
@@ -26,8 +33,10 @@ class DocumentView : public QWidget {
   void zoomBy(double factor);
   /// 1 is 1:1 of the current page; 0 without pages.
   [[nodiscard]] double zoom() const;
-  /// Whether the picture of what is shown now is complete.
-  [[nodiscard]] bool isSharp() const { return m_frameNumber == m_wanted; }
+  /// The view as the panel knows it.
+  [[nodiscard]] quillbay::IKxView* kxView() const { return m_kxView.get(); }
+  /// The window that is painted on and that gets keys and mouse.
+  [[nodiscard]] QWidget* surface() const { return m_surface; }
 
  signals:
   void zoomChanged();
@@ -37,33 +46,21 @@ class DocumentView : public QWidget {
   void filesDropped(const QStringList& files);
 
  protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void changeEvent(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
-  void resizeEvent(QResizeEvent* event) override;
-  void wheelEvent(QWheelEvent* event) override;
-  void mousePressEvent(QMouseEvent* event) override;
-  void mouseMoveEvent(QMouseEvent* event) override;
-  void mouseReleaseEvent(QMouseEvent* event) override;
-  void mouseDoubleClickEvent(QMouseEvent* event) override;
-  void leaveEvent(QEvent* event) override;
-  void keyPressEvent(QKeyEvent* event) override;
-  void dragEnterEvent(QDragEnterEvent* event) override;
-  void dropEvent(QDropEvent* event) override;
 
  private:
-  /// View pixels = millimetres * scale + offset.
-  struct Place {
-    double scale = 1;
-    QPointF offset;
-    bool operator==(const Place&) const = default;
-  };
+  friend class PaintLink;
+  void add(int id);
   void relayout();
-  void place(const Place& place);
-  void zoomAbout(double factor, const QPointF& pivot);
-  void fit(const QRectF& mm);
-  void pan(const QPointF& pixels);
-  void requestFrame();
-  void takeFrame(int number, const QImage& image);
-  void paintFrame(QPainter& painter) const;
+  void setGround();
+  void paintOver(QPainter& painter) const;
+  void move(const QMouseEvent& event);
+  bool key(int key);
+  void scaleTo(double pixelsPerMm);
+  void pan(double dx, double dy);
+  /// The page's place in client pixels.
   [[nodiscard]] QRectF toView(const QRectF& mm) const;
   [[nodiscard]] QRectF pageRect(int id) const;
   [[nodiscard]] int pageAt(const QPointF& pixel) const;
@@ -71,15 +68,22 @@ class DocumentView : public QWidget {
 
   Document* m_document;
   PageImages m_images;
-  std::vector<std::pair<int, QRectF>> m_layout;  // page and its place in millimetres
-  Place m_place, m_framePlace;
-  QImage m_frame;
-  int m_wanted = 0, m_frameNumber = -1;
-  QTimer m_settle;  // draws once the view rests
+  quillbay::KxPtr<quillbay::IKxViewPort> m_port;
+  quillbay::KxPtr<quillbay::IKxView> m_kxView;
+  quillbay::KxPtr<quillbay::IKxRasterPainter> m_rasters;
+  QWidget* m_surface;
+  std::unique_ptr<PaintLink> m_paintLink;
+  std::unique_ptr<ZoomLink> m_zoomLink;
+  // What is shown: the page, its place in millimetres (y downwards), its raster.
+  struct Shown {
+    int id;
+    QRectF mm;
+    quillbay::KxPtr<quillbay::IRStor> raster;
+  };
+  std::vector<Shown> m_layout;
   int m_current = 0;
-  bool m_fitted = true;  // stays fitted when the window or the document changes
   QPointF m_press, m_last;
-  bool m_panning = false, m_moved = false;
+  bool m_moved = false;
 };
 
 }  // namespace desktop

@@ -16,20 +16,6 @@ namespace desktop {
 
 using quillbay::query;
 
-/// The document's view, as the panel sees it.
-class HostView final : public quillbay::CKxUnknownImplStatic<quillbay::IKxView> {
- public:
-  explicit HostView(QWidget* view) : m_view(view) {}
-  int Invalidate() override {
-    m_view->update();
-    return 1;
-  }
-  QWidget* GetWindow() override { return m_view; }
-
- private:
-  QWidget* m_view;
-};
-
 namespace {
 
 constexpr const char* kSimulated = "sim:";
@@ -59,10 +45,10 @@ MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
   setWindowTitle("Quillbay");
   m_log = new LogDock(this);  // the host's first words go there
   makeHost(folders);
+  writeFirstDefaults(m_app.get());
   m_settings = std::make_unique<ProgramSettings>(m_app.get());
   m_files = std::make_unique<PageFiles>(m_app.get(), m_document, this);
-  m_view = new DocumentView(m_document, this);
-  m_hostView = std::make_unique<HostView>(m_view);
+  m_view = new DocumentView(m_app.get(), m_document, this);
   setCentralWidget(m_view);
   m_status = new StatusLine(m_app.get(), statusBar());
   makeDocks();
@@ -81,7 +67,8 @@ MainWindow::~MainWindow() {
   m_panel->closePanel();
   *m_self = nullptr;  // no thread of a scan is left that could look
   m_app->SetMainWindow(nullptr);
-  delete m_panel;  // it and the status line use the application object, which goes before the other children
+  delete m_panel;  // these use the application object, which goes before the other children
+  delete m_view;
   delete m_status;
 }
 
@@ -117,7 +104,7 @@ void MainWindow::makeHost(const ProgramFolders& folders) {
 }
 
 void MainWindow::makeDocks() {
-  m_panel = new PanelDock(m_app.get(), m_hostView.get(), this);
+  m_panel = new PanelDock(m_app.get(), m_view->kxView(), this);
   m_pages = new PageList(m_document, this);
   setCorner(Qt::BottomRightCorner, Qt::RightDockWidgetArea);
   setCorner(Qt::BottomLeftCorner, Qt::LeftDockWidgetArea);

@@ -15,7 +15,6 @@ class QActionGroup;
 namespace desktop {
 
 class DocumentView;
-class HostView;
 class LogDock;
 class PageList;
 class PanelDock;
@@ -98,7 +97,6 @@ class MainWindow : public QMainWindow {
   std::unique_ptr<ProgramSettings> m_settings;
   Document* m_document;
   DocumentView* m_view;
-  std::unique_ptr<HostView> m_hostView;
   std::unique_ptr<PageFiles> m_files;
   PanelDock* m_panel = nullptr;
   PageList* m_pages = nullptr;

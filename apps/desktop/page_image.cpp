@@ -5,6 +5,10 @@
 
 namespace desktop {
 
+namespace {
+constexpr int kLevelSliceMs = 8;
+}
+
 /// A picture as the target of a raster's drawing.
 class ImageTarget final : public quillbay::CKxUnknownImplStatic<quillbay::IRasterDC> {
  public:
@@ -50,23 +54,21 @@ bool drawRaster(quillbay::IRStor* raster, QImage& image, const QRect& clip, cons
   return drawing->Draw(&target, tfm, &progress) != 0;
 }
 
-PageImages::PageImages(QObject* parent)
-    : QObject(parent),
-      m_cancelAll(std::make_shared<std::atomic<bool>>(false)),
-      m_cancelFrame(std::make_shared<std::atomic<bool>>(false)) {
-  m_overviews.setMaxThreadCount(1);
-  m_frames.setMaxThreadCount(1);
+PageImages::PageImages(QObject* parent) : QObject(parent), m_cancel(std::make_shared<std::atomic<bool>>(false)) {
+  m_thread.setMaxThreadCount(1);
 }
 
 PageImages::~PageImages() {
-  *m_cancelAll = true;
-  *m_cancelFrame = true;
-  m_frames.waitForDone();
-  m_overviews.waitForDone();
+  *m_cancel = true;
+  m_thread.waitForDone();
 }
 
 void PageImages::requestOverview(int id, quillbay::KxPtr<quillbay::IRStor> raster, int longest) {
-  m_overviews.start([this, id, raster = std::move(raster), longest, cancel = m_cancelAll] {
+  m_thread.start([this, id, raster = std::move(raster), longest, cancel = m_cancel] {
+    // In slices: the view makes levels of the same raster, and must not wait for long.
+    const auto levels = raster.as<quillbay::IRStorLevels>();
+    while (levels && !*cancel && !levels->MakeLevels(kLevelSliceMs)) {
+    }
     const auto size = raster->GetSize();
     if (size.width <= 0 || size.height <= 0 || *cancel) return;
     const double scale = std::min(1.0, double(longest) / std::max(size.width, size.height));
@@ -76,21 +78,6 @@ void PageImages::requestOverview(int id, quillbay::KxPtr<quillbay::IRStor> raste
     image.fill(Qt::white);
     const quillbay::CRDirectTfm tfm{double(image.width()) / size.width, double(image.height()) / size.height, 0, 0};
     if (drawRaster(raster.get(), image, image.rect(), tfm, cancel)) emit overviewReady(id, image);
-  });
-}
-
-void PageImages::requestFrame(int number, QSize size, std::vector<Placed> pages) {
-  *m_cancelFrame = true;
-  m_frames.clear();
-  m_cancelFrame = std::make_shared<std::atomic<bool>>(false);
-  m_frames.start([this, number, size, pages = std::move(pages), cancel = m_cancelFrame] {
-    QImage image(size, QImage::Format_ARGB32_Premultiplied);
-    if (image.isNull()) return;
-    image.fill(Qt::transparent);
-    for (const Placed& page : pages) {
-      if (*cancel || !drawRaster(page.raster.get(), image, page.clip, page.tfm, cancel)) return;
-    }
-    emit frameReady(number, image);
   });
 }
 

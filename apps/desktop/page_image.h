@@ -5,7 +5,6 @@
 #include <QThreadPool>
 #include <atomic>
 #include <memory>
-#include <vector>
 
 #include "quillbay/raster.h"
 
@@ -19,15 +18,8 @@ using CancelFlag = std::shared_ptr<std::atomic<bool>>;
 bool drawRaster(quillbay::IRStor* raster, QImage& image, const QRect& clip, const quillbay::CRDirectTfm& tfm,
                 const CancelFlag& cancel);
 
-/// A raster's place in a picture of a view, in device pixels.
-struct Placed {
-  quillbay::KxPtr<quillbay::IRStor> raster;
-  quillbay::CRDirectTfm tfm;
-  QRect clip;
-};
-
-/// Makes pictures of rasters on threads of its own; results come on the user-interface thread. What still runs when
-/// it goes is given up and waited for.
+/// Makes pictures of rasters on a thread of its own; results come on the user-interface thread. What still runs
+/// when it goes is given up and waited for.
 class PageImages : public QObject {
   Q_OBJECT
  public:
@@ -36,16 +28,13 @@ class PageImages : public QObject {
 
   /// Asks for the whole of a page in small; its longer side gets `longest` pixels at most.
   void requestOverview(int id, quillbay::KxPtr<quillbay::IRStor> raster, int longest);
-  /// Asks for a view's picture; one that is still being made is given up. `number` comes back with it.
-  void requestFrame(int number, QSize size, std::vector<Placed> pages);
 
  signals:
   void overviewReady(int id, const QImage& image);
-  void frameReady(int number, const QImage& image);
 
  private:
-  QThreadPool m_overviews, m_frames;
-  CancelFlag m_cancelAll, m_cancelFrame;
+  QThreadPool m_thread;
+  CancelFlag m_cancel;
 };
 
 }  // namespace desktop

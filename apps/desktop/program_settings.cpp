@@ -8,8 +8,15 @@ using quillbay::KxPtr;
 
 namespace {
 constexpr int kMostRecent = 10;
+constexpr const char* kWheelStep = "WheelScaleStep";
 constexpr const char* kRecent = "Recent";
 }  // namespace
+
+void writeFirstDefaults(quillbay::IApp* app) {
+  const auto profile = quillbay::query<quillbay::IProfile>(app);
+  const auto scroll = profile ? KxPtr<quillbay::IParam>::adopt(profile->GetSection("Scroll", 1)) : nullptr;
+  if (scroll && quillbay::paramDouble(scroll.get(), kWheelStep) <= 0) scroll->SetValue(kWheelStep, 1.25);
+}
 
 ProgramSettings::ProgramSettings(quillbay::IApp* app)
     : m_profile(quillbay::query<quillbay::IProfile>(app)),

@@ -6,6 +6,10 @@
 
 namespace desktop {
 
+/// Writes what the program wants otherwise than the library where the person has not chosen: how far a step of the
+/// wheel zooms.
+void writeFirstDefaults(quillbay::IApp* app);
+
 /// What the program remembers between runs, in the section "Desktop" of the host's profile.
 class ProgramSettings {
  public:

@@ -76,8 +76,9 @@ class Shooting {
 
  private:
   bool saveMore() {
-    m_window.view().actualPixels();
     m_window.log().show();
+    QCoreApplication::processEvents();  // a resized view shows everything
+    m_window.view().actualPixels();
     if (!save(m_window, "detail") || !scan()) return false;
     m_window.view().fitAll();
     m_window.log().hide();
@@ -102,12 +103,9 @@ class Shooting {
            });
   }
   bool save(QWidget& widget, const QString& name) {
-    const bool sharp = waitFor([this] {
-      QCoreApplication::processEvents();
-      return m_window.view().isSharp();
-    });
+    QCoreApplication::processEvents();
     const QString file = m_folder.filePath(name + m_suffix + ".png");
-    if (sharp && widget.grab().save(file, "PNG", kSmallest)) return true;
+    if (widget.grab().save(file, "PNG", kSmallest)) return true;
     std::fprintf(stderr, "%s was not written\n", file.toLocal8Bit().constData());
     return false;
   }
