@@ -121,7 +121,7 @@ ToneReducer::ToneReducer(KxColorSpace colorSpace, const Palette& palette, const 
     high = std::max(high, s.last);
     m_plain = m_plain && s.first == s.last;
   }
-  const auto pixels = static_cast<std::size_t>(high - m_low) + 1;
+  const auto pixels = static_cast<std::size_t>(std::int64_t{high} - m_low) + 1;
   const bool expanded = colorSpace == KxColorSpace::Four || colorSpace == KxColorSpace::Palette;
   m_channels = expanded ? 3 : bitsPerPixel(colorSpace) / 8;
   if (m_channels == 1) m_order = {0, 0, 0};
@@ -164,8 +164,8 @@ void ToneReducer::freshenSums() noexcept {
 /// The whole row in one go, without sums of sums in between: the row has no other lines.
 void ToneReducer::addFew(const std::uint8_t* const* lines, const AxisSpan& span) {
   const std::size_t at = static_cast<std::size_t>(m_low) * static_cast<std::size_t>(m_channels);
-  const std::uint8_t* l[kLinesAtOnce];
-  const auto count = static_cast<std::size_t>(span.last - span.first + 1);
+  const std::uint8_t* l[kLinesAtOnce] = {};
+  const auto count = static_cast<std::size_t>(std::int64_t{span.last} - span.first + 1);
   for (std::size_t i = 0; i < count; ++i) l[i] = lines[i] + at;
   const auto first = static_cast<std::uint16_t>(span.firstWeight);
   const auto last = static_cast<std::uint16_t>(span.lastWeight);
@@ -178,7 +178,8 @@ void ToneReducer::addFew(const std::uint8_t* const* lines, const AxisSpan& span)
     case 5: sumLines<5>(sums, l, m_bytes, first, last); break;
     case 6: sumLines<6>(sums, l, m_bytes, first, last); break;
     case 7: sumLines<7>(sums, l, m_bytes, first, last); break;
-    default: sumLines<8>(sums, l, m_bytes, first, last); break;
+    case 8: sumLines<8>(sums, l, m_bytes, first, last); break;
+    default: return;
   }
   m_sumWeight = static_cast<std::uint32_t>(spanWeight(span));
   m_stale = false;

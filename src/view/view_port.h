@@ -1,6 +1,5 @@
 #pragma once
 #include <QImage>
-#include <QPointer>
 #include <QRegion>
 
 #include "view/view_dc.h"
@@ -83,7 +82,7 @@ class CViewPort final : public CKxUnknownImpl<IKxViewPort, ICmdProcess, IViewCtx
   void paintReactors(QPainter& painter, CViewDC& dc);
 
   KxPtr<IApp> m_app;
-  QPointer<CViewWindow> m_window;
+  CViewWindow* m_window = nullptr;  // until it closes
   Point<IKxViewZoomSink> m_zoomSinks = newPoint<IKxViewZoomSink>();
   Point<IKxViewPaintReactor> m_paintReactors = newPoint<IKxViewPaintReactor>();
   Point<IKxViewMouseReactor> m_mouseReactors = newPoint<IKxViewMouseReactor>();

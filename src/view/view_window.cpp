@@ -1,5 +1,6 @@
 #include "view/view_window.h"
 
+#include <QCoreApplication>
 #include <QKeyEvent>
 #include <QMouseEvent>
 #include <QPaintEvent>
@@ -136,7 +137,7 @@ void CViewWindow::beginPanning(const QPoint& at) {
 }
 
 void CViewWindow::pan(const QPoint& at) {
-  const QPoint by = at - *m_panFrom;
+  const QPoint by = at - m_panFrom.value_or(at);
   m_panFrom = at;
   if (rect().contains(at)) {
     m_autoScroll.stop();
@@ -158,13 +159,14 @@ void CViewWindow::timerEvent(QTimerEvent* event) {
     QWidget::timerEvent(event);
     return;
   }
-  const KxPoint step = view::autoScroll({m_panFrom->x(), m_panFrom->y()}, {width(), height()});
+  const QPoint at = m_panFrom.value_or(QPoint());
+  const KxPoint step = view::autoScroll({at.x(), at.y()}, {width(), height()});
   m_port->ScrollByPixels(step.x, step.y);
 }
 
 KxPtr<IKxViewPort> new_ViewPort(IApp* app, QWidget* parent) {
   const auto port = KxPtr<CViewPort>::adopt(new CViewPort(app));
-  std::make_unique<CViewWindow>(port, parent).release();  // the parent's from here on
+  static_cast<void>(std::make_unique<CViewWindow>(port, parent).release());  // the parent's from here on
   return KxPtr<IKxViewPort>::share(port.get());
 }
 
