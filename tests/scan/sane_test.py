@@ -41,7 +41,7 @@ SCANIMAGE_MODES = {
     "bw-threshold": {"mode": "Gray", "depth": "1"},
 }
 SANED_PORT = 6566  # the network driver takes no other
-PATIENCE = 20
+PATIENCE = 10
 
 
 def patiently(run):
