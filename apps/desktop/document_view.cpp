@@ -6,8 +6,6 @@
 
 namespace desktop {
 
-using quillbay::query;
-
 namespace {
 constexpr double kGapMm = 20;
 constexpr int kOverviewPixels = 400;
