@@ -22,7 +22,7 @@ import time
 
 import tifffile
 
-PAGES = 200  # more than a run gets to before it is killed
+PAGES = 150  # more than a run gets to before it is killed
 LONGEST = 1.2  # seconds from the first page's start to the kill
 LIMIT = 120
 

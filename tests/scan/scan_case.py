@@ -21,7 +21,7 @@ LIMIT = 60  # seconds for anything; nothing is measured
 
 
 class Case(unittest.TestCase):
-    """A folder to scan into, and a person without settings."""
+    """A folder to scan into, a person without settings, and no scanners of the machine."""
 
     def setUp(self):
         self.root = Path(tempfile.mkdtemp(prefix="quillbay-scan-test-"))
@@ -32,6 +32,9 @@ class Case(unittest.TestCase):
         self.state = self.root / "state" / "quillbay" / "state.json"
         self.env = dict(os.environ, HOME=str(self.root), XDG_CONFIG_HOME=str(self.root / "config"),
                         XDG_STATE_HOME=str(self.root / "state"), XDG_DATA_HOME=str(self.root / "data"))
+        (self.root / "drivers").mkdir()
+        (self.root / "drivers" / "dll.conf").write_text("test\n")
+        self.env["SANE_CONFIG_DIR"] = str(self.root / "drivers")
         for name in ("DISPLAY", "WAYLAND_DISPLAY", "SANE_DEFAULT_DEVICE"):
             self.env.pop(name, None)
 
