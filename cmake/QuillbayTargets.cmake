@@ -49,7 +49,7 @@ function(quillbay_test name)
     set(arg_LABELS unit)  # an empty one would be dropped from the list of properties
   endif()
   add_executable(test_${name} ${arg_SOURCES})
-  if("threads" IN_LIST arg_LABELS)
+  if(arg_LABELS MATCHES threads)
     add_dependencies(threaded-tests test_${name})
   endif()
   target_link_libraries(test_${name} PRIVATE ${arg_LIBS} quillbay_options)

@@ -20,6 +20,7 @@
 #include "quillbay/scanner.h"
 #include "widgets/countdown_timer.h"
 #include "widgets/dialog.h"
+#include "widgets/tool_icons.h"
 
 class QAction;
 class QTabBar;
@@ -68,6 +69,9 @@ class CMaindlg final : public CDialog, private IPanelController {
   [[nodiscard]] CRDirectTfm viewTransform() const { return m_viewSync.transform(); }
   void clearBatch();
 
+ protected:
+  void changeEvent(QEvent* event) override;
+
  private:
   /// The embedded sink of the scan parameters.
   class CIChangeParams final : public TSinkImpl<IChangeParams, CMaindlg> {
@@ -92,6 +96,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   bool takeUnit(IScan& scanner);
   void createForm();
   void createToolbar(QToolBar* toolbar);
+  void drawIcons();
   [[nodiscard]] KxPtr<ISStripStor> makeDestinationStore(eTarnwellMode mode) const;
   void createPages();
   void loadSettings();
@@ -110,6 +115,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   bool prepareScan(KxPtr<IParam>& request);
   void startUnit(IParam* request, std::shared_ptr<ScanPlan> plan);
   void setScanRectangle(IParam* request);
+  void noteWidening(double width);
   bool computePalette(IParam* request);
   void Prescan();
   void AreaPrescan();
@@ -182,7 +188,12 @@ class CMaindlg final : public CDialog, private IPanelController {
   QToolBar* m_toolbar = nullptr;
   QWidget* m_destinationPlace = nullptr;
   PanelStatus* m_status = nullptr;
-  std::vector<std::pair<int, QAction*>> m_actions;
+  struct PanelAction {
+    int id;
+    ToolIcon icon;
+    QAction* action;
+  };
+  std::vector<PanelAction> m_actions;
   QTimer* m_waitTimer = nullptr;
   QWidget* m_waitBox = nullptr;
 

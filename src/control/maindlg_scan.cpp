@@ -136,10 +136,23 @@ void CMaindlg::setScanRectangle(IParam* request) {
                                                         v.center != 0, fragment, m_steps.detection->AreaFound()}),
                                   v.scanType);
   quiet().lastScanArea = rect;
+  noteWidening(rect.width());
   if (fragment && !m_session.batch()) rect = v.rcCustomScan;
   request->SetValue("RECT", rect);
   request->SetValue("batchmode", m_session.batch() ? 1 : 0);
   m_expectedLines = rect.height() > 0 ? roundHalfUp(mmToPixels(rect.height(), v.dpi)) : 0;
+}
+
+/// A page that comes out wider than it was asked for is said so.
+void CMaindlg::noteWidening(double width) {
+  const double asked = values().rcScan.width() * (1 + values().addWidthPercent * 0.01);
+  const auto events = query<IEvents>(m_params->app());
+  if (!events || m_session.fragment() || width <= asked + 0.01) return;
+  CScanUnits& units = m_params->units();
+  events->Note("quillbay.control",
+               formatText(Supp_Translate("The scan is %s wide, the least width, instead of %s."),
+                          {units.lengthText(width), units.lengthText(asked)})
+                   .c_str());
 }
 
 bool CMaindlg::computePalette(IParam* request) {

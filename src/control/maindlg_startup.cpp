@@ -1,6 +1,6 @@
 #include <QAction>
+#include <QEvent>
 #include <QStackedWidget>
-#include <QStyle>
 #include <QTabBar>
 #include <QTimer>
 #include <QToolBar>
@@ -147,28 +147,37 @@ void CMaindlg::createToolbar(QToolBar* toolbar) {
     int id;
     const char* text;
     const char* tip;
-    QStyle::StandardPixmap picture;
+    ToolIcon icon;
   };
   static constexpr Button kButtons[] = {
-      {command::kScan, "&Scan", "Scan one page", QStyle::SP_MediaPlay},
-      {command::kBatch, "&Batch", "Scan page after page, until no document comes", QStyle::SP_MediaSeekForward},
-      {command::kPrescan, "&Preview", "Preview the document", QStyle::SP_FileDialogContentsView},
-      {command::kAreaPrescan, "Preview &area", "Preview what the view shows", QStyle::SP_FileDialogInfoView},
-      {command::kStop, "St&op", "Stop now; the page that is being scanned is dropped (Esc)", QStyle::SP_MediaStop},
+      {command::kScan, "&Scan", "Scan one page", ToolIcon::Scan},
+      {command::kBatch, "&Batch", "Scan page after page, until no document comes", ToolIcon::Batch},
+      {command::kPrescan, "&Preview", "Preview the document", ToolIcon::Preview},
+      {command::kAreaPrescan, "Preview &area", "Preview what the view shows", ToolIcon::PreviewArea},
+      {command::kStop, "St&op", "Stop now; the page that is being scanned is dropped (Esc)", ToolIcon::Stop},
       {command::kStopAfterPage, "Stop after this pa&ge", "Finish the page that is being scanned, then stop",
-       QStyle::SP_MediaSkipForward},
-      {command::kEject, "&Eject", "Eject the document", QStyle::SP_ArrowUp},
-      {command::kSwitchLayout, "Small &layout", "Show or hide the settings pages", QStyle::SP_TitleBarShadeButton},
+       ToolIcon::StopAfterPage},
+      {command::kEject, "&Eject", "Eject the document", ToolIcon::Eject},
+      {command::kSwitchLayout, "Small &layout", "Show or hide the settings pages", ToolIcon::Layout},
   };
   for (const Button& b : kButtons) {
-    auto* action =
-        toolbar->addAction(style()->standardIcon(b.picture), QString::fromStdString(Supp_Translate(b.text)));
+    auto* action = toolbar->addAction(QString::fromStdString(Supp_Translate(b.text)));
     action->setToolTip(QString::fromStdString(Supp_Translate(b.tip)));
     if (b.id == command::kStop) action->setShortcut(Qt::Key_Escape);
     connect(action, &QAction::triggered, this, [this, id = b.id] { OnCommand(id, 1, 0); });
-    m_actions.emplace_back(b.id, action);
+    m_actions.push_back({b.id, b.icon, action});
   }
   toolbar->setToolButtonStyle(Qt::ToolButtonIconOnly);
+  drawIcons();
+}
+
+void CMaindlg::drawIcons() {
+  for (const PanelAction& a : m_actions) a.action->setIcon(toolIcon(a.icon, palette()));
+}
+
+void CMaindlg::changeEvent(QEvent* event) {
+  if (event->type() == QEvent::PaletteChange) drawIcons();
+  CDialog::changeEvent(event);
 }
 
 void CMaindlg::createPages() {
@@ -248,7 +257,7 @@ void CMaindlg::SwitchLayout() {
 
 void CMaindlg::updateButtons() {
   const bool busy = IsBusy() != 0;
-  for (const auto& [id, action] : m_actions) {
+  for (const auto& [id, icon, action] : m_actions) {
     switch (id) {
       case command::kStop: action->setEnabled(busy); break;
       case command::kStopAfterPage: action->setEnabled(busy && !m_stopAfterPage); break;

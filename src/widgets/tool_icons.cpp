@@ -1,0 +1,128 @@
+#include "widgets/tool_icons.h"
+
+#include <QIconEngine>
+#include <QPainter>
+#include <QPainterPath>
+#include <memory>
+
+namespace quillbay {
+
+namespace {
+
+/// Pictures are drawn on a grid of 24 by 24.
+constexpr qreal kGrid = 24;
+
+QPainterPath triangle(qreal left) {
+  QPainterPath path;
+  path.moveTo(left, 5);
+  path.lineTo(left + 9, 12);
+  path.lineTo(left, 19);
+  path.closeSubpath();
+  return path;
+}
+
+QPainterPath scanShape() {
+  QPainterPath path;
+  path.moveTo(7, 4);
+  path.lineTo(19, 12);
+  path.lineTo(7, 20);
+  path.closeSubpath();
+  return path;
+}
+
+QPainterPath ejectShape() {
+  QPainterPath path;
+  path.moveTo(12, 4);
+  path.lineTo(20, 14);
+  path.lineTo(4, 14);
+  path.closeSubpath();
+  path.addRect(4, 17, 16, 3);
+  return path;
+}
+
+QPainterPath filledShape(ToolIcon icon) {
+  QPainterPath path;
+  switch (icon) {
+    case ToolIcon::Scan: return scanShape();
+    case ToolIcon::Batch:
+      path.addPath(triangle(3));
+      path.addPath(triangle(12));
+      break;
+    case ToolIcon::Stop: path.addRect(6, 6, 12, 12); break;
+    case ToolIcon::StopAfterPage:
+      path.addPath(triangle(5));
+      path.addRect(16, 5, 3, 14);
+      break;
+    case ToolIcon::Eject: return ejectShape();
+    default: break;
+  }
+  return path;
+}
+
+/// What is drawn with lines: a sheet under a magnifying glass, a sheet with a marked part, a window with a bar.
+void strokeShape(QPainter& painter, ToolIcon icon) {
+  painter.setBrush(Qt::NoBrush);
+  switch (icon) {
+    case ToolIcon::Preview:
+      painter.drawRect(QRectF(4, 3, 12, 17));
+      painter.drawEllipse(QPointF(14, 13), 5, 5);
+      painter.drawLine(QPointF(17.6, 16.6), QPointF(21.5, 20.5));
+      break;
+    case ToolIcon::PreviewArea: {
+      painter.drawRect(QRectF(4, 3, 16, 18));
+      QPen dashed = painter.pen();
+      dashed.setDashPattern({2, 1.5});
+      painter.setPen(dashed);
+      painter.drawRect(QRectF(8, 8, 8, 7));
+      break;
+    }
+    case ToolIcon::Layout:
+      painter.drawRect(QRectF(4, 5, 16, 14));
+      painter.drawLine(QPointF(4, 9), QPointF(20, 9));
+      painter.drawLine(QPointF(8, 15.5), QPointF(12, 12));
+      painter.drawLine(QPointF(12, 12), QPointF(16, 15.5));
+      break;
+    default: break;
+  }
+}
+
+class ToolIconEngine final : public QIconEngine {
+ public:
+  ToolIconEngine(ToolIcon icon, const QPalette& palette) : m_icon(icon), m_palette(palette) {}
+
+  void paint(QPainter* painter, const QRect& rect, QIcon::Mode mode, QIcon::State) override {
+    const auto group = mode == QIcon::Disabled ? QPalette::Disabled : QPalette::Active;
+    const QColor color = m_palette.color(group, QPalette::ButtonText);
+    painter->save();
+    painter->setRenderHint(QPainter::Antialiasing);
+    painter->translate(rect.topLeft());
+    painter->scale(rect.width() / kGrid, rect.height() / kGrid);
+    painter->fillPath(filledShape(m_icon), color);
+    painter->setPen(QPen(color, 1.8, Qt::SolidLine, Qt::RoundCap, Qt::MiterJoin));
+    strokeShape(*painter, m_icon);
+    painter->restore();
+  }
+
+  QPixmap pixmap(const QSize& size, QIcon::Mode mode, QIcon::State state) override {
+    QPixmap picture(size);
+    picture.fill(Qt::transparent);
+    QPainter painter(&picture);
+    paint(&painter, QRect(QPoint(), size), mode, state);
+    return picture;
+  }
+
+  QIconEngine* clone() const override { return std::make_unique<ToolIconEngine>(m_icon, m_palette).release(); }
+
+ private:
+  ToolIcon m_icon;
+  QPalette m_palette;
+};
+
+}  // namespace
+
+QIcon toolIcon(ToolIcon icon, const QPalette& palette) {
+  // The icon owns its engine.
+  return QIcon(std::make_unique<ToolIconEngine>(icon, palette).release());
+}
+
+}  // namespace quillbay

@@ -1,0 +1,14 @@
+#pragma once
+#include <QIcon>
+#include <QPalette>
+
+namespace quillbay {
+
+/// The pictures of the panel's commands.
+enum class ToolIcon { Scan, Batch, Preview, PreviewArea, Stop, StopAfterPage, Eject, Layout };
+
+/// Draws a command's picture in the palette's text colour, so that it shows on light and dark windows alike, and in
+/// its disabled colour. Sharp at every scale.
+[[nodiscard]] QIcon toolIcon(ToolIcon icon, const QPalette& palette);
+
+}  // namespace quillbay
