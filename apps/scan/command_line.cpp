@@ -8,27 +8,27 @@
 
 namespace {
 
-using Argument = OptionSpec::Argument;
+using Argument = OptionRow::Argument;
 
 [[noreturn]] void refuse(const std::string& text) { throw Failure(kUsage, text); }
 
 std::vector<std::string> shownNames() {
   std::vector<std::string> list;
-  for (const OptionSpec& spec : optionTable()) {
-    if (spec.group) list.push_back("--" + std::string(spec.name));
+  for (const OptionRow& row : optionTable()) {
+    if (row.group) list.push_back("--" + std::string(row.name));
   }
   return list;
 }
 
-const OptionSpec& findLong(const std::string& name) {
+const OptionRow& findLong(const std::string& name) {
   const auto table = optionTable();
-  std::vector<const OptionSpec*> found;
+  std::vector<const OptionRow*> found;
   std::vector<std::string> candidates;
-  for (const OptionSpec& spec : table) {
-    const std::string_view own = spec.name;
-    if (own == name) return spec;
-    if (spec.group && own.starts_with(name) && !name.empty()) {
-      found.push_back(&spec);
+  for (const OptionRow& row : table) {
+    const std::string_view own = row.name;
+    if (own == name) return row;
+    if (row.group && own.starts_with(name) && !name.empty()) {
+      found.push_back(&row);
       candidates.push_back("--" + std::string(own));
     }
   }
@@ -37,13 +37,13 @@ const OptionSpec& findLong(const std::string& name) {
   refuse("unknown option \"--" + name + "\"; " + names::allowed(shownNames(), "--" + name, "--help"));
 }
 
-const OptionSpec& findShort(char letter) {
+const OptionRow& findShort(char letter) {
   const auto table = optionTable();
   const auto found = std::find_if(table.begin(), table.end(), [&](const auto& s) { return s.letter == letter; });
   if (found != table.end()) return *found;
   std::string letters;
-  for (const OptionSpec& spec : table) {
-    if (spec.letter) letters += std::string(letters.empty() ? "-" : ", -") + spec.letter;
+  for (const OptionRow& row : table) {
+    if (row.letter) letters += std::string(letters.empty() ? "-" : ", -") + row.letter;
   }
   refuse("unknown option \"-" + std::string(1, letter) + "\"; there are: " + letters + "; --help lists all");
 }
@@ -71,38 +71,38 @@ class Reader {
  private:
   void readLong(const std::string& text) {
     const auto equals = text.find('=');
-    const OptionSpec& spec = findLong(text.substr(0, equals));
-    const std::string shown = "--" + std::string(spec.name);
+    const OptionRow& row = findLong(text.substr(0, equals));
+    const std::string shown = "--" + std::string(row.name);
     if (equals == std::string::npos) {
-      apply(spec, shown, spec.argument == Argument::Required ? nextValue(spec, shown) : std::string());
-    } else if (spec.argument == Argument::None) {
+      apply(row, shown, row.argument == Argument::Required ? nextValue(row, shown) : std::string());
+    } else if (row.argument == Argument::None) {
       refuse("\"" + shown + "\" takes no value");
     } else {
-      apply(spec, shown, text.substr(equals + 1));
+      apply(row, shown, text.substr(equals + 1));
     }
   }
 
   void readShort(std::string text) {
     while (!text.empty()) {
-      const OptionSpec& spec = findShort(text.front());
+      const OptionRow& row = findShort(text.front());
       const std::string shown = "-" + text.substr(0, 1);
       text.erase(0, 1);
-      if (spec.argument == Argument::None) {
-        apply(spec, shown, {});
+      if (row.argument == Argument::None) {
+        apply(row, shown, {});
         continue;
       }
-      apply(spec, shown, text.empty() ? nextValue(spec, shown) : text);
+      apply(row, shown, text.empty() ? nextValue(row, shown) : text);
       return;
     }
   }
 
-  std::string nextValue(const OptionSpec& spec, const std::string& shown) {
-    if (m_next == m_arguments.size()) refuse("\"" + shown + "\" needs a value: " + spec.value);
+  std::string nextValue(const OptionRow& row, const std::string& shown) {
+    if (m_next == m_arguments.size()) refuse("\"" + shown + "\" needs a value: " + row.value);
     return m_arguments[m_next++];
   }
 
-  void apply(const OptionSpec& spec, const std::string& shown, const std::string& value) {
-    const std::string wrong = spec.apply(m_options, value);
+  void apply(const OptionRow& row, const std::string& shown, const std::string& value) {
+    const std::string wrong = row.apply(m_options, value);
     if (wrong.empty()) return;
     refuse("\"" + shown + (value.empty() ? "" : " " + value) + "\": " + wrong);
   }

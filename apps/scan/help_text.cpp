@@ -7,7 +7,7 @@
 
 namespace {
 
-using Argument = OptionSpec::Argument;
+using Argument = OptionRow::Argument;
 
 constexpr std::size_t kWidth = 80;
 constexpr std::size_t kIndent = 28;
@@ -72,11 +72,11 @@ constexpr std::array kSections{
             ".fi\n"},
 };
 
-std::string synopsis(const OptionSpec& spec) {
-  std::string text = spec.letter ? std::string("-") + spec.letter + ", " : "    ";
-  text += "--" + std::string(spec.name);
-  if (spec.argument == Argument::Required) text += " " + std::string(spec.value);
-  if (spec.argument == Argument::Optional) text += "[=" + std::string(spec.value ? spec.value : "VALUE") + "]";
+std::string synopsis(const OptionRow& row) {
+  std::string text = row.letter ? std::string("-") + row.letter + ", " : "    ";
+  text += "--" + std::string(row.name);
+  if (row.argument == Argument::Required) text += " " + std::string(row.value);
+  if (row.argument == Argument::Optional) text += "[=" + std::string(row.value ? row.value : "VALUE") + "]";
   return text;
 }
 
@@ -119,12 +119,12 @@ std::string help() {
       "Usage: quillbay-scan [OPTION]...\n"
       "Scan large documents into files.\n";
   const char* group = "";
-  for (const OptionSpec& spec : optionTable()) {
-    if (!spec.group) continue;
-    if (std::string(group) != spec.group) text += "\n" + std::string(group = spec.group) + ":\n";
-    std::string line = "  " + synopsis(spec);
+  for (const OptionRow& row : optionTable()) {
+    if (!row.group) continue;
+    if (std::string(group) != row.group) text += "\n" + std::string(group = row.group) + ":\n";
+    std::string line = "  " + synopsis(row);
     line += line.size() + 2 > kIndent ? "\n" + std::string(kIndent, ' ') : std::string(kIndent - line.size(), ' ');
-    text += line + wrapped(spec.help) + "\n";
+    text += line + wrapped(row.help) + "\n";
   }
   text +=
       "\nExit status: 0 done, 1 usage, 2 device, 3 output, 4 no document, 128 + N after\n"
@@ -146,12 +146,12 @@ std::string manPage(const std::string& version) {
       ".SH OPTIONS\n"
       "Long options may be cut as long as they stay unique.\n";
   const char* group = "";
-  for (const OptionSpec& spec : optionTable()) {
-    if (!spec.group) continue;
-    if (std::string(group) != spec.group) text += ".SS " + std::string(group = spec.group) + "\n";
-    std::string shown = synopsis(spec);
+  for (const OptionRow& row : optionTable()) {
+    if (!row.group) continue;
+    if (std::string(group) != row.group) text += ".SS " + std::string(group = row.group) + "\n";
+    std::string shown = synopsis(row);
     shown.erase(0, shown.find_first_not_of(' '));
-    text += ".TP\n.B " + roff(shown) + "\n" + roff(spec.help) + "\n";
+    text += ".TP\n.B " + roff(shown) + "\n" + roff(row.help) + "\n";
   }
   for (const Section& section : kSections) text += ".SH " + std::string(section.title) + "\n" + section.body;
   return text;
@@ -159,9 +159,9 @@ std::string manPage(const std::string& version) {
 
 std::string bashCompletion() {
   std::string all, files;
-  for (const OptionSpec& spec : optionTable()) {
-    if (!spec.group) continue;
-    all += (all.empty() ? "" : " ") + ("--" + std::string(spec.name));
+  for (const OptionRow& row : optionTable()) {
+    if (!row.group) continue;
+    all += (all.empty() ? "" : " ") + ("--" + std::string(row.name));
   }
   std::string modes;
   for (const std::string& mode : names::modes()) modes += (modes.empty() ? "" : " ") + mode;

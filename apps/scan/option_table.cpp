@@ -7,7 +7,7 @@
 
 namespace {
 
-using Argument = OptionSpec::Argument;
+using Argument = OptionRow::Argument;
 using Action = ScanOptions::Action;
 
 constexpr const char* kScanner = "Scanner";
@@ -86,130 +86,130 @@ std::string takeInto(ScanOptions& o, std::string_view v) {
 }
 
 constexpr std::array kTable{
-    OptionSpec{
+    OptionRow{
         "device", 'd', Argument::Required, "DEVICE", kScanner,
         "Scan with this device, as --list-devices names it. Without it: the environment's SANE_DEFAULT_DEVICE, "
         "else the device of the saved settings, else the simulated scanner.",
         take<&ScanOptions::device>},
-    OptionSpec{"list-devices", 'L', Argument::None, nullptr, kScanner, "List the devices and exit.",
-               act<Action::ListDevices>},
-    OptionSpec{"all-options", 'A', Argument::None, nullptr, kScanner,
-               "List what the device and the program take: modes, resolutions, papers, formats, device options, "
-               "parameters; then exit.",
-               act<Action::AllOptions>},
-    OptionSpec{"device-option", 0, Argument::Required, "NAME=VALUE", kScanner,
-               "Set an option of the device itself, e.g. source=feeder. May be repeated.",
-               takeInto<&ScanOptions::deviceOptions>},
+    OptionRow{"list-devices", 'L', Argument::None, nullptr, kScanner, "List the devices and exit.",
+              act<Action::ListDevices>},
+    OptionRow{"all-options", 'A', Argument::None, nullptr, kScanner,
+              "List what the device and the program take: modes, resolutions, papers, formats, device options, "
+              "parameters; then exit.",
+              act<Action::AllOptions>},
+    OptionRow{"device-option", 0, Argument::Required, "NAME=VALUE", kScanner,
+              "Set an option of the device itself, e.g. source=feeder. May be repeated.",
+              takeInto<&ScanOptions::deviceOptions>},
 
-    OptionSpec{"mode", 0, Argument::Required, "MODE", kPage,
-               "What is scanned: bw-threshold, bw-adaptive, bw-copy-normal, bw-copy-photo, bw-copy-adaptive, grey, "
-               "palette or rgb.",
-               takeMode},
-    OptionSpec{
+    OptionRow{"mode", 0, Argument::Required, "MODE", kPage,
+              "What is scanned: bw-threshold, bw-adaptive, bw-copy-normal, bw-copy-photo, bw-copy-adaptive, grey, "
+              "palette or rgb.",
+              takeMode},
+    OptionRow{
         "resolution", 'r', Argument::Required, "DPI", kPage, "Dots per inch.",
         [](ScanOptions& o, std::string_view v) { return takeNumber(v, 1, kMaxDpi, "dots per inch", &o.dpi); }},
-    OptionSpec{
+    OptionRow{
         "area", 0, Argument::Required, "AREA", kPage,
         "custom:L,T,R,B (edges on the bed, in millimetres or with a unit: custom:0,0,24in,36in), the name of a "
         "paper (A1, ARCH E), auto-width or fixed-width (to the end of the document; fixed-width:WIDTH). "
         "Without it: as in the saved settings, else the whole bed of a flatbed, else the full width to the end "
         "of the document.",
         take<&ScanOptions::area>},
-    OptionSpec{"center", 0, Argument::None, nullptr, kPage, "The document lies in the middle of the bed.",
-               [](ScanOptions& o, std::string_view) {
-                 o.center = true;
-                 return std::string();
-               }},
-    OptionSpec{"no-center", 0, Argument::None, nullptr, kPage, "The document lies at the left of the bed.",
-               [](ScanOptions& o, std::string_view) {
-                 o.center = false;
-                 return std::string();
-               }},
-    OptionSpec{"portrait", 0, Argument::None, nullptr, kPage, "The paper lies upright.",
-               [](ScanOptions& o, std::string_view) {
-                 o.portrait = true;
-                 return std::string();
-               }},
-    OptionSpec{"landscape", 0, Argument::None, nullptr, kPage, "The paper lies across.",
-               [](ScanOptions& o, std::string_view) {
-                 o.portrait = false;
-                 return std::string();
-               }},
+    OptionRow{"center", 0, Argument::None, nullptr, kPage, "The document lies in the middle of the bed.",
+              [](ScanOptions& o, std::string_view) {
+                o.center = true;
+                return std::string();
+              }},
+    OptionRow{"no-center", 0, Argument::None, nullptr, kPage, "The document lies at the left of the bed.",
+              [](ScanOptions& o, std::string_view) {
+                o.center = false;
+                return std::string();
+              }},
+    OptionRow{"portrait", 0, Argument::None, nullptr, kPage, "The paper lies upright.",
+              [](ScanOptions& o, std::string_view) {
+                o.portrait = true;
+                return std::string();
+              }},
+    OptionRow{"landscape", 0, Argument::None, nullptr, kPage, "The paper lies across.",
+              [](ScanOptions& o, std::string_view) {
+                o.portrait = false;
+                return std::string();
+              }},
 
-    OptionSpec{
+    OptionRow{
         "output", 'o', Argument::Required, "FILE", kOutput,
         "Write this file; its extension chooses the format. With --batch or --bursting and without --multipage "
         "every page gets a counter behind the name. A file in the way ends the run (exit status 3), unless "
         "--overwrite or --increment is given.",
         take<&ScanOptions::output>},
-    OptionSpec{"dir", 0, Argument::Required, "FOLDER", kOutput,
-               "Write into this folder, which is made when missing. Without it: the current one.",
-               take<&ScanOptions::dir>},
-    OptionSpec{"mask", 0, Argument::Required, "MASK", kOutput,
-               "Name files by this mask; tags are <COUNTER>, <DATE>, <TIME>, <USER>, <COLORSPACE>, <DPI>, <SIZE>. "
-               "Without it: scan.",
-               take<&ScanOptions::mask>},
-    OptionSpec{"format", 0, Argument::Required, "FORMAT", kOutput,
-               "The file format, TIFF without it; --all-options lists them.", take<&ScanOptions::format>},
-    OptionSpec{"option", 0, Argument::Required, "KEY=VALUE", kOutput,
-               "Set an option of the file format, e.g. compression=lzw. May be repeated.",
-               takeInto<&ScanOptions::formatOptions>},
-    OptionSpec{"multipage", 0, Argument::None, nullptr, kOutput,
-               "All pages go into one file. Pages are added to an existing file, whose pages stay as they are.",
-               raise<&ScanOptions::multipage>},
-    OptionSpec{"overwrite", 0, Argument::None, nullptr, kOutput, "Replace files that exist.",
-               raise<&ScanOptions::overwrite>},
-    OptionSpec{"increment", 0, Argument::None, nullptr, kOutput, "Count on until a name is free.",
-               raise<&ScanOptions::increment>},
-    OptionSpec{
+    OptionRow{"dir", 0, Argument::Required, "FOLDER", kOutput,
+              "Write into this folder, which is made when missing. Without it: the current one.",
+              take<&ScanOptions::dir>},
+    OptionRow{"mask", 0, Argument::Required, "MASK", kOutput,
+              "Name files by this mask; tags are <COUNTER>, <DATE>, <TIME>, <USER>, <COLORSPACE>, <DPI>, <SIZE>. "
+              "Without it: scan.",
+              take<&ScanOptions::mask>},
+    OptionRow{"format", 0, Argument::Required, "FORMAT", kOutput,
+              "The file format, TIFF without it; --all-options lists them.", take<&ScanOptions::format>},
+    OptionRow{"option", 0, Argument::Required, "KEY=VALUE", kOutput,
+              "Set an option of the file format, e.g. compression=lzw. May be repeated.",
+              takeInto<&ScanOptions::formatOptions>},
+    OptionRow{"multipage", 0, Argument::None, nullptr, kOutput,
+              "All pages go into one file. Pages are added to an existing file, whose pages stay as they are.",
+              raise<&ScanOptions::multipage>},
+    OptionRow{"overwrite", 0, Argument::None, nullptr, kOutput, "Replace files that exist.",
+              raise<&ScanOptions::overwrite>},
+    OptionRow{"increment", 0, Argument::None, nullptr, kOutput, "Count on until a name is free.",
+              raise<&ScanOptions::increment>},
+    OptionRow{
         "to", 0, Argument::Required, "TARGET", kOutput,
         "file (the default) writes the page while it is scanned; view keeps it whole, as a program with a view "
         "does, and saves it then when --output, --dir or --mask is given.",
         takeTarget},
 
-    OptionSpec{"batch", 0, Argument::Optional, "COUNT", kRun,
-               "Scan COUNT pages one after another; without COUNT, until no document comes.", takeBatch},
-    OptionSpec{"bursting", 0, Argument::None, nullptr, kRun,
-               "Scan a long document in pieces of the area's height, without a line lost or doubled.",
-               raise<&ScanOptions::bursting>},
-    OptionSpec{"set", 0, Argument::Required, "KEY=VALUE", kRun,
-               "Set any parameter of the panel or its pages; --all-options lists them. A rectangle is L,T,R,B in "
-               "millimetres. May be repeated.",
-               takeInto<&ScanOptions::settings>},
-    OptionSpec{"save-settings", 0, Argument::None, nullptr, kRun,
-               "Keep the settings of this run and its device. Otherwise saved settings are read and nothing is "
-               "changed.",
-               raise<&ScanOptions::saveSettings>},
-    OptionSpec{"finish-page", 0, Argument::None, nullptr, kRun,
-               "The first interrupt waits for the end of the page that is being scanned.",
-               raise<&ScanOptions::finishPage>},
-    OptionSpec{"dry-run", 0, Argument::None, nullptr, kRun,
-               "Print the name that the first page would get, create nothing, and exit.", act<Action::DryRun>},
-    OptionSpec{"recover", 0, Argument::Required, "FILE.part", kRun,
-               "Publish the finished pages of a file that a killed program left, print its name, and exit.",
-               [](ScanOptions& o, std::string_view v) {
-                 o.action = Action::Recover;
-                 return takeText(v, &o.recover);
-               }},
+    OptionRow{"batch", 0, Argument::Optional, "COUNT", kRun,
+              "Scan COUNT pages one after another; without COUNT, until no document comes.", takeBatch},
+    OptionRow{"bursting", 0, Argument::None, nullptr, kRun,
+              "Scan a long document in pieces of the area's height, without a line lost or doubled.",
+              raise<&ScanOptions::bursting>},
+    OptionRow{"set", 0, Argument::Required, "KEY=VALUE", kRun,
+              "Set any parameter of the panel or its pages; --all-options lists them. A rectangle is L,T,R,B in "
+              "millimetres. May be repeated.",
+              takeInto<&ScanOptions::settings>},
+    OptionRow{"save-settings", 0, Argument::None, nullptr, kRun,
+              "Keep the settings of this run and its device. Otherwise saved settings are read and nothing is "
+              "changed.",
+              raise<&ScanOptions::saveSettings>},
+    OptionRow{"finish-page", 0, Argument::None, nullptr, kRun,
+              "The first interrupt waits for the end of the page that is being scanned.",
+              raise<&ScanOptions::finishPage>},
+    OptionRow{"dry-run", 0, Argument::None, nullptr, kRun,
+              "Print the name that the first page would get, create nothing, and exit.", act<Action::DryRun>},
+    OptionRow{"recover", 0, Argument::Required, "FILE.part", kRun,
+              "Publish the finished pages of a file that a killed program left, print its name, and exit.",
+              [](ScanOptions& o, std::string_view v) {
+                o.action = Action::Recover;
+                return takeText(v, &o.recover);
+              }},
 
-    OptionSpec{"json", 0, Argument::None, nullptr, kMore,
-               "One event a line on standard output, as a JSON object, in place of the names.",
-               raise<&ScanOptions::json>},
-    OptionSpec{"quiet", 'q', Argument::None, nullptr, kMore, "Only errors on standard error.",
-               raise<&ScanOptions::quiet>},
-    OptionSpec{"verbose", 'v', Argument::None, nullptr, kMore,
-               "Say what is done; twice: with every step of the scanner.",
-               [](ScanOptions& o, std::string_view) {
-                 ++o.verbose;
-                 return std::string();
-               }},
-    OptionSpec{"help", 'h', Argument::None, nullptr, kMore, "Print this help and exit.", act<Action::Help>},
-    OptionSpec{"version", 'V', Argument::None, nullptr, kMore, "Print the version and exit.", act<Action::Version>},
-    OptionSpec{"help-man", 0, Argument::None, nullptr, nullptr, "Print the man page.", act<Action::HelpMan>},
-    OptionSpec{"help-completion", 0, Argument::None, nullptr, nullptr, "Print the completion for bash.",
-               act<Action::HelpCompletion>},
+    OptionRow{"json", 0, Argument::None, nullptr, kMore,
+              "One event a line on standard output, as a JSON object, in place of the names.",
+              raise<&ScanOptions::json>},
+    OptionRow{"quiet", 'q', Argument::None, nullptr, kMore, "Only errors on standard error.",
+              raise<&ScanOptions::quiet>},
+    OptionRow{"verbose", 'v', Argument::None, nullptr, kMore,
+              "Say what is done; twice: with every step of the scanner.",
+              [](ScanOptions& o, std::string_view) {
+                ++o.verbose;
+                return std::string();
+              }},
+    OptionRow{"help", 'h', Argument::None, nullptr, kMore, "Print this help and exit.", act<Action::Help>},
+    OptionRow{"version", 'V', Argument::None, nullptr, kMore, "Print the version and exit.", act<Action::Version>},
+    OptionRow{"help-man", 0, Argument::None, nullptr, nullptr, "Print the man page.", act<Action::HelpMan>},
+    OptionRow{"help-completion", 0, Argument::None, nullptr, nullptr, "Print the completion for bash.",
+              act<Action::HelpCompletion>},
 };
 
 }  // namespace
 
-std::span<const OptionSpec> optionTable() { return kTable; }
+std::span<const OptionRow> optionTable() { return kTable; }

@@ -7,7 +7,7 @@
 
 /// One option of the program. The parser, --help, the man page, the completion and the errors all come from this
 /// table.
-struct OptionSpec {
+struct OptionRow {
   enum class Argument { None, Required, Optional };
   const char* name;  ///< without its dashes
   char letter;       ///< 0: none
@@ -19,4 +19,4 @@ struct OptionSpec {
   std::string (*apply)(ScanOptions& options, std::string_view value);
 };
 
-[[nodiscard]] std::span<const OptionSpec> optionTable();
+[[nodiscard]] std::span<const OptionRow> optionTable();
