@@ -5,12 +5,16 @@
 
 #ifdef __SANITIZE_THREAD__
 // A driver's cancel closes the pipe that its read waits on, which is what the drivers mean by it.
-extern "C" const char* __tsan_default_suppressions() { return "race:libsane-"; }
+extern "C" __attribute__((visibility("default"))) const char* __tsan_default_suppressions() {
+  return "race:libsane-";
+}
 #endif
 
 #ifdef __SANITIZE_ADDRESS__
 // A driver's reader thread is ended by a cancel with what it had allocated.
-extern "C" const char* __lsan_default_suppressions() { return "leak:libsane-"; }
+extern "C" __attribute__((visibility("default"))) const char* __lsan_default_suppressions() {
+  return "leak:libsane-";
+}
 #endif
 
 namespace quillbay::testing {
