@@ -4,6 +4,7 @@
 set -eu
 cd "$(dirname "$0")/.."
 status=0
+looked="formatting and layers"
 
 files=$(git ls-files '*.cpp' '*.h' 2>/dev/null || find include src libs apps tests bench docs -name '*.cpp' -o -name '*.h')
 # shellcheck disable=SC2086 # one word for each file
@@ -13,6 +14,7 @@ python3 scripts/check_layers.py . || status=1
 
 if [ "${1:-}" != "--fast" ]; then
   python3 scripts/tidy.py build/release build/tidy || status=1
+  looked="formatting, layers and static analysis"
 fi
-[ "$status" = 0 ] && echo "check: formatting, layers and static analysis are in order"
+[ "$status" = 0 ] && echo "check: $looked are in order"
 exit $status

@@ -143,11 +143,11 @@ void CMaindlg::setScanRectangle(IParam* request) {
   m_expectedLines = rect.height() > 0 ? roundHalfUp(mmToPixels(rect.height(), v.dpi)) : 0;
 }
 
-/// A page that comes out wider than it was asked for is said so.
+/// A run whose pages come out wider than they were asked for is told so, once.
 void CMaindlg::noteWidening(double width) {
   const double asked = values().rcScan.width() * (1 + values().addWidthPercent * 0.01);
   const auto events = query<IEvents>(m_params->app());
-  if (!events || m_session.fragment() || width <= asked + 0.01) return;
+  if (!events || m_report.pages() > 0 || m_session.fragment() || width <= asked + 0.01) return;
   CScanUnits& units = m_params->units();
   events->Note("quillbay.control",
                formatText(Supp_Translate("The scan is %s wide, the least width, instead of %s."),

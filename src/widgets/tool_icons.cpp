@@ -12,20 +12,12 @@ namespace {
 /// Pictures are drawn on a grid of 24 by 24.
 constexpr qreal kGrid = 24;
 
-QPainterPath triangle(qreal left) {
+/// Points to the right, halfway up the grid.
+QPainterPath arrow(qreal left, qreal top, qreal width) {
   QPainterPath path;
-  path.moveTo(left, 5);
-  path.lineTo(left + 9, 12);
-  path.lineTo(left, 19);
-  path.closeSubpath();
-  return path;
-}
-
-QPainterPath scanShape() {
-  QPainterPath path;
-  path.moveTo(7, 4);
-  path.lineTo(19, 12);
-  path.lineTo(7, 20);
+  path.moveTo(left, top);
+  path.lineTo(left + width, kGrid / 2);
+  path.lineTo(left, kGrid - top);
   path.closeSubpath();
   return path;
 }
@@ -43,14 +35,14 @@ QPainterPath ejectShape() {
 QPainterPath filledShape(ToolIcon icon) {
   QPainterPath path;
   switch (icon) {
-    case ToolIcon::Scan: return scanShape();
+    case ToolIcon::Scan: return arrow(7, 4, 12);
     case ToolIcon::Batch:
-      path.addPath(triangle(3));
-      path.addPath(triangle(12));
+      path.addPath(arrow(3, 5, 9));
+      path.addPath(arrow(12, 5, 9));
       break;
     case ToolIcon::Stop: path.addRect(6, 6, 12, 12); break;
     case ToolIcon::StopAfterPage:
-      path.addPath(triangle(5));
+      path.addPath(arrow(5, 5, 9));
       path.addRect(16, 5, 3, 14);
       break;
     case ToolIcon::Eject: return ejectShape();
