@@ -7,6 +7,7 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 
+#include "first_choices.h"
 #include "quillbay/scanner.h"
 
 namespace desktop {
@@ -59,6 +60,7 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
   auto* column = new QVBoxLayout(holder.get());
   column->setContentsMargins(0, 0, 0, 0);
   const auto script = query<quillbay::IScriptCmdSink>(m_app);
+  const bool known = knowsScanner(m_app);
   m_panel = quillbay::New_Quillbay(m_app, holder.get(), m_view, script.get(), m_sink.put(), mode);
   m_control = m_panel ? m_sink.as<quillbay::IQuillbayControl>() : nullptr;
   if (!m_control) {
@@ -73,6 +75,9 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
   }
   column->addWidget(m_panel);
   m_control->Advise(m_listener.get());
+  if (!known) makeFirstChoices(m_app, m_control.get());
+  // The person chooses the area: documents are not detected yet.
+  m_control->SetParam("m_dwAutodetect", 0, nullptr);
   m_scroll->setMinimumWidth(m_panel->minimumSizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
   m_scroll->setWidget(holder.release());
   m_panel->show();

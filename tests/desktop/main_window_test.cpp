@@ -14,6 +14,12 @@ namespace {
 
 TEST_F(DesktopTest, AScannedPageIsShownSavedAndOpenedAgain) {
   open();
+  quillbay::CKxVariant mode, area;
+  control()->GetParam("m_CurrMode", &mode);
+  control()->GetParam("m_rcScan", &area);
+  EXPECT_EQ(mode.toInt(), 7) << "a first start scans in colour";
+  ASSERT_TRUE(area.get<quillbay::tagRRECT>());
+  EXPECT_EQ(area.get<quillbay::tagRRECT>()->right, 900) << "and the whole bed";
   smallPages();
   ASSERT_TRUE(scan());
   ASSERT_EQ(pages().size(), 1U);
