@@ -1,59 +1,55 @@
-/// Paints a view of 1920 x 1080 pixels over a raster of 20,000 x 30,000 pixels at ten zoom levels, with and without
-/// its reduced levels, and tells the median and the worst frame. usage: view_bench [BUDGET_MIB] BUDGET_MIB is the
-/// memory that rasters may hold before their lines go to a scratch file (64).
+/// Paints a view of 1920 x 1080 pixels over large rasters at ten zoom levels: while stripes arrive from another
+/// thread, while the levels of a raster that is there are being made, and afterwards. Frames jump to parts that
+/// were not shown before ("jump"), move by an eighth of the view ("pan") or show the same again ("same"). usage:
+/// view_bench [BUDGET_MIB]    the memory that rasters may hold before their lines go to a scratch file (64)
 #include <QApplication>
 #include <QImage>
 #include <QWidget>
-#include <algorithm>
-#include <chrono>
-#include <cstdio>
-#include <cstdlib>
-#include <ctime>
-#include <fstream>
+#include <atomic>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "bench_tools.h"
 #include "quillbay/view.h"
 
 namespace quillbay {
 namespace {
 
-constexpr std::int32_t kWidth = 20000, kHeight = 30000;
+using bench::Series;
+using bench::Times;
+
+constexpr int kWidth = 1920, kHeight = 1080;
 constexpr double kMmPerPixel = kMmPerInch / 300;
-constexpr int kFrames = 15;
+constexpr double kZooms[] = {0.036, 0.06, 0.124, 0.126, 0.2, 0.249, 0.251, 0.51, 1.0, 3.0};
+constexpr int kFrames = 12;
 
-using Clock = std::chrono::steady_clock;
-
-double msSince(Clock::time_point start) {
-  return std::chrono::duration<double, std::milli>(Clock::now() - start).count();
-}
-
-/// Memory of the process that no file backs, in MiB.
-double memoryMib(const char* key) {
-  std::ifstream status("/proc/self/status");
-  for (std::string line; std::getline(status, line);) {
-    if (line.rfind(key, 0) == 0) return std::atof(line.c_str() + std::string(key).size() + 1) / 1024;
-  }
-  return 0;
-}
-
-/// A stripe of lines that lie in one piece of memory.
+/// A stripe of a picture with noise in it; bitonal: of slanted and upright strokes.
 class Stripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
  public:
   static constexpr std::int32_t kLines = 16;
-  explicit Stripe(bool bitonal) : m_bitonal(bitonal), m_bytes(std::size_t{kWidth} * 3 * kLines) {
+  Stripe(KxColorSpace colorSpace, std::int32_t width) : m_colorSpace(colorSpace), m_width(width) {
+    if (isRunList(colorSpace)) {
+      const auto w = static_cast<std::uint32_t>(width);
+      for (std::uint32_t x = 40; x + 200 < w; x += 130) m_runs.insert(m_runs.end(), {x, x + 3 + x % 11});
+      m_runs.insert(m_runs.end(), {RunEnd, 0U});
+      return;
+    }
+    m_bytes.resize(GetStride() * kLines);
     for (std::size_t i = 0; i < m_bytes.size(); ++i) m_bytes[i] = static_cast<std::uint8_t>(i * 7 + i / 977);
-    for (std::uint32_t x = 40; x + 200 < kWidth; x += 130) m_runs.insert(m_runs.end(), {x, x + 3 + x % 11});
-    m_runs.insert(m_runs.end(), {RunEnd, 0U});
+    for (std::size_t i = 0; i < m_colors.size(); ++i) {
+      const auto v = static_cast<std::uint8_t>(i);
+      m_colors[i] = {v, static_cast<std::uint8_t>(255 - v), static_cast<std::uint8_t>(v / 2), 0};
+    }
   }
-  KxSize* GetSize(KxSize* out) override { return *out = {kWidth, kLines}, out; }
+  KxSize* GetSize(KxSize* out) override { return *out = {m_width, kLines}, out; }
   const std::uint8_t* GetLine(std::int32_t i) override {
-    return m_bitonal ? reinterpret_cast<const std::uint8_t*>(m_runs.data())
-                     : m_bytes.data() + static_cast<std::size_t>(i) * GetStride();
+    return m_bytes.empty() ? reinterpret_cast<const std::uint8_t*>(m_runs.data())
+                           : m_bytes.data() + static_cast<std::size_t>(i) * GetStride();
   }
-  KxColorSpace GetColorSpace() override { return m_bitonal ? KxColorSpace::Bitonal : KxColorSpace::Rgb; }
-  int GetColorCount() override { return 0; }
-  const KXRGBQUAD* GetPalette() override { return nullptr; }
+  KxColorSpace GetColorSpace() override { return m_colorSpace; }
+  int GetColorCount() override { return paletteSize(m_colorSpace); }
+  const KXRGBQUAD* GetPalette() override { return m_colors.data(); }
   std::uint32_t GetResolution() override { return 300; }
   int AddToRaster(std::int32_t first, IRStor* raster) override {
     return ScanBuffer_AddToRaster(this, first, raster);
@@ -61,87 +57,177 @@ class Stripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
   int CreateRaster(IRStor** out) override { return ScanBuffer_CreateRaster(this, out); }
   int AppendBuffer(IScanBuffer*) override { return 0; }
   const std::uint8_t* GetBytes() override { return m_bytes.data(); }
-  std::size_t GetStride() override { return std::size_t{kWidth} * 3; }
+  std::size_t GetStride() override { return fixedLineBytes(m_colorSpace, m_width); }
 
  private:
-  bool m_bitonal;
+  const KxColorSpace m_colorSpace;
+  const std::int32_t m_width;
   std::vector<std::uint8_t> m_bytes;
   std::vector<std::uint32_t> m_runs;
+  std::vector<KXRGBQUAD> m_colors = std::vector<KXRGBQUAD>(256);
 };
 
-KxPtr<IRStor> newRaster(bool bitonal) {
-  const auto stripe = KxPtr<Stripe>::adopt(new Stripe(bitonal));
+struct Case {
+  const char* name;
+  KxColorSpace colorSpace;
+  std::int32_t width, height;
+};
+
+/// The view with one raster in it.
+class Screen {
+ public:
+  Screen() : m_image(kWidth, kHeight, QImage::Format_RGB32) {
+    m_host.resize(kWidth, kHeight);
+    m_view = new_ViewPort(nullptr, &m_host);
+    m_view->GetWindow()->resize(kWidth, kHeight);
+    painter = new_RasterPainter(m_view.get());
+  }
+
+  /// A frame of the raster of this size with its pixel `x`, `y` in the corner; the picture is centred where it is
+  /// smaller than the view.
+  Times paint(KxSize size, double zoom, double x, double y) {
+    CRTfm t;
+    t.scaleX = zoom / kMmPerPixel;
+    t.scaleY = -t.scaleX;
+    const auto place = [&](double at, double length, int side) {
+      const double room = length * zoom - side;
+      return room > 0 ? -std::min(at * zoom, room) : -room / 2;
+    };
+    t.offsetX = place(x, size.width, kWidth);
+    t.offsetY = place(y, size.height, kHeight);
+    if (!m_view->SetTransform(t, 0)) std::exit(1);
+    const Times start = bench::now();
+    m_view->GetWindow()->render(&m_image);
+    const Times took = bench::since(start);
+    memory.look();
+    return took;
+  }
+  /// Frame `i` of `count` across the raster.
+  Times jump(KxSize size, double zoom, int i, int count) {
+    return paint(size, zoom, double(size.width) * i / count, double(size.height) * (i * 5 % count) / count);
+  }
+
+  KxPtr<IKxRasterPainter> painter;
+  bench::PeakMemory memory;
+
+ private:
+  QWidget m_host;
+  KxPtr<IKxViewPort> m_view;
+  QImage m_image;
+};
+
+void print(const char* what, const Series& s, const char* more = "") {
+  std::printf("  %-44s median %5.1f  worst %5.1f ms  (its thread %5.1f, all cores %5.1f)  %zu frames%s\n", what,
+              s.median(&Times::wall), s.worst(&Times::wall), s.worst(&Times::thread), s.worst(&Times::process),
+              s.count(), more);
+}
+
+/// Stripes arrive from another thread as fast as they can; the view shows them meanwhile, at all zooms in turn.
+KxPtr<IRStor> grow(const Case& c, Screen& screen) {
+  const auto stripe = KxPtr<Stripe>::adopt(new Stripe(c.colorSpace, c.width));
   KxPtr<IRStor> raster;
   stripe->CreateRaster(raster.put());
-  while (raster->GetHeight() < kHeight) stripe->AddToRaster(raster->GetHeight(), raster.get());
+  screen.painter->Add(raster.get(), {0, 0}, 300);
+  std::atomic<bool> done = false;
+  std::thread scanner([&] {
+    while (raster->GetHeight() < c.height) stripe->AddToRaster(raster->GetHeight(), raster.get());
+    done = true;
+  });
+  Series frames;
+  const Times start = bench::now();
+  for (int i = 0; !done; ++i) {
+    QCoreApplication::processEvents();
+    screen.painter->Refresh();
+    frames.add(screen.jump(raster->GetSize(), kZooms[static_cast<std::size_t>(i) % 10], i % kFrames, kFrames));
+  }
+  scanner.join();
+  print("while stripes arrive", frames);
+  std::printf("  %.0f MiB arrived in %.0f ms\n", static_cast<double>(raster->GetByteCount()) / (1 << 20),
+              bench::since(start).wall);
   return raster;
 }
 
-/// Frames of one zoom, each over another part.
-struct Frames {
-  double median, worst;
-  double processor;  // milliseconds of all cores together, a frame
-};
-Frames paintFrames(IKxViewPort& view, double pixelsPerPixel, QImage& screen) {
-  const KxSize client = view.GetClientSize();
-  std::vector<double> times;
-  const std::clock_t before = std::clock();
-  for (int i = 0; i < kFrames; ++i) {
-    CRTfm t;
-    t.scaleX = pixelsPerPixel / kMmPerPixel;
-    t.scaleY = -t.scaleX;
-    const auto place = [&](double length, int side) {
-      const double free = length * pixelsPerPixel - side;
-      return free > 0 ? -free * i / kFrames : -free / 2;
-    };
-    t.offsetX = place(kWidth, client.width);
-    t.offsetY = place(kHeight, client.height);
-    if (!view.SetTransform(t, 0)) std::exit(1);
-    const auto start = Clock::now();
-    view.GetWindow()->render(&screen);
-    times.push_back(msSince(start));
+/// A raster that is there and has no levels yet: the view makes them between its frames.
+void makeLevels(const Case& c, Screen& screen) {
+  const auto stripe = KxPtr<Stripe>::adopt(new Stripe(c.colorSpace, c.width));
+  KxPtr<IRStor> raster;
+  stripe->CreateRaster(raster.put());
+  while (raster->GetHeight() < c.height) stripe->AddToRaster(raster->GetHeight(), raster.get());
+  screen.painter->Add(raster.get(), {0, 0}, 300);
+  const auto levels = raster.as<IRStorLevels>();
+  Series frames, turns;
+  for (int i = 0; i == 0 || levels->GetLevelLines() < c.height; ++i) {
+    frames.add(screen.jump({c.width, c.height}, kZooms[static_cast<std::size_t>(i) % 10], i % kFrames, kFrames));
+    const Times start = bench::now();
+    QCoreApplication::processEvents();
+    turns.add(bench::since(start));
   }
-  std::sort(times.begin(), times.end());
-  const double processor = 1000.0 * static_cast<double>(std::clock() - before) / CLOCKS_PER_SEC / kFrames;
-  return {times[times.size() / 2], times.back(), processor};
+  print("while the levels of a whole one are made", frames);
+  print("event-loop turns between those frames", turns);
+  std::printf("  %d levels, %.1f MiB\n", raster->GetLevelCount(),
+              static_cast<double>(levels->GetLevelBytes()) / (1 << 20));
+  screen.painter->Remove(raster.get());
 }
 
-void measure(bool bitonal) {
-  constexpr double kZooms[] = {0.036, 0.06, 0.124, 0.126, 0.2, 0.249, 0.251, 0.51, 1.0, 3.0};
-  const auto started = Clock::now();
-  const auto raster = newRaster(bitonal);
-  std::printf("\n%s, %d x %d, %.0f MiB (made in %.0f ms)\n", bitonal ? "bitonal" : "colour", kWidth, kHeight,
-              static_cast<double>(raster->GetByteCount()) / (1 << 20), msSince(started));
-  QWidget host;
-  host.resize(1920, 1080);
-  const auto view = new_ViewPort(nullptr, &host);
-  view->GetWindow()->resize(1920, 1080);
-  QImage screen(1920, 1080, QImage::Format_RGB32);
-  const auto painter = new_RasterPainter(view.get());
-  painter->Add(raster.get(), {0, 0}, 300);
-
-  const auto levels = raster.as<IRStorLevels>();
-  double making = 0, worstWhileMaking = 0, worstSlice = 0;
-  int frames = 0;
-  for (bool done = false; !done;) {
-    const auto slice = Clock::now();
-    done = levels->MakeLevels(8) != 0;
-    worstSlice = std::max(worstSlice, msSince(slice));
-    making += msSince(slice);
-    if (++frames % 8 != 0) continue;
-    worstWhileMaking = std::max(worstWhileMaking, paintFrames(*view, 0.036, screen).worst);
-  }
-  std::printf("levels: %d, %.1f MiB, made in %.0f ms in slices of at most %.1f ms; worst frame meanwhile %.1f ms\n",
-              raster->GetLevelCount(), static_cast<double>(levels->GetLevelBytes()) / (1 << 20), making, worstSlice,
-              worstWhileMaking);
-  double worst = 0;
+void paintZooms(KxSize size, Screen& screen) {
+  Series all;
   for (const double zoom : kZooms) {
-    const Frames f = paintFrames(*view, zoom, screen);
-    worst = std::max(worst, f.worst);
-    std::printf("  zoom %5.3f: median %5.1f ms, worst %5.1f ms, processor %5.1f ms\n", zoom, f.median, f.worst,
-                f.processor);
+    Series jumps, pans, same;
+    for (int i = 0; i < kFrames; ++i) jumps.add(screen.jump(size, zoom, i, kFrames));
+    double x = size.width / 3.0, y = size.height / 2.0;
+    screen.paint(size, zoom, x, y);
+    for (int i = 0; i < kFrames; ++i) {
+      x += kWidth / 8.0 / zoom;
+      if (i % 3 == 2) y += kHeight / 8.0 / zoom;
+      pans.add(screen.paint(size, zoom, x, y));
+    }
+    for (int i = 0; i < kFrames; ++i) same.add(screen.paint(size, zoom, x, y));
+    std::printf("  zoom %5.3f  jump %5.1f / %5.1f  pan %5.1f / %5.1f  same %5.1f / %5.1f ms  all cores %5.1f\n",
+                zoom, jumps.median(&Times::wall), jumps.worst(&Times::wall), pans.median(&Times::wall),
+                pans.worst(&Times::wall), same.median(&Times::wall), same.worst(&Times::wall),
+                jumps.median(&Times::process));
+    all.add(jumps);
+    all.add(pans);
+    all.add(same);
   }
-  std::printf("worst frame %.1f ms; memory now %.0f MiB without files\n", worst, memoryMib("RssAnon:"));
+  print("all zooms, levels made", all, all.worst(&Times::wall) < 16 ? "" : "  *");
+}
+
+/// The same visible parts, cut out of a picture in memory and scaled by the toolkit.
+void compareWithToolkit(const Case& c) {
+  QImage picture(c.width, c.height, QImage::Format_RGB888);
+  if (picture.isNull()) return;
+  const Stripe stripe(c.colorSpace, c.width);
+  auto& lines = const_cast<Stripe&>(stripe);
+  for (std::int32_t y = 0; y < c.height; ++y)
+    std::copy_n(lines.GetLine(y % Stripe::kLines), lines.GetStride(), picture.scanLine(y));
+  std::printf("\nThe same parts by QImage::copy and QImage::scaled (smooth), the picture in memory, no levels\n ");
+  for (const double zoom : kZooms) {
+    const QSize part(std::min(c.width, static_cast<int>(kWidth / zoom)),
+                     std::min(c.height, static_cast<int>(kHeight / zoom)));
+    Series frames;
+    for (int i = 0; i < 2; ++i) {
+      const QPoint at((c.width - part.width()) * i / 2, (c.height - part.height()) * i / 2);
+      const Times start = bench::now();
+      const QImage shown =
+          picture.copy(QRect(at, part)).scaled(part * zoom, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+      frames.add(bench::since(start));
+      if (shown.isNull()) std::exit(1);
+    }
+    std::printf(" %.3f: %.0f ms ", zoom, frames.median(&Times::wall));
+  }
+  std::printf("\n");
+}
+
+void measure(const Case& c) {
+  std::printf("\n%s, %d x %d (load %s)\n", c.name, c.width, c.height, bench::load().c_str());
+  Screen screen;
+  makeLevels(c, screen);
+  const auto raster = grow(c, screen);
+  while (raster.as<IRStorLevels>()->GetLevelLines() < c.height) QCoreApplication::processEvents();
+  paintZooms({c.width, c.height}, screen);
+  std::printf("  most memory without files: %.0f MiB\n", screen.memory.mib());
+  std::fflush(stdout);
 }
 
 }  // namespace
@@ -150,8 +236,13 @@ void measure(bool bitonal) {
 int main(int argc, char** argv) {
   qputenv("QT_QPA_PLATFORM", "offscreen");
   const QApplication application(argc, argv);
-  quillbay::SetRasterBudget({(argc > 1 ? std::atoll(argv[1]) : 64) << 20, {}, false});
-  quillbay::measure(false);
-  quillbay::measure(true);
-  std::printf("\nmost memory at any time: %.0f MiB, scratch files included\n", quillbay::memoryMib("VmHWM:"));
+  using namespace quillbay;
+  const Case cases[] = {{"colour", KxColorSpace::Rgb, 20000, 30000},
+                        {"grey", KxColorSpace::Grey, 20000, 30000},
+                        {"palette", KxColorSpace::Palette, 20000, 30000},
+                        {"bitonal, A0 at 1200 dpi", KxColorSpace::Bitonal, 40000, 56000}};
+  SetRasterBudget({(argc > 1 ? std::atoll(argv[1]) : 64) << 20, {}, false});
+  std::printf("View of %d x %d pixels. Pairs are median / worst, wall time.\n", kWidth, kHeight);
+  for (const Case& c : cases) measure(c);
+  compareWithToolkit(cases[0]);
 }
