@@ -159,7 +159,7 @@ void MainWindow::restore() {
   }
   m_mode = m_settings->number("Mode", quillbay::ScanToView) == quillbay::ScanToFile ? quillbay::ScanToFile
                                                                                     : quillbay::ScanToView;
-  m_status->setUnit(m_settings->text("Unit", "mm").toStdString());
+  applyUnit();
 }
 
 void MainWindow::remember() {
@@ -188,6 +188,7 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   m_mode = mode;
   const bool opened = m_panel->open(mode);
   if (!opened) m_log->note(tr("No scanner could be opened."));
+  applyUnit();
   updateActions();
   return opened;
 }

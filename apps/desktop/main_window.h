@@ -83,6 +83,8 @@ class MainWindow : public QMainWindow {
   void stop(quillbay::StopKind kind);
   void scanEnded(int cause, const QString& fault, int pages);
   void setUnit(const char* unit);
+  /// The person's unit, to the panel and the status line.
+  void applyUnit();
   void choosePage(int id);
   void about();
   /// A message window for something that went wrong; it goes to the log as well.

@@ -163,8 +163,14 @@ void MainWindow::updateActions() {
 
 void MainWindow::setUnit(const char* unit) {
   m_settings->setText("Unit", unit);
-  m_status->setUnit(unit);
+  applyUnit();
   m_status->showPage(m_document->page(m_view->current()));
+}
+
+void MainWindow::applyUnit() {
+  const QString unit = m_settings->text("Unit", "mm");
+  m_status->setUnit(unit.toStdString());
+  if (m_panel->control()) m_panel->control()->SetParam("m_nUnits", unit == "inch" ? 1 : 0, nullptr);
 }
 
 void MainWindow::startScan() {
