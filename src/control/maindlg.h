@@ -86,6 +86,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   void PageChanged() override;
   void ForgetPalette() override { m_steps.palette->Forget(); }
   void AreaChanged() override;
+  int OffersDetection() override { return m_steps.detection->IsOffered() ? 1 : 0; }
   int DetectArea(int mask) override;
   void RunPostProcessing() override {}
   int BatchContinues() override;
@@ -112,6 +113,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   void publishOpenFile();
   void refuse(EndCause cause, UnitFault fault = {});
   void Scan();
+  [[nodiscard]] bool canFindArea();
   bool prepareScan(KxPtr<IParam>& request);
   void startUnit(IParam* request, std::shared_ptr<ScanPlan> plan);
   void setScanRectangle(IParam* request);
@@ -126,7 +128,9 @@ class CMaindlg final : public CDialog, private IPanelController {
   void BurstNext();
   void BurstEnd();
   [[nodiscard]] bool MediaCheck();
-  [[nodiscard]] bool ClearHostRasters();
+  /// What the host is asked to make room for. No page follows a connection or a preview.
+  enum class ClearFor { Connection, Preview, Scan };
+  [[nodiscard]] bool ClearHostRasters(ClearFor what);
   [[nodiscard]] KxPtr<IParam> CollectRequest();
   void PushSettings();
   [[nodiscard]] std::shared_ptr<ScanPlan> makePlan(SessionState kind) const;

@@ -39,9 +39,13 @@ void CMaindlg::refuse(EndCause cause, UnitFault fault) {
   finishRun();
 }
 
-bool CMaindlg::ClearHostRasters() {
+bool CMaindlg::ClearHostRasters(ClearFor what) {
   const auto set = new_MemParam();
   if (values().multiPage) set->SetValue("Multipage", 1);
+  if (what == ClearFor::Connection) set->SetValue("Connect", 1);
+  if (what == ClearFor::Preview) set->SetValue("Prescan", 1);
+  // The host shall ask nobody in the middle of a run.
+  if (m_session.batch() || m_session.burstActive()) set->SetValue("BatchScan", 1);
   return ExecCommand("IntClearAllRasters", set.get()) == 0;
 }
 
@@ -79,13 +83,25 @@ void CMaindlg::Scan() {
   startUnit(request.get(), std::move(plan));
 }
 
+/// False, with a message, when the area is to be found and this panel cannot find any: what would be scanned
+/// instead is an area that nobody chose.
+bool CMaindlg::canFindArea() {
+  if (values().scanType != kAreaAuto || m_steps.detection->IsOffered()) return true;
+  showMessage(
+      EventKind::Information,
+      Supp_Translate("The size of the document cannot be found automatically. Choose a paper, a custom size "
+                     "or a fixed width in the list \"Paper\"."),
+      EventButtons::Ok);
+  return false;
+}
+
 /// Everything before the paper moves. False when something refused; the panel is idle again then.
 bool CMaindlg::prepareScan(KxPtr<IParam>& request) {
   quiet().detectionText.clear();
   quiet().batch = m_session.batch() ? 1 : 0;
   m_params->destinationStore->Reset();
   quiet().skew = 0;
-  if (!ClearHostRasters()) {
+  if (!ClearHostRasters(ClearFor::Scan)) {
     m_unit->Command(m_scanSink.get(), static_cast<int>(UnitCommand::Stop));
     refuse(EndCause::Refused);
     return false;
@@ -105,7 +121,7 @@ bool CMaindlg::prepareScan(KxPtr<IParam>& request) {
   SetStatus(2);
   m_session.setFragment(values().customScanValid != 0);
 
-  if (!m_session.fragment() && !m_steps.detection->Detect(request.get(), -1)) {
+  if (!m_session.fragment() && (!canFindArea() || !m_steps.detection->Detect(request.get(), -1))) {
     refuse(EndCause::Refused);
     return false;
   }
@@ -218,7 +234,7 @@ void CMaindlg::startUnit(IParam* request, std::shared_ptr<ScanPlan> plan) {
 
 void CMaindlg::Prescan() {
   if (m_report.isRunning() || !m_session.start(SessionState::Prescanning)) return;
-  const auto request = ClearHostRasters() ? CollectRequest() : KxPtr<IParam>{};
+  const auto request = ClearHostRasters(ClearFor::Preview) ? CollectRequest() : KxPtr<IParam>{};
   if (!request) {
     m_session.refused();
     return;
@@ -252,7 +268,7 @@ void CMaindlg::AreaPrescan() {
   }
   const auto area = CViewSync::visibleArea();
   if (!area || !m_session.start(SessionState::AreaPrescanning)) return;
-  const auto request = ClearHostRasters() ? CollectRequest() : KxPtr<IParam>{};
+  const auto request = ClearHostRasters(ClearFor::Preview) ? CollectRequest() : KxPtr<IParam>{};
   if (!request) {
     m_session.refused();
     return;

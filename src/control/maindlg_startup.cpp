@@ -22,7 +22,7 @@ namespace quillbay {
 
 int CMaindlg::ConnectScanner() {
   try {
-    if (!ClearHostRasters()) return 0;
+    if (!ClearHostRasters(ClearFor::Connection)) return 0;
     const auto scanner = currentScanner();
     if (!scanner) return 0;
     if (const auto ex = query<IQuillbayUnitEx>(m_unit.get())) ex->SetStationSink(m_sink.get());

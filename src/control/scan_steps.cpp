@@ -6,6 +6,7 @@ namespace {
 
 class NoDetection final : public IAreaDetection {
  public:
+  bool IsOffered() const override { return false; }
   int Detect(IParam*, int) override { return 1; }
   bool AreaFound() const override { return false; }
 };

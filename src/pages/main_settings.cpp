@@ -4,6 +4,7 @@
 #include <QLineEdit>
 #include <QMenu>
 #include <QScopedValueRollback>
+#include <QStandardItemModel>
 
 #include "pages/paper_list.h"
 #include "pages/scan_area.h"
@@ -99,10 +100,27 @@ void CMainSettings::fillLists() {
   fill(m_form->modeList, modeEntries(*controller().Unit(), params().values().scannerHasColor));
   params().papers = loadPapers(params().app());
   fill(m_form->areaList, areaEntries(params().papers));
+  showDetection();
   fillResolutions(params().values().currMode);
   // Presets have no store yet: the list is there, and is shown once it can hold something.
   m_form->presetLabel->setVisible(m_form->presetList->count() > 0);
   m_form->presetList->setVisible(m_form->presetList->count() > 0);
+}
+
+/// What needs a document to be found is no choice where nothing finds it.
+void CMainSettings::showDetection() {
+  const bool offered = controller().OffersDetection() != 0;
+  m_form->detect->setEnabled(offered);
+  if (offered) return;
+  const QString why = QString::fromStdString(Supp_Translate("Documents cannot be found automatically here yet"));
+  m_form->detect->setToolTip(why);
+  const auto* entries = qobject_cast<const QStandardItemModel*>(m_form->areaList->model());
+  for (const int area : {kAreaAuto, kAreaAutoWidth}) {
+    QStandardItem* entry = entries ? entries->item(m_form->areaList->findData(area)) : nullptr;
+    if (!entry) continue;
+    entry->setEnabled(false);
+    entry->setToolTip(why);
+  }
 }
 
 void CMainSettings::fillResolutions(int mode) {
@@ -217,7 +235,10 @@ void CMainSettings::stepList(int key) {
     case KeyList::Preset: list = m_form->presetList; break;
     case KeyList::None: return;
   }
-  const int next = stepIndex(list->currentIndex(), list->count(), step.step);
+  int next = stepIndex(list->currentIndex(), list->count(), step.step);
+  const auto* entries = qobject_cast<const QStandardItemModel*>(list->model());
+  for (int i = 0; i < list->count() && entries && next >= 0 && !entries->item(next)->isEnabled(); ++i)
+    next = stepIndex(next, list->count(), step.step);
   if (next < 0) return;
   list->setCurrentIndex(next);
   OnCommand(list->property("controlId").toInt(), kCodeSelected, next);

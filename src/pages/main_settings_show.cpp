@@ -58,8 +58,9 @@ void CMainSettings::showOrientation() {
   // An orientation that the bed cannot take is no choice, unless the paper fits neither way.
   const bool tall = !paper || fitsBed(paper->size, true, v.bedWidth);
   const bool wide = !paper || fitsBed(paper->size, false, v.bedWidth);
-  m_form->portrait->setEnabled(tall || !wide);
-  m_form->landscape->setEnabled(wide || !tall);
+  const bool applies = v.scanType == kAreaPaper;
+  m_form->portrait->setEnabled(applies && (tall || !wide));
+  m_form->landscape->setEnabled(applies && (wide || !tall));
 }
 
 void CMainSettings::showAutodetect() {

@@ -16,6 +16,8 @@ class IPanelController {
   virtual void ForgetPalette() = 0;
   /// Hands the scan area and resolution to the view's synchronisation.
   virtual void AreaChanged() = 0;
+  /// Non-zero when the panel can find a document by itself.
+  virtual int OffersDetection() = 0;
   /// Runs the area detection now, with the bits of `mask`. Answers 1 when an area was found.
   virtual int DetectArea(int mask) = 0;
   /// Switches to the post-processing page of the current mode and starts it, when it is marked to run after a scan.

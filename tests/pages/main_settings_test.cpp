@@ -202,6 +202,16 @@ TEST(MainSettings, APaperThatFitsOnlyOneWayTurns) {
   EXPECT_NEAR(p.v().rcScan.width(), 297, 0.5);
 }
 
+TEST(MainSettings, WhereNothingFindsDocumentsNoAutomaticAreaIsChosen) {
+  Page p;
+  p.controller.offersDetection = 0;
+  p.load([](IParam&) {});
+  EXPECT_FALSE(p.button(CMainSettings::kDetect)->isEnabled());
+  p.pick(CMainSettings::kAreaList, kAreaFixedWidth);
+  p.key(17);
+  EXPECT_EQ(p.v().scanType, kAreaPaper) << "the key goes round, over the automatic areas";
+}
+
 TEST(MainSettings, TypedLengthsAreTakenInTheUnitsShown) {
   Page p;
   p.pick(CMainSettings::kAreaList, kAreaCustom);

@@ -71,6 +71,7 @@ class NotingController final : public IPanelController {
   void PageChanged() override { ++pageChanges; }
   void ForgetPalette() override { ++palettesForgotten; }
   void AreaChanged() override { ++areaChanges; }
+  int OffersDetection() override { return offersDetection; }
   int DetectArea(int mask) override {
     detectMask = mask;
     return detects;
@@ -86,6 +87,7 @@ class NotingController final : public IPanelController {
   }
 
   KxPtr<NotedUnit> unit = KxPtr<NotedUnit>::adopt(new NotedUnit);
+  int offersDetection = 1;
   int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0, batchContinues = 0;
   std::vector<std::string> commands;
   KxPtr<IParam> lastArguments;
