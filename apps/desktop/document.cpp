@@ -1,6 +1,7 @@
 #include "document.h"
 
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <algorithm>
 #include <utility>
 
@@ -8,7 +9,17 @@ namespace desktop {
 
 namespace {
 constexpr double kUsualDpi = 100;
+
+/// The name that follows: "scan009.tif" is followed by "scan010.tif", "plan.tif" by "plan-2.tif".
+QString nextName(const QString& name) {
+  static const QRegularExpression parts(R"(^(.*?)(\d{0,9})(\.[^.]*)?$)");
+  const auto match = parts.match(name);
+  const QString digits = match.captured(2);
+  if (digits.isEmpty()) return match.captured(1) + "-2" + match.captured(3);
+  const QString number = QString("%1").arg(digits.toInt() + 1, static_cast<int>(digits.size()), 10, QChar('0'));
+  return match.captured(1) + number + match.captured(3);
 }
+}  // namespace
 
 double Page::dpi() const {
   const auto dpi = raster->GetResolution();
@@ -27,6 +38,8 @@ int Document::add(quillbay::KxPtr<quillbay::IRStor> raster, const QString& sugge
   page.file = file;
   page.saved = !file.isEmpty();
   page.name = suggestedName.isEmpty() ? tr("Page %1").arg(page.id) : suggestedName;
+  // Scans into the view are all offered the next file's name, which stays the same until a file has it.
+  while (!page.saved && isNamed(page.name)) page.name = nextName(page.name);
   m_pages.push_back(std::move(page));
   const int id = m_pages.back().id;
   emit added(id);
@@ -70,6 +83,10 @@ Page* Document::find(int id) {
 }
 
 const Page* Document::page(int id) const { return const_cast<Document*>(this)->find(id); }
+
+bool Document::isNamed(const QString& name) const {
+  return std::any_of(m_pages.begin(), m_pages.end(), [&](const Page& page) { return page.name == name; });
+}
 
 std::vector<int> Document::unsaved() const {
   std::vector<int> ids;

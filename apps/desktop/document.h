@@ -29,7 +29,8 @@ class Document : public QObject {
  public:
   using QObject::QObject;
 
-  /// Adds a page that is in no file (`file` is empty, `suggestedName` may name it) or that was read from one.
+  /// Adds a page that is in no file (`file` is empty; `suggestedName` may name it, and is numbered on while another
+  /// page has it) or that was read from one.
   /// Answers its number, which no other page ever gets.
   int add(quillbay::KxPtr<quillbay::IRStor> raster, const QString& suggestedName, const QString& file = {});
   void remove(int id);
@@ -54,6 +55,7 @@ class Document : public QObject {
 
  private:
   Page* find(int id);
+  [[nodiscard]] bool isNamed(const QString& name) const;
   std::vector<Page> m_pages, m_cleared;
   int m_next = 1;
 };
