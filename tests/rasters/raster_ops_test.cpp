@@ -1,0 +1,212 @@
+#include "rasters/ops/raster_ops.h"
+
+#include <gtest/gtest.h>
+
+#include "quillbay/errors.h"
+#include "raster_tools.h"
+
+namespace quillbay::test {
+namespace {
+
+using enum KxColorSpace;
+
+constexpr KxColorSpace kCodes[] = {Bitonal, BitonalRle, Four, Palette, Grey, Rgba, Bgra, Rgb, Bgr};
+
+/// Asks to cancel once it was told of a position.
+class CancelAfter final : public CKxUnknownImplStatic<IProgress> {
+ public:
+  explicit CancelAfter(int position) : m_limit(position) {}
+  void SetText(const char*) override {}
+  void Step() override {}
+  int SetPosition(int position) override { return std::exchange(m_position, position); }
+  void Reset() override {}
+  int IsCancelled() override { return m_position >= m_limit; }
+  [[nodiscard]] int position() const noexcept { return m_position; }
+
+ private:
+  int m_limit, m_position = -1;
+};
+
+KxPtr<IRStor> patternRaster(KxColorSpace code, std::int32_t width, std::int32_t height) {
+  const auto raster = new_IRStor(code, width, height, 300);
+  if (const auto context = raster.as<IPalContext>()) {
+    std::vector<KXRGBQUAD> palette(code == Four ? 16 : 256);
+    for (std::size_t i = 0; i < palette.size(); ++i) {
+      const auto v = static_cast<std::uint8_t>(i);
+      palette[i] = {v, static_cast<std::uint8_t>(v * 3), static_cast<std::uint8_t>(255 - v), 0};
+    }
+    context->SetPalette(palette.data(), static_cast<int>(palette.size()));
+  }
+  if (const auto colors = raster.as<IRStorColors>()) colors->SetBackground(0x8090A0);
+  const auto writer = contextOf(*raster, 1);
+  for (std::int32_t y = 0; y < height; ++y) {
+    if (isRunList(code)) {
+      writer->WriteLine(y, 0, width, patternRuns(width, y).data());
+    } else {
+      writer->WriteLine(y, 0, width, patternLine(fixedLineBytes(code, width), y).data());
+    }
+  }
+  return raster;
+}
+
+std::vector<KXRGBQUAD> paletteOf(IRStor& raster) {
+  std::vector<KXRGBQUAD> palette(256);
+  const auto context = contextOf(raster);
+  palette.resize(static_cast<std::size_t>(context->GetPalette(palette.data())));
+  return palette;
+}
+
+/// All pixels, row by row, one word each.
+std::vector<std::uint32_t> pixelsOf(IRStor& raster) {
+  const KxColorSpace code = raster.GetColorSpace();
+  const auto width = static_cast<std::size_t>(raster.GetWidth());
+  std::vector<std::uint32_t> out;
+  for (std::int32_t y = 0; y < raster.GetHeight(); ++y) {
+    if (isRunList(code)) {
+      std::vector<std::uint32_t> row(width, 0);
+      const Runs runs = readRuns(raster, y);
+      for (std::size_t i = 0; i < runCount(runs.data()); ++i) {
+        for (std::uint32_t x = runs[2 * i]; x <= runs[2 * i + 1]; ++x) row.at(x) = 1;
+      }
+      out.insert(out.end(), row.begin(), row.end());
+      continue;
+    }
+    const Bytes line = readLine(raster, y);
+    const std::size_t bits = static_cast<std::size_t>(bitsPerPixel(code));
+    for (std::size_t x = 0; x < width; ++x) {
+      std::uint32_t pixel = 0;
+      for (std::size_t b = 0; bits >= 8 && b < bits / 8; ++b) pixel = pixel << 8 | line[x * bits / 8 + b];
+      if (bits == 4) pixel = x / 2 < line.size() ? line[x / 2] >> (x % 2 == 0 ? 4 : 0) & 15U : 0;
+      out.push_back(pixel);
+    }
+  }
+  return out;
+}
+
+void expectSame(IRStor& a, IRStor& b) {
+  EXPECT_EQ(a.GetColorSpace(), b.GetColorSpace());
+  EXPECT_EQ(a.GetResolution(), b.GetResolution());
+  EXPECT_EQ(query<IRStorColors>(&a)->GetBackground(), query<IRStorColors>(&b)->GetBackground());
+  EXPECT_EQ(paletteOf(a), paletteOf(b));
+  ASSERT_EQ(a.GetSize(), b.GetSize());
+  EXPECT_EQ(pixelsOf(a), pixelsOf(b));
+}
+
+TEST(RasterOps, QuartersAreExact) {
+  for (const KxColorSpace code : kCodes) {
+    for (const KxSize size : {KxSize{1, 1}, {7, 4}, {129, 70}, {1000, 3}, {6, 4501}, {4502, 6}}) {
+      if (code == Four && (size.width % 2 != 0 || size.height % 2 != 0)) continue;  // has no place for odd pixels
+      SCOPED_TRACE(testing::Message() << "code " << static_cast<int>(code) << " width " << size.width);
+      const auto source = patternRaster(code, size.width, size.height);
+      const auto before = pixelsOf(*source);
+      const auto w = static_cast<std::size_t>(size.width), h = static_cast<std::size_t>(size.height);
+      const auto right = rotateQuarters(source.get(), 1, nullptr);
+      const auto turned = pixelsOf(*right);
+      ASSERT_EQ(right->GetSize(), (KxSize{size.height, size.width}));
+      for (std::size_t y = 0; y < h; ++y) {
+        for (std::size_t x = 0; x < w; ++x)
+          ASSERT_EQ(turned[x * h + h - 1 - y], before[y * w + x]) << x << " " << y;
+      }
+      const auto half = rotateQuarters(right.get(), 1, nullptr);
+      expectSame(*half, *rotateQuarters(source.get(), -2, nullptr));
+      expectSame(*rotateQuarters(half.get(), 1, nullptr), *rotateQuarters(source.get(), 3, nullptr));
+      expectSame(*rotateQuarters(half.get(), 2, nullptr), *source);
+      expectSame(*rotateQuarters(source.get(), 4, nullptr), *source);
+    }
+  }
+}
+
+TEST(RasterOps, OddNumbersOfFourBitLinesGetAWhiteColumn) {
+  const auto source = patternRaster(Four, 4, 3);
+  const auto turned = rotateQuarters(source.get(), 3, nullptr);
+  ASSERT_EQ(turned->GetSize(), (KxSize{4, 4}));
+  const auto pixels = pixelsOf(*turned);
+  const auto before = pixelsOf(*source);
+  for (std::size_t y = 0; y < 4; ++y) {
+    for (std::size_t x = 0; x < 3; ++x) EXPECT_EQ(pixels[y * 4 + x], before[x * 4 + 3 - y]);
+    EXPECT_EQ(pixels[y * 4 + 3], 15U);
+  }
+}
+
+TEST(RasterOps, CropCutsAtItsEdges) {
+  const auto runs = new_IRStor(Bitonal, 20, 2, 300);
+  const Runs line{0, 4, 6, 6, 7, 12, 15, 19, RunEnd, 0};
+  contextOf(*runs, 1)->WriteLine(1, 0, 20, line.data());
+  struct Case {
+    KxRect part;
+    Runs expected;
+  };
+  const Case cases[] = {
+      {{0, 0, 20, 2}, line},
+      {{4, 1, 7, 2}, {0, 0, 2, 2, RunEnd, 0}},
+      {{5, 1, 6, 2}, {RunEnd, 0}},
+      {{8, 1, 12, 2}, {0, 3, RunEnd, 0}},
+      {{12, 1, 16, 2}, {0, 0, 3, 3, RunEnd, 0}},
+      {{-5, -9, 1, 99}, {0, 0, RunEnd, 0}},
+  };
+  for (const Case& c : cases) {
+    const auto part = cropRaster(runs.get(), c.part, nullptr);
+    EXPECT_EQ(readRuns(*part, part->GetHeight() - 1), c.expected) << c.part.left << ".." << c.part.right;
+  }
+  for (const KxRect& outside : {KxRect{20, 0, 30, 2}, {3, 0, 3, 2}, {0, 2, 20, 5}, {9, 0, 2, 2}}) {
+    EXPECT_THROW((void)cropRaster(runs.get(), outside, nullptr), CXIFaceException) << outside.left;
+  }
+  for (const KxColorSpace code : kCodes) {
+    SCOPED_TRACE(static_cast<int>(code));
+    const auto source = patternRaster(code, 90, 50);
+    const auto part = cropRaster(source.get(), {33, 7, 63, 44}, nullptr);
+    ASSERT_EQ(part->GetSize(), (KxSize{30, 37}));
+    const auto all = pixelsOf(*source), cut = pixelsOf(*part);
+    for (std::size_t y = 0; y < 37; ++y) {
+      for (std::size_t x = 0; x < 30; ++x) ASSERT_EQ(cut[y * 30 + x], all[(y + 7) * 90 + x + 33]);
+    }
+  }
+}
+
+TEST(RasterOps, InvertTwiceIsTheOriginal) {
+  for (const KxColorSpace code : kCodes) {
+    SCOPED_TRACE(static_cast<int>(code));
+    const auto source = patternRaster(code, 126, 40);
+    const auto inverse = invertRaster(source.get(), nullptr);
+    const auto before = pixelsOf(*source), after = pixelsOf(*inverse);
+    const std::uint32_t flipped = isRunList(code)                ? 1
+                                  : code == Grey                 ? 0xFF
+                                  : code == Rgba || code == Bgra ? 0xFFFFFF00
+                                  : bitsPerPixel(code) == 24     ? 0xFFFFFF
+                                                                 : 0;
+    for (std::size_t i = 0; i < before.size(); ++i) ASSERT_EQ(before[i] ^ after[i], flipped);
+    if (flipped == 0) {
+      EXPECT_EQ(paletteOf(*inverse)[5], (KXRGBQUAD{250, 240, 5, 0}));
+    }
+    expectSame(*invertRaster(inverse.get(), nullptr), *source);
+  }
+}
+
+TEST(RasterOps, ACancelGivesNothing) {
+  using Op = KxPtr<IRStor> (*)(IRStor*, IProgress*);
+  const Op ops[] = {
+      [](IRStor* r, IProgress* p) {
+        return cropRaster(r, {1, 1, 900, 2000}, p);
+      },
+      [](IRStor* r, IProgress* p) { return rotateQuarters(r, 1, p); },
+      [](IRStor* r, IProgress* p) { return rotateQuarters(r, 2, p); },
+      [](IRStor* r, IProgress* p) { return rotateRaster(r, 0.3, p); },
+      [](IRStor* r, IProgress* p) { return invertRaster(r, p); },
+  };
+  for (const KxColorSpace code : {Bitonal, Grey}) {
+    const auto source = patternRaster(code, 1000, 2100);
+    for (std::size_t i = 0; i < std::size(ops); ++i) {
+      for (const int limit : {0, kOpSteps / 3}) {
+        CancelAfter cancel(limit);
+        EXPECT_FALSE(ops[i](source.get(), &cancel)) << "operation " << i;
+        EXPECT_LT(cancel.position(), kOpSteps);
+      }
+      CancelAfter never(kOpSteps + 1);
+      EXPECT_TRUE(ops[i](source.get(), &never)) << "operation " << i;
+      EXPECT_EQ(never.position(), kOpSteps);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace quillbay::test
