@@ -57,10 +57,11 @@ void RunReducer::cover(double from, double to, std::int64_t weight) noexcept {
   from = std::clamp(from, 0.0, columns);
   to = std::clamp(to, 0.0, columns);
   if (from >= to) return;
-  const auto start = std::int64_t{std::llround(from * kWhole)};
-  const auto stop = std::int64_t{std::llround(to * kWhole)};
-  const auto first = static_cast<std::size_t>(start / kWhole);
-  const auto last = static_cast<std::size_t>(stop / kWhole);
+  // Rounded by hand: neither is below 0, and a call of the library for each edge costs more than all the rest.
+  const auto start = static_cast<std::int64_t>(from * kWhole + 0.5);
+  const auto stop = static_cast<std::int64_t>(to * kWhole + 0.5);
+  const auto first = static_cast<std::size_t>(start) / kWhole;
+  const auto last = static_cast<std::size_t>(stop) / kWhole;
   if (first == last) {
     if (first < m_part.size()) m_part[first] += (stop - start) * weight;
     return;

@@ -17,40 +17,6 @@ constexpr double kHalf = 0.5 + 1e-7;
 /// The largest weight whose sum of 255s fits 32 bits.
 constexpr std::uint32_t kSumWeight = 0xFFFFFFFFU / 255;
 
-void addWhole(std::uint16_t* __restrict sums, const std::uint8_t* __restrict line, std::size_t n) noexcept {
-  for (std::size_t i = 0; i < n; ++i) sums[i] = static_cast<std::uint16_t>(sums[i] + line[i]);
-}
-
-void addWeighted(std::uint32_t* __restrict sums, const std::uint8_t* __restrict line, std::size_t n,
-                 std::uint16_t weight) noexcept {
-  for (std::size_t i = 0; i < n; ++i) sums[i] += static_cast<std::uint16_t>(line[i] * weight);
-}
-
-void moveWhole(std::uint32_t* __restrict sums, std::uint16_t* __restrict whole, std::size_t n) noexcept {
-  for (std::size_t i = 0; i < n; ++i) {
-    sums[i] += static_cast<std::uint32_t>(whole[i]) << 8;
-    whole[i] = 0;
-  }
-}
-
-/// All lines of a row: the first and the last in part, those between whole.
-template <int lines>
-void sumLines(std::uint32_t* __restrict sums, const std::uint8_t* const* l, std::size_t n, std::uint16_t first,
-              std::uint16_t last) noexcept {
-  const std::uint8_t* __restrict const a = l[0];
-  const std::uint8_t* __restrict const z = l[lines - 1];
-  for (std::size_t i = 0; i < n; ++i) {
-    std::uint32_t sum = static_cast<std::uint16_t>(a[i] * first);
-    if constexpr (lines > 1) sum += static_cast<std::uint16_t>(z[i] * last);
-    if constexpr (lines > 2) {
-      std::uint16_t inner = 0;
-      for (int k = 1; k < lines - 1; ++k) inner = static_cast<std::uint16_t>(inner + l[k][i]);
-      sum += static_cast<std::uint32_t>(inner) << 8;
-    }
-    sums[i] = sum;
-  }
-}
-
 std::uint64_t sumSpan(const std::uint32_t* sums, const AxisSpan& span, int channels) noexcept {
   std::uint64_t total = static_cast<std::uint64_t>(sums[0]) * span.firstWeight;
   if (span.first == span.last) return total;
@@ -64,18 +30,6 @@ std::uint64_t spanWeight(const AxisSpan& span) noexcept {
   if (span.first == span.last) return span.firstWeight;
   return span.firstWeight + span.lastWeight + 256 * static_cast<std::uint64_t>(span.last - span.first - 1);
 }
-
-using Sums = std::int32_t __attribute__((vector_size(16)));
-using Floats = float __attribute__((vector_size(16)));
-
-/// Four sums from `p` on, whatever they are of.
-Sums loadSums(const std::uint32_t* p) noexcept {
-  Sums s;
-  std::memcpy(&s, p, sizeof(s));
-  return s;
-}
-
-Floats toFloats(const Sums& s) noexcept { return __builtin_convertvector(s, Floats); }
 
 /// Of a number below 2^31, which is faster converted as a signed one.
 float toFloat(std::uint32_t v) noexcept { return static_cast<float>(static_cast<std::int32_t>(v)); }
@@ -95,25 +49,26 @@ InkColors inkColors(std::uint32_t background) noexcept {
   return colors;
 }
 
-void expandIndices(KxColorSpace colorSpace, const Palette& palette, const std::uint8_t* line, std::size_t low,
+PixelBytes pixelBytes(const Palette& palette) noexcept {
+  PixelBytes out{};
+  for (std::size_t i = 0; i < out.size(); ++i) {
+    const std::uint8_t bytes[4] = {palette[i].red, palette[i].green, palette[i].blue, 0};
+    std::memcpy(&out[i], bytes, sizeof(bytes));
+  }
+  return out;
+}
+
+void expandIndices(KxColorSpace colorSpace, const PixelBytes& colors, const std::uint8_t* line, std::size_t low,
                    std::size_t pixels, std::uint8_t* out) noexcept {
-  for (std::size_t i = 0; i < pixels; ++i, out += 3) {
-    std::size_t index = 0;
-    if (colorSpace == KxColorSpace::Four) {
-      const std::uint8_t two = line[(low + i) / 2];
-      index = (low + i) % 2 == 0 ? two >> 4 : two & 15;
-    } else {
-      index = line[low + i];
-    }
-    const KXRGBQUAD& c = palette[index];
-    out[0] = c.red;
-    out[1] = c.green;
-    out[2] = c.blue;
+  const bool four = colorSpace == KxColorSpace::Four;
+  for (std::size_t i = low; i < low + pixels; ++i, out += 4) {
+    const std::size_t index = !four ? line[i] : i % 2 == 0 ? line[i / 2] >> 4 : line[i / 2] & 15;
+    std::memcpy(out, &colors[index], 4);
   }
 }
 
 ToneReducer::ToneReducer(KxColorSpace colorSpace, const Palette& palette, const DrawAxis& columns)
-    : m_colorSpace(colorSpace), m_palette(palette), m_columns(columns), m_order{0, 1, 2} {
+    : m_colorSpace(colorSpace), m_columns(columns), m_order{0, 1, 2} {
   std::int32_t high = 0;
   m_low = columns.spans.front().first;
   for (const AxisSpan& s : columns.spans) {
@@ -123,23 +78,36 @@ ToneReducer::ToneReducer(KxColorSpace colorSpace, const Palette& palette, const 
   }
   const auto pixels = static_cast<std::size_t>(std::int64_t{high} - m_low) + 1;
   const bool expanded = colorSpace == KxColorSpace::Four || colorSpace == KxColorSpace::Palette;
-  m_channels = expanded ? 3 : bitsPerPixel(colorSpace) / 8;
+  m_channels = expanded ? 4 : bitsPerPixel(colorSpace) / 8;
   if (m_channels == 1) m_order = {0, 0, 0};
   if (colorSpace == KxColorSpace::Bgr || colorSpace == KxColorSpace::Bgra) m_order = {2, 1, 0};
   m_bytes = pixels * static_cast<std::size_t>(m_channels);
-  if (expanded) m_expanded.resize(m_bytes);
+  if (expanded) takePalette(palette);
   m_whole.resize(m_bytes);
   m_sums.resize(m_bytes + 4);  // the last pixel is read with what follows it
   m_across.resize(columns.spans.size() * 3);
   m_inverse.reserve(columns.spans.size());
-  m_weights.reserve(columns.spans.size());
+  m_spans.reserve(columns.spans.size());
   for (const AxisSpan& span : columns.spans) {
     const std::uint64_t weight = std::max<std::uint64_t>(1, spanWeight(span));
     m_mostWeight = std::max(m_mostWeight, weight);
     const double inverse = 1.0 / static_cast<double>(weight);
     m_inverse.push_back(inverse);
-    m_weights.push_back({static_cast<float>(span.firstWeight * inverse), static_cast<float>(256 * inverse),
-                         static_cast<float>(span.lastWeight * inverse)});
+    m_spans.push_back({static_cast<std::uint32_t>(span.first - m_low),
+                       span.first == span.last ? ColumnSpan::kSingle : span.last - span.first - 1,
+                       static_cast<float>(span.firstWeight * inverse), static_cast<float>(256 * inverse),
+                       static_cast<float>(span.lastWeight * inverse)});
+  }
+}
+
+void ToneReducer::takePalette(const Palette& palette) {
+  m_colors = pixelBytes(palette);
+  m_expanded.resize(m_bytes);
+  if (m_colorSpace == KxColorSpace::Four) return;
+  m_tones.resize(palette.size());
+  for (std::size_t i = 0; i < palette.size(); ++i) {
+    const std::uint16_t tones[4] = {palette[i].red, palette[i].green, palette[i].blue, 0};
+    std::memcpy(&m_tones[i], tones, sizeof(tones));
   }
 }
 
@@ -151,7 +119,7 @@ void ToneReducer::setInk(double gain, const InkColors& colors) {
 const std::uint8_t* ToneReducer::channelsOf(const std::uint8_t* line) {
   const auto low = static_cast<std::size_t>(m_low);
   if (m_expanded.empty()) return line + low * static_cast<std::size_t>(m_channels);
-  expandIndices(m_colorSpace, m_palette, line, low, m_bytes / 3, m_expanded.data());
+  expandIndices(m_colorSpace, m_colors, line, low, m_bytes / 4, m_expanded.data());
   return m_expanded.data();
 }
 
@@ -163,23 +131,18 @@ void ToneReducer::freshenSums() noexcept {
 
 /// The whole row in one go, without sums of sums in between: the row has no other lines.
 void ToneReducer::addFew(const std::uint8_t* const* lines, const AxisSpan& span) {
-  const std::size_t at = static_cast<std::size_t>(m_low) * static_cast<std::size_t>(m_channels);
+  const bool indices = !m_tones.empty();
+  const std::size_t at =
+      static_cast<std::size_t>(m_low) * (indices ? std::size_t{1} : static_cast<std::size_t>(m_channels));
   const std::uint8_t* l[kLinesAtOnce] = {};
   const auto count = static_cast<std::size_t>(std::int64_t{span.last} - span.first + 1);
   for (std::size_t i = 0; i < count; ++i) l[i] = lines[i] + at;
   const auto first = static_cast<std::uint16_t>(span.firstWeight);
   const auto last = static_cast<std::uint16_t>(span.lastWeight);
-  std::uint32_t* sums = m_sums.data();
-  switch (count) {
-    case 1: sumLines<1>(sums, l, m_bytes, first, last); break;
-    case 2: sumLines<2>(sums, l, m_bytes, first, last); break;
-    case 3: sumLines<3>(sums, l, m_bytes, first, last); break;
-    case 4: sumLines<4>(sums, l, m_bytes, first, last); break;
-    case 5: sumLines<5>(sums, l, m_bytes, first, last); break;
-    case 6: sumLines<6>(sums, l, m_bytes, first, last); break;
-    case 7: sumLines<7>(sums, l, m_bytes, first, last); break;
-    case 8: sumLines<8>(sums, l, m_bytes, first, last); break;
-    default: return;
+  if (indices) {
+    m_loops.sumIndices(m_sums.data(), m_tones.data(), l, count, m_bytes / 4, first, last);
+  } else {
+    m_loops.sumLines(m_sums.data(), l, count, m_bytes, first, last);
   }
   m_sumWeight = static_cast<std::uint32_t>(spanWeight(span));
   m_stale = false;
@@ -188,13 +151,13 @@ void ToneReducer::addFew(const std::uint8_t* const* lines, const AxisSpan& span)
 void ToneReducer::addLine(const std::uint8_t* line, std::uint32_t weight) {
   const std::uint8_t* bytes = channelsOf(line);
   if (weight == 256) {
-    addWhole(m_whole.data(), bytes, m_bytes);
+    m_loops.addWhole(m_whole.data(), bytes, m_bytes);
     if (++m_wholeLines == kWholeLines) flushWhole();
     return;
   }
   if (m_sumWeight + 256 > kSumWeight) reduceAcross();
   freshenSums();
-  addWeighted(m_sums.data(), bytes, m_bytes, static_cast<std::uint16_t>(weight));
+  m_loops.addWeighted(m_sums.data(), bytes, m_bytes, static_cast<std::uint16_t>(weight));
   m_sumWeight += weight;
 }
 
@@ -202,7 +165,7 @@ void ToneReducer::flushWhole() noexcept {
   if (m_wholeLines == 0) return;
   if (m_sumWeight + 256 * kWholeLines > kSumWeight) reduceAcross();
   freshenSums();
-  moveWhole(m_sums.data(), m_whole.data(), m_bytes);
+  m_loops.moveWhole(m_sums.data(), m_whole.data(), m_bytes);
   m_sumWeight += 256 * m_wholeLines;
   m_wholeLines = 0;
 }
@@ -219,46 +182,17 @@ void ToneReducer::reduceAcross() noexcept {
   m_sumWeight = 0;
 }
 
-/// A row whose sums are small: colours side by side in one register. Sums and weights are exact in 24 bits; the
-/// products are off by less than kFloatHalf allows for.
-template <int channels>
-void ToneReducer::finishColors(std::uint32_t* out) noexcept {
-  const float rowInverse = 1.0F / static_cast<float>(m_sumWeight);
-  const std::uint32_t* sums = m_sums.data();
-  const ColumnWeights* w = m_weights.data();
-  const bool swapped = m_order[0] == 2;
-  for (const AxisSpan& span : m_columns.spans) {
-    const std::uint32_t* p = sums + (span.first - m_low) * channels;
-    Floats total = toFloats(loadSums(p)) * w->first;
-    if (span.first != span.last) {
-      Sums inner{};
-      p += channels;
-      for (std::int32_t i = span.first + 1; i < span.last; ++i, p += channels) inner += loadSums(p);
-      total += toFloats(inner) * w->inner + toFloats(loadSums(p)) * w->last;
-    }
-    ++w;
-    const Sums tones = __builtin_convertvector(total * rowInverse + kFloatHalf, Sums);
-    const auto r = static_cast<std::uint32_t>(tones[swapped ? 2 : 0]);
-    const auto b = static_cast<std::uint32_t>(tones[swapped ? 0 : 2]);
-    *out++ = pixel(r, static_cast<std::uint32_t>(tones[1]), b);
-  }
-  m_stale = true;
-  m_sumWeight = 0;
-}
-
 void ToneReducer::finishGrey(std::uint32_t* out) noexcept {
   const float rowInverse = static_cast<float>(m_gain) / static_cast<float>(m_sumWeight);
   const std::uint32_t* sums = m_sums.data();
-  const ColumnWeights* w = m_weights.data();
-  for (const AxisSpan& span : m_columns.spans) {
-    const std::uint32_t* p = sums + (span.first - m_low);
-    float total = toFloat(*p) * w->first;
-    if (span.first != span.last) {
+  for (const ColumnSpan& span : m_spans) {
+    const std::uint32_t* p = sums + span.offset;
+    float total = toFloat(*p) * span.first;
+    if (span.inner != ColumnSpan::kSingle) {
       std::uint32_t inner = 0;
-      for (std::int32_t i = span.first + 1; i < span.last; ++i) inner += *++p;
-      total += toFloat(inner) * w->inner + toFloat(*++p) * w->last;
+      for (std::int32_t i = 0; i < span.inner; ++i) inner += *++p;
+      total += toFloat(inner) * span.whole + toFloat(*++p) * span.last;
     }
-    ++w;
     const auto v = static_cast<std::uint32_t>(static_cast<std::int32_t>(total * rowInverse + kFloatHalf));
     *out++ = m_ink ? (*m_ink)[std::min(255U, v)] : pixel(v, v, v);
   }
@@ -269,11 +203,16 @@ void ToneReducer::finishGrey(std::uint32_t* out) noexcept {
 void ToneReducer::finishRow(std::uint32_t* out) {
   flushWhole();
   if (m_totalWeight == 0 && m_sumWeight > 0 && m_sumWeight * m_mostWeight <= kSmallWeight) {
-    switch (m_channels) {
-      case 1: finishGrey(out); return;
-      case 3: finishColors<3>(out); return;
-      default: finishColors<4>(out); return;
+    if (m_channels == 1) {
+      finishGrey(out);
+      return;
     }
+    const std::size_t form = (m_order[0] == 2 ? 2U : 0U) + (m_channels == 4 ? 1U : 0U);
+    m_loops.finishColors[form](out, m_spans.data(), m_spans.size(), m_sums.data(),
+                               1.0F / static_cast<float>(m_sumWeight));
+    m_stale = true;
+    m_sumWeight = 0;
+    return;
   }
   reduceAcross();
   const std::uint64_t* sums = m_across.data();
@@ -296,10 +235,17 @@ void ToneReducer::finishRow(std::uint32_t* out) {
 }
 
 void ToneReducer::copyRow(const std::uint8_t* line, std::uint32_t* out) {
+  if (!m_tones.empty()) {
+    for (const AxisSpan& span : m_columns.spans) {
+      std::uint8_t p[4];
+      std::memcpy(p, &m_colors[line[span.first]], sizeof(p));
+      *out++ = pixel(p[0], p[1], p[2]);
+    }
+    return;
+  }
   const std::uint8_t* bytes = channelsOf(line);
-  for (const AxisSpan& span : m_columns.spans) {
-    const std::uint8_t* p =
-        bytes + static_cast<std::size_t>(span.first - m_low) * static_cast<std::size_t>(m_channels);
+  for (const ColumnSpan& span : m_spans) {
+    const std::uint8_t* p = bytes + std::size_t{span.offset} * static_cast<std::size_t>(m_channels);
     *out++ = pixel(p[m_order[0]], p[m_order[1]], p[m_order[2]]);
   }
 }

@@ -5,6 +5,7 @@
 
 #include "quillbay/color_space.h"
 #include "rasters/draw_axis.h"
+#include "rasters/tone_loops.h"
 
 namespace quillbay {
 
@@ -16,8 +17,12 @@ using InkColors = std::array<std::uint32_t, 256>;
 /// Black ink on paper of the colour 0xBBGGRR.
 [[nodiscard]] InkColors inkColors(std::uint32_t background) noexcept;
 
-/// Writes `pixels` pixels of a line of codes 4 or 8, from pixel `low` on, as R, G, B.
-void expandIndices(KxColorSpace colorSpace, const Palette& palette, const std::uint8_t* line, std::size_t low,
+/// The pixels of a palette as bytes R, G, B, 0 in memory.
+using PixelBytes = std::array<std::uint32_t, 256>;
+[[nodiscard]] PixelBytes pixelBytes(const Palette& palette) noexcept;
+
+/// Writes `pixels` pixels of a line of codes 4 or 8, from pixel `low` on, as four bytes each.
+void expandIndices(KxColorSpace colorSpace, const PixelBytes& colors, const std::uint8_t* line, std::size_t low,
                    std::size_t pixels, std::uint8_t* out) noexcept;
 
 /// Makes rows of device pixels from lines of grey, palette or colour pixels by averaging areas.
@@ -36,7 +41,7 @@ class ToneReducer {
   void paintRow(const AxisSpan& span, LineAt&& lineAt, std::uint32_t* out) {
     if (m_plain && span.first == span.last && !m_ink) {
       copyRow(lineAt(span.first), out);
-    } else if (span.last - span.first < kLinesAtOnce && m_expanded.empty()) {
+    } else if (span.last - span.first < kLinesAtOnce && m_colorSpace != KxColorSpace::Four) {
       std::array<const std::uint8_t*, kLinesAtOnce> lines;
       for (std::int32_t i = span.first; i <= span.last; ++i)
         lines[static_cast<std::size_t>(i - span.first)] = lineAt(i);
@@ -56,36 +61,33 @@ class ToneReducer {
   void copyRow(const std::uint8_t* line, std::uint32_t* out);
 
  private:
-  static constexpr std::int32_t kLinesAtOnce = 8;
-  /// Of a column's pixels, together 1.
-  struct ColumnWeights {
-    float first, inner, last;
-  };
+  static constexpr std::int32_t kLinesAtOnce{ToneLoops::kMostLines};
+  void takePalette(const Palette& palette);
   void addFew(const std::uint8_t* const* lines, const AxisSpan& span);
-  template <int channels>
-  void finishColors(std::uint32_t* out) noexcept;
   void finishGrey(std::uint32_t* out) noexcept;
   [[nodiscard]] const std::uint8_t* channelsOf(const std::uint8_t* line);
   void flushWhole() noexcept;
   void freshenSums() noexcept;
   void reduceAcross() noexcept;
 
+  const ToneLoops& m_loops = toneLoops();
   const KxColorSpace m_colorSpace;
-  const Palette m_palette;
   const DrawAxis& m_columns;
   bool m_plain = true;
   std::int32_t m_low = 0;                // first source pixel that any column shows
   std::size_t m_bytes = 0;               // bytes from there to the last one
-  int m_channels = 1;                    // bytes per pixel in sums
+  int m_channels = 1;                    // sums per pixel
   std::array<int, 3> m_order;            // where red, green and blue are within a pixel
-  std::vector<std::uint8_t> m_expanded;  // codes 4 and 8: the line as R, G, B
+  PixelBytes m_colors{};                 // codes 4 and 8
+  std::vector<std::uint64_t> m_tones;    // code 8: R, G, B, 0 of each index in 16 bits each
+  std::vector<std::uint8_t> m_expanded;  // codes 4 and 8: the line as R, G, B, 0
   std::vector<std::uint16_t> m_whole;    // sums of whole lines, at most kWholeLines
   std::vector<std::uint32_t> m_sums;     // sums in parts of 256
   std::vector<std::uint64_t> m_across;   // three per column, used when a row's sums do not fit 32 bits
-  std::vector<ColumnWeights> m_weights;
-  std::vector<double> m_inverse;   // 1 / weight of each column
-  std::uint64_t m_mostWeight = 0;  // of a column
-  bool m_stale = false;            // m_sums are those of a row that is done
+  std::vector<ColumnSpan> m_spans;       // of the columns
+  std::vector<double> m_inverse;         // 1 / weight of each column
+  std::uint64_t m_mostWeight = 0;        // of a column
+  bool m_stale = false;                  // m_sums are those of a row that is done
   std::uint32_t m_wholeLines = 0;
   std::uint32_t m_sumWeight = 0;    // of what is in m_sums
   std::uint64_t m_totalWeight = 0;  // of the row so far, what is in m_across only

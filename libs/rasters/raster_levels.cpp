@@ -28,10 +28,6 @@ std::size_t residentSegments(std::size_t rowBytes) noexcept {
   return std::max<std::size_t>(8, kResidentBytes / segmentBytes(rowBytes));
 }
 
-void addBytes(std::uint16_t* __restrict sums, const std::uint8_t* __restrict line, std::size_t n) noexcept {
-  for (std::size_t i = 0; i < n; ++i) sums[i] = static_cast<std::uint16_t>(sums[i] + line[i]);
-}
-
 }  // namespace
 
 RasterLevels::Level::Level(RasterSpace& space, std::int32_t pixels, int channels)
@@ -53,17 +49,17 @@ RasterLevels::RasterLevels(const RasterPolicy& policy, KxColorSpace colorSpace, 
   }
   m_row.resize(at(0).rowBytes);
   if (m_ink) return;
-  if (isIndexed(colorSpace)) m_expanded.resize(static_cast<std::size_t>(width) * 3);
-  const int sourceBytes = isIndexed(colorSpace) ? 3 : bitsPerPixel(colorSpace) / 8;
+  if (isIndexed(colorSpace)) m_expanded.resize(static_cast<std::size_t>(width) * 4);
+  const int sourceBytes = isIndexed(colorSpace) ? 4 : bitsPerPixel(colorSpace) / 8;
   m_lineSums.resize(static_cast<std::size_t>(width) * static_cast<std::size_t>(sourceBytes));
 }
 
 void RasterLevels::addLine(const std::uint8_t* line) {
   if (!m_expanded.empty()) {
-    expandIndices(m_colorSpace, m_palette, line, 0, static_cast<std::size_t>(m_width), m_expanded.data());
+    expandIndices(m_colorSpace, m_colors, line, 0, static_cast<std::size_t>(m_width), m_expanded.data());
     line = m_expanded.data();
   }
-  addBytes(m_lineSums.data(), line, m_lineSums.size());
+  m_loops.addWhole(m_lineSums.data(), line, m_lineSums.size());
   if (((lines() + 1) & ((1 << m_firstShift) - 1)) == 0) sumColumns();
   endLine();
 }

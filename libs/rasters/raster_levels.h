@@ -34,7 +34,7 @@ class RasterLevels {
 
   // Builder.
   /// The colours of indices from the next line on.
-  void setPalette(const Palette& palette) { m_palette = palette; }
+  void setPalette(const Palette& palette) { m_colors = pixelBytes(palette); }
   /// Takes the raster's next line in. Throws CXMemException; no line may be added afterwards (`setFailed`).
   void addLine(const std::uint8_t* line);
   void addLine(const RunView& runs);
@@ -92,10 +92,11 @@ class RasterLevels {
   std::atomic<bool> m_failed{false};
 
   // Builder only.
-  Palette m_palette{};
-  std::vector<std::uint8_t> m_expanded;   // a line of indices as R, G, B
+  PixelBytes m_colors{};
+  std::vector<std::uint8_t> m_expanded;   // a line of indices as R, G, B, 0
   std::vector<std::uint16_t> m_lineSums;  // the lines of the first level's row, byte by byte
   std::vector<std::uint8_t> m_row;
+  const ToneLoops& m_loops = toneLoops();
 };
 
 }  // namespace quillbay
