@@ -57,6 +57,9 @@ class IStdPapersParam : public IKxUnknown {
 /// Marks a host that runs scripts ("ProcessScript").
 class IScriptSyntaxParam : public IKxUnknown {
  public:
+  /// The settings of the script commands, with a reference: a sub-store for each ("SaveAs"). An entry therein with
+  /// "KeyWord" and "KeyName" = "_ignore_command_" and the int "_ignore_command_" = 1 has the host leave "Open",
+  /// "SaveAs" or "Close" out of scripts until the entry is removed. They are the host's own, for this run.
   virtual IParam* GetSyntax() = 0;
 };
 

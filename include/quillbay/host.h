@@ -14,8 +14,15 @@
 
 namespace quillbay {
 
-/// What "IntClearAllRasters" does with the rasters that the host holds.
-enum class ClearPolicy { Keep, Ask, Discard };
+/// What "IntClearAllRasters" does with the pages that the host holds. Nothing happens, and nobody is asked, before
+/// a preview; a multi-page document stays.
+enum class ClearPolicy {
+  Keep,  ///< they stay
+  /// They go; a person is asked first when some are not saved, and may refuse the scan. In a batch they stay.
+  Ask,
+  /// The saved ones go. Those that are not saved go only where nobody sits before the program.
+  Discard,
+};
 
 /// How much of the log goes to standard error; messages for a person are no part of it.
 enum class HostLog { Quiet, Warnings, Info, Debug };
@@ -43,6 +50,35 @@ struct HostDocument {
   std::string file;  ///< the name that the panel gave it; empty without one
   std::vector<KxPtr<IRStor>> pages;
   bool saved = false;
+};
+
+/// A page, as the panel or a script hands it to the host's pages.
+struct HostPage {
+  KxPtr<IRStor> raster;
+  std::string file;  ///< the file that holds it (`saved`), or the name that the panel gave it; empty without one
+  bool multipage = false, batch = false;
+  bool saved = false;  ///< `file` holds exactly this raster
+};
+
+/// The pages of a program, for hosts that keep them themselves (`IHostApp::SetPages`). A page has a number above 0
+/// that no other page ever gets. User-interface thread.
+class IHostPages : public IKxUnknown {
+ public:
+  /// Takes a page; it is the current one then. Answers its number, or 0 when it was not taken.
+  virtual int Add(const HostPage& page) = 0;
+  /// The page that commands are about; 0 without one.
+  virtual int GetCurrent() = 0;
+  /// Answers 1 and stores the page, or 0 when there is none (any more).
+  virtual int GetPage(int id, HostPage* out) = 0;
+  /// Puts a raster in the place of a page's; the page is not saved then. Answers 1, or 0 without the page.
+  virtual int Replace(int id, IRStor* raster) = 0;
+  /// The page was written into a file. Answers 1, or 0 without the page.
+  virtual int NoteSaved(int id, const std::string& file) = 0;
+  /// Lets go of a page. Answers 1, or 0 without it.
+  virtual int Remove(int id) = 0;
+  [[nodiscard]] virtual int CountUnsaved() = 0;
+  /// Lets go of all pages, or with `unsavedToo` 0 of those that are saved.
+  virtual void Clear(int unsavedToo) = 0;
 };
 
 struct HostOptions {
@@ -75,6 +111,12 @@ struct HostOptions {
 /// The application object. It answers queries for `IAppInterior`, `IEvents`, `IProfile`, `IParam`, `IIOParams`,
 /// `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`, `IScannerChooser` and
 /// `IScriptCmdSink`. User-interface thread only, except what `IEvents` and `IIOParams` say.
+///
+/// Beside the panel's own commands the script sink takes from a program:
+/// - "ProcessScript": runs a script over the current page, from the file "FileName", or from the text "Script".
+/// - "Autocorrect": runs the script "FileName", else the one that the profile names (section "Scripts", key
+///   "Autocorrect"), else the built-in correction.
+/// "_ignore_command_" = 1 makes them do nothing. docs/scripts.md tells the language.
 class IHostApp : public IApp {
  public:
   /// The window that messages belong to; may be null. The host must withdraw it before it goes.
@@ -85,11 +127,15 @@ class IHostApp : public IApp {
   virtual void SetRasterHandler(std::function<void(const HostDocument&)> handler) = 0;
   /// Asked when the panel's holder wants to close ("KillCommand"): false keeps it open. Null: it may.
   virtual void SetCloseHandler(std::function<bool()> handler) = 0;
+  /// What the host's own list holds. A page that is saved leaves it when the next one comes.
   [[nodiscard]] virtual std::vector<HostDocument> GetDocuments() = 0;
   /// Sets an option of a file format for this run, over the saved one. Answers 1, or 0 with the reason, which lists
   /// what is allowed, in `*why`.
   virtual int SetFormatOption(std::string_view format, std::string_view key, std::string_view value,
                               std::string* why) = 0;
+  /// The program's pages take the place of the host's own list; null goes back to that one. The program withdraws
+  /// them before they go.
+  virtual void SetPages(IHostPages* pages) = 0;
 };
 
 /// A new application object. Needs a running QApplication, on its thread. A damaged settings file is set aside

@@ -85,8 +85,10 @@ CHostApp::CHostApp(const HostOptions& options)
   m_io = KxPtr<CIOParams>::adopt(new CIOParams(section(m_profile.get(), "Formats").get(), GetProductName()));
   m_styles = new_HostStyles();
   m_papers = new_StdPapers(section(m_profile.get(), "Papers").get());
-  m_script =
-      KxPtr<CHostScriptSink>::adopt(new CHostScriptSink(m_events, KxPtr<IIOParams>::share(m_io.get()), m_options));
+  m_script = KxPtr<CHostScriptSink>::adopt(new CHostScriptSink(
+      {m_events, KxPtr<IApp>::share(m_forwarder.get()), KxPtr<IIOParams>::share(m_io.get()),
+       KxPtr<IProfile>::share(m_profile.get()), m_services, m_syntax},
+      m_options));
 }
 
 CHostApp::~CHostApp() { m_forwarder->clear(); }
@@ -101,7 +103,8 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
   if (wanted == typeid(IParam)) return answerWith<IParam>(wanted, m_profile->state(), out) ? 1 : 0;
   if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
       answerWith<IIOParams>(wanted, m_io, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
-      answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out)) {
+      answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out) ||
+      answerWith<IScriptServices>(wanted, m_services, out)) {
     return 1;
   }
   return CKxUnknownImpl::QueryInterface(wanted, out);
@@ -130,13 +133,7 @@ int CHostApp::ChooseScanner(IScanManager* manager, std::string* device) {
   return 1;
 }
 
-IParam* CHostApp::GetSyntax() {
-  auto syntax = new_MemParam();
-  const auto save = KxPtr<IParam>::adopt(syntax->GetSubStore("SaveAs", 1));
-  save->SetValue("FNAME", "file");
-  save->SetValue("_ignore_command_", "0|1");
-  return syntax.detach();
-}
+IParam* CHostApp::GetSyntax() { return KxPtr<IParam>(m_syntax).detach(); }
 
 KxPtr<IScanManager> CHostApp::scanManager() {
   if (m_manager) return m_manager;

@@ -60,6 +60,7 @@ class CHostApp final : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerCho
   void SetRasterHandler(std::function<void(const HostDocument&)> handler) override;
   void SetCloseHandler(std::function<bool()> handler) override { m_script->setCloseHandler(std::move(handler)); }
   std::vector<HostDocument> GetDocuments() override { return m_script->documents(); }
+  void SetPages(IHostPages* pages) override { m_script->setPages(pages); }
   int SetFormatOption(std::string_view format, std::string_view key, std::string_view value,
                       std::string* why) override;
 
@@ -80,6 +81,8 @@ class CHostApp final : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerCho
   KxPtr<CIOParams> m_io;
   KxPtr<IStyleManager> m_styles;
   KxPtr<IStdPapersParam> m_papers;
+  const KxPtr<CScriptServices> m_services = KxPtr<CScriptServices>::adopt(new CScriptServices);
+  const KxPtr<IParam> m_syntax = new_ScriptSyntax();
   KxPtr<CHostScriptSink> m_script;
   KxPtr<IScanManager> m_manager;  // made when it is asked for
   bool m_offeredSimulated = false;

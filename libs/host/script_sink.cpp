@@ -1,25 +1,23 @@
 #include "host/script_sink.h"
 
 #include <QFile>
-#include <algorithm>
 
-#include "host/script_text.h"
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
 
 namespace quillbay {
 namespace {
 
-constexpr const char* kOverwriteQuestion = "File %s already exists. Overwrite?$QBHelp:IDH_QB_OverWrite$";
 constexpr int kYesNo = static_cast<int>(EventButtons::YesNo);
 constexpr int kQuestion = static_cast<int>(EventKind::Question);
 constexpr int kYes = static_cast<int>(EventAnswer::Yes);
+constexpr const char* kAutocorrect = "Autocorrect";
+constexpr qint64 kMostScriptBytes = 16 << 20;
 
-/// Writes `raster` through a channel as a page of its own (`Chanel` is the saving interface that is needed).
-template <class Chanel>
-void writeRaster(IIOParams* io, const std::string& file, IRStor* raster, bool mayReplace) {
+/// Adds `raster` to a file as its next page.
+void appendPage(IIOParams* io, const std::string& file, IRStor* raster) {
   const auto channel = new_FileChanel(io, file, nullptr, nullptr);
-  const auto save = channel.as<Chanel>();
+  const auto save = channel.as<IKxRasterSavePagedChanel>();
   if (!save)
     throw CXFileException(formatText("%s: this format takes no such page; choose another one.", {file}), file);
   if (!save->AcceptColorSpace(raster->GetColorSpace())) {
@@ -30,7 +28,7 @@ void writeRaster(IIOParams* io, const std::string& file, IRStor* raster, bool ma
         file);
   }
   channel->SetExpectedLines(raster->GetHeight());
-  channel->SetMayReplace(mayReplace);
+  channel->SetMayReplace(false);
   if (!save->Save(raster, nullptr)) throw CXFileException(formatText("%s: the page was given up.", {file}), file);
   channel->Commit();
 }
@@ -38,8 +36,12 @@ void writeRaster(IIOParams* io, const std::string& file, IRStor* raster, bool ma
 std::string readScript(const std::string& path) {
   QFile file(QString::fromStdString(path));
   if (!file.open(QIODevice::ReadOnly)) {
-    throw CXFileException(formatText("The script %s cannot be read: %s.", {path, file.errorString().toStdString()}),
-                          path);
+    throw CXFileException(
+        formatText(Supp_Translate("The script %s cannot be read: %s."), {path, file.errorString().toStdString()}),
+        path);
+  }
+  if (file.size() > kMostScriptBytes) {
+    throw CXFileException(formatText(Supp_Translate("%s is too long for a script."), {path}), path);
   }
   return file.readAll().toStdString();
 }
@@ -56,7 +58,9 @@ int CHostScriptSink::ExecCommand(const char* command, IParam* arguments) {
   } else if (sameKey(name, "IntAddPage")) {
     done = addPage(arguments);
   } else if (sameKey(name, "ProcessScript")) {
-    done = processScript(arguments);
+    done = paramInt(arguments, kIgnoreCommand) || processScript(arguments);
+  } else if (sameKey(name, kAutocorrect)) {
+    done = paramInt(arguments, kIgnoreCommand) || autocorrect(arguments);
   } else if (sameKey(name, "KillCommand")) {
     done = !m_onClose || m_onClose();
   } else {
@@ -65,97 +69,101 @@ int CHostScriptSink::ExecCommand(const char* command, IParam* arguments) {
   return done ? 0 : 1;
 }
 
+KxPtr<IHostPages> CHostScriptSink::pages() const {
+  return m_programPages ? m_programPages : KxPtr<IHostPages>::share(m_ownPages.get());
+}
+
+ScriptWorld CHostScriptSink::world() const {
+  return {pages(), KxPtr<IEvents>::share(m_parts.events.get()), m_parts.app, m_parts.services, m_onSaved};
+}
+
 bool CHostScriptSink::clearRasters(IParam* arguments) {
-  if (m_clear == ClearPolicy::Keep) return true;
-  const bool unsaved = std::any_of(m_documents.begin(), m_documents.end(), [](const auto& d) { return !d.saved; });
-  // In the middle of a batch or of a preview nobody shall be asked.
-  const bool busy = m_batch || paramInt(arguments, "BatchScan") || paramInt(arguments, "Prescan");
-  if (m_clear == ClearPolicy::Ask && unsaved) {
-    if (busy) return true;
+  // No page comes after a preview or a connection; what a multi-page document has stays.
+  const bool noPageComes = paramInt(arguments, "Prescan") || paramInt(arguments, "Connect");
+  if (m_clear == ClearPolicy::Keep || noPageComes || paramInt(arguments, "Multipage")) return true;
+  const auto held = pages();
+  if (m_clear == ClearPolicy::Discard) {
+    held->Clear(m_parts.events->interactive() ? 0 : 1);
+    return true;
+  }
+  if (paramInt(arguments, "BatchScan")) return true;  // nobody shall be asked in the middle of it
+  if (held->CountUnsaved() > 0) {
     const std::string text =
         Supp_Translate("Some scanned pages are not saved. Discard them?$QBHelp:IDH_DiscardPages$");
-    if (m_events->Message(kQuestion, text.c_str(), 0, kYesNo) != kYes) return false;
+    if (m_parts.events->Message(kQuestion, text.c_str(), 0, kYesNo) != kYes) return false;
   }
-  if (!paramInt(arguments, "Multipage")) m_documents.clear();
+  held->Clear(1);
   return true;
 }
 
 bool CHostScriptSink::addRaster(IParam* arguments) {
   const CKxVariant value = paramValue(arguments, "RStor");
   const auto* object = value.get<KxPtr<IKxUnknown>>();
-  const auto raster = object ? object->as<IRStor>() : KxPtr<IRStor>{};
-  if (!raster) return false;
-  const bool multi = paramInt(arguments, "Multipage") != 0;
-  m_batch = paramInt(arguments, "BatchScan") != 0;
-  const std::string file = paramString(arguments, "FileName");
-  if (!multi || m_documents.empty()) m_documents.emplace_back();
-  HostDocument& document = m_documents.back();
-  document.file = file;
-  document.pages.push_back(raster);
-  document.saved = false;
-  if (m_onRaster) m_onRaster(document);
+  HostPage page;
+  page.raster = object ? object->as<IRStor>() : KxPtr<IRStor>{};
+  if (!page.raster) return false;
+  page.file = paramString(arguments, "FileName");
+  page.multipage = paramInt(arguments, "Multipage") != 0;
+  page.batch = paramInt(arguments, "BatchScan") != 0;
+  const int id = pages()->Add(page);
+  if (id <= 0) return false;
+  m_lastPage = id;
+  if (m_onRaster) m_onRaster(m_programPages ? HostDocument{page.file, {page.raster}, false} : documents().back());
   return true;
-}
-
-bool CHostScriptSink::guarded(const std::string& file, const std::function<bool()>& step) {
-  try {
-    return step();
-  } catch (const CXFileException& e) {
-    sayCannotWrite(m_events.get(), e.path().empty() ? file : e.path(), e.what());
-  } catch (const CXException& e) {
-    sayCannotWrite(m_events.get(), file, e.what());
-  }
-  return false;
 }
 
 bool CHostScriptSink::addPage(IParam* arguments) {
   const std::string file = paramString(arguments, "FileName");
-  if (m_documents.empty() || file.empty()) return false;
-  HostDocument& document = m_documents.back();
-  return guarded(file, [&] {
-    writeRaster<IKxRasterSavePagedChanel>(m_io.get(), file, document.pages.back().get(), false);
-    saved(document, file);
-    return true;
-  });
-}
-
-void CHostScriptSink::saved(HostDocument& document, const std::string& file) {
-  document.saved = true;
+  const auto held = pages();
+  HostPage page;
+  if (file.empty() || !held->GetPage(m_lastPage, &page)) return false;
+  try {
+    appendPage(m_parts.io.get(), file, page.raster.get());
+  } catch (const CXException& e) {
+    sayCannotWrite(m_parts.events.get(), file, e.what());
+    return false;
+  }
+  held->NoteSaved(m_lastPage, file);
   if (m_onSaved) m_onSaved(file);
-}
-
-bool CHostScriptSink::mayReplace(const std::string& file) {
-  if (!fio::exists(file)) return true;
-  const std::string text = formatText(Supp_Translate(kOverwriteQuestion), {file});
-  return m_events->Message(kQuestion, text.c_str(), 0, kYesNo) == kYes;
-}
-
-bool CHostScriptSink::saveAs(const std::string& file) {
-  if (file.empty() || m_documents.empty()) return false;
-  const bool replace = fio::exists(file);
-  if (!mayReplace(file)) return false;
-  HostDocument& document = m_documents.back();
-  writeRaster<IKxRasterSaveFileChanel>(m_io.get(), file, document.pages.back().get(), replace);
-  saved(document, file);
   return true;
 }
 
 bool CHostScriptSink::processScript(IParam* arguments) {
-  const std::string path = paramString(arguments, "FileName");
-  return guarded(path, [&] {
-    for (const ScriptCommand& command : parseScript(readScript(path), path)) {
-      bool done = false;
-      if (sameKey(command.name, "/SaveAs")) {
-        done = guarded(command.argument("FNAME"), [&] { return saveAs(command.argument("FNAME")); });
-      } else {
-        logLine(LogLevel::Warning, "quillbay.host",
-                formatText("%s, line %d: unknown command %s.", {path, std::to_string(command.line), command.name}));
-      }
-      // A script may mark a command whose failure does not end it.
-      if (!done && command.argument("_ignore_command_") != "1") return false;
-    }
-    return true;
-  });
+  const std::string text = paramString(arguments, "Script");
+  if (text.empty()) return runFile(paramString(arguments, "FileName"), arguments);
+  return runText(text, {}, paramString(arguments, "Title", Supp_Translate("command")), arguments);
+}
+
+bool CHostScriptSink::autocorrect(IParam* arguments) {
+  std::string path = paramString(arguments, "FileName");
+  if (path.empty()) {
+    const auto scripts = KxPtr<IParam>::adopt(m_parts.profile->GetSection("Scripts", 0));
+    path = paramString(scripts.get(), kAutocorrect);
+  }
+  if (!path.empty()) return runFile(fio::expandHome(path), arguments);
+  return runText(std::string("/") + kAutocorrect, {}, Supp_Translate(kAutocorrect), arguments);
+}
+
+bool CHostScriptSink::runFile(const std::string& path, IParam* arguments) {
+  try {
+    return runText(readScript(path), path, path, arguments);
+  } catch (const CXFileException& e) {
+    ScriptRun(world(), path, arguments).refuse(path, e.what());
+  }
+  return false;
+}
+
+bool CHostScriptSink::runText(const std::string& text, const std::string& file, const std::string& title,
+                              IParam* arguments) {
+  ScriptRun run(world(), title, arguments);
+  std::vector<ScriptStep> steps;
+  try {
+    steps = compileScript(text, file, title, m_parts.syntax.get());
+  } catch (const CXException& e) {
+    run.refuse(title, e.what());
+    return false;
+  }
+  return run.run(steps);
 }
 
 }  // namespace quillbay
