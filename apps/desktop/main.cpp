@@ -1,5 +1,6 @@
 #include <QApplication>
 #include <QCommandLineParser>
+#include <QIcon>
 #include <QTimer>
 #include <csignal>
 
@@ -12,7 +13,8 @@ int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QApplication::setApplicationName("Quillbay");
   QApplication::setApplicationVersion(quillbay::LibraryVersion());
-  QApplication::setDesktopFileName("quillbay");
+  QApplication::setDesktopFileName("org.quillbay.Quillbay");
+  QApplication::setWindowIcon(QIcon(":/quillbay.png"));
 
   QCommandLineParser parser;
   parser.setApplicationDescription(QApplication::translate("main", "Scans large documents."));
