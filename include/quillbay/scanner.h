@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -135,6 +136,7 @@ class IScan : public IKxUnknown {
 struct ScannerEntry {
   std::string device;  ///< what opens it: "test:0", "net:host:...", "sim:width=900"
   std::string vendor, model, type;
+  std::string serial{};  ///< what an open device tells; lists have none
 };
 
 /// Finds, remembers and opens scanners.
@@ -161,6 +163,23 @@ class IScanManager : public IKxUnknown {
   virtual int Remember() = 0;
   /// Whether a device is known without asking: set, in SANE_DEFAULT_DEVICE, or remembered.
   virtual int HasCurrent() = 0;
+};
+
+/// Finds a scanner that went away and came back; queried from the manager.
+class IScannerWatch : public IKxUnknown {
+ public:
+  /// Stores what the current scanner is known by. Answers 1, or 0 when none is known, or it is a simulated one,
+  /// which never goes away. User-interface thread.
+  virtual int GetWanted(ScannerEntry* out) = 0;
+  /// Looks, in a helper process, whether the scanner is there: under its name, also when no driver lists it, or
+  /// under another one with the same vendor, model and type. Takes seconds; any thread. `stopped` (may be empty) is
+  /// asked some times a second whether to give up. Answers 1 with the device in `*found`, or 0 (`*why` holds the
+  /// reason when the looking failed).
+  virtual int Find(const ScannerEntry& lost, ScannerEntry* found, std::string* why,
+                   const std::function<bool()>& stopped) = 0;
+  /// Opens what `Find` found as the current scanner; its name and settings stay its own. Answers 1, or 0 with the
+  /// reason in `*why`: the current scanner is an unavailable one then. User-interface thread.
+  virtual int Reopen(const ScannerEntry& found, std::string* why) = 0;
 };
 
 /// How a host lets the person choose a scanner.

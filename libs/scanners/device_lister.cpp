@@ -7,6 +7,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -22,6 +23,7 @@ namespace quillbay {
 namespace {
 
 constexpr const char* kHelper = "quillbay-list-scanners";
+constexpr std::chrono::milliseconds::rep kAskMs = 100;
 using Clock = std::chrono::steady_clock;
 
 class Fd {
@@ -72,7 +74,7 @@ std::string findHelper(const std::string& programFolder) {
 }
 
 // Starts the helper in a process group of its own, so that whatever it started can be ended with it.
-int spawnHelper(const std::string& path, int output, pid_t* pid) {
+int spawnHelper(const std::string& path, const std::string& unlisted, int output, pid_t* pid) {
   posix_spawn_file_actions_t actions;
   posix_spawnattr_t attributes;
   posix_spawn_file_actions_init(&actions);
@@ -84,22 +86,22 @@ int spawnHelper(const std::string& path, int output, pid_t* pid) {
   posix_spawnattr_setsigmask(&attributes, &none);
   posix_spawnattr_setpgroup(&attributes, 0);
   posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
-  std::string name = path;
-  char* arguments[] = {name.data(), nullptr};
+  std::string name = path, device = unlisted;
+  char* arguments[] = {name.data(), device.empty() ? nullptr : device.data(), nullptr};
   const int error = posix_spawn(pid, path.c_str(), &actions, &attributes, arguments, environ);
   posix_spawn_file_actions_destroy(&actions);
   posix_spawnattr_destroy(&attributes);
   return error;
 }
 
-// Reads to the end of the output; false when the limit came first.
-bool readAll(int fd, Clock::time_point limit, std::string* text) {
+// Reads to the end of the output; false when the limit came first, or nobody wants it any more.
+bool readAll(int fd, Clock::time_point limit, const std::function<bool()>& stopped, std::string* text) {
   char piece[4096];
   for (;;) {
     const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(limit - Clock::now()).count();
-    if (left <= 0) return false;
+    if (left <= 0 || (stopped && stopped())) return false;
     pollfd waiting{fd, POLLIN, 0};
-    const int ready = poll(&waiting, 1, static_cast<int>(left));
+    const int ready = poll(&waiting, 1, static_cast<int>(stopped ? std::min(left, kAskMs) : left));
     if (ready == 0 || (ready < 0 && errno == EINTR)) continue;
     const ssize_t got = read(fd, piece, sizeof piece);
     if (got < 0 && errno == EINTR) continue;
@@ -134,7 +136,8 @@ std::string describeEnd(int status) {
 }  // namespace
 
 bool listSaneDevices(const std::string& programFolder, std::chrono::milliseconds limit,
-                     std::vector<ScannerEntry>* out, std::string* why) {
+                     std::vector<ScannerEntry>* out, std::string* why, const std::string& unlisted,
+                     const std::function<bool()>& stopped) {
   const std::string path = findHelper(programFolder);
   if (path.empty()) {
     *why = formatText(Supp_Translate("the program %s, which looks for scanners, is missing: install it again or "
@@ -150,13 +153,13 @@ bool listSaneDevices(const std::string& programFolder, std::chrono::milliseconds
   const Fd input(ends[0]);
   Fd output(ends[1]);
   pid_t pid = 0;
-  if (const int error = spawnHelper(path, output.get(), &pid); error != 0) {
+  if (const int error = spawnHelper(path, unlisted, output.get(), &pid); error != 0) {
     *why = path + ": " + fio::errorText(error);
     return false;
   }
   output.reset();
   std::string text;
-  const bool ended = readAll(input.get(), Clock::now() + limit, &text);
+  const bool ended = readAll(input.get(), Clock::now() + limit, stopped, &text);
   if (!ended) kill(-pid, SIGKILL);
   int status = 0;
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {

@@ -1,5 +1,6 @@
 #pragma once
 #include <chrono>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,7 +15,10 @@ inline constexpr std::chrono::milliseconds kListLimit{15000};
 /// QUILLBAY_LIBEXEC names, in `programFolder`, beside the running program and this library, in the folders where an
 /// installation puts it, and in the build tree. Answers false with the reason in `*why` when it is missing,
 /// crashed, or did not end within `limit`; what it said before is in `*out`, which is appended to.
+/// Any thread. With `unlisted`, a device that no driver lists is in `*out`, by its device string alone, when it can
+/// be opened. `stopped` (may be empty) is asked some times a second whether to give up.
 [[nodiscard]] bool listSaneDevices(const std::string& programFolder, std::chrono::milliseconds limit,
-                                   std::vector<ScannerEntry>* out, std::string* why);
+                                   std::vector<ScannerEntry>* out, std::string* why,
+                                   const std::string& unlisted = {}, const std::function<bool()>& stopped = {});
 
 }  // namespace quillbay

@@ -18,8 +18,9 @@ constexpr int kDefaultThreshold = 128;
 
 }  // namespace
 
-std::shared_ptr<SaneCore> SaneCore::open(IApp* app, const std::string& device) {
-  std::shared_ptr<SaneCore> core(new SaneCore(app, device));
+std::shared_ptr<SaneCore> SaneCore::open(IApp* app, const std::string& device,
+                                         std::shared_ptr<ScannerFinder> finder) {
+  std::shared_ptr<SaneCore> core(new SaneCore(app, device, std::move(finder)));
   SaneThread::instance().call(app, [&] {
     core->m_device = std::make_unique<SaneDevice>(device);
     core->learn();
@@ -27,7 +28,8 @@ std::shared_ptr<SaneCore> SaneCore::open(IApp* app, const std::string& device) {
   return core;
 }
 
-SaneCore::SaneCore(IApp* app, std::string device) : m_app(KxPtr<IApp>::share(app)), m_name(std::move(device)) {}
+SaneCore::SaneCore(IApp* app, std::string device, std::shared_ptr<ScannerFinder> finder)
+    : m_app(KxPtr<IApp>::share(app)), m_name(std::move(device)), m_finder(std::move(finder)) {}
 
 void SaneCore::close() {
   // Posted, not called: the thread may be occupied by another device's scan. Whoever opens the device again comes
@@ -119,6 +121,7 @@ void SaneCore::waitUntilIdle() {
 }
 
 bool SaneCore::mayUseDevice() {
+  if (m_isClosed) return false;
   {
     const std::lock_guard lock(m_mutex);
     if (m_isRunning) return false;
@@ -128,7 +131,7 @@ bool SaneCore::mayUseDevice() {
 
 void SaneCore::endBatch() {
   if (!m_batchOpen.exchange(false)) return;
-  m_device->cancel();
+  if (m_device->mayAsk()) m_device->cancel();
 }
 
 std::uint32_t SaneCore::prepare(const ScanWish& wish) {
@@ -151,10 +154,31 @@ void SaneCore::startDevice() {
   const SANE_Status status = m_device->start(m_stop);
   if (m_stop) throw UnitFaultException(stoppedFault(m_name));
   if (status == SANE_STATUS_ACCESS_DENIED) SaneThread::instance().forgetPasswords();
+  if (status == SANE_STATUS_INVAL) m_isLost = true;  // drivers say so for a handle without a device as well
   checkSane(status, m_name, SaneStep::Start);
 }
 
+// The device may have been unplugged and be back, perhaps under another name.
+void SaneCore::reopenLost() {
+  m_batchOpen = false;
+  m_isClosed = true;
+  try {
+    m_device->reopen(m_device->name());
+  } catch (const UnitFaultException& e) {
+    if (!m_finder || !mayBeElsewhere(e.fault())) throw;
+    const auto found = m_finder->find([this] { return m_stop.load(); });
+    if (m_stop) throw UnitFaultException(stoppedFault(m_name));
+    if (!found) throw;
+    SaneThread::instance().renewDrivers();
+    m_device->reopen(found->device);
+    m_finder->take(*found);
+  }
+  m_isClosed = false;
+  m_isLost = false;
+}
+
 void SaneCore::scanPage(IScanSink* sink, const ScanWish& wish) {
+  if (m_isLost || !m_device->mayAsk()) reopenLost();
   SanePage::Setup setup;
   setup.mode = wish.mode;
   setup.dpi = prepare(wish);
@@ -198,6 +222,7 @@ void SaneCore::scan() {
     scanPage(sink.get(), wish);
   } catch (...) {
     fault = faultOfException();
+    if (fault.code == UnitFaultCode::InputOutput || fault.code == UnitFaultCode::AccessDenied) m_isLost = true;
   }
   finishDevice(wish, fault.code == UnitFaultCode::None);
   if (fault.code != UnitFaultCode::None)
@@ -240,6 +265,7 @@ bool SaneCore::isLoaded() {
   }
   if (!capabilities().isFeeder || !mayUseDevice()) return loaded;
   SaneThread::instance().call(m_app.get(), [&] {
+    if (!m_device->mayAsk()) return;
     for (const char* name : kSensors) {
       m_device->refresh(name);
       const SaneOption* sensor = m_device->find(name);
@@ -253,6 +279,7 @@ bool SaneCore::unload() {
   if (!mayUseDevice()) return false;
   bool done = false;
   SaneThread::instance().call(m_app.get(), [&] {
+    if (!m_device->mayAsk()) return;
     for (const char* name : kUnloaders) {
       const SaneOption* button = m_device->settable(name);
       if (done || !button || button->type != SANE_TYPE_BUTTON) continue;
@@ -306,6 +333,7 @@ bool SaneCore::setOption(std::string_view name, std::string_view value, std::str
   if (!mayUseDevice()) return true;  // kept for the next scan
   try {
     SaneThread::instance().call(m_app.get(), [&] {
+      if (!m_device->mayAsk()) return;  // the next scan opens it anew
       endBatch();
       if (m_device->settable(name)) m_device->set(name, parsed);
       learn();

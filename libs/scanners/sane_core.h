@@ -12,6 +12,7 @@
 #include "scanners/sane_capabilities.h"
 #include "scanners/sane_device.h"
 #include "scanners/sane_settings.h"
+#include "scanners/scanner_finder.h"
 
 namespace quillbay {
 
@@ -23,8 +24,10 @@ namespace quillbay {
 /// known, and settings are kept for the next scan.
 class SaneCore : public std::enable_shared_from_this<SaneCore> {
  public:
-  /// Opens the device. Throws UnitFaultException.
-  static std::shared_ptr<SaneCore> open(IApp* app, const std::string& device);
+  /// Opens the device. `finder` (may be null) finds it when it went away and came back under another name.
+  /// Throws UnitFaultException.
+  static std::shared_ptr<SaneCore> open(IApp* app, const std::string& device,
+                                        std::shared_ptr<ScannerFinder> finder = {});
   ~SaneCore() = default;
   SaneCore(const SaneCore&) = delete;
   SaneCore& operator=(const SaneCore&) = delete;
@@ -43,7 +46,8 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
   bool setOption(std::string_view name, std::string_view value, std::string* why);
 
  private:
-  SaneCore(IApp* app, std::string device);
+  SaneCore(IApp* app, std::string device, std::shared_ptr<ScannerFinder> finder);
+  void reopenLost();
   void scan();
   static void deliverEnd(KxPtr<IScanSink> sink, int status);
   void scanPage(IScanSink* sink, const ScanWish& wish);
@@ -59,14 +63,17 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
 
   const KxPtr<IApp> m_app;
   const std::string m_name;
+  const std::shared_ptr<ScannerFinder> m_finder;
 
   // SANE thread
   std::unique_ptr<SaneDevice> m_device;
   ScanWish m_lastWish;  // of an open batch
   WantedOptions m_lastWanted;
   std::uint32_t m_lastDpi = 0;
+  bool m_isLost = false;  // the last scan failed as if the device had gone: it is opened anew before the next
 
   std::atomic<bool> m_stop{false};
+  std::atomic<bool> m_isClosed{false};   // a lost device could not be opened again so far
   std::atomic<bool> m_batchOpen{false};  // a page was read, and the next may follow without a cancel
 
   std::mutex m_mutex;  // guards the rest

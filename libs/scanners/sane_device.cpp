@@ -3,21 +3,42 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <utility>
 
 #include "platform/base_services.h"
 #include "scanners/sane_fault.h"
+#include "scanners/sane_link.h"
 #include "scanners/sane_thread.h"
 
 namespace quillbay {
 
-SaneDevice::SaneDevice(std::string name) : m_name(std::move(name)) {
-  const SANE_Status status = sane_open(m_name.c_str(), &m_handle);
+SaneDevice::SaneDevice(std::string name) : m_name(std::move(name)) { open(); }
+
+SaneDevice::~SaneDevice() { close(); }
+
+void SaneDevice::open() {
+  SANE_Handle handle = nullptr;
+  const SANE_Status status = sane_open(m_name.c_str(), &handle);
   if (status == SANE_STATUS_ACCESS_DENIED) SaneThread::instance().forgetPasswords();
   checkSane(status, m_name, SaneStep::Open);
+  m_handle = handle;
+  SaneThread::instance().deviceOpened();
   reload();
 }
 
-SaneDevice::~SaneDevice() { sane_close(m_handle); }
+void SaneDevice::close() noexcept {
+  if (!m_handle) return;
+  sane_close(std::exchange(m_handle, nullptr));
+  SaneThread::instance().deviceClosed();
+}
+
+bool SaneDevice::mayAsk() const { return isOpen() && !(isRemote() && hasBrokenSaneLink()); }
+
+void SaneDevice::reopen(const std::string& name) {
+  close();
+  m_name = name;
+  open();
+}
 
 void SaneDevice::reload() {
   m_options.clear();
@@ -114,6 +135,8 @@ void SaneDevice::interrupt() {
   if (m_mayInterrupt) sane_cancel(m_handle);
 }
 
-void SaneDevice::cancel() { sane_cancel(m_handle); }
+void SaneDevice::cancel() {
+  if (m_handle) sane_cancel(m_handle);
+}
 
 }  // namespace quillbay

@@ -12,7 +12,9 @@
 
 namespace quillbay {
 
-/// An open SANE device with a copy of its options. SANE thread only, except `interrupt`.
+/// A SANE device with a copy of its options; open, except after a `reopen` that failed: then only `name`,
+/// `options`, `isOpen`, `cancel`, `interrupt` and another `reopen` may be called. SANE thread only, except
+/// `interrupt`.
 class SaneDevice {
  public:
   /// Opens the device. Throws UnitFaultException.
@@ -21,6 +23,11 @@ class SaneDevice {
   SaneDevice(const SaneDevice&) = delete;
   SaneDevice& operator=(const SaneDevice&) = delete;
 
+  /// Closes the device and opens it again, or one of another name. Throws UnitFaultException.
+  void reopen(const std::string& name);
+  /// Whether the driver may be asked anything: the device is open, and its daemon, if it is remote, still there.
+  [[nodiscard]] bool mayAsk() const;
+  [[nodiscard]] bool isOpen() const noexcept { return m_handle != nullptr; }
   [[nodiscard]] const std::string& name() const noexcept { return m_name; }
   [[nodiscard]] const std::vector<SaneOption>& options() const noexcept { return m_options; }
   /// Whether the device is another machine's, through SANE's network driver.
@@ -49,6 +56,8 @@ class SaneDevice {
   void interrupt();
 
  private:
+  void open();
+  void close() noexcept;
   template <class Call>
   SANE_Status interruptible(const std::atomic<bool>& stop, bool mayInterrupt, Call call);
 

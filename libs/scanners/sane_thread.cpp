@@ -115,17 +115,28 @@ void SaneThread::runTask(Task& task) {
   task.work = nullptr;  // what it held goes on this thread, before the caller goes on
 }
 
+void SaneThread::startDrivers() {
+  SANE_Int version = 0;
+  const SANE_Status status = sane_init(&version, &SaneThread::authorise);
+  if (status != SANE_STATUS_GOOD)
+    logLine(LogLevel::Error, "quillbay.scanner", std::string("SANE cannot be used: ") + sane_strstatus(status));
+}
+
+bool SaneThread::renewDrivers() {
+  if (m_devices > 0) return false;
+  logLine(LogLevel::Info, "quillbay.scanner", "the scanner drivers are started again");
+  sane_exit();
+  startDrivers();
+  return true;
+}
+
 void SaneThread::run() {
   t_isSaneThread = true;
   sigset_t pipe;
   sigemptyset(&pipe);
   sigaddset(&pipe, SIGPIPE);
   pthread_sigmask(SIG_BLOCK, &pipe, nullptr);
-  SANE_Int version = 0;
-  const SANE_Status status = sane_init(&version, &SaneThread::authorise);
-  if (status != SANE_STATUS_GOOD)
-    logLine(LogLevel::Error, "quillbay.scanner", std::string("SANE cannot be used: ") + sane_strstatus(status));
-
+  startDrivers();
   for (;;) {
     std::shared_ptr<Task> task;
     {

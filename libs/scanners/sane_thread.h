@@ -31,6 +31,13 @@ class SaneThread {
   void beginScan() noexcept { ++m_scans; }
   void endScan() noexcept { --m_scans; }
   [[nodiscard]] bool isScanning() const noexcept { return m_scans > 0; }
+  /// Devices that are open; told by `SaneDevice`, on the thread.
+  void deviceOpened() noexcept { ++m_devices; }
+  void deviceClosed() noexcept { --m_devices; }
+  /// On the thread: takes the drivers down and up again, since many know only the devices that they found when they
+  /// started. Some drivers do not like it: only when a device that is there cannot be opened otherwise. Does
+  /// nothing and answers false while a device is open.
+  bool renewDrivers();
   /// The passwords given so far were refused: ask again next time.
   void forgetPasswords() { m_auth.forget(); }
 
@@ -39,6 +46,7 @@ class SaneThread {
   struct Question;
   SaneThread();
   void run();
+  static void startDrivers();
   void runTask(Task& task);
   void enqueue(std::shared_ptr<Task> task);
   bool askCaller(const std::string& prompt, bool secret, std::string* answer);
@@ -46,6 +54,7 @@ class SaneThread {
 
   SaneAuth m_auth;
   std::atomic<int> m_scans{0};
+  int m_devices = 0;   // SANE thread
   std::mutex m_mutex;  // guards the rest
   std::condition_variable m_wake;
   std::condition_variable m_progress;  // a task is done, or has a question, or its question is answered

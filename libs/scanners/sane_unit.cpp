@@ -61,9 +61,11 @@ int SaneUnit::SetOption(std::string_view name, std::string_view value, std::stri
   return m_core->setOption(name, value, why) ? 1 : 0;
 }
 
-KxPtr<IScan> newSaneScan(IApp* app, const std::string& device, const std::string& name, UnitFault* fault) {
+KxPtr<IScan> newSaneScan(IApp* app, const std::string& device, const std::string& name, UnitFault* fault,
+                         std::shared_ptr<ScannerFinder> finder) {
   try {
-    return KxPtr<IScan>::adopt(new SaneUnit(SaneCore::open(app, device), name.empty() ? device : name));
+    return KxPtr<IScan>::adopt(
+        new SaneUnit(SaneCore::open(app, device, std::move(finder)), name.empty() ? device : name));
   } catch (const UnitFaultException& e) {
     *fault = e.fault();
     return {};

@@ -49,8 +49,9 @@ class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
 };
 
 /// Opens a SANE device. `name` is the scanner's name for its settings; empty: the device's. Null with the reason in
-/// `*fault` when it cannot be opened.
+/// `*fault` when it cannot be opened. `finder` (may be null) finds the device when it comes back under another
+/// name.
 [[nodiscard]] KxPtr<IScan> newSaneScan(IApp* app, const std::string& device, const std::string& name,
-                                       UnitFault* fault);
+                                       UnitFault* fault, std::shared_ptr<ScannerFinder> finder = {});
 
 }  // namespace quillbay

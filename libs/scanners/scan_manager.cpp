@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "platform/base_services.h"
 #include "scanners/device_lister.h"
+#include "scanners/sane_thread.h"
 #include "scanners/sane_unit.h"
 #include "scanners/sim_scan.h"
 
@@ -13,14 +15,6 @@ namespace quillbay {
 namespace {
 
 bool isSimulated(std::string_view device) { return device.substr(0, 4) == "sim:"; }
-
-const ScannerEntry* findDevice(const std::vector<ScannerEntry>& list, std::string_view device) {
-  const auto it = std::find_if(list.begin(), list.end(), [&](const ScannerEntry& e) { return e.device == device; });
-  return it == list.end() ? nullptr : &*it;
-}
-
-// What follows the last colon: the part of a device string that numbering and addresses leave alone.
-std::string_view tailOf(std::string_view device) { return device.substr(device.rfind(':') + 1); }
 
 std::string join(std::initializer_list<std::string> parts) {
   std::string text;
@@ -31,29 +25,24 @@ std::string join(std::initializer_list<std::string> parts) {
 
 }  // namespace
 
-const ScannerEntry* matchScanner(const ScannerEntry& lost, const std::vector<ScannerEntry>& list) {
-  if (lost.vendor.empty() && lost.model.empty()) return nullptr;
-  std::vector<const ScannerEntry*> alike;
-  for (const ScannerEntry& e : list)
-    if (e.vendor == lost.vendor && e.model == lost.model && e.type == lost.type) alike.push_back(&e);
-  if (alike.size() > 1) {
-    std::erase_if(alike, [&](const ScannerEntry* e) { return tailOf(e->device) != tailOf(lost.device); });
-  }
-  return alike.size() == 1 ? alike.front() : nullptr;
-}
-
 ScanManager::ScanManager(IApp* app, int flags)
     : m_app(KxPtr<IApp>::share(app)), m_offersSimulated((flags & 1) != 0) {}
 
 int ScanManager::Initialise(std::string_view folder, IParam* settings, int) {
+  const std::lock_guard lock(m_mutex);
   m_folder = folder;
   m_settings = KxPtr<IParam>::share(settings);
   return 1;
 }
 
+std::string ScanManager::folder() {
+  const std::lock_guard lock(m_mutex);
+  return m_folder;
+}
+
 int ScanManager::List(std::vector<ScannerEntry>* out, std::string* why) {
   std::string reason;
-  const bool done = listSaneDevices(m_folder, kListLimit, out, &reason);
+  const bool done = listSaneDevices(folder(), kListLimit, out, &reason);
   completeFrom(*out);
   if (m_offersSimulated) {
     const std::vector<ScannerEntry> simulated = listSimScanners();
@@ -68,14 +57,21 @@ int ScanManager::List(std::vector<ScannerEntry>* out, std::string* why) {
 
 // A scanner that was opened by its device string alone gets its vendor and model from the first list.
 void ScanManager::completeFrom(const std::vector<ScannerEntry>& list) {
-  if (!m_current || !m_entry.vendor.empty()) return;
-  if (const ScannerEntry* known = findDevice(list, m_entry.device)) m_entry = *known;
-  if (m_settings && remembered().device == m_entry.device) Remember();
+  if (!m_current || !m_finder) return;
+  ScannerEntry now = entry();
+  const ScannerEntry* known = now.vendor.empty() ? findDevice(list, now.device) : nullptr;
+  if (known) {
+    const std::string serial = std::exchange(now, *known).serial;
+    now.serial = serial;
+    m_finder->setEntry(now);
+  }
+  if (m_settings && remembered().device == now.device) Remember();
 }
 
 ScannerEntry ScanManager::remembered() const {
   IParam* s = m_settings.get();
-  return {paramString(s, "Device"), paramString(s, "Vendor"), paramString(s, "Model"), paramString(s, "Type")};
+  return {paramString(s, "Device"), paramString(s, "Vendor"), paramString(s, "Model"), paramString(s, "Type"),
+          paramString(s, "Serial")};
 }
 
 ScannerEntry ScanManager::wanted() {
@@ -86,49 +82,70 @@ ScannerEntry ScanManager::wanted() {
   return {device, {}, {}, {}};
 }
 
-KxPtr<IScan> ScanManager::open(const std::string& device, UnitFault* fault) {
-  if (!isSimulated(device)) {
-    const bool isKnown = device == remembered().device;
-    return newSaneScan(m_app.get(), device, isKnown ? paramString(m_settings.get(), "Name") : "", fault);
+KxPtr<IScan> ScanManager::open(const ScannerEntry& entry, UnitFault* fault) {
+  if (!isSimulated(entry.device)) {
+    const bool isKnown = entry.device == remembered().device;
+    return openSane(entry, isKnown ? paramString(m_settings.get(), "Name") : "", fault);
   }
   std::string why;
-  KxPtr<IScan> scan = newSimScan(device, &why);
+  KxPtr<IScan> scan = newSimScan(entry.device, &why);
   if (!scan) *fault = {UnitFaultCode::Invalid, why};
+  return scan;
+}
+
+KxPtr<IScan> ScanManager::openSane(const ScannerEntry& entry, const std::string& name, UnitFault* fault) {
+  auto finder = std::make_shared<ScannerFinder>(m_app, folder(), entry);
+  KxPtr<IScan> scan = newSaneScan(m_app.get(), entry.device, name, fault, finder);
+  if (!scan) return {};
+  ScannerEntry known = entry;
+  if (const std::string serial = serialOf(scan.get()); !serial.empty()) known.serial = serial;
+  finder->setEntry(known);
+  m_finder = std::move(finder);
+  return scan;
+}
+
+// Opens a listed device in the place of the one that was lost. The drivers may have to be told to look again.
+KxPtr<IScan> ScanManager::openAs(const ScannerEntry& lost, const ScannerEntry& found, UnitFault* fault) {
+  const bool isKnown = lost.device == remembered().device;
+  const std::string kept = isKnown ? paramString(m_settings.get(), "Name") : "";
+  const std::string& name = kept.empty() ? lost.device : kept;
+  KxPtr<IScan> scan = openSane(found, name, fault);
+  if (!scan && mayBeElsewhere(*fault)) {
+    SaneThread::instance().call(m_app.get(), [] { SaneThread::instance().renewDrivers(); });
+    scan = openSane(found, name, fault);
+  }
+  if (!scan) return {};
+  const ScannerEntry opened = m_finder->entry();
+  if (!lost.serial.empty() && !opened.serial.empty() && lost.serial != opened.serial) {
+    m_finder = nullptr;
+    *fault = {UnitFaultCode::Invalid, formatText(Supp_Translate("%s has the serial number %s, not %s."),
+                                                 {found.device, opened.serial, lost.serial})};
+    return {};
+  }
+  m_set = found.device;
+  tellFoundAgain(m_app.get(), lost.device, found.device);
   return scan;
 }
 
 KxPtr<IScan> ScanManager::findAgain(const ScannerEntry& lost, UnitFault* fault) {
   std::vector<ScannerEntry> list;
   std::string why;
-  if (!listSaneDevices(m_folder, kListLimit, &list, &why)) fault->text.append(" (").append(why).append(")");
-  const ScannerEntry* found = findDevice(list, lost.device) ? nullptr : matchScanner(lost, list);
-  if (!found) return {};
-  const std::string name = paramString(m_settings.get(), "Name");
-  UnitFault second;
-  KxPtr<IScan> scan = newSaneScan(m_app.get(), found->device, name.empty() ? lost.device : name, &second);
-  if (!scan) {
-    *fault = second;
-    return {};
+  if (!listSaneDevices(folder(), kListLimit, &list, &why)) fault->text.append(" (").append(why).append(")");
+  for (const ScannerEntry& found : candidatesFor(lost, list)) {
+    if (KxPtr<IScan> scan = openAs(lost, found, fault)) return scan;
   }
-  m_entry = *found;
-  m_set = found->device;
-  const std::string told =
-      formatText(Supp_Translate("The scanner %s was found again as %s."), {lost.device, found->device});
-  logLine(LogLevel::Info, "quillbay.scanner", told);
-  if (const KxPtr<IEvents> events = query<IEvents>(m_app.get())) events->Note("quillbay.scanner", told.c_str());
-  return scan;
+  return {};
 }
 
 IScan* ScanManager::GetCurrent() {
   if (!m_current) {
     m_entry = wanted();
+    m_finder = nullptr;
     UnitFault fault{UnitFaultCode::Other,
                     Supp_Translate("No scanner was chosen yet. Choose one from the list of scanners.")};
-    if (!m_entry.device.empty()) m_current = open(m_entry.device, &fault);
-    // A device that refuses (busy, no access) is there; one that is not may have got another device string.
-    const bool isGone = fault.code == UnitFaultCode::Invalid || fault.code == UnitFaultCode::InputOutput;
+    if (!m_entry.device.empty()) m_current = open(m_entry, &fault);
     const ScannerEntry lost = m_entry;
-    if (!m_current && isGone && !isSimulated(lost.device) && !lost.model.empty())
+    if (!m_current && mayBeElsewhere(fault) && !isSimulated(lost.device) && !lost.model.empty())
       m_current = findAgain(lost, &fault);
     if (!m_current) {
       logLine(LogLevel::Warning, "quillbay.scanner", fault.text);
@@ -136,6 +153,37 @@ IScan* ScanManager::GetCurrent() {
     }
   }
   return KxPtr<IScan>(m_current).detach();
+}
+
+int ScanManager::GetWanted(ScannerEntry* out) {
+  *out = m_current ? entry() : wanted();
+  return out->device.empty() || isSimulated(out->device) ? 0 : 1;
+}
+
+int ScanManager::Find(const ScannerEntry& lost, ScannerEntry* found, std::string* why,
+                      const std::function<bool()>& stopped) {
+  std::vector<ScannerEntry> list;
+  why->clear();
+  if (!listSaneDevices(folder(), kListLimit, &list, why, lost.device, stopped) && list.empty()) return 0;
+  const std::vector<ScannerEntry> candidates = candidatesFor(lost, list);
+  if (candidates.empty()) return 0;
+  *found = candidates.front();
+  return 1;
+}
+
+int ScanManager::Reopen(const ScannerEntry& found, std::string* why) {
+  const ScannerEntry lost = m_current ? entry() : wanted();
+  m_current = nullptr;  // closes it first
+  m_finder = nullptr;
+  ScannerEntry device = found;
+  if (device.vendor.empty() && device.device == lost.device) device = lost;
+  UnitFault fault;
+  m_current = openAs(lost, device, &fault);
+  if (m_current) return 1;
+  m_entry = lost;
+  m_current = KxPtr<IScan>::adopt(new UnavailableScan(lost.device, fault));
+  if (why) *why = fault.text;
+  return 0;
 }
 
 int ScanManager::SetCurrent(std::string_view device, std::string* why) {
@@ -147,6 +195,7 @@ int ScanManager::SetCurrent(std::string_view device, std::string* why) {
   }
   m_set = device;
   m_current = nullptr;
+  m_finder = nullptr;
   return 1;
 }
 
@@ -159,20 +208,22 @@ int ScanManager::Choose(int) {
 std::string ScanManager::GetScannerName(IScan* scanner) {
   if (!scanner) return {};
   if (scanner != m_current.get()) return scanner->GetName();
-  return join({m_entry.vendor, m_entry.model, m_entry.device});
+  const ScannerEntry e = entry();
+  return join({e.vendor, e.model, e.device});
 }
 
 int ScanManager::Remember() {
   if (!m_settings) return 0;
   const bool isOpen = m_current && m_current.as<IQuillbayUnit>();
   if (m_current && !isOpen) return 0;  // nobody wants to meet a scanner again that could not be opened
-  const ScannerEntry entry = isOpen ? m_entry : wanted();
-  if (entry.device.empty()) return 0;
-  const std::string name = isOpen ? m_current->GetName() : entry.device;
-  m_settings->SetValue("Device", entry.device);
-  m_settings->SetValue("Vendor", entry.vendor);
-  m_settings->SetValue("Model", entry.model);
-  m_settings->SetValue("Type", entry.type);
+  const ScannerEntry known = isOpen ? entry() : wanted();
+  if (known.device.empty()) return 0;
+  const std::string name = isOpen ? m_current->GetName() : known.device;
+  m_settings->SetValue("Device", known.device);
+  m_settings->SetValue("Vendor", known.vendor);
+  m_settings->SetValue("Model", known.model);
+  m_settings->SetValue("Type", known.type);
+  m_settings->SetValue("Serial", known.serial);
   m_settings->SetValue("Name", name);
   return 1;
 }

@@ -1,19 +1,22 @@
 #pragma once
+#include <memory>
+#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
 
 #include "quillbay/app.h"
 #include "quillbay/scanner.h"
+#include "scanners/scanner_finder.h"
 
 namespace quillbay {
 
-/// The scanner manager. User-interface thread only.
+/// The scanner manager. User-interface thread only, except `Find`.
 ///
-/// Its settings store has "Device" (what opens the scanner), "Vendor", "Model" and "Type" (what it is found again
-/// by when the device string has changed) and "Name" (its name for its own settings, which stays although the
-/// device string changes).
-class ScanManager final : public CKxUnknownImpl<IScanManager> {
+/// Its settings store has "Device" (what opens the scanner), "Vendor", "Model", "Type" and "Serial" (what it is
+/// found again by when the device string has changed) and "Name" (its name for its own settings, which stays
+/// although the device string changes).
+class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
  public:
   ScanManager(IApp* app, int flags);
 
@@ -26,21 +29,32 @@ class ScanManager final : public CKxUnknownImpl<IScanManager> {
   int Remember() override;
   int HasCurrent() override;
 
+  int GetWanted(ScannerEntry* out) override;
+  int Find(const ScannerEntry& lost, ScannerEntry* found, std::string* why,
+           const std::function<bool()>& stopped) override;
+  int Reopen(const ScannerEntry& found, std::string* why) override;
+
  private:
   ~ScanManager() override = default;
 
   [[nodiscard]] ScannerEntry wanted();
   [[nodiscard]] ScannerEntry remembered() const;
   void completeFrom(const std::vector<ScannerEntry>& list);
-  KxPtr<IScan> open(const std::string& device, UnitFault* fault);
+  KxPtr<IScan> open(const ScannerEntry& entry, UnitFault* fault);
+  KxPtr<IScan> openSane(const ScannerEntry& entry, const std::string& name, UnitFault* fault);
+  KxPtr<IScan> openAs(const ScannerEntry& lost, const ScannerEntry& found, UnitFault* fault);
   KxPtr<IScan> findAgain(const ScannerEntry& lost, UnitFault* fault);
+  [[nodiscard]] ScannerEntry entry() const { return m_finder ? m_finder->entry() : m_entry; }
+  [[nodiscard]] std::string folder();
 
   const KxPtr<IApp> m_app;
   const bool m_offersSimulated;
+  std::mutex m_mutex;  // guards the next one
   std::string m_folder;
   KxPtr<IParam> m_settings;
-  std::string m_set;     // by SetCurrent; empty: none
-  ScannerEntry m_entry;  // of the scanner that is open
+  std::string m_set;                        // by SetCurrent; empty: none
+  ScannerEntry m_entry;                     // of the scanner that could not be opened, or has no finder
+  std::shared_ptr<ScannerFinder> m_finder;  // of the SANE scanner that is open
   KxPtr<IScan> m_current;
 };
 
@@ -56,9 +70,5 @@ class UnavailableScan final : public CKxUnknownImpl<IScan, IUnitFault> {
   const std::string m_name;
   const UnitFault m_fault;
 };
-
-/// Which of the listed devices is the one that went by another device string: the only one, or the one whose device
-/// string ends alike, among those of the same vendor, model and type. Null when none is, or several might be.
-[[nodiscard]] const ScannerEntry* matchScanner(const ScannerEntry& lost, const std::vector<ScannerEntry>& list);
 
 }  // namespace quillbay
