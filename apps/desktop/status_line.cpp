@@ -19,7 +19,7 @@ StatusLine::StatusLine(quillbay::IApp* app, QStatusBar* bar)
 
 QLabel* StatusLine::addField(QStatusBar* bar, const QString& name, const QString& widest) {
   auto* field = new QLabel(bar);
-  field->setAccessibleName(name);
+  // No accessible name: it would be read out in place of the value.
   field->setToolTip(name);
   field->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
   field->setMinimumWidth(field->fontMetrics().horizontalAdvance(widest) + 8);

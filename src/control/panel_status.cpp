@@ -16,7 +16,6 @@ PanelStatus::PanelStatus(QWidget* parent)
   row->addWidget(m_text, 1);
   row->addWidget(m_bar);
   m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
-  m_text->setAccessibleName(QString::fromStdString(Supp_Translate("Status")));
   m_text->setMinimumWidth(1);  // a long text does not widen the panel
   m_bar->setAccessibleName(QString::fromStdString(Supp_Translate("Progress of the page")));
   m_bar->setMaximumWidth(fontMetrics().averageCharWidth() * 20);

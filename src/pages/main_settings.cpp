@@ -53,6 +53,8 @@ void CMainSettings::createForm(int) {
   m_form->length->setLimits(0, longest);
   m_dpiRange = resolutionRange(*controller().Unit());
   m_form->resolutionList->setEditable(m_dpiRange.has_value());
+  if (auto* typed = m_form->resolutionList->lineEdit())
+    typed->setAccessibleName(m_form->resolutionList->accessibleName());
   fillLists();
   showAll();
   m_changes.Subscribe(params().connectionPoint());
