@@ -43,4 +43,39 @@ class IQuillbaySink : public IKxUnknown {
 QUILLBAY_API HWND New_Quillbay(IApp* app, CWnd* parent, IKxView* view, IScriptCmdSink* script, IQuillbaySink** out,
                                eTarnwellMode mode);
 
+/// A docking bar with a window in it.
+class KxDockBar {
+ public:
+  /// Puts a window into the bar, which owns it from then on, and shows the bar. Answers 1, or 0 without a window. 0
+  virtual int Attach(HWND window) = 0;
+  /// The bar's window: the QDockWidget that a host moves, hides or closes. The bar is this window: it goes with it.
+  /// 1
+  virtual HWND GetWindow() = 0;
+
+ protected:
+  KxDockBar() = default;
+  KxDockBar(const KxDockBar&) = delete;
+  KxDockBar& operator=(const KxDockBar&) = delete;
+  virtual ~KxDockBar() = default;
+};
+
+/// Creates the panel in a docking bar, with a view of its own that shows the page being scanned. The application
+/// object is the one registered last; its main window (`IAppInterior::GetMainWindow`) owns the bar, which docks at
+/// its right side when that is a QMainWindow, and otherwise floats. `script` and `out` may be null.
+///
+/// When the bar is asked to close, `script` gets "KillCommand": an answer other than 0 keeps it open. A bar that
+/// goes without having been asked (with its main window) sends it as well, and goes whatever the answer. A bar that
+/// goes ends its scan; finished pages are kept.
+///
+/// Answers null, with a line in the log, and leaves `out` as it was and nothing behind, when there is no
+/// application object, no scanner could be connected or the mode is unknown. Needs a running QApplication, on its
+/// thread.
+QUILLBAY_API KxDockBar* New_QuillbayBar(IScriptCmdSink* script, IQuillbaySink** out, eTarnwellMode mode);
+
+/// Makes `app` the application object of the process, until another one is registered; that of `New_HostApp`
+/// registers and withdraws itself. No reference is held: withdraw it before it goes. User-interface thread only.
+QUILLBAY_API void RegisterApp(IApp* app);
+/// The object registered before counts again.
+QUILLBAY_API void WithdrawApp(IApp* app);
+
 }  // namespace quillbay

@@ -6,6 +6,7 @@
 #include "host/linear_unit.h"
 #include "host/std_papers.h"
 #include "platform/base_services.h"
+#include "quillbay/quillbay.h"
 
 namespace quillbay {
 namespace {
@@ -91,7 +92,10 @@ CHostApp::CHostApp(const HostOptions& options)
       m_options));
 }
 
-CHostApp::~CHostApp() { m_forwarder->clear(); }
+CHostApp::~CHostApp() {
+  WithdrawApp(static_cast<IHostApp*>(this));
+  m_forwarder->clear();
+}
 
 int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
   if (wanted == typeid(IApp)) {

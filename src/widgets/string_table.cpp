@@ -12,6 +12,7 @@ struct Entry {
 constexpr Entry kTexts[] = {
     {kTextMillimetres, "Millimeters"},
     {kTextInches, "Inches"},
+    {kTextBarCaption, "Tarnwell LE"},
     {kTextOverwrite, "File %s already exists. Overwrite?$QBHelp:IDH_QB_OverWrite$"},
     {kTextBw, "BW"},
     {kTextGreyScale, "GreyScale"},

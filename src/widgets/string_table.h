@@ -7,6 +7,7 @@ namespace quillbay {
 enum StringId : int {
   kTextMillimetres = 115,
   kTextInches = 116,
+  kTextBarCaption = 236,
   kTextOverwrite = 57612,  ///< "%s": the file
   kTextBw = 57614,
   kTextGreyScale = 57615,

@@ -51,6 +51,41 @@ QPainterPath filledShape(ToolIcon icon) {
   return path;
 }
 
+/// A magnifying glass, with what it does in it.
+void strokeGlass(QPainter& painter, ToolIcon icon) {
+  painter.drawEllipse(QPointF(10, 10), 6.5, 6.5);
+  painter.drawLine(QPointF(15, 15), QPointF(20.5, 20.5));
+  if (icon == ToolIcon::ZoomPixels) {
+    painter.drawPoint(QPointF(10, 8.5));
+    painter.drawPoint(QPointF(10, 11.5));
+    painter.drawLine(QPointF(7.2, 7.5), QPointF(7.2, 12.5));
+    painter.drawLine(QPointF(12.8, 7.5), QPointF(12.8, 12.5));
+    return;
+  }
+  painter.drawLine(QPointF(7, 10), QPointF(13, 10));
+  if (icon == ToolIcon::ZoomIn) painter.drawLine(QPointF(10, 7), QPointF(10, 13));
+}
+
+/// Four corners around a sheet.
+void strokeAll(QPainter& painter) {
+  painter.drawRect(QRectF(8, 8, 8, 8));
+  for (const int x : {-1, 1}) {
+    for (const int y : {-1, 1}) {
+      const QPointF corner(12 + x * 9, 12 + y * 9);
+      painter.drawLine(corner, corner - QPointF(x * 4, 0));
+      painter.drawLine(corner, corner - QPointF(0, y * 4));
+    }
+  }
+}
+
+/// An arrow to the left (-1) or to the right (1).
+void strokeArrow(QPainter& painter, int to) {
+  const QPointF tip(12 + to * 8, 12);
+  painter.drawLine(QPointF(12 - to * 8, 12), tip);
+  painter.drawLine(tip, tip + QPointF(-to * 6, -6));
+  painter.drawLine(tip, tip + QPointF(-to * 6, 6));
+}
+
 /// What is drawn with lines: a sheet under a magnifying glass, a sheet with a marked part, a window with a bar.
 void strokeShape(QPainter& painter, ToolIcon icon) {
   painter.setBrush(Qt::NoBrush);
@@ -74,6 +109,19 @@ void strokeShape(QPainter& painter, ToolIcon icon) {
       painter.drawLine(QPointF(8, 15.5), QPointF(12, 12));
       painter.drawLine(QPointF(12, 12), QPointF(16, 15.5));
       break;
+    case ToolIcon::View:
+      painter.drawRect(QRectF(3, 4, 18, 16));
+      painter.drawLine(QPointF(3.5, 17), QPointF(9, 11));
+      painter.drawLine(QPointF(9, 11), QPointF(13, 15));
+      painter.drawLine(QPointF(13, 15), QPointF(16, 12.5));
+      painter.drawLine(QPointF(16, 12.5), QPointF(20.5, 17));
+      break;
+    case ToolIcon::ZoomIn:
+    case ToolIcon::ZoomOut:
+    case ToolIcon::ZoomPixels: strokeGlass(painter, icon); break;
+    case ToolIcon::ZoomAll: strokeAll(painter); break;
+    case ToolIcon::ZoomBack: strokeArrow(painter, -1); break;
+    case ToolIcon::ZoomForward: strokeArrow(painter, 1); break;
     default: break;
   }
 }

@@ -79,21 +79,29 @@ class PanelTest : public testing::Test {
  protected:
   /// Opens a panel; false when the entry point answered null.
   bool open(const std::string& device, eTarnwellMode mode = ScanToFile) {
-    if (!m_app) makeApp();
-    std::string why;
-    const auto manager = query<IScanManager>(m_app.get());
-    EXPECT_TRUE(manager->SetCurrent(device, &why)) << why;
+    choose(device);
     m_parent = std::make_unique<QWidget>();
     const auto script = query<IScriptCmdSink>(m_app.get());
     m_window = New_Quillbay(m_app.get(), m_parent.get(), nullptr, script.get(), m_sink.put(), mode);
     if (!m_window) return false;
+    usePanel();
+    return true;
+  }
+  /// Makes `device` the current scanner of the host.
+  void choose(const std::string& device) {
+    if (!m_app) makeApp();
+    std::string why;
+    const auto manager = query<IScanManager>(m_app.get());
+    EXPECT_TRUE(manager->SetCurrent(device, &why)) << why;
+  }
+  /// Listens to the panel of the sink, and lets it write into the output folder.
+  void usePanel() {
     control = query<IQuillbayControl>(m_sink.get());
     control->Advise(recorder.get());
     set("m_Dir", out.path());
     set("m_Mask", "page");
     set("m_fCenter", 0);
     set("m_dwAutodetect", 0);
-    return true;
   }
   void close() {
     control = nullptr;
@@ -122,6 +130,7 @@ class PanelTest : public testing::Test {
     set("m_eScanType", 3);
   }
   [[nodiscard]] IQuillbaySink* sink() { return m_sink.get(); }
+  [[nodiscard]] IQuillbaySink** putSink() { return m_sink.put(); }
   [[nodiscard]] IHostApp* app() { return m_app.get(); }
   [[nodiscard]] QWidget* window() { return m_window; }
   [[nodiscard]] std::string file(const std::string& name) const { return out.path() + "/" + name; }

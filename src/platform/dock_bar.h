@@ -1,0 +1,43 @@
+#pragma once
+#include <QEvent>
+#include <cstdint>
+#include <string>
+
+#include "quillbay/quillbay.h"
+
+namespace quillbay {
+
+/// What a docking bar can do, added up.
+enum DockBarStyle : std::uint32_t {
+  kBarDocksAtSides = 16,  ///< left and right of the main window's middle, never above or below
+  kBarFloats = 128,       ///< the person may take it off the main window
+};
+
+/// Where a docking bar is at first.
+enum DockBarPlace : std::uint32_t {
+  kBarAtLeft = 8,
+  kBarAtRight = 16,
+};
+
+/// Sent (never posted) to the window in a docking bar before the bar closes because somebody asked it to. A window
+/// that does not answer lets it close.
+class DockBarClosing final : public QEvent {
+ public:
+  /// The user-message base plus 101.
+  static constexpr QEvent::Type kType = static_cast<QEvent::Type>(QEvent::User + 101);
+  enum Answer : int {
+    kStaysOpen = 1,
+    kCloses = 2,
+  };
+  DockBarClosing() : QEvent(kType) {}
+  int answer = kCloses;
+};
+
+/// A new, hidden docking bar: it shows itself when a window is attached, docked when `mainWindow` is a QMainWindow,
+/// otherwise (null too) as a floating tool window that docks nowhere. It belongs to `mainWindow`, and goes with its
+/// window: when the person closed it, when `mainWindow` goes, or by `delete bar->GetWindow()`. Without a main
+/// window it goes at the latest when the event loop of the program ends.
+[[nodiscard]] KxDockBar* new_DocBar(QWidget* mainWindow, const std::string& caption, std::uint32_t style,
+                                    std::uint32_t place);
+
+}  // namespace quillbay

@@ -1,0 +1,150 @@
+/// The panel in a docking bar.
+#include <QDockWidget>
+#include <QMainWindow>
+#include <QPointer>
+#include <QSplitter>
+
+#include "control/command_ids.h"
+#include "panel_fixture.h"
+#include "platform/post_command.h"
+
+namespace quillbay {
+namespace {
+
+/// A host's script sink that says whether the bar may close.
+class Gate final : public CKxUnknownImpl<IScriptCmdSink> {
+ public:
+  int ExecCommand(const char* command, IParam* arguments) override {
+    if (std::string(command) != "KillCommand") return 0;
+    EXPECT_EQ(arguments, nullptr);
+    ++asked;
+    return refuses ? 1 : 0;
+  }
+  int asked = 0;
+  bool refuses = false;
+};
+
+class BarTest : public PanelTest {
+ protected:
+  /// Opens a bar beside nothing in a main window; false when the entry point answered null.
+  bool openBar(const std::string& device, eTarnwellMode mode = ScanToFile) {
+    choose(device);
+    if (!main) main = std::make_unique<QMainWindow>();
+    app()->SetMainWindow(main.get());
+    main->show();
+    KxDockBar* bar = New_QuillbayBar(gate.get(), putSink(), mode);
+    if (!bar) return false;
+    dock = qobject_cast<QDockWidget*>(bar->GetWindow());
+    usePanel();
+    return true;
+  }
+  /// What was asked to go has gone.
+  static void settle() {
+    QCoreApplication::processEvents();
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+  }
+  void closeBar() {
+    control = nullptr;
+    dock->close();
+    settle();
+  }
+  void TearDown() override {
+    if (app()) app()->SetMainWindow(nullptr);
+    main.reset();
+    PanelTest::TearDown();
+  }
+
+  KxPtr<Gate> gate = KxPtr<Gate>::adopt(new Gate);
+  std::unique_ptr<QMainWindow> main;
+  QPointer<QDockWidget> dock;
+};
+
+TEST_F(BarTest, BelongsToTheMainWindowOrFloatsAndNeedsNoOutPointer) {
+  for (const bool hasMain : {true, false}) {
+    SCOPED_TRACE(hasMain);
+    ASSERT_TRUE(openBar("sim:size=210x120"));
+    EXPECT_EQ(main->dockWidgetArea(dock), Qt::RightDockWidgetArea);
+    closeBar();
+    if (!hasMain) app()->SetMainWindow(nullptr);
+    KxDockBar* bar = New_QuillbayBar(nullptr, nullptr, ScanToFile);
+    ASSERT_TRUE(bar);
+    EXPECT_TRUE(bar->GetWindow()->isVisible());
+    EXPECT_EQ(bar->GetWindow()->windowType() == Qt::Tool, !hasMain);
+    delete bar->GetWindow();
+  }
+}
+
+TEST_F(BarTest, WhatCannotBeMadeLeavesNothingBehind) {
+  ASSERT_TRUE(openBar("sim:size=210x120"));  // whatever is made once is there now
+  closeBar();
+  const auto windows = QApplication::allWidgets();
+  const auto kept = KxPtr<IQuillbaySink>::share(sink());
+  IQuillbaySink* handedOut = kept.get();
+  gate->refuses = true;
+  EXPECT_FALSE(New_QuillbayBar(gate.get(), &handedOut, static_cast<eTarnwellMode>(9)));
+  EXPECT_EQ(handedOut, kept.get());
+  EXPECT_EQ(QApplication::allWidgets().size(), windows.size());
+  EXPECT_EQ(main->findChildren<QDockWidget*>().size(), 0);
+  WithdrawApp(app());
+  EXPECT_FALSE(New_QuillbayBar(gate.get(), &handedOut, ScanToFile)) << "no application object";
+  RegisterApp(app());
+}
+
+TEST_F(BarTest, TheHostIsAskedBeforeItClosesAndToldWhenItGoes) {
+  ASSERT_TRUE(openBar("sim:size=210x120"));
+  const auto held = KxPtr<IQuillbaySink>::share(sink());
+  gate->refuses = true;
+  dock->toggleViewAction()->trigger();
+  settle();
+  ASSERT_TRUE(dock);
+  EXPECT_TRUE(dock->isVisible());
+  EXPECT_TRUE(dock->toggleViewAction()->isChecked());
+  EXPECT_EQ(gate->asked, 1);
+  gate->refuses = false;
+  closeBar();
+  EXPECT_FALSE(dock);
+  EXPECT_EQ(gate->asked, 2) << "who agreed is not asked again";
+  EXPECT_EQ(held->EnableViewSync(1), kNoWindow);
+
+  ASSERT_TRUE(openBar("sim:size=210x120"));
+  gate->refuses = true;
+  control = nullptr;
+  main.reset();
+  EXPECT_FALSE(dock);
+  EXPECT_EQ(gate->asked, 3) << "a bar that goes unasked says so";
+}
+
+TEST_F(BarTest, TheViewGetsTheRoomThatTheSmallLayoutLeaves) {
+  ASSERT_TRUE(openBar("sim:size=210x120"));
+  main->resize(dock->width(), 700);
+  QCoreApplication::processEvents();
+  const auto* split = dock->findChild<QSplitter*>();
+  auto* panel = dock->findChild<QTabBar*>()->parentWidget();
+  const int before = split->sizes()[1];
+  PostCommand(panel, command::kSwitchLayout, 1);
+  QCoreApplication::processEvents();
+  QCoreApplication::processEvents();  // what the panel posts to the holder
+  EXPECT_GT(split->sizes()[1], before + 100);
+  EXPECT_GE(split->sizes()[0], panel->minimumSizeHint().height());
+  dock->setFloating(true);
+  dock->resize(1200, 400);
+  QCoreApplication::processEvents();
+  EXPECT_EQ(split->orientation(), Qt::Horizontal);
+}
+
+TEST_F(BarTest, ClosingInTheMiddleEndsTheScanAndKeepsTheFinishedPage) {
+  ASSERT_TRUE(openBar("sim:size=210x120,at=10x3,speed=400"));
+  smallPages();
+  recorder->onLines = [&](std::int64_t) {
+    if (recorder->pages.size() == 1) recorder->loop.quit();
+  };
+  ASSERT_TRUE(control->Start(StartKind::Batch, 0));
+  recorder->loop.exec();
+  closeBar();
+  EXPECT_TRUE(recorder->ended);
+  EXPECT_EQ(recorder->cause, EndCause::Stopped);
+  EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page000.tif"});
+}
+
+}  // namespace
+}  // namespace quillbay
