@@ -32,6 +32,14 @@ class IEvents : public IKxUnknown {
   virtual int AskText(const char* prompt, int secret, std::string* answer) = 0;
 };
 
+/// The host's manual; a host without one answers no query for it. User-interface thread.
+class IHelp : public IKxUnknown {
+ public:
+  /// Opens the manual at a topic: "QBHelp:IDH_MaskEmpty", or "SCANNER:IDH_ScanToFile" for what a scanner has of its
+  /// own. Empty, or a topic that the manual does not know: its beginning. Answers 1, or 0 when nothing was shown.
+  virtual int ShowTopic(const char* topic) = 0;
+};
+
 /// A message parted into what is shown and the topic that its help button opens.
 struct EventText {
   std::string text;

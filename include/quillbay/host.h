@@ -42,6 +42,7 @@ struct HostMessage {
   std::string text;                      ///< without its help topic
   std::string helpTopic;                 ///< "QBHelp:IDH_MaskEmpty"
   std::string path;                      ///< the file or folder that an event is about; empty without one
+  std::string cause;                     ///< why, in a sentence of its own; empty when it is not known
   EventAnswer answer = EventAnswer::Ok;  ///< what the policy answers
 };
 
@@ -106,11 +107,16 @@ struct HostOptions {
   /// Lets the person choose a scanner: stores what opens it and answers true, or false when the person gave up.
   /// Empty: a simulated scanner, once, when none is known; otherwise giving up.
   std::function<bool(IScanManager* manager, std::string* device)> chooseScanner;
+  /// Shows a page of the manual in a window of the program, and answers that window, or null when it cannot: `page`
+  /// is what `FindManualPage` gives. The window is brought to the front for it, over an open message as well.
+  /// Empty: a plain window.
+  std::function<QWidget*(const std::string& page)> showManual;
 };
 
 /// The application object. It answers queries for `IAppInterior`, `IEvents`, `IProfile`, `IParam`, `IIOParams`,
-/// `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`, `IScannerChooser` and
-/// `IScriptCmdSink`. User-interface thread only, except what `IEvents` and `IIOParams` say.
+/// `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`, `IScannerChooser`,
+/// `IScriptServices` and `IScriptCmdSink`, and with a person before it (`HostOptions::interactive`) for `IHelp`.
+/// User-interface thread only, except what `IEvents` and `IIOParams` say.
 ///
 /// Beside the panel's own commands the script sink takes from a program:
 /// - "ProcessScript": runs a script over the current page, from the file "FileName", or from the text "Script".
@@ -152,6 +158,16 @@ QUILLBAY_API int RecoverPart(const std::string& part, bool mayReplace, std::stri
 /// ("25,4", "25.4 mm", "1 in", "1\"", "2 cm", "3 ft"); without one it is millimetres. Answers 1, or 0 when the text
 /// is no length.
 QUILLBAY_API int ParseLengthMm(std::string_view text, double* millimetres);
+
+/// The page of the manual, which is part of the library, for a help topic ("QBHelp:IDH_MaskEmpty", or with anything
+/// else before the colon): "qrc:/quillbay/manual/maskempty.html". Empty when the manual has none; its first page
+/// for an empty topic.
+[[nodiscard]] QUILLBAY_API std::string FindManualPage(std::string_view topic);
+
+/// Shows a message over `parent` (may be null) and waits for the answer. Closing the window gives the harmless one:
+/// No, giving up, OK. `help` opens the manual at the message's topic while the message stays; null: no Help button.
+QUILLBAY_API EventAnswer ShowMessageWindow(QWidget* parent, const HostMessage& message,
+                                           const std::function<void(const std::string& topic)>& help);
 
 /// The library's version, "0.1.0".
 [[nodiscard]] QUILLBAY_API const char* LibraryVersion();

@@ -77,7 +77,8 @@ bool CHostProfile::saveState() {
 CHostApp::CHostApp(const HostOptions& options)
     : m_options(completed(options)),
       m_forwarder(KxPtr<CAppForwarder>::adopt(new CAppForwarder(this))),
-      m_events(KxPtr<CHostEvents>::adopt(new CHostEvents(m_options))) {
+      m_help(m_options.interactive ? KxPtr<CHostHelp>::adopt(new CHostHelp(m_options.showManual)) : nullptr),
+      m_events(KxPtr<CHostEvents>::adopt(new CHostEvents(m_options, KxPtr<IHelp>::share(m_help.get())))) {
   const auto tell = [events = m_events](const std::string& text) {
     events->Message(static_cast<int>(EventKind::Information), text.c_str(), 0, static_cast<int>(EventButtons::Ok));
   };
@@ -108,7 +109,8 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
   if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
       answerWith<IIOParams>(wanted, m_io, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
       answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out) ||
-      answerWith<IScriptServices>(wanted, m_services, out)) {
+      answerWith<IScriptServices>(wanted, m_services, out) ||
+      answerWith<IHelp>(wanted, m_help, out)) {
     return 1;
   }
   return CKxUnknownImpl::QueryInterface(wanted, out);

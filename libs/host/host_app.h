@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/registry_store.h"
+#include "host/help_service.h"
 #include "host/host_events.h"
 #include "host/io_params.h"
 #include "host/script_sink.h"
@@ -76,6 +77,7 @@ class CHostApp final : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerCho
 
   HostOptions m_options;
   const KxPtr<CAppForwarder> m_forwarder;
+  const KxPtr<CHostHelp> m_help;  // null when nobody sits before the program
   const KxPtr<CHostEvents> m_events;
   KxPtr<CHostProfile> m_profile;
   KxPtr<CIOParams> m_io;

@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QInputDialog>
-#include <QMessageBox>
 #include <QThread>
 #include <cstdio>
 
@@ -12,30 +11,9 @@
 namespace quillbay {
 namespace {
 
+constexpr const char* kCannotWriteTopic = "QBHelp:IDH_CannotWrite";
+
 std::string orEmpty(const char* text) { return text ? text : ""; }
-
-QMessageBox::StandardButtons boxButtons(EventButtons buttons) {
-  switch (buttons) {
-    case EventButtons::YesNo: return QMessageBox::Yes | QMessageBox::No;
-    case EventButtons::RetryCancel: return QMessageBox::Retry | QMessageBox::Cancel;
-    case EventButtons::Ok: break;
-  }
-  return QMessageBox::Ok;
-}
-
-EventAnswer showBox(QWidget* window, const HostMessage& message) {
-  QMessageBox box(window);
-  box.setIcon(message.kind == EventKind::Information ? QMessageBox::Information : QMessageBox::Question);
-  box.setText(QString::fromStdString(message.text));
-  box.setStandardButtons(boxButtons(message.buttons));
-  switch (box.exec()) {
-    case QMessageBox::Yes: return EventAnswer::Yes;
-    case QMessageBox::Retry: return EventAnswer::Retry;
-    default: break;
-  }
-  if (message.buttons == EventButtons::YesNo) return EventAnswer::No;
-  return message.buttons == EventButtons::RetryCancel ? EventAnswer::GiveUp : EventAnswer::Ok;
-}
 
 }  // namespace
 
@@ -74,6 +52,8 @@ int CHostEvents::Event(int code, const char* detail, int buttons) {
   message.text = text + cause;  // not parted at dollar signs: a path may hold some
   message.event = code;
   message.path = subject.path;
+  message.cause = cause;
+  if (code == kEventCannotWrite) message.helpTopic = kCannotWriteTopic;
   return deliver(message);
 }
 
@@ -84,22 +64,27 @@ int CHostEvents::Message(int kind, const char* text, int /*flags*/, int buttons)
     message.text += ": " + subject.cause;
   }
   message.path = subject.path;
+  message.cause = subject.cause;
   return deliver(message);
 }
 
 int CHostEvents::deliver(const HostMessage& message) {
   logLine(LogLevel::Info, "quillbay.host", "message: " + message.text);
-  EventAnswer answer = message.answer;
+  HostMessage answered = message;
   if (m_onMessage) {
-    answer = m_onMessage(message);
+    answered.answer = m_onMessage(message);
   } else if (m_interactive) {
-    answer = showBox(m_window, message);
-  } else {
-    const std::string word = answerText(message);
+    std::function<void(const std::string&)> help;
+    if (m_help) help = [keep = m_help](const std::string& topic) { keep->ShowTopic(topic.c_str()); };
+    answered.answer = ShowMessageWindow(m_window, message, help);
+  }
+  const std::string word = answerText(answered);
+  if (!word.empty()) logLine(LogLevel::Info, "quillbay.host", "answer: " + word);
+  if (!m_onMessage && !m_interactive) {
     const std::string line = message.text + (word.empty() ? "" : " [" + word + "]") + "\n";
     std::fputs(line.c_str(), stderr);
   }
-  return static_cast<int>(answer);
+  return static_cast<int>(answered.answer);
 }
 
 int CHostEvents::AskText(const char* prompt, int secret, std::string* answer) {

@@ -12,8 +12,10 @@ namespace quillbay {
 /// with the policy's answer. User-interface thread, except `Note` and `AskText`.
 class CHostEvents final : public CKxUnknownImpl<IEvents> {
  public:
-  explicit CHostEvents(const HostOptions& options)
-      : m_interactive(options.interactive),
+  /// `help` is what the messages' Help button opens; null without a manual.
+  CHostEvents(const HostOptions& options, KxPtr<IHelp> help)
+      : m_help(std::move(help)),
+        m_interactive(options.interactive),
         m_onMessage(options.onMessage),
         m_onNote(options.onNote),
         m_answers(options.answers) {}
@@ -33,6 +35,7 @@ class CHostEvents final : public CKxUnknownImpl<IEvents> {
  private:
   int deliver(const HostMessage& message);
 
+  const KxPtr<IHelp> m_help;
   const bool m_interactive;
   const std::function<EventAnswer(const HostMessage&)> m_onMessage;
   const std::function<void(const std::string&, const std::string&)> m_onNote;
