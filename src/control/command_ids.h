@@ -3,6 +3,7 @@
 namespace quillbay::command {
 
 // Buttons.
+inline constexpr int kHelp = 9;
 inline constexpr int kStop = 106;
 inline constexpr int kPrescan = 107;
 inline constexpr int kEject = 108;

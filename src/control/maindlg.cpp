@@ -95,6 +95,7 @@ bool CMaindlg::OnCommand(int id, int code, std::int64_t value) {
       if (beginRun(static_cast<int>(value))) BatchScan();
       return true;
     case command::kSwitchLayout: SwitchLayout(); return true;
+    case command::kHelp: showHelp(); return true;
     case command::kScannerKey: m_params->set(scan_key::ScannerKeyPressed, code); return true;
     case command::kApplyParams: applyHostParams(); return true;
     case command::kStarted: onStarted(); return true;

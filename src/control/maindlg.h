@@ -71,6 +71,8 @@ class CMaindlg final : public CDialog, private IPanelController {
 
  protected:
   void changeEvent(QEvent* event) override;
+  /// F1, before it is a shortcut of the host's window.
+  bool event(QEvent* event) override;
 
  private:
   /// The embedded sink of the scan parameters.
@@ -106,6 +108,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   void showTab(int index);
   void updateButtons();
   void SwitchLayout();
+  [[nodiscard]] std::string currentTopic() const;
+  void showHelp();
 
   // Runs
   [[nodiscard]] bool beginRun(int wantedPages);

@@ -28,6 +28,7 @@ int CMaindlg::ConnectScanner() {
     if (const auto ex = query<IQuillbayUnitEx>(m_unit.get())) ex->SetStationSink(m_sink.get());
     ScanValues& v = quiet();
     v.scannerName = m_manager->GetScannerName(scanner.get());
+    v.helpTopic = destinationTopic(v.scannerName, v.mode);
     if (const auto sinks = KxPtr<IConnectionPoint<IScanSink>>::adopt(m_unit->GetScanSinks())) {
       sinks->Subscribe(m_scanSink.get());
     }
@@ -159,8 +160,11 @@ void CMaindlg::createToolbar(QToolBar* toolbar) {
        ToolIcon::StopAfterPage},
       {command::kEject, "&Eject", "Eject the document", ToolIcon::Eject},
       {command::kSwitchLayout, "Small &layout", "Show or hide the settings pages", ToolIcon::Layout},
+      {command::kHelp, "&Help", "Open the manual at the settings that are shown (F1)", ToolIcon::Help},
   };
+  const bool hasManual = static_cast<bool>(query<IHelp>(m_params->app()));
   for (const Button& b : kButtons) {
+    if (b.id == command::kHelp && !hasManual) continue;
     auto* action = toolbar->addAction(QString::fromStdString(Supp_Translate(b.text)));
     action->setToolTip(QString::fromStdString(Supp_Translate(b.tip)));
     if (b.id == command::kStop) action->setShortcut(Qt::Key_Escape);
@@ -263,6 +267,7 @@ void CMaindlg::updateButtons() {
       case command::kStopAfterPage: action->setEnabled(busy && !m_stopAfterPage); break;
       case command::kPrescan: action->setEnabled(!busy && m_layout == 0); break;
       case command::kSwitchLayout: action->setEnabled(!currentPages().empty()); break;
+      case command::kHelp: break;
       default: action->setEnabled(!busy);
     }
     const bool previews = id == command::kPrescan || id == command::kAreaPrescan;

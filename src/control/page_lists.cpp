@@ -1,5 +1,7 @@
 #include "control/page_lists.h"
 
+#include <string_view>
+
 #include "platform/scan_page.h"
 
 namespace quillbay {
@@ -13,6 +15,17 @@ const char* helpTopicOf(PageRole role) noexcept {
     case PageRole::PostProcessing: return "QBHelp:IDH_quillbay_tab_postprocess";
     default: return "QBHelp:IDH_quillbay_tab_bw";
   }
+}
+
+std::string destinationTopic(std::string scannerName, std::int32_t destinationMode) {
+  for (char& c : scannerName) {
+    if (std::string_view("\\\"*?<>|:/ ").find(c) != std::string_view::npos) c = '_';
+  }
+  const char* own = "IDH_ScanToView";
+  if (destinationMode == ScanToFile) own = "IDH_ScanToFile";
+  if (destinationMode == ScanToPrint) own = "IDH_ScanToPrint";
+  if (destinationMode == ScanToNet) own = "IDH_ScanToNet";
+  return scannerName + ':' + own;
 }
 
 int createModeOf(PageRole role) noexcept {

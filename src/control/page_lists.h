@@ -1,5 +1,6 @@
 #pragma once
 #include <array>
+#include <string>
 #include <vector>
 
 #include "params/scan_values.h"
@@ -14,6 +15,9 @@ inline constexpr int kPageRoles = 10;
 
 /// The help topic of a page.
 [[nodiscard]] const char* helpTopicOf(PageRole role) noexcept;
+/// The help topic of a panel's destination (modes 0-3): the scanner's name, with an underscore for what is not
+/// allowed in file names and for blanks, a colon and the destination's own ("Desk_2:IDH_ScanToFile").
+[[nodiscard]] std::string destinationTopic(std::string scannerName, std::int32_t destinationMode);
 /// The mode that a page is made with: 0-4 for the B/W pages, 7 for the RGB page, all modes for the others.
 [[nodiscard]] int createModeOf(PageRole role) noexcept;
 

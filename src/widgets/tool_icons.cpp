@@ -51,6 +51,17 @@ QPainterPath filledShape(ToolIcon icon) {
   return path;
 }
 
+/// In a circle.
+void strokeQuestionMark(QPainter& painter) {
+  painter.drawEllipse(QPointF(12, 12), 9, 9);
+  QPainterPath hook;
+  hook.moveTo(8.8, 9.6);
+  hook.cubicTo(8.8, 5.6, 15.2, 5.6, 15.2, 9.4);
+  hook.cubicTo(15.2, 11.8, 12, 11.6, 12, 14);
+  painter.drawPath(hook);
+  painter.drawPoint(QPointF(12, 17.2));
+}
+
 /// A magnifying glass, with what it does in it.
 void strokeGlass(QPainter& painter, ToolIcon icon) {
   painter.drawEllipse(QPointF(10, 10), 6.5, 6.5);
@@ -122,6 +133,7 @@ void strokeShape(QPainter& painter, ToolIcon icon) {
     case ToolIcon::ZoomAll: strokeAll(painter); break;
     case ToolIcon::ZoomBack: strokeArrow(painter, -1); break;
     case ToolIcon::ZoomForward: strokeArrow(painter, 1); break;
+    case ToolIcon::Help: strokeQuestionMark(painter); break;
     default: break;
   }
 }

@@ -21,6 +21,7 @@ enum class ToolIcon {
   ZoomAll,
   ZoomBack,
   ZoomForward,
+  Help,
 };
 
 /// Draws a command's picture in the palette's text colour, so that it shows on light and dark windows alike, and in
