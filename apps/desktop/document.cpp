@@ -42,6 +42,7 @@ int Document::add(quillbay::KxPtr<quillbay::IRStor> raster, const QString& sugge
   while (!page.saved && isNamed(page.name)) page.name = nextName(page.name);
   m_pages.push_back(std::move(page));
   const int id = m_pages.back().id;
+  m_current = id;
   emit added(id);
   return id;
 }
@@ -65,9 +66,79 @@ void Document::markSaved(int id, const QString& file) {
   Page* page = find(id);
   if (!page) return;
   page->saved = true;
+  page->previous.saved = false;  // the file may be the one that held it
   page->file = file;
   page->name = QFileInfo(file).fileName();
   emit changed(id);
+}
+
+void Document::setCurrent(int id) {
+  if (id == m_current || !page(id)) return;
+  m_current = id;
+  emit currentChanged(id);
+}
+
+/// Has a page shown that got another raster.
+void Document::show(Page& page) {
+  page.overview = {};
+  const int id = page.id;
+  emit replaced(id);
+  emit changed(id);
+}
+
+bool Document::replace(int id, quillbay::KxPtr<quillbay::IRStor> raster) {
+  Page* page = find(id);
+  if (!page || !raster) return false;
+  page->previous = {std::exchange(page->raster, std::move(raster)), page->saved};
+  page->saved = false;
+  show(*page);
+  return true;
+}
+
+bool Document::undoReplace(int id) {
+  Page* page = find(id);
+  if (!page || !page->previous.raster) return false;
+  const Page::Previous back = std::exchange(page->previous, {});
+  page->raster = back.raster;
+  page->saved = back.saved;
+  show(*page);
+  return true;
+}
+
+int Document::Add(const quillbay::HostPage& page) {
+  const QString file = QString::fromStdString(page.file);
+  return add(page.raster, QFileInfo(file).fileName(), page.saved ? file : QString());
+}
+
+int Document::GetPage(int id, quillbay::HostPage* out) {
+  const Page* found = page(id);
+  if (!found) return 0;
+  *out = {found->raster, (found->saved ? found->file : found->name).toStdString(), false, false, found->saved};
+  return 1;
+}
+
+int Document::Replace(int id, quillbay::IRStor* raster) {
+  return replace(id, quillbay::KxPtr<quillbay::IRStor>::share(raster)) ? 1 : 0;
+}
+
+int Document::NoteSaved(int id, const std::string& file) {
+  markSaved(id, QString::fromStdString(file));
+  return page(id) ? 1 : 0;
+}
+
+int Document::Remove(int id) {
+  const bool there = page(id) != nullptr;
+  remove(id);
+  return there ? 1 : 0;
+}
+
+void Document::Clear(int unsavedToo) {
+  if (unsavedToo) return clear();
+  std::vector<int> saved;
+  for (const Page& page : m_pages) {
+    if (page.saved) saved.push_back(page.id);
+  }
+  for (const int id : saved) remove(id);
 }
 
 void Document::setOverview(int id, const QImage& overview) {

@@ -62,6 +62,7 @@ DocumentView::DocumentView(quillbay::IApp* app, Document* document, QWidget* par
   m_zoomLink->Subscribe(m_port.as<quillbay::IConnectionPoint<quillbay::IKxViewZoomSink>>().get());
   connect(&m_images, &PageImages::overviewReady, m_document, &Document::setOverview);
   connect(m_document, &Document::added, this, &DocumentView::add);
+  connect(m_document, &Document::replaced, this, &DocumentView::add);
   connect(m_document, &Document::removed, this, &DocumentView::relayout);
 }
 

@@ -8,6 +8,7 @@
 
 #include "document_view.h"
 #include "log_dock.h"
+#include "page_commands.h"
 #include "page_list.h"
 #include "panel_dock.h"
 #include "status_line.h"
@@ -54,6 +55,7 @@ MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
   makeDocks();
   makeFileMenu();
   makeScanMenu();
+  makePageMenu();
   makeViewMenu();
   makeHelpMenu();
   connectParts();
@@ -67,6 +69,7 @@ MainWindow::~MainWindow() {
   m_panel->closePanel();
   *m_self = nullptr;  // no thread of a scan is left that could look
   m_app->SetMainWindow(nullptr);
+  m_app->SetPages(nullptr);
   delete m_panel;  // these use the application object, which goes before the other children
   delete m_view;
   delete m_status;
@@ -77,7 +80,6 @@ void MainWindow::makeHost(const ProgramFolders& folders) {
   quillbay::HostOptions options;
   options.configFolder = folders.config;
   options.stateFolder = folders.state;
-  options.clear = quillbay::ClearPolicy::Discard;  // the document has its pages itself
   options.onMessage = [self](const quillbay::HostMessage& message) {
     if (!*self) return message.answer;
     (*self)->m_log->note(QString::fromStdString(message.text));
@@ -94,6 +96,7 @@ void MainWindow::makeHost(const ProgramFolders& folders) {
   };
   m_app = quillbay::New_HostApp(options);
   m_app->SetMainWindow(this);
+  m_app->SetPages(m_document);
   m_app->SetRasterHandler([self](const quillbay::HostDocument& document) {
     if (*self) (*self)->takeRaster(document);
   });
@@ -195,6 +198,7 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
+  if (m_pageCommands->isRunning()) return;  // its window is open: it is cancelled there
   if (m_panel->isBusy() && !m_prompts.stopScan()) return;
   // Before the pages are asked about: what the scan still hands over counts as well.
   const bool hadPanel = m_panel->control() != nullptr;

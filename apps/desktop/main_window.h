@@ -16,6 +16,7 @@ namespace desktop {
 
 class DocumentView;
 class LogDock;
+class PageCommands;
 class PageList;
 class PanelDock;
 class StatusLine;
@@ -56,6 +57,7 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] StatusLine& statusLine() { return *m_status; }
   [[nodiscard]] ProgramSettings& settings() { return *m_settings; }
   [[nodiscard]] quillbay::IHostApp* app() { return m_app.get(); }
+  [[nodiscard]] PageCommands& pageCommands() { return *m_pageCommands; }
   [[nodiscard]] Prompts& prompts() { return m_prompts; }
 
  protected:
@@ -69,6 +71,7 @@ class MainWindow : public QMainWindow {
   void connectParts();
   void makeFileMenu();
   void makeScanMenu();
+  void makePageMenu();
   void makeViewMenu();
   void makeHelpMenu();
   void fillRecent();
@@ -102,6 +105,7 @@ class MainWindow : public QMainWindow {
   std::unique_ptr<PageFiles> m_files;
   PanelDock* m_panel = nullptr;
   PageList* m_pages = nullptr;
+  PageCommands* m_pageCommands = nullptr;
   LogDock* m_log = nullptr;
   StatusLine* m_status = nullptr;
   QMenu* m_recent = nullptr;
@@ -109,7 +113,6 @@ class MainWindow : public QMainWindow {
   QActionGroup* m_modes = nullptr;
   std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle;
   quillbay::eTarnwellMode m_mode = quillbay::ScanToView;
-  int m_scanned = 0;  // the page that the last scan brought
 };
 
 }  // namespace desktop

@@ -9,6 +9,7 @@
 #include "document_view.h"
 #include "log_dock.h"
 #include "main_window.h"
+#include "page_commands.h"
 #include "page_list.h"
 #include "panel_dock.h"
 #include "status_line.h"
@@ -98,6 +99,12 @@ void MainWindow::makeScanMenu() {
   m_needsIdle = {scan, batch, eject, choose, modes->menuAction()};
 }
 
+void MainWindow::makePageMenu() {
+  m_pageCommands = new PageCommands(m_app.get(), m_document, m_settings.get(), this);
+  m_pageCommands->fill(menuBar()->addMenu(tr("&Page")));
+  connect(m_pageCommands, &PageCommands::runningChanged, this, &MainWindow::updateActions);
+}
+
 void MainWindow::makeViewMenu() {
   QMenu* menu = menuBar()->addMenu(tr("&View"));
   const auto page = [this](QAction* action) { m_needsPage.push_back(action); };
@@ -147,6 +154,7 @@ void MainWindow::updateActions() {
   const bool busy = m_panel->isBusy(), panel = m_panel->control() != nullptr;
   for (QAction* action : m_needsPage) action->setEnabled(!m_document->pages().empty());
   m_undo->setEnabled(m_document->canRestore());
+  m_pageCommands->update(busy);
   for (QAction* action : m_needsIdle) action->setEnabled(!busy);
   // Stopping is always possible: a scan may have been started a moment ago in the panel.
   for (QAction* action : m_needsPanel) {

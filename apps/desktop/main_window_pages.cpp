@@ -19,19 +19,18 @@ void MainWindow::tell(const QString& text) {
 
 void MainWindow::takeRaster(const quillbay::HostDocument& document) {
   if (document.pages.empty()) return;
-  const QString name = QFileInfo(QString::fromStdString(document.file)).fileName();
-  m_scanned = m_document->add(document.pages.back(), name);
+  choosePage(m_document->current());  // the document has it
 }
 
 void MainWindow::noteSaved(const std::string& file) {
   const QString name = QString::fromStdString(file);
-  m_document->markSaved(m_scanned, name);
   m_settings->addRecent(name);
   m_log->note(tr("Saved: %1").arg(name));
 }
 
 void MainWindow::choosePage(int id) {
   m_view->setCurrent(id);
+  m_document->setCurrent(m_view->current());
   m_pages->setCurrent(m_view->current());
   m_status->showPage(m_document->page(m_view->current()));
   m_status->showZoom(m_view->zoom());

@@ -2,20 +2,19 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFileInfo>
-#include <QProgressDialog>
 #include <QRegularExpression>
 #include <new>
 
+#include "progress_window.h"
 #include "quillbay/errors.h"
 #include "quillbay/formats.h"
 
 namespace desktop {
 
-namespace {
+using quillbay::KxPtr;
 
-constexpr int kShowAfterMs = 500, kRefreshMs = 50;
+namespace {
 
 QString text(const char* english) { return QCoreApplication::translate("PageFiles", english); }
 
@@ -34,6 +33,10 @@ bool guarded(const QString& file, QString* why, Step step) {
   return false;
 }
 
+KxPtr<quillbay::IProgress> showProgress(const QString& what, int lines, QWidget* window) {
+  return KxPtr<quillbay::IProgress>::adopt(new ProgressWindow(what, lines, window));
+}
+
 bool isKnownExtension(const QString& name) {
   const std::string extension = "." + QFileInfo(name).suffix().toLower().toStdString();
   for (const auto& format : quillbay::ListFormats()) {
@@ -46,46 +49,16 @@ bool isKnownExtension(const QString& name) {
 
 }  // namespace
 
-/// Shows how far a file is, once it takes noticeable time.
-class FileProgress final : public quillbay::CKxUnknownImplStatic<quillbay::IProgress> {
- public:
-  FileProgress(const QString& text, int lines, QWidget* window)
-      : m_dialog(text, QCoreApplication::translate("PageFiles", "Cancel"), 0, lines, window) {
-    m_dialog.setWindowModality(Qt::WindowModal);
-    m_dialog.setMinimumDuration(kShowAfterMs);
-    m_dialog.setAutoClose(false);
-    m_dialog.setAutoReset(false);
-    m_refreshed.start();
-  }
-  void SetText(const char* text) override { m_dialog.setLabelText(QString::fromUtf8(text)); }
-  void Step() override { SetPosition(m_position + 1); }
-  int SetPosition(int position) override {
-    const int before = std::exchange(m_position, position);
-    if (m_refreshed.elapsed() >= kRefreshMs) {
-      m_dialog.setValue(position);  // shows it when it is time, and lets a modal window's events through
-      m_refreshed.restart();
-    }
-    return before;
-  }
-  void Reset() override { m_position = 0; }
-  int IsCancelled() override { return m_dialog.wasCanceled() ? 1 : 0; }
-
- private:
-  QProgressDialog m_dialog;
-  QElapsedTimer m_refreshed;
-  int m_position = 0;
-};
-
 bool PageFiles::open(const QString& file, QString* why) {
   const QString whole = QFileInfo(file).absoluteFilePath();
   const std::string path = whole.toStdString();
-  std::vector<quillbay::KxPtr<quillbay::IRStor>> rasters;
+  std::vector<KxPtr<quillbay::IRStor>> rasters;
   const bool done = guarded(whole, why, [&] {
     const int pages = quillbay::CountRasterPages(path);
     for (int page = 0; page < pages; ++page) {
-      FileProgress progress(text("Opening %1, page %2...").arg(QFileInfo(file).fileName()).arg(page + 1), 0,
-                            m_window);
-      auto raster = quillbay::LoadRasterFile(path, page, &progress);
+      const QString what = text("Opening %1, page %2...").arg(QFileInfo(file).fileName()).arg(page + 1);
+      const auto progress = showProgress(what, 0, m_window);
+      auto raster = quillbay::LoadRasterFile(path, page, progress.get());
       if (!raster) return false;
       rasters.push_back(std::move(raster));
     }
@@ -102,7 +75,7 @@ bool PageFiles::open(const QString& file, QString* why) {
 
 bool PageFiles::save(const std::vector<int>& ids, const QString& file, bool mayReplace, QString* why) {
   const QString whole = QFileInfo(file).absoluteFilePath();
-  std::vector<quillbay::KxPtr<quillbay::IRStor>> rasters;
+  std::vector<KxPtr<quillbay::IRStor>> rasters;
   int lines = 0;
   for (const int id : ids) {
     const Page* page = m_document->page(id);
@@ -111,8 +84,8 @@ bool PageFiles::save(const std::vector<int>& ids, const QString& file, bool mayR
     lines = std::max(lines, page->raster->GetHeight());
   }
   const bool done = guarded(whole, why, [&] {
-    FileProgress progress(text("Saving %1...").arg(QFileInfo(file).fileName()), lines, m_window);
-    return quillbay::SaveRasterFile(m_app, rasters, whole.toStdString(), mayReplace, &progress) != 0;
+    const auto progress = showProgress(text("Saving %1...").arg(QFileInfo(file).fileName()), lines, m_window);
+    return quillbay::SaveRasterFile(m_app, rasters, whole.toStdString(), mayReplace, progress.get()) != 0;
   });
   if (!done) return false;
   for (const int id : ids) m_document->markSaved(id, whole);

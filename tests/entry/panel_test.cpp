@@ -185,6 +185,29 @@ TEST_F(PanelTest, EveryPrescanCountsItsOwnLines) {
   }
 }
 
+TEST_F(PanelTest, UnsavedPagesAreAskedAboutBeforeAScanNeverInARunOrBeforeAPreview) {
+  ASSERT_TRUE(open("sim:size=210x290,at=10x0", ScanToView));
+  smallPages();
+  app()->SetClearPolicy(ClearPolicy::Ask);
+  const auto run = [&](StartKind kind, int count) {
+    EXPECT_TRUE(control->Start(kind, count));
+    EXPECT_TRUE(recorder->waitEnded());
+    return recorder->cause;
+  };
+  set("m_fBursting", 1);
+  EXPECT_EQ(run(StartKind::Scan, 1), EndCause::Done);  // three pieces
+  set("m_fBursting", 0);
+  EXPECT_EQ(run(StartKind::Batch, 2), EndCause::Done);
+  ASSERT_TRUE(control->Start(StartKind::Prescan, 1));
+  QCoreApplication::processEvents();
+  while (control->IsBusy()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  EXPECT_TRUE(messages.empty()) << messages[0];
+  EXPECT_EQ(app()->GetDocuments().size(), 5U);
+  EXPECT_EQ(run(StartKind::Scan, 1), EndCause::Refused) << "the answer is no";
+  EXPECT_EQ(messages.size(), 1U);
+  EXPECT_EQ(app()->GetDocuments().size(), 5U);
+}
+
 TEST_F(PanelTest, RefusalsLeaveThePanelIdle) {
   ASSERT_TRUE(open("sim:size=210x120,at=10x3,count=1"));
   smallPages();

@@ -1,0 +1,94 @@
+#include "page_commands.h"
+
+#include <QAction>
+#include <QMenuBar>
+#include <set>
+
+#include "desktop_fixture.h"
+
+namespace desktop {
+namespace {
+
+TEST_F(DesktopTest, ACommandOfTheMenuPageIsShownMarkedAndTakenBack) {
+  open();
+  smallPages();
+  ASSERT_TRUE(scan());
+  saveName = QString::fromStdString(dir.file("page.tif"));
+  ASSERT_TRUE(window->saveCurrentAs());
+  ASSERT_TRUE(waitFor([&] { return !pages()[0].overview.isNull(); }));
+  const int id = pages()[0].id;
+  const auto before = pages()[0].raster;
+  PageCommands& commands = window->pageCommands();
+  ASSERT_TRUE(commands.run("Rotate right", "/Rotate ANGLE:90"));
+  EXPECT_EQ(pages()[0].raster->GetSize(), (quillbay::KxSize{before->GetSize().height, before->GetSize().width}));
+  EXPECT_FALSE(pages()[0].saved);
+  EXPECT_TRUE(window->isWindowModified());
+  ASSERT_TRUE(waitFor([&] { return !pages()[0].overview.isNull(); }));
+  EXPECT_LT(pages()[0].overview.width(), pages()[0].overview.height()) << "the picture of the turned page";
+
+  ASSERT_TRUE(window->document().undoReplace(id));
+  EXPECT_EQ(pages()[0].raster.get(), before.get());
+  EXPECT_TRUE(pages()[0].saved) << "its file holds just this";
+  EXPECT_FALSE(window->document().undoReplace(id));
+
+  ASSERT_TRUE(commands.run("Invert", "/Invert"));
+  ASSERT_TRUE(window->saveCurrentAs());
+  ASSERT_TRUE(window->document().undoReplace(id));
+  EXPECT_FALSE(pages()[0].saved) << "its file holds the inverted page";
+  EXPECT_TRUE(messages.isEmpty());
+}
+
+TEST_F(DesktopTest, AScriptThatIsWrongIsToldAndChangesNothing) {
+  open();
+  PageCommands& commands = window->pageCommands();
+  EXPECT_FALSE(commands.run("Invert", "/Invert")) << "there is no page";
+  smallPages();
+  ASSERT_TRUE(scan());
+  const auto before = pages()[0].raster;
+  const std::string script = dir.file("wrong.kxf");
+  quillbay::test::writeFile(script, "/Invert\n/Sharpen\n");
+  EXPECT_FALSE(commands.runFile(QString::fromStdString(script)));
+  ASSERT_EQ(messages.size(), 2);
+  for (const char* word : {"wrong.kxf", "line 2", "/Sharpen"}) {
+    EXPECT_TRUE(messages[1].contains(word)) << messages[1].toStdString();
+  }
+  EXPECT_EQ(pages()[0].raster.get(), before.get());
+  EXPECT_FALSE(commands.isRunning());
+}
+
+TEST_F(DesktopTest, PagesBeforeAScanGoAsThePersonSays) {
+  open();
+  smallPages();
+  window->app()->SetClearPolicy(quillbay::ClearPolicy::Ask);
+  ASSERT_TRUE(scan());
+  ASSERT_TRUE(window->setMode(quillbay::ScanToView)) << "a panel that opens asks nothing";
+  ASSERT_TRUE(messages.isEmpty());
+  window->startScan();  // the policy of the tests answers No
+  ASSERT_TRUE(waitFor([&] { return !messages.isEmpty(); }));
+  EXPECT_TRUE(messages[0].contains("Discard")) << messages[0].toStdString();
+  ASSERT_TRUE(waitFor([&] { return !control()->IsBusy(); }));
+  EXPECT_EQ(pages().size(), 1U);
+
+  window->app()->SetClearPolicy(quillbay::ClearPolicy::Discard);
+  smallPages();
+  ASSERT_TRUE(scan());
+  ASSERT_EQ(pages().size(), 2U) << "the first page is in no file";
+  saveName = QString::fromStdString(dir.path());
+  ASSERT_TRUE(window->saveAll());
+  ASSERT_TRUE(scan());
+  EXPECT_EQ(pages().size(), 1U);
+}
+
+TEST_F(DesktopTest, NoTwoCommandsShareAKey) {
+  open();
+  std::set<QString> keys;
+  for (const QAction* action : window->findChildren<QAction*>()) {
+    for (const QKeySequence& key : action->shortcuts()) {
+      EXPECT_TRUE(keys.insert(key.toString()).second) << action->text().toStdString();
+    }
+  }
+  EXPECT_TRUE(keys.count("Ctrl+R"));
+}
+
+}  // namespace
+}  // namespace desktop
