@@ -18,8 +18,6 @@ bool isIndexed(KxColorSpace c) noexcept { return c == KxColorSpace::Four || c ==
 
 int rowChannels(KxColorSpace c) noexcept { return isRunList(c) || c == KxColorSpace::Grey ? 1 : 3; }
 
-int firstShift(KxColorSpace c) noexcept { return isRunList(c) || c == KxColorSpace::Four ? 3 : 2; }
-
 std::size_t segmentBytes(std::size_t rowBytes) noexcept {
   return rowBytes * static_cast<std::size_t>(kSegmentRows);
 }
@@ -40,11 +38,10 @@ RasterLevels::RasterLevels(const RasterPolicy& policy, KxColorSpace colorSpace, 
       m_width(width),
       m_ink(isRunList(colorSpace)),
       m_channels(rowChannels(colorSpace)),
-      m_firstShift(firstShift(colorSpace)),
       m_space(policy) {
-  for (int s = m_firstShift; s <= kMostShift; ++s) {
+  for (int s = kFirstShift; s <= kMostShift; ++s) {
     const auto pixels = static_cast<std::int32_t>((std::int64_t{width} + (1 << s) - 1) >> s);
-    if (s > m_firstShift && pixels < kLeastWidth) break;
+    if (s > kFirstShift && pixels < kLeastWidth) break;
     m_levels.push_back(std::make_unique<Level>(m_space, pixels, m_channels));
   }
   m_row.resize(at(0).rowBytes);
@@ -60,13 +57,13 @@ void RasterLevels::addLine(const std::uint8_t* line) {
     line = m_expanded.data();
   }
   m_loops.addWhole(m_lineSums.data(), line, m_lineSums.size());
-  if (((lines() + 1) & ((1 << m_firstShift) - 1)) == 0) sumColumns();
+  if (((lines() + 1) & ((1 << kFirstShift) - 1)) == 0) sumColumns();
   endLine();
 }
 
 void RasterLevels::addLine(const RunView& runs) {
   std::uint32_t* sums = at(0).sums.data();
-  const auto s = static_cast<std::uint32_t>(m_firstShift);
+  const auto s = static_cast<std::uint32_t>(kFirstShift);
   const std::uint32_t whole = 1U << s;
   for (std::size_t i = 0; i < runs.count; ++i) {
     const std::uint32_t from = runs.runs[2 * i];
@@ -89,7 +86,7 @@ void RasterLevels::sumColumns() noexcept {
   const bool swapped = m_colorSpace == KxColorSpace::Bgr || m_colorSpace == KxColorSpace::Bgra;
   const std::size_t step = m_lineSums.size() / static_cast<std::size_t>(m_width);
   const auto channels = static_cast<std::size_t>(m_channels);
-  const std::int32_t group = 1 << m_firstShift;
+  const std::int32_t group = 1 << kFirstShift;
   std::uint32_t* out = at(0).sums.data();
   const std::uint16_t* in = m_lineSums.data();
   for (std::int32_t x = 0; x < m_width; x += group, out += channels) {
@@ -106,7 +103,7 @@ void RasterLevels::sumColumns() noexcept {
 
 void RasterLevels::endLine() {
   const std::int32_t line = lines() + 1;
-  if ((line & ((1 << m_firstShift) - 1)) == 0) finishRow(0);
+  if ((line & ((1 << kFirstShift) - 1)) == 0) finishRow(0);
   m_lines.store(line, std::memory_order_relaxed);
 }
 

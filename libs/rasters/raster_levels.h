@@ -20,9 +20,9 @@ namespace quillbay {
 /// averages the pixels that are there. A row comes to be when all its lines are there; the last lines of a raster
 /// whose height is no multiple have no row.
 ///
-/// Memory: colour and grey begin at a quarter (together a twelfth of the raster), palettes too (a quarter of it);
-/// four-bit pixels and run lists begin at an eighth. Room is taken as a raster takes it: from the budget, then from
-/// a scratch file.
+/// Memory: the first level is a quarter as wide and high as the raster. With those above it, it takes a twelfth of
+/// colour and grey, a quarter of indices, and of run lists a twelfth of a byte per pixel. Room is taken as a raster
+/// takes it: from the budget, then from a scratch file.
 ///
 /// Threads: one builder at a time; any number of readers of finished rows beside it.
 class RasterLevels {
@@ -49,7 +49,7 @@ class RasterLevels {
   [[nodiscard]] std::int32_t lines() const noexcept { return m_lines.load(std::memory_order_relaxed); }
   [[nodiscard]] int count() const noexcept { return static_cast<int>(m_levels.size()); }
   /// The level is 1 << shift times as small as the raster.
-  [[nodiscard]] int shift(int level) const noexcept { return m_firstShift + level; }
+  [[nodiscard]] int shift(int level) const noexcept { return kFirstShift + level; }
   /// Finished rows.
   [[nodiscard]] std::int32_t rows(int level) const noexcept {
     return at(level).rows.load(std::memory_order_acquire);
@@ -66,6 +66,8 @@ class RasterLevels {
   [[nodiscard]] std::int64_t bytes() const noexcept { return m_bytes.load(std::memory_order_relaxed); }
 
  private:
+  static constexpr int kFirstShift = 2;
+
   struct Level {
     Level(RasterSpace& space, std::int32_t pixels, int channels);
     std::size_t rowBytes;
@@ -84,7 +86,6 @@ class RasterLevels {
   const std::int32_t m_width;
   const bool m_ink;
   const int m_channels;  // bytes per pixel of rows
-  const int m_firstShift;
   RasterSpace m_space;
   std::vector<std::unique_ptr<Level>> m_levels;
   std::atomic<std::int32_t> m_lines{0};

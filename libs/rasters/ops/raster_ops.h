@@ -36,10 +36,9 @@ inline constexpr int kOpSteps = 1000;
 /// stays.
 [[nodiscard]] KxPtr<IRStor> invertRaster(IRStor* source, IProgress* progress);
 
-/// Removes dark specks on a lighter ground of up to `millimetres` (above 0, at most 10) width and height: of
-/// bitonal rasters whole 8-connected components, of others spots that are clearly darker than all that surrounds
-/// them, which take on the ground's colour. Lines stay, however thin. Throws CXIFaceException for a size out of
-/// range and for rasters with a palette of colours (codes 4 and 8).
+/// Removes dark specks of up to `millimetres` (above 0, at most 10) width and height: of bitonal rasters whole
+/// 8-connected components, of others spots that are clearly darker than all that surrounds them, which take on the
+/// ground's colour. Lines stay, however thin. Throws CXIFaceException for a size out of range.
 [[nodiscard]] KxPtr<IRStor> despeckleRaster(IRStor* source, double millimetres, IProgress* progress);
 
 /// The angle that straightens the content when it is given to `rotateRaster`: radians, clockwise positive, within

@@ -1,0 +1,186 @@
+/// The content's rectangle, found on a small picture: first what lies around the content is found, from the
+/// picture's edge inwards, then what is left.
+#include <array>
+#include <cmath>
+
+#include "rasters/ops/op_support.h"
+#include "rasters/ops/raster_ops.h"
+#include "rasters/ops/small_picture.h"
+
+namespace quillbay {
+namespace {
+
+constexpr double kShortSide = 2000, kMostPixels = 16e6;
+constexpr double kMarginMm = 1;
+/// Of the picture's edge, how much is looked at for its tone.
+constexpr double kBandMm = 2;
+/// A dark bed is at least this wide somewhere; a drawing's frame is not.
+constexpr double kBedMm = 3;
+/// Smaller things are dust.
+constexpr double kDustMm = 2;
+
+/// Pixels whose tone lies within low..high.
+PixPtr tonesWithin(PIX* grey, int low, int high) {
+  PixPtr mask = madePix(pixCreate(pixGetWidth(grey), pixGetHeight(grey), 1));
+  for (l_int32 y = 0; y < pixGetHeight(grey); ++y) {
+    const l_uint32* from = pixGetData(grey) + std::ptrdiff_t{y} * pixGetWpl(grey);
+    l_uint32* to = pixGetData(mask.get()) + std::ptrdiff_t{y} * pixGetWpl(mask.get());
+    for (l_int32 x = 0; x < pixGetWidth(grey); ++x) {
+      const auto tone = static_cast<int>(GET_DATA_BYTE(from, x));
+      if (tone >= low && tone <= high) SET_DATA_BIT(to, x);
+    }
+  }
+  return mask;
+}
+
+std::int64_t countOf(PIX* mask) {
+  l_int32 count = 0;
+  pixCountPixels(mask, &count, nullptr);
+  return count;
+}
+
+PixPtr both(PIX* a, PIX* b) { return madePix(pixAnd(nullptr, a, b)); }
+PixPtr either(PIX* a, PIX* b) { return madePix(pixOr(nullptr, a, b)); }
+PixPtr without(PIX* a, PIX* b) { return madePix(pixSubtract(nullptr, a, b)); }
+PixPtr grown(PIX* a, int pixels) { return madePix(pixDilateBrick(nullptr, a, 2 * pixels + 1, 2 * pixels + 1)); }
+PixPtr opened(PIX* a, int pixels) { return madePix(pixOpenBrick(nullptr, a, pixels, pixels)); }
+/// What of `mask` is connected with `seed`.
+PixPtr connected(PIX* seed, PIX* mask) {
+  return madePix(pixSeedfillBinary(nullptr, both(seed, mask).get(), mask, 8));
+}
+
+class ContentFinder {
+ public:
+  /// `pixelsPerMm` of the picture.
+  ContentFinder(PixPtr grey, double pixelsPerMm) : m_grey(std::move(grey)), m_perMm(pixelsPerMm) {}
+
+  /// In pixels of the picture.
+  std::optional<KxRect> find() {
+    findEdge();
+    const PixPtr bed = darkBed();
+    const PixPtr content = bed ? paperOn(bed.get()) : inkOnEdge();
+    const PixPtr large = madePix(pixSelectBySize(content.get(), pixels(kDustMm), pixels(kDustMm), 8,
+                                                 L_SELECT_IF_EITHER, L_SELECT_IF_GT, nullptr));
+    if (countOf(large.get()) == 0) return std::nullopt;
+    BOX* box = nullptr;
+    pixClipToForeground(large.get(), nullptr, &box);
+    if (!box) return std::nullopt;
+    l_int32 x = 0, y = 0, w = 0, h = 0;
+    boxGetGeometry(box, &x, &y, &w, &h);
+    boxDestroy(&box);
+    return KxRect{x, y, x + w, y + h};
+  }
+
+ private:
+  [[nodiscard]] int pixels(double mm) const noexcept {
+    return std::max(2, static_cast<int>(std::lround(mm * m_perMm)));
+  }
+
+  /// What is pure white from the edge on (turning a page leaves such corners), and a band of what follows it.
+  void findEdge() {
+    constexpr int kPure = 253;
+    const PixPtr white = tonesWithin(m_grey.get(), kPure, 255);
+    const PixPtr frame = madePix(pixCreate(pixGetWidth(m_grey.get()), pixGetHeight(m_grey.get()), 1));
+    pixSetOrClearBorder(frame.get(), 1, 1, 1, 1, PIX_SET);
+    m_white = connected(frame.get(), white.get());
+    const PixPtr outside = either(m_white.get(), frame.get());
+    // The soft step between white and what follows belongs to neither.
+    const PixPtr soft = grown(outside.get(), 2);
+    m_band = without(grown(soft.get(), pixels(kBandMm)).get(), soft.get());
+    countBand();
+  }
+
+  void countBand() {
+    for (l_int32 y = 0; y < pixGetHeight(m_grey.get()); ++y) {
+      const l_uint32* tones = pixGetData(m_grey.get()) + std::ptrdiff_t{y} * pixGetWpl(m_grey.get());
+      const l_uint32* band = pixGetData(m_band.get()) + std::ptrdiff_t{y} * pixGetWpl(m_band.get());
+      for (l_int32 x = 0; x < pixGetWidth(m_grey.get()); ++x) {
+        if (GET_DATA_BIT(band, x)) ++m_tones[GET_DATA_BYTE(tones, x)];
+      }
+    }
+  }
+
+  /// The most frequent tone of the band within low..high, each taken with those beside it.
+  [[nodiscard]] int commonTone(int low, int high) const noexcept {
+    int best = low;
+    std::int64_t most = -1;
+    for (int tone = low; tone <= high; ++tone) {
+      std::int64_t count = 0;
+      for (int t = std::max(0, tone - 3); t <= std::min(255, tone + 3); ++t)
+        count += m_tones[static_cast<std::size_t>(t)];
+      if (count <= most) continue;
+      most = count;
+      best = tone;
+    }
+    return best;
+  }
+
+  /// The scanner's bed when it is dark: wide, of one tone, and along a good part of the edge. Empty when there is
+  /// none.
+  PixPtr darkBed() {
+    constexpr int kDarkest = 120, kSpread = 22;
+    constexpr double kLeastShare = 0.1;
+    const int tone = commonTone(0, kDarkest);
+    const PixPtr dark = tonesWithin(m_grey.get(), std::max(0, tone - kSpread), tone + kSpread);
+    const PixPtr wide = opened(dark.get(), pixels(kBedMm));
+    const PixPtr bed = connected(m_band.get(), wide.get());
+    const auto share = static_cast<double>(countOf(both(bed.get(), m_band.get()).get()));
+    if (share < kLeastShare * static_cast<double>(countOf(m_band.get()))) return {};
+    return either(bed.get(), both(grown(bed.get(), 2).get(), dark.get()).get());
+  }
+
+  /// All that is neither bed nor white corner; their soft edges and hairs on the bed do not count.
+  PixPtr paperOn(PIX* bed) {
+    const PixPtr around = either(bed, m_white.get());
+    const PixPtr rest = madePix(pixInvert(nullptr, around.get()));
+    return opened(rest.get(), pixels(kDustMm));
+  }
+
+  /// What differs from a light bed, or from the paper's own margin.
+  PixPtr inkOnEdge() {
+    constexpr int kLeast = 12, kMost = 40;
+    const int tone = commonTone(0, 255);
+    std::int64_t all = 0, near = 0;
+    for (const std::int64_t n : m_tones) all += n;
+    int spread = -1;  // of nine tenths of the band
+    while (near * 10 < all * 9 && ++spread < kMost / 3) {
+      near = 0;
+      for (int t = std::max(0, tone - spread); t <= std::min(255, tone + spread); ++t)
+        near += m_tones[static_cast<std::size_t>(t)];
+    }
+    const int limit = std::clamp(3 * spread, kLeast, kMost);
+    const PixPtr same = tonesWithin(m_grey.get(), std::max(0, tone - limit), tone + limit);
+    return madePix(pixInvert(nullptr, either(same.get(), grown(m_white.get(), 1).get()).get()));
+  }
+
+  const PixPtr m_grey;
+  const double m_perMm;
+  PixPtr m_white, m_band;
+  std::array<std::int64_t, 256> m_tones{};  // of the band
+};
+
+}  // namespace
+
+std::optional<KxRect> findContent(IRStor* source, IProgress* progress) {
+  requireLines(source);
+  const KxSize size{storedWidth(*source), source->GetHeight()};
+  OpProgress step(progress, 2);
+  if (size.width <= 0 || size.height <= 0) return std::nullopt;
+  const double area = static_cast<double>(size.width) * size.height;
+  const double scale =
+      std::min({1.0, kShortSide / std::min(size.width, size.height), std::sqrt(kMostPixels / area)});
+  SmallPicture small = drawSmall(*source, {0, 0, size.width, size.height}, scale, progress);
+  if (!small.grey || !step.reached(1)) return std::nullopt;
+  const double perMm = mmToPixels(1, source->GetResolution());
+  const auto found = ContentFinder(std::move(small.grey), perMm * scale).find();
+  if (!found || !step.reached(2)) return std::nullopt;
+  const double margin = kMarginMm * perMm;
+  const auto low = [&](std::int32_t v) { return std::max(0, roundHalfUp(v / scale - margin)); };
+  const auto high = [&](std::int32_t v, std::int32_t end) {
+    return std::min(end, roundHalfUp(v / scale + margin));
+  };
+  return KxRect{low(found->left), low(found->top), high(found->right, size.width),
+                high(found->bottom, size.height)};
+}
+
+}  // namespace quillbay
