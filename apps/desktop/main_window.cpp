@@ -9,6 +9,7 @@
 #include "document_view.h"
 #include "log_dock.h"
 #include "page_commands.h"
+#include "manual_window.h"
 #include "page_list.h"
 #include "panel_dock.h"
 #include "status_line.h"
@@ -24,6 +25,15 @@ constexpr int kStateVersion = 1, kPagesWidth = 210, kLogHeight = 130;
 
 /// What the status bar says about the end of a run.
 QString endText(quillbay::EndCause cause, int pages) {
+/// What the log says about the answer to a message.
+QString answerText(quillbay::EventButtons buttons, quillbay::EventAnswer answer) {
+  if (buttons == quillbay::EventButtons::RetryCancel) {
+    return answer == quillbay::EventAnswer::Retry ? MainWindow::tr("Answer: try again")
+                                                  : MainWindow::tr("Answer: given up");
+  }
+  return answer == quillbay::EventAnswer::Yes ? MainWindow::tr("Answer: yes") : MainWindow::tr("Answer: no");
+}
+
   using quillbay::EndCause;
   switch (cause) {
     case EndCause::Done: return MainWindow::tr("Done, pages: %1").arg(pages);
@@ -41,7 +51,7 @@ QString endText(quillbay::EndCause cause, int pages) {
 MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
     : QMainWindow(parent),
       m_self(std::make_shared<MainWindow*>(this)),
-      m_prompts(windowPrompts(this)),
+      m_prompts(windowPrompts(this, [this](const std::string& topic) { openManual(topic); })),
       m_document(new Document(this)) {
   setWindowTitle("Quillbay");
   m_log = new LogDock(this);  // the host's first words go there
@@ -83,7 +93,12 @@ void MainWindow::makeHost(const ProgramFolders& folders) {
   options.onMessage = [self](const quillbay::HostMessage& message) {
     if (!*self) return message.answer;
     (*self)->m_log->note(QString::fromStdString(message.text));
-    return (*self)->m_prompts.message(message);
+    const quillbay::EventAnswer answer = (*self)->m_prompts.message(message);
+    if (message.buttons != quillbay::EventButtons::Ok) (*self)->m_log->note(answerText(message.buttons, answer));
+    return answer;
+  };
+  options.showManual = [self](const std::string& page) {
+    return *self ? (*self)->showManual(QString::fromStdString(page)) : nullptr;
   };
   options.onNote = [self](const std::string&, const std::string& text) {
     if (*self) (*self)->m_log->note(QString::fromStdString(text));
@@ -186,6 +201,7 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   if (m_panel->isBusy()) {
     tell(tr("A scan is running. Stop it before you change where scans go."));
     updateActions();
+  if (m_manual) m_settings->setBytes("Manual", m_manual->placement());
     return false;
   }
   m_mode = mode;
@@ -212,3 +228,4 @@ void MainWindow::closeEvent(QCloseEvent* event) {
 }
 
 }  // namespace desktop
+  if (m_manual) m_manual->close();

@@ -17,6 +17,7 @@ namespace desktop {
 class DocumentView;
 class LogDock;
 class PageCommands;
+class ManualWindow;
 class PageList;
 class PanelDock;
 class StatusLine;
@@ -65,6 +66,8 @@ class MainWindow : public QMainWindow {
 
  private:
   QAction* addAction(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip,
+  /// Null until the manual was opened.
+  [[nodiscard]] ManualWindow* manual() { return m_manual.get(); }
                      const std::function<void()>& run);
   void makeHost(const ProgramFolders& folders);
   void makeDocks();
@@ -97,6 +100,9 @@ class MainWindow : public QMainWindow {
   bool savePages(const std::vector<int>& ids, const QString& file, bool mayReplace);
 
   const std::shared_ptr<MainWindow*> m_self;  // what the host's callbacks hold: null when the window goes
+  /// At a help topic ("QBHelp:IDH_ScanError"; empty: its beginning).
+  void openManual(const std::string& topic);
+  QWidget* showManual(const QString& page);
   Prompts m_prompts;
   quillbay::KxPtr<quillbay::IHostApp> m_app;
   std::unique_ptr<ProgramSettings> m_settings;
@@ -107,6 +113,7 @@ class MainWindow : public QMainWindow {
   PageList* m_pages = nullptr;
   PageCommands* m_pageCommands = nullptr;
   LogDock* m_log = nullptr;
+  std::unique_ptr<ManualWindow> m_manual;
   StatusLine* m_status = nullptr;
   QMenu* m_recent = nullptr;
   QAction* m_undo = nullptr;

@@ -3,7 +3,6 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QMenuBar>
-#include <QMessageBox>
 #include <QStatusBar>
 
 #include "document_view.h"
@@ -132,22 +131,6 @@ void MainWindow::makeViewMenu() {
   m_pages->toggleViewAction()->setText(tr("Pa&ges"));
   m_log->toggleViewAction()->setText(tr("&Log"));
   menu->addActions({m_panel->toggleViewAction(), m_pages->toggleViewAction(), m_log->toggleViewAction()});
-}
-
-void MainWindow::makeHelpMenu() {
-  QMenu* menu = menuBar()->addMenu(tr("&Help"));
-  if (hasManual()) {
-    addAction(menu, tr("&Manual"), QKeySequence::HelpContents, tr("Opens the manual"), [] { openManual({}); });
-  }
-  addAction(menu, tr("&About Quillbay"), {}, tr("The program's version"), [this] {
-    about();
-  })->setMenuRole(QAction::AboutRole);
-}
-
-void MainWindow::about() {
-  QMessageBox::about(this, tr("About Quillbay"),
-                     tr("<b>Quillbay %1</b><p>Scans large documents: maps, drawings, plans and long rolls.")
-                         .arg(quillbay::LibraryVersion()));
 }
 
 void MainWindow::updateActions() {

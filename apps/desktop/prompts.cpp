@@ -1,7 +1,6 @@
 #include "prompts.h"
 
 #include <QCoreApplication>
-#include <QDesktopServices>
 #include <QDir>
 #include <QFileDialog>
 #include <QFileInfo>
@@ -9,14 +8,16 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStandardPaths>
-#include <QUrl>
 
 #include "quillbay/formats.h"
+#include "recovery_dialog.h"
 #include "scanner_dialog.h"
 
 namespace desktop {
 
 namespace {
+
+constexpr auto kSelectable = Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard;
 
 QString text(const char* english) { return QCoreApplication::translate("Prompts", english); }
 
@@ -73,6 +74,7 @@ UnsavedAnswer askUnsaved(QWidget* parent, const QStringList& pages) {
   box.setText(pages.size() == 1 ? text("The page %1 is not saved.").arg(pages.front())
                                 : text("%1 pages are not saved.").arg(pages.size()));
   box.setInformativeText(text("Without saving, what was scanned is lost."));
+  box.setTextInteractionFlags(kSelectable);
   if (pages.size() > 1) box.setDetailedText(pages.join('\n'));
   auto* save = box.addButton(pages.size() == 1 ? text("&Save...") : text("&Save all..."), QMessageBox::AcceptRole);
   auto* discard = box.addButton(text("&Discard"), QMessageBox::DestructiveRole);
@@ -90,55 +92,23 @@ int askBatchPages(QWidget* parent) {
   return accepted ? pages : -1;
 }
 
-quillbay::EventAnswer showMessage(QWidget* parent, const quillbay::HostMessage& message) {
-  using quillbay::EventAnswer;
-  using quillbay::EventButtons;
-  QMessageBox box(parent);
-  box.setWindowTitle(QCoreApplication::applicationName());
-  box.setIcon(message.buttons == EventButtons::YesNo ? QMessageBox::Question : QMessageBox::Warning);
-  box.setTextFormat(Qt::PlainText);
-  box.setText(QString::fromStdString(message.text));
-  auto buttons = message.buttons == EventButtons::YesNo         ? QMessageBox::Yes | QMessageBox::No
-                 : message.buttons == EventButtons::RetryCancel ? QMessageBox::Retry | QMessageBox::Cancel
-                                                                : QMessageBox::StandardButtons(QMessageBox::Ok);
-  if (!message.helpTopic.empty() && hasManual()) buttons |= QMessageBox::Help;
-  box.setStandardButtons(buttons);
-  int pressed = box.exec();
-  while (pressed == QMessageBox::Help) {
-    openManual(message.helpTopic);
-    pressed = box.exec();
-  }
-  if (pressed == QMessageBox::Yes) return EventAnswer::Yes;
-  if (pressed == QMessageBox::Retry) return EventAnswer::Retry;
-  if (message.buttons == EventButtons::YesNo) return EventAnswer::No;
-  return message.buttons == EventButtons::RetryCancel ? EventAnswer::GiveUp : EventAnswer::Ok;
-}
-
-/// The folder of the manual: of the installed program, or of the tree that it was built in.
-QString manualFolder() {
-  const QDir program(QCoreApplication::applicationDirPath());
-  for (const char* place : {"../share/doc/quillbay/manual", "../../../docs/manual"}) {
-    if (QFileInfo(program.filePath(place)).isDir()) return QDir::cleanPath(program.filePath(place));
-  }
-  return {};
+/// Whether a running scan is to be stopped; Return and Escape let it run.
+bool askStop(QWidget* parent) {
+  QMessageBox box(QMessageBox::Question, QCoreApplication::applicationName(), text("A scan is running."),
+                  QMessageBox::NoButton, parent);
+  box.setInformativeText(text("The page that is being scanned is dropped when it is stopped."));
+  box.setTextInteractionFlags(kSelectable);
+  const auto* stop = box.addButton(text("&Stop the scan"), QMessageBox::DestructiveRole);
+  auto* goOn = box.addButton(text("&Go on scanning"), QMessageBox::RejectRole);
+  box.setDefaultButton(goOn);
+  box.setEscapeButton(goOn);
+  box.exec();
+  return box.clickedButton() == stop;
 }
 
 }  // namespace
 
-bool hasManual() { return !manualFolder().isEmpty(); }
-
-bool openManual(const std::string& topic) {
-  const QString folder = manualFolder();
-  if (folder.isEmpty()) return false;
-  const QString name = QString::fromStdString(topic).section(':', -1);
-  for (const QString& page : {name + ".html", name + ".md", QString("index.html"), QString("index.md")}) {
-    const QString file = folder + "/" + page;
-    if (QFileInfo::exists(file)) return QDesktopServices::openUrl(QUrl::fromLocalFile(file));
-  }
-  return false;
-}
-
-Prompts windowPrompts(QWidget* parent) {
+Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& topic)> help) {
   Prompts prompts;
   prompts.openFiles = [parent] { return filesToOpen(parent); };
   prompts.saveName = [parent](const QString& suggested, bool paged) {
@@ -148,9 +118,7 @@ Prompts windowPrompts(QWidget* parent) {
     return QFileDialog::getExistingDirectory(parent, text("Folder for the pages"), lastFolder());
   };
   prompts.unsaved = [parent](const QStringList& pages) { return askUnsaved(parent, pages); };
-  prompts.stopScan = [parent] {
-    return QMessageBox::question(parent, text("Scanning"), text("A scan is running. Stop it?")) == QMessageBox::Yes;
-  };
+  prompts.stopScan = [parent] { return askStop(parent); };
   prompts.batchPages = [parent] { return askBatchPages(parent); };
   prompts.scanner = [parent](quillbay::IScanManager* manager, std::string* device) {
     ScannerDialog dialog(manager, parent);
@@ -158,7 +126,14 @@ Prompts windowPrompts(QWidget* parent) {
     *device = dialog.device();
     return true;
   };
-  prompts.message = [parent](const quillbay::HostMessage& message) { return showMessage(parent, message); };
+  prompts.recover = [parent](const std::vector<Leftover>& items, const QStringList& troubles) {
+    RecoveryDialog dialog(items, troubles, parent);
+    dialog.exec();
+    return dialog.answer();
+  };
+  prompts.message = [parent, help = std::move(help)](const quillbay::HostMessage& message) {
+    return quillbay::ShowMessageWindow(parent, message, help);
+  };
   return prompts;
 }
 

@@ -3,6 +3,7 @@
 #include <functional>
 #include <string>
 
+#include "leftovers.h"
 #include "quillbay/host.h"
 
 class QWidget;
@@ -31,15 +32,13 @@ struct Prompts {
   std::function<int()> batchPages;
   /// Stores what opens the scanner; false: given up.
   std::function<bool(quillbay::IScanManager* manager, std::string* device)> scanner;
+  /// What to do with what a crash has left; `troubles` are told.
+  std::function<RecoveryAnswer(const std::vector<Leftover>& items, const QStringList& troubles)> recover;
   /// A message of the panel or the program.
   std::function<quillbay::EventAnswer(const quillbay::HostMessage& message)> message;
 };
 
-/// Asks with windows over `parent`.
-[[nodiscard]] Prompts windowPrompts(QWidget* parent);
-
-/// Opens the manual at a help topic ("QBHelp:IDH_ScanError"; empty: its beginning). False when there is none.
-bool openManual(const std::string& topic);
-[[nodiscard]] bool hasManual();
+/// Asks with windows over `parent`. `help` opens the manual at a help topic ("QBHelp:IDH_ScanError").
+[[nodiscard]] Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& topic)> help);
 
 }  // namespace desktop
