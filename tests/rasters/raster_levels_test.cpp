@@ -160,7 +160,7 @@ TEST(RasterLevels, UnfinishedOnesAreDrawnFromSinglePixels) {
   EXPECT_NEAR(at(10, 0), 127, 40);
 }
 
-TEST(RasterLevels, CountToTheBudgetAndToAThirdAtMost) {
+TEST(RasterLevels, CountToTheBudgetAndTakeLessThanTheRaster) {
   const TempDir folder;
   for (const KxColorSpace code : {Grey, Rgb, Palette, Bitonal, Four}) {
     const std::size_t bytes = std::size_t{2000} * 2000 * static_cast<std::size_t>(bitsPerPixel(code)) / 8;
@@ -171,7 +171,7 @@ TEST(RasterLevels, CountToTheBudgetAndToAThirdAtMost) {
       levelsOf(*raster)->MakeLevels(-1);
       const std::int64_t taken = levelsOf(*raster)->GetLevelBytes();
       EXPECT_GE(rasterMemoryInUse() - before, taken);
-      EXPECT_LE(taken, static_cast<std::int64_t>(bytes / 3)) << static_cast<int>(code);
+      EXPECT_LT(taken, static_cast<std::int64_t>(bytes)) << static_cast<int>(code);
       EXPECT_GT(taken, 0);
     }
     const ScopedBudget nothing(1, folder.path());
