@@ -2,14 +2,12 @@
 
 #include <QImage>
 #include <QPainter>
-#include <QSemaphore>
 #include <QtMath>
 #include <algorithm>
 #include <cmath>
-#include <exception>
 #include <numbers>
+#include <utility>
 
-#include "view/image_dc.h"
 #include "view/view_transform.h"
 
 namespace quillbay {
@@ -17,8 +15,6 @@ namespace {
 
 /// How long one slice of level making may take, so that the window keeps answering.
 constexpr int kLevelSliceMs = 8;
-constexpr int kMostBands = 8;
-constexpr std::int32_t kLeastBandRows = 64;
 
 struct Range {
   std::int32_t begin, end;
@@ -49,7 +45,6 @@ tagRRECT CRasterPainter::Item::area(std::int32_t firstLine, std::int32_t endLine
 }
 
 CRasterPainter::CRasterPainter(IKxViewPort* view) : m_view(KxPtr<IKxViewPort>::share(view)) {
-  m_threads.setMaxThreadCount(std::clamp(QThread::idealThreadCount() - 1, 1, kMostBands - 1));
   m_levelTimer.setInterval(0);
   QObject::connect(&m_levelTimer, &QTimer::timeout, &m_levelTimer, [this] { makeLevels(); });
   if (const auto point = query<IConnectionPoint<IKxViewPaintReactor>>(view)) m_reactor.Subscribe(point.get());
@@ -89,6 +84,8 @@ int CRasterPainter::Add(IRStor* raster, const tagRPOINT& topLeft, double dpi) {
   item.topLeft = topLeft;
   item.mmPerPixel = kMmPerInch / dpi;
   item.knownHeight = raster->GetHeight();
+  if (item.levels)
+    item.levels->MakeLevels(0);  // begun: what lacks them is not averaged in full for the first frame
   m_items.push_back(std::move(item));
   m_levelTimer.start();
   invalidate(m_items.back().area());
@@ -140,10 +137,14 @@ int CRasterPainter::extents(tagRRECT* out) {
 int CRasterPainter::Refresh() {
   for (Item& item : m_items) {
     const std::int32_t height = item.raster->GetHeight();
-    if (height == item.knownHeight) continue;
+    if (height == item.knownHeight && item.coarseFrom < 0) continue;
+    const std::int32_t first = item.coarseFrom < 0 ? item.knownHeight : std::min(item.knownHeight, item.coarseFrom);
     // Also the line before: its device pixel may have been covered in part only.
-    invalidate(item.area(std::max(0, item.knownHeight - 1), height));
+    invalidate(item.area(std::max(0, first - 1), height));
     item.knownHeight = height;
+    // Lines get their levels a moment after they have come.
+    const std::int32_t fine = item.levels && height > item.levelsHeight ? item.levels->GetLevelLines() : height;
+    item.coarseFrom = fine < height ? fine : -1;
   }
   return 1;
 }
@@ -179,7 +180,9 @@ void CRasterPainter::paintItem(IKxViewDC& dc, const Item& item) {
   const KxSize size{x.end - x.begin, y.end - y.begin};
   tfm.offsetX -= x.begin;
   tfm.offsetY -= y.begin;
-  drawBands(item, size, tfm, dc.GetStretchMode());
+  const std::size_t pixels = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
+  if (m_pixels.size() < pixels) m_pixels.resize(pixels);
+  m_bands.draw(*item.drawing, m_pixels.data(), size, tfm, dc.GetStretchMode());
   const QImage image(reinterpret_cast<const uchar*>(m_pixels.data()), size.width, size.height,
                      qsizetype{size.width} * 4, QImage::Format_RGB32);
   painter.save();
@@ -193,47 +196,15 @@ void CRasterPainter::paintItem(IKxViewDC& dc, const Item& item) {
   painter.restore();
 }
 
-/// Fills the first `size` of m_pixels.
-void CRasterPainter::drawBands(const Item& item, const KxSize& size, const CRDirectTfm& tfm, int mode) {
-  const std::size_t needed = static_cast<std::size_t>(size.width) * static_cast<std::size_t>(size.height);
-  if (m_pixels.size() < needed) m_pixels.resize(needed);
-  const auto bands = static_cast<std::int32_t>(
-      std::clamp<std::int64_t>(size.height / kLeastBandRows, 1, m_threads.maxThreadCount() + 1));
-  std::vector<std::exception_ptr> errors(static_cast<std::size_t>(bands));
-  const auto drawBand = [&](std::int32_t i) {
-    const auto row = [&](std::int32_t band) {
-      return static_cast<std::int32_t>(std::int64_t{size.height} * band / bands);
-    };
-    try {
-      const auto target =
-          KxPtr<CImageDC>::adopt(new CImageDC(m_pixels.data(), size, {0, row(i), size.width, row(i + 1)}, mode));
-      item.drawing->Draw(target.get(), tfm, nullptr);
-    } catch (...) {
-      errors[static_cast<std::size_t>(i)] = std::current_exception();
-    }
-  };
-  QSemaphore done;
-  for (std::int32_t i = 1; i < bands; ++i) {
-    m_threads.start([&drawBand, &done, i] {
-      drawBand(i);
-      done.release();
-    });
-  }
-  drawBand(0);
-  done.acquire(bands - 1);
-  for (const std::exception_ptr& e : errors) {
-    if (e) std::rethrow_exception(e);
-  }
-}
-
 void CRasterPainter::makeLevels() {
   for (Item& item : m_items) {
     const std::int32_t height = item.raster->GetHeight();
     if (!item.levels || height <= item.levelsHeight) continue;
-    const std::int32_t before = item.levels->GetLevelLines();
+    if (item.levelsFrom < 0) item.levelsFrom = item.levels->GetLevelLines();
     if (!item.levels->MakeLevels(kLevelSliceMs)) return;  // goes on at the next idle moment
     item.levelsHeight = height;
-    if (item.levels->GetLevelLines() != before) invalidate(item.area());
+    const std::int32_t from = std::exchange(item.levelsFrom, -1);
+    if (item.levels->GetLevelLines() != from) invalidate(item.area(std::max(0, from - 1), height));
   }
   m_levelTimer.stop();
 }

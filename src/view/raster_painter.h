@@ -1,10 +1,10 @@
 #pragma once
-#include <QThreadPool>
 #include <QTimer>
 #include <cstdint>
 #include <vector>
 
 #include "quillbay/view.h"
+#include "view/band_drawer.h"
 
 namespace quillbay {
 
@@ -39,7 +39,9 @@ class CRasterPainter final : public CKxUnknownImpl<IKxRasterPainter> {
     tagRPOINT topLeft;
     double mmPerPixel = 0;
     std::int32_t knownHeight = 0;   // asked to be painted up to here
+    std::int32_t coarseFrom = -1;   // of these, lines from here on lacked their levels; -1: none did
     std::int32_t levelsHeight = 0;  // levels were complete up to here
+    std::int32_t levelsFrom = -1;   // where the levels started that are being made; -1: none are
     [[nodiscard]] tagRRECT area(std::int32_t firstLine, std::int32_t endLine) const;
     [[nodiscard]] tagRRECT area() const { return area(0, raster->GetHeight()); }
   };
@@ -49,14 +51,13 @@ class CRasterPainter final : public CKxUnknownImpl<IKxRasterPainter> {
   void invalidate(const tagRRECT& area);
   void paint(IKxViewDC& dc);
   void paintItem(IKxViewDC& dc, const Item& item);
-  void drawBands(const Item& item, const KxSize& size, const CRDirectTfm& tfm, int mode);
   void makeLevels();
 
   KxPtr<IKxViewPort> m_view;
   Reactor m_reactor{this};
   std::vector<Item> m_items;
   std::vector<std::uint32_t> m_pixels;  // kept from paint to paint
-  QThreadPool m_threads;
+  BandDrawer m_bands;
   QTimer m_levelTimer;
 };
 
