@@ -17,8 +17,9 @@ namespace quillbay {
 
 namespace {
 
-constexpr int kLeastView = 120;      // pixels that the view is never smaller than
+constexpr int kLeastView = 120;      // pixels that the view is never lower than, and not narrower beside the panel
 constexpr int kPreferredView = 240;  // what it asks for
+constexpr int kNarrowest = 40;       // what it can be made
 constexpr const char* kSection = "QuillbayBar";
 constexpr const char* kShowView = "ShowView";
 
@@ -45,7 +46,7 @@ CMHolder::CMHolder(IApp* app, QWidget* parent) : CDialog(parent), m_app(KxPtr<IA
   createPlaces();
   m_port = new_ViewPort(app, m_split);
   m_view = m_port.as<IKxView>();
-  m_port->GetWindow()->setMinimumSize(kLeastView, kLeastView);
+  m_port->GetWindow()->setMinimumSize(kNarrowest, kLeastView);
   m_port->ActualSize();
   m_picture = std::make_unique<ScanPicture>(m_port.get());
   m_zoomSink.Subscribe(m_port.as<IConnectionPoint<IKxViewZoomSink>>().get());
@@ -78,6 +79,7 @@ void CMHolder::createPlaces() {
   m_place = new PanelPlace(this);
   auto* row = new QVBoxLayout(m_place);
   row->setContentsMargins(0, 0, 0, 0);
+  m_place->installEventFilter(this);
   m_scroll->setWidget(m_place);
   connect(m_split, &QSplitter::splitterMoved, this, [this] { m_divided = true; });
 }
@@ -190,6 +192,13 @@ QSize CMHolder::panelRoom() const {
   return m_panel->sizeHint().expandedTo(m_panel->minimumSizeHint()) + QSize(bar, 0);
 }
 
+/// The panel needs more room (a tab or a bar came), or less: what it once needed stays its.
+bool CMHolder::eventFilter(QObject* watched, QEvent* event) {
+  if (watched == m_place && event->type() == QEvent::LayoutRequest && panelRoom().height() > m_panelHeight)
+    layOut();
+  return CDialog::eventFilter(watched, event);
+}
+
 QSize CMHolder::sizeHint() const {
   return panelRoom() + QSize(0, m_toolbar->sizeHint().height() + m_split->handleWidth() + kPreferredView);
 }
@@ -199,21 +208,23 @@ void CMHolder::layOut() {
   if (!m_panel) return;
   m_scroll->setMinimumWidth(m_panel->minimumSizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
   const QSize room = m_split->size(), panel = panelRoom();
-  const auto area = [](int width, int height) { return std::int64_t{std::max(width, 0)} * std::max(height, 0); };
+  m_panelHeight = std::max(m_panelHeight, panel.height());
+  const int right = room.width() - panel.width(), below = std::max(room.height() - m_panelHeight, 0);
   const bool beside =
-      area(room.width() - panel.width(), room.height()) > area(room.width(), room.height() - panel.height());
+      right >= kLeastView && std::int64_t{right} * room.height() > std::int64_t{room.width()} * below;
   const Qt::Orientation orientation = beside ? Qt::Horizontal : Qt::Vertical;
   if (m_split->orientation() != orientation) m_divided = false;
   m_split->setOrientation(orientation);
   if (m_divided) return;
   const int whole = (beside ? room.width() : room.height()) - m_split->handleWidth();
-  const int view = std::max(whole - (beside ? panel.width() : panel.height()), kLeastView);
+  const int view = std::max(whole - (beside ? panel.width() : m_panelHeight), kLeastView);
   m_split->setSizes({std::max(whole - view, 0), view});
 }
 
 bool CMHolder::OnCommand(int id, int code, std::int64_t value) {
   if (id != command::kRelayoutParent) return CDialog::OnCommand(id, code, value);
   m_divided = false;
+  m_panelHeight = 0;
   layOut();
   return true;
 }

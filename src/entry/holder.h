@@ -40,6 +40,7 @@ class CMHolder final : public CDialog {
   void customEvent(QEvent* event) override;
   void changeEvent(QEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
+  bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
   /// Tells the picture what the panel scans.
@@ -94,6 +95,7 @@ class CMHolder final : public CDialog {
   QScrollArea* m_scroll = nullptr;
   QPointer<CDialog> m_place;  // in the scroll area, with the panel in it
   QPointer<QWidget> m_panel;
+  int m_panelHeight = 0;   // the most that the panel has needed in its present layout
   bool m_divided = false;  // the person has moved the line between panel and view
   bool m_asking = false;   // the host is being asked whether the holder may close
 };

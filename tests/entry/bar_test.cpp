@@ -132,6 +132,46 @@ TEST_F(BarTest, TheViewGetsTheRoomThatTheSmallLayoutLeaves) {
   EXPECT_EQ(split->orientation(), Qt::Horizontal);
 }
 
+/// The rectangle of what differs from the view's ground, which lies in the corner.
+QRect drawnPart(const QImage& view) {
+  QRect part;
+  for (int y = 0; y < view.height(); ++y) {
+    for (int x = 0; x < view.width(); ++x) {
+      if (view.pixel(x, y) != view.pixel(0, 0)) part |= QRect(x, y, 1, 1);
+    }
+  }
+  return part;
+}
+
+TEST_F(BarTest, TheViewShowsAllOfAPageWhoseLengthNobodyKnewUnlessThePersonZoomed) {
+  ASSERT_TRUE(openBar("sim:size=210x400,at=10x0"));
+  smallPages();
+  set("m_eScanType", 2);
+  auto* view = dock->findChild<QWidget*>("viewPort");
+  const auto button = [&](const char* text) {
+    for (QAction* action : dock->findChildren<QAction*>())
+      if (action->text() == text) return action;
+    return static_cast<QAction*>(nullptr);
+  };
+  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+  ASSERT_TRUE(recorder->waitEnded());
+  ASSERT_EQ(recorder->pages.size(), 1U);
+  const PageInfo& page = recorder->pages[0];
+  const double shape = static_cast<double>(page.width) / static_cast<double>(page.lines);
+  ASSERT_LT(shape, 1) << "longer than the view took it to be";
+  const QRect whole = drawnPart(view->grab().toImage());
+  EXPECT_NEAR(whole.height(), view->height() - 10, 2);
+  EXPECT_NEAR(whole.width(), whole.height() * shape, 3);
+
+  recorder->onStarted = [&] { button("Zoom in")->trigger(); };
+  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+  ASSERT_TRUE(recorder->waitEnded());
+  EXPECT_NE(drawnPart(view->grab().toImage()), whole);
+  button("Back")->trigger();
+  button("Whole page")->trigger();
+  EXPECT_EQ(drawnPart(view->grab().toImage()), whole);
+}
+
 TEST_F(BarTest, ClosingInTheMiddleEndsTheScanAndKeepsTheFinishedPage) {
   ASSERT_TRUE(openBar("sim:size=210x120,at=10x3,speed=400"));
   smallPages();
