@@ -1,11 +1,13 @@
-// A program that embeds the scanning panel: a window with the panel in it, on the simulated scanner. Without
-// arguments it waits for a person; "example-host FILE.tif" scans one page into that file and ends.
+// A program that embeds the scanning panel: a window with the panel in it, on the simulated scanner; with "--bar"
+// the panel comes in a docking bar beside the program's own document. Without a file it waits for a person;
+// "example-host [--bar] FILE.tif" scans one page into that file and ends.
 #include <quillbay/control.h>
 #include <quillbay/host.h>
 #include <quillbay/quillbay.h>
 
 #include <QApplication>
 #include <QFileInfo>
+#include <QLabel>
 #include <QMainWindow>
 #include <cstdio>
 
@@ -52,11 +54,33 @@ bool scanInto(qb::IQuillbayControl& control, const QFileInfo& file) {
          set(control, "m_fFileFate", 2) && control.Start(qb::StartKind::Scan, 1) != 0;
 }
 
+// First way in: the panel as a child of a window, wherever the program puts it.
+bool openPanel(qb::IHostApp& app, QMainWindow& window, qb::IQuillbaySink** sink) {
+  const auto script = qb::query<qb::IScriptCmdSink>(&app);
+  QWidget* panel = qb::New_Quillbay(&app, &window, nullptr, script.get(), sink, qb::ScanToFile);
+  if (panel) window.setCentralWidget(panel);
+  return panel != nullptr;
+}
+
+// Second way in: a docking bar that brings a view of its own. It finds the application object by itself, and puts
+// itself beside what the main window shows.
+bool openBar(qb::IHostApp& app, QMainWindow& window, qb::IQuillbaySink** sink) {
+  auto* document = new QLabel("The program's document", &window);
+  document->setAlignment(Qt::AlignCenter);
+  window.setCentralWidget(document);
+  // Asked before the bar closes: false keeps it open.
+  app.SetCloseHandler([] { return true; });
+  const auto script = qb::query<qb::IScriptCmdSink>(&app);
+  return qb::New_QuillbayBar(script.get(), sink, qb::ScanToFile) != nullptr;
+}
+
 }  // namespace example
 
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
-  const bool person = argc < 2;
+  QStringList arguments = QApplication::arguments().mid(1);
+  const bool bar = arguments.removeAll("--bar") > 0;
+  const bool person = arguments.isEmpty();
 
   // The application object answers everything that the panel asks for.
   qb::HostOptions options;
@@ -71,14 +95,10 @@ int main(int argc, char** argv) {
     return 2;
   }
 
-  // The panel is a child of a window of ours.
   QMainWindow window;
   app->SetMainWindow(&window);
   qb::KxPtr<qb::IQuillbaySink> sink;
-  const auto script = app.as<qb::IScriptCmdSink>();
-  QWidget* panel = qb::New_Quillbay(app.get(), &window, nullptr, script.get(), sink.put(), qb::ScanToFile);
-  if (!panel) return 2;
-  window.setCentralWidget(panel);
+  if (!(bar ? example::openBar : example::openPanel)(*app, window, sink.put())) return 2;
 
   // Further control, and events.
   const auto control = sink.as<qb::IQuillbayControl>();
@@ -88,7 +108,7 @@ int main(int argc, char** argv) {
     window.show();
   } else {
     listener.quitAtEnd();
-    if (!example::scanInto(*control, QFileInfo(QString::fromLocal8Bit(argv[1])))) return 1;
+    if (!example::scanInto(*control, QFileInfo(arguments.first()))) return 1;
   }
   const int status = QApplication::exec();
   control->Unadvise(&listener);

@@ -17,6 +17,8 @@ mv "$root/first" "$root/moved" # nothing may depend on where it was installed
 "$cmake" --build "$root/build"
 "$root/build/example-host" "$root/by-cmake.tif"
 test -s "$root/by-cmake.tif"
+"$root/build/example-host" --bar "$root/by-bar.tif"
+test -s "$root/by-bar.tif"
 
 pc=$(find "$root/moved" -name quillbay.pc)
 lib=$(dirname "$(dirname "$pc")")
