@@ -7,6 +7,7 @@
 #include <QStatusBar>
 
 #include "document_view.h"
+#include "live_page.h"
 #include "log_dock.h"
 #include "page_commands.h"
 #include "manual_window.h"
@@ -63,6 +64,7 @@ MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
   setCentralWidget(m_view);
   m_status = new StatusLine(m_app.get(), statusBar());
   makeDocks();
+  makeLivePage();
   makeFileMenu();
   makeScanMenu();
   makePageMenu();
@@ -80,6 +82,7 @@ MainWindow::~MainWindow() {
   *m_self = nullptr;  // no thread of a scan is left that could look
   m_app->SetMainWindow(nullptr);
   m_app->SetPages(nullptr);
+  delete m_live;  // reads from the panel
   delete m_panel;  // these use the application object, which goes before the other children
   delete m_view;
   delete m_status;
@@ -132,12 +135,24 @@ void MainWindow::makeDocks() {
   m_log->hide();
 }
 
+void MainWindow::makeLivePage() {
+  const auto source = [this] { return m_panel->scanRaster(); };
+  m_live = new LivePage(source, m_document, m_settings.get(), this);
+  m_view->setLive(m_live);
+  m_pages->setLive(m_live);
+  connect(m_panel, &PanelDock::pageStarted, m_live, &LivePage::begin);
+  connect(m_panel, &PanelDock::pageDone, m_live, &LivePage::finish);
+  connect(m_panel, &PanelDock::ended, m_live, &LivePage::end);
+  connect(m_live, &LivePage::note, m_log, &LogDock::note);
+}
+
 void MainWindow::connectParts() {
   connect(m_view, &DocumentView::filesDropped, this, &MainWindow::openFiles);
   connect(m_view, &DocumentView::pageChosen, this, &MainWindow::choosePage);
   connect(m_view, &DocumentView::zoomChanged, this, [this] { m_status->showZoom(m_view->zoom()); });
   connect(m_view, &DocumentView::pointerMoved, m_status, &StatusLine::showPointer);
   connect(m_pages, &PageList::chosen, this, &MainWindow::choosePage);
+  connect(m_pages, &PageList::chosen, m_view, &DocumentView::reveal);
   connect(m_pages, &PageList::shown, m_view, &DocumentView::fitPage);
   connect(m_pages, &PageList::closeAsked, this, &MainWindow::closePage);
   connect(m_document, &Document::added, this, &MainWindow::choosePage);

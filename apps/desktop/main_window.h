@@ -15,6 +15,7 @@ class QActionGroup;
 namespace desktop {
 
 class DocumentView;
+class LivePage;
 class LogDock;
 class PageCommands;
 class ManualWindow;
@@ -54,6 +55,8 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] Document& document() { return *m_document; }
   [[nodiscard]] PanelDock& panelDock() { return *m_panel; }
   [[nodiscard]] DocumentView& view() { return *m_view; }
+  [[nodiscard]] LivePage& livePage() { return *m_live; }
+  [[nodiscard]] PageList& pageList() { return *m_pages; }
   [[nodiscard]] LogDock& log() { return *m_log; }
   [[nodiscard]] StatusLine& statusLine() { return *m_status; }
   [[nodiscard]] ProgramSettings& settings() { return *m_settings; }
@@ -71,6 +74,7 @@ class MainWindow : public QMainWindow {
                      const std::function<void()>& run);
   void makeHost(const ProgramFolders& folders);
   void makeDocks();
+  void makeLivePage();
   void connectParts();
   void makeFileMenu();
   void makeScanMenu();
@@ -108,6 +112,7 @@ class MainWindow : public QMainWindow {
   std::unique_ptr<ProgramSettings> m_settings;
   Document* m_document;
   DocumentView* m_view;
+  LivePage* m_live = nullptr;
   std::unique_ptr<PageFiles> m_files;
   PanelDock* m_panel = nullptr;
   PageList* m_pages = nullptr;

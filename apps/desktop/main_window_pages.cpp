@@ -2,6 +2,7 @@
 #include <QFileInfo>
 
 #include "document_view.h"
+#include "live_page.h"
 #include "log_dock.h"
 #include "main_window.h"
 #include "page_list.h"
@@ -49,6 +50,7 @@ void MainWindow::openFiles(const QStringList& files) {
       failures += why;
     }
   }
+  m_view->reveal(m_view->current());
   if (!failures.isEmpty()) tell(failures.join("\n\n"));
 }
 

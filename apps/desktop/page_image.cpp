@@ -64,21 +64,32 @@ PageImages::~PageImages() {
 }
 
 void PageImages::requestOverview(int id, quillbay::KxPtr<quillbay::IRStor> raster, int longest) {
-  m_thread.start([this, id, raster = std::move(raster), longest, cancel = m_cancel] {
-    // In slices: the view makes levels of the same raster, and must not wait for long.
-    const auto levels = raster.as<quillbay::IRStorLevels>();
-    while (levels && !*cancel && !levels->MakeLevels(kLevelSliceMs)) {
-    }
-    const auto size = raster->GetSize();
-    if (size.width <= 0 || size.height <= 0 || *cancel) return;
+  m_thread.start([this, id, raster = std::move(raster), longest] { makeOverview(id, *raster, longest); });
+}
+
+void PageImages::makeOverview(int id, quillbay::IRStor& raster, int longest) {
+  // In slices: the view makes levels of the same raster, and must not wait for long.
+  const auto levels = quillbay::query<quillbay::IRStorLevels>(&raster);
+  while (levels && !*m_cancel && !levels->MakeLevels(kLevelSliceMs)) {
+  }
+  const auto size = raster.GetSize();
+  if (*m_cancel) return;
+  QImage image;
+  if (size.width > 0 && size.height > 0) {
     const double scale = std::min(1.0, double(longest) / std::max(size.width, size.height));
-    QImage image(std::max(1, int(std::ceil(size.width * scale))), std::max(1, int(std::ceil(size.height * scale))),
-                 QImage::Format_RGB32);
-    if (image.isNull()) return;
+    image = QImage(std::max(1, int(std::ceil(size.width * scale))),
+                   std::max(1, int(std::ceil(size.height * scale))), QImage::Format_RGB32);
+  }
+  if (!image.isNull()) {
     image.fill(Qt::white);
     const quillbay::CRDirectTfm tfm{double(image.width()) / size.width, double(image.height()) / size.height, 0, 0};
-    if (drawRaster(raster.get(), image, image.rect(), tfm, cancel)) emit overviewReady(id, image);
-  });
+    if (!drawRaster(&raster, image, image.rect(), tfm, m_cancel)) image = {};
+  }
+  if (!*m_cancel) emit overviewReady(id, image);
+}
+
+void PageImages::letGo(quillbay::KxPtr<quillbay::IRStor> raster) {
+  if (raster) m_thread.start([raster = std::move(raster)] {});
 }
 
 }  // namespace desktop

@@ -28,11 +28,15 @@ class PageImages : public QObject {
 
   /// Asks for the whole of a page in small; its longer side gets `longest` pixels at most.
   void requestOverview(int id, quillbay::KxPtr<quillbay::IRStor> raster, int longest);
+  /// Gives a reference up on the thread: freeing a raster of gigabytes takes a while.
+  void letGo(quillbay::KxPtr<quillbay::IRStor> raster);
 
  signals:
+  /// A null picture when none could be made.
   void overviewReady(int id, const QImage& image);
 
  private:
+  void makeOverview(int id, quillbay::IRStor& raster, int longest);
   QThreadPool m_thread;
   CancelFlag m_cancel;
 };

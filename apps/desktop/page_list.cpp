@@ -7,35 +7,46 @@
 #include <algorithm>
 #include <memory>
 
+#include "live_page.h"
+
 namespace desktop {
 
 namespace {
 
+/// Number of the page that is being scanned: no page of the document has it.
+constexpr int kLiveId = 0;
 constexpr int kIdRole = Qt::UserRole, kIconWidth = 96, kIconHeight = 72;
 
-/// The page's small picture in the middle of an icon, with a thin edge.
-QPixmap pictureOf(const Page& page, double ratio, const QColor& edge) {
+/// A page's small picture in the middle of an icon, with a thin edge. Of a page that is still coming the picture
+/// is the upper part: as high as its width tells.
+QPixmap pictureOf(const QSizeF& sizeMm, const QImage& overview, bool whole, double ratio, const QColor& edge) {
   QPixmap icon(QSize(kIconWidth, kIconHeight) * ratio);
   icon.setDevicePixelRatio(ratio);
   icon.fill(Qt::transparent);
   QPainter painter(&icon);
-  const QSizeF fitted = page.sizeMm().scaled(kIconWidth - 4, kIconHeight - 4, Qt::KeepAspectRatio);
+  const QSizeF fitted = sizeMm.scaled(kIconWidth - 4, kIconHeight - 4, Qt::KeepAspectRatio);
   const QRectF place(QPointF((kIconWidth - fitted.width()) / 2, (kIconHeight - fitted.height()) / 2), fitted);
-  painter.fillRect(place, Qt::white);
-  if (!page.overview.isNull()) {
-    const QSize exact = (fitted * ratio).toSize().expandedTo({1, 1});
-    painter.drawImage(place, page.overview.scaled(exact, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+  QRectF drawn = place;
+  if (!whole) drawn.setHeight(overview.isNull() ? 0 : place.width() * overview.height() / overview.width());
+  drawn &= place;
+  painter.fillRect(drawn, Qt::white);
+  if (!overview.isNull()) {
+    const QSize exact = (drawn.size() * ratio).toSize().expandedTo({1, 1});
+    painter.drawImage(drawn, overview.scaled(exact, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
   }
-  painter.setPen(edge);
+  painter.setPen(whole ? QPen(edge) : QPen(edge, 1, Qt::DashLine));
   painter.drawRect(place);
   return icon;
 }
 
-QIcon iconOf(const Page& page, double ratio, const QColor& edge) {
-  const QPixmap picture = pictureOf(page, ratio, edge);
+QIcon iconOf(const QPixmap& picture) {
   QIcon icon(picture);
-  icon.addPixmap(picture, QIcon::Selected);  // in its own colours as well
+  for (const auto mode : {QIcon::Selected, QIcon::Disabled}) icon.addPixmap(picture, mode);  // in its own colours
   return icon;
+}
+
+QString sizeText(const QSizeF& mm) {
+  return PageList::tr("%1 × %2 mm").arg(mm.width(), 0, 'f', 0).arg(mm.height(), 0, 'f', 0);
 }
 
 }  // namespace
@@ -97,13 +108,43 @@ void PageList::refresh(int id) {
   auto* entry = item(id);
   if (!page || !entry) return;
   const QSignalBlocker silent(m_list);
-  const QSizeF size = page->sizeMm();
-  const QString detail = tr("%1 × %2 mm").arg(size.width(), 0, 'f', 0).arg(size.height(), 0, 'f', 0);
+  const QString detail = sizeText(page->sizeMm());
   entry->setText(page->name + (page->saved ? "" : " *") + "\n" + detail);
   entry->setData(Qt::AccessibleTextRole, page->name + ", " + detail + (page->saved ? "" : ", " + tr("not saved")));
   entry->setToolTip(page->file.isEmpty() ? tr("In no file yet") : page->file);
-  entry->setIcon(iconOf(*page, devicePixelRatioF(), palette().color(QPalette::Mid)));
+  entry->setIcon(
+      iconOf(pictureOf(page->sizeMm(), page->overview, true, devicePixelRatioF(), palette().color(QPalette::Mid))));
 }
+
+void PageList::setLive(LivePage* live) {
+  m_live = live;
+  connect(live, &LivePage::began, this, &PageList::addLive);
+  connect(live, &LivePage::resized, this, &PageList::refreshLive);
+  connect(live, &LivePage::overviewChanged, this, &PageList::refreshLive);
+  connect(live, &LivePage::became, this, &PageList::removeLive);
+  connect(live, &LivePage::vanished, this, &PageList::removeLive);
+}
+
+void PageList::addLive() {
+  auto entry = std::make_unique<QListWidgetItem>();
+  entry->setData(kIdRole, kLiveId);
+  entry->setFlags(Qt::ItemIsEnabled);
+  entry->setToolTip(tr("This page is being scanned"));
+  m_list->addItem(entry.release());  // the list owns it
+  refreshLive();
+  m_list->scrollToItem(item(kLiveId));
+}
+
+void PageList::refreshLive() {
+  auto* entry = item(kLiveId);
+  if (!entry) return;
+  const QString text = tr("Scanning...") + "\n" + sizeText({m_live->sizeMm().width(), m_live->arrivedMm()});
+  entry->setText(text);
+  entry->setIcon(iconOf(
+      pictureOf(m_live->sizeMm(), m_live->overview(), false, devicePixelRatioF(), palette().color(QPalette::Mid))));
+}
+
+void PageList::removeLive() { std::unique_ptr<QListWidgetItem>(item(kLiveId)).reset(); }
 
 bool PageList::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete && current()) {

@@ -20,13 +20,17 @@ class PanelListener final : public quillbay::CKxUnknownImplStatic<quillbay::IQui
  public:
   explicit PanelListener(PanelDock* dock) : m_dock(dock) {}
   void OnStarted(const quillbay::ScanStartInfo& info) override {
+    emit m_dock->pageStarted(info);
     emit m_dock->started(info.page, QString::fromStdString(info.file));
   }
   void OnLines(std::int64_t lines) override { emit m_dock->linesArrived(lines); }
   void OnPageFinished(const quillbay::PageInfo& page) override {
+    emit m_dock->pageDone(page);
     emit m_dock->pageFinished(page.page, QString::fromStdString(page.file));
   }
-  void OnPublished(const std::string&, std::int32_t) override {}
+  void OnPublished(const std::string& file, std::int32_t) override {
+    emit m_dock->published(QString::fromStdString(file));
+  }
   void OnMessage(const std::string&) override {}
   void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override {
     emit m_dock->ended(static_cast<int>(cause), QString::fromStdString(fault.text), pages);
@@ -91,6 +95,11 @@ void PanelDock::closePanel() {
   if (m_control) m_control->Unadvise(m_listener.get());
   m_control = nullptr;
   m_sink = nullptr;
+}
+
+KxPtr<quillbay::IRStor> PanelDock::scanRaster() const {
+  const auto source = m_sink ? m_sink.as<quillbay::IRGetSource>() : nullptr;
+  return source ? KxPtr<quillbay::IRStor>::adopt(source->GetRaster()) : nullptr;
 }
 
 bool PanelDock::isBusy() const { return m_control && m_control->IsBusy() != 0; }

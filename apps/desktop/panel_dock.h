@@ -26,13 +26,21 @@ class PanelDock : public QDockWidget {
   /// Null without a panel.
   [[nodiscard]] quillbay::IQuillbayControl* control() const { return m_control.get(); }
   [[nodiscard]] bool isBusy() const;
+  /// The raster that the running scan fills for the view; null when there is none.
+  [[nodiscard]] quillbay::KxPtr<quillbay::IRStor> scanRaster() const;
   /// The panel's window; null without one.
   [[nodiscard]] QWidget* panel() const { return m_panel; }
 
  signals:
   void started(int page, const QString& file);
+  /// The same in full, before `started`.
+  void pageStarted(const quillbay::ScanStartInfo& info);
   void linesArrived(qint64 lines);
   void pageFinished(int page, const QString& file);
+  /// The same in full, before `pageFinished`.
+  void pageDone(const quillbay::PageInfo& page);
+  /// A multi-page file got its final name.
+  void published(const QString& file);
   /// `cause` is a `quillbay::EndCause`.
   void ended(int cause, const QString& fault, int pages);
   void chooseScannerAsked();

@@ -173,7 +173,7 @@ TEST_F(DesktopTest, ScansGoWhereTheModeSays) {
   const std::string file = control()->GetNextFileName();
   ASSERT_TRUE(scan());
   EXPECT_TRUE(QFile::exists(QString::fromStdString(file))) << file;
-  EXPECT_TRUE(pages().empty());
+  EXPECT_TRUE(window->document().unsaved().empty());
   EXPECT_TRUE(window->close());
   window.reset();
   open({});
