@@ -20,7 +20,7 @@ void MainWindow::tell(const QString& text) {
 
 void MainWindow::takeRaster(const quillbay::HostDocument& document) {
   if (document.pages.empty()) return;
-  choosePage(m_document->current());  // the document has it
+  m_live->become(m_document->current());  // the document has it
 }
 
 void MainWindow::noteSaved(const std::string& file) {
