@@ -105,6 +105,7 @@ int CMaindlg::StartUp() {
     if (m_directMode) m_params->set(scan_key::CurrMode, kModeDirect);
     loadSettings();
     fillTabs();
+    orderTabbing();
     AreaChanged();
     m_viewSync.invalidate();
     SetStatus(0);
@@ -169,10 +170,27 @@ void CMaindlg::createToolbar(QToolBar* toolbar) {
     action->setToolTip(QString::fromStdString(Supp_Translate(b.tip)));
     if (b.id == command::kStop) action->setShortcut(Qt::Key_Escape);
     connect(action, &QAction::triggered, this, [this, id = b.id] { OnCommand(id, 1, 0); });
+    toolbar->widgetForAction(action)->setFocusPolicy(Qt::TabFocus);
     m_actions.push_back({b.id, b.icon, action});
   }
   toolbar->setToolButtonStyle(Qt::ToolButtonIconOnly);
   drawIcons();
+}
+
+/// Tab goes through the panel as it is read, in whatever order its parts were made.
+void CMaindlg::orderTabbing() {
+  std::vector<QWidget*> ring;
+  for (QWidget* w = nextInFocusChain(); w != this; w = w->nextInFocusChain()) {
+    if ((w->focusPolicy() & Qt::TabFocus) && !w->focusProxy()) ring.push_back(w);
+  }
+  QWidget* last = nullptr;
+  for (const QWidget* part : std::initializer_list<QWidget*>{m_toolbar, m_tabs, m_pageArea, m_destinationPlace}) {
+    for (QWidget* w : ring) {
+      if (w != part && !part->isAncestorOf(w)) continue;
+      if (last) setTabOrder(last, w);
+      last = w;
+    }
+  }
 }
 
 void CMaindlg::drawIcons() {
@@ -274,7 +292,7 @@ void CMaindlg::updateButtons() {
     const bool hiddenInDirect = previews || id == command::kStop || id == command::kEject ||
                                 (id == command::kSwitchLayout && values().mode == ScanToPrint);
     action->setVisible(!(m_directMode && hiddenInDirect) && !(id == command::kPrescan && m_layout == 1) &&
-                       !(previews && !m_steps.preview && !m_viewSync.hasView()));
+                       !(previews && !m_steps.preview));  // nothing would show them
   }
 }
 
