@@ -9,10 +9,11 @@
 #include "document_view.h"
 #include "live_page.h"
 #include "log_dock.h"
-#include "page_commands.h"
 #include "manual_window.h"
+#include "page_commands.h"
 #include "page_list.h"
 #include "panel_dock.h"
+#include "session_guard.h"
 #include "status_line.h"
 
 namespace desktop {
@@ -24,8 +25,6 @@ namespace {
 constexpr const char* kSimulated = "sim:";
 constexpr int kStateVersion = 1, kPagesWidth = 210, kLogHeight = 130;
 
-/// What the status bar says about the end of a run.
-QString endText(quillbay::EndCause cause, int pages) {
 /// What the log says about the answer to a message.
 QString answerText(quillbay::EventButtons buttons, quillbay::EventAnswer answer) {
   if (buttons == quillbay::EventButtons::RetryCancel) {
@@ -35,6 +34,8 @@ QString answerText(quillbay::EventButtons buttons, quillbay::EventAnswer answer)
   return answer == quillbay::EventAnswer::Yes ? MainWindow::tr("Answer: yes") : MainWindow::tr("Answer: no");
 }
 
+/// What the status bar says about the end of a run.
+QString endText(quillbay::EndCause cause, int pages) {
   using quillbay::EndCause;
   switch (cause) {
     case EndCause::Done: return MainWindow::tr("Done, pages: %1").arg(pages);
@@ -65,6 +66,7 @@ MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
   m_status = new StatusLine(m_app.get(), statusBar());
   makeDocks();
   makeLivePage();
+  m_guard = std::make_unique<SessionGuard>(this, folders.state);
   makeFileMenu();
   makeScanMenu();
   makePageMenu();
@@ -79,6 +81,7 @@ MainWindow::~MainWindow() {
   m_panel->disconnect(this);
   m_document->disconnect(this);
   m_panel->closePanel();
+  m_guard.reset();  // pages that are not saved stay kept
   *m_self = nullptr;  // no thread of a scan is left that could look
   m_app->SetMainWindow(nullptr);
   m_app->SetPages(nullptr);
@@ -198,6 +201,7 @@ void MainWindow::restore() {
 void MainWindow::remember() {
   m_settings->setBytes("Geometry", saveGeometry());
   m_settings->setBytes("State", saveState(kStateVersion));
+  if (m_manual) m_settings->setBytes("Manual", m_manual->placement());
   m_settings->setNumber("Mode", m_mode);
   m_settings->save();
 }
@@ -210,18 +214,19 @@ void MainWindow::start() {
   }
   setMode(m_mode);
   m_view->setFocus();
+  m_guard->offerLeftovers();
 }
 
 bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   if (m_panel->isBusy()) {
     tell(tr("A scan is running. Stop it before you change where scans go."));
     updateActions();
-  if (m_manual) m_settings->setBytes("Manual", m_manual->placement());
     return false;
   }
   m_mode = mode;
   const bool opened = m_panel->open(mode);
   if (!opened) m_log->note(tr("No scanner could be opened."));
+  m_guard->panelTried(opened);
   applyUnit();
   updateActions();
   return opened;
@@ -238,9 +243,10 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     if (hadPanel) setMode(m_mode);
     return;
   }
+  m_guard->close();
   remember();
+  if (m_manual) m_manual->close();
   event->accept();
 }
 
 }  // namespace desktop
-  if (m_manual) m_manual->close();

@@ -17,10 +17,11 @@ namespace desktop {
 class DocumentView;
 class LivePage;
 class LogDock;
-class PageCommands;
 class ManualWindow;
+class PageCommands;
 class PageList;
 class PanelDock;
+class SessionGuard;
 class StatusLine;
 
 /// Where the program keeps its settings; empty: the usual folders.
@@ -39,6 +40,7 @@ class MainWindow : public QMainWindow {
   /// Opens the panel in the mode of the last run.
   void start();
   bool setMode(quillbay::eTarnwellMode mode);
+  bool reopenPanel() { return setMode(m_mode); }
   /// Opens files; what cannot be read is told in one message. The page that came last is shown.
   void openFiles(const QStringList& files);
   bool saveCurrentAs();
@@ -62,15 +64,16 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] ProgramSettings& settings() { return *m_settings; }
   [[nodiscard]] quillbay::IHostApp* app() { return m_app.get(); }
   [[nodiscard]] PageCommands& pageCommands() { return *m_pageCommands; }
+  [[nodiscard]] SessionGuard& guard() { return *m_guard; }
   [[nodiscard]] Prompts& prompts() { return m_prompts; }
+  /// Null until the manual was opened.
+  [[nodiscard]] ManualWindow* manual() { return m_manual.get(); }
 
  protected:
   void closeEvent(QCloseEvent* event) override;
 
  private:
   QAction* addAction(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip,
-  /// Null until the manual was opened.
-  [[nodiscard]] ManualWindow* manual() { return m_manual.get(); }
                      const std::function<void()>& run);
   void makeHost(const ProgramFolders& folders);
   void makeDocks();
@@ -97,6 +100,9 @@ class MainWindow : public QMainWindow {
   void applyUnit();
   void choosePage(int id);
   void about();
+  /// At a help topic ("QBHelp:IDH_ScanError"; empty: its beginning).
+  void openManual(const std::string& topic);
+  QWidget* showManual(const QString& page);
   /// A message window for something that went wrong; it goes to the log as well.
   void tell(const QString& text);
   /// False when pages are unsaved and the person wants to keep the window.
@@ -104,21 +110,19 @@ class MainWindow : public QMainWindow {
   bool savePages(const std::vector<int>& ids, const QString& file, bool mayReplace);
 
   const std::shared_ptr<MainWindow*> m_self;  // what the host's callbacks hold: null when the window goes
-  /// At a help topic ("QBHelp:IDH_ScanError"; empty: its beginning).
-  void openManual(const std::string& topic);
-  QWidget* showManual(const QString& page);
   Prompts m_prompts;
   quillbay::KxPtr<quillbay::IHostApp> m_app;
   std::unique_ptr<ProgramSettings> m_settings;
+  std::unique_ptr<ManualWindow> m_manual;
   Document* m_document;
   DocumentView* m_view;
   LivePage* m_live = nullptr;
   std::unique_ptr<PageFiles> m_files;
+  std::unique_ptr<SessionGuard> m_guard;
   PanelDock* m_panel = nullptr;
   PageList* m_pages = nullptr;
   PageCommands* m_pageCommands = nullptr;
   LogDock* m_log = nullptr;
-  std::unique_ptr<ManualWindow> m_manual;
   StatusLine* m_status = nullptr;
   QMenu* m_recent = nullptr;
   QAction* m_undo = nullptr;

@@ -11,6 +11,7 @@
 #include "page_commands.h"
 #include "page_list.h"
 #include "panel_dock.h"
+#include "session_guard.h"
 #include "status_line.h"
 
 namespace desktop {
@@ -94,6 +95,7 @@ void MainWindow::makeScanMenu() {
   menu->addSeparator();
   QAction* choose =
       addAction(menu, tr("&Choose scanner..."), {}, tr("Lists the scanners"), [this] { chooseScanner(); });
+  m_guard->addCommands(menu);
   m_needsPanel = {scan, batch, stop, after, eject};
   m_needsIdle = {scan, batch, eject, choose, modes->menuAction()};
 }

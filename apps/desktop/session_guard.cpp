@@ -1,0 +1,153 @@
+#include "session_guard.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QFileInfo>
+#include <QMenu>
+#include <QStatusBar>
+#include <new>
+
+#include "log_dock.h"
+#include "main_window.h"
+#include "panel_dock.h"
+#include "progress_window.h"
+#include "quillbay/errors.h"
+#include "quillbay/formats.h"
+
+namespace desktop {
+
+using quillbay::KxPtr;
+
+namespace {
+
+constexpr const char* kKeepPages = "KeepUnsavedPages";
+
+QString recoveryFolder(const std::string& stateFolder) {
+  if (!stateFolder.empty()) return QString::fromStdString(stateFolder) + "/recovery";
+  const QString set = qEnvironmentVariable("XDG_STATE_HOME");
+  return (QDir::isAbsolutePath(set) ? set : QDir::homePath() + "/.local/state") + "/quillbay/recovery";
+}
+
+}  // namespace
+
+SessionGuard::SessionGuard(MainWindow* window, const std::string& stateFolder)
+    : m_window(window),
+      m_journal(&window->document(), recoveryFolder(stateFolder)),
+      m_watch(std::make_unique<DeviceWatch>(quillbay::query<quillbay::IScanManager>(window->app()).get())) {
+  m_journal.setKeeping(window->settings().number(kKeepPages, 1) != 0);
+  connect(&m_journal, &SessionJournal::noted, &window->log(), &LogDock::note);
+  m_watch->mayOpen = [] { return !QApplication::activeModalWidget(); };
+  connect(m_watch.get(), &DeviceWatch::cameBack, this, &SessionGuard::cameBack);
+  followScans();
+}
+
+SessionGuard::~SessionGuard() = default;
+
+void SessionGuard::followScans() {
+  PanelDock* panel = &m_window->panelDock();
+  connect(panel, &PanelDock::started, this, [this] { m_inhibitor.take(tr("A document is being scanned")); });
+  connect(panel, &PanelDock::ended, this, [this] { m_inhibitor.letGo(); });
+  connect(panel, &PanelDock::pageDone, this, [this](const quillbay::PageInfo& page) {
+    if (page.file.empty()) return;
+    m_journal.fileWritten(QString::fromStdString(page.file), page.page, page.published);
+  });
+  connect(panel, &PanelDock::published, &m_journal, &SessionJournal::filePublished);
+}
+
+void SessionGuard::addCommands(QMenu* menu) {
+  QAction* keep = menu->addAction(tr("&Keep unsaved pages for the case of a crash"));
+  keep->setStatusTip(tr("Copies pages that are in no file yet, until they are saved or closed"));
+  keep->setCheckable(true);
+  keep->setChecked(m_journal.isKeeping());
+  connect(keep, &QAction::triggered, this, [this](bool keeps) {
+    m_window->settings().setNumber(kKeepPages, keeps ? 1 : 0);
+    m_journal.setKeeping(keeps);
+  });
+}
+
+void SessionGuard::offerLeftovers() {
+  Leftovers leftovers(m_journal.folder());
+  if (leftovers.isEmpty()) return;
+  for (const QString& trouble : leftovers.troubles()) m_window->log().note(trouble);
+  const RecoveryAnswer answer = m_window->prompts().recover(leftovers.items(), leftovers.troubles());
+  switch (answer.act) {
+    case RecoveryAnswer::Act::Later: return;
+    case RecoveryAnswer::Act::Open: open(leftovers, answer.chosen); break;
+    case RecoveryAnswer::Act::Discard:
+      QStringList troubles;
+      for (const std::size_t item : answer.chosen) {
+        QString why;
+        if (!leftovers.settle(item, Leftovers::Fate::Delete, &why)) troubles += why;
+      }
+      tell(troubles);
+      break;
+  }
+  leftovers.finish();
+}
+
+void SessionGuard::open(Leftovers& leftovers, const std::vector<std::size_t>& chosen) {
+  QStringList troubles, files;
+  for (const std::size_t number : chosen) {
+    const Leftover& item = leftovers.items().at(number);
+    QString why;
+    if (item.kind == Leftover::Kind::Page && !openPage(item, &why)) {
+      if (!why.isEmpty()) troubles += why;
+      continue;
+    }
+    if (item.kind == Leftover::Kind::File) files += item.file;
+    if (item.kind == Leftover::Kind::Part) {
+      std::string file, reason;
+      if (!quillbay::RecoverPart(item.file.toStdString(), false, &file, &reason)) {
+        troubles += QString::fromStdString(reason);
+        continue;
+      }
+      files += QString::fromStdString(file);
+    }
+    leftovers.settle(number, Leftovers::Fate::Kept, &why);
+  }
+  m_window->openFiles(files);
+  tell(troubles);
+}
+
+bool SessionGuard::openPage(const Leftover& page, QString* why) {
+  try {
+    const auto progress = KxPtr<quillbay::IProgress>::adopt(
+        new ProgressWindow(tr("Opening %1...").arg(page.name), page.pixels.height(), m_window));
+    auto raster = quillbay::LoadRasterFile(page.file.toStdString(), 0, progress.get());
+    if (!raster) return false;
+    if (m_journal.isKeeping()) m_journal.adoptNext(page.file);
+    m_window->document().add(std::move(raster), page.name);
+    if (!m_journal.isKeeping()) m_window->log().note(tr("%1 is kept as %2").arg(page.name, page.file));
+    return true;
+  } catch (const quillbay::CXException& e) {
+    *why = QString::fromStdString(e.what());
+  } catch (const std::bad_alloc&) {
+    *why = tr("%1: there is not enough memory").arg(page.file);
+  }
+  return false;
+}
+
+void SessionGuard::tell(const QStringList& troubles) {
+  if (troubles.isEmpty()) return;
+  quillbay::HostMessage message;
+  message.text = troubles.join("\n\n").toStdString();
+  m_window->log().note(troubles.join("\n"));
+  m_window->prompts().message(message);
+}
+
+void SessionGuard::panelTried(bool opened) {
+  if (opened) return m_watch->stop();
+  if (!m_watch->start()) return;
+  const QString text =
+      tr("The scanner %1 is opened as soon as it is there; it is looked for now and then").arg(m_watch->device());
+  m_window->log().note(text);
+  m_window->statusBar()->showMessage(text);
+}
+
+void SessionGuard::cameBack(const QString& was, const QString& device) {
+  if (!m_window->reopenPanel()) return;
+  m_window->statusBar()->showMessage(was == device ? tr("The scanner %1 is there again").arg(device)
+                                                   : tr("The scanner %1 is found again as %2").arg(was, device));
+}
+
+}  // namespace desktop
