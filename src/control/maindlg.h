@@ -100,6 +100,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   void createForm();
   void createToolbar(QToolBar* toolbar);
   void drawIcons();
+  void orderTabbing();
   [[nodiscard]] KxPtr<ISStripStor> makeDestinationStore(eTarnwellMode mode) const;
   void createPages();
   void loadSettings();
