@@ -109,7 +109,7 @@ std::string ScriptRun::check(const std::vector<ScriptStep>& steps) const {
 
 void ScriptRun::refuse(const std::string& script, const std::string& why) {
   takeCurrent();
-  log(formatText(Supp_Translate("Script %s: not run: %s"), {m_title, why}));
+  log(formatText(Supp_Translate("Not run: %s"), {why}));
   const std::string& file = m_work.file.empty() ? script : m_work.file;
   collect(file, why, nullptr, false);
   tell(file, Supp_Translate("The script was not run"), why);

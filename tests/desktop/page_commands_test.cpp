@@ -2,6 +2,8 @@
 
 #include <QAction>
 #include <QMenuBar>
+#include <QProgressDialog>
+#include <QTimer>
 #include <set>
 
 #include "desktop_fixture.h"
@@ -77,6 +79,34 @@ TEST_F(DesktopTest, PagesBeforeAScanGoAsThePersonSays) {
   ASSERT_TRUE(window->saveAll());
   ASSERT_TRUE(scan());
   EXPECT_EQ(pages().size(), 1U);
+}
+
+TEST_F(DesktopTest, ALongCommandShowsAWindowThatCancelsIt) {
+  open();
+  const auto page = quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 4000, 4000, 300);
+  window->document().add(page, "large");
+  bool enabled = true, closed = true;
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, [&] {
+    auto* progress = window->findChild<QProgressDialog*>();
+    if (!progress || !progress->isVisible()) return;
+    for (const QAction* action : window->menuBar()->actions()) {
+      if (action->text() == "&Page") enabled = action->menu()->actions().first()->isEnabled();
+    }
+    closed = window->close();
+    progress->cancel();
+  });
+  look.start(0);
+  std::string turns;
+  for (int i = 0; i < 200; ++i) turns += "/Rotate ANGLE:90\n/Rotate ANGLE:-90.5\n/Crop WIDTH:300 HEIGHT:300\n";
+  EXPECT_FALSE(window->pageCommands().run("Turn", QString::fromStdString(turns)));
+  EXPECT_FALSE(enabled) << "one command at a time";
+  EXPECT_FALSE(closed);
+  EXPECT_EQ(pages()[0].raster.get(), page.get());
+  EXPECT_TRUE(messages.isEmpty());
+  EXPECT_EQ(window->findChild<QProgressDialog*>(), nullptr);
+  unsaved = UnsavedAnswer::Discard;
+  EXPECT_TRUE(window->close());
 }
 
 TEST_F(DesktopTest, NoTwoCommandsShareAKey) {
