@@ -26,6 +26,16 @@ std::size_t residentSegments(std::size_t rowBytes) noexcept {
   return std::max<std::size_t>(8, kResidentBytes / segmentBytes(rowBytes));
 }
 
+/// Adds each two pixels of a row to one of the next level.
+template <std::size_t channels>
+void addPairs(std::uint32_t* __restrict next, const std::uint32_t* __restrict sums, std::size_t pixels) noexcept {
+  for (std::size_t i = 0; i < pixels / 2; ++i, next += channels, sums += 2 * channels) {
+    for (std::size_t c = 0; c < channels; ++c) next[c] += sums[c] + sums[channels + c];
+  }
+  if (pixels % 2 == 0) return;
+  for (std::size_t c = 0; c < channels; ++c) next[c] += sums[c];
+}
+
 }  // namespace
 
 RasterLevels::Level::Level(RasterSpace& space, std::int32_t pixels, int channels)
@@ -113,9 +123,10 @@ void RasterLevels::storeRow(int level, std::uint8_t* out) const noexcept {
   const auto channels = static_cast<std::size_t>(m_channels);
   const std::size_t inner = l.rowBytes - channels;  // the last column may cover fewer pixels
   if (m_ink) {
-    const std::uint32_t half = (1U << s) / 2;
+    const std::int32_t full = 1 << s;  // all the darkness there is
     for (std::size_t i = 0; i < inner; ++i) {
-      out[i] = static_cast<std::uint8_t>(std::min(255U, (l.sums[i] * 255 + half) >> s));
+      const std::int32_t ink = std::min(static_cast<std::int32_t>(l.sums[i]), full);
+      out[i] = static_cast<std::uint8_t>((ink * 255 + full / 2) >> s);
     }
   } else {
     const std::uint32_t half = (1U << (2 * s)) / 2;
@@ -144,9 +155,10 @@ void RasterLevels::finishRow(int level) {
   l.parts = 0;
   if (level + 1 < count()) {
     Level& next = at(level + 1);
-    const auto channels = static_cast<std::size_t>(m_channels);
-    for (std::size_t x = 0; x * channels < l.rowBytes; ++x) {
-      for (std::size_t c = 0; c < channels; ++c) next.sums[x / 2 * channels + c] += l.sums[x * channels + c];
+    if (m_channels == 1) {
+      addPairs<1>(next.sums.data(), l.sums.data(), l.rowBytes);
+    } else {
+      addPairs<3>(next.sums.data(), l.sums.data(), l.rowBytes / 3);
     }
     if (++next.parts == 2) finishRow(level + 1);
   }

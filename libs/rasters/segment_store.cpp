@@ -11,8 +11,9 @@
 namespace quillbay {
 namespace {
 
-/// From here on a write to the scratch file goes through a system call; smaller ones through the mapping.
-constexpr std::size_t kDirectWrite = std::size_t{64} << 10;
+/// From here on a write to the scratch file goes through a system call: pages that the process has not touched yet
+/// cost more than that. Smaller ones go through the mapping.
+constexpr std::size_t kDirectWrite = std::size_t{8} << 10;
 
 }  // namespace
 
