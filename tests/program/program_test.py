@@ -1,0 +1,340 @@
+"""The whole desktop program, by clicks and keys, on a display of its own."""
+
+import unittest
+
+from desk import wait_until
+from program_case import Case
+
+SHEET = "sim:width=500,size=297x420,at=0x0,seed=7"
+SLOW = SHEET + ",speed=60"  # a page of the tests takes five seconds
+DPI = 50
+CONTROLS = ("filler", "combo box", "spin box", "text", "check box", "push button", "list", "page tab list", "tree")
+
+
+class Story(Case):
+    def choose_area(self, width, length):
+        self.choose("Paper", "Custom Size")
+        self.tick("Centred document", False)
+        self.type_into("Width", self.number(width))
+        self.type_into("Length", self.number(length))
+
+    def choose_small_page(self, scanner=SHEET):
+        """A page of 200 x 150 mm in grey."""
+        self.use_scanner(scanner)
+        self.choose("Mode", "Greyscale")
+        self.type_into("Resolution", str(DPI))
+        self.choose_area("200.0", "150.0")
+
+    def scan(self):
+        self.press("Scan")
+
+    def expect_idle(self):
+        stop = self.find("push button", "Stop")
+        scan = self.find("push button", "Scan")
+        wait_until("the scan's end", lambda: scan.has("enabled") and not stop.has("enabled"))
+
+
+class View(Story):
+    """Scans into the view, and what becomes of the pages."""
+
+    def test_areas_batch_and_bursting(self):
+        with self.shown_on_failure():
+            self.choose_small_page()
+            self.scan()
+            seen = ["200 × 150"]
+            self.expect_pages(*seen)
+
+            self.menu("View", "Units", "inch")
+            self.expect_text(self.control("Width"), self.number("7.87"))
+            self.choose_area("5.00", "3.00")
+            self.scan()
+            seen.append("127 × 76")
+            self.expect_pages(*seen)
+            self.menu("View", "Units", "mm")
+
+            self.choose("Paper", "A4")
+            for orientation, size in (("Portrait", "210 × 297"), ("Landscape", "297 × 210")):
+                self.tick(orientation)
+                self.scan()
+                seen.append(size)
+                self.expect_pages(*seen)
+
+            self.choose_area("120.0", "150.0")
+            self.tick("Bursting")
+            self.scan()
+            seen += ["120 × 150"] * 3  # a sheet of 420 mm
+            self.expect_pages(*seen)
+            self.tick("Bursting", False)
+
+            self.menu("File", "Close all pages")
+            self.focus_window("Unsaved")
+            self.press("Discard")
+            self.focus_window("Quillbay")
+            self.expect_pages()
+            self.menu("Scan", "Scan batch...")
+            self.focus_window("Scan batch")
+            self.type_into(self.find("spin box", lambda node: True), "3")
+            self.press("OK")
+            self.focus_window("Quillbay")
+            self.expect_pages(*["120 × 150"] * 3)
+            names = self.pages()
+            self.assertEqual(len(set(names)), 3, names)
+
+    def test_save_reopen_and_restart(self):
+        with self.shown_on_failure():
+            self.choose_small_page()
+            self.scan()
+            self.expect_pages("200 × 150")
+            saved = self.out / "drawing.tif"
+            self.menu("File", "Save as...")
+            self.answer_file_dialog("Save page", saved, "Save")
+            self.focus_window("Quillbay")
+            self.expect_saved(saved.name)
+            self.menu("File", "Close page")
+            self.expect_pages()
+            self.menu("File", "Open...")
+            self.answer_file_dialog("Open pages", saved, "Open")
+            self.focus_window("Quillbay")
+            self.expect_saved(saved.name)
+            self.scan()
+            self.expect_pages("200 × 150", "200 × 150")
+
+            self.menu("File", "Quit")
+            self.focus_window("Unsaved")
+            self.press("Cancel")
+            self.focus_window("Quillbay")
+            self.expect_pages("200 × 150", "200 × 150")
+            later = self.out / "later.tif"
+            self.menu("File", "Quit")
+            self.focus_window("Unsaved")
+            self.press("Save...")
+            self.answer_file_dialog("Save page", later, "Save")
+            self.expect_end()
+            self.expect_files(saved.name, later.name)
+            self.check_file(later.name)
+
+
+class Files(Story):
+    """Scans into files, and settings that stay."""
+
+    def choose_files(self, mask):
+        self.menu("Scan", "Scans go", "To files")
+        self.type_into("Folder", str(self.out))
+        self.type_into("Mask", mask)
+
+    def expect_next_name(self, name):
+        self.expect_text(self.find("text", "Name of the next file"), name)
+
+    def test_files(self):
+        with self.shown_on_failure():
+            self.choose_small_page()
+            self.choose_files("plan")
+            self.expect_next_name("plan000.tif")
+            self.scan()
+            self.expect_files("plan000.tif")
+            self.expect_next_name("plan001.tif")
+            self.check_file("plan000.tif")
+
+            # The sheet covers 297 mm from the left of a bed of 500 mm: beside it the bed is dark.
+            self.tick("Centred document")
+            self.expect_text(self.control("Offset"), self.number("150.0"))
+            self.scan()
+            self.expect_files("plan000.tif", "plan001.tif")
+            picture = self.picture("plan001.tif")
+            edge = round(147 / 25.4 * DPI)
+            self.assertGreater(picture[20:, : edge - 5].mean(), 150)
+            self.assertLess(picture[20:, edge + 5 :].mean(), 80)
+
+    def test_stops(self):
+        with self.shown_on_failure():
+            self.choose_small_page(SLOW)
+            self.choose_files("stop")
+            self.scan()
+            wait_until("a page that is being written", self.files)
+            self.keys("Escape")
+            self.expect_idle()
+            self.expect_files()
+
+            self.press("Batch")
+            wait_until("a page that is being written", self.files)
+            self.press("Stop after this page")
+            self.expect_idle()
+            self.expect_files("stop000.tif")
+            self.check_file("stop000.tif")
+
+    def test_restart(self):
+        with self.shown_on_failure():
+            self.choose_small_page()
+            self.menu("View", "Units", "inch")
+            self.choose("Paper", "A4")
+            self.tick("Portrait")
+            self.choose_files("kept")
+            place = ("40", "30", "1200", "690")
+            self.desk.xdotool("windowmove", "--sync", self.windows("Quillbay")[0], *place[:2])
+            self.desk.xdotool("windowsize", "--sync", self.windows("Quillbay")[0], *place[2:])
+            wait_until("the window's place", lambda: self.window.rectangle() == tuple(map(int, place)))
+            self.keys("ctrl+q")
+            self.expect_end()
+
+            self.start()
+            wait_until(lambda: f"the window's place again, not {self.window.rectangle()}",
+                       lambda: self.window.rectangle() == tuple(map(int, place)))
+            shown = {name: self.control(name).value() for name in ("Mode", "Resolution", "Paper", "Folder", "Mask")}
+            self.assertEqual(shown, {"Mode": "Greyscale", "Resolution": str(DPI), "Paper": "A4",
+                                     "Folder": str(self.out), "Mask": "kept"})
+            self.assertTrue(self.control("Portrait").has("checked"))
+            self.expect_text(self.control("Width"), self.number("8.27"))
+            self.expect_next_name("kept000.tif")
+            self.scan()
+            self.expect_files("kept000.tif")
+            self.check_file("kept000.tif", 210, 297)
+
+
+class Keyboard(Story):
+    """Everything without a mouse, and what a screen reader tells of it."""
+
+    MENUS = {"File": "f", "Scan": "s", "View": "v", "Help": "h"}
+    FIELDS = {"Mode": "m", "Resolution": "u", "Paper": "r", "Width": "w", "Offset": "o", "Length": "g", "Top": "t",
+              "Added": "a", "Folder": "d", "Mask": "k", "Next name": "x"}
+    TICKS = {"Centred document": "c", "Bursting": "b", "Save pages to a file": "e"}
+
+    def focus(self, window):
+        """What has the keyboard's focus; of a field in several parts, the whole."""
+        return next((node for node in self.controls(window) if node.has("focused")), None)
+
+    def controls(self, window):
+        """What the keyboard can reach. A list that drops down is one control, whatever it is made of."""
+
+        def below(node):
+            if not node.has("showing"):
+                return
+            if node.role in CONTROLS and node.has("focusable", "enabled"):
+                yield node
+            if node.role not in ("combo box", "spin box", "menu bar"):
+                for child in node.children():
+                    yield from below(child)
+
+        return list(below(window))
+
+    def tab(self, window, before, key="Tab"):
+        self.keys(key)
+        return wait_until(lambda: f"{key} leaves {before.role} {before.name!r}",
+                          lambda: (now := self.focus(window)) and now != before and now)
+
+    def check_tabbing(self, window):
+        """Tab comes to every control, and back to the first one; the order is returned."""
+        controls = self.controls(window)
+        order = [wait_until("something with the focus", lambda: self.focus(window))]
+        while len(order) <= len(controls):
+            now = self.tab(window, order[-1])
+            if now == order[0]:
+                break
+            order.append(now)
+        names = [(node.role, self.name_of(node)) for node in order]
+        missed = [(node.role, self.name_of(node)) for node in controls if node not in order]
+        self.assertEqual((len(order), missed), (len(set(order)), []), names)
+        self.assertEqual(now, order[0], names)
+        for node in reversed(order):
+            now = self.tab(window, now, "shift+Tab")
+            self.assertEqual(now, node, f"{self.name_of(now)}, not {self.name_of(node)}, by shift+Tab in {names}")
+        for node in order:
+            self.assertTrue(self.name_of(node), (node.role, node.rectangle()))
+        return order
+
+    @staticmethod
+    def name_of(node):
+        return node.label() or node.name
+
+    def check_reading_order(self, order):
+        """Line by line, and from left to right in a line."""
+        for before, after in zip(order, order[1:]):
+            x0, y0, _, height0 = before.rectangle()
+            x1, y1, _, height1 = after.rectangle()
+            below = y1 >= y0 + height0 - 4
+            beside = x1 > x0 and y1 + height1 > y0 + 4
+            self.assertTrue(below or beside, (self.name_of(before), self.name_of(after)))
+
+    def choose_all_enabled(self):
+        self.choose_small_page()
+        self.tick("Save pages to a file")
+        self.type_into("Folder", str(self.out))
+
+    def test_tab_order_and_names(self):
+        with self.shown_on_failure():
+            self.choose_all_enabled()
+            self.click(self.find("filler", "Document"))
+            order = self.check_tabbing(self.window)
+            panel = set(self.controls(self.find("frame", "Scanning")))
+            self.check_reading_order([node for node in order if node in panel])
+            for node in panel:
+                self.assertTrue(node.description, (node.role, self.name_of(node)))
+
+            self.keys("alt+s", "c")
+            self.focus_window("Choose scanner")
+            self.find("list item", lambda node: node.name.endswith("(sim:)"))
+            dialog = self.find("dialog", "Choose scanner")
+            self.check_reading_order(self.check_tabbing(dialog)[1:])
+            self.keys("Escape")
+            self.focus_window("Quillbay")
+            self.keys("shift+F5")
+            self.focus_window("Scan batch")
+            self.check_tabbing(self.find("dialog", "Scan batch"))
+
+    def test_mnemonics(self):
+        with self.shown_on_failure():
+            self.choose_all_enabled()
+            self.click(self.find("filler", "Document"))
+            order = self.check_tabbing(self.window)
+            for name, letter in self.FIELDS.items():
+                # A letter that another control has as well would go there the second time.
+                target = self.control(name)
+                before = order[order.index(target) - 1]
+                self.keys(f"alt+{letter}", f"alt+{letter}", "shift+Tab")
+                wait_until(lambda: f"Alt+{letter} goes to {name} only; focus on {self.focused()}",
+                           lambda: before.has("focused"))
+            for name, letter in self.TICKS.items():
+                box = self.control(name)
+                for wanted in (not box.has("checked"), box.has("checked")):
+                    self.keys(f"alt+{letter}")
+                    wait_until(f"Alt+{letter} switches {name}", lambda: box.has("checked") == wanted)
+            self.choose("Paper", "A4")
+            for name, letter in {"Portrait": "i", "Landscape": "l"}.items():
+                self.keys(f"alt+{letter}")
+                wait_until(f"Alt+{letter} chooses {name}", lambda: self.control(name).has("checked"))
+
+    def test_menus_scan_and_quit(self):
+        with self.shown_on_failure():
+            self.choose_small_page()
+            bar = self.find("menu bar", "")
+            menus = {item.name: item.children()[0] for item in bar.children()}
+            self.assertLessEqual(self.MENUS.keys(), menus.keys())
+            for name, letter in self.MENUS.items():
+                self.keys(f"alt+{letter}")
+                wait_until(f"Alt+{letter} opens {name}", lambda: menus[name].has("showing"))
+                self.check_menu(menus[name])
+                self.keys("Escape", "Escape")
+                wait_until(f"{name} closes", lambda: not menus[name].has("showing"))
+            self.keys("alt+f")
+            wait_until("File opens", lambda: menus["File"].has("showing"))
+            for name in reversed(menus):
+                self.keys("Left")
+                wait_until(f"Left opens {name}", lambda: menus[name].has("showing"))
+            self.keys("Escape", "Escape")
+
+            self.keys("F5")
+            self.expect_pages("200 × 150")
+            self.keys("ctrl+q")
+            self.focus_window("Unsaved")
+            self.keys("alt+d")
+            self.expect_end()
+
+    def check_menu(self, menu):
+        """Down comes to every command that is enabled."""
+        wanted = [item for item in menu.children() if item.role != "separator" and item.has("enabled")]
+        for item in wanted:
+            wait_until(f"Down comes to {item.name}", lambda: item.has("focused"))
+            self.keys("Down")
+
+
+if __name__ == "__main__":
+    unittest.main(verbosity=2)
