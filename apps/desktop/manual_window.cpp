@@ -111,7 +111,7 @@ ManualWindow::ManualWindow(std::function<QString()> commands)
   makeActions();
   makeFindBar();
   fillContents();
-  connect(m_browser, &QTextBrowser::sourceChanged, this, &ManualWindow::showCurrent);
+  connect(m_browser, &QTextBrowser::sourceChanged, this, &ManualWindow::markCurrent);
   connect(m_contents, &QTreeWidget::currentItemChanged, this, [this](const QTreeWidgetItem* item) {
     if (item && !item->data(0, Qt::UserRole).toString().isEmpty()) showPage(item->data(0, Qt::UserRole).toString());
   });
@@ -212,10 +212,12 @@ void ManualWindow::showPage(const QString& page) {
   if (m_browser->source() != QUrl(page)) m_browser->setSource(QUrl(page));
 }
 
-void ManualWindow::showCurrent() {
+/// Of the page that is being opened: the browser itself still tells the one before.
+void ManualWindow::markCurrent(const QUrl& page) {
   const QSignalBlocker silent(m_contents);
-  m_contents->setCurrentItem(m_items.value(m_browser->source().toString()));
-  setWindowTitle(tr("%1 - Manual").arg(m_browser->documentTitle()));
+  QTreeWidgetItem* item = m_items.value(page.toString());
+  m_contents->setCurrentItem(item);
+  setWindowTitle(item ? tr("%1 - Manual").arg(item->text(0)) : tr("Manual"));
 }
 
 bool ManualWindow::holds(const QString& page, const QString& text) const {

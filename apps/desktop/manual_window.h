@@ -1,5 +1,6 @@
 #pragma once
 #include <QHash>
+#include <QUrl>
 #include <QWidget>
 #include <functional>
 
@@ -39,7 +40,7 @@ class ManualWindow : public QWidget {
   void makeActions();
   void makeFindBar();
   void fillContents();
-  void showCurrent();
+  void markCurrent(const QUrl& page);
   void findAgain(bool backwards);
   void leave();
   QAction* addAction(const QString& text, const QString& tip, const QList<QKeySequence>& keys,
