@@ -91,6 +91,7 @@ CHostApp::CHostApp(const HostOptions& options)
       {m_events, KxPtr<IApp>::share(m_forwarder.get()), KxPtr<IIOParams>::share(m_io.get()),
        KxPtr<IProfile>::share(m_profile.get()), m_services, m_syntax},
       m_options));
+  RegisterApp(static_cast<IHostApp*>(this));
 }
 
 CHostApp::~CHostApp() {
