@@ -11,9 +11,9 @@ class QWidget;
 
 namespace quillbay {
 
-/// The host's application object. The panel queries it for: `IAppInterior`, `IEvents`, `IProfile`, `IParam` (the
-/// host's parameter root), `IIOParams`, `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`,
-/// `IScannerChooser`. What is missing is done without.
+/// The host's application object. The panel queries it for: `IAppInterior`, `IEvents`, `IHelp`, `IProfile`,
+/// `IParam` (the host's parameter root), `IIOParams`, `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`,
+/// `IScanManager`, `IScannerChooser`. What is missing is done without.
 class IApp : public IKxUnknown {
  public:
   /// The program's name and version for messages and for software tags in files.
