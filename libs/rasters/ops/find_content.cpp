@@ -1,7 +1,10 @@
 /// The content's rectangle, found on a small picture: first what lies around the content is found, from the
 /// picture's edge inwards, then what is left.
+#include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
+#include <vector>
 
 #include "rasters/ops/op_support.h"
 #include "rasters/ops/raster_ops.h"
@@ -18,6 +21,10 @@ constexpr double kBandMm = 2;
 constexpr double kBedMm = 3;
 /// Smaller things are dust.
 constexpr double kDustMm = 2;
+/// Tones from here on are white without any grain: nothing that a scanner saw.
+constexpr int kPure = 253;
+/// Pixels of the soft step between two tones.
+constexpr int kStep = 3;
 
 /// Pixels whose tone lies within low..high.
 PixPtr tonesWithin(PIX* grey, int low, int high) {
@@ -52,23 +59,16 @@ PixPtr connected(PIX* seed, PIX* mask) {
 class ContentFinder {
  public:
   /// `pixelsPerMm` of the picture.
-  ContentFinder(PixPtr grey, double pixelsPerMm) : m_grey(std::move(grey)), m_perMm(pixelsPerMm) {}
+  ContentFinder(PixPtr grey, double pixelsPerMm)
+      : m_grey(std::move(grey)),
+        m_perMm(pixelsPerMm),
+        m_size{pixGetWidth(m_grey.get()), pixGetHeight(m_grey.get())} {}
 
   /// In pixels of the picture.
   std::optional<KxRect> find() {
     findEdge();
     const PixPtr bed = darkBed();
-    const PixPtr content = bed ? paperOn(bed.get()) : inkOnEdge();
-    const PixPtr large = madePix(pixSelectBySize(content.get(), pixels(kDustMm), pixels(kDustMm), 8,
-                                                 L_SELECT_IF_EITHER, L_SELECT_IF_GT, nullptr));
-    if (countOf(large.get()) == 0) return std::nullopt;
-    BOX* box = nullptr;
-    pixClipToForeground(large.get(), nullptr, &box);
-    if (!box) return std::nullopt;
-    l_int32 x = 0, y = 0, w = 0, h = 0;
-    boxGetGeometry(box, &x, &y, &w, &h);
-    boxDestroy(&box);
-    return KxRect{x, y, x + w, y + h};
+    return bed ? paperOn(bed.get()) : boundsOf(inkOnEdge());
   }
 
  private:
@@ -78,16 +78,18 @@ class ContentFinder {
 
   /// What is pure white from the edge on (turning a page leaves such corners), and a band of what follows it.
   void findEdge() {
-    constexpr int kPure = 253;
     const PixPtr white = tonesWithin(m_grey.get(), kPure, 255);
-    const PixPtr frame = madePix(pixCreate(pixGetWidth(m_grey.get()), pixGetHeight(m_grey.get()), 1));
+    const PixPtr frame = madePix(pixCreate(m_size.width, m_size.height, 1));
     pixSetOrClearBorder(frame.get(), 1, 1, 1, 1, PIX_SET);
     m_white = connected(frame.get(), white.get());
     const PixPtr outside = either(m_white.get(), frame.get());
     // The soft step between white and what follows belongs to neither.
-    const PixPtr soft = grown(outside.get(), 2);
+    const PixPtr soft = grown(outside.get(), kStep - 1);
     m_band = without(grown(soft.get(), pixels(kBandMm)).get(), soft.get());
     countBand();
+    // White that has nothing behind it but lines is the paper.
+    const std::int64_t around = countOf(without(grown(outside.get(), 1).get(), outside.get()).get());
+    m_whitePaper = countOf(m_band.get()) * 2 < around * pixels(kBandMm);
   }
 
   void countBand() {
@@ -126,36 +128,115 @@ class ContentFinder {
     const PixPtr bed = connected(m_band.get(), wide.get());
     const auto share = static_cast<double>(countOf(both(bed.get(), m_band.get()).get()));
     if (share < kLeastShare * static_cast<double>(countOf(m_band.get()))) return {};
-    return either(bed.get(), both(grown(bed.get(), 2).get(), dark.get()).get());
+    // With its slivers between paper and edge; dark parts of a drawing that touch it do no harm, paper is around
+    // them.
+    return connected(bed.get(), dark.get());
   }
 
-  /// All that is neither bed nor white corner; their soft edges and hairs on the bed do not count.
-  PixPtr paperOn(PIX* bed) {
-    const PixPtr around = either(bed, m_white.get());
-    const PixPtr rest = madePix(pixInvert(nullptr, around.get()));
-    return opened(rest.get(), pixels(kDustMm));
+  /// The paper on a dark bed: what the bed ends at, seen from each side.
+  std::optional<KxRect> paperOn(PIX* bed) const {
+    const auto at = [](PIX* mask, int x, int y) {
+      return GET_DATA_BIT(pixGetData(mask) + std::ptrdiff_t{y} * pixGetWpl(mask), x) != 0;
+    };
+    const auto [w, h] = m_size;
+    const auto side = [&](int lines, int depth, auto place) {
+      return depthOfBed(
+          lines, depth,
+          [&, place](PIX* mask, int line, int i) {
+            const auto [x, y] = place(line, i);
+            return at(mask, x, y);
+          },
+          bed);
+    };
+    using Place = std::pair<int, int>;
+    const KxRect paper{side(h, w,
+                            [](int line, int i) {
+                              return Place{i, line};
+                            }),
+                       side(w, h,
+                            [](int line, int i) {
+                              return Place{line, i};
+                            }),
+                       w - side(h, w,
+                                [w = w](int line, int i) {
+                                  return Place{w - 1 - i, line};
+                                }),
+                       h - side(w, h, [h = h](int line, int i) {
+                         return Place{line, h - 1 - i};
+                       })};
+    if (paper.left >= paper.right || paper.top >= paper.bottom) return std::nullopt;
+    return paper;
+  }
+
+  /// How far in from one side the paper begins: the least of the lines that go in from there, but for a few.
+  template <class At>
+  int depthOfBed(int lines, int depth, At at, PIX* bed) const {
+    std::vector<int> depths;
+    for (int line = 0; line < lines; ++line) {
+      int i = 0;
+      while (i < depth && at(m_white.get(), line, i)) ++i;
+      const int white = i;
+      while (i < depth && i < white + kStep && !at(bed, line, i)) ++i;
+      if (i >= depth) continue;
+      if (!at(bed, line, i)) {  // paper from the edge on; white paper cannot be told from a white corner
+        if (white == 0 || !m_whitePaper) depths.push_back(white);
+        continue;
+      }
+      int end = i;  // of the bed; dust on it does not count
+      for (; i < depth && i - end <= pixels(kDustMm); ++i) {
+        if (at(bed, line, i)) end = i + 1;
+      }
+      const bool pastBed = i < depth && (m_whitePaper || !at(m_white.get(), line, std::min(end + kStep, i)));
+      if (pastBed) depths.push_back(end);
+    }
+    constexpr std::size_t kFewLines = 32, kFewDepths = 200;  // parts of all
+    if (depths.size() < static_cast<std::size_t>(lines) / kFewLines) return 0;
+    const auto least = depths.begin() + static_cast<std::ptrdiff_t>(depths.size() / kFewDepths);
+    std::nth_element(depths.begin(), least, depths.end());
+    return *least;
   }
 
   /// What differs from a light bed, or from the paper's own margin.
   PixPtr inkOnEdge() {
     constexpr int kLeast = 12, kMost = 40;
+    if (m_whitePaper) return tonesWithin(m_grey.get(), 0, 255 - kLeast);
     const int tone = commonTone(0, 255);
-    std::int64_t all = 0, near = 0;
-    for (const std::int64_t n : m_tones) all += n;
-    int spread = -1;  // of nine tenths of the band
-    while (near * 10 < all * 9 && ++spread < kMost / 3) {
-      near = 0;
-      for (int t = std::max(0, tone - spread); t <= std::min(255, tone + spread); ++t)
-        near += m_tones[static_cast<std::size_t>(t)];
-    }
+    const auto near = [&](int spread) {
+      std::int64_t count = 0;
+      for (int t = std::max(0, tone - spread); t <= std::min(255, tone + spread); ++t) {
+        count += m_tones[static_cast<std::size_t>(t)];
+      }
+      return count;
+    };
+    int spread = 0;  // of nine tenths of the band
+    while (spread < kMost / 3 && near(spread) * 10 < near(255) * 9) ++spread;
     const int limit = std::clamp(3 * spread, kLeast, kMost);
     const PixPtr same = tonesWithin(m_grey.get(), std::max(0, tone - limit), tone + limit);
-    return madePix(pixInvert(nullptr, either(same.get(), grown(m_white.get(), 1).get()).get()));
+    PixPtr differs = without(madePix(pixInvert(nullptr, same.get())).get(), grown(m_white.get(), kStep).get());
+    // Where a white corner tapers off at the edge.
+    pixSetOrClearBorder(differs.get(), kStep, kStep, kStep, kStep, PIX_CLR);
+    return differs;
+  }
+
+  /// The bounds of all that is no dust.
+  std::optional<KxRect> boundsOf(const PixPtr& content) const {
+    const PixPtr large = madePix(pixSelectBySize(content.get(), pixels(kDustMm), pixels(kDustMm), 8,
+                                                 L_SELECT_IF_EITHER, L_SELECT_IF_GT, nullptr));
+    BOX* box = nullptr;
+    if (countOf(large.get()) == 0 || pixClipToForeground(large.get(), nullptr, &box) != 0) return std::nullopt;
+    l_int32 x = 0, y = 0, w = 0, h = 0;
+    boxGetGeometry(box, &x, &y, &w, &h);
+    boxDestroy(&box);
+    const auto low = [](int v) { return v <= kStep ? 0 : v; };
+    const auto high = [](int v, int end) { return v >= end - kStep ? end : v; };
+    return KxRect{low(x), low(y), high(x + w, m_size.width), high(y + h, m_size.height)};
   }
 
   const PixPtr m_grey;
   const double m_perMm;
+  const KxSize m_size;
   PixPtr m_white, m_band;
+  bool m_whitePaper = false;
   std::array<std::int64_t, 256> m_tones{};  // of the band
 };
 
