@@ -10,18 +10,12 @@
 namespace quillbay {
 namespace {
 
-constexpr double kUsualDpi = 100;  // of rasters that do not tell theirs
 constexpr double kUsualSpeckMm = 0.3;
 constexpr double kDegree = std::numbers::pi / 180;
 
 using Note = std::function<void(const std::string&)>;
 
 bool isCancelled(IProgress* progress) { return progress && progress->IsCancelled(); }
-
-double dpiOf(IRStor* raster) {
-  const auto dpi = raster->GetResolution();
-  return dpi > 0 ? dpi : kUsualDpi;
-}
 
 KxRect toPixels(const tagRRECT& mm, double dpi) {
   // Held to the range: an area may reach far beyond the raster.
@@ -76,7 +70,7 @@ KxPtr<IRStor> runRasterStep(const ScriptStep& step, IRStor* raster, IProgress* p
     case ScriptAction::Deskew:
       return step.by ? rotate(raster, *step.by, progress) : straighten(raster, progress, note);
     case ScriptAction::Crop:
-      if (step.area) return cropRaster(raster, toPixels(*step.area, dpiOf(raster)), progress);
+      if (step.area) return cropRaster(raster, toPixels(*step.area, resolutionOf(*raster)), progress);
       return cropToContent(raster, progress, note);
     case ScriptAction::Despeckle: return despeckleRaster(raster, step.by.value_or(kUsualSpeckMm), progress);
     case ScriptAction::Invert: return invertRaster(raster, progress);

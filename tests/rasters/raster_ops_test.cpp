@@ -182,6 +182,63 @@ TEST(RasterOps, InvertTwiceIsTheOriginal) {
   }
 }
 
+/// White (bitonal: background) with dark rectangles.
+KxPtr<IRStor> sheet(KxColorSpace code, std::int32_t width, std::int32_t height, const std::vector<KxRect>& dark) {
+  const auto raster = new_IRStor(code, width, height, 254);  // ten pixels a millimetre
+  const auto writer = contextOf(*raster, 1);
+  for (std::int32_t y = 0; y < height; ++y) {
+    Runs runs;
+    Bytes line(static_cast<std::size_t>(width), 250);
+    for (const KxRect& r : dark) {
+      if (y < r.top || y >= r.bottom) continue;
+      runs.insert(runs.end(), {static_cast<std::uint32_t>(r.left), static_cast<std::uint32_t>(r.right - 1)});
+      std::fill(line.begin() + r.left, line.begin() + r.right, std::uint8_t{20});
+    }
+    runs.insert(runs.end(), {RunEnd, 0});
+    writer->WriteLine(y, 0, width, code == Grey ? static_cast<const void*>(line.data()) : runs.data());
+  }
+  return raster;
+}
+
+TEST(RasterOps, SpecksGoAndAllThatIsLargerStays) {
+  const KxRect speck{40, 40, 43, 42}, corner{0, 0, 3, 3}, high{80, 10, 82, 14}, line{20, 60, 180, 61};
+  for (const KxColorSpace code : {Bitonal, Grey}) {
+    SCOPED_TRACE(static_cast<int>(code));
+    const auto clean = despeckleRaster(sheet(code, 200, 90, {corner, high, speck, line}).get(), 0.3, nullptr);
+    expectSame(*clean, *sheet(code, 200, 90, {high, line}));
+    const auto fine = new_IRStor(code, 10, 10, 9600);
+    EXPECT_THROW((void)despeckleRaster(fine.get(), 5, nullptr), CXIFaceException) << "1890 lines to be held";
+    EXPECT_THROW((void)despeckleRaster(clean.get(), 10.5, nullptr), CXIFaceException);
+  }
+}
+
+TEST(RasterOps, TheSkewThatIsFoundStraightens) {
+  std::vector<KxRect> lines;
+  for (std::int32_t y = 100; y < 900; y += 40) lines.push_back({100, y, 1100, y + 6});
+  for (const KxColorSpace code : {Bitonal, Grey}) {
+    for (const double degrees : {-7.0, 3.0}) {
+      const auto turned = rotateRaster(sheet(code, 1200, 1000, lines).get(), degrees / 57.29578, nullptr);
+      const auto skew = findSkew(turned.get(), nullptr);
+      ASSERT_TRUE(skew);
+      EXPECT_NEAR(*skew * 57.29578, -degrees, 0.1);
+    }
+  }
+}
+
+TEST(RasterOps, ContentLiesWhereTheBedEnds) {
+  const auto page =
+      sheet(Grey, 600, 400, {{0, 0, 600, 100}, {0, 100, 150, 300}, {450, 100, 600, 300}, {0, 300, 600, 400}});
+  const auto found = findContent(page.get(), nullptr);
+  ASSERT_TRUE(found);
+  EXPECT_EQ(*found, (KxRect{140, 90, 460, 310})) << "with a millimetre around it";
+  for (const std::int32_t size : {1, 2, 9, 31}) {  // pictures of a few pixels have an answer as well, whichever
+    for (const bool dark : {false, true}) {
+      const auto small = sheet(Grey, size, 31, {{0, 0, dark ? size : 1, 31}});
+      EXPECT_NO_THROW((void)findContent(small.get(), nullptr)) << size;
+    }
+  }
+}
+
 TEST(RasterOps, ACancelGivesNothing) {
   using Op = KxPtr<IRStor> (*)(IRStor*, IProgress*);
   const Op ops[] = {

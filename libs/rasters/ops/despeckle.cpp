@@ -12,6 +12,7 @@ namespace quillbay {
 namespace {
 
 constexpr double kMostMillimetres = 10;
+constexpr std::int32_t kMostPixels = 1024;
 
 bool despeckleRuns(IRStor& source, RasterBase& target, std::int32_t size, IProgress* progress) {
   RunReader reader(source);
@@ -68,7 +69,12 @@ KxPtr<IRStor> despeckleRaster(IRStor* source, double millimetres, IProgress* pro
         formatText(Supp_Translate("Specks of %s mm cannot be removed: give a size above 0, up to %s mm."),
                    {toText(millimetres), toText(kMostMillimetres)}));
   }
-  const auto size = std::max(1, roundHalfUp(mmToPixels(millimetres, source->GetResolution())));
+  const auto size = std::max(1, roundHalfUp(mmToPixels(millimetres, resolutionOf(*source))));
+  if (size > kMostPixels) {
+    throw CXIFaceException(formatText(
+        Supp_Translate("Specks of %s mm are %d pixels of this page, and %d at most can be removed: give less."),
+        {toText(millimetres), toText(std::int64_t{size}), toText(std::int64_t{kMostPixels})}));
+  }
   const auto target = newLike(*source, source->GetWidth(), 0);
   const bool whole = isRunList(source->GetColorSpace()) ? despeckleRuns(*source, *target, size, progress)
                                                         : despecklePixels(*source, *target, size, progress);

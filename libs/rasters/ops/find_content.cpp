@@ -73,7 +73,8 @@ class ContentFinder {
 
  private:
   [[nodiscard]] int pixels(double mm) const noexcept {
-    return std::max(2, static_cast<int>(std::lround(mm * m_perMm)));
+    const double most = std::max(m_size.width, m_size.height);  // a file may tell any resolution
+    return std::max(2, static_cast<int>(std::lround(std::min(mm * m_perMm, most))));
   }
 
   /// What is pure white from the edge on (turning a page leaves such corners), and a band of what follows it.
@@ -171,12 +172,14 @@ class ContentFinder {
   /// How far in from one side the paper begins: the least of the lines that go in from there, but for a few.
   template <class At>
   int depthOfBed(int lines, int depth, At at, PIX* bed) const {
+    // A white corner's edge may run along the line nearly, and its soft step is long then.
+    const int step = kStep + 2 * pixels(kDustMm);
     std::vector<int> depths;
     for (int line = 0; line < lines; ++line) {
       int i = 0;
       while (i < depth && at(m_white.get(), line, i)) ++i;
       const int white = i;
-      while (i < depth && i < white + kStep && !at(bed, line, i)) ++i;
+      while (i < depth && i < white + step && !at(bed, line, i)) ++i;
       if (i >= depth) continue;
       if (!at(bed, line, i)) {  // paper from the edge on; white paper cannot be told from a white corner
         if (white == 0 || !m_whitePaper) depths.push_back(white);
@@ -190,7 +193,7 @@ class ContentFinder {
       if (pastBed) depths.push_back(end);
     }
     constexpr std::size_t kFewLines = 32, kFewDepths = 200;  // parts of all
-    if (depths.size() < static_cast<std::size_t>(lines) / kFewLines) return 0;
+    if (depths.empty() || depths.size() < static_cast<std::size_t>(lines) / kFewLines) return 0;
     const auto least = depths.begin() + static_cast<std::ptrdiff_t>(depths.size() / kFewDepths);
     std::nth_element(depths.begin(), least, depths.end());
     return *least;
@@ -252,7 +255,7 @@ std::optional<KxRect> findContent(IRStor* source, IProgress* progress) {
       std::min({1.0, kShortSide / std::min(size.width, size.height), std::sqrt(kMostPixels / area)});
   SmallPicture small = drawSmall(*source, {0, 0, size.width, size.height}, scale, progress);
   if (!small.grey || !step.reached(1)) return std::nullopt;
-  const double perMm = mmToPixels(1, source->GetResolution());
+  const double perMm = mmToPixels(1, resolutionOf(*source));
   const auto found = ContentFinder(std::move(small.grey), perMm * scale).find();
   if (!found || !step.reached(2)) return std::nullopt;
   const double margin = kMarginMm * perMm;

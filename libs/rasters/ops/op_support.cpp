@@ -7,6 +7,14 @@
 #include "rasters/ops/raster_ops.h"
 
 namespace quillbay {
+namespace {
+
+[[noreturn]] void cannotRead(std::int32_t line) {
+  throw CXIFaceException(
+      formatText(Supp_Translate("Line %d of the picture cannot be read."), {toText(std::int64_t{line})}));
+}
+
+}  // namespace
 
 OpProgress::OpProgress(IProgress* progress, std::int64_t total)
     : m_progress(progress), m_total(std::max<std::int64_t>(1, total)) {
@@ -21,6 +29,12 @@ bool OpProgress::reached(std::int64_t done) {
     m_progress->SetPosition(position);
   }
   return m_progress->IsCancelled() == 0;
+}
+
+double resolutionOf(IRStor& raster) {
+  constexpr double kUsualDpi = 100;
+  const std::uint32_t dpi = raster.GetResolution();
+  return dpi > 0 ? dpi : kUsualDpi;
 }
 
 KxPtr<IAccessContext> readerOf(IRStor* source) {
@@ -86,16 +100,11 @@ PixelReader::PixelReader(IRStor& source)
       m_packed(m_four ? static_cast<std::size_t>(m_stored) / 2 + 1 : 0) {}
 
 void PixelReader::read(std::int32_t line, std::int32_t x, std::int32_t count, std::uint8_t* out) {
-  if (!m_four) {
-    if (!m_lines->ReadLine(line, x, count, out)) {
-      throw CXIFaceException(
-          formatText(Supp_Translate("Line %d of the picture cannot be read."), {toText(std::int64_t{line})}));
-    }
-    return;
-  }
-  const std::int32_t low = x / 2 * 2;
-  const std::int32_t high = std::min((x + count + 1) / 2 * 2, m_stored);
-  m_lines->ReadLine(line, low, high - low, m_packed.data());
+  if (count <= 0) return;
+  const std::int32_t low = m_four ? x / 2 * 2 : x;
+  const std::int32_t high = m_four ? std::min((x + count + 1) / 2 * 2, m_stored) : x + count;
+  if (!m_lines->ReadLine(line, low, high - low, m_four ? m_packed.data() : out)) cannotRead(line);
+  if (!m_four) return;
   for (std::int32_t i = 0; i < count; ++i) {
     const std::int32_t at = x - low + i;
     const std::uint8_t pair = m_packed[static_cast<std::size_t>(at / 2)];
@@ -115,10 +124,7 @@ RunReader::RunReader(IRStor& source) : m_lines(readerOf(&source).as<IARSContext>
 
 RunView RunReader::read(std::int32_t line) {
   const std::uint32_t* runs = m_lines->GetLinePointer(line);
-  if (!runs) {
-    throw CXIFaceException(
-        formatText(Supp_Translate("Line %d of the picture cannot be read."), {toText(std::int64_t{line})}));
-  }
+  if (!runs) cannotRead(line);
   return {runs, m_lines->GetLineSize(line) / 8 - 1};
 }
 

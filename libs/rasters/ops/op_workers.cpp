@@ -1,13 +1,19 @@
 #include "rasters/ops/op_workers.h"
 
 #include <algorithm>
+#include <system_error>
 #include <utility>
 
 namespace quillbay {
 
 OpWorkers::OpWorkers() {
   const std::size_t threads = std::clamp(std::thread::hardware_concurrency(), 1U, 8U) - 1;
-  for (std::size_t i = 0; i < threads; ++i) m_threads.emplace_back([this, i] { threadMain(i + 1); });
+  m_threads.reserve(threads);
+  try {
+    while (m_threads.size() < threads) m_threads.emplace_back([this, i = m_threads.size()] { threadMain(i + 1); });
+  } catch (const std::system_error&) {
+    // The system has no more threads to give: those that there are do it.
+  }
 }
 
 OpWorkers::~OpWorkers() {

@@ -19,6 +19,9 @@ namespace quillbay {
 /// Position of the progress at the end of an operation.
 inline constexpr int kOpSteps = 1000;
 
+/// Dots per inch; a usual 100 for a raster that does not tell its own.
+[[nodiscard]] double resolutionOf(IRStor& raster);
+
 /// The part of a raster within `pixels` (right and bottom exclusive), which is clipped to the raster.
 /// Throws CXIFaceException when nothing of the raster lies in it.
 [[nodiscard]] KxPtr<IRStor> cropRaster(IRStor* source, const KxRect& pixels, IProgress* progress);
@@ -38,7 +41,8 @@ inline constexpr int kOpSteps = 1000;
 
 /// Removes dark specks of up to `millimetres` (above 0, at most 10) width and height: of bitonal rasters whole
 /// 8-connected components, of others spots that are clearly darker than all that surrounds them, which take on the
-/// ground's colour. Lines stay, however thin. Throws CXIFaceException for a size out of range.
+/// ground's colour. Lines stay, however thin. Throws CXIFaceException for a size out of range, which in pixels ends
+/// at 1024: so many lines are held.
 [[nodiscard]] KxPtr<IRStor> despeckleRaster(IRStor* source, double millimetres, IProgress* progress);
 
 /// The angle that straightens the content when it is given to `rotateRaster`: radians, clockwise positive, within
