@@ -1,7 +1,6 @@
 """What the tests of the desktop program share: the program on a desk of its own, found and driven as a person does."""
 
 import contextlib
-import locale
 import os
 import subprocess
 import sys
@@ -43,11 +42,9 @@ class Case(unittest.TestCase):
             print(f"{self.app.dump()}\nthe screen: {picture}", file=sys.stderr)
             raise
 
-    @staticmethod
-    def number(text):
-        """A number as the person's locale writes it."""
-        locale.setlocale(locale.LC_NUMERIC, "")
-        return text.replace(".", locale.localeconv()["decimal_point"])
+    def number(self, text):
+        """A number as the program writes it in the person's locale."""
+        return text.replace(".", "," if "," in self.control("Width").text() else ".")
 
     # The program
 

@@ -193,7 +193,7 @@ class Files(Story):
 class Keyboard(Story):
     """Everything without a mouse, and what a screen reader tells of it."""
 
-    MENUS = {"File": "f", "Scan": "s", "View": "v", "Help": "h"}
+    MENUS = {"File": "f", "Scan": "s", "Page": "p", "View": "v", "Help": "h"}
     FIELDS = {"Mode": "m", "Resolution": "u", "Paper": "r", "Width": "w", "Offset": "o", "Length": "g", "Top": "t",
               "Added": "a", "Folder": "d", "Mask": "k", "Next name": "x"}
     TICKS = {"Centred document": "c", "Bursting": "b", "Save pages to a file": "e"}
