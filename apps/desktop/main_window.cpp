@@ -161,6 +161,9 @@ void MainWindow::connectParts() {
   connect(m_document, &Document::added, this, &MainWindow::choosePage);
   connect(m_document, &Document::removed, this, [this] { choosePage(m_view->current()); });
   connect(m_document, &Document::changed, this, &MainWindow::updateActions);
+  connect(m_document, &Document::replaced, this, [this](int id) {
+    if (id == m_view->current()) m_status->showPage(m_document->page(id));
+  });
   connect(m_panel, &PanelDock::chooseScannerAsked, this, &MainWindow::chooseScanner);
   connect(m_panel, &PanelDock::started, this, [this](int page, const QString& file) {
     m_log->note(tr("Scanning page %1").arg(page) + (file.isEmpty() ? QString() : " -> " + file));
