@@ -241,7 +241,7 @@ class IKxRasterPainter : public IKxUnknown {
   virtual int Refresh() = 0;
 };
 
-/// A painter that draws into `view`. Rasters get reduced levels in slices of idle time, so that every zoom paints
+/// A painter that draws into `view`. Rasters get reduced levels on a thread behind it, so that every zoom paints
 /// at once.
 QUILLBAY_API KxPtr<IKxRasterPainter> new_RasterPainter(IKxViewPort* view);
 

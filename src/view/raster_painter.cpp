@@ -6,15 +6,11 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
-#include <utility>
 
 #include "view/view_transform.h"
 
 namespace quillbay {
 namespace {
-
-/// How long one slice of level making may take, so that the window keeps answering.
-constexpr int kLevelSliceMs = 8;
 
 struct Range {
   std::int32_t begin, end;
@@ -44,9 +40,9 @@ tagRRECT CRasterPainter::Item::area(std::int32_t firstLine, std::int32_t endLine
           topLeft.y - firstLine * mmPerPixel};
 }
 
-CRasterPainter::CRasterPainter(IKxViewPort* view) : m_view(KxPtr<IKxViewPort>::share(view)) {
-  m_levelTimer.setInterval(0);
-  QObject::connect(&m_levelTimer, &QTimer::timeout, &m_levelTimer, [this] { makeLevels(); });
+CRasterPainter::CRasterPainter(IKxViewPort* view)
+    : m_view(KxPtr<IKxViewPort>::share(view)),
+      m_levels([this](IRStor* raster, std::int32_t lines) { levelsMade(raster, lines); }) {
   if (const auto point = query<IConnectionPoint<IKxViewPaintReactor>>(view)) m_reactor.Subscribe(point.get());
 }
 
@@ -58,7 +54,6 @@ int CRasterPainter::Reactor::Paint(IKxViewPort*, IKxViewDC* dc, int) {
 }
 
 int CRasterPainter::Reactor::Closing(IKxViewPort*) {
-  owner()->m_levelTimer.stop();
   owner()->m_view = nullptr;
   return 1;
 }
@@ -87,7 +82,7 @@ int CRasterPainter::Add(IRStor* raster, const tagRPOINT& topLeft, double dpi) {
   if (item.levels)
     item.levels->MakeLevels(0);  // begun: what lacks them is not averaged in full for the first frame
   m_items.push_back(std::move(item));
-  m_levelTimer.start();
+  makeLevels();
   invalidate(m_items.back().area());
   return 1;
 }
@@ -97,6 +92,8 @@ int CRasterPainter::Remove(IRStor* raster) {
   if (!item) return 0;
   const tagRRECT area = item->area();
   m_items.erase(m_items.begin() + (item - m_items.data()));
+  m_levels.giveUp(raster);
+  makeLevels();
   invalidate(area);
   return 1;
 }
@@ -111,6 +108,7 @@ int CRasterPainter::Move(IRStor* raster, const tagRPOINT& topLeft) {
 }
 
 int CRasterPainter::Clear() {
+  for (const Item& item : m_items) m_levels.giveUp(item.raster.get());
   m_items.clear();
   if (m_view) m_view->Invalidate(nullptr);
   return 1;
@@ -151,11 +149,8 @@ int CRasterPainter::Refresh() {
 
 void CRasterPainter::paint(IKxViewDC& dc) {
   if (!dc.GetPainter()) return;
-  for (const Item& item : m_items) {
-    paintItem(dc, item);
-    if (item.levels && item.raster->GetHeight() > item.levelsHeight && !m_levelTimer.isActive())
-      m_levelTimer.start();
-  }
+  for (const Item& item : m_items) paintItem(dc, item);
+  makeLevels();  // of what has grown
 }
 
 void CRasterPainter::paintItem(IKxViewDC& dc, const Item& item) {
@@ -196,17 +191,30 @@ void CRasterPainter::paintItem(IKxViewDC& dc, const Item& item) {
   painter.restore();
 }
 
+/// Has the levels of the first raster made that lacks some.
 void CRasterPainter::makeLevels() {
+  if (m_levels.isBusy()) return;
   for (Item& item : m_items) {
     const std::int32_t height = item.raster->GetHeight();
     if (!item.levels || height <= item.levelsHeight) continue;
-    if (item.levelsFrom < 0) item.levelsFrom = item.levels->GetLevelLines();
-    if (!item.levels->MakeLevels(kLevelSliceMs)) return;  // goes on at the next idle moment
-    item.levelsHeight = height;
-    const std::int32_t from = std::exchange(item.levelsFrom, -1);
-    if (item.levels->GetLevelLines() != from) invalidate(item.area(std::max(0, from - 1), height));
+    item.levelsFrom = item.levels->GetLevelLines();
+    if (item.levelsFrom >= height) {  // whoever adds the lines makes them
+      item.levelsHeight = height;
+      continue;
+    }
+    m_levels.start(item.raster, item.levels);
+    return;
   }
-  m_levelTimer.stop();
+}
+
+void CRasterPainter::levelsMade(IRStor* raster, std::int32_t lines) {
+  if (Item* item = find(raster)) {
+    item->levelsHeight = lines;
+    // Lines that nobody has asked to be painted yet come with `Refresh`.
+    if (item->levelsFrom < item->knownHeight)
+      invalidate(item->area(std::max(0, item->levelsFrom - 1), item->knownHeight));
+  }
+  makeLevels();
 }
 
 KxPtr<IKxRasterPainter> new_RasterPainter(IKxViewPort* view) {

@@ -1,10 +1,10 @@
 #pragma once
-#include <QTimer>
 #include <cstdint>
 #include <vector>
 
 #include "quillbay/view.h"
 #include "view/band_drawer.h"
+#include "view/level_maker.h"
 
 namespace quillbay {
 
@@ -41,7 +41,7 @@ class CRasterPainter final : public CKxUnknownImpl<IKxRasterPainter> {
     std::int32_t knownHeight = 0;   // asked to be painted up to here
     std::int32_t coarseFrom = -1;   // of these, lines from here on lacked their levels; -1: none did
     std::int32_t levelsHeight = 0;  // levels were complete up to here
-    std::int32_t levelsFrom = -1;   // where the levels started that are being made; -1: none are
+    std::int32_t levelsFrom = 0;    // where the levels began that were made last
     [[nodiscard]] tagRRECT area(std::int32_t firstLine, std::int32_t endLine) const;
     [[nodiscard]] tagRRECT area() const { return area(0, raster->GetHeight()); }
   };
@@ -52,13 +52,14 @@ class CRasterPainter final : public CKxUnknownImpl<IKxRasterPainter> {
   void paint(IKxViewDC& dc);
   void paintItem(IKxViewDC& dc, const Item& item);
   void makeLevels();
+  void levelsMade(IRStor* raster, std::int32_t lines);
 
   KxPtr<IKxViewPort> m_view;
   Reactor m_reactor{this};
   std::vector<Item> m_items;
   std::vector<std::uint32_t> m_pixels;  // kept from paint to paint
   BandDrawer m_bands;
-  QTimer m_levelTimer;
+  LevelMaker m_levels;
 };
 
 }  // namespace quillbay
