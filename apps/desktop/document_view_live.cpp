@@ -11,7 +11,7 @@ namespace desktop {
 namespace {
 constexpr double kEdgePixels = 2;
 /// What is still to come is lighter than the ground.
-constexpr int kExpectedAlpha = 40;
+constexpr int kExpectedAlpha = 32, kOutlineAlpha = 150;
 }  // namespace
 
 void DocumentView::setLive(LivePage* live) {
@@ -88,17 +88,21 @@ void DocumentView::endStandIn(int id) {
 
 void DocumentView::paintLive(QPainter& painter, const QRectF& mm) const {
   const QRectF page = toView(mm) & QRectF(m_surface->rect()).adjusted(-4, -4, 4, 4);
+  if (page.isEmpty()) return;
   const double edge = toView(QRectF(mm.left(), mm.top(), mm.width(), m_live->arrivedMm())).bottom();
-  QColor paper = palette().color(QPalette::Light);
-  paper.setAlpha(kExpectedAlpha);
-  QRectF expected = page;
-  expected.setTop(std::clamp(edge, page.top(), std::max(page.top(), page.bottom())));
-  painter.fillRect(expected, paper);
-  painter.setPen(QPen(palette().color(QPalette::Mid), 1, Qt::DashLine));
-  painter.drawRect(page);
+  QRectF arrived = page, expected = page;
+  arrived.setBottom(std::clamp(edge, page.top(), page.bottom()));
+  expected.setTop(arrived.bottom());
+  QColor light(Qt::white);  // on the ground of any palette
+  light.setAlpha(kExpectedAlpha);
+  painter.fillRect(expected, light);
+  light.setAlpha(kOutlineAlpha);
+  painter.setPen(QPen(light, 1, Qt::DashLine));
+  painter.drawRect(expected);
+  painter.setPen(QPen(palette().color(QPalette::Shadow), 1));
+  painter.drawRect(arrived);
   if (edge < page.top() || edge > page.bottom()) return;
-  const QColor colour = palette().color(QPalette::Highlight);
-  painter.fillRect(QRectF(page.left(), edge, page.width(), kEdgePixels), colour);
+  painter.fillRect(QRectF(page.left(), edge, page.width(), kEdgePixels), palette().color(QPalette::Highlight));
 }
 
 }  // namespace desktop

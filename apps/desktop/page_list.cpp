@@ -140,8 +140,8 @@ void PageList::refreshLive() {
   if (!entry) return;
   const QString text = tr("Scanning...") + "\n" + sizeText({m_live->sizeMm().width(), m_live->arrivedMm()});
   entry->setText(text);
-  entry->setIcon(iconOf(
-      pictureOf(m_live->sizeMm(), m_live->overview(), false, devicePixelRatioF(), palette().color(QPalette::Mid))));
+  entry->setIcon(iconOf(pictureOf(m_live->sizeMm(), m_live->overview(), false, devicePixelRatioF(),
+                                  palette().color(QPalette::PlaceholderText))));
 }
 
 void PageList::removeLive() { std::unique_ptr<QListWidgetItem>(item(kLiveId)).reset(); }
