@@ -61,9 +61,9 @@ std::string buildOutputPath(const NameContext& context) {
 std::string tagList(const NameContext& context) { return macrosOf(context).tagList(); }
 
 bool namesTime(const ScanValues& values) {
-  const std::string tag = toLowerAscii(CTimeMacro().GetTag());
-  return toLowerAscii(values.dir).find(tag) != std::string::npos ||
-         toLowerAscii(values.mask).find(tag) != std::string::npos;
+  const std::string text = toLowerAscii(values.dir + '/' + values.mask);
+  return text.find(toLowerAscii(CTimeMacro().GetTag())) != std::string::npos ||
+         text.find(toLowerAscii(CDateMacro().GetTag())) != std::string::npos;
 }
 
 OutputName applyExistsRule(NameContext context, const ExistsTest& exists) {

@@ -14,7 +14,7 @@ namespace quillbay {
 /// The tags of masks and folders, each followed by a blank.
 [[nodiscard]] std::string tagList(const NameContext& context);
 
-/// Whether the folder or mask holds a tag whose value changes with every second.
+/// Whether the folder or mask holds a tag whose value changes with time.
 [[nodiscard]] bool namesTime(const ScanValues& values);
 
 /// The name that a page would get, and what the counter is then.

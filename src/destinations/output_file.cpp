@@ -81,7 +81,7 @@ PreparedFile PrepareOutputFile(CSharedScanParams& params, IEvents* events, bool 
   if (asks && !mayOverwrite(events, name.path)) return {};
   adopt(params, name);
   if (!ownPart && !setAsideLeftover(events, name.path)) return {};
-  return {true, !params.values().multiPage && (asks || params.values().fileFate == kFateOverwrite)};
+  return {true, !params.values().multiPage && (asks || params.values().fileFate == kFateOverwrite), context.moment};
 }
 
 bool publishByRule(CSharedScanParams& params, IEvents* events) {

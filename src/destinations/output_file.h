@@ -8,6 +8,7 @@ namespace quillbay {
 struct PreparedFile {
   bool goOn = false;        ///< false: the person was told why
   bool mayReplace = false;  ///< an existing file of this name may be replaced when the page is whole
+  std::int64_t moment = 0;  ///< what the name shows as time and date
 };
 
 /// Tells a host that a file or folder cannot be written. `events` may be null.

@@ -10,8 +10,10 @@ namespace quillbay {
 namespace {
 
 constexpr std::string_view kReplaced = "\"*?<>|";
-constexpr std::size_t kMostNameBytes = 255 - std::string_view(".part").size();
-constexpr std::size_t kMostPathBytes = 4095;
+constexpr std::size_t kPartBytes = std::string_view(".part").size();
+constexpr std::size_t kMostFolderBytes = 255;
+constexpr std::size_t kMostNameBytes = 255 - kPartBytes;
+constexpr std::size_t kMostPathBytes = 4095 - kPartBytes;
 
 bool hasControl(const std::string& text) {
   return std::any_of(text.begin(), text.end(),
@@ -58,21 +60,30 @@ std::string maskProblem(const std::string& mask) {
 }
 
 std::string pathProblem(const std::string& path) {
+  const auto number = [](std::size_t n) { return toText(static_cast<std::int64_t>(n)); };
+  if (path.find('\\') != std::string::npos)
+    return formatText(Supp_Translate("\"%s\" holds a backslash, which parts no folders on this computer. Write "
+                                     "slashes instead."),
+                      {path});
   if (path.size() > kMostPathBytes)
     return formatText(
         Supp_Translate("The path is %s bytes long; the system takes at most %s. Shorten the folder or "
                        "the mask."),
-        {toText(static_cast<std::int64_t>(path.size())), toText(static_cast<std::int64_t>(kMostPathBytes))});
+        {number(path.size()), number(kMostPathBytes)});
   std::string tooLong;
-  eachPart(path, [&](std::string_view part) {
-    if (part.size() > kMostNameBytes) tooLong = part;
+  eachPart(fio::folderOf(path), [&](std::string_view part) {
+    if (part.size() > kMostFolderBytes) tooLong = part;
     return tooLong.empty();
   });
-  if (tooLong.empty()) return {};
+  if (!tooLong.empty())
+    return formatText(
+        Supp_Translate("The folder name \"%s\" is %s bytes long; it may have at most %s. Shorten it."),
+        {tooLong, number(tooLong.size()), number(kMostFolderBytes)});
+  const std::string name = fio::fileNameOf(path);
+  if (name.size() <= kMostNameBytes) return {};
   return formatText(Supp_Translate("The name \"%s\" is %s bytes long; a file being written may have at most %s. "
                                    "Shorten the mask."),
-                    {tooLong, toText(static_cast<std::int64_t>(tooLong.size())),
-                     toText(static_cast<std::int64_t>(kMostNameBytes))});
+                    {name, number(name.size()), number(kMostNameBytes)});
 }
 
 std::string replaceInvalid(std::string path) {

@@ -12,8 +12,8 @@ namespace quillbay {
 [[nodiscard]] std::string folderProblem(const std::string& folder, const MacroList& macros);
 /// Steps out of the output folder, and control characters.
 [[nodiscard]] std::string maskProblem(const std::string& mask);
-/// Names longer than a file system takes (with the ".part" of a file that is being written), and paths longer than
-/// the system takes.
+/// Backslashes, names longer than a file system takes (with the ".part" of a file that is being written), and paths
+/// longer than the system takes.
 [[nodiscard]] std::string pathProblem(const std::string& path);
 
 /// Replaces " * ? < > | by "-"; slashes, backslashes and colons of the path stay.

@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMenu>
+#include <QPointer>
 #include <QSignalBlocker>
 #include <algorithm>
 #include <array>
@@ -22,9 +23,9 @@ namespace quillbay {
 namespace {
 
 constexpr std::array kNamingKeys{
-    "m_Dir",        "m_Mask",     "m_nCounter",  "m_CounterFormat", "m_fUseAutoCounter",
-    "m_fMultiPage", "m_CurrMode", "m_fFileFate", "m_eScanType",     "m_PaperName",
-    "m_uiDPI",      "m_rcScan",   "m_nUnits"};
+    "m_Dir",      "m_Mask",      "m_nCounter",  "m_CounterFormat", "m_fUseAutoCounter", "m_fMultiPage",
+    "m_CurrMode", "m_fFileFate", "m_eScanType", "m_PaperName",     "m_uiDPI",           "m_rcScan",
+    "m_nUnits",   "m_Ext"};
 
 void fill(QComboBox* combo, const History& history) {
   const QSignalBlocker quiet(combo);
@@ -148,7 +149,7 @@ void CScanToView::refreshNextName() {
     field->setToolTip({});
     return;
   }
-  const OutputName name = applyExistsRule(nameSnapshot());
+  const OutputName name = applyExistsRule(makeNameContext(m_params));
   const bool asks = name.refused && name.exists;
   const bool bad = name.refused && !asks;
   const QString shown = QString::fromStdString(bad ? name.why : fio::fileNameOf(name.path));
@@ -159,9 +160,13 @@ void CScanToView::refreshNextName() {
   field->setToolTip(QString::fromStdString(tip));
 }
 
-NameContext CScanToView::nameSnapshot() const { return makeNameContext(m_params); }
+NameContext CScanToView::nameSnapshot() const {
+  NameContext context = makeNameContext(m_params);
+  if (m_preparedAt) context.moment = *m_preparedAt;
+  return context;
+}
 
-std::string CScanToView::nextFile() const { return applyExistsRule(nameSnapshot()).path; }
+std::string CScanToView::nextFile() const { return applyExistsRule(makeNameContext(m_params)).path; }
 
 std::string CScanToView::askFolder() {
   const std::string start = fio::expandHome(m_params.values().dir);
@@ -172,7 +177,9 @@ std::string CScanToView::askFolder() {
 }
 
 void CScanToView::browse() {
-  if (applyFolder(askFolder())) showFields();
+  const QPointer<CScanToView> alive(this);
+  const std::string folder = askFolder();
+  if (alive && applyFolder(folder)) showFields();
 }
 
 bool CScanToView::applyFolder(const std::string& folder) {
@@ -206,14 +213,16 @@ bool CScanToView::eventFilter(QObject* watched, QEvent* event) {
 }
 
 bool CScanToView::showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event) {
-  const std::unique_ptr<QMenu> menu(edit->createStandardContextMenu());
+  // Not run in a loop of its own: the panel may close while it is open.
+  QMenu* menu = edit->createStandardContextMenu();
+  menu->setAttribute(Qt::WA_DeleteOnClose);
   if (auto* paste = menu->findChild<QAction*>(QStringLiteral("edit-paste"))) {
     paste->disconnect(edit);
     connect(paste, &QAction::triggered, this, [this, edit] {
       if (!pastePath(QGuiApplication::clipboard()->text().toStdString())) edit->paste();
     });
   }
-  menu->exec(event.globalPos());
+  menu->popup(event.globalPos());
   return true;
 }
 
@@ -226,6 +235,7 @@ void CScanToView::saveHistories() {
   const auto profile = query<IProfile>(m_params.app());
   m_dirs.save(profile.get());
   m_masks.save(profile.get());
+  if (profile) profile->Flush();  // the panel's settings were written before
 }
 
 int CScanToView::LoadParams(IParam* params) {
@@ -258,7 +268,7 @@ int CScanToView::Show(int command) {
   return 1;
 }
 
-void CScanToView::GetTargetText(std::string* out) { *out = buildOutputPath(nameSnapshot()); }
+void CScanToView::GetTargetText(std::string* out) { *out = buildOutputPath(makeNameContext(m_params)); }
 
 KxPtr<IEvents> CScanToView::events() const { return query<IEvents>(m_params.app()); }
 

@@ -1,6 +1,7 @@
 #pragma once
 #include <QTimer>
 #include <memory>
+#include <optional>
 
 #include "destinations/destination_factory.h"
 #include "destinations/file_destination.h"
@@ -79,6 +80,7 @@ class CScanToView final : public CDialog,
   [[nodiscard]] std::string askFolder();
   [[nodiscard]] bool showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event);
 
+  [[nodiscard]] int endPage(bool cancelled);
   [[nodiscard]] int finishFile(const KxPtr<ISStripStor>& store);
   [[nodiscard]] int handToHost(KxPtr<IRStor> raster);
   [[nodiscard]] int savePage();
@@ -97,7 +99,8 @@ class CScanToView final : public CDialog,
   QTimer m_clock;  // runs while the name shows the time
   bool m_useFileOut = true;
   bool m_mayReplace = false;
-  std::string m_openPart;  // the multi-page file that the running batch goes on with
+  std::optional<std::int64_t> m_preparedAt;  // the moment that the running page's name shows
+  std::string m_openPart;                    // the multi-page file that the running batch goes on with
 };
 
 }  // namespace quillbay

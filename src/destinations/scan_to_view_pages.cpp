@@ -27,6 +27,7 @@ void CScanToView::installStore() { m_params.destinationStore = m_context.makeSto
 
 int CScanToView::BeginScan() {
   m_mayReplace = false;
+  m_preparedAt.reset();
   if (m_useFileOut) {
     const ScanValues& v = m_params.values();
     if (v.dir.empty() || v.mask.empty()) {
@@ -40,6 +41,7 @@ int CScanToView::BeginScan() {
     if (!prepared.goOn) return 0;
     if (!checkSpace(v, host.get(), isInteractive() && !v.batch)) return 0;
     m_mayReplace = prepared.mayReplace;
+    m_preparedAt = prepared.moment;
     remember();
   } else {
     m_params.quiet().outputFile.clear();  // no file: the rule for existing ones refuses nothing
@@ -49,6 +51,13 @@ int CScanToView::BeginScan() {
 }
 
 int CScanToView::EndScan(int cancelled) {
+  const int answer = endPage(cancelled != 0);
+  m_preparedAt.reset();
+  refreshNextName();  // however the page ended: its start may have moved the counter without a word
+  return answer;
+}
+
+int CScanToView::endPage(bool cancelled) {
   if (cancelled) {
     m_openPart.clear();
     if (m_params.destinationStore) m_params.destinationStore->Reset();
@@ -93,7 +102,6 @@ int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
   const bool multiPage = m_params.values().multiPage != 0;
   m_openPart = multiPage && m_context.controller->BatchContinues() ? m_params.values().outputFile : std::string{};
   if (!multiPage) advanceCounter();
-  refreshNextName();
   return 1;
 }
 
@@ -138,7 +146,6 @@ int CScanToView::savePage() {
     tell(e.what());
   }
   if (!m_params.values().multiPage) advanceCounter();
-  refreshNextName();
   return 1;
 }
 
