@@ -5,6 +5,7 @@
 #include <QMenu>
 #include <QScopedValueRollback>
 #include <QStandardItemModel>
+#include <utility>
 
 #include "pages/paper_list.h"
 #include "pages/scan_area.h"
@@ -53,18 +54,24 @@ void CMainSettings::createForm(int) {
   m_form->length->setLimits(0, longest);
   m_dpiRange = resolutionRange(*controller().Unit());
   m_form->resolutionList->setEditable(m_dpiRange.has_value());
-  if (auto* typed = m_form->resolutionList->lineEdit())
+  if (auto* typed = m_form->resolutionList->lineEdit()) {
     typed->setAccessibleName(m_form->resolutionList->accessibleName());
+    m_form->resolutionList->setCompleter(nullptr);  // it would make 600 of a 60
+    // What the device does not take gives way to the resolution that stands.
+    connect(typed, &QLineEdit::editingFinished, this, [this] { showResolution(selectedDpi()); });
+  }
   fillLists();
   showAll();
   m_changes.Subscribe(params().connectionPoint());
 }
 
 bool CMainSettings::OnPageCommand(int id, int code, std::int64_t) {
+  if (id < kWidth || id > kLength) takeTypedArea();  // before what depends on it
   switch (id) {
     case kScannerKey: stepList(code); return true;
     case kApplyArea:
-      applyFields();
+      m_applyTimer.start(kApplyTicks, false);
+      showArea();
       params().set(scan_key::UpdateRect, params().values().updateRect ? 0 : 1);
       controller().AreaChanged();
       return true;
@@ -93,7 +100,10 @@ bool CMainSettings::edited(int id) {
     case kWidth:
     case kOffset:
     case kTop:
-    case kLength: m_applyTimer.restart(); return true;
+    case kLength:
+      m_areaTyped = true;
+      m_applyTimer.restart();
+      return true;
     default: return false;
   }
 }
@@ -179,6 +189,7 @@ void CMainSettings::applyArea() {
   const int chosen = selectedData(m_form->areaList);
   if (chosen < 0) return;
   const QScopedValueRollback applying(m_applying, true);
+  takeTypedArea();
   controller().ForgetPalette();
   const std::size_t paper =
       chosen >= kAreaPaper ? static_cast<std::size_t>(chosen - kAreaPaper) : params().papers.size();
@@ -191,6 +202,8 @@ void CMainSettings::applyArea() {
     params().setIfChanged(scan_key::Portrait, portrait ? 1 : 0);
     params().setIfChanged(scan_key::RcScan, paperArea(size, v));
   }
+  // While loading, detection may still be switched off.
+  if (!isLoading()) params().setIfChanged(scan_key::Bursting, autodetectEffect(params().values()).bursting);
   showAutodetect();
   showOrientation();
   showArea();
@@ -228,6 +241,7 @@ void CMainSettings::takeCentring(std::int32_t wished) {
 }
 
 void CMainSettings::stepList(int key) {
+  if (!isEnabled()) return;  // a page is being scanned with these settings
   const KeyStep step = keyStep(key);
   QComboBox* list = nullptr;
   switch (step.list) {
@@ -260,8 +274,9 @@ void CMainSettings::detectArea() {
   updateSummary();
 }
 
-void CMainSettings::applyFields() {
-  m_applyTimer.start(kApplyTicks, false);
+/// The countdown goes on: whoever shows the area hears of it once, after the last of many changes.
+void CMainSettings::takeTypedArea() {
+  if (!std::exchange(m_areaTyped, false)) return;
   const AreaFields fields{m_form->width->millimetres(), m_form->offset->millimetres(), m_form->top->millimetres(),
                           m_form->length->millimetres()};
   params().setIfChanged(scan_key::RcScan, areaOf(fields, params().values()));
@@ -269,9 +284,11 @@ void CMainSettings::applyFields() {
 }
 
 void CMainSettings::contextMenuEvent(QContextMenuEvent* event) {
-  QMenu menu(this);
+  // Not run in a loop of its own: the panel may close while it is open.
+  auto* menu = std::make_unique<QMenu>(this).release();
+  menu->setAttribute(Qt::WA_DeleteOnClose);
   const auto add = [&](const QAbstractButton* button, int id) {
-    QAction* action = menu.addAction(button->text());
+    QAction* action = menu->addAction(button->text());
     action->setCheckable(button->isCheckable());
     action->setChecked(button->isChecked());
     action->setEnabled(button->isEnabled());
@@ -279,9 +296,9 @@ void CMainSettings::contextMenuEvent(QContextMenuEvent* event) {
   };
   add(m_form->portrait, kPortrait);
   add(m_form->landscape, kLandscape);
-  menu.addSeparator();
+  menu->addSeparator();
   add(m_form->detect, kDetect);
-  menu.exec(event->globalPos());
+  menu->popup(event->globalPos());
 }
 
 }  // namespace quillbay

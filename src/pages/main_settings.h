@@ -46,6 +46,8 @@ class CMainSettings final : public CTab {
   int Load(IParam* store) override;
   int Save(IParam* store) override;
   std::string GetTitle() override;
+  /// Whether an area was typed that the view has not been told of yet.
+  [[nodiscard]] bool awaitsArea() const noexcept { return m_applyTimer.countdown() >= 0; }
 
  protected:
   void createForm(int mode) override;
@@ -78,7 +80,7 @@ class CMainSettings final : public CTab {
   void setOrientation(bool portrait);
   void stepList(int key);
   void detectArea();
-  void applyFields();
+  void takeTypedArea();
   bool choose(int id, int code);
   bool edited(int id);
 
@@ -103,7 +105,8 @@ class CMainSettings final : public CTab {
   CIChangeParams m_changes{this};
   CountdownTimer m_applyTimer;
   std::optional<DpiRange> m_dpiRange;
-  bool m_applying = false;  // a choice of this page is being stored: its own echo is not applied again
+  bool m_areaTyped = false;  // the fields hold an area that "m_rcScan" does not have yet
+  bool m_applying = false;   // a choice of this page is being stored: its own echo is not applied again
 };
 
 }  // namespace quillbay

@@ -90,12 +90,19 @@ void CMainSettings::updateSummary() {
 }
 
 int CMainSettings::paramChanged(const char* key) {
+  if (sameKey(key, "m_rcScan"))
+    m_areaTyped = false;  // another area took its place
+  else
+    takeTypedArea();
   if (sameKey(key, "m_ScannerKeyPressed")) reactToKey();
   if (sameKey(key, "m_nUnits")) showUnits();
   if (sameKey(key, "m_dwAutodetect")) reactToAutodetect();
   if (sameKey(key, "m_fCenter")) showCentring();
   if (sameKey(key, "m_rcScan")) showArea();
-  if (sameKey(key, "m_fBursting")) showAutodetect();
+  if (sameKey(key, "m_fBursting")) {
+    params().setIfChanged(scan_key::Bursting, autodetectEffect(params().values()).bursting);
+    showAutodetect();
+  }
   if (sameKey(key, "m_eScanType") || sameKey(key, "m_PaperName")) reactToScanType();
   if (!m_applying && sameKey(key, "m_bPortrait")) {
     showOrientation();

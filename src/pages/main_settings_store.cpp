@@ -31,7 +31,11 @@ int CMainSettings::Load(IParam* store) {
   for (std::size_t i = 0; i < v.saveSettings.size(); ++i)
     v.saveSettings[i] = paramString(store, saveSettingsKey(i), v.saveSettings[i]);
   loadChoices(store);
-  params().setIfChanged(scan_key::Autodetect, paramInt(store, "AUTO_SET", v.autodetect));
+  if (const int mask = paramInt(store, "AUTO_SET", v.autodetect); mask != v.autodetect) {
+    params().set(scan_key::Autodetect, mask);
+    if (NotifyGuard::isSet()) reactToAutodetect();  // nobody told this page
+  }
+  params().setIfChanged(scan_key::Bursting, autodetectEffect(v).bursting);
   const CKxVariant rect = paramValue(store, "RECT");
   if (const auto* area = rect.get<tagRRECT>()) params().setIfChanged(scan_key::RcScan, *area);
   showAll();  // also what was stored without a broadcast
@@ -44,7 +48,8 @@ void CMainSettings::loadChoices(IParam* store) {
   // The stored index is one of the stored mode's list.
   fillResolutions(selectedMode());
   selectStored(m_form->resolutionList, store, "m_ctrlDPI");
-  if (const int dpi = paramInt(store, "ImageDPI"); m_dpiRange && m_dpiRange->holds(dpi)) showResolution(dpi);
+  // One that was typed has no index.
+  if (paramInt(store, "m_ctrlDPI", -1) < 0) showResolution(paramInt(store, "ImageDPI"));
   selectStored(m_form->areaList, store, "m_ctrlPaperList");
   params().setIfChanged(scan_key::Portrait, paramInt(store, "m_bPortrait", params().values().portrait));
   params().setIfChanged(scan_key::Bursting, paramInt(store, "m_fBursting", params().values().bursting));
@@ -58,13 +63,13 @@ void CMainSettings::loadChoices(IParam* store) {
 }
 
 int CMainSettings::Save(IParam* store) {
-  if (m_applyTimer.countdown() >= 0) applyFields();
+  takeTypedArea();
   const ScanValues& v = params().values();
   store->SetValue("m_fDisablePreview", v.disablePreview);
   store->SetValue("m_fCenter", v.center);
   store->SetValue("m_Add", m_form->added->value());
   for (std::size_t i = 0; i < v.saveSettings.size(); ++i) store->SetValue(saveSettingsKey(i), v.saveSettings[i]);
-  store->SetValue("m_ctrlDPI", m_form->resolutionList->currentIndex());
+  store->SetValue("m_ctrlDPI", m_form->resolutionList->findData(selectedDpi()));
   store->SetValue("ImageDPI", selectedDpi());
   store->SetValue("AUTO_SET", v.autodetect);
   store->SetValue("RECT", v.rcScan);

@@ -34,7 +34,8 @@ AreaFields fieldsOf(const ScanValues& values) noexcept {
 }
 
 tagRRECT areaOf(const AreaFields& fields, const ScanValues& values) noexcept {
-  const double least = std::min(values.minWidth, values.bedWidth);
+  // A paper keeps its width, however narrow.
+  const double least = values.scanType == kAreaPaper ? 0.0 : std::min(values.minWidth, values.bedWidth);
   const double width = heldToBed(std::max(fields.width, least), values.bedWidth);
   const double left =
       showsCentred(values) ? values.bedWidth / 2 - width / 2 : onBed(fields.offset, width, values.bedWidth);

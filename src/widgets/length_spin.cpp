@@ -3,10 +3,15 @@
 #include <QLineEdit>
 #include <algorithm>
 #include <array>
+#include <cmath>
 
 #include "quillbay/geometry.h"
 
 namespace quillbay {
+
+namespace {
+constexpr double kSameMm = 1e-6;  // what adding and subtracting positions leaves of a length
+}
 
 std::string lengthFieldText(CScanUnits& units, double mm) {
   ILinearUnit* unit = units.current();
@@ -39,7 +44,7 @@ void LengthSpin::setLimits(double least, double greatest) {
 }
 
 void LengthSpin::setMillimetres(double value) {
-  const bool same = value == m_value;
+  const bool same = std::abs(value - m_value) < kSameMm;
   m_value = value;
   // Nothing is put into the field under the fingers of somebody who types in it.
   if (same && lineEdit()->hasFocus()) return;
