@@ -148,7 +148,10 @@ void CMaindlg::applyHostParams() {
   const auto merged = new_MemParam();
   GetPageParams(merged.get());
   Param_CopyTo(given.get(), merged.get());
+  const std::int32_t mode = values().currMode;
   for (const PageRole role : currentPages()) page(role)->Load(merged.get());
+  // Under the guard nobody tells this dialog of another mode.
+  if (values().currMode != mode) OnParamChanging(scan_key::CurrMode.name);
   m_destination->LoadParams(merged.get());
 }
 

@@ -9,10 +9,11 @@
 
 namespace quillbay {
 
-/// The scanner has said what it will deliver: the parameters get it, silently.
+/// The scanner has said what it will deliver: the parameters get it, silently. A preview's resolution is no setting
+/// of the next page.
 void CMaindlg::onStarted() {
   m_lastStart = m_router->takeStarted();
-  {
+  if (m_session.state() != SessionState::Prescanning && m_session.state() != SessionState::AreaPrescanning) {
     const NotifyGuard guard;
     ScanValues& v = quiet();
     v.dpi = static_cast<std::int32_t>(m_lastStart.dpi);

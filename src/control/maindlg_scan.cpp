@@ -106,6 +106,8 @@ bool CMaindlg::prepareScan(KxPtr<IParam>& request) {
     refuse(EndCause::Refused);
     return false;
   }
+  // What was typed last counts already for the name and the room that the file needs.
+  if (IUIScanPage* main = page(PageRole::Main)) main->Save(new_MemParam().get());
   if (!m_destination->BeginScan()) {
     refuse(EndCause::Output);
     return false;

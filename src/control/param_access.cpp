@@ -4,6 +4,7 @@
 #include <cmath>
 #include <vector>
 
+#include "pages/scan_area.h"
 #include "platform/base_services.h"
 
 namespace quillbay {
@@ -77,6 +78,9 @@ std::string checkInt(const CSharedScanParams& params, IQuillbayUnit& unit, std::
   if (sameKey(key, scan_key::ScanType.name)) {
     if (v == kAreaAuto) return "m_eScanType 0 (Auto) is not available: this program has no area detection";
     if (v < 0 || v > kAreaPaper) return allowed(key, {"1", "2", "3", "4"});
+  }
+  if (sameKey(key, scan_key::Bursting.name) && v != 0 && !autodetectEffect(params.values()).burstingAllowed) {
+    return "m_fBursting needs an area with a length (m_eScanType 3 or 4) and no detection (m_dwAutodetect 0)";
   }
   if (sameKey(key, scan_key::Units.name) && (v < 0 || v > 1)) return allowed(key, {"0 (mm)", "1 (inch)"});
   return {};
