@@ -4,6 +4,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <utility>
 
 #include "platform/base_services.h"
 #include "quillbay/geometry.h"
@@ -48,23 +49,15 @@ constexpr std::array kUnitNames{
     UnitName{"′", kMmPerFoot},
 };
 
-bool isBlank(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
-
-/// Without blanks at both ends; a no-break space counts as one.
+/// Without blanks at both ends; no-break spaces, wide and narrow, count as such.
 std::string_view trimmed(std::string_view text) {
-  constexpr std::string_view noBreak = "\u00a0";
-  for (bool changed = true; changed && !text.empty();) {
-    changed = true;
-    if (isBlank(text.front())) {
-      text.remove_prefix(1);
-    } else if (isBlank(text.back())) {
-      text.remove_suffix(1);
-    } else if (text.starts_with(noBreak)) {
-      text.remove_prefix(noBreak.size());
-    } else if (text.ends_with(noBreak)) {
-      text.remove_suffix(noBreak.size());
-    } else {
-      changed = false;
+  constexpr std::array<std::string_view, 6> blanks{" ", "\t", "\r", "\n", "\u00a0", "\u202f"};
+  for (bool changed = true; std::exchange(changed, false);) {
+    for (const std::string_view blank : blanks) {
+      const bool before = text.starts_with(blank), after = !before && text.ends_with(blank);
+      if (before) text.remove_prefix(blank.size());
+      if (after) text.remove_suffix(blank.size());
+      changed = changed || before || after;
     }
   }
   return text;

@@ -1,5 +1,6 @@
 #include "host/std_papers.h"
 
+#include <algorithm>
 #include <array>
 
 #include "platform/base_services.h"
@@ -31,8 +32,15 @@ KxPtr<IParam> subStore(IParam* set, std::string_view name) {
   return KxPtr<IParam>::adopt(set->GetSubStore(name, 1));
 }
 
+/// A paper's name as one step of a path: delimiters would open a sub-store of their own.
+std::string storeName(std::string name) {
+  std::replace_if(
+      name.begin(), name.end(), [](char c) { return c == '\\' || c == '/'; }, '_');
+  return name;
+}
+
 void addPaper(IParam* papers, const Paper& paper, const char* units) {
-  const auto entry = subStore(papers, paper.name);
+  const auto entry = subStore(papers, storeName(paper.name));
   entry->SetValue("Used", 1);
   entry->SetValue("Name", paper.name);
   entry->SetValue("Size", tagRPOINT{paper.width, paper.height});
@@ -46,7 +54,7 @@ bool addOwn(IParam* papers, IParam* own, const std::string& name) {
   const std::string shown = paramString(source.get(), "Name", name);
   const CKxVariant size = paramValue(source.get(), "Size");
   if (size.isEmpty() && paramInt(source.get(), "Used", 1) == 0) {  // hides one of ours
-    papers->RemoveSubStore(shown);
+    papers->RemoveSubStore(storeName(shown));
     return true;
   }
   const auto* point = size.get<tagRPOINT>();
@@ -54,7 +62,7 @@ bool addOwn(IParam* papers, IParam* own, const std::string& name) {
   if (!point || !(point->x > 0) || !(point->y > 0)) return false;
   if (!sameKey(units, "mm") && !sameKey(units, "inch")) return false;
   addPaper(papers, {shown.c_str(), point->x, point->y}, sameKey(units, "mm") ? "mm" : "inch");
-  subStore(papers, shown)->SetValue("Used", paramInt(source.get(), "Used", 1));
+  subStore(papers, storeName(shown))->SetValue("Used", paramInt(source.get(), "Used", 1));
   return true;
 }
 
