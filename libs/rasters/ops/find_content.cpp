@@ -189,7 +189,7 @@ class ContentFinder {
       for (; i < depth && i - end <= pixels(kDustMm); ++i) {
         if (at(bed, line, i)) end = i + 1;
       }
-      const bool pastBed = i < depth && (m_whitePaper || !at(m_white.get(), line, std::min(end + kStep, i)));
+      const bool pastBed = i < depth && (m_whitePaper || !at(m_white.get(), line, std::min(end + step, depth - 1)));
       if (pastBed) depths.push_back(end);
     }
     constexpr std::size_t kFewLines = 32, kFewDepths = 200;  // parts of all
