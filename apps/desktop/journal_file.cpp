@@ -65,7 +65,9 @@ bool apply(const QJsonObject& json, JournalContents& contents) {
   const QString event = json["event"].toString(), file = json["file"].toString();
   const int id = json["id"].toInt();
   if (event == kArrived && id > 0) {
-    contents.pages.try_emplace(id, pageOf(json)).first->second.name = json["name"].toString();
+    KeptPage page = pageOf(json);
+    page.file.clear();
+    contents.pages.try_emplace(id, std::move(page));  // an older copy stays until the new one is complete
   } else if (event == kKept && id > 0 && !file.isEmpty()) {
     const QString before = std::exchange(contents.pages[id], pageOf(json)).file;
     if (!before.isEmpty() && before != file) contents.dropped.insert(before);

@@ -36,6 +36,7 @@ class DesktopTest : public testing::Test {
       ++stopsAsked;
       return true;
     };
+    prompts.recover = [](const std::vector<Leftover>&, const QStringList&) { return RecoveryAnswer{}; };
     prompts.scanner = [](quillbay::IScanManager*, std::string*) { return false; };
     std::string why;
     if (!device.empty()) {

@@ -1,0 +1,150 @@
+// Copies of unsaved pages while the program runs, and what a start makes of journals that it finds.
+#include <QDir>
+#include <QFile>
+
+#include "desktop_fixture.h"
+#include "session_guard.h"
+
+namespace desktop {
+namespace {
+
+class Journal : public DesktopTest {
+ protected:
+  [[nodiscard]] QString folder() const { return QString::fromStdString(dir.file("state/recovery")); }
+  [[nodiscard]] QStringList copies() const { return QDir(folder()).entryList({"*.tif*"}, QDir::Files); }
+  void write(const QString& name, const QByteArray& bytes) const {
+    QDir().mkpath(folder());
+    QFile file(folder() + "/" + name);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(bytes);
+  }
+  bool scanKept() {
+    bool kept = false;
+    const auto link = QObject::connect(&window->guard().journal(), &SessionJournal::kept, [&] { kept = true; });
+    const bool done = scan() && waitFor([&] { return kept; });
+    QObject::disconnect(link);
+    return done;
+  }
+};
+
+TEST_F(Journal, ACopyLivesUntilItsPageIsSavedOrClosed) {
+  open();
+  smallPages();
+  for (int i = 0; i < 3; ++i) ASSERT_TRUE(scanKept());
+  EXPECT_EQ(copies().size(), 3);
+  EXPECT_TRUE(Leftovers(folder()).isEmpty()) << "the program lives";
+
+  saveName = QString::fromStdString(dir.file("saved.tif"));
+  ASSERT_TRUE(window->saveCurrentAs());
+  unsaved = UnsavedAnswer::Discard;
+  ASSERT_TRUE(window->closePage(pages()[0].id));
+  EXPECT_TRUE(waitFor([&] { return copies().size() == 1; }));
+
+  window->closeAll();
+  EXPECT_TRUE(waitFor([&] { return copies().isEmpty(); }));
+  bool kept = false;
+  QObject::connect(&window->guard().journal(), &SessionJournal::kept, [&] { kept = true; });
+  window->undoCloseAll();
+  EXPECT_TRUE(waitFor([&] { return kept; }));
+  EXPECT_EQ(copies().size(), 1);
+
+  window->guard().journal().setKeeping(false);
+  EXPECT_TRUE(waitFor([&] { return copies().isEmpty(); }));
+  window->guard().journal().setKeeping(true);
+  EXPECT_TRUE(window->close());
+  EXPECT_TRUE(QDir(folder()).isEmpty());
+}
+
+TEST_F(Journal, WhatCannotBeReadIsNamedAndTheRestIsOffered) {
+  open();
+  smallPages();
+  ASSERT_TRUE(scan());
+  saveName = QString::fromStdString(dir.file("page.tif"));
+  ASSERT_TRUE(window->saveCurrentAs());
+  ASSERT_TRUE(window->close());
+  window.reset();
+
+  QFile whole(saveName);
+  ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+  const QByteArray tiff = whole.readAll();
+  const auto line = [&](const char* event, int id, const char* copy) {
+    return QString(R"({"event":"%1","id":%2,"name":"Sheet %2","file":"%3/%4","width":10,"height":10})"
+                   "\n")
+        .arg(event)
+        .arg(id)
+        .arg(folder(), copy)
+        .toUtf8();
+  };
+  write("session-1-1-page1.tif", tiff);
+  write("session-1-1-page2.tif", tiff.left(100));
+  write("session-1-1-page4.tif", tiff);  // dropped
+  write("session-1-1-page5.tif", tiff);  // the journal does not tell of it
+  write("session-1-1-page6.tif.part", tiff.left(200));
+  write("session-2-2-page1.tif", tiff);  // of a journal that is gone
+  write("session-1-1.journal",
+        line("kept", 1, "session-1-1-page1.tif") + line("kept", 2, "session-1-1-page2.tif") + "{{ damaged\n" +
+            line("kept", 3, "session-1-1-page3.tif") + line("kept", 4, "session-1-1-page4.tif") +
+            line("dropped", 4, "session-1-1-page4.tif") + line("arrived", 6, "") + R"({"event":"kept","id":7,"na)");
+  {
+    const Leftovers found(folder());
+    EXPECT_EQ(found.items().size(), 4U);
+    const QString said = found.troubles().join('\n');
+    for (const char* word : {"line 3 is damaged", "page3.tif", "Sheet 6"}) {
+      EXPECT_TRUE(said.contains(word)) << said.toStdString();
+    }
+    EXPECT_EQ(found.troubles().size(), 3) << said.toStdString();
+    EXPECT_TRUE(Leftovers(folder()).items().size() < 4) << "one program at a time offers a journal";
+  }
+  EXPECT_EQ(copies().size(), 5) << "nothing is deleted but what its person closed";
+
+  // One page is left for later, all others are opened; the damaged one stays.
+  open({});
+  const auto answer = [&](RecoveryAnswer::Act act, std::vector<std::size_t> chosen) {
+    window->prompts().recover = [=](const std::vector<Leftover>&, const QStringList&) {
+      return RecoveryAnswer{act, chosen};
+    };
+    window->guard().offerLeftovers();
+  };
+  answer(RecoveryAnswer::Act::Open, {0, 1, 2});
+  EXPECT_EQ(pages().size(), 2U);
+  EXPECT_EQ(window->document().unsaved().size(), 2U);
+  ASSERT_EQ(messages.size(), 1);
+  EXPECT_TRUE(messages[0].contains("session-1-1-page2.tif")) << messages[0].toStdString();
+  EXPECT_EQ(Leftovers(folder()).items().size(), 2U);
+  answer(RecoveryAnswer::Act::Discard, {0, 1});
+  EXPECT_TRUE(Leftovers(folder()).isEmpty());
+  EXPECT_EQ(copies().size(), 2) << "of the pages that are open";
+  unsaved = UnsavedAnswer::Discard;
+  EXPECT_TRUE(window->close());
+  EXPECT_TRUE(QDir(folder()).isEmpty()) << QDir(folder()).entryList().join(' ').toStdString();
+}
+
+TEST_F(Journal, AScannerThatComesBackIsOpened) {
+  const QString config = QString::fromStdString(dir.file("sane"));
+  ASSERT_TRUE(QDir().mkpath(config));
+  const auto put = [&](const char* name, const QByteArray& text) {
+    QFile file(config + "/" + name);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+  };
+  put("dll.conf", "test\n");
+  put("test.conf", "number_of_devices 1\n");
+  qputenv("SANE_CONFIG_DIR", config.toUtf8());
+  open();
+  window->guard().watch().setDelays(std::chrono::milliseconds(1), std::chrono::milliseconds(20));
+  std::string why;
+  ASSERT_TRUE(quillbay::query<quillbay::IScanManager>(window->app())->SetCurrent("test:1", &why)) << why;
+  EXPECT_FALSE(window->reopenPanel());
+  EXPECT_TRUE(window->guard().watch().isWatching());
+  messages.clear();
+  put("test.conf", "number_of_devices 2\n");
+  EXPECT_TRUE(waitFor([&] { return control() != nullptr; }));
+  EXPECT_FALSE(window->guard().watch().isWatching());
+  EXPECT_TRUE(window->log().text().contains("test:1 is there again")) << window->log().text().toStdString();
+  EXPECT_TRUE(messages.isEmpty()) << "no question on the way";
+  EXPECT_TRUE(window->close());
+  qunsetenv("SANE_CONFIG_DIR");
+}
+
+}  // namespace
+}  // namespace desktop
