@@ -8,7 +8,7 @@ build="build-essential cmake ninja-build pkg-config ca-certificates git
   libsane-dev libtiff-dev libdeflate-dev libpng-dev zlib1g-dev libzstd-dev libleptonica-dev"
 run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
 check="libgtest-dev clang-format-16 clang-tidy-16 python3"
-tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps dbus-daemon locales
+tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales
   xdotool dbus-daemon at-spi2-core python3-gi"
 
 wanted="$build $run"
