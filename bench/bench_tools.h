@@ -86,4 +86,14 @@ inline std::string load() {
   return text;
 }
 
+/// A figure beside its aim, for the table at the end of all measurements. `own` is the part of it that the thread
+/// itself took; 0: not known.
+inline void aim(const std::string& what, double value, const char* unit, double limit, double own = 0) {
+  std::printf("aim  %-58s %7.1f %-3s  below %4.0f  %-6s", what.c_str(), value, unit, limit,
+              value < limit ? "met" : "MISSED");
+  if (own > 0) std::printf("  its thread %.1f", own);
+  std::printf("\n");
+  std::fflush(stdout);
+}
+
 }  // namespace quillbay::bench

@@ -1,21 +1,48 @@
 #!/bin/sh
-# The measurements, each beside another program doing the same work in the same run.
+# The measurements, those of storing and of whole programs beside another program doing the same work in the same run.
+# At the end a table of what is aimed at. docs/measurements.md says what the figures mean.
 # usage: run.sh BUILD_FOLDER [--quick]
 set -eu
 build=$1
 shift
 out=${QUILLBAY_BENCH_DIR:-build/bench}
 mkdir -p "$out"
-
-echo "File store beside plain libtiff: the same ready stripes, to memory, $(nproc) cores"
+log=$out/figures.txt
 memory=$(mktemp -d /dev/shm/quillbay-bench.XXXXXX)
 trap 'rm -rf "$memory"' EXIT
-"$build/bin/store_bench" "$memory"
 
-echo
-echo "The view over a large raster, its lines in a scratch file"
-"$build/bin/view_bench"
+machine() {
+  echo "$(nproc) cores, $(sed -n 's/^model name[^:]*: //p' /proc/cpuinfo | head -1), load $(cut -d' ' -f1-3 /proc/loadavg)"
+}
 
+measure() {
+  machine
+  echo
+  echo "File store beside plain libtiff: the same ready stripes, to memory"
+  "$build/bin/store_bench" "$memory"
+
+  echo
+  echo "The view over large rasters, their lines in a scratch file"
+  "$build/bin/view_bench" 2>"$out/view.err"
+
+  echo
+  echo "The panel and the program"
+  "$build/bin/panel_bench" "$@" 2>"$out/panel.err"
+
+  echo
+  echo "Whole programs: the same device, page and file"
+  python3 bench/whole_program.py "$build" "$out" "$@"
+
+  echo
+  echo "done"
+}
+
+measure "$@" | tee "$log"
+# A pipe hides what failed in it.
+[ "$(tail -1 "$log")" = done ] || {
+  cat "$out/view.err" "$out/panel.err" >&2
+  exit 1
+}
 echo
-echo "Whole programs: the same device, page and file"
-python3 bench/whole_program.py "$build" "$out" "$@"
+echo "What is aimed at ($(machine)); \"its thread\" leaves out what other programs took"
+sed -n 's/^aim  //p' "$log"
