@@ -45,16 +45,17 @@ void CDockBar::floatAtFirst() {
 }
 
 /// A window that lets go may have taken the bar with it.
-int CDockBar::askWindow() {
-  if (!widget()) return DockBarClosing::kCloses;
-  DockBarClosing closing;
+BarAnswer CDockBar::askWindow() {
+  static_assert(kDockBarClosing == QEvent::User + 101);
+  if (!widget()) return BarAnswer::Closes;
+  QEvent closing(static_cast<QEvent::Type>(kDockBarClosing));
   QCoreApplication::sendEvent(widget(), &closing);
-  return closing.answer;
+  return closing.isAccepted() ? BarAnswer::Closes : BarAnswer::StaysOpen;
 }
 
 void CDockBar::closeEvent(QCloseEvent* event) {
   const QPointer<CDockBar> self(this);
-  if (askWindow() != DockBarClosing::kStaysOpen) {
+  if (askWindow() != BarAnswer::StaysOpen) {
     if (self) QDockWidget::closeEvent(event);
     return;
   }

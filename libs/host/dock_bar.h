@@ -19,7 +19,7 @@ class CDockBar final : public QDockWidget, public KxDockBar {
   void closeEvent(QCloseEvent* event) override;
 
  private:
-  [[nodiscard]] int askWindow();
+  [[nodiscard]] BarAnswer askWindow();
   void floatAtFirst();
 
   const Qt::DockWidgetArea m_side;

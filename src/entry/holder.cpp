@@ -11,7 +11,6 @@
 
 #include "control/command_ids.h"
 #include "platform/base_services.h"
-#include "platform/dock_bar.h"
 
 namespace quillbay {
 
@@ -247,21 +246,21 @@ bool CMHolder::killCommand() {
   }
 }
 
-int CMHolder::mayClose() {
-  if (m_asking) return DockBarClosing::kStaysOpen;
+BarAnswer CMHolder::mayClose() {
+  if (m_asking) return BarAnswer::StaysOpen;
   const QPointer<CMHolder> self(this);
   m_asking = true;
   const bool refused = killCommand();
-  if (!self) return DockBarClosing::kCloses;
+  if (!self) return BarAnswer::Closes;
   m_asking = false;
-  if (refused) return DockBarClosing::kStaysOpen;
+  if (refused) return BarAnswer::StaysOpen;
   m_script = nullptr;
-  return DockBarClosing::kCloses;
+  return BarAnswer::Closes;
 }
 
 void CMHolder::customEvent(QEvent* event) {
-  if (event->type() != DockBarClosing::kType) return CDialog::customEvent(event);
-  static_cast<DockBarClosing*>(event)->answer = mayClose();
+  if (event->type() != static_cast<QEvent::Type>(kDockBarClosing)) return CDialog::customEvent(event);
+  event->setAccepted(mayClose() == BarAnswer::Closes);
 }
 
 void CMHolder::changeEvent(QEvent* event) {

@@ -4,6 +4,7 @@
 #include <vector>
 
 #include "entry/scan_picture.h"
+#include "platform/dock_bar.h"
 #include "quillbay/control.h"
 #include "quillbay/quillbay.h"
 #include "widgets/dialog.h"
@@ -75,7 +76,7 @@ class CMHolder final : public CDialog {
   [[nodiscard]] QSize panelRoom() const;
   void growPicture();
   bool killCommand();
-  [[nodiscard]] int mayClose();
+  [[nodiscard]] BarAnswer mayClose();
 
   KxPtr<IApp> m_app;
   KxPtr<IScriptCmdSink> m_script;

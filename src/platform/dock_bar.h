@@ -1,5 +1,4 @@
 #pragma once
-#include <QEvent>
 #include <cstdint>
 #include <string>
 
@@ -19,19 +18,13 @@ enum DockBarPlace : std::uint32_t {
   kBarAtRight = 16,
 };
 
-/// Sent (never posted) to the window in a docking bar before the bar closes because somebody asked it to. A window
-/// that does not answer lets it close.
-class DockBarClosing final : public QEvent {
- public:
-  /// The user-message base plus 101.
-  static constexpr QEvent::Type kType = static_cast<QEvent::Type>(QEvent::User + 101);
-  enum Answer : int {
-    kStaysOpen = 1,
-    kCloses = 2,
-  };
-  DockBarClosing() : QEvent(kType) {}
-  int answer = kCloses;
-};
+/// The type of the event that is sent (never posted) to the window in a docking bar before the bar closes because
+/// somebody asked it to: the user-message base plus 101. A window that ignores it stays open; one that accepts it, or
+/// does not know it, lets the bar close.
+inline constexpr int kDockBarClosing = 1000 + 101;
+
+/// What the window means by its answer.
+enum class BarAnswer : int { StaysOpen = 1, Closes = 2 };
 
 /// A new, hidden docking bar: it shows itself when a window is attached, docked when `mainWindow` is a QMainWindow,
 /// otherwise (null too) as a floating tool window that docks nowhere. It belongs to `mainWindow`, and goes with its
