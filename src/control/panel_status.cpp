@@ -21,6 +21,7 @@ PanelStatus::PanelStatus(QWidget* parent)
   m_bar->setMaximumWidth(fontMetrics().averageCharWidth() * 20);
   m_bar->setTextVisible(false);
   m_bar->hide();
+  setMinimumHeight(m_bar->sizeHint().height());  // nothing above moves when the bar comes
 }
 
 void PanelStatus::setText(const std::string& text) {
