@@ -68,7 +68,13 @@ class ContentFinder {
   std::optional<KxRect> find() {
     findEdge();
     const PixPtr bed = darkBed();
-    return bed ? paperOn(bed.get()) : boundsOf(inkOnEdge());
+    if (bed) return paperOn(bed.get());
+    if (!m_whitePaper) {
+      // A turned page reaches the edge on all sides; what does not lies on a white bed.
+      const auto page = boundsOf(madePix(pixInvert(nullptr, m_white.get())));
+      if (page && *page != KxRect{0, 0, m_size.width, m_size.height}) return page;
+    }
+    return boundsOf(inkOnEdge());
   }
 
  private:
@@ -90,7 +96,7 @@ class ContentFinder {
     countBand();
     // White that has nothing behind it but lines is the paper.
     const std::int64_t around = countOf(without(grown(outside.get(), 1).get(), outside.get()).get());
-    m_whitePaper = countOf(m_band.get()) * 2 < around * pixels(kBandMm);
+    m_whitePaper = countOf(m_band.get()) * 2 <= around * pixels(kBandMm);
   }
 
   void countBand() {
@@ -128,7 +134,7 @@ class ContentFinder {
     const PixPtr wide = opened(dark.get(), pixels(kBedMm));
     const PixPtr bed = connected(m_band.get(), wide.get());
     const auto share = static_cast<double>(countOf(both(bed.get(), m_band.get()).get()));
-    if (share < kLeastShare * static_cast<double>(countOf(m_band.get()))) return {};
+    if (share <= kLeastShare * static_cast<double>(countOf(m_band.get()))) return {};
     // With its slivers between paper and edge; dark parts of a drawing that touch it do no harm, paper is around
     // them.
     return connected(bed.get(), dark.get());
@@ -192,7 +198,7 @@ class ContentFinder {
       const bool pastBed = i < depth && (m_whitePaper || !at(m_white.get(), line, std::min(end + step, depth - 1)));
       if (pastBed) depths.push_back(end);
     }
-    constexpr std::size_t kFewLines = 32, kFewDepths = 200;  // parts of all
+    constexpr std::size_t kFewLines = 32, kFewDepths = 100;  // parts of all
     if (depths.empty() || depths.size() < static_cast<std::size_t>(lines) / kFewLines) return 0;
     const auto least = depths.begin() + static_cast<std::ptrdiff_t>(depths.size() / kFewDepths);
     std::nth_element(depths.begin(), least, depths.end());

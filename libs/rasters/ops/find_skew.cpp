@@ -24,13 +24,22 @@ PixPtr inkOf(PIX* grey) {
   return madePix(ink);
 }
 
-/// Degrees that straighten the horizontal lines, clockwise.
-std::optional<float> skewOf(PIX* ink) {
+/// Degrees that straighten the horizontal lines, clockwise; to less than what shifts a line's end by half a pixel
+/// all angles are the same to the search, which ends at one end of them.
+std::optional<float> searchSkew(PIX* ink) {
   l_float32 angle = 0, confidence = 0;
   const l_ok failed = pixFindSkewSweepAndSearchScorePivot(ink, &angle, &confidence, nullptr, 4, 1, 0, kRange,
                                                           kSweepStep, kPrecision, L_SHEAR_ABOUT_CENTER);
   if (failed || confidence < kLeastConfidence) return std::nullopt;
   return angle;
+}
+
+/// The middle between both ends: of a picture and its mirror image the search finds one each.
+std::optional<float> skewOf(PIX* ink) {
+  const auto angle = searchSkew(ink);
+  if (!angle) return std::nullopt;
+  const auto mirrored = searchSkew(madePix(pixFlipLR(nullptr, ink)).get());
+  return mirrored ? (*angle - *mirrored) / 2 : *angle;
 }
 
 }  // namespace
