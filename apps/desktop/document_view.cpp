@@ -9,7 +9,6 @@
 #include <map>
 
 #include "document_view_layout.h"
-#include "live_page.h"
 
 namespace desktop {
 

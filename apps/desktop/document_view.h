@@ -1,9 +1,11 @@
 #pragma once
 #include <QPointF>
+#include <QPointer>
 #include <QWidget>
 #include <memory>
 
 #include "document.h"
+#include "live_page.h"
 #include "page_image.h"
 #include "quillbay/view.h"
 
@@ -11,7 +13,6 @@ class QMouseEvent;
 
 namespace desktop {
 
-class LivePage;
 class PaintLink;
 class ZoomLink;
 
@@ -118,7 +119,7 @@ class DocumentView : public QWidget {
   [[nodiscard]] bool showsLive() const;
 
   Document* m_document;
-  LivePage* m_live = nullptr;
+  QPointer<LivePage> m_live;
   PageImages m_images;
   quillbay::KxPtr<quillbay::IKxViewPort> m_port;
   quillbay::KxPtr<quillbay::IKxView> m_kxView;

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "document_view.h"
-#include "live_page.h"
 
 namespace desktop {
 

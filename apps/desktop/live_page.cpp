@@ -10,7 +10,7 @@ namespace desktop {
 
 namespace {
 constexpr int kLookMs = 40, kOverviewMs = 700, kOverviewPixels = 192;
-constexpr int kUsuallyKept = 20;
+constexpr int kUsuallyKept = 20, kUsuallyKeptMiB = 8192;
 /// Height of a sheet of unknown length, by its width, until it gets longer; and how much longer it is thought then.
 constexpr double kUsualAspect = 1.4142, kLonger = 1.5;
 /// The same for one that is longer than it was said to be.
@@ -131,17 +131,22 @@ void LivePage::finish(const quillbay::PageInfo& page) {
   keepLast();
 }
 
-/// Takes the oldest pages off the document that were scanned to files.
+/// Takes the oldest pages off the document that were scanned to files, by their count and by what they occupy.
 void LivePage::keepLast() {
   std::erase_if(m_kept, [this](int id) { return !m_document->page(id); });
-  const int most = m_settings->number("KeepScannedPages", kUsuallyKept);
-  while (m_kept.size() > static_cast<std::size_t>(std::max(most, 0))) {
+  const auto most = static_cast<std::size_t>(std::max(1, m_settings->number("KeepScannedPages", kUsuallyKept)));
+  std::int64_t room = std::int64_t{m_settings->number("KeepScannedMiB", kUsuallyKeptMiB)} << 20;
+  std::size_t stay = 0;  // of the latest ones
+  for (auto id = m_kept.rbegin(); id != m_kept.rend() && stay < most; ++id, ++stay) {
+    room -= m_document->page(*id)->raster->GetByteCount();
+    if (room < 0 && stay > 0) break;
+  }
+  while (m_kept.size() > stay) {
     const int oldest = m_kept.front();
     m_kept.pop_front();
     const Page* page = m_document->page(oldest);
     if (!page || !page->saved) continue;
-    emit note(
-        tr("%1 leaves the view; it is in its file. The last %2 scanned pages stay.").arg(page->name).arg(most));
+    emit note(tr("%1 leaves the view; it is in its file. Pages that stay: %2").arg(page->name).arg(stay));
     m_document->remove(oldest);
   }
 }

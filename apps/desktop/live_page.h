@@ -16,8 +16,8 @@ namespace desktop {
 class ProgramSettings;
 
 /// The page that is being scanned, as far as it has come. A page that went into a file joins the document when it
-/// is finished, with the picture that was shown of it; of those the last ones are kept (setting
-/// "KeepScannedPages"), so that a long batch does not fill the disk. User-interface thread.
+/// is finished, with the picture that was shown of it; of those the last ones are kept (settings "KeepScannedPages"
+/// and "KeepScannedMiB", at least one page), so that a long batch does not fill the disk. User-interface thread.
 class LivePage : public QObject {
   Q_OBJECT
  public:
