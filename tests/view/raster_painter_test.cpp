@@ -103,6 +103,40 @@ TEST_F(RasterPainter, LevelsAreMadeInIdleMomentsAndFollowGrowth) {
   EXPECT_EQ(view->GetExtents(&none), 0);
 }
 
+/// Keeps what was painted, from top to bottom of the window.
+class PaintedRows final : public TSinkImpl<IKxViewPaintReactor, KxRect> {
+ public:
+  using TSinkImpl::TSinkImpl;
+  int ActiveChanged(IKxViewPort*, int) override { return 1; }
+  int Paint(IKxViewPort*, IKxViewDC* dc, int) override {
+    const KxRect clip = dc->GetClientClip();
+    owner()->top = std::min(owner()->top, clip.top);
+    owner()->bottom = std::max(owner()->bottom, clip.bottom);
+    return 1;
+  }
+  int Painted(IKxViewPort*) override { return 1; }
+  int Closing(IKxViewPort*) override { return 1; }
+  int GetArea(IKxViewPort*, tagRRECT*) override { return 0; }
+};
+
+TEST_F(RasterPainter, NewLinesAloneArePaintedWhenARasterGrows) {
+  const auto raster = newRaster(1000, 500, 90);  // 100 x 50 mm
+  raster.as<IRStorLevels>()->MakeLevels(-1);
+  painter->Add(raster.get(), {0, 0}, 0);
+  view->ZoomToRectangle({0, -100, 100, 0});
+  QApplication::processEvents();
+  KxRect painted{0, 1000, 0, 0};
+  PaintedRows rows(&painted);
+  rows.Subscribe(view.as<IConnectionPoint<IKxViewPaintReactor>>().get());
+  raster.as<IRStorAddStripe>()->AddLines(0, 500, 100);
+  painter->Refresh();
+  view->Update();
+  const auto y = [&](double mm) { return static_cast<std::int32_t>(view->ToClient({0, -mm}).y); };
+  EXPECT_GE(painted.top, y(50) - 3);
+  EXPECT_LE(painted.bottom, y(60) + 4);
+  EXPECT_GT(painted.bottom, painted.top);
+}
+
 TEST_F(RasterPainter, OutlivesItsView) {
   const auto raster = newRaster(100, 100, 90);
   painter->Add(raster.get(), {0, 0}, 0);
