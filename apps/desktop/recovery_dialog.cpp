@@ -20,7 +20,7 @@ namespace desktop {
 namespace {
 
 constexpr int kPicturePixels = 48;
-constexpr qint64 kSmallBytes = qint64{64} << 20;  // larger pages take too long to read for a picture
+constexpr qint64 kSmallBytes = qint64{256} << 20;  // larger pages take too long to read for a picture
 enum Column { ColumnName, ColumnSize, ColumnTime, ColumnWhere, ColumnCount };
 
 QString sizeText(const Leftover& item) {

@@ -1,8 +1,13 @@
 // Copies of unsaved pages while the program runs, and what a start makes of journals that it finds.
 #include <QDir>
 #include <QFile>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+#include <QTreeWidget>
 
 #include "desktop_fixture.h"
+#include "recovery_dialog.h"
 #include "session_guard.h"
 
 namespace desktop {
@@ -117,6 +122,37 @@ TEST_F(Journal, WhatCannotBeReadIsNamedAndTheRestIsOffered) {
   unsaved = UnsavedAnswer::Discard;
   EXPECT_TRUE(window->close());
   EXPECT_TRUE(QDir(folder()).isEmpty()) << QDir(folder()).entryList().join(' ').toStdString();
+}
+
+TEST(RecoveryDialog, ChecksWhatIsInNoFinishedFileAndDeletesNothingElse) {
+  const QDateTime time(QDate(2024, 5, 17), QTime(9, 30));
+  const std::vector<Leftover> items{
+      {Leftover::Kind::Page, "/no/such/page1.tif", "Page 1", time, {7087, 4677}, 1, 99439574},
+      {Leftover::Kind::File, "/maps/sheet.tif", "sheet.tif", time, {}, 1, 5000},
+      {Leftover::Kind::Part, "/maps/all.tif.part", "all.tif", time, {}, 12, 400000000}};
+  RecoveryDialog dialog(items, {"Page 2 was not copied yet."}, nullptr);
+  dialog.show();
+  auto* list = dialog.findChild<QTreeWidget*>();
+  const auto press = [&](const char* name) {
+    for (QPushButton* button : dialog.findChildren<QPushButton*>()) {
+      if (button->text() == name) button->click();
+    }
+  };
+  list->topLevelItem(1)->setCheckState(0, Qt::Checked);
+  list->topLevelItem(2)->setCheckState(0, Qt::Unchecked);
+  EXPECT_EQ(dialog.answer().act, RecoveryAnswer::Act::Later) << "until a button says otherwise";
+  for (const bool agrees : {false, true}) {
+    QTimer::singleShot(0, &dialog, [&] {
+      auto* question = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+      if (question) question->button(agrees ? QMessageBox::Yes : QMessageBox::No)->click();
+    });
+    press("&Discard...");
+    EXPECT_EQ(dialog.result() == QDialog::Accepted, agrees);
+  }
+  EXPECT_EQ(dialog.answer().act, RecoveryAnswer::Act::Discard);
+  EXPECT_EQ(dialog.answer().chosen, std::vector<std::size_t>{0});
+  press("&Open");
+  EXPECT_EQ(dialog.answer().chosen, (std::vector<std::size_t>{0, 1}));
 }
 
 TEST_F(Journal, AScannerThatComesBackIsOpened) {
