@@ -70,7 +70,7 @@ RecoveryDialog::RecoveryDialog(const std::vector<Leftover>& items, const QString
   m_list->setRootIsDecorated(false);
   m_list->setIconSize({kPicturePixels, kPicturePixels});
   m_list->setAccessibleName(tr("Pages of the last run"));
-  m_list->setMinimumSize(640, 220);
+  m_list->setMinimumSize(760, 220);
   auto* label = new QLabel(tr("Quillbay was not closed as usual. These &pages were finished:"));
   label->setBuddy(m_list);
   auto* note = new QLabel(troubles.join('\n'));
