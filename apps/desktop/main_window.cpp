@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QScreen>
 #include <QStatusBar>
+#include <QTimer>
 
 #include "document_view.h"
 #include "live_page.h"
@@ -81,11 +82,11 @@ MainWindow::~MainWindow() {
   m_panel->disconnect(this);
   m_document->disconnect(this);
   m_panel->closePanel();
-  m_guard.reset();  // pages that are not saved stay kept
+  m_guard.reset();    // pages that are not saved stay kept
   *m_self = nullptr;  // no thread of a scan is left that could look
   m_app->SetMainWindow(nullptr);
   m_app->SetPages(nullptr);
-  delete m_live;  // reads from the panel
+  delete m_live;   // reads from the panel
   delete m_panel;  // these use the application object, which goes before the other children
   delete m_view;
   delete m_status;
@@ -184,6 +185,10 @@ void MainWindow::scanEnded(int cause, const QString& fault, int pages) {
   statusBar()->showMessage(text);
   m_log->note(fault.isEmpty() ? text : text + ": " + fault);
   updateActions();
+  // A program that is killed later has at least these; after the panel's own end, which may be its closing.
+  QTimer::singleShot(0, this, [this] {
+    if (m_panel->control()) m_panel->control()->SaveSettings();
+  });
 }
 
 void MainWindow::restore() {
@@ -227,6 +232,8 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
     return false;
   }
   m_mode = mode;
+  m_settings->setNumber("Mode", mode);
+  m_settings->save();
   const bool opened = m_panel->open(mode);
   if (!opened) m_log->note(tr("No scanner could be opened."));
   m_guard->panelTried(opened);
