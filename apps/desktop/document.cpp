@@ -52,6 +52,7 @@ void Document::remove(int id) {
 }
 
 void Document::clear() {
+  if (m_pages.empty()) return;  // what was taken off before can still come back
   m_cleared = std::exchange(m_pages, {});
   for (const Page& page : m_cleared) emit removed(page.id);
 }
@@ -124,6 +125,19 @@ int Document::Replace(int id, quillbay::IRStor* raster) {
 int Document::NoteSaved(int id, const std::string& file) {
   markSaved(id, QString::fromStdString(file));
   return page(id) ? 1 : 0;
+}
+
+void Document::NoteOverwritten(const std::string& file) {
+  const QFileInfo written(QString::fromStdString(file));
+  std::vector<int> lost;
+  for (auto* pages : {&m_pages, &m_cleared}) {
+    for (Page& page : *pages) {
+      if (page.file.isEmpty() || QFileInfo(page.file) != written) continue;
+      if (page.saved) lost.push_back(page.id);
+      page.saved = page.previous.saved = false;
+    }
+  }
+  for (const int id : lost) emit changed(id);
 }
 
 int Document::Remove(int id) {

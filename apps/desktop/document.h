@@ -67,6 +67,7 @@ class Document : public QObject, public quillbay::CKxUnknownImplStatic<quillbay:
   int GetPage(int id, quillbay::HostPage* out) override;
   int Replace(int id, quillbay::IRStor* raster) override;
   int NoteSaved(int id, const std::string& file) override;
+  void NoteOverwritten(const std::string& file) override;
   int Remove(int id) override;
   int CountUnsaved() override { return static_cast<int>(unsaved().size()); }
   void Clear(int unsavedToo) override;

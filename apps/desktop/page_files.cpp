@@ -76,11 +76,13 @@ bool PageFiles::open(const QString& file, QString* why) {
 bool PageFiles::save(const std::vector<int>& ids, const QString& file, bool mayReplace, QString* why) {
   const QString whole = QFileInfo(file).absoluteFilePath();
   std::vector<KxPtr<quillbay::IRStor>> rasters;
+  std::vector<std::pair<int, KxPtr<quillbay::IRStor>>> saved;
   int lines = 0;
   for (const int id : ids) {
     const Page* page = m_document->page(id);
     if (!page) continue;
     rasters.push_back(page->raster);
+    saved.emplace_back(id, page->raster);
     lines = std::max(lines, page->raster->GetHeight());
   }
   const bool done = guarded(whole, why, [&] {
@@ -88,7 +90,11 @@ bool PageFiles::save(const std::vector<int>& ids, const QString& file, bool mayR
     return quillbay::SaveRasterFile(m_app, rasters, whole.toStdString(), mayReplace, progress.get()) != 0;
   });
   if (!done) return false;
-  for (const int id : ids) m_document->markSaved(id, whole);
+  if (mayReplace) m_document->NoteOverwritten(whole.toStdString());
+  for (const auto& [id, raster] : saved) {
+    const Page* page = m_document->page(id);
+    if (page && page->raster.get() == raster.get()) m_document->markSaved(id, whole);  // else it changed meanwhile
+  }
   return true;
 }
 

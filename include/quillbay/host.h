@@ -75,6 +75,8 @@ class IHostPages : public IKxUnknown {
   virtual int Replace(int id, IRStor* raster) = 0;
   /// The page was written into a file. Answers 1, or 0 without the page.
   virtual int NoteSaved(int id, const std::string& file) = 0;
+  /// A file was written over: pages that it held are in it no more, unless `NoteSaved` says so afterwards.
+  virtual void NoteOverwritten(const std::string&) {}
   /// Lets go of a page. Answers 1, or 0 without it.
   virtual int Remove(int id) = 0;
   [[nodiscard]] virtual int CountUnsaved() = 0;

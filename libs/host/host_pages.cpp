@@ -40,6 +40,10 @@ int CHostPages::NoteSaved(int id, const std::string& file) {
   return 1;
 }
 
+void CHostPages::NoteOverwritten(const std::string& file) {
+  for (Entry& e : m_entries) e.page.saved = e.page.saved && e.page.file != file;
+}
+
 int CHostPages::Remove(int id) {
   return std::erase_if(m_entries, [id](const Entry& e) { return e.id == id; }) != 0 ? 1 : 0;
 }

@@ -14,6 +14,7 @@ class CHostPages final : public CKxUnknownImpl<IHostPages> {
   int GetPage(int id, HostPage* out) override;
   int Replace(int id, IRStor* raster) override;
   int NoteSaved(int id, const std::string& file) override;
+  void NoteOverwritten(const std::string& file) override;
   int Remove(int id) override;
   int CountUnsaved() override;
   void Clear(int unsavedToo) override;

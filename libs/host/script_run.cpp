@@ -78,6 +78,7 @@ void ScriptRun::takeCurrent() {
   if (id <= 0 || !m_world.pages->GetPage(id, &page) || !page.raster) return;
   m_work.page = id;
   m_work.rasters = {page.raster};
+  m_work.before = page.raster;
   m_work.file = page.file;
   m_work.saved = page.saved;
   m_work.name = page.file.empty() ? formatText(Supp_Translate("page %d"), {toText(std::int64_t{id})}) : page.file;
@@ -181,6 +182,8 @@ ScriptRun::Outcome ScriptRun::performGuarded(const ScriptStep& step) {
     return failed(step, file, e.what(), writes);
   } catch (const std::bad_alloc&) {
     return failed(step, file, Supp_Translate("there is not enough memory"), false);
+  } catch (const std::exception& e) {
+    return failed(step, file, e.what(), false);
   }
 }
 
@@ -230,8 +233,9 @@ ScriptRun::Outcome ScriptRun::saveAs(const ScriptStep& step) {
   }
   m_work.saved = true;
   m_work.file = m_work.name = step.file;
+  if (replace) m_world.pages->NoteOverwritten(step.file);
   // What the document holds is in the file now, whatever else the script does.
-  if (m_work.page > 0 && !m_work.changed) m_world.pages->NoteSaved(m_work.page, step.file);
+  if (m_work.page > 0 && !m_work.changed && isAsItWas(m_work)) m_world.pages->NoteSaved(m_work.page, step.file);
   if (m_world.onSaved) m_world.onSaved(step.file);
   return Outcome::Done;
 }
@@ -241,7 +245,8 @@ ScriptRun::Outcome ScriptRun::close() {
     throw CXException(
         formatText(Supp_Translate("%s is not saved; use /SaveAs before it is closed"), {m_work.name}));
   }
-  if (m_work.page > 0) m_closed.push_back(m_work.page);
+  m_work.rasters.clear();
+  if (m_work.page > 0) m_closed.push_back(m_work);
   m_work = {};
   return Outcome::Done;
 }
@@ -262,12 +267,20 @@ ScriptRun::Outcome ScriptRun::change(const ScriptStep& step) {
   return Outcome::Done;
 }
 
+/// Whether the document still has the page that the script began with.
+bool ScriptRun::isAsItWas(const Work& work) const {
+  HostPage now;
+  return m_world.pages->GetPage(work.page, &now) != 0 && now.raster.get() == work.before.get();
+}
+
 bool ScriptRun::commit() {
   // Pages that a script opened last, and did not close, stay in the document.
   bool done = true;
   m_kept.push_back(std::move(m_work));
   for (const Work& work : m_kept) done = commit(work) && done;
-  for (const int page : m_closed) m_world.pages->Remove(page);
+  for (const Work& work : m_closed) {
+    if (isAsItWas(work)) m_world.pages->Remove(work.page);
+  }
   m_work = {};
   m_kept.clear();
   return done;
@@ -276,9 +289,10 @@ bool ScriptRun::commit() {
 bool ScriptRun::commit(const Work& work) {
   if (work.page > 0) {
     if (!work.changed) return true;
-    if (!m_world.pages->Replace(work.page, work.rasters.front().get())) {
+    if (!isAsItWas(work) || !m_world.pages->Replace(work.page, work.rasters.front().get())) {
       m_failures.push_back(
-          {work.name, formatText(Supp_Translate("%s was closed while the script ran."), {work.name}), false});
+          {work.name, formatText(Supp_Translate("%s was closed or changed while the script ran."), {work.name}),
+           false});
       return false;
     }
     if (work.saved) m_world.pages->NoteSaved(work.page, work.file);

@@ -26,7 +26,8 @@ struct ScriptWorld {
 ///
 /// A command that fails on a file that the script opened ends the work on this file: the script goes on with the
 /// next "/Open". One that fails on the document's own page ends the script. Everything that failed is told in one
-/// message. User-interface thread; a progress may dispatch events meanwhile, and other scripts may run therein.
+/// message. User-interface thread; a progress may dispatch events meanwhile, and other scripts may run therein: a
+/// page that was changed or closed by then stays as it is, and the script is told as failed.
 class ScriptRun {
  public:
   /// `title` is how messages call the script; `parameters` (may be null) are those of the command that runs it.
@@ -41,6 +42,7 @@ class ScriptRun {
   struct Work {
     int page = 0;
     std::vector<KxPtr<IRStor>> rasters;
+    KxPtr<IRStor> before;  // what the page was when the script began
     std::string name;      // for a person: the file, or what the page is called
     std::string file;      // that holds it, when it is saved
     bool changed = false;  // another raster than the document or the file has
@@ -65,6 +67,7 @@ class ScriptRun {
   [[nodiscard]] Outcome change(const ScriptStep& step);
   [[nodiscard]] Outcome failed(const ScriptStep& step, const std::string& file, const std::string& why,
                                bool cannotWrite);
+  [[nodiscard]] bool isAsItWas(const Work& work) const;
   [[nodiscard]] bool commit();
   [[nodiscard]] bool commit(const Work& work);
   void tellFailures() const;
@@ -78,8 +81,8 @@ class ScriptRun {
   const KxPtr<IParam> m_parameters;
   KxPtr<IProgress> m_progress;
   Work m_work;
-  std::vector<Work> m_kept;   // left by "/Open", and not in a file
-  std::vector<int> m_closed;  // pages that go at the end
+  std::vector<Work> m_kept;    // left by "/Open", and not in a file
+  std::vector<Work> m_closed;  // pages that go at the end
   std::vector<Failure> m_failures;
 };
 

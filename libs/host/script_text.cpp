@@ -48,6 +48,8 @@ std::string ScriptCommand::argument(std::string_view key) const {
 
 std::vector<ScriptCommand> parseScript(std::string_view text, const std::string& file) {
   std::vector<ScriptCommand> commands;
+  constexpr std::string_view kMark = "\xEF\xBB\xBF";  // that some editors begin a file with
+  if (text.starts_with(kMark)) text.remove_prefix(kMark.size());
   for (int number = 1; !text.empty(); ++number) {
     const auto end = std::min(text.find('\n'), text.size());
     std::string_view line = text.substr(0, end);

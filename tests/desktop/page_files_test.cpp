@@ -40,6 +40,10 @@ TEST_F(DesktopTest, PagesOfOneFileComeBackAsTheyWere) {
   window->openFiles({QString::fromStdString(file)});
   EXPECT_EQ(pages().size(), 3U);
   EXPECT_TRUE(window->document().unsaved().empty());
+  saveName = QString::fromStdString(file);
+  ASSERT_TRUE(window->saveCurrentAs());
+  EXPECT_EQ(window->document().unsaved(), (std::vector<int>{pages()[0].id, pages()[1].id}))
+      << "written over: the file holds the third page only";
 }
 
 TEST_F(DesktopTest, WhatCannotBeSavedLeavesNothingBehind) {

@@ -30,7 +30,10 @@ class Listener final {
   class Progress final : public CKxUnknownImpl<IProgress> {
    public:
     explicit Progress(Listener* owner) : m_owner(owner) {}
-    void SetText(const char* text) override { m_owner->commands.emplace_back(text); }
+    void SetText(const char* text) override {
+      m_owner->commands.emplace_back(text);
+      if (const auto act = std::exchange(m_owner->meanwhile, nullptr)) act();
+    }
     void Step() override {}
     int SetPosition(int position) override { return std::exchange(m_owner->position, position); }
     void Reset() override {}
@@ -55,6 +58,7 @@ class Listener final {
 
   std::string lines, flags;
   std::vector<std::string> commands, failed;
+  std::function<void()> meanwhile;  // done once, in the midst of a script
   std::size_t lets = 1000;
   int position = 0;
   bool leavesAtFirstLine = false;
@@ -168,6 +172,34 @@ TEST_F(ScriptRunTest, AFailureInTheMiddleLeavesTheDocumentAndTheFilesThatWereSav
   EXPECT_EQ(listener.flags, "d");
   ASSERT_EQ(messages.size(), 1u);
   EXPECT_NE(messages[0].text.find("line 3: /Crop"), std::string::npos) << messages[0].text;
+}
+
+TEST_F(ScriptRunTest, APageIsNoLongerSavedWhenItsFileIsWrittenOver) {
+  add(100);
+  ASSERT_EQ(saveAs(folder.path("a.tif")), 0);
+  answer = EventAnswer::Yes;
+  EXPECT_NE(script("\xEF\xBB\xBF/Invert\n/SaveAs FNAME:a.tif\n/Crop LEFT:500 WIDTH:5 HEIGHT:5"), 0);
+  EXPECT_EQ(pages(folder.path("a.tif")), std::vector<int>{155});
+  EXPECT_EQ(pixel(current().get(), 1, 0), 100);
+  EXPECT_FALSE(app->GetDocuments().back().saved);
+}
+
+TEST_F(ScriptRunTest, WhatHappensToThePageMeanwhileIsNotUndone) {
+  Listener listener(app.get());
+  for (const char* outer : {"/Invert", "/SaveAs FNAME:out.tif", "/SaveAs FNAME:out.tif\n/Close"}) {
+    SCOPED_TRACE(outer);
+    std::filesystem::remove(folder.path("out.tif"));
+    add(100);
+    const auto pagesBefore = app->GetDocuments().size();
+    listener.meanwhile = [&] { EXPECT_EQ(command("ProcessScript", "/Rotate ANGLE:90", "Script"), 0); };
+    script(outer);
+    ASSERT_EQ(app->GetDocuments().size(), pagesBefore);
+    EXPECT_FALSE(app->GetDocuments().back().saved);
+    EXPECT_EQ(current()->GetSize(), (KxSize{10, 20}));
+    EXPECT_EQ(pixel(current().get(), 0, 1), 100);
+  }
+  ASSERT_EQ(messages.size(), 1u);
+  EXPECT_NE(messages[0].text.find("changed while the script ran"), std::string::npos) << messages[0].text;
 }
 
 TEST_F(ScriptRunTest, AFileThatFailsIsListedAndTheNextOneDone) {
