@@ -1,6 +1,5 @@
 /// How a view port paints.
 #include <QPainter>
-#include <array>
 
 #include "platform/base_services.h"
 #include "view/view_port.h"
@@ -9,8 +8,6 @@ namespace quillbay {
 namespace {
 
 constexpr int kHalfToneMode = 8;
-/// Reactors that are taken from the connection point at a time.
-constexpr std::size_t kBatch = 16;
 /// A region of more rectangles is painted as the one that bounds it.
 constexpr int kMostRectangles = 4;
 
@@ -23,22 +20,18 @@ QColor colorOf(const std::optional<std::uint32_t>& color, const QWidget& window,
 
 }  // namespace
 
+/// Those that are subscribed now, one by one: a reactor that another one's paint takes away is not called any more.
 void CViewPort::paintReactors(QPainter& painter, CViewDC& dc) {
   const auto reactors = m_paintReactors->Enumerate();
-  std::array<KxPtr<IKxViewPaintReactor>, kBatch> batch;
-  for (std::size_t count = kBatch; count == kBatch;) {
-    count = 0;
-    while (count < kBatch && (batch[count] = reactors->Next())) ++count;
-    for (std::size_t i = 0; i < count; ++i) {
-      painter.save();
-      try {
-        batch[i]->Paint(this, &dc, 0);
-      } catch (...) {
-        painter.restore();
-        throw;
-      }
+  while (const auto reactor = reactors->Next()) {
+    painter.save();
+    try {
+      reactor->Paint(this, &dc, 0);
+    } catch (...) {
       painter.restore();
+      throw;
     }
+    painter.restore();
   }
 }
 
@@ -56,11 +49,12 @@ void CViewPort::paint(const QRegion& region) {
     m_paintDC = nullptr;
     dc->end();
   };
+  // All of it first: a paint that ends early leaves nothing of what was there before.
+  for (const QRect& r : parts) painter.fillRect(r, background);
   try {
     for (const QRect& r : parts) {
       dc->setClip({r.left(), r.top(), r.left() + r.width(), r.top() + r.height()});
       painter.setClipRect(r);
-      painter.fillRect(r, background);
       paintReactors(painter, *dc);
     }
   } catch (const CXException& e) {

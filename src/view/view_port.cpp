@@ -228,8 +228,10 @@ int CViewPort::ReadSettings(int refresh) {
 }
 
 int CViewPort::ScrollByPixels(int dx, int dy) {
-  if (!SetTransform(view::scrolled(m_tfm, dx, dy), 0)) return 0;
-  m_window->scrollContents(dx, dy);
+  const CRTfm proposed = view::scrolled(m_tfm, dx, dy);
+  if (!SetTransform(proposed, 0)) return 0;
+  if (m_tfm != proposed) return Invalidate(nullptr);  // a sink went elsewhere when it was told
+  if (m_window) m_window->scrollContents(dx, dy);
   return 1;
 }
 

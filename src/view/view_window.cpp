@@ -35,7 +35,8 @@ CViewWindow::~CViewWindow() { m_port->windowCloses(); }
 bool CViewWindow::event(QEvent* event) {
   if (event->type() == QEvent::ShortcutOverride) {
     const auto& key = static_cast<QKeyEvent&>(*event);
-    if (m_port->scrollsBy(view::keyCode(key), view::keyFlags(key))) {
+    // Any key ends the panning, also one that a menu has.
+    if (isPanning() || m_port->scrollsBy(view::keyCode(key), view::keyFlags(key))) {
       event->accept();
       return true;
     }
@@ -48,6 +49,7 @@ bool CViewWindow::event(QEvent* event) {
 void CViewWindow::paintEvent(QPaintEvent* event) { m_port->paint(event->region()); }
 
 void CViewWindow::paintPending() {
+  if (testAttribute(Qt::WA_WState_InPaintEvent)) return;  // a reactor asks: comes when this paint is over
   // What was asked for is merged with what is posted; sending the posted request paints all of it.
   QCoreApplication::sendPostedEvents(window(), QEvent::UpdateRequest);
 }

@@ -6,6 +6,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QWheelEvent>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -51,6 +52,7 @@ class Reactor final : public Sink<IKxViewPaintReactor> {
   }
   int Paint(IKxViewPort*, IKxViewDC* dc, int) override {
     ++paints;
+    if (meanwhile) meanwhile();
     if (error) throw CXMemException("no memory");
     const KxRect c = dc->GetClientClip();
     painted += QRect(c.left, c.top, c.right - c.left, c.bottom - c.top);
@@ -67,6 +69,7 @@ class Reactor final : public Sink<IKxViewPaintReactor> {
   QRegion painted;
   int paints = 0, mode = -1, closed = 0, hasArea = 0;
   bool error = false;
+  std::function<void()> meanwhile;  // while it paints
   tagRRECT area{};
 };
 
@@ -261,6 +264,10 @@ TEST_F(ViewPort, TheMiddleButtonPansUntilAnythingElseHappens) {
     EXPECT_EQ(view->HasCapture(), 0);
   }
   press();
+  QKeyEvent shortcut(QEvent::ShortcutOverride, Qt::Key_S, Qt::ControlModifier);
+  shortcut.ignore();
+  QApplication::sendEvent(window, &shortcut);
+  EXPECT_TRUE(shortcut.isAccepted()) << "a key of a menu ends it, too";
   key(Qt::Key_Escape, Qt::NoModifier);
   EXPECT_EQ(view->HasCapture(), 0);
   move({300, 300});
@@ -299,15 +306,37 @@ TEST_F(ViewPort, AScrollPaintsWhatComesIntoSightOnly) {
   EXPECT_EQ(many[0]->mode, 8);
 }
 
-TEST_F(ViewPort, APaintThatFailsEndsQuietly) {
-  Reactor failing, after;
-  failing.error = true;
+TEST_F(ViewPort, APaintThatFailsEndsQuietlyWithItsGroundFilled) {
+  Reactor painting, failing, after;
+  painting.meanwhile = [&] { EXPECT_EQ(view->ScrollByPixels(1, 0), 1) << "paints no more within"; };
+  add(&painting);
   add(&failing);
   add(&after);
-  view->Invalidate(nullptr);
-  view->Update();
+  failing.error = true;
+  QImage image(500, 400, QImage::Format_RGB32);
+  image.fill(Qt::red);
+  window->render(&image, {}, QRegion(0, 0, 5, 5) + QRegion(50, 50, 5, 5), {});
   EXPECT_GT(failing.paints, 0);
   EXPECT_EQ(after.paints, 0);
+  for (const QPoint at : {QPoint(2, 2), QPoint(52, 52)}) EXPECT_NE(image.pixelColor(at), QColor(Qt::red));
+}
+
+TEST_F(ViewPort, AReactorThatGoesDuringAPaintIsNotCalled) {
+  Reactor first, late;
+  auto going = std::make_unique<Reactor>();
+  first.meanwhile = [&] {
+    going.reset();
+    late.Subscribe(view.as<IConnectionPoint<IKxViewPaintReactor>>().get());
+  };
+  add(&first);
+  add(going.get());
+  view->Invalidate(nullptr);
+  view->Update();
+  EXPECT_FALSE(going);
+  first.meanwhile = nullptr;
+  view->Invalidate(nullptr);
+  view->Update();
+  EXPECT_GT(late.paints, 0);
 }
 
 TEST_F(ViewPort, WhatIsDrawnOutsideAPaintShowsOnce) {
