@@ -13,7 +13,7 @@ namespace quillbay {
 /// of the next page.
 void CMaindlg::onStarted() {
   m_lastStart = m_router->takeStarted();
-  if (m_session.state() != SessionState::Prescanning && m_session.state() != SessionState::AreaPrescanning) {
+  if (m_lastStart.kind == SessionState::Scanning) {
     const NotifyGuard guard;
     ScanValues& v = quiet();
     v.dpi = static_cast<std::int32_t>(m_lastStart.dpi);

@@ -77,6 +77,7 @@ bool ScanRouter::takePreviewRestart() {
 ScanStarted ScanRouter::describe(const ScanPlan& plan, KxColorSpace colorSpace, std::int64_t lines,
                                  std::uint32_t dpi) const {
   quillbay::ScanStarted started;
+  started.kind = plan.kind;
   started.colorSpace = colorSpace;
   started.lines = lines;
   started.dpi = dpi;

@@ -32,6 +32,7 @@ struct ScanPlan {
 
 /// What the scanner said when it started.
 struct ScanStarted {
+  SessionState kind = SessionState::Scanning;  ///< a page, or one of the previews
   KxColorSpace colorSpace = KxColorSpace::None;
   std::int64_t width = 0, lines = -1;
   std::uint32_t dpi = 0;

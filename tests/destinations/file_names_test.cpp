@@ -18,6 +18,7 @@ constexpr std::int64_t kMoment = 1767607629;  // 2026-01-05 10:07:09 UTC
 
 NameContext context(bool scanTags = true) {
   ::setenv("TZ", "UTC", 1);
+  ::setenv("HOME", "/home/ann", 1);
   ::tzset();
   NameContext c;
   c.values.dir = "/out";
@@ -57,6 +58,8 @@ TEST(FileNames, ExpandFolderMaskCounterAndExtension) {
        "/\xC3\xA4/\xD0\xBF\xD0\xBB\xD0\xB0\xD0\xBD.tif"},
       {"a delimiter that is there already", "/out/", "x", "/out/x.tif"},
       {"mixed delimiters get a slash", "C:\\a/b", "x", "C:\\a/b/x.tif"},
+      {"the home folder", "~/maps", "x", "/home/ann/maps/x.tif"},
+      {"up and down", "/out/../maps/", "x", "/out/../maps/x.tif"},
       {"no folder", "", "x", ""},
       {"no mask", "/out", "", ""},
       {"grey", "/out", "x", "/out/x.png", 0, 0, KxColorSpace::Grey},
@@ -139,62 +142,22 @@ TEST(ExistsRule, UnderEveryFate) {
     const char* why;
     std::int32_t fate, multiPage, autoCounter;
     const char* mask;
-    std::set<std::string> there;
-    const char* path;
+    std::set<std::string> there;  // in /out, with ".tif"
+    const char* name;
     std::int32_t counter, autoAfter;
     bool exists, refused;
   };
   const Case cases[] = {
-      {"free", kFateIncrement, 0, 1, "s", {}, "/out/s000.tif", 0, 1, false, false},
-      {"taken twice",
-       kFateIncrement,
-       0,
-       1,
-       "s",
-       {"/out/s000.tif", "/out/s001.tif"},
-       "/out/s002.tif",
-       2,
-       1,
-       false,
-       false},
-      {"a name without counter gets one",
-       kFateIncrement,
-       0,
-       0,
-       "s",
-       {"/out/s.tif"},
-       "/out/s002.tif",
-       2,
-       1,
-       false,
-       false},
-      {"and counts on from there",
-       kFateIncrement,
-       0,
-       0,
-       "s",
-       {"/out/s.tif", "/out/s002.tif"},
-       "/out/s003.tif",
-       3,
-       1,
-       false,
-       false},
-      {"a counter tag is enough",
-       kFateIncrement,
-       0,
-       0,
-       "s<COUNTER>",
-       {"/out/s000.tif"},
-       "/out/s001.tif",
-       1,
-       0,
-       false,
-       false},
-      {"overwrite", kFateOverwrite, 0, 1, "s", {"/out/s000.tif"}, "/out/s000.tif", 0, 1, true, false},
-      {"ask, free", kFateAsk, 0, 1, "s", {}, "/out/s000.tif", 0, 1, false, false},
-      {"ask, taken", kFateAsk, 0, 1, "s", {"/out/s000.tif"}, "/out/s000.tif", 0, 1, true, true},
-      {"multi-page never counts", kFateIncrement, 1, 1, "s", {"/out/s.tif"}, "/out/s.tif", 0, 1, true, false},
-      {"multi-page never asks", kFateAsk, 1, 1, "s", {"/out/s.tif"}, "/out/s.tif", 0, 1, true, false},
+      {"free", kFateIncrement, 0, 1, "s", {}, "s000", 0, 1, false, false},
+      {"taken twice", kFateIncrement, 0, 1, "s", {"s000", "s001"}, "s002", 2, 1, false, false},
+      {"without counter", kFateIncrement, 0, 0, "s", {"s"}, "s002", 2, 1, false, false},
+      {"and on from there", kFateIncrement, 0, 0, "s", {"s", "s002"}, "s003", 3, 1, false, false},
+      {"a counter tag", kFateIncrement, 0, 0, "s<COUNTER>", {"s000"}, "s001", 1, 0, false, false},
+      {"overwrite", kFateOverwrite, 0, 1, "s", {"s000"}, "s000", 0, 1, true, false},
+      {"ask, free", kFateAsk, 0, 1, "s", {}, "s000", 0, 1, false, false},
+      {"ask, taken", kFateAsk, 0, 1, "s", {"s000"}, "s000", 0, 1, true, true},
+      {"multi-page never counts", kFateIncrement, 1, 1, "s", {"s"}, "s", 0, 1, true, false},
+      {"multi-page never asks", kFateAsk, 1, 1, "s", {"s"}, "s", 0, 1, true, false},
   };
   for (const Case& one : cases) {
     SCOPED_TRACE(one.why);
@@ -205,8 +168,9 @@ TEST(ExistsRule, UnderEveryFate) {
     c.values.fileFate = one.fate;
     c.values.multiPage = one.multiPage;
     c.values.useAutoCounter = one.autoCounter;
-    const OutputName name = applyExistsRule(c, [&](const std::string& path) { return one.there.contains(path); });
-    EXPECT_EQ(name.path, one.path);
+    const OutputName name = applyExistsRule(
+        c, [&](const std::string& path) { return one.there.contains(path.substr(5, path.size() - 9)); });
+    EXPECT_EQ(name.path, std::string("/out/") + one.name + ".tif");
     EXPECT_EQ(name.counter, one.counter);
     EXPECT_EQ(name.useAutoCounter, one.autoAfter);
     EXPECT_EQ(name.exists, one.exists);
@@ -223,6 +187,12 @@ TEST(ExistsRule, EndsWhenTheCounterDoes) {
   EXPECT_EQ(name.counter, INT32_MAX);
 }
 
+std::string letters(int count, const std::string& letter = "\xC3\xA4") {
+  std::string text;
+  for (int i = 0; i < count; ++i) text += letter;
+  return text;
+}
+
 TEST(ExistsRule, RefusesWhatNoFileCanBeCalled) {
   struct Case {
     const char* why;
@@ -232,21 +202,11 @@ TEST(ExistsRule, RefusesWhatNoFileCanBeCalled) {
   const Case cases[] = {
       {"250 bytes leave room for .part", "/out", std::string(246, 'a'), false},
       {"251 bytes do not", "/out", std::string(247, 'a'), true},
-      {"125 letters of two bytes", "/out",
-       [] {
-         std::string s;
-         for (int i = 0; i < 125; ++i) s += "\xC3\xA4";
-         return s;
-       }(),
-       true},
+      {"124 letters of two bytes", "/out", letters(124), true},
       {"a long folder", "/out/" + std::string(256, 'a'), "x", true},
-      {"a long path of short names",
-       [] {
-         std::string s;
-         for (int i = 0; i < 50; ++i) s += "/" + std::string(90, 'a');
-         return s;
-       }(),
-       "x", true},
+      {"a folder needs no room for it", "/out/" + std::string(255, 'a'), "x", false},
+      {"a folder of another system", "C:\\out", "x", true},
+      {"a long path of short names", letters(50, "/" + std::string(90, 'a')), "x", true},
       {"out of the folder", "/out", "../x", true},
       {"out of the folder, backslashes", "/out", "a\\..\\x", true},
       {"dots that lead nowhere", "/out", "..x..", false},

@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <filesystem>
 
+#include "destinations/file_names.h"
 #include "destinations/page_end.h"
+#include "platform/base_services.h"
 #include "quillbay/raster.h"
 #include "support/panel_world.h"
 
@@ -211,6 +213,16 @@ TEST(ScanToFilePanel, ShowsTheNextNameAndFollowsTheParameters) {
   settle();
   EXPECT_EQ(p.nextName(), "sheet100_001.tif");
   EXPECT_EQ(p.params->values().counter, 0) << "looking changes nothing";
+  p.params->quiet().extensions.fill(".png");
+  p.params->NotifyParam("m_Ext");
+  settle();
+  EXPECT_EQ(p.nextName(), "sheet100_000.png");
+  ASSERT_EQ(p.to->BeginScan(), 1);
+  p.params->quiet().counter = 7;  // as the start of a page moves it, without a word
+  p.to->EndScan(1);
+  EXPECT_EQ(p.nextName(), "sheet100_007.png");
+  p.params->quiet().extensions.fill(".tif");
+  p.params->quiet().counter = 0;
 
   auto* mask = p.panel->control<QComboBox>(CScanToView::kMask);
   EXPECT_EQ(mask->currentText(), "sheet<DPI>_");
@@ -223,6 +235,23 @@ TEST(ScanToFilePanel, ShowsTheNextNameAndFollowsTheParameters) {
   EXPECT_EQ(p.params->values().dir, "/maps/north/");
   EXPECT_EQ(p.params->values().mask, "sheet");
   EXPECT_FALSE(p.panel->pastePath("sheet"));
+}
+
+TEST(ScanToFilePanel, APageKeepsTheMomentOfItsNameAndTheNextOneHasItsOwn) {
+  static std::int64_t s_now = 0;
+  s_now = 1767607629;
+  setEnvironment({nullptr, [] { return s_now; }});
+  Panel p(ScanToFile);
+  p.params->set(scan_key::Dir, p.dir.file("<TIME>"));
+  ASSERT_EQ(p.to->BeginScan(), 1);
+  const std::string prepared = p.params->values().outputFile;
+  EXPECT_EQ(p.panel->nextFile(), prepared);
+  ++s_now;  // a question, a palette or the scanner took its time
+  EXPECT_EQ(buildOutputPath(p.panel->nameSnapshot()), prepared);
+  EXPECT_NE(p.panel->nextFile(), prepared);
+  ASSERT_EQ(p.to->EndScan(0), 1);
+  EXPECT_NE(buildOutputPath(p.panel->nameSnapshot()), prepared);
+  setEnvironment({});
 }
 
 TEST(ScanToFilePanel, RefusesFoldersWhoseNameWouldBeReplaced) {
@@ -247,6 +276,7 @@ TEST(ScanToFilePanel, RemembersWhatWasScannedTo) {
   History masks("Mask");
   masks.load(world->app.as<IProfile>().get());
   EXPECT_EQ(masks.items(), std::vector<std::string>{"scan"});
+  EXPECT_NE(test::readFile(p.dir.file("config/settings.json")).find("History"), std::string::npos) << "on disk";
 }
 
 }  // namespace

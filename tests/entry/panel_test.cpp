@@ -198,9 +198,11 @@ TEST_F(PanelTest, UnsavedPagesAreAskedAboutBeforeAScanNeverInARunOrBeforeAPrevie
   EXPECT_EQ(run(StartKind::Scan, 1), EndCause::Done);  // three pieces
   set("m_fBursting", 0);
   EXPECT_EQ(run(StartKind::Batch, 2), EndCause::Done);
+  set("m_uiDPI", 100);
   ASSERT_TRUE(control->Start(StartKind::Prescan, 1));
   QCoreApplication::processEvents();
   while (control->IsBusy()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  EXPECT_EQ(get("m_uiDPI").toInt(), 100) << "a preview's resolution is not the next page's";
   EXPECT_TRUE(messages.empty()) << messages[0];
   EXPECT_EQ(app()->GetDocuments().size(), 5U);
   EXPECT_EQ(run(StartKind::Scan, 1), EndCause::Refused) << "the answer is no";

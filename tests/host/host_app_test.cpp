@@ -99,6 +99,7 @@ TEST(HostApp, ChecksFormatOptions) {
 TEST(StdPapers, OwnOnesAddReplaceAndHide) {
   const auto own = new_MemParam();
   const auto roll = sub(own.get(), "Roll", 1);
+  roll->SetValue("Name", "Roll 2/3");
   roll->SetValue("Size", tagRPOINT{36, 120});
   roll->SetValue("Units", "inch");
   sub(own.get(), "a4", 1)->SetValue("Size", tagRPOINT{211, 298});
@@ -113,7 +114,7 @@ TEST(StdPapers, OwnOnesAddReplaceAndHide) {
   };
   EXPECT_EQ(size("A0"), (tagRPOINT{841, 1189}));
   EXPECT_EQ(size("ARCH E1"), (tagRPOINT{30, 42}));
-  EXPECT_EQ(size("Roll"), (tagRPOINT{36, 120}));
+  EXPECT_EQ(size("Roll 2_3"), (tagRPOINT{36, 120}));
   EXPECT_EQ(size("A4"), (tagRPOINT{211, 298}));
   EXPECT_EQ(papers->GetSubStore("B10", 0), nullptr);
   EXPECT_EQ(papers->GetSubStore("Broken", 0), nullptr);

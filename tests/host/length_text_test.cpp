@@ -36,6 +36,7 @@ TEST(LengthText, ReadsWhatPeopleType) {
       {"-3 mm", -3, -3},
       {"−3", -3, -3},
       {"210\u00a0mm", 210, 210},
+      {"210\u202fmm\u202f", 210, 210},
       {"1.000,5", kNone, kNone},  // grouped digits mean different things to different people
       {"1,000.5", kNone, kNone},
       {"1.2.3", kNone, kNone},

@@ -9,6 +9,7 @@
 #include <QLineEdit>
 #include <QLocale>
 #include <QSpinBox>
+#include <QTest>
 #include <set>
 
 #include "pages/paper_list.h"
@@ -54,6 +55,15 @@ struct Page : test::PanelWorld {
   void key(int code) const {
     params->set(scan_key::ScannerKeyPressed, code);
     QApplication::processEvents();
+  }
+  /// Types into a field of the shown page, the controller taking the settings at every key as it does.
+  void type(int id, const char* text) {
+    controller.onPageChanged = [this] { std::ignore = save(); };
+    window.show();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    field(id)->setFocus();
+    field(id)->selectAll();
+    QTest::keyClicks(field(id), text);
   }
   [[nodiscard]] const ScanValues& v() const { return params->values(); }
   QWidget window;
@@ -155,6 +165,9 @@ TEST(MainSettings, ScannerKeysStepTheListsAndWrap) {
   p.pick(CMainSettings::kModeList, 7);
   p.key(12);
   EXPECT_EQ(p.v().currMode, 0) << "as if the person had chosen it";
+  p.page->Enable(0);
+  p.key(12);
+  EXPECT_EQ(p.v().currMode, 0) << "not while a page is scanned with it";
 }
 
 TEST(MainSettings, FollowsChangesMadeElsewhere) {
@@ -179,6 +192,8 @@ TEST(MainSettings, FollowsChangesMadeElsewhere) {
   EXPECT_EQ(p.v().center, 0);
   EXPECT_EQ(p.v().boundDetectDirty, 1);
   EXPECT_FALSE(p.button(CMainSettings::kBursting)->isEnabled());
+  p.params->set(scan_key::Bursting, 1);
+  EXPECT_EQ(p.v().bursting, 0) << "what the box cannot show is not done";
   EXPECT_FALSE(p.button(CMainSettings::kCentre)->isEnabled());
 
   p.params->set(scan_key::CurrMode, kModeRgb);
@@ -186,6 +201,30 @@ TEST(MainSettings, FollowsChangesMadeElsewhere) {
   p.params->set(scan_key::Dpi, 600);
   EXPECT_EQ(paramInt(p.save().get(), "ImageDPI"), 600) << "the request has what was set";
   EXPECT_EQ(p.controller.pageChanges, 0);
+}
+
+TEST(MainSettings, ReactsByItselfWhereNothingIsBroadcast) {
+  Page p;
+  p.params->set(scan_key::Autodetect, 0);
+  p.pick(CMainSettings::kAreaList, kAreaCustom);
+  p.params->set(scan_key::Bursting, 1);
+  p.params->set(scan_key::Center, 1);
+  p.params->quiet().boundDetectDirty = 0;
+  {
+    const NotifyGuard silent;
+    p.load([](IParam& s) {
+      s.SetValue("AUTO_SET", 8);
+      s.SetValue("m_fBursting", 1);
+    });
+  }
+  EXPECT_EQ(p.v().bursting, 0);
+  EXPECT_EQ(p.v().center, 0);
+  EXPECT_EQ(p.v().boundDetectDirty, 1);
+
+  p.params->set(scan_key::Autodetect, 0);
+  p.params->set(scan_key::Bursting, 1);
+  p.pick(CMainSettings::kAreaList, kAreaFixedWidth);
+  EXPECT_EQ(p.v().bursting, 0) << "to the end of the document there is one piece";
 }
 
 TEST(MainSettings, APaperThatFitsOnlyOneWayTurns) {
@@ -223,9 +262,44 @@ TEST(MainSettings, TypedLengthsAreTakenInTheUnitsShown) {
   EXPECT_NE(p.v().rcScan.width(), 254) << "a moment later";
   const auto request = p.save();
   EXPECT_NEAR(p.v().rcScan.width(), 254, 1e-9) << "or with the next request";
+  EXPECT_TRUE(p.page->awaitsArea()) << "the view hears of it all the same";
   p.page->OnCommand(CMainSettings::kApplyArea, 1, 0);
   EXPECT_EQ(p.v().updateRect, 1);
   EXPECT_EQ(p.controller.areaChanges, 1);
+  EXPECT_FALSE(p.page->awaitsArea());
+
+  Q_EMIT edit->textEdited("12");
+  p.params->set(scan_key::RcScan, {0, 0, 50, 60});
+  std::ignore = p.save();
+  EXPECT_EQ(p.v().rcScan, (tagRRECT{0, 0, 50, 60})) << "another area took the place of what was typed";
+}
+
+TEST(MainSettings, NothingIsPutUnderTheFingersOfWhoTypes) {
+  Page p;
+  p.params->quiet().bedWidth = 914.4;  // centred here, 210 mm come back as 210.00000000000006
+  p.params->set(scan_key::Autodetect, 0);
+  p.pick(CMainSettings::kAreaList, kAreaCustom);
+  p.type(CMainSettings::kWidth, "210.5");
+  EXPECT_NEAR(p.v().rcScan.width(), 210.5, 1e-9);
+  QTest::keyClicks(p.field(CMainSettings::kWidth), "x\r");
+  EXPECT_EQ(p.field(CMainSettings::kWidth)->text(), "210.5") << "what is no length gives way";
+}
+
+TEST(MainSettings, APaperKeepsItsSizeWhateverItsPlaceAndTheUnits) {
+  Page p;
+  p.params->set(scan_key::Autodetect, 0);
+  p.params->set(scan_key::Portrait, 1);
+  p.params->set(scan_key::Center, 0);
+  p.pickPaper("A6");
+  p.params->set(scan_key::Units, 1);
+  p.type(CMainSettings::kTop, "1");
+  p.params->set(scan_key::Units, 0);
+  EXPECT_EQ(p.v().rcScan, (tagRRECT{0, 25.4, 105, 173.4})) << "narrower than the least width of a scan";
+  EXPECT_EQ(p.field(CMainSettings::kWidth)->text(), "105.0");
+  p.params->quiet().disablePreview = 1;  // nobody takes the settings at every key
+  p.type(CMainSettings::kTop, "20");
+  p.pickPaper("A4");
+  EXPECT_EQ(p.v().rcScan, (tagRRECT{0, 20, 210, 317})) << "what was typed counts before the next choice";
 }
 
 TEST(MainSettings, LengthsFollowTheLocale) {
@@ -252,7 +326,17 @@ TEST(MainSettings, TypedResolutionsWithinTheDevicesRange) {
     p.page->OnCommand(CMainSettings::kResolutionList, kCodeComboEdited, 0);
     EXPECT_EQ(p.v().dpi, want) << text;
     EXPECT_EQ(paramInt(p.save().get(), "ImageDPI"), want) << text;
+    Q_EMIT list->lineEdit()->editingFinished();
+    EXPECT_EQ(list->currentText(), QString::number(want)) << "no field shows what is not scanned with";
   }
+  p.params->set(scan_key::Dpi, 275);
+  const auto typed = p.save();
+  p.pick(CMainSettings::kResolutionList, 0);
+  p.page->Load(typed.get());
+  EXPECT_EQ(p.v().dpi, 275);
+  typed->SetValue("m_ctrlDPI", 2);  // as a host asks for an entry of the list
+  p.page->Load(typed.get());
+  EXPECT_EQ(p.v().dpi, 300);
 }
 
 TEST(MainSettings, TheDetectionButtonAsksTheController) {

@@ -68,7 +68,10 @@ class NotedUnit final : public CKxUnknownImpl<IQuillbayUnit, IUnitOptions> {
 class NotingController final : public IPanelController {
  public:
   IQuillbayUnit* Unit() override { return unit.get(); }
-  void PageChanged() override { ++pageChanges; }
+  void PageChanged() override {
+    ++pageChanges;
+    if (onPageChanged) onPageChanged();
+  }
   void ForgetPalette() override { ++palettesForgotten; }
   void AreaChanged() override { ++areaChanges; }
   int OffersDetection() override { return offersDetection; }
@@ -91,6 +94,7 @@ class NotingController final : public IPanelController {
   int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0, batchContinues = 0;
   std::vector<std::string> commands;
   KxPtr<IParam> lastArguments;
+  std::function<void()> onPageChanged;
   std::string refused;  ///< a command that the host answers with a failure
   std::function<void(const std::string&, IParam*)> onCommand;
 };
