@@ -10,7 +10,8 @@
 /// what is held of it is a band of lines, whatever its length.
 ///
 /// `progress` may be null. An operation sets positions from 0 up to `kOpSteps`, and answers null (or nothing) soon
-/// after the person has asked to cancel. It is called on the calling thread only.
+/// after the person has asked to cancel. It is called on the calling thread only; the source's lines are read on
+/// several threads at once.
 ///
 /// Throws CXMemException when memory or scratch space ran out, CXIFaceException for what cannot be done with this
 /// raster (the text says why).
@@ -27,6 +28,7 @@ inline constexpr int kOpSteps = 1000;
 [[nodiscard]] KxPtr<IRStor> cropRaster(IRStor* source, const KxRect& pixels, IProgress* progress);
 
 /// Turns clockwise by `quarters` times 90 degrees (any whole number; negative ones turn the other way), exactly.
+/// Code 4 holds pairs of pixels: an odd number of lines becomes columns with a white one more.
 [[nodiscard]] KxPtr<IRStor> rotateQuarters(IRStor* source, int quarters, IProgress* progress);
 
 /// Turns the content clockwise by `radians` about its centre; any finite angle. The canvas grows to hold
