@@ -180,9 +180,9 @@ int CMainSettings::selectedDpi() const {
 
 void CMainSettings::selectPaper(const std::string& name) {
   const PaperRecord* paper = findPaper(params().papers, name);
-  if (!paper) return;
-  const auto index = static_cast<int>(paper - params().papers.data());
-  m_form->areaList->setCurrentIndex(m_form->areaList->findData(kAreaPaper + index));
+  // A paper that the host has no more leaves its size.
+  const int entry = paper ? kAreaPaper + static_cast<int>(paper - params().papers.data()) : kAreaCustom;
+  m_form->areaList->setCurrentIndex(m_form->areaList->findData(entry));
 }
 
 void CMainSettings::applyArea() {

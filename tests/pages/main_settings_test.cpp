@@ -282,7 +282,8 @@ TEST(MainSettings, NothingIsPutUnderTheFingersOfWhoTypes) {
   p.type(CMainSettings::kWidth, "210.5");
   EXPECT_NEAR(p.v().rcScan.width(), 210.5, 1e-9);
   QTest::keyClicks(p.field(CMainSettings::kWidth), "x\r");
-  EXPECT_EQ(p.field(CMainSettings::kWidth)->text(), "210.5") << "what is no length gives way";
+  EXPECT_EQ(p.field(CMainSettings::kWidth)->text(), QLocale().toString(210.5, 'f', 1))
+      << "what is no length gives way";
 }
 
 TEST(MainSettings, APaperKeepsItsSizeWhateverItsPlaceAndTheUnits) {
@@ -295,7 +296,7 @@ TEST(MainSettings, APaperKeepsItsSizeWhateverItsPlaceAndTheUnits) {
   p.type(CMainSettings::kTop, "1");
   p.params->set(scan_key::Units, 0);
   EXPECT_EQ(p.v().rcScan, (tagRRECT{0, 25.4, 105, 173.4})) << "narrower than the least width of a scan";
-  EXPECT_EQ(p.field(CMainSettings::kWidth)->text(), "105.0");
+  EXPECT_EQ(p.field(CMainSettings::kWidth)->text(), QLocale().toString(105.0, 'f', 1));
   p.params->quiet().disablePreview = 1;  // nobody takes the settings at every key
   p.type(CMainSettings::kTop, "20");
   p.pickPaper("A4");
