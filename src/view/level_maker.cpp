@@ -1,5 +1,7 @@
 #include "view/level_maker.h"
 
+#include <sys/resource.h>
+
 #include <utility>
 
 namespace quillbay {
@@ -7,6 +9,8 @@ namespace {
 
 /// After so long the thread looks whether it shall go on.
 constexpr int kSliceMs = 8;
+/// The thread takes what the others leave: frames are drawn meanwhile. (The system keeps this by thread.)
+constexpr int kNiceness = 5;
 
 }  // namespace
 
@@ -30,6 +34,7 @@ void LevelMaker::start(KxPtr<IRStor> raster, KxPtr<IRStorLevels> levels) {
   m_givenUp = givenUp;
   m_raster = raster.get();
   m_thread.start([this, raster = std::move(raster), levels = std::move(levels), givenUp] {
+    static_cast<void>(::setpriority(PRIO_PROCESS, 0, kNiceness));
     const std::int32_t lines = raster->GetHeight();
     while (!givenUp->load(std::memory_order_relaxed) && !levels->MakeLevels(kSliceMs)) {
     }
