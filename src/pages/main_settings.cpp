@@ -112,26 +112,35 @@ void CMainSettings::fillLists() {
   fill(m_form->modeList, modeEntries(*controller().Unit(), params().values().scannerHasColor));
   params().papers = loadPapers(params().app());
   fill(m_form->areaList, areaEntries(params().papers));
-  showDetection();
+  markUnusable();
   fillResolutions(params().values().currMode);
   // Presets have no store yet: the list is there, and is shown once it can hold something.
   m_form->presetLabel->setVisible(m_form->presetList->count() > 0);
   m_form->presetList->setVisible(m_form->presetList->count() > 0);
 }
 
-/// What needs a document to be found is no choice where nothing finds it.
-void CMainSettings::showDetection() {
-  const bool offered = controller().OffersDetection() != 0;
-  m_form->detect->setEnabled(offered);
-  if (offered) return;
-  const QString why = QString::fromStdString(Supp_Translate("Documents cannot be found automatically here yet"));
-  m_form->detect->setToolTip(why);
+/// What needs a document to be found is no choice where nothing finds it, nor is a paper that the bed would cut.
+void CMainSettings::markUnusable() {
   const auto* entries = qobject_cast<const QStandardItemModel*>(m_form->areaList->model());
-  for (const int area : {kAreaAuto, kAreaAutoWidth}) {
+  const auto disable = [&](int area, const QString& why) {
     QStandardItem* entry = entries ? entries->item(m_form->areaList->findData(area)) : nullptr;
-    if (!entry) continue;
+    if (!entry) return;
     entry->setEnabled(false);
     entry->setToolTip(why);
+  };
+  const bool offered = controller().OffersDetection() != 0;
+  m_form->detect->setEnabled(offered);
+  if (!offered) {
+    const QString why = QString::fromStdString(Supp_Translate("Documents cannot be found automatically here yet"));
+    m_form->detect->setToolTip(why);
+    disable(kAreaAuto, why);
+    disable(kAreaAutoWidth, why);
+  }
+  const double bed = params().values().bedWidth;
+  const QString tooWide = QString::fromStdString(Supp_Translate("Wider than the scanner both ways"));
+  for (std::size_t i = 0; i < params().papers.size(); ++i) {
+    const tagRSIZE& size = params().papers[i].size;
+    if (!fitsBed(size, true, bed) && !fitsBed(size, false, bed)) disable(kAreaPaper + static_cast<int>(i), tooWide);
   }
 }
 

@@ -64,7 +64,7 @@ class CMainSettings final : public CTab {
 
   // Lists
   void fillLists();
-  void showDetection();
+  void markUnusable();
   void fillResolutions(int mode);
   void showResolution(int dpi);
   [[nodiscard]] int selectedData(const QComboBox* list) const;

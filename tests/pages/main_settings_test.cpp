@@ -249,6 +249,12 @@ TEST(MainSettings, WhereNothingFindsDocumentsNoAutomaticAreaIsChosen) {
   p.pick(CMainSettings::kAreaList, kAreaFixedWidth);
   p.key(17);
   EXPECT_EQ(p.v().scanType, kAreaPaper) << "the key goes round, over the automatic areas";
+  EXPECT_EQ(p.list(CMainSettings::kAreaList)->model()->index(kAreaPaper, 0).flags() & Qt::ItemIsEnabled,
+            Qt::ItemIsEnabled);
+  p.params->quiet().bedWidth = 200;
+  p.load([](IParam&) {});
+  EXPECT_EQ(p.list(CMainSettings::kAreaList)->model()->index(kAreaPaper, 0).flags() & Qt::ItemIsEnabled, 0)
+      << "no paper that is wider than the bed both ways";
 }
 
 TEST(MainSettings, TypedLengthsAreTakenInTheUnitsShown) {
