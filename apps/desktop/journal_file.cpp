@@ -10,7 +10,6 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <utility>
@@ -19,6 +18,7 @@ namespace desktop {
 
 namespace {
 
+constexpr qint64 kLongestLine = qint64{1} << 20;  // far beyond the names that a system takes
 constexpr const char* kArrived = "arrived";
 constexpr const char* kKept = "kept";
 constexpr const char* kDropped = "dropped";
@@ -53,15 +53,16 @@ KeptPage pageOf(const QJsonObject& json) {
   return page;
 }
 
-WrittenFile& fileIn(JournalContents& contents, const QString& name) {
-  const auto known = std::find_if(contents.written.begin(), contents.written.end(),
-                                  [&](const WrittenFile& file) { return file.file == name; });
-  if (known != contents.written.end()) return *known;
-  return contents.written.emplace_back(WrittenFile{name, 0, {}, false});
+using FileIndex = std::map<QString, std::size_t>;  // where a file is in the list: there may be very many
+
+WrittenFile& fileIn(JournalContents& contents, FileIndex& index, const QString& name) {
+  const auto [at, isNew] = index.try_emplace(name, contents.written.size());
+  if (isNew) contents.written.push_back(WrittenFile{name, 0, {}, false});
+  return contents.written[at->second];
 }
 
 /// False for a line that says nothing known.
-bool apply(const QJsonObject& json, JournalContents& contents) {
+bool apply(const QJsonObject& json, JournalContents& contents, FileIndex& index) {
   const QString event = json["event"].toString(), file = json["file"].toString();
   const int id = json["id"].toInt();
   if (event == kArrived && id > 0) {
@@ -75,7 +76,7 @@ bool apply(const QJsonObject& json, JournalContents& contents) {
     contents.pages.erase(id);
     if (!file.isEmpty()) contents.dropped.insert(file);
   } else if ((event == kWritten || event == kPublished) && !file.isEmpty()) {
-    WrittenFile& written = fileIn(contents, file);
+    WrittenFile& written = fileIn(contents, index, file);
     written.published = event == kPublished || json["published"].toBool();
     if (event == kWritten) ++written.pages;
     written.time = QDateTime::fromString(json["time"].toString(), Qt::ISODate);
@@ -130,9 +131,20 @@ JournalFile::~JournalFile() { ::close(m_fd); }
 QString JournalFile::session() const { return QFileInfo(m_path).completeBaseName(); }
 
 bool JournalFile::append(const QJsonObject& json) {
-  const QByteArray bytes = QJsonDocument(json).toJson(QJsonDocument::Compact) + '\n';
-  // One call: lines of several threads never mix.
-  return ::write(m_fd, bytes.constData(), static_cast<std::size_t>(bytes.size())) == bytes.size();
+  QByteArray bytes = QJsonDocument(json).toJson(QJsonDocument::Compact) + '\n';
+  const std::lock_guard lock(m_mutex);
+  // A line that was cut off, by a kill or a full disk, must not take the next one with it.
+  struct stat now {};
+  char last = '\n';
+  if (::fstat(m_fd, &now) == 0 && now.st_size > 0 && ::pread(m_fd, &last, 1, now.st_size - 1) == 1 &&
+      last != '\n') {
+    bytes.prepend('\n');
+  }
+  ssize_t written = 0;
+  do {
+    written = ::write(m_fd, bytes.constData(), static_cast<std::size_t>(bytes.size()));
+  } while (written < 0 && errno == EINTR);
+  return written == bytes.size();
 }
 
 void JournalFile::sync() { ::fdatasync(m_fd); }
@@ -144,12 +156,18 @@ JournalContents JournalFile::read() const {
     contents.damage += m_path + ": " + file.errorString();
     return contents;
   }
+  FileIndex index;
+  int damaged = 0, first = 0;
   for (int number = 1; !file.atEnd(); ++number) {
-    const QByteArray bytes = file.readLine();
+    const QByteArray bytes = file.readLine(kLongestLine);
     const QJsonDocument json = QJsonDocument::fromJson(bytes);
-    if (json.isObject() && apply(json.object(), contents)) continue;
-    if (!bytes.endsWith('\n')) break;  // the program ended while it wrote it
-    contents.damage += text("%1: line %2 is damaged.").arg(m_path).arg(number);
+    if (json.isObject() && apply(json.object(), contents, index)) continue;
+    if (!bytes.endsWith('\n') && file.atEnd()) break;  // the program ended while it wrote it
+    if (damaged++ == 0) first = number;
+  }
+  if (damaged == 1) contents.damage += text("%1: line %2 is damaged.").arg(m_path).arg(first);
+  if (damaged > 1) {
+    contents.damage += text("%1: %2 lines are damaged, the first is line %3.").arg(m_path).arg(damaged).arg(first);
   }
   return contents;
 }

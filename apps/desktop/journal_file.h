@@ -6,6 +6,7 @@
 #include <QStringList>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <set>
 #include <vector>
 
@@ -63,6 +64,7 @@ class JournalFile {
 
  private:
   JournalFile(int fd, QString path) : m_fd(fd), m_path(std::move(path)) {}
+  std::mutex m_mutex;  // of the lines' order
   const int m_fd;
   const QString m_path;
 };

@@ -5,6 +5,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLocale>
+#include <QRegularExpression>
 #include <algorithm>
 #include <set>
 
@@ -15,6 +16,18 @@ namespace {
 constexpr const char* kPart = ".part";
 
 QString text(const char* english) { return QCoreApplication::translate("Leftovers", english); }
+
+/// The files "NAME.part" and, set aside by later scans into the same file, "NAME.part.3". Compared, since a name
+/// may hold what name filters take for patterns.
+QStringList partsOf(const QFileInfo& file) {
+  static const QRegularExpression aside(R"(^(\.[0-9]+)?$)");
+  const QString part = file.fileName() + kPart;
+  QStringList parts;
+  for (const QString& name : file.dir().entryList(QDir::Files | QDir::Hidden, QDir::Name)) {
+    if (name.startsWith(part) && aside.match(name.mid(part.size())).hasMatch()) parts += name;
+  }
+  return parts;
+}
 
 /// "session-12-34" of "session-12-34-page5.tif".
 QString sessionOf(const QString& copy) { return copy.left(copy.lastIndexOf('-')); }
@@ -29,23 +42,20 @@ struct Leftovers::Session {
 
 Leftovers::Leftovers(const QString& folder) : m_folder(folder) {
   const QDir dir(folder);
-  std::set<QString> living;
+  // Before the journals: a program that starts meanwhile has its journal before its first copy.
+  const QStringList copies = dir.entryList({"session-*-page*.tif"}, QDir::Files, QDir::Name);
+  std::set<QString> named;
   for (const QString& file : dir.entryList({QString("session-*") + kJournalSuffix}, QDir::Files, QDir::Name)) {
     auto session = std::make_unique<Session>();
     session->name = QFileInfo(file).completeBaseName();
+    named.insert(session->name);
     session->journal = JournalFile::takeOver(dir.filePath(file));
-    if (session->journal) {
-      m_sessions.push_back(std::move(session));
-    } else {
-      living.insert(session->name);
-    }
+    if (session->journal) m_sessions.push_back(std::move(session));
   }
-  for (const QString& copy : dir.entryList({"session-*-page*.tif"}, QDir::Files, QDir::Name)) {
-    const QString name = sessionOf(copy);
-    const auto isIt = [&](const std::unique_ptr<Session>& session) { return session->name == name; };
-    if (living.count(name) > 0 || std::any_of(m_sessions.begin(), m_sessions.end(), isIt)) continue;
+  for (const QString& copy : copies) {
+    if (!named.insert(sessionOf(copy)).second) continue;
     m_sessions.push_back(std::make_unique<Session>());
-    m_sessions.back()->name = name;
+    m_sessions.back()->name = sessionOf(copy);
   }
   for (const auto& session : m_sessions) read(*session);
 }
@@ -65,29 +75,39 @@ void Leftovers::read(Session& session) {
   JournalContents contents;
   if (session.journal) contents = session.journal->read();
   m_troubles += contents.damage;
-  for (const QString& file : contents.dropped) QFile::remove(file);  // its page was saved or closed by the person
+  for (const QString& copy : contents.dropped) {  // its page was saved or closed by the person
+    const QString file = placeOf(session, copy);
+    if (!file.isEmpty()) QFile::remove(file);
+  }
   addPages(session, contents);
   addUnknown(session, contents);
   addFiles(session, contents);
 }
 
+QString Leftovers::placeOf(const Session& session, const QString& copy) const {
+  const QString name = QFileInfo(copy).fileName();
+  return name.startsWith(session.name + "-page") ? QDir(m_folder).filePath(name) : QString();
+}
+
 void Leftovers::addPages(Session& session, const JournalContents& contents) {
   for (const auto& [id, page] : contents.pages) {
     const QString when = QLocale().toString(page.time.toLocalTime(), QLocale::ShortFormat);
+    const QString file = placeOf(session, page.file);
     if (page.file.isEmpty()) {
       m_troubles += text("%1 (%2) was not copied yet when the program ended.").arg(page.name, when);
-    } else if (!QFile::exists(page.file)) {
+    } else if (!QFile::exists(file)) {
       m_troubles += text("The copy of %1 (%2), %3, is missing.").arg(page.name, when, page.file);
     } else {
-      add(session, {Leftover::Kind::Page, page.file, page.name, page.time, page.pixels}, id);
+      add(session, {Leftover::Kind::Page, file, page.name, page.time, page.pixels}, id);
     }
   }
 }
 
 /// Copies that the journal does not tell of: the program ended between the two, or the journal is damaged.
 void Leftovers::addUnknown(Session& session, const JournalContents& contents) {
-  std::set<QString> known = contents.dropped;
-  for (const auto& [id, page] : contents.pages) known.insert(page.file);
+  std::set<QString> known;
+  for (const QString& copy : contents.dropped) known.insert(placeOf(session, copy));
+  for (const auto& [id, page] : contents.pages) known.insert(placeOf(session, page.file));
   const QDir dir(m_folder);
   for (const QString& name : dir.entryList({session.name + "-page*.tif"}, QDir::Files, QDir::Name)) {
     const QString file = dir.filePath(name);
@@ -99,11 +119,7 @@ void Leftovers::addUnknown(Session& session, const JournalContents& contents) {
 void Leftovers::addFiles(Session& session, const JournalContents& contents) {
   for (const WrittenFile& written : contents.written) {
     const QFileInfo file(written.file);
-    // A later scan into the same file has set an older part aside under a number.
-    const QStringList parts = written.published
-                                  ? QStringList()
-                                  : file.dir().entryList({file.fileName() + kPart, file.fileName() + kPart + ".*"},
-                                                         QDir::Files, QDir::Name);
+    const QStringList parts = written.published ? QStringList() : partsOf(file);
     Leftover item{Leftover::Kind::Part, {}, file.fileName(), written.time, {}};
     item.pages = written.pages;
     for (const QString& part : parts) {
@@ -130,14 +146,20 @@ bool Leftovers::settle(std::size_t item, Fate fate, QString* why) {
     *why = left.file + ": " + file.errorString();
     return false;
   }
+  if (file.exists()) return true;  // kept where it is, so that it is offered again
   if (session->journal && left.kind == Leftover::Kind::Page && id > 0) {
     session->journal->append(droppedLine(id, left.file));
   }
-  if (session->journal && left.kind == Leftover::Kind::Part) {
-    session->journal->append(publishedLine(left.file.left(left.file.lastIndexOf(kPart))));
+  const QString whole = left.file.left(left.file.lastIndexOf(kPart));
+  if (session->journal && left.kind == Leftover::Kind::Part && partsOf(QFileInfo(whole)).isEmpty()) {
+    session->journal->append(publishedLine(whole));
   }
   --session->open;
   return true;
+}
+
+bool Leftovers::isLeft() const {
+  return std::any_of(m_sessions.begin(), m_sessions.end(), [](const auto& session) { return session->open > 0; });
 }
 
 void Leftovers::finish() {

@@ -46,15 +46,21 @@ class Leftovers {
   [[nodiscard]] bool isEmpty() const { return m_items.empty() && m_troubles.isEmpty(); }
 
   enum class Fate { Kept, Delete };
-  /// An item is done with: it was opened, or is to be deleted. Only copies and parts are ever deleted. False with
-  /// the reason in `*why` when it cannot be deleted.
+  /// An item is done with: it was opened, or is to be deleted. One that was opened and whose file is still there is
+  /// offered again next time. Only copies and parts are ever deleted. False with the reason in `*why` when it
+  /// cannot be deleted.
   bool settle(std::size_t item, Fate fate, QString* why);
+  /// Whether a copy or a part is left to offer.
+  [[nodiscard]] bool isLeft() const;
   /// The person has seen the list: journals of which no copy and no part is left to offer go.
   void finish();
 
  private:
   struct Session;
   void read(Session& session);
+  /// Where the copy is that a journal names: in this folder, which may have been moved. Empty for a file that is
+  /// none of the session's copies: it is left alone.
+  [[nodiscard]] QString placeOf(const Session& session, const QString& copy) const;
   void addPages(Session& session, const JournalContents& contents);
   void addFiles(Session& session, const JournalContents& contents);
   void addUnknown(Session& session, const JournalContents& contents);

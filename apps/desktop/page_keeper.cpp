@@ -108,12 +108,22 @@ void PageKeeper::write(JournalFile& journal, Copy& copy, quillbay::IRStor* raste
   {
     const std::lock_guard lock(m_mutex);
     if (copy.isDropped()) return;  // its deletion waits for this thread
-    isWritten = journal.append(keptLine(page));
+    isWritten = copy.m_complete = journal.append(keptLine(page));
   }
   if (!isWritten) throw quillbay::CXException(tr("%1 cannot be written").arg(journal.path()).toStdString());
   journal.sync();
   if (!copy.m_replaces.isEmpty()) QFile::remove(copy.m_replaces);
   QMetaObject::invokeMethod(this, [this, id = page.id] { emit kept(id); });
+}
+
+QString PageKeeper::supersede(const CopyPtr& copy) {
+  {
+    const std::lock_guard lock(m_mutex);
+    if (copy->m_complete) return copy->page().file;
+    copy->m_dropped = true;
+  }
+  deleteLater(copy->page().file);
+  return copy->m_replaces;
 }
 
 void PageKeeper::drop(const std::shared_ptr<JournalFile>& journal, const CopyPtr& copy) {

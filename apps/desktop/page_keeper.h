@@ -20,8 +20,9 @@ class PageKeeper : public QObject {
   class Copy {
    public:
     /// `replaces`: an older copy of the same page, which stays until this one is complete; empty: none.
-    explicit Copy(KeptPage page, QString replaces = {})
-        : m_page(std::move(page)), m_replaces(std::move(replaces)) {}
+    /// `isComplete`: it is there already.
+    Copy(KeptPage page, QString replaces, bool isComplete)
+        : m_page(std::move(page)), m_replaces(std::move(replaces)), m_complete(isComplete) {}
     [[nodiscard]] const KeptPage& page() const { return m_page; }
     [[nodiscard]] bool isDropped() const { return m_dropped; }
 
@@ -30,6 +31,7 @@ class PageKeeper : public QObject {
     const KeptPage m_page;
     const QString m_replaces;
     std::atomic<bool> m_dropped{false};
+    bool m_complete;  // guarded by the keeper's mutex
   };
   using CopyPtr = std::shared_ptr<Copy>;
 
@@ -39,6 +41,9 @@ class PageKeeper : public QObject {
 
   /// Begins a copy; `kept` or `failed` follows, unless it is dropped before.
   void keep(std::shared_ptr<JournalFile> journal, CopyPtr copy, quillbay::KxPtr<quillbay::IRStor> raster);
+  /// The copy's page has changed. Answers what the next copy replaces: this one, or when it is not complete yet the
+  /// one that it would have replaced; then its writing is given up.
+  [[nodiscard]] QString supersede(const CopyPtr& copy);
   /// Nobody wants the copy any more: it is deleted.
   void drop(const std::shared_ptr<JournalFile>& journal, const CopyPtr& copy);
   /// Waits until the thread has nothing to do; with `giveUp` it drops what it works on.

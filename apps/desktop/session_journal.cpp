@@ -11,10 +11,16 @@ SessionJournal::SessionJournal(Document* document, QString folder, QObject* pare
   connect(document, &Document::changed, this, &SessionJournal::look);
   connect(document, &Document::replaced, this, &SessionJournal::look);
   connect(document, &Document::removed, this, &SessionJournal::forget);
-  connect(&m_keeper, &PageKeeper::kept, this, &SessionJournal::kept);
+  connect(&m_keeper, &PageKeeper::kept, this, [this](int id) {
+    m_told = false;
+    emit kept(id);
+  });
   connect(&m_keeper, &PageKeeper::failed, this, [this](int id, const QString& why) {
     const Page* page = m_document->page(id);
-    if (page) emit noted(tr("%1 has no copy for the case of a crash: %2").arg(page->name, why));
+    // Once until there is room again: it may be a batch of hundreds.
+    if (page && !std::exchange(m_told, true)) {
+      emit noted(tr("%1 has no copy for the case of a crash: %2").arg(page->name, why));
+    }
   });
 }
 
@@ -56,7 +62,8 @@ void SessionJournal::keep(const Page& page) {
   entry.generation = page.raster->GetGeneration();
   const bool isThere = adopt(kept);
   if (!isThere) m_journal->append(arrivedLine(kept));
-  entry.copy = std::make_shared<PageKeeper::Copy>(std::move(kept), before ? before->page().file : QString());
+  const QString replaces = before ? m_keeper.supersede(before) : QString();
+  entry.copy = std::make_shared<PageKeeper::Copy>(std::move(kept), replaces, isThere);
   if (!isThere) m_keeper.keep(m_journal, entry.copy, page.raster);
 }
 

@@ -27,7 +27,7 @@ class SessionJournal : public QObject {
 
   void fileWritten(const QString& file, int page, bool published);
   void filePublished(const QString& file);
-  /// The page that is added to the document next was read from this copy, which becomes its own.
+  /// The page that is added to the document next was read from this copy, which becomes its own; empty: it was not.
   void adoptNext(const QString& copy) { m_adopted = copy; }
   /// The person has closed the program: nothing is left to bring back, except a file that was not published.
   void close();
@@ -53,6 +53,7 @@ class SessionJournal : public QObject {
   Document* m_document;
   const QString m_folder;
   bool m_keeps = true, m_failed = false;
+  bool m_told = false;  // that copies cannot be made
   std::shared_ptr<JournalFile> m_journal;
   std::map<int, Entry> m_entries;
   QString m_adopted;
