@@ -1,6 +1,7 @@
 #include "device_watch.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace desktop {
 
@@ -17,17 +18,25 @@ void DeviceWatch::setDelays(std::chrono::milliseconds first, std::chrono::millis
   m_most = most;
 }
 
+QString DeviceWatch::name() const {
+  const QString name = QString::fromStdString(m_lost.vendor + " " + m_lost.model).trimmed();
+  return name.isEmpty() ? device() : name;
+}
+
 bool DeviceWatch::start() {
+  const std::string before = std::exchange(m_lost, {}).device;
   if (m_watching) stop();
   m_watching = m_scanners && m_scanners->GetWanted(&m_lost);
   if (!m_watching) return false;
-  m_delay = m_first;
-  m_timer.start(m_delay);
+  const bool isUseless = m_delay.count() > 0 && (before == m_lost.device || m_found == m_lost.device);
+  if (!isUseless) m_delay = std::chrono::milliseconds(0);
+  again();
   return true;
 }
 
 void DeviceWatch::stop() {
   m_watching = false;
+  m_delay = std::chrono::milliseconds(0);
   m_timer.stop();
   if (m_look) m_look->stopped = true;
 }
@@ -52,14 +61,15 @@ void DeviceWatch::looked(const std::shared_ptr<Look>& look) {
   if (!look->found || (mayOpen && !mayOpen())) return again();
   std::string why;
   if (!m_scanners->Reopen(look->entry, &why)) return again();  // it is busy, or refuses
-  const QString was = device();
-  stop();
-  emit cameBack(was, QString::fromStdString(look->entry.device));
+  // Whoever cannot use it starts again and finds the delay as it was.
+  m_watching = false;
+  m_found = look->entry.device;
+  emit cameBack(device(), QString::fromStdString(m_found));
 }
 
 void DeviceWatch::again() {
-  m_delay = std::min(m_delay * 3 / 2, m_most);
   m_timer.start(m_delay);
+  m_delay = m_delay.count() == 0 ? m_first : std::min(m_delay * 3 / 2, m_most);
 }
 
 }  // namespace desktop

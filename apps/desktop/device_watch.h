@@ -11,8 +11,8 @@
 
 namespace desktop {
 
-/// Waits for a scanner that could not be opened: looks for it every few seconds, ever more seldom, on a thread of
-/// its own in a process of its own, and opens it when it is there. User-interface thread.
+/// Waits for a scanner that could not be opened: looks for it at once and then every few seconds, ever more seldom,
+/// on a thread of its own in a process of its own, and opens it when it is there. User-interface thread.
 class DeviceWatch : public QObject {
   Q_OBJECT
  public:
@@ -20,13 +20,16 @@ class DeviceWatch : public QObject {
   /// Gives up a running look.
   ~DeviceWatch() override;
 
-  /// Begins to wait for the current scanner. False when there is none that can come back.
+  /// Begins to wait for the current scanner. False when there is none that can come back. One that came back but
+  /// was of no use is looked for no oftener than before.
   bool start();
   void stop();
   [[nodiscard]] bool isWatching() const { return m_watching; }
   /// The device string of the scanner that it waits for.
   [[nodiscard]] QString device() const { return QString::fromStdString(m_lost.device); }
-  /// How long it waits before the first look and at most.
+  /// What it waits for, for a person: vendor and model, else the device string.
+  [[nodiscard]] QString name() const;
+  /// How long it waits between the first looks and at most.
   void setDelays(std::chrono::milliseconds first, std::chrono::milliseconds most);
   /// Asked before the scanner is opened: false puts it off (a window asks something).
   std::function<bool()> mayOpen;
@@ -49,6 +52,7 @@ class DeviceWatch : public QObject {
 
   quillbay::KxPtr<quillbay::IScannerWatch> m_scanners;
   quillbay::ScannerEntry m_lost;
+  std::string m_found;  // what the last one that came back is opened by
   std::chrono::milliseconds m_first{3000}, m_most{30000}, m_delay{0};
   bool m_watching = false;
   QTimer m_timer;

@@ -19,11 +19,6 @@ constexpr int kGreyscale = 5, kRgb = 7;  // scan modes, the best one last
 constexpr int kFixedWidth = 2;
 constexpr std::int32_t kUsualDpi = 200;
 
-KxPtr<quillbay::IScan> currentScanner(quillbay::IApp* app) {
-  const auto manager = quillbay::query<quillbay::IScanManager>(app);
-  return manager ? KxPtr<quillbay::IScan>::adopt(manager->GetCurrent()) : nullptr;
-}
-
 int bestMode(quillbay::IQuillbayUnit& unit) {
   for (const int mode : {kRgb, kGreyscale}) {
     if (unit.HasMode(mode)) return mode;
@@ -40,6 +35,11 @@ std::int32_t usualDpi(quillbay::IQuillbayUnit& unit, int mode) {
 }
 
 }  // namespace
+
+KxPtr<quillbay::IScan> currentScanner(quillbay::IApp* app) {
+  const auto manager = quillbay::query<quillbay::IScanManager>(app);
+  return manager ? KxPtr<quillbay::IScan>::adopt(manager->GetCurrent()) : nullptr;
+}
 
 bool knowsScanner(quillbay::IApp* app) {
   const auto scanner = currentScanner(app);

@@ -1,8 +1,12 @@
 #pragma once
 #include "quillbay/app.h"
 #include "quillbay/control.h"
+#include "quillbay/scanner.h"
 
 namespace desktop {
+
+/// The current scanner, opened; null when the application has none. One that could not be opened is no unit.
+[[nodiscard]] quillbay::KxPtr<quillbay::IScan> currentScanner(quillbay::IApp* app);
 
 /// Whether the settings hold choices for the current scanner, from a panel that was closed.
 bool knowsScanner(quillbay::IApp* app);

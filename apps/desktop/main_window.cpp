@@ -3,9 +3,11 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QScopeGuard>
 #include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
+#include <utility>
 
 #include "document_view.h"
 #include "live_page.h"
@@ -97,6 +99,7 @@ void MainWindow::makeHost(const ProgramFolders& folders) {
   quillbay::HostOptions options;
   options.configFolder = folders.config;
   options.stateFolder = folders.state;
+  options.watchesScanner = true;
   options.onMessage = [self](const quillbay::HostMessage& message) {
     if (!*self) return message.answer;
     (*self)->m_log->note(QString::fromStdString(message.text));
@@ -166,6 +169,7 @@ void MainWindow::connectParts() {
     if (id == m_view->current()) m_status->showPage(m_document->page(id));
   });
   connect(m_panel, &PanelDock::chooseScannerAsked, this, &MainWindow::chooseScanner);
+  connect(m_panel, &PanelDock::simulatedScannerAsked, this, &MainWindow::useSimulatedScanner);
   connect(m_panel, &PanelDock::started, this, [this](int page, const QString& file) {
     m_log->note(tr("Scanning page %1").arg(page) + (file.isEmpty() ? QString() : " -> " + file));
     statusBar()->showMessage(tr("Scanning page %1...").arg(page));
@@ -225,6 +229,15 @@ void MainWindow::start() {
   m_guard->offerLeftovers();
 }
 
+void MainWindow::useSimulatedScanner() {
+  const auto manager = query<quillbay::IScanManager>(m_app.get());
+  if (!manager || m_panel->control()) return;  // the scanner came back meanwhile
+  manager->SetCurrent(kSimulated, nullptr);
+  setMode(m_mode);
+}
+
+bool MainWindow::isOccupied() const { return m_closing || m_pageCommands->isRunning(); }
+
 bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   if (m_panel->isBusy()) {
     tell(tr("A scan is running. Stop it before you change where scans go."));
@@ -244,6 +257,8 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
+  if (std::exchange(m_closing, true)) return;
+  const auto open = qScopeGuard([this] { m_closing = false; });
   if (m_pageCommands->isRunning()) return;  // its window is open: it is cancelled there
   if (m_panel->isBusy() && !m_prompts.stopScan()) return;
   // Before the pages are asked about: what the scan still hands over counts as well.

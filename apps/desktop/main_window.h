@@ -41,6 +41,8 @@ class MainWindow : public QMainWindow {
   void start();
   bool setMode(quillbay::eTarnwellMode mode);
   bool reopenPanel() { return setMode(m_mode); }
+  /// Whether something goes on during which the panel must not be replaced.
+  [[nodiscard]] bool isOccupied() const;
   /// Opens files; what cannot be read is told in one message. The page that came last is shown.
   void openFiles(const QStringList& files);
   bool saveCurrentAs();
@@ -92,6 +94,7 @@ class MainWindow : public QMainWindow {
   void takeRaster(const quillbay::HostDocument& document);
   void noteSaved(const std::string& file);
   void chooseScanner();
+  void useSimulatedScanner();
   void startBatch();
   void stop(quillbay::StopKind kind);
   void scanEnded(int cause, const QString& fault, int pages);
@@ -129,6 +132,7 @@ class MainWindow : public QMainWindow {
   QActionGroup* m_modes = nullptr;
   std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle;
   quillbay::eTarnwellMode m_mode = quillbay::ScanToView;
+  bool m_closing = false;  // questions before the end are open
 };
 
 }  // namespace desktop

@@ -31,6 +31,7 @@ void MainWindow::makeFileMenu() {
             [this] { openFiles(m_prompts.openFiles()); });
   m_recent = menu->addMenu(tr("&Recent"));
   connect(m_recent, &QMenu::aboutToShow, this, &MainWindow::fillRecent);
+  m_guard->addRecovery(menu);
   menu->addSeparator();
   m_needsPage = {addAction(menu, tr("Save &as..."), QKeySequence("Ctrl+Shift+S"),
                            tr("Saves the current page under a name"), [this] { saveCurrentAs(); }),

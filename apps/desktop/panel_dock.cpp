@@ -59,6 +59,11 @@ PanelDock::~PanelDock() { closePanel(); }
 
 bool PanelDock::open(quillbay::eTarnwellMode mode) {
   closePanel();
+  // Without a scanner the panel would ask for another one, over and over.
+  if (!currentScanner(m_app).as<quillbay::IQuillbayUnit>()) {
+    showTrouble();
+    return false;
+  }
   // The panel stays a child of the window that it was made for.
   auto holder = std::make_unique<QWidget>();
   auto* column = new QVBoxLayout(holder.get());
@@ -105,23 +110,32 @@ KxPtr<quillbay::IRStor> PanelDock::scanRaster() const {
 bool PanelDock::isBusy() const { return m_control && m_control->IsBusy() != 0; }
 
 void PanelDock::showTrouble() {
-  QString reason;
-  if (const auto manager = query<quillbay::IScanManager>(m_app)) {
-    const auto scanner = KxPtr<quillbay::IScan>::adopt(manager->GetCurrent());
-    const auto fault = scanner.as<quillbay::IUnitFault>();
-    if (fault) reason = QString::fromStdString(fault->GetFault().text);
-  }
+  const auto fault = currentScanner(m_app).as<quillbay::IUnitFault>();
+  const QString reason = fault ? QString::fromStdString(fault->GetFault().text) : QString();
   auto* holder = new QWidget;
   auto* column = new QVBoxLayout(holder);
-  auto* text = new QLabel(tr("No scanner could be opened.") + (reason.isEmpty() ? QString() : "\n\n" + reason));
-  text->setWordWrap(true);
-  text->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  m_trouble = new QLabel(tr("No scanner could be opened.") + (reason.isEmpty() ? QString() : "\n\n" + reason));
+  m_trouble->setTextFormat(Qt::PlainText);
+  m_trouble->setWordWrap(true);
+  m_trouble->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   auto* choose = new QPushButton(tr("&Choose scanner..."));
+  auto* simulated = new QPushButton(tr("&Use the simulated scanner"));
+  // Queued: what follows replaces the buttons.
   connect(choose, &QPushButton::clicked, this, &PanelDock::chooseScannerAsked, Qt::QueuedConnection);
-  column->addWidget(text);
+  connect(simulated, &QPushButton::clicked, this, &PanelDock::simulatedScannerAsked, Qt::QueuedConnection);
+  column->addWidget(m_trouble);
   column->addWidget(choose, 0, Qt::AlignLeft);
+  column->addWidget(simulated, 0, Qt::AlignLeft);
   column->addStretch();
   m_scroll->setWidget(holder);
+}
+
+void PanelDock::showLookingFor(const QString& name) {
+  if (!m_trouble) return;
+  const QString why = m_trouble->text().section("\n\n", 1);
+  m_trouble->setText(tr("Looking for %1...").arg(name) + "\n\n" +
+                     tr("The panel opens by itself when the scanner is there.") +
+                     (why.isEmpty() ? QString() : "\n\n" + why));
 }
 
 }  // namespace desktop

@@ -1,10 +1,12 @@
 #pragma once
 #include <QDockWidget>
+#include <QPointer>
 #include <memory>
 
 #include "quillbay/control.h"
 #include "quillbay/quillbay.h"
 
+class QLabel;
 class QScrollArea;
 
 namespace desktop {
@@ -30,6 +32,8 @@ class PanelDock : public QDockWidget {
   [[nodiscard]] quillbay::KxPtr<quillbay::IRStor> scanRaster() const;
   /// The panel's window; null without one.
   [[nodiscard]] QWidget* panel() const { return m_panel; }
+  /// Says, in the place of the panel that could not be opened, that its scanner is being looked for.
+  void showLookingFor(const QString& name);
 
  signals:
   void started(int page, const QString& file);
@@ -44,6 +48,7 @@ class PanelDock : public QDockWidget {
   /// `cause` is a `quillbay::EndCause`.
   void ended(int cause, const QString& fault, int pages);
   void chooseScannerAsked();
+  void simulatedScannerAsked();
 
  private:
   void showTrouble();
@@ -52,6 +57,7 @@ class PanelDock : public QDockWidget {
   quillbay::IKxView* m_view;
   QScrollArea* m_scroll;
   QWidget* m_panel = nullptr;
+  QPointer<QLabel> m_trouble;  // in the panel's place
   quillbay::KxPtr<quillbay::IQuillbaySink> m_sink;
   quillbay::KxPtr<quillbay::IQuillbayControl> m_control;
   std::unique_ptr<PanelListener> m_listener;

@@ -21,6 +21,7 @@ namespace {
 
 constexpr int kPicturePixels = 48;
 constexpr qint64 kSmallBytes = qint64{256} << 20;  // larger pages take too long to read for a picture
+constexpr int kMostTroubles = 8;                   // the window must fit on the screen
 enum Column { ColumnName, ColumnSize, ColumnTime, ColumnWhere, ColumnCount };
 
 QString sizeText(const Leftover& item) {
@@ -73,7 +74,9 @@ RecoveryDialog::RecoveryDialog(const std::vector<Leftover>& items, const QString
   m_list->setMinimumSize(760, 220);
   auto* label = new QLabel(tr("Quillbay was not closed as usual. These &pages were finished:"));
   label->setBuddy(m_list);
-  auto* note = new QLabel(troubles.join('\n'));
+  QStringList told = troubles.mid(0, kMostTroubles);
+  if (told.size() < troubles.size()) told += tr("More is in the log: %1").arg(troubles.size() - told.size());
+  auto* note = new QLabel(told.join('\n'));
   note->setTextFormat(Qt::PlainText);
   note->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
   note->setWordWrap(true);
@@ -84,7 +87,7 @@ RecoveryDialog::RecoveryDialog(const std::vector<Leftover>& items, const QString
   m_discard = buttons->addButton(tr("&Discard..."), QDialogButtonBox::ActionRole);
   m_discard->setToolTip(tr("Deletes the checked pages that are in no finished file, after asking"));
   auto* later = buttons->addButton(tr("Decide &later"), QDialogButtonBox::RejectRole);
-  later->setToolTip(tr("Keeps everything; the next start asks again"));
+  later->setToolTip(tr("Keeps everything; the next start asks again, and so does the menu File"));
   m_open->setDefault(true);
 
   auto* column = new QVBoxLayout(this);

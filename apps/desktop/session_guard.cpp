@@ -35,8 +35,11 @@ SessionGuard::SessionGuard(MainWindow* window, const std::string& stateFolder)
       m_journal(&window->document(), recoveryFolder(stateFolder)),
       m_watch(std::make_unique<DeviceWatch>(quillbay::query<quillbay::IScanManager>(window->app()).get())) {
   m_journal.setKeeping(window->settings().number(kKeepPages, 1) != 0);
-  connect(&m_journal, &SessionJournal::noted, &window->log(), &LogDock::note);
-  m_watch->mayOpen = [] { return !QApplication::activeModalWidget(); };
+  connect(&m_journal, &SessionJournal::noted, this, [this](const QString& text) {
+    m_window->log().note(text);
+    m_window->statusBar()->showMessage(text);
+  });
+  m_watch->mayOpen = [this] { return !QApplication::activeModalWidget() && !m_window->isOccupied(); };
   connect(m_watch.get(), &DeviceWatch::cameBack, this, &SessionGuard::cameBack);
   followScans();
 }
@@ -65,13 +68,27 @@ void SessionGuard::addCommands(QMenu* menu) {
   });
 }
 
-void SessionGuard::offerLeftovers() {
+void SessionGuard::addRecovery(QMenu* menu) {
+  m_recover = menu->addAction(tr("Reco&ver pages..."));
+  m_recover->setStatusTip(tr("Offers again the pages that a crash has left"));
+  m_recover->setEnabled(false);
+  connect(m_recover, &QAction::triggered, this, [this] {
+    if (!offerLeftovers()) m_window->statusBar()->showMessage(tr("Nothing is left to recover"));
+  });
+}
+
+bool SessionGuard::offerLeftovers() {
   Leftovers leftovers(m_journal.folder());
-  if (leftovers.isEmpty()) return;
+  const bool isOffered = !leftovers.isEmpty();
+  m_recover->setEnabled(isOffered && offer(leftovers));
+  return isOffered;
+}
+
+bool SessionGuard::offer(Leftovers& leftovers) {
   for (const QString& trouble : leftovers.troubles()) m_window->log().note(trouble);
   const RecoveryAnswer answer = m_window->prompts().recover(leftovers.items(), leftovers.troubles());
   switch (answer.act) {
-    case RecoveryAnswer::Act::Later: return;
+    case RecoveryAnswer::Act::Later: return true;
     case RecoveryAnswer::Act::Open: open(leftovers, answer.chosen); break;
     case RecoveryAnswer::Act::Discard:
       QStringList troubles;
@@ -83,6 +100,7 @@ void SessionGuard::offerLeftovers() {
       break;
   }
   leftovers.finish();
+  return leftovers.isLeft();
 }
 
 void SessionGuard::open(Leftovers& leftovers, const std::vector<std::size_t>& chosen) {
@@ -117,7 +135,8 @@ bool SessionGuard::openPage(const Leftover& page, QString* why) {
     if (!raster) return false;
     if (m_journal.isKeeping()) m_journal.adoptNext(page.file);
     m_window->document().add(std::move(raster), page.name);
-    if (!m_journal.isKeeping()) m_window->log().note(tr("%1 is kept as %2").arg(page.name, page.file));
+    m_journal.adoptNext({});  // there may be no journal that could have taken it
+    if (QFile::exists(page.file)) m_window->log().note(tr("%1 is kept as %2").arg(page.name, page.file));
     return true;
   } catch (const quillbay::CXException& e) {
     *why = QString::fromStdString(e.what());
@@ -137,11 +156,17 @@ void SessionGuard::tell(const QStringList& troubles) {
 
 void SessionGuard::panelTried(bool opened) {
   if (opened) return m_watch->stop();
+  const QString before = m_watch->device();
   if (!m_watch->start()) return;
-  const QString text =
-      tr("The scanner %1 is opened as soon as it is there; it is looked for now and then").arg(m_watch->device());
-  m_window->log().note(text);
-  m_window->statusBar()->showMessage(text);
+  m_window->panelDock().showLookingFor(m_watch->name());
+  if (before == m_watch->device()) return;  // it is known already
+  m_window->log().note(
+      tr("The scanner %1 is opened as soon as it is there; it is looked for now and then").arg(m_watch->device()));
+}
+
+void SessionGuard::close() {
+  m_watch->stop();
+  m_journal.close();
 }
 
 void SessionGuard::cameBack(const QString& was, const QString& device) {

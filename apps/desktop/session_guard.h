@@ -8,6 +8,7 @@
 #include "session_journal.h"
 #include "sleep_inhibitor.h"
 
+class QAction;
 class QMenu;
 
 namespace desktop {
@@ -25,12 +26,14 @@ class SessionGuard : public QObject {
 
   /// The switch for the copies.
   void addCommands(QMenu* menu);
-  /// Offers what programs that crashed have left, if anything.
-  void offerLeftovers();
+  /// The command that offers again what was left for later.
+  void addRecovery(QMenu* menu);
+  /// Offers what programs that crashed have left. False when they have left nothing.
+  bool offerLeftovers();
   /// The panel was opened, or could not be: then its scanner is waited for.
   void panelTried(bool opened);
   /// The person closes the program.
-  void close() { m_journal.close(); }
+  void close();
 
   [[nodiscard]] SessionJournal& journal() { return m_journal; }
   [[nodiscard]] DeviceWatch& watch() { return *m_watch; }
@@ -38,6 +41,8 @@ class SessionGuard : public QObject {
 
  private:
   void followScans();
+  /// False when nothing is left for another time.
+  bool offer(Leftovers& leftovers);
   void open(Leftovers& leftovers, const std::vector<std::size_t>& chosen);
   bool openPage(const Leftover& page, QString* why);
   void cameBack(const QString& was, const QString& device);
@@ -47,6 +52,7 @@ class SessionGuard : public QObject {
   SessionJournal m_journal;
   SleepInhibitor m_inhibitor;
   std::unique_ptr<DeviceWatch> m_watch;
+  QAction* m_recover = nullptr;  // the menu's
 };
 
 }  // namespace desktop
