@@ -6,6 +6,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QWheelEvent>
+#include <QWidget>
 #include <functional>
 #include <memory>
 #include <vector>
@@ -346,17 +347,6 @@ TEST_F(ViewPort, WhatIsDrawnOutsideAPaintShowsOnce) {
   }
   EXPECT_EQ(window->grab().toImage().pixelColor(12, 12), QColor(Qt::red));
   EXPECT_NE(window->grab().toImage().pixelColor(12, 12), QColor(Qt::red));
-}
-
-TEST_F(ViewPort, TakesSinksOfAnyKindInOnePlace) {
-  Keys keys;
-  const auto all = view.as<IViewCtx>();
-  EXPECT_EQ(all->AddReactor(&keys), 1);
-  EXPECT_EQ(all->AddReactor(&keys), 0);
-  EXPECT_EQ(view.as<IConnectionPoint<IKxViewKeySink>>()->IsSubscribed(&keys), 1);
-  EXPECT_EQ(all->AddReactor(view.get()), 0) << "no sink at all";
-  EXPECT_EQ(view.as<ISetReactor>()->RemoveReactor(&keys), 1);
-  EXPECT_EQ(all->RemoveReactor(&keys), 0);
 }
 
 TEST_F(ViewPort, WithoutItsWindowItAnswersNothing) {

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <limits>
+#include <vector>
 
 #include "view/key_scroll.h"
 #include "view/view_transform.h"
@@ -120,31 +121,27 @@ TEST(ZoomHistory, BackAndForward) {
 
 TEST(KeyScroll, StepsByKey) {
   struct Case {
-    int key;
+    std::vector<int> keys;
     std::optional<KxPoint> by;
   };
+  constexpr int kPad = kKeyPad0;
   const KxSize client{500, 380};  // one per cent: 5 and 3 pixels
   const Case cases[] = {
-      {kKeyPageUp, KxPoint{0, -380}},
-      {kKeyPageDown, KxPoint{0, 380}},
-      {kKeyLeft, KxPoint{-5, 0}},
-      {kKeyPad0 + 4, KxPoint{-5, 0}},
-      {kKeyRight, KxPoint{5, 0}},
-      {kKeyPad0 + 6, KxPoint{5, 0}},
-      {kKeyUp, KxPoint{0, -3}},
-      {kKeyPad0 + 8, KxPoint{0, -3}},
-      {kKeyDown, KxPoint{0, 3}},
-      {kKeyPad0 + 2, KxPoint{0, 3}},
-      {kKeyPad0 + 7, KxPoint{-5, -3}},
-      {kKeyPad0 + 9, KxPoint{5, -3}},
-      {kKeyPad0 + 1, KxPoint{-5, 3}},
-      {kKeyPad0 + 3, KxPoint{5, 3}},
-      {kKeyPad0 + 5, std::nullopt},
-      {kKeyHome, std::nullopt},
-      {'A', std::nullopt},
-      {0, std::nullopt},
+      {{kKeyPageUp}, KxPoint{0, -380}},
+      {{kKeyPageDown}, KxPoint{0, 380}},
+      {{kKeyLeft, kPad + 4}, KxPoint{-5, 0}},
+      {{kKeyRight, kPad + 6}, KxPoint{5, 0}},
+      {{kKeyUp, kPad + 8}, KxPoint{0, -3}},
+      {{kKeyDown, kPad + 2}, KxPoint{0, 3}},
+      {{kPad + 7}, KxPoint{-5, -3}},
+      {{kPad + 9}, KxPoint{5, -3}},
+      {{kPad + 1}, KxPoint{-5, 3}},
+      {{kPad + 3}, KxPoint{5, 3}},
+      {{kPad, kPad + 5, kKeyHome, 'A', 0}, {}},
   };
-  for (const Case& c : cases) EXPECT_EQ(view::keyScroll(c.key, client, 1.0), c.by) << c.key;
+  for (const Case& c : cases) {
+    for (const int key : c.keys) EXPECT_EQ(view::keyScroll(key, client, 1.0), c.by) << key;
+  }
   EXPECT_EQ(view::keyScroll(kKeyRight, {50, 50}, 1.0), (KxPoint{1, 0})) << "at least a pixel";
   EXPECT_EQ(view::keyScroll(kKeyRight, {500, 50}, 10.0), (KxPoint{50, 0}));
   for (const double odd : {0.0, -5.0, kNan}) EXPECT_EQ(view::keyScroll(kKeyDown, client, odd), (KxPoint{0, 1}));
