@@ -109,6 +109,8 @@ struct HostOptions {
   /// Lets the person choose a scanner: stores what opens it and answers true, or false when the person gave up.
   /// Empty: a simulated scanner, once, when none is known; otherwise giving up.
   std::function<bool(IScanManager* manager, std::string* device)> chooseScanner;
+  /// The program waits itself for a scanner that is gone (`IScannerWatch`): opening the current one never searches.
+  bool watchesScanner = false;
   /// Shows a page of the manual in a window of the program, and answers that window, or null when it cannot: `page`
   /// is what `FindManualPage` gives. The window is brought to the front for it, over an open message as well.
   /// Empty: a plain window.

@@ -87,10 +87,10 @@ CHostApp::CHostApp(const HostOptions& options)
   m_io = KxPtr<CIOParams>::adopt(new CIOParams(section(m_profile.get(), "Formats").get(), GetProductName()));
   m_styles = new_HostStyles();
   m_papers = new_StdPapers(section(m_profile.get(), "Papers").get());
-  m_script = KxPtr<CHostScriptSink>::adopt(new CHostScriptSink(
-      {m_events, KxPtr<IApp>::share(m_forwarder.get()), KxPtr<IIOParams>::share(m_io.get()),
-       KxPtr<IProfile>::share(m_profile.get()), m_services, m_syntax},
-      m_options));
+  m_script = KxPtr<CHostScriptSink>::adopt(
+      new CHostScriptSink({m_events, KxPtr<IApp>::share(m_forwarder.get()), KxPtr<IIOParams>::share(m_io.get()),
+                           KxPtr<IProfile>::share(m_profile.get()), m_services, m_syntax},
+                          m_options));
   RegisterApp(static_cast<IHostApp*>(this));
 }
 
@@ -110,8 +110,7 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
   if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
       answerWith<IIOParams>(wanted, m_io, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
       answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out) ||
-      answerWith<IScriptServices>(wanted, m_services, out) ||
-      answerWith<IHelp>(wanted, m_help, out)) {
+      answerWith<IScriptServices>(wanted, m_services, out) || answerWith<IHelp>(wanted, m_help, out)) {
     return 1;
   }
   return CKxUnknownImpl::QueryInterface(wanted, out);
@@ -144,7 +143,7 @@ IParam* CHostApp::GetSyntax() { return KxPtr<IParam>(m_syntax).detach(); }
 
 KxPtr<IScanManager> CHostApp::scanManager() {
   if (m_manager) return m_manager;
-  m_manager = new_IScanManagerEx(m_forwarder.get(), 1);
+  m_manager = new_IScanManagerEx(m_forwarder.get(), m_options.watchesScanner ? 1 | 2 : 1);
   const auto settings = KxPtr<IParam>::adopt(m_profile->state()->GetSubStore(kSourceSettings, 1));
   m_manager->Initialise(fio::folderOf(m_options.modulePath), settings.get(), 0);
   return m_manager;

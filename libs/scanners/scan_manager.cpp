@@ -26,7 +26,7 @@ std::string join(std::initializer_list<std::string> parts) {
 }  // namespace
 
 ScanManager::ScanManager(IApp* app, int flags)
-    : m_app(KxPtr<IApp>::share(app)), m_offersSimulated((flags & 1) != 0) {}
+    : m_app(KxPtr<IApp>::share(app)), m_offersSimulated((flags & 1) != 0), m_searches((flags & 2) == 0) {}
 
 int ScanManager::Initialise(std::string_view folder, IParam* settings, int) {
   const std::lock_guard lock(m_mutex);
@@ -122,6 +122,8 @@ KxPtr<IScan> ScanManager::openAs(const ScannerEntry& lost, const ScannerEntry& f
                                                  {found.device, opened.serial, lost.serial})};
     return {};
   }
+    const std::lock_guard lock(m_mutex);
+    m_others.insert(found.device);
   m_set = found.device;
   tellFoundAgain(m_app.get(), lost.device, found.device);
   return scan;
@@ -145,7 +147,7 @@ IScan* ScanManager::GetCurrent() {
                     Supp_Translate("No scanner was chosen yet. Choose one from the list of scanners.")};
     if (!m_entry.device.empty()) m_current = open(m_entry, &fault);
     const ScannerEntry lost = m_entry;
-    if (!m_current && mayBeElsewhere(fault) && !isSimulated(lost.device) && !lost.model.empty())
+    if (!m_current && m_searches && mayBeElsewhere(fault) && !isSimulated(lost.device) && !lost.model.empty())
       m_current = findAgain(lost, &fault);
     if (!m_current) {
       logLine(LogLevel::Warning, "quillbay.scanner", fault.text);
@@ -165,10 +167,14 @@ int ScanManager::Find(const ScannerEntry& lost, ScannerEntry* found, std::string
   std::vector<ScannerEntry> list;
   why->clear();
   if (!listSaneDevices(folder(), kListLimit, &list, why, lost.device, stopped) && list.empty()) return 0;
-  const std::vector<ScannerEntry> candidates = candidatesFor(lost, list);
-  if (candidates.empty()) return 0;
-  *found = candidates.front();
-  return 1;
+  const std::lock_guard lock(m_mutex);
+  for (const ScannerEntry& candidate : candidatesFor(lost, list)) {
+    if (m_others.count(candidate.device) > 0) continue;
+    *found = candidate;
+    return 1;
+  }
+  m_others.clear();  // device strings are given anew: next time they are all looked at again
+  return 0;
 }
 
 int ScanManager::Reopen(const ScannerEntry& found, std::string* why) {

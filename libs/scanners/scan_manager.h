@@ -1,6 +1,7 @@
 #pragma once
 #include <memory>
 #include <mutex>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -52,6 +53,7 @@ class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
   std::mutex m_mutex;  // guards the next one
   std::string m_folder;
   KxPtr<IParam> m_settings;
+  std::set<std::string> m_others;  // devices that have shown another serial number than the lost one's
   std::string m_set;                        // by SetCurrent; empty: none
   ScannerEntry m_entry;                     // of the scanner that could not be opened, or has no finder
   std::shared_ptr<ScannerFinder> m_finder;  // of the SANE scanner that is open
