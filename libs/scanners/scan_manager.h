@@ -49,8 +49,8 @@ class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
   [[nodiscard]] std::string folder();
 
   const KxPtr<IApp> m_app;
-  const bool m_offersSimulated;
-  std::mutex m_mutex;  // guards the next one
+  const bool m_offersSimulated, m_searches;
+  std::mutex m_mutex;  // guards the next two
   std::string m_folder;
   KxPtr<IParam> m_settings;
   std::set<std::string> m_others;  // devices that have shown another serial number than the lost one's
