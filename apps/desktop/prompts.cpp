@@ -120,8 +120,8 @@ Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& top
   prompts.unsaved = [parent](const QStringList& pages) { return askUnsaved(parent, pages); };
   prompts.stopScan = [parent] { return askStop(parent); };
   prompts.batchPages = [parent] { return askBatchPages(parent); };
-  prompts.scanner = [parent](quillbay::IScanManager* manager, std::string* device) {
-    ScannerDialog dialog(manager, parent);
+  prompts.scanner = [parent, help](quillbay::IScanManager* manager, std::string* device) {
+    ScannerDialog dialog(manager, help, parent);
     if (dialog.exec() != QDialog::Accepted) return false;
     *device = dialog.device();
     return true;

@@ -139,6 +139,9 @@ struct ScannerEntry {
   std::string serial{};  ///< what an open device tells; lists have none
 };
 
+/// How long the list of devices may take, in seconds; after that it has what was found until then.
+inline constexpr int kListLimitSeconds = 15;
+
 /// Finds, remembers and opens scanners.
 class IScanManager : public IKxUnknown {
  public:
@@ -180,6 +183,9 @@ class IScannerWatch : public IKxUnknown {
   /// Opens what `Find` found as the current scanner; its name and settings stay its own. Answers 1, or 0 with the
   /// reason in `*why`: the current scanner is an unavailable one then. User-interface thread.
   virtual int Reopen(const ScannerEntry& found, std::string* why) = 0;
+  /// `IScanManager::List` that can be given up: `stopped` is asked some times a second. Answers 0 when it was, with
+  /// what was found until then.
+  virtual int ListUntil(std::vector<ScannerEntry>* out, std::string* why, const std::function<bool()>& stopped) = 0;
 };
 
 /// How a host lets the person choose a scanner.
@@ -192,5 +198,9 @@ class IScannerChooser : public IKxUnknown {
 /// A scanner manager for a host. `flags` 1: simulated scanners as well; 2: the host watches for scanners that are gone
 /// (`IScannerWatch`), so that `GetCurrent` tries the device under its own name only and never lists devices.
 QUILLBAY_API KxPtr<IScanManager> new_IScanManagerEx(IApp* app, int flags);
+
+/// Whether a device string opens a simulated scanner: its keys, their values, and the begin of its picture files,
+/// which are read. Answers 1, or 0 with the reason (one line for a person) in `*why`. Any thread.
+QUILLBAY_API int CheckSimulatedDevice(std::string_view device, std::string* why);
 
 }  // namespace quillbay

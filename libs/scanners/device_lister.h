@@ -9,7 +9,7 @@
 namespace quillbay {
 
 /// How long looking for devices may take.
-inline constexpr std::chrono::milliseconds kListLimit{15000};
+inline constexpr std::chrono::milliseconds kListLimit = std::chrono::seconds(kListLimitSeconds);
 
 /// Lists the SANE devices in a helper process (`quillbay-list-scanners`), which is looked for in the folder that
 /// QUILLBAY_LIBEXEC names, in `programFolder`, beside the running program and this library, in the folders where an

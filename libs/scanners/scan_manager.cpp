@@ -40,9 +40,13 @@ std::string ScanManager::folder() {
   return m_folder;
 }
 
-int ScanManager::List(std::vector<ScannerEntry>* out, std::string* why) {
+int ScanManager::ListUntil(std::vector<ScannerEntry>* out, std::string* why, const std::function<bool()>& stopped) {
   std::string reason;
-  const bool done = listSaneDevices(folder(), kListLimit, out, &reason);
+  const bool done = listSaneDevices(folder(), kListLimit, out, &reason, {}, stopped);
+  if (!done && stopped && stopped()) {
+    if (why) *why = reason;
+    return 0;
+  }
   completeFrom(*out);
   if (m_offersSimulated) {
     const std::vector<ScannerEntry> simulated = listSimScanners();

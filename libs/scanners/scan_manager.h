@@ -21,7 +21,8 @@ class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
  public:
   ScanManager(IApp* app, int flags);
 
-  int List(std::vector<ScannerEntry>* out, std::string* why) override;
+  int List(std::vector<ScannerEntry>* out, std::string* why) override { return ListUntil(out, why, {}); }
+  int ListUntil(std::vector<ScannerEntry>* out, std::string* why, const std::function<bool()>& stopped) override;
   IScan* GetCurrent() override;
   int SetCurrent(std::string_view device, std::string* why) override;
   int Choose(int reason) override;

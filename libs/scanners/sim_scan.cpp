@@ -10,6 +10,21 @@ namespace {
 
 constexpr std::int32_t kResolutions[] = {50, 75, 100, 150, 200, 300, 400, 600, 800, 1200};
 
+/// False with the reason in `*why` (may be null) for a malformed string or an image that cannot be read.
+bool takeDevice(std::string_view deviceString, SimConfig* config, std::string* why) {
+  std::string reason;
+  try {
+    if (parseSimDevice(deviceString, config, &reason)) {
+      for (const std::string& image : config->images) (void)openSimImage(image);
+      return true;
+    }
+  } catch (const CXException& e) {
+    reason = e.what();
+  }
+  if (why) *why = reason;
+  return false;
+}
+
 }  // namespace
 
 /// The unit of a simulated scanner: answers the panel from its `SimCore`.
@@ -73,18 +88,13 @@ class SimUnit final
 
 KxPtr<IScan> newSimScan(std::string_view deviceString, std::string* why) {
   SimConfig config;
-  std::string reason;
-  if (!parseSimDevice(deviceString, &config, &reason)) {
-    if (why) *why = reason;
-    return {};
-  }
-  try {
-    for (const std::string& image : config.images) (void)openSimImage(image);
-  } catch (const CXException& e) {
-    if (why) *why = e.what();
-    return {};
-  }
+  if (!takeDevice(deviceString, &config, why)) return {};
   return KxPtr<IScan>::adopt(new SimUnit(std::move(config)));
+}
+
+int CheckSimulatedDevice(std::string_view device, std::string* why) {
+  SimConfig config;
+  return takeDevice(device, &config, why) ? 1 : 0;
 }
 
 std::vector<ScannerEntry> listSimScanners() {
