@@ -1,4 +1,5 @@
 #pragma once
+#include <QString>
 #include <memory>
 #include <optional>
 
@@ -106,6 +107,7 @@ class CMainSettings final : public CTab {
   CountdownTimer m_applyTimer;
   std::optional<DpiRange> m_dpiRange;
   bool m_areaTyped = false;  // the fields hold an area that "m_rcScan" does not have yet
+  QString m_lengthTip;       // of a length that counts
   bool m_applying = false;   // a choice of this page is being stored: its own echo is not applied again
 };
 

@@ -48,6 +48,12 @@ void CMainSettings::showAccess() {
   m_form->offset->setEnabled(access.offset);
   m_form->top->setEnabled(access.top);
   m_form->length->setEnabled(access.length);
+  const std::int32_t type = params().values().scanType;
+  const bool follows = type == kAreaAuto || type == kAreaAutoWidth || type == kAreaFixedWidth;
+  if (m_lengthTip.isEmpty()) m_lengthTip = m_form->length->toolTip();
+  m_form->length->setToolTip(follows ? QString::fromStdString(Supp_Translate(
+                                           "The page is as long as the document; this length does not count"))
+                                     : m_lengthTip);
 }
 
 void CMainSettings::showOrientation() {
