@@ -1,6 +1,8 @@
 #include "recovery_dialog.h"
 
 #include <QDialogButtonBox>
+#include <QDir>
+#include <QFileInfo>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLocale>
@@ -30,14 +32,18 @@ QString sizeText(const Leftover& item) {
   return RecoveryDialog::tr("%1 x %2 pixels, %3").arg(item.pixels.width()).arg(item.pixels.height()).arg(bytes);
 }
 
+/// Names the folder of a file: several may have the same name.
 QString whereText(const Leftover& item) {
+  const QString folder = QDir::toNativeSeparators(QFileInfo(item.file).absolutePath());
   switch (item.kind) {
     case Leftover::Kind::Page: return RecoveryDialog::tr("in no file yet");
     case Leftover::Kind::Part:
-      return RecoveryDialog::tr("unfinished file, pages: %1 - opening gives it its name").arg(item.pages);
+      return RecoveryDialog::tr("unfinished in %1, pages: %2 - opening gives it its name")
+          .arg(folder)
+          .arg(item.pages);
     case Leftover::Kind::File: break;
   }
-  return RecoveryDialog::tr("saved, pages: %1").arg(item.pages);
+  return RecoveryDialog::tr("saved in %1, pages: %2").arg(folder).arg(item.pages);
 }
 
 /// The page in little; null when it cannot be read.
@@ -119,7 +125,7 @@ void RecoveryDialog::fill(const std::vector<Leftover>& items) {
     row->setText(ColumnSize, sizeText(item));
     row->setText(ColumnTime, QLocale().toString(item.time.toLocalTime(), QLocale::ShortFormat));
     row->setText(ColumnWhere, whereText(item));
-    row->setToolTip(ColumnName, item.file);
+    for (const Column column : {ColumnName, ColumnWhere}) row->setToolTip(column, item.file);
     row->setData(ColumnName, Qt::UserRole, item.kind != Leftover::Kind::File);
     row->setCheckState(ColumnName, item.kind == Leftover::Kind::File ? Qt::Unchecked : Qt::Checked);
     if (item.kind == Leftover::Kind::Page && item.bytes <= kSmallBytes) showPicture(int(i), item.file);
