@@ -1,6 +1,8 @@
 // Copies of unsaved pages while the program runs, and what a start makes of journals that it finds.
+#include <QAction>
 #include <QDir>
 #include <QFile>
+#include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QTimer>
@@ -22,6 +24,10 @@ class Journal : public DesktopTest {
     QFile file(folder() + "/" + name);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(bytes);
+  }
+  [[nodiscard]] QAction* action(const QString& text) const {
+    const auto all = window->findChildren<QAction*>();
+    return *std::find_if(all.begin(), all.end(), [&](const QAction* one) { return one->text() == text; });
   }
   bool scanKept() {
     bool kept = false;
@@ -124,6 +130,90 @@ TEST_F(Journal, WhatCannotBeReadIsNamedAndTheRestIsOffered) {
   EXPECT_TRUE(QDir(folder()).isEmpty()) << QDir(folder()).entryList().join(' ').toStdString();
 }
 
+TEST_F(Journal, PartsGoByTheirVeryNamesAndNothingButCopiesIsDeleted) {
+  const std::string plan = dir.file("plan [1]*.tif"), mine = dir.file("mine.tif");
+  for (const std::string& file :
+       {plan + ".part", plan + ".part.2", plan + ".part.old", dir.file("plan 1x.tif.part"), mine}) {
+    quillbay::test::writeFile(file, "pages");
+  }
+  QString why, path;
+  {
+    const auto journal = JournalFile::create(folder(), &why);
+    ASSERT_TRUE(journal) << why.toStdString();
+    path = journal->path();
+    journal->append(writtenLine(QString::fromStdString(plan), 3, false));
+    journal->append(droppedLine(1, QString::fromStdString(mine)));
+  }
+  {
+    Leftovers found(folder());
+    ASSERT_EQ(found.items().size(), 2U) << found.troubles().join('\n').toStdString();
+    EXPECT_TRUE(found.settle(0, Leftovers::Fate::Delete, &why)) << why.toStdString();
+    found.finish();
+  }
+  EXPECT_EQ(QDir(QString::fromStdString(dir.path())).entryList(QDir::Files, QDir::Name),
+            (QStringList{"mine.tif", "plan 1x.tif.part", "plan [1]*.tif.part.2", "plan [1]*.tif.part.old"}));
+  EXPECT_EQ(Leftovers(folder()).items().size(), 1U) << "the other part is still to be decided";
+
+  QFile file(path);
+  ASSERT_TRUE(file.open(QIODevice::Append));
+  file.write(R"({"event":"kept","id":7,"na)");
+  file.close();
+  const auto journal = JournalFile::takeOver(path);
+  journal->append(publishedLine(QString::fromStdString(plan)));
+  EXPECT_TRUE(journal->read().written.at(0).published) << "the line after one that was cut off";
+}
+
+TEST_F(Journal, ACopyOfAPageThatHasChangedIsGivenUp) {
+  QString why;
+  const std::shared_ptr<JournalFile> journal = JournalFile::create(folder(), &why);
+  PageKeeper keeper(nullptr);
+  const auto raster = quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 6000, 6000, 300);
+  const auto keep = [&](int number, const QString& replaces) {
+    const QString file = QString("%1/%2-page%3.tif").arg(folder(), journal->session()).arg(number);
+    const auto copy =
+        std::make_shared<PageKeeper::Copy>(KeptPage{1, file, "Sheet", {}, {6000, 6000}, 300}, replaces, false);
+    keeper.keep(journal, copy, raster);
+    return copy;
+  };
+  const auto first = keep(1, {});
+  keeper.finish(false);
+  const QString still = keeper.supersede(keep(2, keeper.supersede(first)));
+  EXPECT_EQ(still, first->page().file) << "it stays until another one is complete";
+  const auto third = keep(3, still);
+  keeper.finish(false);
+  EXPECT_EQ(copies(), QStringList{QFileInfo(third->page().file).fileName()});
+  EXPECT_EQ(journal->read().pages.at(1).file, third->page().file);
+}
+
+TEST_F(Journal, WhatIsOpenedWithoutKeepingIsOfferedAgain) {
+  {
+    QString why;
+    const auto journal = JournalFile::create(folder(), &why);
+    for (const int id : {1, 2}) {
+      const QString file = QString("%1/%2-page%3.tif").arg(folder(), journal->session()).arg(id);
+      const auto raster = quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 20, 10, 100);
+      quillbay::SaveRasterFile(nullptr, {raster}, file.toStdString(), false, nullptr);
+      journal->append(keptLine({id, file, "Sheet", {}, {20, 10}, 100}));
+    }
+  }
+  open();
+  const auto* recover = action("Reco&ver pages...");
+  EXPECT_TRUE(recover->isEnabled()) << "it was left for later";
+  window->guard().journal().setKeeping(false);
+  window->prompts().recover = [](const std::vector<Leftover>&, const QStringList&) {
+    return RecoveryAnswer{RecoveryAnswer::Act::Open, {0}};
+  };
+  window->guard().offerLeftovers();
+  EXPECT_EQ(pages().size(), 1U);
+  EXPECT_EQ(Leftovers(folder()).items().size(), 2U);
+  window->guard().journal().setKeeping(true);
+  window->guard().offerLeftovers();
+  window->guard().offerLeftovers();
+  EXPECT_EQ(pages().size(), 3U);
+  EXPECT_TRUE(Leftovers(folder()).isEmpty());
+  EXPECT_FALSE(recover->isEnabled());
+}
+
 TEST(RecoveryDialog, ChecksWhatIsInNoFinishedFileAndDeletesNothingElse) {
   const QDateTime time(QDate(2024, 5, 17), QTime(9, 30));
   const std::vector<Leftover> items{
@@ -172,7 +262,14 @@ TEST_F(Journal, AScannerThatComesBackIsOpened) {
   ASSERT_TRUE(quillbay::query<quillbay::IScanManager>(window->app())->SetCurrent("test:1", &why)) << why;
   EXPECT_FALSE(window->reopenPanel());
   EXPECT_TRUE(window->guard().watch().isWatching());
-  messages.clear();
+  const auto* label = window->panelDock().findChild<QLabel*>();
+  EXPECT_TRUE(label->text().contains("Looking for test:1")) << label->text().toStdString();
+  const auto buttons = window->panelDock().findChildren<QPushButton*>();
+  buttons.last()->click();
+  ASSERT_TRUE(waitFor([&] { return control() != nullptr; })) << "the simulated scanner";
+  EXPECT_FALSE(window->guard().watch().isWatching());
+  ASSERT_TRUE(quillbay::query<quillbay::IScanManager>(window->app())->SetCurrent("test:1", &why)) << why;
+  EXPECT_FALSE(window->reopenPanel());
   put("test.conf", "number_of_devices 2\n");
   EXPECT_TRUE(waitFor([&] { return control() != nullptr; }));
   EXPECT_FALSE(window->guard().watch().isWatching());

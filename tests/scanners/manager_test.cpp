@@ -140,6 +140,16 @@ TEST_F(Manager, RememberedScannerIsFoundAgainUnderAnotherName) {
   EXPECT_EQ(paramString(settings.get(), "Name"), "my scanner");
 }
 
+TEST_F(Manager, AHostThatWatchesIsNotKeptWaiting) {
+  remember("test:7", "frontend-tester");
+  const auto asked = saneConfig.folder() / "asked";
+  replaceHelper("touch '" + asked.string() + "'");
+  manager = new_IScanManagerEx(app.get(), 2);
+  manager->Initialise("", settings.get(), 0);
+  EXPECT_FALSE(isUnit(current()));
+  EXPECT_FALSE(std::filesystem::exists(asked)) << "devices were listed";
+}
+
 TEST_F(Manager, ScannerThatIsNowhere) {
   remember("test:7", "another model");
   EXPECT_FALSE(isUnit(current()));
