@@ -9,6 +9,8 @@ namespace desktop {
 
 namespace {
 constexpr double kEdgePixels = 2;
+/// A page that ends earlier than the room it was given, which a page of unknown length may, is shown in full anew.
+constexpr double kMuchShorter = 0.9;
 /// What is still to come is lighter than the ground.
 constexpr int kExpectedAlpha = 32, kOutlineAlpha = 150;
 }  // namespace
@@ -65,6 +67,8 @@ void DocumentView::liveBecame(int id, const quillbay::KxPtr<quillbay::IRStor>& r
   const Page* page = m_document->page(id);
   if (page && raster && page->raster.get() != raster.get()) m_standIn = {id, raster};
   relayoutAround(before, anchor == 0 ? id : anchor);
+  const bool isShown = m_fit == Fit::Page && m_fitted == id;
+  if (isShown && pageRect(id).height() < kMuchShorter * before.height()) showFitted();
 }
 
 void DocumentView::liveVanished() {
