@@ -109,7 +109,9 @@ bool MainWindow::maySurrenderPages(const std::vector<int>& ids) {
     case UnsavedAnswer::Cancel: return false;
   }
   if (ids.size() > 1) return saveAll();
-  const QString file = m_prompts.saveName(fileNameFor(*m_document->page(ids.front())), false);
+  const Page* page = m_document->page(ids.front());
+  if (!page) return true;  // closed while the question was open
+  const QString file = m_prompts.saveName(fileNameFor(*page), false);
   return !file.isEmpty() && savePages(ids, file, true);
 }
 
@@ -122,7 +124,11 @@ bool MainWindow::closePage(int id) {
 }
 
 bool MainWindow::closeAll() {
-  if (!maySurrenderPages(m_document->unsaved())) return false;
+  // A scan may bring pages while the question is open.
+  for (std::vector<int> asked; asked != m_document->unsaved();) {
+    asked = m_document->unsaved();
+    if (!maySurrenderPages(asked)) return false;
+  }
   m_document->clear();
   return true;
 }

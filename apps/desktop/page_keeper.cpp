@@ -84,6 +84,8 @@ void PageKeeper::keep(std::shared_ptr<JournalFile> journal, CopyPtr copy, KxPtr<
       why = QString::fromStdString(e.what());
     } catch (const std::bad_alloc&) {
       why = tr("there is not enough memory");
+    } catch (const std::exception& e) {  // no thread to write with, for instance: the program goes on
+      why = QString::fromUtf8(e.what());
     }
     QMetaObject::invokeMethod(this, [this, id = copy->page().id, why] { emit failed(id, why); });
   });

@@ -109,7 +109,8 @@ void SessionGuard::open(Leftovers& leftovers, const std::vector<std::size_t>& ch
     const Leftover& item = leftovers.items().at(number);
     QString why;
     if (item.kind == Leftover::Kind::Page && !openPage(item, &why)) {
-      if (!why.isEmpty()) troubles += why;
+      if (why.isEmpty()) break;  // given up
+      troubles += why;
       continue;
     }
     if (item.kind == Leftover::Kind::File) files += item.file;
@@ -142,6 +143,8 @@ bool SessionGuard::openPage(const Leftover& page, QString* why) {
     *why = QString::fromStdString(e.what());
   } catch (const std::bad_alloc&) {
     *why = tr("%1: there is not enough memory").arg(page.file);
+  } catch (const std::exception& e) {
+    *why = page.file + ": " + QString::fromUtf8(e.what());
   }
   return false;
 }

@@ -37,6 +37,7 @@ bool SessionJournal::begin() {
 
 void SessionJournal::setKeeping(bool keeps) {
   if (std::exchange(m_keeps, keeps) == keeps) return;
+  m_failed = m_told = false;  // switched on again, it tries again
   for (const Page& page : m_document->pages()) look(page.id);
 }
 
