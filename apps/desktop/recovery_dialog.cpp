@@ -11,10 +11,9 @@
 #include <QTreeWidget>
 #include <QVBoxLayout>
 #include <cmath>
-#include <new>
+#include <exception>
 
 #include "page_image.h"
-#include "quillbay/errors.h"
 #include "quillbay/formats.h"
 
 namespace desktop {
@@ -59,10 +58,8 @@ QImage pictureOf(const QString& file, const CancelFlag& cancel) {
     image.fill(Qt::white);
     const quillbay::CRDirectTfm tfm{double(image.width()) / size.width, double(image.height()) / size.height, 0, 0};
     return drawRaster(raster.get(), image, image.rect(), tfm, cancel) ? image : QImage();
-  } catch (const quillbay::CXException&) {
+  } catch (const std::exception&) {
     return {};  // opening it tells why
-  } catch (const std::bad_alloc&) {
-    return {};
   }
 }
 
