@@ -122,12 +122,12 @@ KxPtr<IScan> ScanManager::openAs(const ScannerEntry& lost, const ScannerEntry& f
   const ScannerEntry opened = m_finder->entry();
   if (!lost.serial.empty() && !opened.serial.empty() && lost.serial != opened.serial) {
     m_finder = nullptr;
+    const std::lock_guard lock(m_mutex);
+    m_others.insert(found.device);
     *fault = {UnitFaultCode::Invalid, formatText(Supp_Translate("%s has the serial number %s, not %s."),
                                                  {found.device, opened.serial, lost.serial})};
     return {};
   }
-    const std::lock_guard lock(m_mutex);
-    m_others.insert(found.device);
   m_set = found.device;
   tellFoundAgain(m_app.get(), lost.device, found.device);
   return scan;

@@ -53,8 +53,8 @@ class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
   const bool m_offersSimulated, m_searches;
   std::mutex m_mutex;  // guards the next two
   std::string m_folder;
-  KxPtr<IParam> m_settings;
   std::set<std::string> m_others;  // devices that have shown another serial number than the lost one's
+  KxPtr<IParam> m_settings;
   std::string m_set;                        // by SetCurrent; empty: none
   ScannerEntry m_entry;                     // of the scanner that could not be opened, or has no finder
   std::shared_ptr<ScannerFinder> m_finder;  // of the SANE scanner that is open
