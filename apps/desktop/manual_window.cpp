@@ -41,7 +41,7 @@ class Pages final : public QTextBrowser {
     document()->setDocumentMargin(kMargin);
   }
   QVariant loadResource(int type, const QUrl& name) override {
-    const QVariant loaded = QTextBrowser::loadResource(type, name);
+    QVariant loaded = QTextBrowser::loadResource(type, name);
     if (type != QTextDocument::HtmlResource) return loaded;
     return QString::fromUtf8(loaded.toByteArray()).replace(kCommandsMark, m_commands ? m_commands() : QString());
   }

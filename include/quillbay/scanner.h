@@ -195,7 +195,8 @@ class IScannerChooser : public IKxUnknown {
   virtual int ChooseScanner(IScanManager* manager, std::string* device) = 0;
 };
 
-/// A scanner manager for a host. `flags` 1: simulated scanners as well; 2: the host watches for scanners that are gone
+/// A scanner manager for a host. `flags` 1: simulated scanners as well; 2: the host watches for scanners that are
+/// gone
 /// (`IScannerWatch`), so that `GetCurrent` tries the device under its own name only and never lists devices.
 QUILLBAY_API KxPtr<IScanManager> new_IScanManagerEx(IApp* app, int flags);
 

@@ -19,8 +19,8 @@ enum DockBarPlace : std::uint32_t {
 };
 
 /// The type of the event that is sent (never posted) to the window in a docking bar before the bar closes because
-/// somebody asked it to: the user-message base plus 101. A window that ignores it stays open; one that accepts it, or
-/// does not know it, lets the bar close.
+/// somebody asked it to: the user-message base plus 101. A window that ignores it stays open; one that accepts it,
+/// or does not know it, lets the bar close.
 inline constexpr int kDockBarClosing = 1000 + 101;
 
 /// What the window means by its answer.
