@@ -58,9 +58,13 @@ void DeviceWatch::look() {
 
 void DeviceWatch::looked(const std::shared_ptr<Look>& look) {
   if (!m_watching || look->stopped || look != m_look) return;
-  if (!look->found || (mayOpen && !mayOpen())) return again();
-  std::string why;
-  if (!m_scanners->Reopen(look->entry, &why)) return again();  // it is busy, or refuses
+  if (look->found && mayOpen && !mayOpen()) return again();
+  std::string why = look->why;
+  if (!look->found || !m_scanners->Reopen(look->entry, &why)) {  // not there, busy, or it refuses
+    const QString said = QString::fromStdString(why);
+    if (std::exchange(m_said, said) != said && !said.isEmpty()) emit noted(said);
+    return again();
+  }
   // Whoever cannot use it starts again and finds the delay as it was.
   m_watching = false;
   m_found = look->entry.device;

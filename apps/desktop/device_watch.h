@@ -37,6 +37,8 @@ class DeviceWatch : public QObject {
  signals:
   /// The scanner is open as the manager's current one.
   void cameBack(const QString& was, const QString& device);
+  /// Why it cannot be looked for or opened; once as long as it stays the same.
+  void noted(const QString& text);
 
  private:
   struct Look {
@@ -52,6 +54,7 @@ class DeviceWatch : public QObject {
 
   quillbay::KxPtr<quillbay::IScannerWatch> m_scanners;
   quillbay::ScannerEntry m_lost;
+  QString m_said;       // of `noted`
   std::string m_found;  // what the last one that came back is opened by
   std::chrono::milliseconds m_first{3000}, m_most{30000}, m_delay{0};
   bool m_watching = false;

@@ -40,6 +40,7 @@ SessionGuard::SessionGuard(MainWindow* window, const std::string& stateFolder)
     m_window->statusBar()->showMessage(text);
   });
   m_watch->mayOpen = [this] { return !QApplication::activeModalWidget() && !m_window->isOccupied(); };
+  connect(m_watch.get(), &DeviceWatch::noted, &window->log(), &LogDock::note);
   connect(m_watch.get(), &DeviceWatch::cameBack, this, &SessionGuard::cameBack);
   followScans();
 }
