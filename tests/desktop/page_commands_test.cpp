@@ -4,7 +4,6 @@
 #include <QMenuBar>
 #include <QProgressDialog>
 #include <QTimer>
-#include <set>
 
 #include "desktop_fixture.h"
 
@@ -107,17 +106,6 @@ TEST_F(DesktopTest, ALongCommandShowsAWindowThatCancelsIt) {
   EXPECT_EQ(window->findChild<QProgressDialog*>(), nullptr);
   unsaved = UnsavedAnswer::Discard;
   EXPECT_TRUE(window->close());
-}
-
-TEST_F(DesktopTest, NoTwoCommandsShareAKey) {
-  open();
-  std::set<QString> keys;
-  for (const QAction* action : window->findChildren<QAction*>()) {
-    for (const QKeySequence& key : action->shortcuts()) {
-      EXPECT_TRUE(keys.insert(key.toString()).second) << action->text().toStdString();
-    }
-  }
-  EXPECT_TRUE(keys.count("Ctrl+R"));
 }
 
 }  // namespace

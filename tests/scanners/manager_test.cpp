@@ -148,11 +148,6 @@ TEST_F(Manager, AHostThatWatchesIsNotKeptWaiting) {
   manager->Initialise("", settings.get(), 0);
   EXPECT_FALSE(isUnit(current()));
   EXPECT_FALSE(std::filesystem::exists(asked)) << "devices were listed";
-}
-
-TEST_F(Manager, ScannerThatIsNowhere) {
-  remember("test:7", "another model");
-  EXPECT_FALSE(isUnit(current()));
   EXPECT_NE(faultText(current()).find("no scanner test:7"), std::string::npos) << faultText(current());
   EXPECT_EQ(manager->Remember(), 0);
 }

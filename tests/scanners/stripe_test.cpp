@@ -11,20 +11,6 @@ KxPtr<CStripe> newStripe(std::shared_ptr<StripePool> pool, KxColorSpace cs, int 
   return KxPtr<CStripe>::adopt(new CStripe(std::move(pool), cs, width, capacity, 300));
 }
 
-TEST(Stripe, LinesOfEqualLengthLieInOnePiece) {
-  const KxPtr<CStripe> stripe = newStripe(std::make_shared<StripePool>(), KxColorSpace::Rgb, 5, 4);
-  std::memset(stripe->data(), 7, 30);
-  stripe->setLineCount(2);
-  KxSize size;
-  EXPECT_EQ(*stripe->GetSize(&size), (KxSize{5, 2}));
-  EXPECT_EQ(stripe->GetLine(1), stripe->data() + 15);
-  EXPECT_EQ(stripe->usedBytes(), 30U);
-  const auto lines = query<IContiguousLines>(static_cast<IScanBuffer*>(stripe.get()));
-  ASSERT_TRUE(lines);
-  EXPECT_EQ(lines->GetStride(), 15U);
-  EXPECT_EQ(stripe->GetColorCount(), 0);
-}
-
 TEST(Stripe, RunListsGrowAndStayAligned) {
   const KxPtr<CStripe> stripe = newStripe(std::make_shared<StripePool>(), KxColorSpace::Bitonal, 4000, 2);
   std::vector<std::uint32_t> runs;
