@@ -26,7 +26,7 @@ using quillbay::query;
 namespace {
 
 constexpr const char* kSimulated = "sim:";
-constexpr int kStateVersion = 1, kPagesWidth = 210, kLogHeight = 130;
+constexpr int kStateVersion = 1, kPagesWidth = 226, kLogHeight = 130;
 
 /// What the log says about the answer to a message.
 QString answerText(quillbay::EventButtons buttons, quillbay::EventAnswer answer) {

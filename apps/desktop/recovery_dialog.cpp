@@ -36,10 +36,7 @@ QString whereText(const Leftover& item) {
   const QString folder = QDir::toNativeSeparators(QFileInfo(item.file).absolutePath());
   switch (item.kind) {
     case Leftover::Kind::Page: return RecoveryDialog::tr("in no file yet");
-    case Leftover::Kind::Part:
-      return RecoveryDialog::tr("unfinished in %1, pages: %2 - opening gives it its name")
-          .arg(folder)
-          .arg(item.pages);
+    case Leftover::Kind::Part: return RecoveryDialog::tr("unfinished in %1, pages: %2").arg(folder).arg(item.pages);
     case Leftover::Kind::File: break;
   }
   return RecoveryDialog::tr("saved in %1, pages: %2").arg(folder).arg(item.pages);
@@ -73,8 +70,9 @@ RecoveryDialog::RecoveryDialog(const std::vector<Leftover>& items, const QString
   m_list->setHeaderLabels({tr("Page"), tr("Size"), tr("Time"), tr("Where")});
   m_list->setRootIsDecorated(false);
   m_list->setIconSize({kPicturePixels, kPicturePixels});
+  m_list->viewport()->setBackgroundRole(QPalette::Window);  // empty check boxes are seen on it in dark palettes too
   m_list->setAccessibleName(tr("Pages of the last run"));
-  m_list->setMinimumSize(760, 220);
+  m_list->setMinimumSize(760, 240);
   auto* label = new QLabel(tr("Quillbay was not closed as usual. These &pages were finished:"));
   label->setBuddy(m_list);
   QStringList told = troubles.mid(0, kMostTroubles);
@@ -122,7 +120,9 @@ void RecoveryDialog::fill(const std::vector<Leftover>& items) {
     row->setText(ColumnSize, sizeText(item));
     row->setText(ColumnTime, QLocale().toString(item.time.toLocalTime(), QLocale::ShortFormat));
     row->setText(ColumnWhere, whereText(item));
-    for (const Column column : {ColumnName, ColumnWhere}) row->setToolTip(column, item.file);
+    const QString tip =
+        item.kind == Leftover::Kind::Part ? tr("%1: opening gives it its name").arg(item.file) : item.file;
+    for (const Column column : {ColumnName, ColumnWhere}) row->setToolTip(column, tip);
     row->setData(ColumnName, Qt::UserRole, item.kind != Leftover::Kind::File);
     row->setCheckState(ColumnName, item.kind == Leftover::Kind::File ? Qt::Unchecked : Qt::Checked);
     if (item.kind == Leftover::Kind::Page && item.bytes <= kSmallBytes) showPicture(int(i), item.file);
@@ -137,6 +137,7 @@ void RecoveryDialog::showPicture(int row, const QString& file) {
     QMetaObject::invokeMethod(this, [this, row, image] {
       const QSignalBlocker quietly(m_list);
       m_list->topLevelItem(row)->setIcon(ColumnName, QPixmap::fromImage(image));
+      m_list->resizeColumnToContents(ColumnName);
     });
   });
 }

@@ -46,7 +46,6 @@ ScannerDialog::ScannerDialog(quillbay::IScanManager* manager, std::function<void
   makeList();
   makeDevice();
   column->addWidget(m_setup);
-  column->addStretch(1);
   column->addWidget(makeButtons());
   m_setup->hide();
   connect(m_list, &QListWidget::currentRowChanged, this, &ScannerDialog::choose);
@@ -78,7 +77,6 @@ void ScannerDialog::makeList() {
   m_list->setAccessibleName(tr("Scanners"));
   m_list->setToolTip(tr("The scanners that were found"));
   m_list->setMinimumSize(kListWidth, kListHeight);
-  m_list->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Minimum);
   m_state->setWordWrap(true);
   m_search->setAutoDefault(false);
   m_search->setToolTip(tr("Looks once more which scanners are there"));

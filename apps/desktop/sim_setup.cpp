@@ -9,6 +9,7 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QTabBar>
 #include <QTabWidget>
 #include <QVBoxLayout>
 
@@ -42,7 +43,11 @@ SimSetup::SimSetup(QWidget* parent) : QWidget(parent), m_parts(new QTabWidget) {
   auto* column = new QVBoxLayout(this);
   column->setContentsMargins(0, 0, 0, 0);
   column->addWidget(m_parts);
-  m_parts->setAccessibleName(tr("Set-up of the simulated scanner"));
+  // The bar has the focus and says so alone; the widget around it would tell a screen reader the same again.
+  m_parts->setFocusProxy(nullptr);
+  m_parts->setFocusPolicy(Qt::NoFocus);
+  m_parts->tabBar()->setAccessibleName(tr("Set-up of the simulated scanner"));
+  m_parts->tabBar()->setToolTip(tr("The set-up of the simulated scanner"));
   makePaper();
   makeDrawings();
   makeAdvanced();
