@@ -74,7 +74,7 @@ KxPtr<IRStor> runRasterStep(const ScriptStep& step, IRStor* raster, IProgress* p
       return cropToContent(raster, progress, note);
     case ScriptAction::Despeckle: return despeckleRaster(raster, step.by.value_or(kUsualSpeckMm), progress);
     case ScriptAction::Invert: return invertRaster(raster, progress);
-    case ScriptAction::Rotate: return rotate(raster, *step.by, progress);
+    case ScriptAction::Rotate: return rotate(raster, step.by.value_or(0), progress);
     case ScriptAction::Autocorrect: return autocorrect(raster, progress, note);
     case ScriptAction::Open:
     case ScriptAction::SaveAs:

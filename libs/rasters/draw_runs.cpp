@@ -58,8 +58,10 @@ void RunReducer::cover(double from, double to, std::int64_t weight) noexcept {
   to = std::clamp(to, 0.0, columns);
   if (from >= to) return;
   // Rounded by hand: neither is below 0, and a call of the library for each edge costs more than all the rest.
+  // NOLINTBEGIN(bugprone-incorrect-roundings)
   const auto start = static_cast<std::int64_t>(from * kWhole + 0.5);
   const auto stop = static_cast<std::int64_t>(to * kWhole + 0.5);
+  // NOLINTEND(bugprone-incorrect-roundings)
   const auto first = static_cast<std::size_t>(start) / kWhole;
   const auto last = static_cast<std::size_t>(stop) / kWhole;
   if (first == last) {

@@ -146,6 +146,7 @@ QUILLBAY_BODY void finishColorsBody(std::uint32_t* __restrict out, const ColumnS
   }
 }
 
+// NOLINTBEGIN(bugprone-macro-parentheses): an attribute takes none
 #define QUILLBAY_LOOPS(name, attribute)                                                                   \
   attribute void addWhole##name(std::uint16_t* sums, const std::uint8_t* line, std::size_t n) noexcept {  \
     addWholeBody(sums, line, n);                                                                          \
@@ -178,6 +179,7 @@ QUILLBAY_BODY void finishColorsBody(std::uint32_t* __restrict out, const ColumnS
                                    sumIndices##name,                                                      \
                                    {finishColors##name<3, false>, finishColors##name<4, false>,           \
                                     finishColors##name<3, true>, finishColors##name<4, true>}};
+// NOLINTEND(bugprone-macro-parentheses)
 
 QUILLBAY_LOOPS(Plain, )
 #if QUILLBAY_HAS_AVX2
