@@ -6,6 +6,7 @@
 #include <QScrollArea>
 #include <QScrollBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "first_choices.h"
 #include "quillbay/scanner.h"
@@ -127,6 +128,7 @@ void PanelDock::showTrouble() {
   column->addWidget(choose, 0, Qt::AlignLeft);
   column->addWidget(simulated, 0, Qt::AlignLeft);
   column->addStretch();
+  m_scroll->setMinimumWidth(std::max(m_scroll->minimumWidth(), holder->minimumSizeHint().width()));
   m_scroll->setWidget(holder);
 }
 
