@@ -3,7 +3,6 @@
 /// usage: panel_bench [--quick]    quick: fewer and smaller runs
 #include <unistd.h>
 
-#include <QAbstractEventDispatcher>
 #include <QApplication>
 #include <QEventLoop>
 #include <QProcess>
@@ -14,7 +13,7 @@
 #include <map>
 #include <string>
 #include <thread>
-#include <typeinfo>
+#include <vector>
 
 #include "bench_tools.h"
 #include "document_view.h"
@@ -67,8 +66,15 @@ class Meter final : public QApplication {
     m_tooLong.clear();
     m_probeIsOut = false;
     m_running = true;
+    m_fills = {};
     m_prober = std::thread([this] {
-      while (m_running) {
+      std::vector<char> memory(kFillBytes, 1);
+      for (int turn = 0; m_running; ++turn) {
+        if (turn % kFillEvery == 0) {
+          const Times before = bench::now();
+          std::fill(memory.begin(), memory.end(), static_cast<char>(turn));
+          m_fills.add(bench::since(before));
+        }
         if (!m_probeIsOut.exchange(true)) {
           m_posted = bench::msOf(CLOCK_MONOTONIC);
           QCoreApplication::postEvent(this, new QEvent(kProbe));  // the loop owns it
@@ -81,19 +87,25 @@ class Meter final : public QApplication {
     m_running = false;
     if (m_prober.joinable()) m_prober.join();
   }
-  void print(const char* what) const {
-    const std::string busy = std::string("user interface busy at a time, ") + what;
-    std::printf("  longest event of %zu: %.1f ms, %s; longest wait of a click: %.1f ms\n", m_events.count(),
+  /// The longest that a click had to wait, or an event took.
+  [[nodiscard]] double longest() const { return std::max(m_longest.wall, m_longestWait); }
+  [[nodiscard]] double longestOfThread() const { return m_events.worst(&Times::thread); }
+  void print() const {
+    std::printf("  longest of %zu events: %.1f ms, %s; longest wait of a click: %.1f ms\n", m_events.count(),
                 m_longest.wall, m_what.c_str(), m_longestWait);
     for (const auto& [name, count] : m_tooLong)
       std::printf("  over %.0f ms, %d times: %s\n", kBusyAimMs, count, name.c_str());
-    bench::aim(busy, std::max(m_longest.wall, m_longestWait), "ms", kBusyAimMs, m_events.worst(&Times::thread));
+    std::printf("  beside it, filling 8 MiB of memory took %.1f ms, at worst %.1f ms\n",
+                m_fills.median(&Times::thread), m_fills.worst(&Times::thread));
   }
 
  private:
+  /// What the machine itself does to a thread: memory that was written before is filled now and then.
+  static constexpr std::size_t kFillBytes = std::size_t{8} << 20;
+  static constexpr int kFillEvery = 40;
   static constexpr auto kProbe = static_cast<QEvent::Type>(QEvent::User + 4711);
   int m_depth = 0;
-  Series m_events;
+  Series m_events, m_fills;
   Times m_longest;
   std::string m_what;
   std::map<std::string, int> m_tooLong;
@@ -222,7 +234,7 @@ void keepZooming(desktop::DocumentView& view, QTimer& timer) {
 }
 
 /// Two pages to the view of the whole program, each until its overview and levels are there.
-void scanToView(Meter& meter, const char* what, int linesPerSecond, int megabytes) {
+void scanTwice(Meter& meter, int linesPerSecond, int megabytes) {
   const QTemporaryDir folder;
   desktop::MainWindow window{{folder.filePath("config").toStdString(), folder.filePath("state").toStdString()}};
   window.prompts().message = [](const HostMessage& message) {
@@ -259,12 +271,25 @@ void scanToView(Meter& meter, const char* what, int linesPerSecond, int megabyte
     });
   }
   meter.stop();
-  meter.print(what);
+  meter.print();
   const auto& pages = window.document().pages();
   if (pages.size() != 2) std::exit(1);
   std::printf("  %zu pages of %.2f GB, with their levels, in %.1f s; %.0f MiB of memory without files\n",
               pages.size(), static_cast<double>(pages.back().raster->GetByteCount()) / 1e9,
               bench::since(start).wall / 1000, memory.mib());
+}
+
+/// Some runs; the aim is for the middle one, since one halt of a machine that does something else tells nothing.
+void scanToView(Meter& meter, const char* what, int linesPerSecond, int megabytes, int runs) {
+  std::vector<double> longest, thread;
+  std::printf(" %s\n", what);
+  for (int i = 0; i < runs; ++i) {
+    scanTwice(meter, linesPerSecond, megabytes);
+    longest.push_back(meter.longest());
+    thread.push_back(meter.longestOfThread());
+  }
+  bench::aim(std::string("user interface busy at a time, ") + what, bench::median(longest), "ms", kBusyAimMs,
+             bench::median(thread));
 }
 
 /// The whole program as a new process: tells when its window and panel were painted.
@@ -316,8 +341,8 @@ int main(int argc, char** argv) {
       "%s)\n",
       bench::load().c_str());
   const int megabytes = quick ? 200 : 1000;
-  scanToView(application, "page in memory", 0, megabytes);
+  scanToView(application, "page in memory", 0, megabytes, 3);
   SetRasterBudget({std::int64_t{64} << 20, {}, false});
-  scanToView(application, "page in a scratch file", 0, megabytes);
-  scanToView(application, "the same, 100 MB/s", 3200, megabytes);
+  scanToView(application, "page in a scratch file", 0, megabytes, 3);
+  scanToView(application, "the same, 100 MB/s", 3200, megabytes, 1);
 }
