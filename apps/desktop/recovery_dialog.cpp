@@ -26,7 +26,7 @@ constexpr int kMostTroubles = 8;                   // the window must fit on the
 enum Column { ColumnName, ColumnSize, ColumnTime, ColumnWhere, ColumnCount };
 
 QString sizeText(const Leftover& item) {
-  const QString bytes = QLocale().formattedDataSize(item.bytes);
+  QString bytes = QLocale().formattedDataSize(item.bytes);
   if (item.pixels.isEmpty()) return bytes;
   return RecoveryDialog::tr("%1 x %2 pixels, %3").arg(item.pixels.width()).arg(item.pixels.height()).arg(bytes);
 }

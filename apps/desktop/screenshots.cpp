@@ -231,7 +231,10 @@ class Shooting {
 
   bool use(const std::string& device) {
     std::string why;
-    if (m_manager && m_manager->SetCurrent(device, &why) && m_window.setMode(quillbay::ScanToView)) return true;
+    if (m_manager && m_manager->SetCurrent(device, &why) && m_window.setMode(quillbay::ScanToView)) {
+      control()->SetParam("m_Dir", "/srv/maps", nullptr);  // not the folder of who makes the pictures
+      return true;
+    }
     std::fprintf(stderr, "%s cannot be opened: %s\n", device.c_str(), why.c_str());
     return false;
   }

@@ -169,7 +169,7 @@ void CRasterPainter::paintItem(IKxViewDC& dc, const Item& item) {
                   corner.y * ratio};
   const Range x = filled(tfm.scaleX, tfm.offsetX, drawnWidth(*item.raster), std::floor(clip.left * ratio),
                          std::ceil(clip.right * ratio));
-  const Range y = filled(tfm.scaleY, tfm.offsetY, item.raster->GetHeight(), std::floor(clip.top * ratio),
+  const Range y = filled(tfm.scaleY, tfm.offsetY, item.knownHeight, std::floor(clip.top * ratio),
                          std::ceil(clip.bottom * ratio));
   if (x.begin >= x.end || y.begin >= y.end) return;
   const KxSize size{x.end - x.begin, y.end - y.begin};
