@@ -185,6 +185,7 @@ void CMaindlg::orderTabbing() {
   }
   QWidget* last = nullptr;
   for (const QWidget* part : std::initializer_list<QWidget*>{m_toolbar, m_tabs, m_pageArea, m_destinationPlace}) {
+    if (!part) continue;
     for (QWidget* w : ring) {
       if (w != part && !part->isAncestorOf(w)) continue;
       if (last) setTabOrder(last, w);
