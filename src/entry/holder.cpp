@@ -193,7 +193,7 @@ QSize CMHolder::panelRoom() const {
 
 /// The panel needs more room (a tab or a bar came), or less: what it once needed stays its.
 bool CMHolder::eventFilter(QObject* watched, QEvent* event) {
-  if (watched == m_place && event->type() == QEvent::LayoutRequest && panelRoom().height() > m_panelHeight)
+  if (event->type() == QEvent::LayoutRequest && watched == m_place && panelRoom().height() > m_panelHeight)
     layOut();
   return CDialog::eventFilter(watched, event);
 }

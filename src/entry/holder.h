@@ -94,7 +94,7 @@ class CMHolder final : public CDialog {
   QToolBar* m_toolbar = nullptr;
   QSplitter* m_split = nullptr;
   QScrollArea* m_scroll = nullptr;
-  QPointer<CDialog> m_place;  // in the scroll area, with the panel in it
+  QPointer<QWidget> m_place;  // in the scroll area, with the panel in it
   QPointer<QWidget> m_panel;
   int m_panelHeight = 0;   // the most that the panel has needed in its present layout
   bool m_divided = false;  // the person has moved the line between panel and view
