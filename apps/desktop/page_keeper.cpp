@@ -6,8 +6,11 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QFileInfo>
-#include <QStorageInfo>
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <new>
+#include <system_error>
 #include <utility>
 
 #include "quillbay/app.h"
@@ -95,8 +98,11 @@ void PageKeeper::write(JournalFile& journal, Copy& copy, quillbay::IRStor* raste
   if (copy.isDropped() || m_givesUp) return;
   const KeptPage& page = copy.page();
   const qint64 needed = bytesOf(*raster) + kSpareBytes;
-  const qint64 free = QStorageInfo(QFileInfo(page.file).path()).bytesAvailable();
-  if (free < needed) {
+  // The folder is asked itself: a list of mounted volumes may not have its own, as in a container.
+  std::error_code unknown;
+  const auto room = std::filesystem::space(QFile::encodeName(QFileInfo(page.file).path()).toStdString(), unknown);
+  const auto free = static_cast<qint64>(std::min<std::uintmax_t>(room.available, INT64_MAX));
+  if (!unknown && free < needed) {
     throw quillbay::CXException(
         tr("%1 are free, %2 are needed").arg(megabytes(free), megabytes(needed)).toStdString());
   }
