@@ -101,6 +101,11 @@ bool CMaindlg::prepareScan(KxPtr<IParam>& request) {
   quiet().batch = m_session.batch() ? 1 : 0;
   m_params->destinationStore->Reset();
   quiet().skew = 0;
+  // Before the host lets go of pages and questions are asked: nothing of it would be of use.
+  if (values().customScanValid == 0 && !canFindArea()) {
+    refuse(EndCause::Refused);
+    return false;
+  }
   if (!ClearHostRasters(ClearFor::Scan)) {
     m_unit->Command(m_scanSink.get(), static_cast<int>(UnitCommand::Stop));
     refuse(EndCause::Refused);
@@ -123,7 +128,7 @@ bool CMaindlg::prepareScan(KxPtr<IParam>& request) {
   SetStatus(2);
   m_session.setFragment(values().customScanValid != 0);
 
-  if (!m_session.fragment() && (!canFindArea() || !m_steps.detection->Detect(request.get(), -1))) {
+  if (!m_session.fragment() && !m_steps.detection->Detect(request.get(), -1)) {
     refuse(EndCause::Refused);
     return false;
   }

@@ -208,6 +208,15 @@ TEST_F(PanelTest, UnsavedPagesAreAskedAboutBeforeAScanNeverInARunOrBeforeAPrevie
   EXPECT_EQ(run(StartKind::Scan, 1), EndCause::Refused) << "the answer is no";
   EXPECT_EQ(messages.size(), 1U);
   EXPECT_EQ(app()->GetDocuments().size(), 5U);
+
+  // An area that nothing finds is refused before anybody is asked about pages.
+  const auto automatic = new_MemParam();
+  automatic->SetValue("m_ctrlPaperList", 0);
+  sink()->ApplyParams(automatic.get());
+  QCoreApplication::processEvents();
+  EXPECT_EQ(run(StartKind::Scan, 1), EndCause::Refused);
+  ASSERT_EQ(messages.size(), 2U);
+  EXPECT_NE(messages[1].find("automatically"), std::string::npos) << messages[1];
 }
 
 TEST_F(PanelTest, RefusalsLeaveThePanelIdle) {
