@@ -4,10 +4,9 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
-#include <new>
 
+#include "guarded.h"
 #include "progress_window.h"
-#include "quillbay/errors.h"
 #include "quillbay/formats.h"
 
 namespace desktop {
@@ -17,21 +16,6 @@ using quillbay::KxPtr;
 namespace {
 
 QString text(const char* english) { return QCoreApplication::translate("PageFiles", english); }
-
-/// Runs a step that throws when it fails; stores what a person should read.
-template <class Step>
-bool guarded(const QString& file, QString* why, Step step) {
-  try {
-    why->clear();
-    return step();
-  } catch (const quillbay::CXException& e) {
-    *why = QString::fromStdString(e.what());
-  } catch (const std::bad_alloc&) {
-    *why = text("There is not enough memory.");
-  }
-  if (!why->contains(file)) *why = file + ": " + *why;
-  return false;
-}
 
 KxPtr<quillbay::IProgress> showProgress(const QString& what, int lines, QWidget* window) {
   return KxPtr<quillbay::IProgress>::adopt(new ProgressWindow(what, lines, window));

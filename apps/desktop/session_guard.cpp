@@ -5,13 +5,12 @@
 #include <QFileInfo>
 #include <QMenu>
 #include <QStatusBar>
-#include <new>
 
+#include "guarded.h"
 #include "log_dock.h"
 #include "main_window.h"
 #include "panel_dock.h"
 #include "progress_window.h"
-#include "quillbay/errors.h"
 #include "quillbay/formats.h"
 
 namespace desktop {
@@ -130,7 +129,7 @@ void SessionGuard::open(Leftovers& leftovers, const std::vector<std::size_t>& ch
 }
 
 bool SessionGuard::openPage(const Leftover& page, QString* why) {
-  try {
+  return guarded(page.file, why, [&] {
     const auto progress = KxPtr<quillbay::IProgress>::adopt(
         new ProgressWindow(tr("Opening %1...").arg(page.name), page.pixels.height(), m_window));
     auto raster = quillbay::LoadRasterFile(page.file.toStdString(), 0, progress.get());
@@ -140,14 +139,7 @@ bool SessionGuard::openPage(const Leftover& page, QString* why) {
     m_journal.adoptNext({});  // there may be no journal that could have taken it
     if (QFile::exists(page.file)) m_window->log().note(tr("%1 is kept as %2").arg(page.name, page.file));
     return true;
-  } catch (const quillbay::CXException& e) {
-    *why = QString::fromStdString(e.what());
-  } catch (const std::bad_alloc&) {
-    *why = tr("%1: there is not enough memory").arg(page.file);
-  } catch (const std::exception& e) {
-    *why = page.file + ": " + QString::fromUtf8(e.what());
-  }
-  return false;
+  });
 }
 
 void SessionGuard::tell(const QStringList& troubles) {
