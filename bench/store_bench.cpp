@@ -15,7 +15,7 @@
 #include "platform/file_channel.h"
 #include "quillbay/scanner.h"
 #include "scanners/line_pipeline.h"
-#include "scanners/sim_scan.h"
+#include "scanners/sim/sim_scan.h"
 #include "stores/scan_to_file_stor.h"
 
 namespace quillbay {

@@ -4,9 +4,8 @@
 #include <QTimer>
 #include <csignal>
 
-#include "main_window.h"
 #include "quillbay/host.h"
-#include "screenshots.h"
+#include "window/main_window.h"
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a scanner's driver may write into a pipe that is gone
@@ -21,11 +20,7 @@ int main(int argc, char** argv) {
   parser.addHelpOption();
   parser.addVersionOption();
   parser.addPositionalArgument("files", QApplication::translate("main", "Picture files to open."), "[files...]");
-  QCommandLineOption screenshots("screenshots", {}, "folder");
-  screenshots.setFlags(QCommandLineOption::HiddenFromHelp);
-  parser.addOption(screenshots);
   parser.process(application);
-  if (parser.isSet(screenshots)) return desktop::makeScreenshots(parser.value(screenshots));
 
   desktop::MainWindow window{desktop::ProgramFolders{}};
   window.show();

@@ -5,10 +5,10 @@
 #include <utility>
 
 #include "platform/base_services.h"
-#include "scanners/device_lister.h"
-#include "scanners/sane_thread.h"
-#include "scanners/sane_unit.h"
-#include "scanners/sim_scan.h"
+#include "scanners/sane/device_lister.h"
+#include "scanners/sane/sane_thread.h"
+#include "scanners/sane/sane_unit.h"
+#include "scanners/sim/sim_scan.h"
 
 namespace quillbay {
 

@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "platform/base_services.h"
-#include "scanners/device_lister.h"
+#include "scanners/sane/device_lister.h"
 
 namespace quillbay {
 

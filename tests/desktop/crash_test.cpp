@@ -10,7 +10,7 @@
 #include <set>
 
 #include "desktop_fixture.h"
-#include "session_guard.h"
+#include "recovery/session_guard.h"
 
 namespace desktop {
 namespace {

@@ -6,13 +6,13 @@
 #include <functional>
 #include <memory>
 
-#include "document_view.h"
-#include "log_dock.h"
-#include "main_window.h"
-#include "panel_dock.h"
 #include "quillbay/formats.h"
 #include "quillbay/scanner.h"
+#include "scanner/panel_dock.h"
 #include "support/temp_dir.h"
+#include "view/document_view.h"
+#include "window/log_dock.h"
+#include "window/main_window.h"
 
 namespace desktop {
 

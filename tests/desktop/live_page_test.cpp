@@ -1,10 +1,10 @@
-#include "live_page.h"
+#include "view/live_page.h"
 
 #include <QDir>
 #include <algorithm>
 
 #include "desktop_fixture.h"
-#include "document_view_layout.h"
+#include "view/document_view_layout.h"
 
 namespace desktop {
 namespace {

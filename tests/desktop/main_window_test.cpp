@@ -7,7 +7,7 @@
 #include <set>
 
 #include "desktop_fixture.h"
-#include "status_line.h"
+#include "window/status_line.h"
 
 namespace desktop {
 namespace {

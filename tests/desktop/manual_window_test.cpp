@@ -1,4 +1,4 @@
-#include "manual_window.h"
+#include "window/manual_window.h"
 
 #include <QComboBox>
 #include <QMenuBar>

@@ -1,4 +1,4 @@
-#include "page_commands.h"
+#include "document/page_commands.h"
 
 #include <QAction>
 #include <QMenuBar>

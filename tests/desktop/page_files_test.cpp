@@ -1,7 +1,7 @@
 #include <QFile>
 
 #include "desktop_fixture.h"
-#include "page_files.h"
+#include "document/page_files.h"
 #include "quillbay/errors.h"
 
 namespace desktop {

@@ -1,4 +1,4 @@
-#include "scanner_dialog.h"
+#include "scanner/scanner_dialog.h"
 
 #include <QComboBox>
 #include <QDialogButtonBox>
@@ -8,7 +8,7 @@
 #include <QPushButton>
 
 #include "desktop_fixture.h"
-#include "sim_setup.h"
+#include "scanner/sim_setup.h"
 
 namespace desktop {
 namespace {

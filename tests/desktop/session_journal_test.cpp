@@ -9,8 +9,8 @@
 #include <QTreeWidget>
 
 #include "desktop_fixture.h"
-#include "recovery_dialog.h"
-#include "session_guard.h"
+#include "recovery/recovery_dialog.h"
+#include "recovery/session_guard.h"
 
 namespace desktop {
 namespace {

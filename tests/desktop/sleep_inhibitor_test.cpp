@@ -6,7 +6,7 @@
 #include <QProcess>
 
 #include "desktop_fixture.h"
-#include "sleep_inhibitor.h"
+#include "recovery/sleep_inhibitor.h"
 
 namespace desktop {
 

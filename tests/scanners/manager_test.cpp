@@ -4,7 +4,7 @@
 #include <fstream>
 
 #include "sane_scan.h"
-#include "scanners/device_lister.h"
+#include "scanners/sane/device_lister.h"
 #include "scanners/scan_manager.h"
 
 namespace quillbay::testing {

@@ -2,8 +2,8 @@
 
 #include <cstdlib>
 
-#include "scanners/md5.h"
-#include "scanners/sane_auth.h"
+#include "scanners/sane/md5.h"
+#include "scanners/sane/sane_auth.h"
 
 namespace quillbay::testing {
 namespace {

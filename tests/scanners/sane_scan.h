@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "recording_sink.h"
-#include "scanners/sane_unit.h"
+#include "scanners/sane/sane_unit.h"
 #include "support/sane_config.h"
 
 namespace quillbay::testing {

@@ -1,8 +1,8 @@
-#include "scanners/sim_config.h"
+#include "scanners/sim/sim_config.h"
 
 #include <gtest/gtest.h>
 
-#include "scanners/sim_scan.h"
+#include "scanners/sim/sim_scan.h"
 
 namespace quillbay {
 namespace {

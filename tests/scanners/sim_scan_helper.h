@@ -7,7 +7,7 @@
 
 #include "quillbay/param.h"
 #include "recording_sink.h"
-#include "scanners/sim_scan.h"
+#include "scanners/sim/sim_scan.h"
 
 namespace quillbay::testing {
 

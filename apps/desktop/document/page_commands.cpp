@@ -1,0 +1,173 @@
+#include "document/page_commands.h"
+
+#include <QActionGroup>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QKeySequence>
+#include <QMenu>
+
+#include "quillbay/script_services.h"
+#include "window/program_settings.h"
+#include "window/progress_window.h"
+
+namespace desktop {
+
+using quillbay::ClearPolicy;
+
+namespace {
+
+constexpr const char* kPolicySetting = "BeforeScan";
+constexpr int kCommandEnd = 1000;  // positions of a script command's progress
+
+/// Gives scripts their progress window, as long as it lives.
+class WindowFactory final : public quillbay::TSinkImpl<quillbay::IScriptProgressFactory, QWidget> {
+ public:
+  WindowFactory(quillbay::IHostApp* app, const QString& title, QWidget* window)
+      : TSinkImpl(window), m_title(title) {
+    if (const auto services = quillbay::query<quillbay::IScriptServices>(app)) {
+      Subscribe(services->GetProgressFactories().get());
+    }
+  }
+  quillbay::IProgress* CreateProgress(const char*) override {
+    return new ProgressWindow(m_title, kCommandEnd, owner());  // counted
+  }
+
+ private:
+  const QString m_title;
+};
+
+QString askForScript(QWidget* window) {
+  return QFileDialog::getOpenFileName(window, PageCommands::tr("Run script"), {},
+                                      PageCommands::tr("Scripts (*.kxf *.txt);;All files (*)"));
+}
+
+}  // namespace
+
+PageCommands::PageCommands(quillbay::IHostApp* app, Document* document, ProgramSettings* settings, QWidget* window)
+    : QObject(window), m_app(app), m_document(document), m_settings(settings), m_window(window) {
+  chooseScript = [window] { return askForScript(window); };
+  for (const auto signal : {&Document::added, &Document::removed, &Document::changed}) {
+    connect(document, signal, this, [this] { update(m_scanning); });
+  }
+  connect(document, &Document::currentChanged, this, [this] { update(m_scanning); });
+  applyClearPolicy();
+}
+
+QAction* PageCommands::add(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip,
+                           const std::function<void()>& run) {
+  QAction* action = menu->addAction(text);
+  action->setShortcut(key);
+  action->setStatusTip(tip);
+  action->setToolTip(tip);
+  connect(action, &QAction::triggered, this, run);
+  return action;
+}
+
+void PageCommands::addScript(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip,
+                             const char* script) {
+  const QString title = QString(text).remove('&');
+  m_needsPage.push_back(add(menu, text, key, tip, [this, title, script] { run(title, script); }));
+}
+
+void PageCommands::fill(QMenu* menu) {
+  menu->setToolTipsVisible(true);
+  addScript(menu, tr("Rotate &left"), QKeySequence("Ctrl+Shift+R"), tr("Turns the page by 90° anticlockwise"),
+            "/Rotate ANGLE:-90");
+  addScript(menu, tr("Rotate &right"), QKeySequence("Ctrl+R"), tr("Turns the page by 90° clockwise"),
+            "/Rotate ANGLE:90");
+  addScript(menu, tr("&Straighten"), QKeySequence("Ctrl+Shift+D"), tr("Finds the skew and turns the page straight"),
+            "/Deskew");
+  addScript(menu, tr("&Crop to content"), QKeySequence("Ctrl+Shift+C"),
+            tr("Cuts off the border around the content"), "/Crop");
+  menu->addSeparator();
+  addScript(menu, tr("&Despeckle"), QKeySequence("Ctrl+Shift+E"), tr("Removes small specks"), "/Despeckle");
+  addScript(menu, tr("&Invert"), QKeySequence("Ctrl+I"), tr("Makes dark what is light"), "/Invert");
+  menu->addSeparator();
+  m_needsPage.push_back(
+      add(menu, tr("&Autocorrect"), QKeySequence("Ctrl+E"),
+          tr("Straightens and crops the page, and removes specks from black and white; or runs your own script"),
+          [this] { execute(tr("Autocorrect"), nullptr, {}); }));
+  m_needsPage.push_back(add(menu, tr("R&un script..."), QKeySequence("Ctrl+Shift+U"),
+                            tr("Runs the commands of a script file over the page"), [this] {
+                              const QString file = chooseScript();
+                              if (!file.isEmpty()) runFile(file);
+                            }));
+  menu->addSeparator();
+  m_undo = add(menu, tr("U&ndo the last change"), QKeySequence("Ctrl+Alt+Z"),
+               tr("Brings back the page as it was before the last command"),
+               [this] { m_document->undoReplace(m_document->current()); });
+  menu->addSeparator();
+  fillPolicies(menu->addMenu(tr("&Before each scan")));
+  update(m_scanning);
+}
+
+void PageCommands::fillPolicies(QMenu* menu) {
+  menu->setToolTipsVisible(true);
+  auto* group = new QActionGroup(menu);
+  struct Choice {
+    ClearPolicy policy;
+    QString text, tip;
+  };
+  const Choice choices[] = {
+      {ClearPolicy::Keep, tr("&Keep all pages"), tr("Scanned pages join those that are there")},
+      {ClearPolicy::Discard, tr("Close &saved pages"), tr("Pages that are in no file stay")},
+      {ClearPolicy::Ask, tr("Close &all pages"), tr("Asks first when some are in no file; a batch keeps them all")},
+  };
+  const int chosen = m_settings->number(kPolicySetting, static_cast<int>(ClearPolicy::Keep));
+  for (const Choice& choice : choices) {
+    const int value = static_cast<int>(choice.policy);
+    QAction* action = add(menu, choice.text, {}, choice.tip, [this, value] {
+      m_settings->setNumber(kPolicySetting, value);
+      applyClearPolicy();
+    });
+    action->setCheckable(true);
+    action->setChecked(value == chosen);
+    group->addAction(action);
+  }
+}
+
+void PageCommands::applyClearPolicy() {
+  switch (m_settings->number(kPolicySetting, static_cast<int>(ClearPolicy::Keep))) {
+    case static_cast<int>(ClearPolicy::Ask): return m_app->SetClearPolicy(ClearPolicy::Ask);
+    case static_cast<int>(ClearPolicy::Discard): return m_app->SetClearPolicy(ClearPolicy::Discard);
+    default: return m_app->SetClearPolicy(ClearPolicy::Keep);
+  }
+}
+
+void PageCommands::update(bool scanning) {
+  m_scanning = scanning;
+  const Page* page = m_document->page(m_document->current());
+  // The window of a command would stand before Stop.
+  const bool may = page && !scanning && !m_running;
+  for (QAction* action : m_needsPage) action->setEnabled(may);
+  if (m_undo) m_undo->setEnabled(may && page->previous.raster);
+}
+
+bool PageCommands::run(const QString& title, const QString& script) { return execute(title, "Script", script); }
+
+bool PageCommands::runFile(const QString& file) {
+  return execute(tr("Script %1").arg(QFileInfo(file).fileName()), "FileName", file);
+}
+
+/// A key names the argument that holds the script; without one it is the autocorrection.
+bool PageCommands::execute(const QString& title, const char* key, const QString& value) {
+  const auto sink = quillbay::query<quillbay::IScriptCmdSink>(m_app);
+  if (m_running || !sink) return false;
+  m_running = true;
+  update(m_scanning);
+  emit runningChanged();
+  int failed = 0;
+  {
+    const WindowFactory factory(m_app, title, m_window);
+    const auto arguments = quillbay::new_MemParam();
+    arguments->SetValue("Title", title.toStdString());
+    if (key) arguments->SetValue(key, value.toStdString());
+    failed = sink->ExecCommand(key ? "ProcessScript" : "Autocorrect", arguments.get());
+  }
+  m_running = false;
+  update(m_scanning);
+  emit runningChanged();
+  return failed == 0;
+}
+
+}  // namespace desktop

@@ -1,0 +1,61 @@
+#pragma once
+#include <QObject>
+#include <QString>
+#include <functional>
+#include <vector>
+
+#include "document/document.h"
+#include "quillbay/host.h"
+
+class QAction;
+class QKeySequence;
+class QMenu;
+
+namespace desktop {
+
+class ProgramSettings;
+
+/// The menu "Page": what changes the current page, through the host's script processor, with a window that shows
+/// how far it is and can cancel. What goes wrong is told by the host.
+class PageCommands : public QObject {
+  Q_OBJECT
+ public:
+  /// All of it outlives this, but `app`, which is used by commands alone. `window` is the one that windows belong
+  /// to.
+  PageCommands(quillbay::IHostApp* app, Document* document, ProgramSettings* settings, QWidget* window);
+
+  void fill(QMenu* menu);
+  /// Runs a script over the current page; `title` is its name for a person. False when it did not finish.
+  bool run(const QString& title, const QString& script);
+  /// The same from a file.
+  bool runFile(const QString& file);
+  [[nodiscard]] bool isRunning() const { return m_running; }
+  /// Enables what can be done; nothing while `scanning`.
+  void update(bool scanning);
+  /// What a scan does with the pages that are there, as the settings say.
+  void applyClearPolicy();
+
+  /// Asks for a script file; empty: given up. Replaced by tests.
+  std::function<QString()> chooseScript;
+
+ signals:
+  /// A command begins or has ended.
+  void runningChanged();
+
+ private:
+  QAction* add(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip,
+               const std::function<void()>& run);
+  void addScript(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip, const char* script);
+  void fillPolicies(QMenu* menu);
+  bool execute(const QString& title, const char* key, const QString& value);
+
+  quillbay::IHostApp* m_app;
+  Document* m_document;
+  ProgramSettings* m_settings;
+  QWidget* m_window;
+  std::vector<QAction*> m_needsPage;
+  QAction* m_undo = nullptr;
+  bool m_running = false, m_scanning = false;
+};
+
+}  // namespace desktop

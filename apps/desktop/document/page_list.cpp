@@ -1,0 +1,157 @@
+#include "document/page_list.h"
+
+#include <QIcon>
+#include <QKeyEvent>
+#include <QListWidget>
+#include <QPainter>
+#include <algorithm>
+#include <memory>
+
+#include "view/live_page.h"
+
+namespace desktop {
+
+namespace {
+
+/// Number of the page that is being scanned: no page of the document has it.
+constexpr int kLiveId = 0;
+constexpr int kIdRole = Qt::UserRole, kIconWidth = 96, kIconHeight = 72;
+
+/// A page's small picture in the middle of an icon, with a thin edge. Of a page that is still coming the picture
+/// is the upper part: as high as its width tells.
+QPixmap pictureOf(const QSizeF& sizeMm, const QImage& overview, bool whole, double ratio, const QColor& edge) {
+  QPixmap icon(QSize(kIconWidth, kIconHeight) * ratio);
+  icon.setDevicePixelRatio(ratio);
+  icon.fill(Qt::transparent);
+  QPainter painter(&icon);
+  const QSizeF fitted = sizeMm.scaled(kIconWidth - 4, kIconHeight - 4, Qt::KeepAspectRatio);
+  const QRectF place(QPointF((kIconWidth - fitted.width()) / 2, (kIconHeight - fitted.height()) / 2), fitted);
+  QRectF drawn = place;
+  if (!whole) drawn.setHeight(overview.isNull() ? 0 : place.width() * overview.height() / overview.width());
+  drawn &= place;
+  painter.fillRect(drawn, Qt::white);
+  if (!overview.isNull()) {
+    const QSize exact = (drawn.size() * ratio).toSize().expandedTo({1, 1});
+    painter.drawImage(drawn, overview.scaled(exact, Qt::IgnoreAspectRatio, Qt::SmoothTransformation));
+  }
+  painter.setPen(whole ? QPen(edge) : QPen(edge, 1, Qt::DashLine));
+  painter.drawRect(place);
+  return icon;
+}
+
+QIcon iconOf(const QPixmap& picture) {
+  QIcon icon(picture);
+  for (const auto mode : {QIcon::Selected, QIcon::Disabled}) icon.addPixmap(picture, mode);  // in its own colours
+  return icon;
+}
+
+QString sizeText(const QSizeF& mm) {
+  return PageList::tr("%1 × %2 mm").arg(mm.width(), 0, 'f', 0).arg(mm.height(), 0, 'f', 0);
+}
+
+}  // namespace
+
+PageList::PageList(Document* document, QWidget* parent)
+    : QDockWidget(tr("Pages"), parent), m_document(document), m_list(new QListWidget(this)) {
+  setObjectName("pagesDock");
+  m_list->setIconSize({kIconWidth, kIconHeight});
+  m_list->setWordWrap(true);
+  m_list->setTextElideMode(Qt::ElideMiddle);
+  m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+  m_list->setAccessibleName(tr("Pages"));
+  m_list->setToolTip(tr("Return shows a page in full, Delete closes it. A star marks a page that is not saved."));
+  m_list->installEventFilter(this);
+  setWidget(m_list);
+  connect(m_document, &Document::added, this, &PageList::add);
+  connect(m_document, &Document::changed, this, &PageList::refresh);
+  connect(m_document, &Document::removed, this,
+          [this](int id) { std::unique_ptr<QListWidgetItem>(item(id)).reset(); });
+  connect(m_list, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* now) {
+    if (now) emit chosen(now->data(kIdRole).toInt());
+  });
+  connect(m_list, &QListWidget::itemActivated, this,
+          [this](QListWidgetItem* now) { emit shown(now->data(kIdRole).toInt()); });
+}
+
+QListWidgetItem* PageList::item(int id) const {
+  for (int row = 0; row < m_list->count(); ++row) {
+    if (m_list->item(row)->data(kIdRole).toInt() == id) return m_list->item(row);
+  }
+  return nullptr;
+}
+
+int PageList::current() const {
+  const QListWidgetItem* now = m_list->currentItem();
+  return now ? now->data(kIdRole).toInt() : 0;
+}
+
+void PageList::setCurrent(int id) {
+  const QSignalBlocker silent(m_list);
+  if (auto* wanted = item(id)) {
+    m_list->setCurrentItem(wanted);
+    m_list->scrollToItem(wanted);
+  }
+}
+
+void PageList::add(int id) {
+  const auto& pages = m_document->pages();
+  const auto place = std::find_if(pages.begin(), pages.end(), [&](const Page& page) { return page.id == id; });
+  auto entry = std::make_unique<QListWidgetItem>();
+  entry->setData(kIdRole, id);
+  m_list->insertItem(static_cast<int>(place - pages.begin()), entry.release());  // the list owns it
+  refresh(id);
+  setCurrent(id);
+}
+
+void PageList::refresh(int id) {
+  const Page* page = m_document->page(id);
+  auto* entry = item(id);
+  if (!page || !entry) return;
+  const QSignalBlocker silent(m_list);
+  const QString detail = sizeText(page->sizeMm());
+  entry->setText(page->name + (page->saved ? "" : " *") + "\n" + detail);
+  entry->setData(Qt::AccessibleTextRole, page->name + ", " + detail + (page->saved ? "" : ", " + tr("not saved")));
+  entry->setToolTip(page->file.isEmpty() ? tr("In no file yet") : page->file);
+  entry->setIcon(
+      iconOf(pictureOf(page->sizeMm(), page->overview, true, devicePixelRatioF(), palette().color(QPalette::Mid))));
+}
+
+void PageList::setLive(LivePage* live) {
+  m_live = live;
+  connect(live, &LivePage::began, this, &PageList::addLive);
+  connect(live, &LivePage::resized, this, &PageList::refreshLive);
+  connect(live, &LivePage::overviewChanged, this, &PageList::refreshLive);
+  connect(live, &LivePage::became, this, &PageList::removeLive);
+  connect(live, &LivePage::vanished, this, &PageList::removeLive);
+}
+
+void PageList::addLive() {
+  auto entry = std::make_unique<QListWidgetItem>();
+  entry->setData(kIdRole, kLiveId);
+  entry->setFlags(Qt::ItemIsEnabled);
+  entry->setToolTip(tr("This page is being scanned"));
+  m_list->addItem(entry.release());  // the list owns it
+  refreshLive();
+  m_list->scrollToItem(item(kLiveId));
+}
+
+void PageList::refreshLive() {
+  auto* entry = item(kLiveId);
+  if (!entry) return;
+  const QString text = tr("Scanning...") + "\n" + sizeText({m_live->sizeMm().width(), m_live->arrivedMm()});
+  entry->setText(text);
+  entry->setIcon(iconOf(pictureOf(m_live->sizeMm(), m_live->overview(), false, devicePixelRatioF(),
+                                  palette().color(QPalette::PlaceholderText))));
+}
+
+void PageList::removeLive() { std::unique_ptr<QListWidgetItem>(item(kLiveId)).reset(); }
+
+bool PageList::eventFilter(QObject* watched, QEvent* event) {
+  if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete && current()) {
+    emit closeAsked(current());
+    return true;
+  }
+  return QDockWidget::eventFilter(watched, event);
+}
+
+}  // namespace desktop

@@ -1,0 +1,143 @@
+#include "scanner/panel_dock.h"
+
+#include <QAction>
+#include <QLabel>
+#include <QPushButton>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "quillbay/scanner.h"
+#include "scanner/first_choices.h"
+
+namespace desktop {
+
+using quillbay::KxPtr;
+using quillbay::query;
+
+/// Passes on what the panel tells.
+class PanelListener final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
+ public:
+  explicit PanelListener(PanelDock* dock) : m_dock(dock) {}
+  void OnStarted(const quillbay::ScanStartInfo& info) override {
+    emit m_dock->pageStarted(info);
+    emit m_dock->started(info.page, QString::fromStdString(info.file));
+  }
+  void OnLines(std::int64_t lines) override { emit m_dock->linesArrived(lines); }
+  void OnPageFinished(const quillbay::PageInfo& page) override {
+    emit m_dock->pageDone(page);
+    emit m_dock->pageFinished(page.page, QString::fromStdString(page.file));
+  }
+  void OnPublished(const std::string& file, std::int32_t) override {
+    emit m_dock->published(QString::fromStdString(file));
+  }
+  void OnMessage(const std::string&) override {}
+  void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override {
+    emit m_dock->ended(static_cast<int>(cause), QString::fromStdString(fault.text), pages);
+  }
+
+ private:
+  PanelDock* m_dock;
+};
+
+PanelDock::PanelDock(quillbay::IApp* app, quillbay::IKxView* view, QWidget* parent)
+    : QDockWidget(tr("Scanning"), parent),
+      m_app(app),
+      m_view(view),
+      m_scroll(new QScrollArea(this)),
+      m_listener(std::make_unique<PanelListener>(this)) {
+  setObjectName("panelDock");
+  setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
+  m_scroll->setWidgetResizable(true);
+  m_scroll->setFrameShape(QFrame::NoFrame);
+  m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  m_scroll->setFocusPolicy(Qt::NoFocus);
+  setWidget(m_scroll);
+}
+
+PanelDock::~PanelDock() { closePanel(); }
+
+bool PanelDock::open(quillbay::eTarnwellMode mode) {
+  closePanel();
+  // Without a scanner the panel would ask for another one, over and over.
+  if (!currentScanner(m_app).as<quillbay::IQuillbayUnit>()) {
+    showTrouble();
+    return false;
+  }
+  // The panel stays a child of the window that it was made for.
+  auto holder = std::make_unique<QWidget>();
+  auto* column = new QVBoxLayout(holder.get());
+  column->setContentsMargins(0, 0, 0, 0);
+  const auto script = query<quillbay::IScriptCmdSink>(m_app);
+  const bool known = knowsScanner(m_app);
+  m_panel = quillbay::New_Quillbay(m_app, holder.get(), m_view, script.get(), m_sink.put(), mode);
+  m_control = m_panel ? m_sink.as<quillbay::IQuillbayControl>() : nullptr;
+  if (!m_control) {
+    m_panel = nullptr;
+    m_sink = nullptr;
+    showTrouble();
+    return false;
+  }
+  // Two commands of a window must not share a key: neither would get it. The window's own "Stop" has it.
+  for (QAction* action : m_panel->findChildren<QAction*>()) {
+    if (action->shortcut() == QKeySequence(Qt::Key_Escape)) action->setShortcut({});
+  }
+  column->addWidget(m_panel);
+  m_control->Advise(m_listener.get());
+  if (!known) makeFirstChoices(m_app, m_control.get());
+  // The person chooses the area: documents are not detected yet.
+  m_control->SetParam("m_dwAutodetect", 0, nullptr);
+  m_scroll->setMinimumWidth(m_panel->minimumSizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
+  m_scroll->setWidget(holder.release());
+  m_panel->show();
+  return true;
+}
+
+void PanelDock::closePanel() {
+  QWidget* shown = m_scroll->takeWidget();
+  m_panel = nullptr;
+  delete shown;  // the panel stops its scan, tells its listener the end and saves its settings
+  if (m_control) m_control->Unadvise(m_listener.get());
+  m_control = nullptr;
+  m_sink = nullptr;
+}
+
+KxPtr<quillbay::IRStor> PanelDock::scanRaster() const {
+  const auto source = m_sink ? m_sink.as<quillbay::IRGetSource>() : nullptr;
+  return source ? KxPtr<quillbay::IRStor>::adopt(source->GetRaster()) : nullptr;
+}
+
+bool PanelDock::isBusy() const { return m_control && m_control->IsBusy() != 0; }
+
+void PanelDock::showTrouble() {
+  const auto fault = currentScanner(m_app).as<quillbay::IUnitFault>();
+  const QString reason = fault ? QString::fromStdString(fault->GetFault().text) : QString();
+  auto* holder = new QWidget;
+  auto* column = new QVBoxLayout(holder);
+  m_trouble = new QLabel(tr("No scanner could be opened.") + (reason.isEmpty() ? QString() : "\n\n" + reason));
+  m_trouble->setTextFormat(Qt::PlainText);
+  m_trouble->setWordWrap(true);
+  m_trouble->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
+  auto* choose = new QPushButton(tr("&Choose scanner..."));
+  auto* simulated = new QPushButton(tr("&Use the simulated scanner"));
+  // Queued: what follows replaces the buttons.
+  connect(choose, &QPushButton::clicked, this, &PanelDock::chooseScannerAsked, Qt::QueuedConnection);
+  connect(simulated, &QPushButton::clicked, this, &PanelDock::simulatedScannerAsked, Qt::QueuedConnection);
+  column->addWidget(m_trouble);
+  column->addWidget(choose, 0, Qt::AlignLeft);
+  column->addWidget(simulated, 0, Qt::AlignLeft);
+  column->addStretch();
+  m_scroll->setMinimumWidth(std::max(m_scroll->minimumWidth(), holder->minimumSizeHint().width()));
+  m_scroll->setWidget(holder);
+}
+
+void PanelDock::showLookingFor(const QString& name) {
+  if (!m_trouble) return;
+  const QString why = m_trouble->text().section("\n\n", 1);
+  m_trouble->setText(tr("Looking for %1...").arg(name) + "\n\n" +
+                     tr("The panel opens by itself when the scanner is there.") +
+                     (why.isEmpty() ? QString() : "\n\n" + why));
+}
+
+}  // namespace desktop

@@ -1,0 +1,300 @@
+#include "screenshots/screenshots.h"
+
+#include <QApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QMenu>
+#include <QMenuBar>
+#include <QPainter>
+#include <QStyle>
+#include <QTemporaryDir>
+#include <QTimer>
+#include <cstdio>
+
+#include "quillbay/events.h"
+#include "quillbay/formats.h"
+#include "quillbay/scanner.h"
+#include "scanner/panel_dock.h"
+#include "scanner/scanner_dialog.h"
+#include "scanner/sim_setup.h"
+#include "view/document_view.h"
+#include "view/live_page.h"
+#include "window/log_dock.h"
+#include "window/main_window.h"
+#include "window/manual_window.h"
+
+namespace desktop {
+
+namespace {
+
+constexpr int kLimitMs = 120000;
+constexpr int kSmallest = 0;  // the PNG writer takes the most time for it
+constexpr int kModeBitonal = 0, kModeRgb = 7, kCustomArea = 3;
+
+/// Runs the event loop until something holds; false after a long time.
+bool waitFor(const std::function<bool()>& holds) {
+  QElapsedTimer timer;
+  timer.start();
+  while (!holds()) {
+    if (timer.elapsed() > kLimitMs) return false;
+    QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents | QEventLoop::AllEvents, 50);
+  }
+  return true;
+}
+
+QPalette darkPalette() {
+  QPalette dark(QColor(53, 53, 53));
+  dark.setColor(QPalette::Base, QColor(35, 35, 35));
+  dark.setColor(QPalette::AlternateBase, QColor(45, 45, 45));
+  dark.setColor(QPalette::ToolTipBase, QColor(35, 35, 35));
+  dark.setColor(QPalette::ToolTipText, Qt::white);
+  dark.setColor(QPalette::Highlight, QColor(42, 130, 218));
+  for (const auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText}) {
+    dark.setColor(QPalette::Disabled, role, QColor(130, 130, 130));
+  }
+  dark.setColor(QPalette::Link, QColor(90, 160, 240));
+  return dark;
+}
+
+/// One set of pictures, in the palette that is set.
+class Shooting {
+ public:
+  Shooting(const QString& folder, const QString& colours)
+      : m_folder(folder),
+        m_suffix("-" + colours +
+                 (qApp->devicePixelRatio() > 1 ? QString("@%1x").arg(qApp->devicePixelRatio()) : "")),
+        m_window({m_settings.filePath("config").toStdString(), m_settings.filePath("state").toStdString()}),
+        m_manager(quillbay::query<quillbay::IScanManager>(m_window.app())) {}
+
+  bool run() {
+    m_window.resize(1366, 728);  // what a panel of the desktop leaves of a small screen
+    m_window.show();
+    // Larger pictures have a plain drawing, which takes little room in a file.
+    const bool all = qApp->devicePixelRatio() <= 1;
+    if (!use(all ? "sim:drawing=map,size=420x297,seed=7" : "sim:drawing=plan,size=420x297,seed=7")) return false;
+    if (!scan({420, 297}, all ? kModeRgb : kModeBitonal, 200)) return false;
+    m_window.view().fitAll();
+    if (!save(m_window, "main") || !save(*panel(), "panel-to-view")) return false;
+    if (all && !(saveAtWork() && saveDialogs() && saveHelp())) return false;
+    if (!m_window.setMode(quillbay::ScanToFile)) return false;
+    control()->SetParam("m_Dir", "/srv/maps", nullptr);
+    control()->SetParam("m_Mask", "map<COUNTER>", nullptr);
+    return save(*panel(), "panel-to-file");
+  }
+
+ private:
+  // What the window shows.
+
+  bool saveAtWork() {
+    if (!saveScanning()) return false;
+    m_window.log().show();
+    QCoreApplication::processEvents();  // a resized view shows everything
+    m_window.view().actualPixels();
+    if (!save(m_window, "detail")) return false;
+    m_window.log().hide();
+    QCoreApplication::processEvents();
+    m_window.view().fitPage(m_window.view().current());
+    if (!save(withMenu(tr("&Page")), "page-menu")) return false;
+    return saveManyPages();
+  }
+
+  /// A scan in its middle: the page grows in the view.
+  bool saveScanning() {
+    m_window.document().clear();
+    if (!use("sim:drawing=plan,size=420x297,seed=7") || !scan({420, 297}, kModeBitonal, 200)) return false;
+    if (!use("sim:drawing=plan,size=420x297,seed=11,speed=600")) return false;
+    choose({420, 297}, kModeBitonal, 200);
+    qint64 lines = 0;
+    const auto link = QObject::connect(&m_window.panelDock(), &PanelDock::linesArrived, &m_window,
+                                       [&](qint64 arrived) { lines = arrived; });
+    m_window.startScan();
+    const bool half = waitFor([&] { return lines > 1300; });
+    m_window.view().fitAll();
+    const bool saved = half && save(m_window, "scanning");
+    QObject::disconnect(link);
+    control()->Stop(quillbay::StopKind::Now);
+    return waitFor([&] { return !m_window.panelDock().isBusy(); }) && saved;
+  }
+
+  /// Pages of several sizes in the rows that the view makes of them.
+  bool saveManyPages() {
+    m_window.document().clear();
+    for (const QSizeF size : {QSizeF(297, 420), QSizeF(210, 297), QSizeF(420, 297), QSizeF(594, 420)}) {
+      const QString device =
+          QString("sim:drawing=plan,size=%1x%2,seed=%3").arg(size.width()).arg(size.height()).arg(size.width());
+      if (!use(device.toStdString())) return false;
+      for (int i = 0; i < 3; ++i) {
+        if (!scan(size, kModeBitonal, 100)) return false;
+      }
+    }
+    m_window.view().fitAll();
+    return save(m_window, "many-pages");
+  }
+
+  /// The window with an open menu over it.
+  QPixmap withMenu(const QString& title) {
+    for (QAction* action : m_window.menuBar()->actions()) {
+      if (action->text() != title) continue;
+      m_window.menuBar()->setActiveAction(action);
+      QCoreApplication::processEvents();
+      QPixmap picture = m_window.grab();
+      QPainter painter(&picture);
+      painter.drawPixmap(m_window.mapFromGlobal(action->menu()->mapToGlobal(QPoint())), action->menu()->grab());
+      action->menu()->close();
+      return picture;
+    }
+    return {};
+  }
+
+  // What the program asks.
+
+  bool saveDialogs() {
+    return saveScanners() && saveModal("batch", [this] { m_window.prompts().batchPages(); }) &&
+           saveModal("unsaved",
+                     [this] {
+                       m_window.prompts().unsaved({"Page 1", "Page 2", "Page 3"});
+                     }) &&
+           saveModal("message", [this] { m_window.prompts().message(troubleMessage()); }) && saveRecovery();
+  }
+  static quillbay::HostMessage troubleMessage() {
+    quillbay::HostMessage message;
+    message.kind = quillbay::EventKind::Retry;
+    message.buttons = quillbay::EventButtons::RetryCancel;
+    message.event = quillbay::kEventCannotWrite;
+    message.path = "/srv/maps/map0012.tif";
+    message.text = "The file /srv/maps/map0012.tif cannot be written.";
+    message.cause = "No space left on device.";
+    message.helpTopic = "QBHelp:IDH_CannotWrite";
+    return message;
+  }
+  bool saveScanners() {
+    ScannerDialog dialog(m_manager.get(), {}, &m_window);
+    dialog.setDevice("sim:size=420x297,at=150x40,skew=1.5,speed=600,drawing=map");
+    dialog.show();
+    if (!save(dialog, "scanner-searching") || !waitFor([&] { return !dialog.isSearching(); })) return false;
+    const char* const names[] = {"scanner-paper", "scanner-drawings", "scanner-advanced"};
+    for (int part = 0; part < 3; ++part) {
+      dialog.setup().showPart(part);
+      if (!save(dialog, names[part])) return false;
+    }
+    dialog.setup().showPart(0);
+    dialog.setDevice("sim:size=420x297,skew=60");
+    return save(dialog, "scanner-refused");
+  }
+  bool saveRecovery() {
+    std::vector<Leftover> items;
+    int number = 0;
+    for (const Page& page : m_window.document().pages()) {
+      if (++number > 2) break;
+      const QString file = m_settings.filePath(QString("session-1-page%1.tif").arg(number));
+      quillbay::SaveRasterFile(nullptr, {page.raster}, file.toStdString(), true, nullptr);
+      const auto size = page.raster->GetSize();
+      items.push_back({Leftover::Kind::Page, file, page.name, QDateTime(QDate(2024, 5, 6), QTime(9, 10 + number)),
+                       QSize(size.width, size.height), 1, QFileInfo(file).size()});
+    }
+    const QDateTime time(QDate(2024, 5, 6), QTime(9, 30));
+    items.push_back({Leftover::Kind::Part, "/srv/maps/atlas.tif.part", "atlas.tif", time, {}, 12, 48500000});
+    items.push_back({Leftover::Kind::File, "/srv/maps/map0001.tif", "map0001.tif", time, {}, 1, 5100000});
+    items.push_back({Leftover::Kind::File, "/srv/plans/map0001.tif", "map0001.tif", time, {}, 1, 7300000});
+    return saveModal("recovery", [this, &items] {
+      m_window.prompts().recover(items, {"Page 9 (5/6/24 9:31 AM) was not copied yet when the program ended."});
+    });
+  }
+  /// Takes the picture of the window that `ask` opens, and closes it.
+  bool saveModal(const QString& name, const std::function<void()>& ask) {
+    bool saved = false;
+    QTimer timer;
+    QElapsedTimer shown;
+    QObject::connect(&timer, &QTimer::timeout, &timer, [&] {
+      auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+      if (!dialog || !dialog->isVisible()) return;
+      if (!shown.isValid()) return shown.start();  // little pictures may still come
+      if (shown.elapsed() < 1000) return;
+      timer.stop();
+      saved = save(*dialog, name);
+      dialog->reject();
+    });
+    timer.start(50);
+    ask();
+    return saved;
+  }
+  bool saveHelp() {
+    const auto help = quillbay::query<quillbay::IHelp>(m_window.app());
+    if (!help || !help->ShowTopic("QBHelp:IDH_simulated_scanner")) return false;
+    const bool saved = save(*m_window.manual(), "manual");
+    m_window.manual()->close();
+    return saved;
+  }
+
+  // Scanning.
+
+  bool use(const std::string& device) {
+    std::string why;
+    if (m_manager && m_manager->SetCurrent(device, &why) && m_window.setMode(quillbay::ScanToView)) {
+      control()->SetParam("m_Dir", "/srv/maps", nullptr);  // not the folder of who makes the pictures
+      return true;
+    }
+    std::fprintf(stderr, "%s cannot be opened: %s\n", device.c_str(), why.c_str());
+    return false;
+  }
+  void choose(QSizeF size, int mode, int dpi) {
+    control()->SetParam("m_dwAutodetect", 0, nullptr);
+    control()->SetParam("m_CurrMode", mode, nullptr);
+    control()->SetParam("m_eScanType", kCustomArea, nullptr);
+    control()->SetParam("m_fCenter", 1, nullptr);
+    control()->SetParam("m_rcScan", quillbay::tagRRECT{0, 0, size.width(), size.height()}, nullptr);
+    control()->SetParam("m_uiDPI", dpi, nullptr);
+  }
+  bool scan(QSizeF size, int mode, int dpi) {
+    choose(size, mode, dpi);
+    bool ended = false;
+    const auto link = QObject::connect(&m_window.panelDock(), &PanelDock::ended, &m_window, [&] { ended = true; });
+    m_window.startScan();
+    const bool done = waitFor([&] { return ended; });
+    QObject::disconnect(link);
+    return done && waitFor([&] {
+             const auto& pages = m_window.document().pages();
+             return !pages.empty() && !pages.back().overview.isNull();
+           });
+  }
+  quillbay::IQuillbayControl* control() { return m_window.panelDock().control(); }
+  QWidget* panel() { return m_window.panelDock().panel(); }
+  static QString tr(const char* text) { return MainWindow::tr(text); }
+
+  bool save(QWidget& widget, const QString& name) {
+    QCoreApplication::processEvents();
+    return save(widget.grab(), name);
+  }
+  bool save(const QPixmap& picture, const QString& name) {
+    const QString file = m_folder.filePath(name + m_suffix + ".png");
+    // Five bits a colour look the same here, and take two thirds of the room.
+    const QImage image = picture.toImage().convertToFormat(QImage::Format_RGB555, Qt::AvoidDither);
+    if (image.convertToFormat(QImage::Format_RGB888).save(file, "PNG", kSmallest)) return true;
+    std::fprintf(stderr, "%s was not written\n", file.toLocal8Bit().constData());
+    return false;
+  }
+
+  const QDir m_folder;
+  const QString m_suffix;
+  QTemporaryDir m_settings;
+  MainWindow m_window;
+  const quillbay::KxPtr<quillbay::IScanManager> m_manager;
+};
+
+}  // namespace
+
+int makeScreenshots(const QString& folder) {
+  if (!QDir().mkpath(folder)) {
+    std::fprintf(stderr, "the folder %s cannot be made\n", folder.toLocal8Bit().constData());
+    return 1;
+  }
+  QApplication::setStyle("Fusion");
+  for (const bool dark : {false, true}) {
+    QApplication::setPalette(dark ? darkPalette() : QApplication::style()->standardPalette());
+    if (!Shooting(folder, dark ? "dark" : "light").run()) return 1;
+  }
+  return 0;
+}
+
+}  // namespace desktop

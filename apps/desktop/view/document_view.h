@@ -1,0 +1,146 @@
+#pragma once
+#include <QPointF>
+#include <QPointer>
+#include <QWidget>
+#include <memory>
+
+#include "document/document.h"
+#include "document/page_image.h"
+#include "quillbay/view.h"
+#include "view/live_page.h"
+
+class QMouseEvent;
+
+namespace desktop {
+
+class PaintLink;
+class ZoomLink;
+
+/// Shows the document's pages beside each other at their true sizes in a view port of the library, many of them in
+/// rows, and after them the page that is being scanned, as it grows. What the person chose to see stays when pages
+/// come and go and when the window changes its size: everything, one page, or a place. Beside what the view port
+/// does (the wheel zooms about the pointer, the middle button pans, Alt with arrows scrolls), the left button pans,
+/// a click chooses a page, a double click shows it in full, arrows scroll and files can be dropped.
+class DocumentView : public QWidget {
+  Q_OBJECT
+ public:
+  DocumentView(quillbay::IApp* app, Document* document, QWidget* parent = nullptr);
+  ~DocumentView() override;
+
+  /// Shows the page that is being scanned as well. From the start of a run on the view shows the arriving page in
+  /// full, until the person zooms or pans.
+  void setLive(LivePage* live);
+  /// The page that zooming to 1:1 and the frame are about.
+  void setCurrent(int id);
+  /// Brings a page into view, at the zoom that is set; in full when one page is shown in full.
+  void reveal(int id);
+  [[nodiscard]] int current() const { return m_current; }
+  void fitAll();
+  void fitPage(int id);
+  /// One pixel of the current page is one pixel of the screen.
+  void actualPixels();
+  void zoomBy(double factor);
+  /// 1 is 1:1 of the current page; 0 without pages.
+  [[nodiscard]] double zoom() const;
+  /// The view as the panel knows it.
+  [[nodiscard]] quillbay::IKxView* kxView() const { return m_kxView.get(); }
+  /// The window that is painted on and that gets keys and mouse.
+  [[nodiscard]] QWidget* surface() const { return m_surface; }
+
+ signals:
+  void zoomChanged();
+  /// `inside` is false when the pointer left the view. Millimetres from the page's top left corner.
+  void pointerMoved(const QPointF& mm, bool inside);
+  void pageChosen(int id);
+  void filesDropped(const QStringList& files);
+
+ protected:
+  bool eventFilter(QObject* watched, QEvent* event) override;
+  void changeEvent(QEvent* event) override;
+  void paintEvent(QPaintEvent* event) override;
+
+ private:
+  friend class PaintLink;
+  friend class ZoomLink;
+  /// What stays in view.
+  enum class Fit { Everything, Page, Place };
+  /// What is shown: a page (0: the one that is being scanned) at its place in millimetres (y downwards).
+  struct Shown {
+    int id;
+    QRectF mm;
+    quillbay::KxPtr<quillbay::IRStor> raster;
+    double dpi;
+  };
+  /// The raster of a page that is shown in place of the page's own until that one can be painted at once.
+  struct StandIn {
+    int id = 0;
+    quillbay::KxPtr<quillbay::IRStor> raster;
+  };
+  /// What the view goes back to when a page that it followed vanishes.
+  struct Sight {
+    Fit fit = Fit::Everything;
+    int page = 0;
+    quillbay::CRTfm transform;
+  };
+
+  void add(int id);
+  void relayout();
+  void relayoutAround(const QRectF& before, int anchor);
+  [[nodiscard]] int middlePage() const;
+  [[nodiscard]] std::vector<Shown> newLayout();
+  void paintRasters(std::vector<Shown> layout);
+  void setGround();
+  void paintOver(QPainter& painter) const;
+  void move(const QMouseEvent& event);
+  bool key(int key);
+  void scaleTo(double pixelsPerMm);
+  void pan(double dx, double dy);
+  void show(const QRectF& mm);
+  void setTransform(const quillbay::CRTfm& wanted);
+  void showFitted();
+  bool keepsSight();
+  void transformChanged();
+  void resized();
+  [[nodiscard]] QRectF everything() const;
+  /// The page's place in client pixels.
+  [[nodiscard]] QRectF toView(const QRectF& mm) const;
+  [[nodiscard]] QRectF pageRect(int id) const;
+  [[nodiscard]] int pageAt(const QPointF& pixel) const;
+  [[nodiscard]] double pixelScale() const;
+
+  // The page that is being scanned.
+  void liveBegan();
+  void liveResized();
+  void liveGrew();
+  void liveBecame(int id, const quillbay::KxPtr<quillbay::IRStor>& raster);
+  void liveVanished();
+  void endStandIn(int id);
+  void paintLive(QPainter& painter, const QRectF& mm) const;
+  [[nodiscard]] bool showsLive() const;
+
+  Document* m_document;
+  QPointer<LivePage> m_live;
+  PageImages m_images;
+  quillbay::KxPtr<quillbay::IKxViewPort> m_port;
+  quillbay::KxPtr<quillbay::IKxView> m_kxView;
+  quillbay::KxPtr<quillbay::IKxRasterPainter> m_rasters;
+  QWidget* m_surface;
+  std::unique_ptr<PaintLink> m_paintLink;
+  std::unique_ptr<ZoomLink> m_zoomLink;
+  std::vector<Shown> m_layout;
+  double m_rowWidth = 0;  // of the layout
+  StandIn m_standIn;
+  int m_current = 0;
+  Fit m_fit = Fit::Everything;
+  int m_fitted = 0;         // the page of Fit::Page
+  bool m_follows = false;   // the arriving page, since its run began
+  Sight m_before;           // of the arriving page
+  double m_edgeMm = 0;      // where the arriving page's edge was painted
+  bool m_ours = false;      // the view itself changes the transform
+  bool m_resizing = false;  // the view port is about to show everything
+  QSize m_clientSize;
+  QPointF m_press, m_last;
+  bool m_moved = false;
+};
+
+}  // namespace desktop

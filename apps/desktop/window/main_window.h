@@ -1,0 +1,138 @@
+#pragma once
+#include <QMainWindow>
+#include <memory>
+
+#include "document/document.h"
+#include "document/page_files.h"
+#include "quillbay/control.h"
+#include "quillbay/host.h"
+#include "quillbay/quillbay.h"
+#include "window/program_settings.h"
+#include "window/prompts.h"
+
+class QActionGroup;
+
+namespace desktop {
+
+class DocumentView;
+class LivePage;
+class LogDock;
+class ManualWindow;
+class PageCommands;
+class PageList;
+class PanelDock;
+class SessionGuard;
+class StatusLine;
+
+/// Where the program keeps its settings; empty: the usual folders.
+struct ProgramFolders {
+  std::string config, state;
+};
+
+/// The program's window: the document's view, the scanning panel beside it, the pages, a log and a status line.
+/// It is a host of the panel.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+ public:
+  explicit MainWindow(const ProgramFolders& folders, QWidget* parent = nullptr);
+  ~MainWindow() override;
+
+  /// Opens the panel in the mode of the last run.
+  void start();
+  bool setMode(quillbay::eTarnwellMode mode);
+  bool reopenPanel() { return setMode(m_mode); }
+  /// Whether something goes on during which the panel must not be replaced.
+  [[nodiscard]] bool isOccupied() const;
+  /// Opens files; what cannot be read is told in one message. The page that came last is shown.
+  void openFiles(const QStringList& files);
+  bool saveCurrentAs();
+  /// Asks for names of all pages that are in no file. False when one of them is still in none.
+  bool saveAll();
+  bool saveAllInOneFile();
+  /// Closes a page, after asking when it is not saved.
+  bool closePage(int id);
+  /// Closes all pages, after asking for those that are not saved; `undoCloseAll` brings them back.
+  bool closeAll();
+  void undoCloseAll();
+  void startScan();
+
+  [[nodiscard]] Document& document() { return *m_document; }
+  [[nodiscard]] PanelDock& panelDock() { return *m_panel; }
+  [[nodiscard]] DocumentView& view() { return *m_view; }
+  [[nodiscard]] LivePage& livePage() { return *m_live; }
+  [[nodiscard]] PageList& pageList() { return *m_pages; }
+  [[nodiscard]] LogDock& log() { return *m_log; }
+  [[nodiscard]] StatusLine& statusLine() { return *m_status; }
+  [[nodiscard]] ProgramSettings& settings() { return *m_settings; }
+  [[nodiscard]] quillbay::IHostApp* app() { return m_app.get(); }
+  [[nodiscard]] PageCommands& pageCommands() { return *m_pageCommands; }
+  [[nodiscard]] SessionGuard& guard() { return *m_guard; }
+  [[nodiscard]] Prompts& prompts() { return m_prompts; }
+  /// Null until the manual was opened.
+  [[nodiscard]] ManualWindow* manual() { return m_manual.get(); }
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+
+ private:
+  QAction* addAction(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip,
+                     const std::function<void()>& run);
+  void makeHost(const ProgramFolders& folders);
+  void makeDocks();
+  void makeLivePage();
+  void connectParts();
+  void makeFileMenu();
+  void makeScanMenu();
+  void makePageMenu();
+  void makeViewMenu();
+  void makeHelpMenu();
+  void fillRecent();
+  void updateActions();
+  void restore();
+  void remember();
+
+  void takeRaster(const quillbay::HostDocument& document);
+  void noteSaved(const std::string& file);
+  void chooseScanner();
+  void useSimulatedScanner();
+  void startBatch();
+  void stop(quillbay::StopKind kind);
+  void scanEnded(int cause, const QString& fault, int pages);
+  void setUnit(const char* unit);
+  /// The person's unit, to the panel and the status line.
+  void applyUnit();
+  void choosePage(int id);
+  void about();
+  /// At a help topic ("QBHelp:IDH_ScanError"; empty: its beginning).
+  void openManual(const std::string& topic);
+  QWidget* showManual(const QString& page);
+  /// A message window for something that went wrong; it goes to the log as well.
+  void tell(const QString& text);
+  /// False when pages are unsaved and the person wants to keep the window.
+  bool maySurrenderPages(const std::vector<int>& ids);
+  bool savePages(const std::vector<int>& ids, const QString& file, bool mayReplace);
+
+  const std::shared_ptr<MainWindow*> m_self;  // what the host's callbacks hold: null when the window goes
+  Prompts m_prompts;
+  quillbay::KxPtr<quillbay::IHostApp> m_app;
+  std::unique_ptr<ProgramSettings> m_settings;
+  std::unique_ptr<ManualWindow> m_manual;
+  Document* m_document;
+  DocumentView* m_view;
+  LivePage* m_live = nullptr;
+  std::unique_ptr<PageFiles> m_files;
+  std::unique_ptr<SessionGuard> m_guard;
+  PanelDock* m_panel = nullptr;
+  PageList* m_pages = nullptr;
+  PageCommands* m_pageCommands = nullptr;
+  LogDock* m_log = nullptr;
+  StatusLine* m_status = nullptr;
+  QMenu* m_recent = nullptr;
+  QAction* m_undo = nullptr;
+  QActionGroup* m_modes = nullptr;
+  std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle;
+  quillbay::eTarnwellMode m_mode = quillbay::ScanToView;
+  bool m_closing = false;  // questions before the end are open
+};
+
+}  // namespace desktop

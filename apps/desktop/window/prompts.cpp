@@ -1,0 +1,140 @@
+#include "window/prompts.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFileDialog>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStandardPaths>
+
+#include "quillbay/formats.h"
+#include "recovery/recovery_dialog.h"
+#include "scanner/scanner_dialog.h"
+
+namespace desktop {
+
+namespace {
+
+constexpr auto kSelectable = Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard;
+
+QString text(const char* english) { return QCoreApplication::translate("Prompts", english); }
+
+QString patternsOf(const quillbay::FormatInfo& format) {
+  QStringList patterns;
+  for (const auto& extension : format.extensions) patterns += "*" + QString::fromStdString(extension);
+  return patterns.join(' ');
+}
+
+/// Where file dialogs begin: the folder that was used last in this run, else the person's documents.
+QString& lastFolder() {
+  static QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+  if (!QFileInfo(folder).isDir()) folder = QDir::homePath();
+  return folder;
+}
+
+QStringList filesToOpen(QWidget* parent) {
+  QStringList all;
+  for (const auto& format : quillbay::ListFormats()) all += patternsOf(format);
+  QStringList files =
+      QFileDialog::getOpenFileNames(parent, text("Open pages"), lastFolder(),
+                                    text("Pictures (%1)").arg(all.join(' ')) + ";;" + text("All files (*)"));
+  if (!files.isEmpty()) lastFolder() = QFileInfo(files.front()).absolutePath();
+  return files;
+}
+
+QString nameToSave(QWidget* parent, const QString& suggested, bool paged) {
+  QFileDialog dialog(parent, paged ? text("Save all pages in one file") : text("Save page"));
+  dialog.setAcceptMode(QFileDialog::AcceptSave);
+  dialog.setDirectory(lastFolder());
+  QStringList filters;
+  for (const auto& format : quillbay::ListFormats()) {
+    if (paged && !format.paged) continue;
+    filters += QString("%1 (%2)").arg(QString::fromStdString(format.name), patternsOf(format));
+  }
+  dialog.setNameFilters(filters);
+  const QString suffix = QFileInfo(suggested).suffix();
+  dialog.setDefaultSuffix(suffix.isEmpty() ? "tif" : suffix);
+  for (const QString& filter : filters) {
+    if (filter.contains("*." + dialog.defaultSuffix())) dialog.selectNameFilter(filter);
+  }
+  // A name without an extension gets that of the chosen format.
+  QObject::connect(&dialog, &QFileDialog::filterSelected, &dialog, [&dialog](const QString& filter) {
+    dialog.setDefaultSuffix(filter.section("*.", 1, 1).section(' ', 0, 0).remove(')'));
+  });
+  dialog.selectFile(suggested);
+  if (dialog.exec() != QDialog::Accepted) return {};
+  lastFolder() = dialog.directory().absolutePath();
+  return dialog.selectedFiles().value(0);
+}
+
+UnsavedAnswer askUnsaved(QWidget* parent, const QStringList& pages) {
+  QMessageBox box(QMessageBox::Warning, text("Unsaved pages"), {}, QMessageBox::NoButton, parent);
+  box.setText(pages.size() == 1 ? text("The page %1 is not saved.").arg(pages.front())
+                                : text("%1 pages are not saved.").arg(pages.size()));
+  box.setInformativeText(text("Without saving, what was scanned is lost."));
+  box.setTextInteractionFlags(kSelectable);
+  if (pages.size() > 1) box.setDetailedText(pages.join('\n'));
+  auto* save = box.addButton(pages.size() == 1 ? text("&Save...") : text("&Save all..."), QMessageBox::AcceptRole);
+  auto* discard = box.addButton(text("&Discard"), QMessageBox::DestructiveRole);
+  box.addButton(QMessageBox::Cancel);
+  box.setDefaultButton(save);
+  box.exec();
+  if (box.clickedButton() == save) return UnsavedAnswer::Save;
+  return box.clickedButton() == discard ? UnsavedAnswer::Discard : UnsavedAnswer::Cancel;
+}
+
+int askBatchPages(QWidget* parent) {
+  bool accepted = false;
+  const int pages = QInputDialog::getInt(parent, text("Scan batch"), text("&Pages (0: until no document comes)"), 0,
+                                         0, 100000, 1, &accepted);
+  return accepted ? pages : -1;
+}
+
+/// Whether a running scan is to be stopped; Return and Escape let it run.
+bool askStop(QWidget* parent) {
+  QMessageBox box(QMessageBox::Question, QCoreApplication::applicationName(), text("A scan is running."),
+                  QMessageBox::NoButton, parent);
+  box.setInformativeText(text("The page that is being scanned is dropped when it is stopped."));
+  box.setTextInteractionFlags(kSelectable);
+  const auto* stop = box.addButton(text("&Stop the scan"), QMessageBox::DestructiveRole);
+  auto* goOn = box.addButton(text("&Go on scanning"), QMessageBox::RejectRole);
+  box.setDefaultButton(goOn);
+  box.setEscapeButton(goOn);
+  box.exec();
+  return box.clickedButton() == stop;
+}
+
+}  // namespace
+
+Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& topic)> help) {
+  Prompts prompts;
+  prompts.openFiles = [parent] { return filesToOpen(parent); };
+  prompts.saveName = [parent](const QString& suggested, bool paged) {
+    return nameToSave(parent, suggested, paged);
+  };
+  prompts.folder = [parent] {
+    return QFileDialog::getExistingDirectory(parent, text("Folder for the pages"), lastFolder());
+  };
+  prompts.unsaved = [parent](const QStringList& pages) { return askUnsaved(parent, pages); };
+  prompts.stopScan = [parent] { return askStop(parent); };
+  prompts.batchPages = [parent] { return askBatchPages(parent); };
+  prompts.scanner = [parent, help](quillbay::IScanManager* manager, std::string* device) {
+    ScannerDialog dialog(manager, help, parent);
+    if (dialog.exec() != QDialog::Accepted) return false;
+    *device = dialog.device();
+    return true;
+  };
+  prompts.recover = [parent](const std::vector<Leftover>& items, const QStringList& troubles) {
+    RecoveryDialog dialog(items, troubles, parent);
+    dialog.exec();
+    return dialog.answer();
+  };
+  prompts.message = [parent, help = std::move(help)](const quillbay::HostMessage& message) {
+    return quillbay::ShowMessageWindow(parent, message, help);
+  };
+  return prompts;
+}
+
+}  // namespace desktop

@@ -1,0 +1,44 @@
+#pragma once
+#include <QStringList>
+#include <functional>
+#include <string>
+
+#include "quillbay/host.h"
+#include "recovery/leftovers.h"
+
+class QWidget;
+
+namespace quillbay {
+class IScanManager;
+}
+
+namespace desktop {
+
+enum class UnsavedAnswer { Save, Discard, Cancel };
+
+/// Everything that the program asks a person, in one place; tests answer in the person's stead.
+struct Prompts {
+  /// Files to open; empty: given up.
+  std::function<QStringList()> openFiles;
+  /// The name to save under, agreed to when it exists; empty: given up. `paged`: for several pages.
+  std::function<QString(const QString& suggested, bool paged)> saveName;
+  /// The folder for several pages; empty: given up.
+  std::function<QString()> folder;
+  /// What to do with pages that are in no file.
+  std::function<UnsavedAnswer(const QStringList& pages)> unsaved;
+  /// Whether a running scan may be stopped.
+  std::function<bool()> stopScan;
+  /// Pages of a batch, 0: until no document comes; negative: given up.
+  std::function<int()> batchPages;
+  /// Stores what opens the scanner; false: given up.
+  std::function<bool(quillbay::IScanManager* manager, std::string* device)> scanner;
+  /// What to do with what a crash has left; `troubles` are told.
+  std::function<RecoveryAnswer(const std::vector<Leftover>& items, const QStringList& troubles)> recover;
+  /// A message of the panel or the program.
+  std::function<quillbay::EventAnswer(const quillbay::HostMessage& message)> message;
+};
+
+/// Asks with windows over `parent`. `help` opens the manual at a help topic ("QBHelp:IDH_ScanError").
+[[nodiscard]] Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& topic)> help);
+
+}  // namespace desktop

@@ -1,0 +1,54 @@
+#pragma once
+#include <sane/sane.h>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+
+#include "quillbay/scan_buffer.h"
+#include "scanners/line_pipeline.h"
+#include "scanners/sane/sane_device.h"
+
+namespace quillbay {
+
+/// Reads one page of a device that was set up and started, and hands it to a sink as stripes: frames of one pass or
+/// of three, 1, 8 or 16 bits a sample, known or unknown length, padded lines. SANE thread only.
+/// Memory: a stripe and a read buffer; the first two passes of a three-pass page lie in rasters, which spill to a
+/// scratch file.
+class SanePage {
+ public:
+  struct Setup {
+    int mode = 5;
+    std::uint32_t dpi = 0;
+    int threshold = 128;
+    const KXRGBQUAD* curves = nullptr;
+    bool isPrescan = false;  ///< smaller stripes, so that a picture grows while it is scanned
+  };
+  /// `stop` becomes true when the scan is to end, on any thread.
+  SanePage(SaneDevice& device, const Setup& setup, IScanSink* sink, const std::atomic<bool>& stop);
+
+  /// Reads the page to its end. Throws UnitFaultException, code Cancelled when `stop` or the sink ended it.
+  void run();
+
+ private:
+  // Takes `lines` device lines, `stride` bytes apart.
+  using TakeLines = std::function<void(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines)>;
+
+  void readInOnePass(const SANE_Parameters& p);
+  void readInThreePasses(SANE_Parameters p);
+  void startPipeline(LinePipeline& pipeline, const SANE_Parameters& p);
+  LinePipeline::Setup pipelineSetup(const SANE_Parameters& p, DeviceSamples samples) const;
+  void readDirect(LinePipeline& pipeline, std::size_t lineBytes);
+  void readFrame(const SANE_Parameters& p, const TakeLines& take);
+  std::size_t readSome(std::uint8_t* to, std::size_t room);
+  void endPage(LinePipeline& pipeline);
+  void goOn(int answer) const;
+  void noteTail(std::size_t bytes) const;
+
+  SaneDevice& m_device;
+  Setup m_setup;
+  IScanSink* m_sink;
+  const std::atomic<bool>& m_stop;
+};
+
+}  // namespace quillbay

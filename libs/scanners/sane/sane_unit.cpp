@@ -1,0 +1,75 @@
+#include "scanners/sane/sane_unit.h"
+
+#include <cmath>
+
+#include "platform/base_services.h"
+#include "scanners/sane/sane_fault.h"
+#include "scanners/sane/sane_thread.h"
+
+namespace quillbay {
+
+SaneUnit::SaneUnit(std::shared_ptr<SaneCore> core, std::string name)
+    : m_core(std::move(core)),
+      m_name(std::move(name)),
+      m_sinks(KxPtr<TConnectionPointImpl<IScanSink>>::adopt(new TConnectionPointImpl<IScanSink>)) {}
+
+SaneUnit::~SaneUnit() {
+  m_core->stop();
+  // A sink that lets go of the unit within a notification is on the SANE thread: the scan ends after it returned.
+  if (!SaneThread::instance().isCurrent()) m_core->waitUntilIdle();
+  m_core->close();
+}
+
+int SaneUnit::GetResolutions(std::vector<UnitResolution>* out, int) {
+  const SaneCapabilities known = m_core->capabilities();
+  out->clear();
+  for (const std::int32_t dpi : known.resolutions) out->push_back({toText(std::int64_t{dpi}), dpi});
+  return static_cast<int>(out->size());
+}
+
+int SaneUnit::GetRange(int, std::int32_t* least, std::int32_t* most) {
+  const SaneCapabilities known = m_core->capabilities();
+  if (known.maxDpi <= 0) return 0;
+  *least = static_cast<std::int32_t>(std::ceil(known.minDpi));
+  *most = static_cast<std::int32_t>(known.maxDpi);
+  return 1;
+}
+
+int SaneUnit::Scan(IScanSink* sink, IParam* request) { return m_core->arm(sink, readScanWish(request)) ? 1 : 0; }
+
+int SaneUnit::Command(IScanSink*, int code) {
+  switch (static_cast<UnitCommand>(code)) {
+    case UnitCommand::Run: return m_core->run() ? 1 : 0;
+    case UnitCommand::Stop:
+    case UnitCommand::Close: m_core->stop(); return 1;
+    case UnitCommand::IsLoaded: return m_core->isLoaded() ? 1 : 0;
+    case UnitCommand::UnloadForward:
+    case UnitCommand::UnloadBack: return m_core->unload() ? 1 : 0;
+  }
+  return 0;
+}
+
+std::vector<UnitOption> SaneUnit::GetOptions() {
+  const SaneCapabilities known = m_core->capabilities();
+  std::vector<UnitOption> options;
+  options.reserve(known.options.size());
+  for (const SaneOption& o : known.options) options.push_back(describeOption(o));
+  return options;
+}
+
+int SaneUnit::SetOption(std::string_view name, std::string_view value, std::string* why) {
+  return m_core->setOption(name, value, why) ? 1 : 0;
+}
+
+KxPtr<IScan> newSaneScan(IApp* app, const std::string& device, const std::string& name, UnitFault* fault,
+                         std::shared_ptr<ScannerFinder> finder) {
+  try {
+    return KxPtr<IScan>::adopt(
+        new SaneUnit(SaneCore::open(app, device, std::move(finder)), name.empty() ? device : name));
+  } catch (const UnitFaultException& e) {
+    *fault = e.fault();
+    return {};
+  }
+}
+
+}  // namespace quillbay
