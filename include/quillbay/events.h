@@ -25,7 +25,8 @@ class IEvents : public IKxUnknown {
   virtual int Finished(int pages) = 0;
   /// An event by number. Answers as `Message`.
   virtual int Event(int code, const char* detail, int buttons) = 0;
-  /// Shows a message. A help topic may follow the text between dollar signs ("...$QBHelp:IDH_MaskEmpty$").
+  /// Shows a message. A help topic may end the text, between dollar signs ("...$QBHelp:IDH_MaskEmpty$",
+  /// see splitEventText).
   virtual int Message(int kind, const char* text, int flags, int buttons) = 0;
   /// Asks for a line of text; `secret` hides what is typed. Answers 1, or 0 when nobody answered. Any thread that
   /// is not holding up the user-interface thread.
@@ -45,11 +46,23 @@ struct EventText {
   std::string text;
   std::string helpTopic;  ///< e.g. "QBHelp:IDH_ScanError"; empty without one
 };
+
+/// Parts a message from its help topic. A topic is "$BOOK:IDH_NAME$" at the very end of the message, BOOK and NAME
+/// of letters, digits and underscores; every other dollar sign belongs to the text, which may hold paths.
 [[nodiscard]] inline EventText splitEventText(const std::string& message) {
-  const auto first = message.find('$');
-  if (first == std::string::npos) return {message, {}};
-  const auto last = message.find('$', first + 1);
-  return {message.substr(0, first), message.substr(first + 1, last == std::string::npos ? last : last - first - 1)};
+  const EventText plain{message, {}};
+  if (message.size() < 2 || message.back() != '$') return plain;
+  const auto first = message.rfind('$', message.size() - 2);
+  if (first == std::string::npos) return plain;
+  const std::string topic = message.substr(first + 1, message.size() - first - 2);
+  const auto colon = topic.find(':');
+  if (colon == std::string::npos || colon == 0 || topic.compare(colon + 1, 4, "IDH_") != 0) return plain;
+  for (std::size_t i = 0; i < topic.size(); ++i) {
+    const char c = topic[i];
+    const bool isWord = (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+    if (!isWord && i != colon) return plain;
+  }
+  return {message.substr(0, first), topic};
 }
 
 }  // namespace quillbay

@@ -28,12 +28,13 @@ bool setAsideLeftover(IEvents* events, const std::string& path) {
     const std::string aside = SetAsideLeftover(path);
     if (aside.empty()) return true;
     const std::string text =
-        formatText(Supp_Translate("A scan of %s was interrupted earlier. What it had finished was kept as %s."),
+        formatText(Supp_Translate("A scan of %s was interrupted earlier. What it had finished was kept as "
+                                  "%s.$QBHelp:IDH_Recovering$"),
                    {path, aside});
-    logLine(LogLevel::Warning, kCategory, text);
-    if (events)
-      events->Message(static_cast<int>(EventKind::Information), text.c_str(), 0,
-                      static_cast<int>(EventButtons::Ok));
+    logLine(LogLevel::Warning, kCategory, splitEventText(text).text);
+    if (!events) return true;
+    events->Subject(aside.c_str(), nullptr);
+    events->Message(static_cast<int>(EventKind::Information), text.c_str(), 0, static_cast<int>(EventButtons::Ok));
     return true;
   } catch (const CXException& e) {
     signalCannotWrite(events, path, e.what());

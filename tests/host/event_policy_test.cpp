@@ -21,6 +21,7 @@ TEST(EventPolicy, AnswersWithoutAPerson) {
       {"information", 12, 7, "Hello", false, 7},
       {"overwriting is refused", 14, 1, kOverwrite, false, 2},
       {"unless it was asked for", 14, 1, kOverwrite, true, 1},
+      {"whatever the path holds", 14, 1, "File /a$b.tif exists?$QBHelp:IDH_QB_OverWrite$", true, 1},
       {"which answers no other question", 14, 1, "Delete everything?", true, 2},
       {"nobody loads a document", 16, 3, "Scanner not ready: <Media not loaded>", true, 3},
       {"the whole image is scanned", 14, 1, "Could not autodetect bounds?$QBHelp:IDH_AutodetectError$", false, 1},
@@ -34,12 +35,36 @@ TEST(EventPolicy, AnswersWithoutAPerson) {
     int heard = 0;
     options.onMessage = [&](const HostMessage& message) {
       ++heard;
-      EXPECT_EQ(message.text.find('$'), std::string::npos);
+      EXPECT_EQ(message.text.find("QBHelp"), std::string::npos);
       return message.answer;
     };
     const auto events = New_HostApp(options).as<IEvents>();
     EXPECT_EQ(events->Message(c.kind, c.text, 0, c.buttons), c.want);
     EXPECT_EQ(heard, 1);
+  }
+}
+
+TEST(EventPolicy, OnlyTheEndOfAMessageIsATopic) {
+  struct Case {
+    const char *message, *text, *topic;
+  };
+  const Case cases[] = {
+      {"Empty.$QBHelp:IDH_MaskEmpty$", "Empty.", "QBHelp:IDH_MaskEmpty"},
+      {"File /a$b.tif exists.$QBHelp:IDH_QB_OverWrite$", "File /a$b.tif exists.", "QBHelp:IDH_QB_OverWrite"},
+      {"File /$a$/b.tif exists.$QBHelp:IDH_QB_OverWrite$", "File /$a$/b.tif exists.", "QBHelp:IDH_QB_OverWrite"},
+      {"Cannot write /a$b.tif", "Cannot write /a$b.tif", ""},
+      {"Cannot write /a/$b$", "Cannot write /a/$b$", ""},
+      {"Cannot write /a/$b:c$", "Cannot write /a/$b:c$", ""},
+      {"$QBHelp:IDH_MaskEmpty$ is a topic", "$QBHelp:IDH_MaskEmpty$ is a topic", ""},
+      {"It costs 5$", "It costs 5$", ""},
+      {"$", "$", ""},
+      {"$$", "$$", ""},
+      {"", "", ""},
+  };
+  for (const Case& c : cases) {
+    const EventText parts = splitEventText(c.message);
+    EXPECT_EQ(parts.text, c.text);
+    EXPECT_EQ(parts.helpTopic, c.topic) << c.message;
   }
 }
 
