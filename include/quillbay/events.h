@@ -7,12 +7,16 @@ namespace quillbay {
 
 /// Kinds of `IEvents::Message`.
 enum class EventKind : int { Information = 12, Question = 14, Retry = 16 };
-/// Button sets: OK; Yes (answer 1) and No; Retry (answer 1) and Cancel (answer 3).
-enum class EventButtons : int { YesNo = 1, RetryCancel = 3, Ok = 7 };
+/// Button sets: Yes (answer 1) and No; OK (answer 7) and Cancel (answer 3); Retry (answer 1) and Cancel (answer 3);
+/// OK.
+enum class EventButtons : int { YesNo = 1, OkCancel = 2, RetryCancel = 3, Ok = 7 };
 enum class EventAnswer : int { Yes = 1, Retry = 1, No = 2, GiveUp = 3, Ok = 7 };
 
 /// Event "this file or folder cannot be written".
 inline constexpr int kEventCannotWrite = 9;
+/// Event "put the next document on the scanner": a batch on a device without a feeder asks so between its
+/// documents, with `EventButtons::OkCancel`. The detail is the whole text. OK goes on, Cancel ends the batch.
+inline constexpr int kEventNextDocument = 10;
 
 /// The host's messages and events. Called on the user-interface thread, except `Note`.
 class IEvents : public IKxUnknown {

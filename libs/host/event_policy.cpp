@@ -19,6 +19,7 @@ EventKind kindOf(int kind) {
 EventButtons buttonsOf(int buttons) {
   switch (buttons) {
     case static_cast<int>(EventButtons::YesNo): return EventButtons::YesNo;
+    case static_cast<int>(EventButtons::OkCancel): return EventButtons::OkCancel;
     case static_cast<int>(EventButtons::RetryCancel): return EventButtons::RetryCancel;
     default: return EventButtons::Ok;
   }
@@ -40,6 +41,7 @@ HostMessage makeMessage(int kind, const char* text, int buttons, const AnswerPol
 EventAnswer policyAnswer(const HostMessage& message, const AnswerPolicy& policy) {
   switch (message.buttons) {
     case EventButtons::Ok: return EventAnswer::Ok;
+    case EventButtons::OkCancel:
     case EventButtons::RetryCancel: return EventAnswer::GiveUp;
     case EventButtons::YesNo: break;
   }
@@ -50,6 +52,7 @@ EventAnswer policyAnswer(const HostMessage& message, const AnswerPolicy& policy)
 
 const char* answerText(const HostMessage& message) {
   if (message.buttons == EventButtons::Ok) return "";
+  if (message.buttons == EventButtons::OkCancel) return message.answer == EventAnswer::Ok ? "OK" : "cancelled";
   if (message.buttons == EventButtons::RetryCancel) {
     return message.answer == EventAnswer::Retry ? "trying again" : "given up";
   }

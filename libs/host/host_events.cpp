@@ -41,14 +41,17 @@ int CHostEvents::Event(int code, const char* detail, int buttons) {
   const Pending subject = std::exchange(m_pending, {});
   const std::string cause = subject.cause.empty() ? orEmpty(detail) : subject.cause;
   std::string text;
-  if (code != kEventCannotWrite) {
+  if (code == kEventNextDocument) {
+    text = cause.empty() ? Supp_Translate("Put the next document on the scanner.") : std::string();
+  } else if (code != kEventCannotWrite) {
     text = formatText(Supp_Translate("Event %d"), {std::to_string(code)});
   } else if (subject.path.empty() || cause.find(subject.path) == std::string::npos) {
     text = formatText(Supp_Translate("Cannot write to %s"),
                       {subject.path.empty() ? Supp_Translate("the output file") : subject.path});
   }
   if (!text.empty() && !cause.empty()) text += ": ";
-  HostMessage message = makeMessage(static_cast<int>(EventKind::Information), "", buttons, m_answers);
+  const EventKind kind = code == kEventNextDocument ? EventKind::Question : EventKind::Information;
+  HostMessage message = makeMessage(static_cast<int>(kind), "", buttons, m_answers);
   message.text = text + cause;  // not parted at dollar signs: a path may hold some
   message.event = code;
   message.path = subject.path;

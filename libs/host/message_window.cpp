@@ -40,6 +40,7 @@ QString pictureName(const HostMessage& message) {
 QDialogButtonBox::StandardButtons buttonsOf(EventButtons kind) {
   switch (kind) {
     case EventButtons::YesNo: return QDialogButtonBox::Yes | QDialogButtonBox::No;
+    case EventButtons::OkCancel: return QDialogButtonBox::Ok | QDialogButtonBox::Cancel;
     case EventButtons::RetryCancel: return QDialogButtonBox::Retry | QDialogButtonBox::Cancel;
     case EventButtons::Ok: break;
   }
@@ -51,6 +52,7 @@ QDialogButtonBox::StandardButton defaultOf(EventButtons kind) {
   switch (kind) {
     case EventButtons::YesNo: return QDialogButtonBox::No;
     case EventButtons::RetryCancel: return QDialogButtonBox::Retry;
+    case EventButtons::OkCancel:
     case EventButtons::Ok: break;
   }
   return QDialogButtonBox::Ok;
@@ -158,6 +160,7 @@ EventAnswer MessageWindow::ask() {
   const bool agreed = exec() == QDialog::Accepted;
   switch (m_kind) {
     case EventButtons::YesNo: return agreed ? EventAnswer::Yes : EventAnswer::No;
+    case EventButtons::OkCancel: return agreed ? EventAnswer::Ok : EventAnswer::GiveUp;
     case EventButtons::RetryCancel: return agreed ? EventAnswer::Retry : EventAnswer::GiveUp;
     case EventButtons::Ok: break;
   }
