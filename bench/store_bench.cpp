@@ -13,6 +13,7 @@
 
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
+#include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 #include "scanners/line_pipeline.h"
 #include "scanners/sim/sim_scan.h"
@@ -68,10 +69,10 @@ std::vector<KxPtr<IScanBuffer>> drawing(int mode, int dpi, double lengthMm) {
   const auto scan = newSimScan("sim:width=900,size=860x5000,at=10x5,seed=4,drawing=map", &why);
   const auto unit = scan.as<IQuillbayUnit>();
   const auto request = new_MemParam();
-  request->SetValue("MODE", mode);
-  request->SetValue("ImageDPI", dpi);
-  request->SetValue("RECT", tagRRECT{0, 0, 880, lengthMm});
-  request->SetValue("SCAN_TYPE", 2);
+  request->SetValue(key::Mode, mode);
+  request->SetValue(key::ImageDpi, dpi);
+  request->SetValue(key::Rect, tagRRECT{0, 0, 880, lengthMm});
+  request->SetValue(key::RequestType, 2);
   const auto sink = KxPtr<Collector>::adopt(new Collector);
   unit->Scan(sink.get(), request.get());
   unit->Command(sink.get(), 0);
@@ -88,10 +89,10 @@ double writeByStore(const std::vector<KxPtr<IScanBuffer>>& stripes, const std::s
   const auto app = KxPtr<BenchApp>::adopt(new BenchApp(compression));
   const auto start = std::chrono::steady_clock::now();
   const auto store = KxPtr<CScanToFileStor>::adopt(new CScanToFileStor(app.get(), nullptr));
-  FileOutput output;
-  output.path = path;
-  output.mayReplace = true;
-  store->SetOutput(output);
+  PageTarget target;
+  target.path = path;
+  target.mayReplace = true;
+  store->SetTarget(target);
   for (const auto& stripe : stripes) store->AddStripe(stripe.get());
   store->Finish(nullptr, 0, 1);
   const double took = seconds(start);

@@ -28,10 +28,10 @@ class PartOf : public Interface {
   Owner* m_owner;
 };
 
-///           Save                Commit / KeepPart
-///   Ready --------> PageWritten -----------------> Done
-///     |  (0 or throws: Ready)  |                     ^
-///     +------------------------+------ Abandon ------+
+///           Save                 Commit
+///   Ready --------> PageWritten --------> Done
+///     |  (0 or throws: Ready)  |            ^
+///     +------------------------+- Abandon --+
 enum class State { Ready, PageWritten, Done };
 
 class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
@@ -40,50 +40,38 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
       : m_format(format),
         m_params(KxPtr<IIOParams>::share(params)),
         m_fileName(std::move(fileName)),
-        m_target(PartRegistry::instance().take(m_fileName)) {
-    m_joined = m_target && m_target->isBatch();
+        m_part(PartRegistry::instance().take(m_fileName)) {
+    m_joined = m_part && m_part->isBatch();
     if (m_joined) return;
-    m_target = nullptr;  // a single page that could not be published: it is set aside like any leftover
+    m_part = nullptr;  // a single page that could not be published: it is set aside like any leftover
     if (format->paged && fio::exists(m_fileName)) {
       fio::testWritable(m_fileName);  // added to, or replaced: the kind of save tells
       return;
     }
-    m_target = createPart(format, m_fileName);
+    m_part = createPart(format, m_fileName);
   }
 
   std::string GetFileName() override { return m_fileName; }
 
-  void SetExpectedLines(std::int64_t lines) override { m_expectedLines = lines; }
-  void SetMayReplace(bool mayReplace) override { m_mayReplace = mayReplace; }
+  void SetTarget(const PageTarget& target) override { m_page = target; }
 
-  void Commit() override {
+  int Commit() override {
     finishPage();
+    const bool last = m_page.isLast || !m_pagedPage;
     if (m_inPlace) {
-      m_target->file().sync();
+      m_part->file().sync();
+    } else if (!last) {
+      m_part->setBatch();
+      keep();
     } else {
-      try {
-        publishPart(*m_target, m_fileName, m_mayReplace);
-      } catch (...) {
-        keep();  // for PublishPart, once the reason is gone
-        throw;
-      }
+      publish();
     }
-    m_target = nullptr;
+    m_part = nullptr;
     m_state = State::Done;
+    return last ? 1 : 0;
   }
 
-  void KeepPart() override {
-    if (!m_pagedPage)
-      throw CXIFaceException("keep " + m_fileName + ": only a file of several pages is kept unfinished");
-    finishPage();
-    if (!m_inPlace) {
-      m_target->setBatch();
-      return keep();
-    }
-    m_target->file().sync();
-    m_target = nullptr;
-    m_state = State::Done;
-  }
+  int IsWritten() override { return m_written ? 1 : 0; }
 
   void Abandon() override {
     try {
@@ -127,14 +115,14 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
   int pageCount() {
     if (m_state == State::Done) return m_pages;
     openTarget(true);
-    return m_target->pageCount();
+    return m_part->pageCount();
   }
 
   void openTarget(bool paged) {
-    if (m_target) return;
+    if (m_part) return;
     m_inPlace = paged && fio::exists(m_fileName);
-    m_target = m_inPlace ? std::make_unique<WritingFile>(m_format, m_fileName, m_fileName, PageFile::Mode::Append)
-                         : createPart(m_format, m_fileName);
+    m_part = m_inPlace ? std::make_unique<WritingFile>(m_format, m_fileName, m_fileName, PageFile::Mode::Append)
+                       : createPart(m_format, m_fileName);
   }
 
   int save(IRStor* raster, IProgress* progress, bool paged) {
@@ -146,8 +134,8 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
           "write " + m_fileName + ": a running batch writes this file; end it or choose another name", m_fileName);
     }
     openTarget(paged);
-    const PageRequest request{m_format, m_params.get(), m_fileName, m_expectedLines, paged};
-    if (!savePage(*m_target, request, raster, progress)) return 0;
+    const PageRequest request{m_format, m_params.get(), m_fileName, m_page.expectedLines, paged};
+    if (!savePage(*m_part, request, raster, progress)) return 0;
     m_pagedPage = paged;
     m_state = State::PageWritten;
     return 1;
@@ -155,12 +143,22 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
 
   void finishPage() {
     if (m_state != State::PageWritten) throw CXIFaceException("write " + m_fileName + ": no page was saved");
-    m_target->finishPage();
-    m_pages = m_target->pageCount();
+    m_part->finishPage();
+    m_written = true;
+    m_pages = m_part->pageCount();
+  }
+
+  void publish() {
+    try {
+      publishPart(*m_part, m_fileName, m_page.mayReplace);
+    } catch (...) {
+      keep();  // for PublishPart, once the reason is gone
+      throw;
+    }
   }
 
   void keep() {
-    PartRegistry::instance().keep(m_fileName, std::move(m_target));
+    PartRegistry::instance().keep(m_fileName, std::move(m_part));
     m_state = State::Done;
     m_kept = true;
   }
@@ -169,29 +167,29 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
     if (m_state == State::Done) {
       // After a Commit that could not publish: the page is not wanted any more.
       if (!std::exchange(m_kept, false) || m_pagedPage) return;
-      m_target = PartRegistry::instance().take(m_fileName);
+      m_part = PartRegistry::instance().take(m_fileName);
     }
     m_state = State::Done;
-    if (!m_target) return;
-    m_target->dropPage();
+    if (!m_part) return;
+    m_part->dropPage();
     if (m_joined) {
-      PartRegistry::instance().keep(m_fileName, std::move(m_target));
+      PartRegistry::instance().keep(m_fileName, std::move(m_part));
     } else if (!m_inPlace) {
-      deletePart(*m_target);
+      deletePart(*m_part);
     }
-    m_target = nullptr;
+    m_part = nullptr;
   }
 
   const QbFormat* m_format;
   KxPtr<IIOParams> m_params;
   std::string m_fileName;
-  std::unique_ptr<WritingFile> m_target;
+  PageTarget m_page;
+  std::unique_ptr<WritingFile> m_part;
   bool m_joined = false;     // the part of a running batch
   bool m_inPlace = false;    // a page added to the file itself
   bool m_pagedPage = false;  // the page was saved as one of several
-  bool m_kept = false;       // the registry has the part
-  bool m_mayReplace = false;
-  std::int64_t m_expectedLines = 0;
+  bool m_written = false;
+  bool m_kept = false;  // the registry has the part
   int m_pages = 0;
   State m_state = State::Ready;
   SinglePage m_single{this};

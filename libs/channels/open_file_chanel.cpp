@@ -95,10 +95,9 @@ class COpenFileChanel final : public CKxUnknownImpl<IKxFileChanel, IKxRasterLoad
   }
 
   std::string GetFileName() override { return m_file.path(); }
-  void SetExpectedLines(std::int64_t) override {}
-  void SetMayReplace(bool) override {}
-  void Commit() override { throw CXIFaceException(m_file.path() + " was opened for reading"); }
-  void KeepPart() override { throw CXIFaceException(m_file.path() + " was opened for reading"); }
+  void SetTarget(const PageTarget&) override {}
+  int Commit() override { throw CXIFaceException(m_file.path() + " was opened for reading"); }
+  int IsWritten() override { return 0; }
   void Abandon() override {}
 
   int GetPageCount() override { return m_format->reader_pages(m_reader); }

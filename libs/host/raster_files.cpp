@@ -57,8 +57,11 @@ KxPtr<Saving> savingOf(const KxPtr<IKxFileChanel>& channel, IRStor* raster, cons
 bool saveOne(IIOParams* io, IRStor* page, const std::string& path, bool mayReplace, IProgress* progress) {
   const auto channel = new_FileChanel(io, path, nullptr, nullptr);
   const auto saving = savingOf<IKxRasterSaveFileChanel>(channel, page, path, "%s: this format takes no page.");
-  channel->SetExpectedLines(page->GetHeight());
-  channel->SetMayReplace(mayReplace);
+  PageTarget target;
+  target.path = path;
+  target.mayReplace = mayReplace;
+  target.expectedLines = page->GetHeight();
+  channel->SetTarget(target);
   if (!saving->Save(page, progress)) return false;
   channel->Commit();
   return true;
@@ -71,9 +74,14 @@ bool saveAll(IIOParams* io, const std::vector<KxPtr<IRStor>>& pages, const std::
     const auto channel = new_FileChanel(io, growing.name(), nullptr, nullptr);
     const auto saving = savingOf<IKxRasterSavePagedChanel>(
         channel, page.get(), path, "%s: this format has one page to a file; choose another one.");
-    channel->SetExpectedLines(page->GetHeight());
+    PageTarget target;
+    target.path = growing.name();
+    target.joinsPart = true;
+    target.isLast = false;
+    target.expectedLines = page->GetHeight();
+    channel->SetTarget(target);
     if (!saving->Save(page.get(), progress)) return false;
-    channel->KeepPart();
+    channel->Commit();
   }
   growing.publish(path, mayReplace);
   return true;

@@ -4,6 +4,7 @@
 
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 namespace {
@@ -27,8 +28,11 @@ void appendPage(IIOParams* io, const std::string& file, IRStor* raster) {
                    {file}),
         file);
   }
-  channel->SetExpectedLines(raster->GetHeight());
-  channel->SetMayReplace(false);
+  PageTarget target;
+  target.path = file;
+  target.joinsPart = true;
+  target.expectedLines = raster->GetHeight();
+  channel->SetTarget(target);
   if (!save->Save(raster, nullptr)) throw CXFileException(formatText("%s: the page was given up.", {file}), file);
   channel->Commit();
 }
@@ -51,17 +55,17 @@ std::string readScript(const std::string& path) {
 int CHostScriptSink::ExecCommand(const char* command, IParam* arguments) {
   const std::string name = command ? command : "";
   bool done = false;
-  if (sameKey(name, "IntClearAllRasters")) {
+  if (sameKey(name, script_key::ClearAllRasters)) {
     done = clearRasters(arguments);
-  } else if (sameKey(name, "IntAddRaster")) {
+  } else if (sameKey(name, script_key::AddRaster)) {
     done = addRaster(arguments);
-  } else if (sameKey(name, "IntAddPage")) {
+  } else if (sameKey(name, script_key::AddPage)) {
     done = addPage(arguments);
-  } else if (sameKey(name, "ProcessScript")) {
+  } else if (sameKey(name, script_key::Process)) {
     done = paramInt(arguments, kIgnoreCommand) || processScript(arguments);
   } else if (sameKey(name, kAutocorrect)) {
     done = paramInt(arguments, kIgnoreCommand) || autocorrect(arguments);
-  } else if (sameKey(name, "KillCommand")) {
+  } else if (sameKey(name, script_key::Kill)) {
     done = !m_onClose || m_onClose();
   } else {
     logLine(LogLevel::Warning, "quillbay.host", "unknown script command " + name);
@@ -79,14 +83,14 @@ ScriptWorld CHostScriptSink::world() const {
 
 bool CHostScriptSink::clearRasters(IParam* arguments) {
   // No page comes after a preview or a connection; what a multi-page document has stays.
-  const bool noPageComes = paramInt(arguments, "Prescan") || paramInt(arguments, "Connect");
-  if (m_clear == ClearPolicy::Keep || noPageComes || paramInt(arguments, "Multipage")) return true;
+  const bool noPageComes = paramInt(arguments, script_key::Prescan) || paramInt(arguments, script_key::Connect);
+  if (m_clear == ClearPolicy::Keep || noPageComes || paramInt(arguments, script_key::MultiPage)) return true;
   const auto held = pages();
   if (m_clear == ClearPolicy::Discard) {
     held->Clear(m_parts.events->interactive() ? 0 : 1);
     return true;
   }
-  if (paramInt(arguments, "BatchScan")) return true;  // nobody shall be asked in the middle of it
+  if (paramInt(arguments, script_key::BatchScan)) return true;  // nobody shall be asked in the middle of it
   if (held->CountUnsaved() > 0) {
     const std::string text =
         Supp_Translate("Some scanned pages are not saved. Discard them?$QBHelp:IDH_DiscardPages$");
@@ -97,14 +101,14 @@ bool CHostScriptSink::clearRasters(IParam* arguments) {
 }
 
 bool CHostScriptSink::addRaster(IParam* arguments) {
-  const CKxVariant value = paramValue(arguments, "RStor");
+  const CKxVariant value = paramValue(arguments, script_key::Raster);
   const auto* object = value.get<KxPtr<IKxUnknown>>();
   HostPage page;
   page.raster = object ? object->as<IRStor>() : KxPtr<IRStor>{};
   if (!page.raster) return false;
-  page.file = paramString(arguments, "FileName");
-  page.multipage = paramInt(arguments, "Multipage") != 0;
-  page.batch = paramInt(arguments, "BatchScan") != 0;
+  page.file = paramString(arguments, script_key::FileName);
+  page.multipage = paramInt(arguments, script_key::MultiPage) != 0;
+  page.batch = paramInt(arguments, script_key::BatchScan) != 0;
   const int id = pages()->Add(page);
   if (id <= 0) return false;
   m_lastPage = id;
@@ -113,7 +117,7 @@ bool CHostScriptSink::addRaster(IParam* arguments) {
 }
 
 bool CHostScriptSink::addPage(IParam* arguments) {
-  const std::string file = paramString(arguments, "FileName");
+  const std::string file = paramString(arguments, script_key::FileName);
   const auto held = pages();
   HostPage page;
   if (file.empty() || !held->GetPage(m_lastPage, &page)) return false;
@@ -129,13 +133,13 @@ bool CHostScriptSink::addPage(IParam* arguments) {
 }
 
 bool CHostScriptSink::processScript(IParam* arguments) {
-  const std::string text = paramString(arguments, "Script");
-  if (text.empty()) return runFile(paramString(arguments, "FileName"), arguments);
-  return runText(text, {}, paramString(arguments, "Title", Supp_Translate("command")), arguments);
+  const std::string text = paramString(arguments, script_key::Text);
+  if (text.empty()) return runFile(paramString(arguments, script_key::FileName), arguments);
+  return runText(text, {}, paramString(arguments, script_key::Title, Supp_Translate("command")), arguments);
 }
 
 bool CHostScriptSink::autocorrect(IParam* arguments) {
-  std::string path = paramString(arguments, "FileName");
+  std::string path = paramString(arguments, script_key::FileName);
   if (path.empty()) {
     const auto scripts = KxPtr<IParam>::adopt(m_parts.profile->GetSection("Scripts", 0));
     path = paramString(scripts.get(), kAutocorrect);

@@ -54,7 +54,7 @@ CMaindlg::~CMaindlg() {
       finishPage(false);
     }
     m_params->destinationStore->Reset();
-    publishOpenFile();
+    endRunFile();
     m_report.note(EndCause::Stopped);
     m_report.end();  // whoever heard a run begin hears its end
     if (m_initialised) SaveSettings();
@@ -242,12 +242,6 @@ int CMaindlg::DetectArea(int mask) {
   const auto request = CollectRequest();
   if (!request) return 0;
   return m_steps.detection->Detect(request.get(), mask) != 0 && m_steps.detection->AreaFound() ? 1 : 0;
-}
-
-int CMaindlg::BatchContinues() {
-  if (m_stopAsked) return 0;
-  if (values().bursting && m_session.burstActive()) return m_stopAfterPage ? 0 : 1;
-  return m_session.batch() && !m_stopAfterPage && !m_report.isLastWanted() ? 1 : 0;
 }
 
 int CMaindlg::ExecCommand(const char* name, IParam* arguments) {

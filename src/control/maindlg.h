@@ -29,6 +29,7 @@ class QToolBar;
 
 namespace quillbay {
 
+class IFileDestination;
 class PanelSink;
 
 /// The panel's window and the performer of everything that happens in it: connects the scanner, makes the pages and
@@ -91,7 +92,6 @@ class CMaindlg final : public CDialog, private IPanelController {
   int OffersDetection() override { return m_steps.detection->IsOffered() ? 1 : 0; }
   int DetectArea(int mask) override;
   void RunPostProcessing() override {}
-  int BatchContinues() override;
   int ExecCommand(const char* command, IParam* arguments) override;
 
   // Start-up
@@ -115,7 +115,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   // Runs
   [[nodiscard]] bool beginRun(int wantedPages);
   void finishRun();
-  void publishOpenFile();
+  void endRunFile();
   void refuse(EndCause cause, UnitFault fault = {});
   void Scan();
   [[nodiscard]] bool canFindArea();
@@ -138,6 +138,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   [[nodiscard]] bool ClearHostRasters(ClearFor what);
   [[nodiscard]] KxPtr<IParam> CollectRequest();
   void PushSettings();
+  [[nodiscard]] bool isLastPage() const;
+  [[nodiscard]] IFileDestination* fileDestination() const;
   [[nodiscard]] std::shared_ptr<ScanPlan> makePlan(SessionState kind) const;
   [[nodiscard]] KxPtr<ISStripStor> makeViewStore() const;
 

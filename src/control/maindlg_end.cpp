@@ -1,7 +1,6 @@
 #include "control/command_ids.h"
 #include "control/maindlg.h"
 #include "destinations/file_destination.h"
-#include "destinations/page_end.h"
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
 #include "platform/post_command.h"
@@ -18,15 +17,11 @@ void CMaindlg::onStarted() {
     ScanValues& v = quiet();
     v.dpi = static_cast<std::int32_t>(m_lastStart.dpi);
     v.colorSpace = m_lastStart.colorSpace;
-    if (!m_lastStart.output.refused) {
-      v.outputFile = m_lastStart.output.path;
-      v.counter = m_lastStart.output.counter;
-      v.useAutoCounter = m_lastStart.output.useAutoCounter;
-    }
+    if (auto* files = fileDestination()) files->pageStarted(m_lastStart.page);
   }
-  if (m_lastStart.output.refused) {
+  if (!m_lastStart.page.refused.empty()) {
     m_report.note(EndCause::Output);  // first: the run may end while the message is shown
-    showMessage(EventKind::Information, m_lastStart.output.why, EventButtons::Ok);
+    showMessage(EventKind::Information, m_lastStart.page.refused, EventButtons::Ok);
   }
   if (m_session.state() != SessionState::Scanning && m_session.state() != SessionState::Finishing) return;
   ScanStartInfo info;
@@ -34,7 +29,7 @@ void CMaindlg::onStarted() {
   info.expectedLines = m_lastStart.lines > 0 ? m_lastStart.lines : m_expectedLines > 0 ? m_expectedLines : -1;
   info.dpi = m_lastStart.dpi;
   info.colorSpace = m_lastStart.colorSpace;
-  info.file = m_lastStart.output.path;
+  info.file = m_lastStart.page.target.path;
   m_report.started(info);
 }
 
@@ -88,12 +83,9 @@ void CMaindlg::onScanDone(int code) {
     finishPage(cancelled);
     return;
   }
-  if (auto* file = dynamic_cast<CScanToFileStor*>(m_params->destinationStore.get())) {
-    file->SetPublishAtEnd(!values().multiPage || !BatchContinues());
-  }
   m_writerFinishes = true;
   outcome->BeginFinish(
-      minimumPageLines(values()),
+      m_lastStart.page.target.leastLines,
       [](void* dialog) { PostCommand(static_cast<CMaindlg*>(dialog), command::kWritten, 1); }, this);
 }
 
@@ -123,9 +115,6 @@ void CMaindlg::finishPage(bool cancelled) {
     m_session.setBatch(false);
   }
   if (taken) {
-    m_report.openFile = info.published || info.file.empty() ? std::string() : info.file;
-    m_report.openMayReplace = false;
-    m_report.openPages = m_report.openFile.empty() ? 0 : m_report.openPages + 1;
     m_report.pageFinished(info);
   }
   m_params->set(scan_key::CustomScanValid, 0);
@@ -181,6 +170,7 @@ void CMaindlg::onReady() {
 void CMaindlg::finishRun() {
   if (!m_report.isRunning() || m_session.isBusy()) return;
   reportStoreError();
+  endRunFile();
   if (m_session.burstActive()) BurstEnd();
   m_session.setBatch(false);
   m_params->set(scan_key::CustomScanValid, 0);
@@ -199,27 +189,22 @@ void CMaindlg::finishRun() {
     showMessage(EventKind::Information, fault.text, EventButtons::Ok);
   }
   if (std::exchange(m_stopAsked, false)) m_report.note(EndCause::Stopped);
-  publishOpenFile();
   enablePages(true);
   SetStatus(0);
   m_report.end();
   updateButtons();
 }
 
-/// Gives a multi-page file of this run that is still a part its final name.
-void CMaindlg::publishOpenFile() {
-  if (m_report.openFile.empty()) return;
-  const std::string file = std::exchange(m_report.openFile, {});
-  try {
-    // Pages that were added to an existing file went into it in place.
-    if (fio::exists(file + ".part")) PublishPart(file, m_report.openMayReplace);
-    m_report.published(file, m_report.openPages);
-  } catch (const CXException& e) {
-    m_report.note(EndCause::Output);
-    showMessage(EventKind::Information, e.what(), EventButtons::Ok);
-  }
-  m_report.openPages = 0;
+/// Lets the destination give the run's multi-page file its final name.
+void CMaindlg::endRunFile() {
+  auto* files = fileDestination();
+  if (!files) return;
+  const RunFile end = files->endRun();
+  if (end.fate == RunFile::Fate::Published) m_report.published(end.file, end.pages);
+  if (end.fate == RunFile::Fate::Failed) m_report.note(EndCause::Output);
 }
+
+IFileDestination* CMaindlg::fileDestination() const { return dynamic_cast<IFileDestination*>(m_destination.get()); }
 
 void CMaindlg::reportStoreError() {
   const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get());

@@ -8,15 +8,13 @@
 #include "destinations/file_destination.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
+#include "quillbay/scan_keys.h"
 #include "stores/simple_stor.h"
 #include "stores/view_nothing_stor.h"
 
 namespace quillbay {
 
 namespace {
-/// "SCAN_TYPE" of a request.
-constexpr std::int32_t kTypePrescan = 0;
-constexpr std::int32_t kTypeScan = 2;
 /// How often a device is asked whether a document is loaded.
 constexpr int kLoadedPollMs = 250;
 }  // namespace
@@ -41,12 +39,12 @@ void CMaindlg::refuse(EndCause cause, UnitFault fault) {
 
 bool CMaindlg::ClearHostRasters(ClearFor what) {
   const auto set = new_MemParam();
-  if (values().multiPage) set->SetValue("Multipage", 1);
-  if (what == ClearFor::Connection) set->SetValue("Connect", 1);
-  if (what == ClearFor::Preview) set->SetValue("Prescan", 1);
+  if (values().multiPage) set->SetValue(script_key::MultiPage, 1);
+  if (what == ClearFor::Connection) set->SetValue(script_key::Connect, 1);
+  if (what == ClearFor::Preview) set->SetValue(script_key::Prescan, 1);
   // The host shall ask nobody in the middle of a run.
-  if (m_session.batch() || m_session.burstActive()) set->SetValue("BatchScan", 1);
-  return ExecCommand("IntClearAllRasters", set.get()) == 0;
+  if (m_session.batch() || m_session.burstActive()) set->SetValue(script_key::BatchScan, 1);
+  return ExecCommand(script_key::ClearAllRasters, set.get()) == 0;
 }
 
 KxPtr<IParam> CMaindlg::CollectRequest() {
@@ -54,7 +52,7 @@ KxPtr<IParam> CMaindlg::CollectRequest() {
   for (const PageRole role : currentPages()) {
     if (!page(role)->Save(request.get())) return {};
   }
-  request->SetValue("m_Edit", values().paperLength);
+  request->SetValue(key::PaperLength, values().paperLength);
   return request;
 }
 
@@ -79,7 +77,7 @@ void CMaindlg::Scan() {
   auto plan = makePlan(SessionState::Scanning);
   m_steps.straightening->Begin(values().skew);
   m_steps.colors->Put(request.get());
-  request->SetValue("SCAN_TYPE", kTypeScan);
+  request->SetValue(key::RequestType, kRequestScan);
   startUnit(request.get(), std::move(plan));
 }
 
@@ -161,8 +159,8 @@ void CMaindlg::setScanRectangle(IParam* request) {
   quiet().lastScanArea = rect;
   noteWidening(rect.width());
   if (fragment && !m_session.batch()) rect = v.rcCustomScan;
-  request->SetValue("RECT", rect);
-  request->SetValue("batchmode", m_session.batch() ? 1 : 0);
+  request->SetValue(key::Rect, rect);
+  request->SetValue(key::BatchMode, m_session.batch() ? 1 : 0);
   m_expectedLines = rect.height() > 0 ? roundHalfUp(mmToPixels(rect.height(), v.dpi)) : 0;
 }
 
@@ -197,18 +195,25 @@ bool CMaindlg::MediaCheck() {
   return true;
 }
 
+/// Whether no page of the run follows the one being started, as far as is known.
+bool CMaindlg::isLastPage() const {
+  if (m_session.burstActive()) return false;
+  return !m_session.batch() || m_stopAfterPage || m_report.isLastWanted();
+}
+
 std::shared_ptr<ScanPlan> CMaindlg::makePlan(SessionState kind) const {
   auto plan = std::make_shared<ScanPlan>();
   plan->kind = kind;
   const auto* files = dynamic_cast<const IFileDestination*>(m_destination.get());
-  plan->names = files ? files->nameSnapshot() : makeNameContext(*m_params);
+  if (files) {
+    plan->draft = files->draft(isLastPage());
+  } else {
+    plan->draft.names = makeNameContext(*m_params);
+  }
+  plan->draft.expectedLines = m_expectedLines;
   plan->destination = m_params->destinationStore;
   plan->view = m_params->viewStore;
   plan->straightening = m_steps.straightening;
-  plan->expectedLines = m_expectedLines;
-  const ScanValues& v = values();
-  plan->mayReplace = files && files->mayReplace();
-  plan->publishAtEnd = !v.multiPage || !(m_session.batch() || m_session.burstActive());
   return plan;
 }
 
@@ -263,7 +268,7 @@ void CMaindlg::Prescan() {
   const tagRRECT rect = applyLengthRule(values().rcScan, values().scanType);
   m_params->set(scan_key::RcScan, rect);
   quiet().lastScanArea = rect;
-  request->SetValue("RECT", rect);
+  request->SetValue(key::Rect, rect);
   StartPreview(request.get(), SessionState::Prescanning);
 }
 
@@ -282,7 +287,7 @@ void CMaindlg::AreaPrescan() {
   }
   m_params->set(scan_key::RcPreview, *area);
   m_params->viewStore = makeEmptyStore();
-  request->SetValue("RECT", *area);
+  request->SetValue(key::Rect, *area);
   quiet().lastScanArea = *area;
   StartPreview(request.get(), SessionState::AreaPrescanning);
 }
@@ -296,7 +301,7 @@ void CMaindlg::StartPreview(IParam* request, SessionState kind) {
     return;
   }
   if (prescan) {
-    request->SetValue("ImageDPI", values().previewDpi);
+    request->SetValue(key::ImageDpi, values().previewDpi);
     if (!MediaCheck()) {
       m_session.refused();
       SetStatus(0);
@@ -304,7 +309,7 @@ void CMaindlg::StartPreview(IParam* request, SessionState kind) {
     }
   }
   SetStatus(3);
-  request->SetValue("SCAN_TYPE", kTypePrescan);
+  request->SetValue(key::RequestType, kRequestPrescan);
   startUnit(request, makePlan(kind));
 }
 

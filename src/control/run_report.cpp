@@ -48,7 +48,7 @@ void RunReport::published(const std::string& file, std::int32_t pages) {
 }
 
 void RunReport::note(EndCause cause, UnitFault fault) {
-  if (m_hasCause) return;
+  if (m_hasCause && (cause != EndCause::Output || m_cause == cause)) return;
   m_hasCause = true;
   m_cause = cause;
   m_fault = std::move(fault);

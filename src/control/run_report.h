@@ -24,16 +24,11 @@ class RunReport {
   void lines(std::int64_t count);
   void pageFinished(PageInfo page);
   void published(const std::string& file, std::int32_t pages);
-  /// The first cause that is noted stands; `end` uses it.
+  /// The first cause that is noted stands, but a failure of the output outranks it; `end` uses it.
   void note(EndCause cause, UnitFault fault = {});
   [[nodiscard]] bool hasCause() const noexcept { return m_hasCause; }
   [[nodiscard]] EndCause cause() const noexcept { return m_cause; }
   void end();
-
-  /// The multi-page file that still grows as a part, and how many of this run's pages it holds.
-  std::string openFile;
-  std::int32_t openPages = 0;
-  bool openMayReplace = false;
 
  private:
   template <class F>

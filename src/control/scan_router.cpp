@@ -74,49 +74,19 @@ bool ScanRouter::takePreviewRestart() {
   return std::exchange(m_restartPreview, false);
 }
 
-ScanStarted ScanRouter::describe(const ScanPlan& plan, KxColorSpace colorSpace, std::int64_t lines,
-                                 std::uint32_t dpi) const {
-  quillbay::ScanStarted started;
-  started.kind = plan.kind;
-  started.colorSpace = colorSpace;
-  started.lines = lines;
-  started.dpi = dpi;
-  const ScanValues& values = plan.names.values;
-  started.output.path = values.outputFile;
-  started.output.counter = values.counter;
-  started.output.useAutoCounter = values.useAutoCounter;
-  if (plan.kind != SessionState::Scanning || values.outputFile.empty()) return started;
-  NameContext names = plan.names;
-  names.values.colorSpace = colorSpace;
-  names.values.dpi = static_cast<std::int32_t>(dpi);
-  started.output = nameAtStart(names, values.outputFile);
-  if (started.output.refused || started.output.path == values.outputFile) return started;
-  try {
-    fio::createFolder(fio::folderOf(started.output.path));  // its name may have changed, too
-  } catch (const CXException& e) {
-    started.output.refused = true;
-    started.output.why = e.what();
-  }
-  return started;
-}
-
 int ScanRouter::onStarted(KxColorSpace colorSpace, std::int64_t width, std::int64_t lines, std::uint32_t dpi) {
   const auto current = plan();
   if (!current) return 0;
-  auto started = describe(*current, colorSpace, lines, dpi);
+  quillbay::ScanStarted started;
+  started.kind = current->kind;
+  started.colorSpace = colorSpace;
   started.width = width;
-  if (auto* store = dynamic_cast<CScanToFileStor*>(current->destination.get());
-      store && current->kind == SessionState::Scanning && !started.output.refused) {
-    FileOutput output;
-    output.path = started.output.path;
-    output.multiPage = current->names.values.multiPage != 0;
-    output.publishAtEnd = current->publishAtEnd;
-    // What the person agreed to was the prepared name.
-    const ScanValues& values = current->names.values;
-    output.mayReplace =
-        current->mayReplace && (values.fileFate == kFateOverwrite || output.path == values.outputFile);
-    output.expectedLines = lines > 0 ? lines : current->expectedLines;
-    store->SetOutput(output);
+  started.lines = lines;
+  started.dpi = dpi;
+  if (current->kind == SessionState::Scanning) {
+    started.page = makePageTarget(current->draft, {colorSpace, dpi, lines});
+    auto* store = dynamic_cast<CScanToFileStor*>(current->destination.get());
+    if (store && started.page.refused.empty()) store->SetTarget(started.page.target);
   }
   {
     const std::lock_guard lock(m_mutex);

@@ -10,7 +10,7 @@
 
 #include "control/scan_session.h"
 #include "control/scan_steps.h"
-#include "destinations/file_names.h"
+#include "destinations/page_draft.h"
 #include "params/scan_values.h"
 #include "platform/strip_stor.h"
 #include "quillbay/scan_buffer.h"
@@ -22,12 +22,9 @@ namespace quillbay {
 /// What a scan works from on the scanner's thread: a copy of everything that it needs, taken when it was started.
 struct ScanPlan {
   SessionState kind = SessionState::Scanning;
-  NameContext names;  ///< with all scan parameters
+  PageDraft draft;  ///< with all scan parameters
   KxPtr<ISStripStor> destination, view;
   IStraightening* straightening = nullptr;
-  bool mayReplace = false;         ///< the person agreed that the file of the prepared name is replaced
-  bool publishAtEnd = true;        ///< as far as it is known when the page starts
-  std::int64_t expectedLines = 0;  ///< 0: unknown
 };
 
 /// What the scanner said when it started.
@@ -36,7 +33,7 @@ struct ScanStarted {
   KxColorSpace colorSpace = KxColorSpace::None;
   std::int64_t width = 0, lines = -1;
   std::uint32_t dpi = 0;
-  OutputName output;  ///< the output file's name; refused with the reason when it can have none
+  NamedPage page;  ///< where the page goes; a preview's has no target
 };
 
 /// The scanner thread's side of a panel: names the output when the scan starts, routes stripes to the stores, and
@@ -70,8 +67,6 @@ class ScanRouter {
 
  private:
   [[nodiscard]] std::shared_ptr<const ScanPlan> plan() const;
-  [[nodiscard]] ScanStarted describe(const ScanPlan& plan, KxColorSpace colorSpace, std::int64_t lines,
-                                     std::uint32_t dpi) const;
   int deliver(const ScanPlan& plan, IScanBuffer* stripe);
   void postProgress();
   void post(int id, int code = 1, bool merge = false);

@@ -1,19 +1,31 @@
 #pragma once
-#include "destinations/name_context.h"
+#include "destinations/page_draft.h"
 
 namespace quillbay {
 
-/// What a destination that names files tells the controller beside `CScanTo` (reached from it by dynamic_cast).
+/// What became of a run's multi-page file at the run's end.
+struct RunFile {
+  enum class Fate { None, Published, Failed } fate = Fate::None;
+  std::string file;        ///< its final name; when it failed, the part that holds the pages
+  std::int32_t pages = 0;  ///< of this run
+};
+
+/// A destination as the controller sees it beside `CScanTo` (reached from it by dynamic_cast). User-interface
+/// thread.
+///
+///   BeginScan -> draft -> (the scanner starts: makePageTarget) -> pageStarted -> EndScan -> ... -> endRun
 class IFileDestination {
  public:
   virtual ~IFileDestination() = default;
   /// Whether the next page is written into a file by its store.
   [[nodiscard]] virtual bool writesFile() const = 0;
-  /// Whether an existing file of the prepared name may be replaced: the settings or the person said so.
-  [[nodiscard]] virtual bool mayReplace() const = 0;
-  /// The values that the page's name depends on, at the moment that its name was prepared. Taken on the
-  /// user-interface thread when a scan is started; `nameAtStart` works on a copy of it on the scanner's thread.
-  [[nodiscard]] virtual NameContext nameSnapshot() const = 0;
+  /// After `BeginScan`: the page that it prepared. `isLast`: no page of the run follows, as far as is known.
+  [[nodiscard]] virtual PageDraft draft(bool isLast) const = 0;
+  /// The page's target was made: takes over its name and counter without a broadcast, and ends the page by it.
+  virtual void pageStarted(const NamedPage& page) = 0;
+  /// The run is over: a multi-page file of it that is still a part gets its final name. When that was taken
+  /// meanwhile, the rule for existing files gives another one, or the part stays and the person was told where.
+  [[nodiscard]] virtual RunFile endRun() = 0;
   /// The folder-and-mask name that the next page would get, after the rule for existing files; no side effects.
   [[nodiscard]] virtual std::string nextFile() const = 0;
 };

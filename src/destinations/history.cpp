@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 
@@ -12,7 +13,7 @@ std::string itemKey(std::size_t index) { return "Item" + toText(static_cast<std:
 
 KxPtr<IParam> History::store(IProfile* profile, bool create) const {
   if (!profile) return {};
-  const auto section = KxPtr<IParam>::adopt(profile->GetSection("Quillbay2.0", create ? 1 : 0));
+  const auto section = KxPtr<IParam>::adopt(profile->GetSection(section_name::Panel, create ? 1 : 0));
   if (!section) return {};
   return KxPtr<IParam>::adopt(section->GetSubStore("History\\" + m_name, create ? 1 : 0));
 }

@@ -1,9 +1,8 @@
 #include "destinations/output_file.h"
 
-#include <cerrno>
-
 #include "destinations/disk_space.h"
 #include "destinations/file_names.h"
+#include "destinations/part_publisher.h"
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
 #include "widgets/string_table.h"
@@ -13,14 +12,6 @@ namespace quillbay {
 namespace {
 
 constexpr const char* kCategory = "quillbay.store";
-constexpr int kPublishTries = 100;  // somebody may be faster again
-
-bool mayOverwrite(IEvents* events, const std::string& path) {
-  if (!events) return false;
-  const std::string question = formatText(loadString(kTextOverwrite), {path});
-  return events->Message(static_cast<int>(EventKind::Question), question.c_str(), 0,
-                         static_cast<int>(EventButtons::YesNo)) == static_cast<int>(EventAnswer::Yes);
-}
 
 /// False, after event 9, when a running program writes the file.
 bool setAsideLeftover(IEvents* events, const std::string& path) {
@@ -69,40 +60,22 @@ bool checkWritable(IEvents* events, const std::string& path) {
   }
 }
 
-PreparedFile PrepareOutputFile(CSharedScanParams& params, IEvents* events, bool ownPart) {
+int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* draft) {
   const NameContext context = makeNameContext(params);
   OutputName name = applyExistsRule(context);
   const bool asks = name.refused && name.exists;
   params.quiet().outputFile = name.path;
   if (name.refused && !asks) {
     signalCannotWrite(events, name.path, name.why);
-    return {};
+    return 0;
   }
-  if (!checkWritable(events, name.path)) return {};
-  if (asks && !mayOverwrite(events, name.path)) return {};
+  if (!checkWritable(events, name.path)) return 0;
+  if (asks && !mayOverwrite(events, name.path)) return 0;
   adopt(params, name);
-  if (!ownPart && !setAsideLeftover(events, name.path)) return {};
-  return {true, !params.values().multiPage && (asks || params.values().fileFate == kFateOverwrite), context.moment};
-}
-
-bool publishByRule(CSharedScanParams& params, IEvents* events) {
-  const std::string prepared = params.values().outputFile;
-  if (params.values().multiPage || !fio::exists(prepared) || !fio::exists(prepared + ".part")) return false;
-  for (int i = 0; i < kPublishTries; ++i) {
-    const OutputName name = applyExistsRule(makeNameContext(params));
-    const bool asks = name.refused && name.exists;
-    if (name.refused && !(asks && mayOverwrite(events, name.path))) return false;
-    try {
-      fio::createFolder(fio::folderOf(name.path));
-      PublishPartAs(prepared, name.path, asks || params.values().fileFate == kFateOverwrite);
-      adopt(params, name);
-      return true;
-    } catch (const CXFileException& e) {
-      logLine(LogLevel::Warning, kCategory, e.what());
-      if (e.systemError() != EEXIST) return false;
-    }
-  }
-  return false;
+  if (!setAsideLeftover(events, name.path)) return 0;
+  draft->names.moment = context.moment;
+  draft->mayReplace = !params.values().multiPage && (asks || params.values().fileFate == kFateOverwrite);
+  return 1;
 }
 
 bool checkSpace(const ScanValues& values, IEvents* events, bool interactive) {

@@ -16,6 +16,7 @@
 #include "destinations/path_rules.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
+#include "quillbay/scan_keys.h"
 #include "ui_scan_to_view.h"
 
 namespace quillbay {
@@ -23,9 +24,9 @@ namespace quillbay {
 namespace {
 
 constexpr std::array kNamingKeys{
-    "m_Dir",      "m_Mask",      "m_nCounter",  "m_CounterFormat", "m_fUseAutoCounter", "m_fMultiPage",
-    "m_CurrMode", "m_fFileFate", "m_eScanType", "m_PaperName",     "m_uiDPI",           "m_rcScan",
-    "m_nUnits",   "m_Ext"};
+    key::Dir,       key::Mask,     key::Counter,  key::CounterFormat, key::UseAutoCounter,
+    key::MultiPage, key::CurrMode, key::FileFate, key::ScanAreaType,  key::PaperName,
+    key::Dpi,       key::RcScan,   key::Units,    key::Extension};
 
 void fill(QComboBox* combo, const History& history) {
   const QSignalBlocker quiet(combo);
@@ -92,8 +93,8 @@ void CScanToView::setUpForm() {
 }
 
 int CScanToView::paramChanged(const char* key) {
-  if (sameKey(key, "m_Dir")) showText(m_form->dir, m_params.values().dir);
-  if (sameKey(key, "m_Mask")) showText(m_form->mask, m_params.values().mask);
+  if (sameKey(key, key::Dir)) showText(m_form->dir, m_params.values().dir);
+  if (sameKey(key, key::Mask)) showText(m_form->mask, m_params.values().mask);
   const bool naming = std::any_of(kNamingKeys.begin(), kNamingKeys.end(), [&](auto k) { return sameKey(k, key); });
   // Later and merged: a load changes many values, and each look at the name asks the file system.
   if (naming) PostCommand(this, kRefreshName, 0, 0, true);
@@ -160,10 +161,12 @@ void CScanToView::refreshNextName() {
   field->setToolTip(QString::fromStdString(tip));
 }
 
-NameContext CScanToView::nameSnapshot() const {
-  NameContext context = makeNameContext(m_params);
-  if (m_preparedAt) context.moment = *m_preparedAt;
-  return context;
+PageDraft CScanToView::draft(bool isLast) const {
+  PageDraft draft = m_draft;
+  draft.names = makeNameContext(m_params);
+  if (m_draft.names.moment != 0) draft.names.moment = m_draft.names.moment;
+  draft.isLast = isLast;
+  return draft;
 }
 
 std::string CScanToView::nextFile() const { return applyExistsRule(makeNameContext(m_params)).path; }
@@ -239,18 +242,18 @@ void CScanToView::saveHistories() {
 }
 
 int CScanToView::LoadParams(IParam* params) {
-  m_useFileOut = m_mode != ScanToView || paramInt(params, "m_fUseFileOut", m_useFileOut ? 1 : 0) != 0;
-  m_params.set(scan_key::Dir, paramString(params, "m_Dir", m_params.values().dir));
-  m_params.set(scan_key::Mask, paramString(params, "m_Mask", m_params.values().mask));
+  m_useFileOut = m_mode != ScanToView || paramInt(params, key::UseFileOut, m_useFileOut ? 1 : 0) != 0;
+  m_params.set(scan_key::Dir, paramString(params, key::Dir, m_params.values().dir));
+  m_params.set(scan_key::Mask, paramString(params, key::Mask, m_params.values().mask));
   showFields();
   return 1;
 }
 
 int CScanToView::SaveParams(IParam* params) {
-  params->SetValue("m_Dir", m_params.values().dir);
-  params->SetValue("m_Mask", m_params.values().mask);
+  params->SetValue(key::Dir, m_params.values().dir);
+  params->SetValue(key::Mask, m_params.values().mask);
   if (m_mode == ScanToView)
-    params->SetValue("m_fUseFileOut", m_useFileOut ? 1 : 0);
+    params->SetValue(key::UseFileOut, m_useFileOut ? 1 : 0);
   else
     m_useFileOut = true;
   return 1;

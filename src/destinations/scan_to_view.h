@@ -1,7 +1,6 @@
 #pragma once
 #include <QTimer>
 #include <memory>
-#include <optional>
 
 #include "destinations/destination_factory.h"
 #include "destinations/file_destination.h"
@@ -44,8 +43,9 @@ class CScanToView final : public CDialog,
   HWND GetHwnd() override { return this; }
 
   [[nodiscard]] bool writesFile() const override { return m_mode == ScanToFile; }
-  [[nodiscard]] bool mayReplace() const override { return m_mayReplace; }
-  [[nodiscard]] NameContext nameSnapshot() const override;
+  [[nodiscard]] PageDraft draft(bool isLast) const override;
+  void pageStarted(const NamedPage& page) override;
+  [[nodiscard]] RunFile endRun() override;
   [[nodiscard]] std::string nextFile() const override;
 
   bool OnCommand(int id, int code, std::int64_t value) override;
@@ -81,7 +81,10 @@ class CScanToView final : public CDialog,
   [[nodiscard]] bool showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event);
 
   [[nodiscard]] int endPage(bool cancelled);
+  [[nodiscard]] bool prepareFile();
   [[nodiscard]] int finishFile(const KxPtr<ISStripStor>& store);
+  [[nodiscard]] std::string finishStore(const KxPtr<ISStripStor>& store) const;
+  [[nodiscard]] std::string tryOtherName(const KxPtr<ISStripStor>& store, const std::string& error);
   [[nodiscard]] int handToHost(KxPtr<IRStor> raster);
   [[nodiscard]] int savePage();
   [[nodiscard]] bool sendSave();
@@ -98,9 +101,10 @@ class CScanToView final : public CDialog,
   History m_dirs{"Dir"}, m_masks{"Mask"};
   QTimer m_clock;  // runs while the name shows the time
   bool m_useFileOut = true;
-  bool m_mayReplace = false;
-  std::optional<std::int64_t> m_preparedAt;  // the moment that the running page's name shows
-  std::string m_openPart;                    // the multi-page file that the running batch goes on with
+  PageDraft m_draft;             // of the page that `BeginScan` prepared
+  NamedPage m_page;              // the page that is being scanned
+  NamedPage m_open;              // the first page of the run's multi-page file, while that is a part
+  std::int32_t m_openPages = 0;  // pages of the run in it
 };
 
 }  // namespace quillbay

@@ -5,9 +5,10 @@
 #include "destinations/batch_script.h"
 #include "destinations/file_names.h"
 #include "destinations/output_file.h"
-#include "destinations/page_end.h"
+#include "destinations/part_publisher.h"
 #include "destinations/scan_to_view.h"
 #include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
 #include "widgets/string_table.h"
 
 namespace quillbay {
@@ -26,40 +27,54 @@ class WaitCursor {
 void CScanToView::installStore() { m_params.destinationStore = m_context.makeStore(m_mode); }
 
 int CScanToView::BeginScan() {
-  m_mayReplace = false;
-  m_preparedAt.reset();
-  if (m_useFileOut) {
-    const ScanValues& v = m_params.values();
-    if (v.dir.empty() || v.mask.empty()) {
-      tell(loadString(kTextMaskEmpty));
-      return 0;
-    }
-    const auto host = events();
-    const bool goesOn = v.multiPage && !m_openPart.empty() && m_openPart == v.outputFile;
-    const PreparedFile prepared = PrepareOutputFile(m_params, host.get(), goesOn);
-    refreshNextName();
-    if (!prepared.goOn) return 0;
-    if (!checkSpace(v, host.get(), isInteractive() && !v.batch)) return 0;
-    m_mayReplace = prepared.mayReplace;
-    m_preparedAt = prepared.moment;
-    remember();
-  } else {
+  m_draft = {};
+  m_page = {};
+  if (!m_useFileOut) {
     m_params.quiet().outputFile.clear();  // no file: the rule for existing ones refuses nothing
+  } else if (!prepareFile()) {
+    return 0;
   }
   installStore();
   return 1;
 }
 
+bool CScanToView::prepareFile() {
+  const ScanValues& v = m_params.values();
+  if (v.dir.empty() || v.mask.empty()) {
+    tell(loadString(kTextMaskEmpty));
+    return false;
+  }
+  const auto host = events();
+  if (v.multiPage && !m_open.target.path.empty()) {
+    m_draft.openPart = m_params.quiet().outputFile = m_open.target.path;
+  } else if (!PrepareOutputFile(m_params, host.get(), &m_draft)) {
+    refreshNextName();
+    return false;
+  }
+  refreshNextName();
+  if (!checkSpace(v, host.get(), isInteractive() && !v.batch)) return false;
+  remember();
+  return true;
+}
+
+void CScanToView::pageStarted(const NamedPage& page) {
+  m_page = page;
+  if (!page.refused.empty()) return;
+  ScanValues& v = m_params.quiet();
+  v.outputFile = page.target.path;
+  v.counter = page.names.values.counter;
+  v.useAutoCounter = page.names.values.useAutoCounter;
+}
+
 int CScanToView::EndScan(int cancelled) {
   const int answer = endPage(cancelled != 0);
-  m_preparedAt.reset();
+  m_draft = {};
   refreshNextName();  // however the page ended: its start may have moved the counter without a word
   return answer;
 }
 
 int CScanToView::endPage(bool cancelled) {
   if (cancelled) {
-    m_openPart.clear();
     if (m_params.destinationStore) m_params.destinationStore->Reset();
     installStore();
     return 0;
@@ -70,7 +85,7 @@ int CScanToView::endPage(bool cancelled) {
   KxPtr<IRStor> raster;
   try {
     const WaitCursor wait;
-    store->Finish(raster.put(), minimumPageLines(m_params.values()), 1);
+    store->Finish(raster.put(), m_page.target.leastLines, 1);
   } catch (const CXException& e) {
     tell(e.what());
     return 0;
@@ -78,31 +93,64 @@ int CScanToView::endPage(bool cancelled) {
   return handToHost(std::move(raster));
 }
 
-int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
-  std::string error;
-  int finished = 0;
-  const auto outcome = store.as<IStoreOutcome>();
+/// Answers why the page is not in its file; empty when it is.
+std::string CScanToView::finishStore(const KxPtr<ISStripStor>& store) const {
   try {
     const WaitCursor wait;
-    finished = store->Finish(nullptr, minimumPageLines(m_params.values()), 1);
-    if (outcome) error = outcome->GetError();
+    const int finished = store->Finish(nullptr, m_page.target.leastLines, 1);
+    const auto outcome = store.as<IStoreOutcome>();
+    if (!outcome) return {};
+    if (finished || outcome->GetLines() != 0 || !outcome->GetError().empty()) return outcome->GetError();
+    return formatText(Supp_Translate("The page has no lines; %s was not written."), {m_page.target.path});
   } catch (const CXException& e) {
-    error = e.what();
+    return e.what();
   }
-  if (error.empty() && outcome && !finished && outcome->GetLines() == 0)
-    error =
-        formatText(Supp_Translate("The page has no lines; %s was not written."), {m_params.values().outputFile});
-  if (!error.empty() && publishByRule(m_params, events().get())) error.clear();
+}
+
+/// A page that is whole in its part, whose name was in the way, gets another one. Answers the error that is left.
+std::string CScanToView::tryOtherName(const KxPtr<ISStripStor>& store, const std::string& error) {
+  const auto outcome = store.as<IStoreOutcome>();
+  if (!outcome || !outcome->IsWritten()) return error;
+  const PartFate fate = publishByRule(m_page, events().get());
+  if (m_page.target.joinsPart) m_open = {};
+  if (!fate.why.empty()) return fate.why;
+  m_params.quiet().outputFile = fate.file;
+  if (m_page.target.joinsPart) return {};
+  m_params.setIfChanged(scan_key::Counter, fate.counter);
+  m_params.setIfChanged(scan_key::UseAutoCounter, fate.useAutoCounter);
+  return {};
+}
+
+int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
+  std::string error = finishStore(store);
+  if (!error.empty()) error = tryOtherName(store, error);
   if (!error.empty()) {
-    m_openPart.clear();
     store->Reset();  // the error is told once
     tell(error);
     return 0;
   }
-  const bool multiPage = m_params.values().multiPage != 0;
-  m_openPart = multiPage && m_context.controller->BatchContinues() ? m_params.values().outputFile : std::string{};
-  if (!multiPage) advanceCounter();
+  if (!m_page.target.joinsPart) {
+    advanceCounter();
+  } else if (m_page.target.isLast) {
+    m_open = {};
+  } else {
+    if (m_open.target.path.empty()) m_open = m_page, m_openPages = 0;
+    ++m_openPages;
+  }
   return 1;
+}
+
+RunFile CScanToView::endRun() {
+  const NamedPage open = std::exchange(m_open, {});
+  const std::string& file = open.target.path;
+  if (file.empty()) return {};
+  const std::int32_t pages = std::exchange(m_openPages, 0);
+  // Pages that were added to an existing file went into it in place.
+  if (!fio::exists(file + ".part")) return {RunFile::Fate::Published, file, pages};
+  const PartFate fate = publishByRule(open, events().get());
+  if (fate.why.empty()) return {RunFile::Fate::Published, fate.file, pages};
+  tell(fate.why);
+  return {RunFile::Fate::Failed, file + ".part", pages};
 }
 
 int CScanToView::handToHost(KxPtr<IRStor> raster) {
@@ -112,12 +160,13 @@ int CScanToView::handToHost(KxPtr<IRStor> raster) {
   }
   const ScanValues& v = m_params.values();
   const KxPtr<IParam> arguments = new_MemParam();
-  arguments->SetValue("RStor", raster.as<IKxUnknown>());
-  arguments->SetValue("FileName", v.outputFile.empty() ? buildOutputPath(nameSnapshot()) : v.outputFile);
-  if (v.multiPage) arguments->SetValue("Multipage", 1);
-  if (v.batch) arguments->SetValue("BatchScan", 1);
+  arguments->SetValue(script_key::Raster, raster.as<IKxUnknown>());
+  arguments->SetValue(script_key::FileName,
+                      v.outputFile.empty() ? buildOutputPath(draft(true).names) : v.outputFile);
+  if (m_page.target.joinsPart) arguments->SetValue(script_key::MultiPage, 1);
+  if (v.batch) arguments->SetValue(script_key::BatchScan, 1);
   try {
-    if (m_context.controller->ExecCommand("IntAddRaster", arguments.get()) != 0) {
+    if (m_context.controller->ExecCommand(script_key::AddRaster, arguments.get()) != 0) {
       tell(Supp_Translate("The program did not take the scanned page."));
       return 0;
     }
@@ -125,7 +174,7 @@ int CScanToView::handToHost(KxPtr<IRStor> raster) {
     tell(e.what());
     return 0;
   }
-  arguments->SetValue("RStor", CKxVariant{});
+  arguments->SetValue(script_key::Raster, CKxVariant{});
   raster = nullptr;
   m_context.controller->RunPostProcessing();
   return v.hasScriptSyntax ? savePage() : 1;
@@ -135,7 +184,7 @@ int CScanToView::savePage() {
   if (!m_useFileOut) return 1;
   if (m_params.values().dir.empty() && isInteractive()) {
     browse();
-    m_params.quiet().outputFile = buildOutputPath(nameSnapshot());
+    m_params.quiet().outputFile = buildOutputPath(draft(true).names);
   }
   const auto host = events();
   if (!checkWritable(host.get(), m_params.values().outputFile)) return 0;
@@ -145,21 +194,21 @@ int CScanToView::savePage() {
     // The page is in the document already: it is only not saved, which the person can do there.
     tell(e.what());
   }
-  if (!m_params.values().multiPage) advanceCounter();
+  if (!m_page.target.joinsPart) advanceCounter();
   return 1;
 }
 
 bool CScanToView::sendSave() {
   const std::string& file = m_params.values().outputFile;
   const KxPtr<IParam> arguments = new_MemParam();
-  if (m_params.values().multiPage) {
-    arguments->SetValue("FileName", file);
-    return m_context.controller->ExecCommand("IntAddPage", arguments.get()) == 0;
+  if (m_page.target.joinsPart) {
+    arguments->SetValue(script_key::FileName, file);
+    return m_context.controller->ExecCommand(script_key::AddPage, arguments.get()) == 0;
   }
   const BatchScript script(file);
-  arguments->SetValue("FileName", script.path());
-  arguments->SetValue("_donthidewindow", 1);
-  m_context.controller->ExecCommand("ProcessScript", arguments.get());
+  arguments->SetValue(script_key::FileName, script.path());
+  arguments->SetValue(script_key::KeepWindow, 1);
+  m_context.controller->ExecCommand(script_key::Process, arguments.get());
   return true;
 }
 

@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/page_target.h"
 #include "quillbay/app.h"
 #include "quillbay/errors.h"
 #include "quillbay/formats.h"
@@ -19,19 +20,19 @@ namespace quillbay {
 class IKxFileChanel : public IKxUnknown {
  public:
   [[nodiscard]] virtual std::string GetFileName() = 0;
-  /// Before `Save`: the lines that the page will have, where they are known (0: unknown). A format that must choose
-  /// its kind by the page's size (classic TIFF or BigTIFF) asks for it; the page may still end up shorter or
-  /// longer.
-  virtual void SetExpectedLines(std::int64_t lines) = 0;
-  /// The person agreed that an existing file of this name is replaced when the part is published.
-  virtual void SetMayReplace(bool mayReplace) = 0;
-  /// Flushes, gives the file its final name when the channel holds a NAME.part, and syncs the folder. Never
-  /// replaces a file unless `SetMayReplace` allowed it; throws CXFileException then (the part stays).
-  virtual void Commit() = 0;
-  /// Ends the page and leaves NAME.part, whole, for the next page of the batch. Only paged channels.
-  virtual void KeepPart() = 0;
+  /// Before `Save`: how the page's file ends (its path is this channel's file name). Until then the page is the
+  /// only one of its file and replaces none. A format that must choose its kind by the page's size (classic TIFF or
+  /// BigTIFF) asks for the expected lines.
+  virtual void SetTarget(const PageTarget& target) = 0;
+  /// Ends the page that was saved. The last page gives a NAME.part its final name, syncs the folder, and answers 1;
+  /// it never replaces a file unless the target allows it, and throws CXFileException then (systemError() EEXIST;
+  /// the part stays, see `PublishPart`). After any other page of a paged channel NAME.part stays, whole, for the
+  /// next one: 0.
+  virtual int Commit() = 0;
+  /// Non-zero once the page is whole on the disk, in its file or in NAME.part, also when `Commit` threw then.
+  virtual int IsWritten() = 0;
   /// Drops what this channel wrote: the part of a single page is deleted, a page being appended is forgotten and
-  /// the file is as it was. Also done by the last release without `Commit` or `KeepPart`. Never throws.
+  /// the file is as it was. Also done by the last release without `Commit`. Never throws.
   virtual void Abandon() = 0;
 };
 
@@ -77,6 +78,11 @@ void PublishPart(const std::string& fileName, bool mayReplace);
 
 /// The same under another name, for when NAME was taken meanwhile; the folder of `newName` must exist.
 void PublishPartAs(const std::string& fileName, const std::string& newName, bool mayReplace);
+
+/// Gives the finished pages of `part`, which a killed program left of `fileName` under whatever name, the name
+/// `newName`; its folder must exist. Throws CXFileException, and nothing has changed then.
+void PublishLeftover(const std::string& part, const std::string& fileName, const std::string& newName,
+                     bool mayReplace);
 
 /// Forgets that a NAME.part belongs to a running batch, and deletes it when it holds no page.
 void AbandonPart(const std::string& fileName);

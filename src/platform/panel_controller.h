@@ -22,8 +22,6 @@ class IPanelController {
   virtual int DetectArea(int mask) = 0;
   /// Switches to the post-processing page of the current mode and starts it, when it is marked to run after a scan.
   virtual void RunPostProcessing() = 0;
-  /// Non-zero while a batch runs that will go on after the page being finished.
-  virtual int BatchContinues() = 0;
   /// Sends a script command to the host; 0 for success, also without a host sink.
   virtual int ExecCommand(const char* command, IParam* arguments) = 0;
 };

@@ -36,6 +36,8 @@ class IStoreOutcome : public IKxUnknown {
   /// The file that the page went to, and whether it has its final name.
   [[nodiscard]] virtual std::string GetFile() = 0;
   virtual int IsPublished() = 0;
+  /// Non-zero when the page is whole on the disk, in its file or in the part: what failed then is its name.
+  virtual int IsWritten() = 0;
   /// Lines of the page, with what was padded.
   virtual std::int64_t GetLines() = 0;
   /// Wakes whoever waits on a full queue; nothing is accepted afterwards.

@@ -1,24 +1,21 @@
 #include "stores/page_channel.h"
 
-#include <algorithm>
-
 #include "platform/base_services.h"
 
 namespace quillbay {
 
-std::string openPageChannel(IApp* app, const FileOutput& output, KxColorSpace colorSpace,
+std::string openPageChannel(IApp* app, const PageTarget& target, KxColorSpace colorSpace,
                             KxPtr<IKxFileChanel>* out) {
-  if (output.path.empty())
+  if (target.path.empty())
     return Supp_Translate("There is no file name for the page: choose a folder and a name, and scan again.");
   const auto params = query<IIOParams>(app);
   if (!params) return Supp_Translate("The program has no settings for file formats, so no file can be written.");
-  auto channel = new_FileChanel(params.get(), output.path, nullptr, nullptr);
+  auto channel = new_FileChanel(params.get(), target.path, nullptr, nullptr);
   if (!channel) return Supp_Translate("No file format has this extension: choose another one.");
-  channel->SetExpectedLines(std::max<std::int64_t>(output.expectedLines, 0));
-  channel->SetMayReplace(output.mayReplace);
+  channel->SetTarget(target);
 
   int accepted = 0;
-  if (output.multiPage) {
+  if (target.joinsPart) {
     const auto paged = channel.as<IKxRasterSavePagedChanel>();
     if (!paged) return Supp_Translate("The file format has one page: choose one with several, or single files.");
     accepted = paged->AcceptColorSpace(colorSpace);
@@ -33,8 +30,8 @@ std::string openPageChannel(IApp* app, const FileOutput& output, KxColorSpace co
   return {};
 }
 
-int savePageRaster(IKxFileChanel* channel, bool multiPage, IRStor* raster, IProgress* progress) {
-  return multiPage ? query<IKxRasterSavePagedChanel>(channel)->Save(raster, progress)
+int savePageRaster(IKxFileChanel* channel, bool joinsPart, IRStor* raster, IProgress* progress) {
+  return joinsPart ? query<IKxRasterSavePagedChanel>(channel)->Save(raster, progress)
                    : query<IKxRasterSaveFileChanel>(channel)->Save(raster, progress);
 }
 

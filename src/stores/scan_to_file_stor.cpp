@@ -50,19 +50,14 @@ int CScanToFileStor::QueryInterface(const std::type_info& wanted, void** out) {
   return detail::answerQuery<ISStripStor, IStoreOutcome>(this, wanted, out);
 }
 
-void CScanToFileStor::SetOutput(const FileOutput& output) {
+void CScanToFileStor::SetTarget(const PageTarget& target) {
   const std::lock_guard lock(m_feed.lock);
   if (m_opened || m_feed.finished) {
-    logLine(LogLevel::Warning, kLog, "the output " + output.path + " came after the first stripe and is ignored");
+    logLine(LogLevel::Warning, kLog, "the target " + target.path + " came after the first stripe and is ignored");
     return;
   }
-  m_output = output;
-  m_hasOutput = true;
-}
-
-void CScanToFileStor::SetPublishAtEnd(bool publish) {
-  const std::lock_guard lock(m_feed.lock);
-  m_output.publishAtEnd = publish;
+  m_target = target;
+  m_hasTarget = true;
 }
 
 // --- the scanner's thread
@@ -92,7 +87,7 @@ bool CScanToFileStor::open(IScanBuffer* stripe) {
   {
     const std::lock_guard lock(m_feed.lock);
     if (!accepts()) return false;
-    if (!m_hasOutput) {
+    if (!m_hasTarget) {
       // Stripes that were still on their way when the page was dropped.
       logLine(LogLevel::Info, kLog, "a stripe came without a page and is dropped");
       return false;
@@ -130,13 +125,13 @@ bool CScanToFileStor::open(IScanBuffer* stripe) {
 
 // Makes the channel and the blank lines. Answers why it could not; throws what the channel throws.
 std::string CScanToFileStor::openChannel(IScanBuffer* stripe) {
-  FileOutput output;
+  PageTarget target;
   {
     const std::lock_guard lock(m_feed.lock);
-    output = m_output;
+    target = m_target;
   }
   const KxColorSpace colorSpace = stripe->GetColorSpace();
-  std::string error = openPageChannel(m_app.get(), output, colorSpace, &m_channel);
+  std::string error = openPageChannel(m_app.get(), target, colorSpace, &m_channel);
   if (!error.empty()) return error;
   KxSize size;
   stripe->GetSize(&size);
@@ -183,7 +178,7 @@ void CScanToFileStor::fail(const std::string& text) {
   {
     const std::lock_guard lock(m_feed.lock);
     if (!m_error.empty()) return;
-    m_error = textWithFile(m_output.path, text);
+    m_error = textWithFile(m_target.path, text);
     line = m_error;
     m_feed.abandoned = true;
     m_feed.queue.clear();
@@ -233,23 +228,19 @@ void CScanToFileStor::writePage() {
     m_channel->Abandon();
     return;
   }
-  bool keep = false;
-  {
-    const std::lock_guard lock(m_feed.lock);
-    keep = m_output.multiPage && !m_output.publishAtEnd;
-  }
   // What fails from here on leaves the page in the part: it is whole.
-  if (keep) {
-    m_channel->KeepPart();
-    return;
+  try {
+    m_published = m_channel->Commit() != 0;
+  } catch (...) {
+    m_written = m_channel->IsWritten() != 0;
+    throw;
   }
-  m_channel->Commit();
-  m_published = true;
+  m_written = true;
 }
 
 // Whether the whole page was written.
 bool CScanToFileStor::savePage() {
-  const bool paged = m_output.multiPage;  // fixed while the page is open
+  const bool paged = m_target.joinsPart;  // fixed while the page is open
   const int saved = savePageRaster(m_channel.get(), paged, &m_facade, m_progress.get());
   bool finished = false;
   {
@@ -325,7 +316,7 @@ void CScanToFileStor::Reset() {
   m_facade.dropStripes();
   m_channel = nullptr;
   m_blank = nullptr;
-  m_published = false;
+  m_written = m_published = false;
   const std::lock_guard lock(m_feed.lock);
   m_feed.queue.clear();
   m_feed.finished = m_feed.abandoned = false;
@@ -334,8 +325,8 @@ void CScanToFileStor::Reset() {
   m_opened = m_writing = m_woken = false;
   m_size = {};
   m_lines = 0;
-  m_output = {};
-  m_hasOutput = false;
+  m_target = {};
+  m_hasTarget = false;
   m_error.clear();
   m_done = {};
 }
@@ -386,7 +377,7 @@ std::string CScanToFileStor::GetError() {
 
 std::string CScanToFileStor::GetFile() {
   const std::lock_guard lock(m_feed.lock);
-  return m_output.path;
+  return m_target.path;
 }
 
 std::int64_t CScanToFileStor::GetLines() {

@@ -23,11 +23,11 @@ struct FileStoreLimits {
 /// Writes a page into a file while it is scanned: stripes are queued by reference, and a worker saves the facade
 /// over the queue through a file channel. One page; a store is used again only after `Reset`.
 ///
-///   idle --SetOutput, AddStripe--> writing --Finish / BeginFinish--> finished
+///   idle --SetTarget, AddStripe--> writing --Finish / BeginFinish--> finished
 ///     ^                               |                                 |
 ///     '----------- Reset -------------+---------------------------------'
 ///
-/// Threads: `AddStripe` on the scanner's, the rest on the controlling one (`SetOutput` on either, before the first
+/// Threads: `AddStripe` on the scanner's, the rest on the controlling one (`SetTarget` on either, before the first
 /// stripe). The channel is used on the worker alone once the page runs, and so is the progress (it must take calls
 /// from there).
 /// Back pressure: `AddStripe` blocks while the queue is full. An error, `Wake`, `Finish`, `Reset`, `Stop` and the
@@ -42,9 +42,7 @@ class CScanToFileStor final : public ISStripStor, public KxBaseThread, public IS
   CScanToFileStor(IApp* app, IProgress* progress, const FileStoreLimits& limits = {});
 
   /// What to write. Before the first stripe; ignored (and logged) later.
-  void SetOutput(const FileOutput& output);
-  /// The page that is being scanned became the last of its multi-page batch, or is not the last. Until `Finish`.
-  void SetPublishAtEnd(bool publish);
+  void SetTarget(const PageTarget& target);
 
   std::uint32_t AddRef() override { return ISStripStor::AddRef(); }
   std::uint32_t Release() override { return ISStripStor::Release(); }
@@ -52,7 +50,7 @@ class CScanToFileStor final : public ISStripStor, public KxBaseThread, public IS
 
   int IsAvailable() override { return 1; }
   int AddStripe(IScanBuffer* stripe) override;
-  /// Abandons the page, when there is one, and forgets the output and the error.
+  /// Abandons the page, when there is one, and forgets the target and the error.
   void Reset() override;
   /// Pads with blank lines, waits for the writer and lets go of the channel. There is no raster to hand out.
   /// Answers 1, or 0 when an error sticks or the page was abandoned. Not from within `BeginFinish`'s `done`.
@@ -65,6 +63,7 @@ class CScanToFileStor final : public ISStripStor, public KxBaseThread, public IS
   [[nodiscard]] std::string GetError() override;
   [[nodiscard]] std::string GetFile() override;
   int IsPublished() override { return m_published ? 1 : 0; }
+  int IsWritten() override { return m_written ? 1 : 0; }
   std::int64_t GetLines() override;
   void Wake() override;
   void BeginFinish(int minLines, void (*done)(void*), void* context) override;
@@ -113,8 +112,8 @@ class CScanToFileStor final : public ISStripStor, public KxBaseThread, public IS
   KxColorSpace m_colorSpace = KxColorSpace::None;
   std::uint32_t m_dpi = 75;
   std::int64_t m_lines = 0;
-  bool m_hasOutput = false;
-  FileOutput m_output;
+  bool m_hasTarget = false;
+  PageTarget m_target;
   std::string m_error;
   Done m_done;
 
@@ -124,7 +123,7 @@ class CScanToFileStor final : public ISStripStor, public KxBaseThread, public IS
 
   Event m_left{Event::Kind::Auto};  // an AddStripe went
   std::int64_t m_unchecked = 0;     // bytes queued since free space was looked at; the scanner's thread only
-  std::atomic<bool> m_published{false};
+  std::atomic<bool> m_written{false}, m_published{false};
   CWaitStor m_facade{&m_feed};
 };
 

@@ -32,6 +32,7 @@ class CSimpleStor final : public ISStripStor, public IStoreOutcome {
   [[nodiscard]] std::string GetError() override;
   [[nodiscard]] std::string GetFile() override { return {}; }
   int IsPublished() override { return 0; }
+  int IsWritten() override { return 0; }
   std::int64_t GetLines() override;
   void Wake() override {}
   void BeginFinish(int minLines, void (*done)(void*), void* context) override;

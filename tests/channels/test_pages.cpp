@@ -298,11 +298,14 @@ KxPtr<IIOParams> paramsWith(const std::map<std::string, std::string>& options) {
 
 int savePaged(const std::string& file, IRStor* raster, End end, IIOParams* params) {
   const KxPtr<IKxFileChanel> channel = new_FileChanel(params, file, nullptr, nullptr);
+  PageTarget target;
+  target.path = file;
+  target.joinsPart = true;
+  target.isLast = end != End::KeepPart;
+  channel->SetTarget(target);
   const int saved = channel.as<IKxRasterSavePagedChanel>()->Save(raster, nullptr);
   if (!saved || end == End::Abandon) {
     channel->Abandon();
-  } else if (end == End::KeepPart) {
-    channel->KeepPart();
   } else {
     channel->Commit();
   }
@@ -312,8 +315,11 @@ int savePaged(const std::string& file, IRStor* raster, End end, IIOParams* param
 int saveSingle(const std::string& file, IRStor* raster, IIOParams* params, bool mayReplace,
                std::int64_t expectedLines) {
   const KxPtr<IKxFileChanel> channel = new_FileChanel(params, file, nullptr, nullptr);
-  channel->SetMayReplace(mayReplace);
-  channel->SetExpectedLines(expectedLines);
+  PageTarget target;
+  target.path = file;
+  target.mayReplace = mayReplace;
+  target.expectedLines = expectedLines;
+  channel->SetTarget(target);
   const int saved = channel.as<IKxRasterSaveFileChanel>()->Save(raster, nullptr);
   if (saved) channel->Commit();
   return saved;

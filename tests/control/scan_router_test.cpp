@@ -26,21 +26,21 @@ TEST(ScanRouter, ANameThatChangesAtTheStartGetsItsFolderOrIsRefused) {
     ScanSession session;
     ScanRouter router(nullptr, &session);
     const auto plan = std::make_shared<ScanPlan>();
-    ScanValues& v = plan->names.values;
+    ScanValues& v = plan->draft.names.values;
     v.dir = out.path() + "/<DPI>";
     v.mask = "page";
     v.useAutoCounter = 0;
     v.dpi = 100;
     v.colorSpace = KxColorSpace::Grey;
-    v.outputFile = buildOutputPath(plan->names);
+    v.outputFile = buildOutputPath(plan->draft.names);
     std::filesystem::create_directory(out.path() + "/100");
     if (c.isFolderBlocked) std::filesystem::create_symlink("nowhere/at/all", out.path() + "/150");
     plan->destination = KxPtr<ISStripStor>::adopt(new CScanToFileStor(nullptr, nullptr));
     router.arm(plan);
     ASSERT_EQ(router.onStarted(KxColorSpace::Grey, 8, -1, c.dpi), 1);
     const ScanStarted started = router.takeStarted();
-    EXPECT_EQ(started.output.path, out.path() + c.path);
-    EXPECT_EQ(started.output.refused, c.refused) << started.output.why;
+    EXPECT_EQ(started.page.target.path, out.path() + c.path);
+    EXPECT_EQ(!started.page.refused.empty(), c.refused) << started.page.refused;
     EXPECT_EQ(std::filesystem::is_directory(out.path() + "/" + std::to_string(c.dpi)), !c.refused);
   }
 }

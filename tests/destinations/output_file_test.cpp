@@ -14,22 +14,24 @@ namespace {
 using test::PanelWorld;
 
 struct Prepared {
-  PreparedFile file;
+  bool goesOn;
+  PageDraft draft;
   std::string path;
 };
 
 Prepared prepare(PanelWorld& world) {
   const auto events = world.app.as<IEvents>();
-  const PreparedFile file = PrepareOutputFile(*world.params, events.get(), false);
-  return {file, world.params->values().outputFile};
+  PageDraft draft;
+  const bool goesOn = PrepareOutputFile(*world.params, events.get(), &draft) != 0;
+  return {goesOn, draft, world.params->values().outputFile};
 }
 
 TEST(PrepareOutputFile, MakesTheFolderAndCreatesNoFile) {
   PanelWorld world;
   world.params->quiet().dir = world.dir.file("a/b");
   const Prepared p = prepare(world);
-  EXPECT_TRUE(p.file.goOn);
-  EXPECT_FALSE(p.file.mayReplace);
+  EXPECT_TRUE(p.goesOn);
+  EXPECT_FALSE(p.draft.mayReplace);
   EXPECT_EQ(p.path, world.dir.file("a/b/scan000.tif"));
   EXPECT_TRUE(std::filesystem::is_directory(world.dir.file("a/b")));
   EXPECT_TRUE(std::filesystem::is_empty(world.dir.file("a/b")));
@@ -59,8 +61,8 @@ TEST(PrepareOutputFile, UnderEveryFateWithAFileInTheWay) {
     world.answer = c.answer;
     test::writeFile(world.dir.file("scan000.tif"), "old");
     const Prepared p = prepare(world);
-    EXPECT_EQ(p.file.goOn, c.goOn);
-    EXPECT_EQ(p.file.mayReplace, c.mayReplace);
+    EXPECT_EQ(p.goesOn, c.goOn);
+    EXPECT_EQ(p.draft.mayReplace, c.mayReplace);
     EXPECT_EQ(p.path, world.dir.file(c.name));
     EXPECT_EQ(world.params->values().counter, c.counter);
     EXPECT_EQ(world.messages.size(), c.questions);
@@ -87,7 +89,7 @@ TEST(PrepareOutputFile, WhatCannotBeWrittenIsEventNineWithTheCause) {
     world.params->quiet().dir = c.dir;
     world.params->quiet().mask = c.mask;
     const test::OrdinaryUser user;
-    EXPECT_FALSE(prepare(world).file.goOn);
+    EXPECT_FALSE(prepare(world).goesOn);
     ASSERT_EQ(world.messages.size(), 1U);
     EXPECT_EQ(world.messages[0].event, kEventCannotWrite);
     EXPECT_FALSE(world.messages[0].text.empty());
@@ -98,11 +100,11 @@ TEST(PrepareOutputFile, APartOfAKilledProgramIsKeptAndTold) {
   PanelWorld world;
   world.params->quiet().dir = world.dir.path();
   test::writeFile(world.dir.file("scan000.tif.part"), "pages");
-  EXPECT_TRUE(prepare(world).file.goOn);
+  EXPECT_TRUE(prepare(world).goesOn);
   ASSERT_EQ(world.messages.size(), 1U);
   EXPECT_NE(world.messages[0].text.find("scan000.tif.part.1"), std::string::npos) << world.messages[0].text;
   EXPECT_EQ(test::readFile(world.dir.file("scan000.tif.part.1")), "pages");
-  EXPECT_TRUE(prepare(world).file.goOn);
+  EXPECT_TRUE(prepare(world).goesOn);
   EXPECT_EQ(world.messages.size(), 1U) << "told once";
 }
 

@@ -9,7 +9,6 @@
 #include <filesystem>
 
 #include "destinations/file_names.h"
-#include "destinations/page_end.h"
 #include "platform/base_services.h"
 #include "quillbay/raster.h"
 #include "support/panel_world.h"
@@ -45,6 +44,13 @@ struct Panel : test::PanelWorld {
     set->SetValue("m_fUseFileOut", on ? 1 : 0);
     to->LoadParams(set.get());
   }
+  /// What the controller does before a page, and what it does when the scanner starts.
+  [[nodiscard]] bool begin(bool isLast = true) {
+    if (!to->BeginScan()) return false;
+    const PageDraft draft = panel->draft(isLast);
+    panel->pageStarted(makePageTarget(draft, {draft.names.values.colorSpace, 100, -1}));
+    return true;
+  }
   [[nodiscard]] std::string nextName() const {
     return panel->control<QLineEdit>(CScanToView::kNextName)->text().toStdString();
   }
@@ -56,7 +62,7 @@ struct Panel : test::PanelWorld {
   CScanToView* panel = nullptr;
 };
 
-TEST(PageEnd, MinimumLengthByAreaType) {
+TEST(PageTarget, LeastLengthByAreaType) {
   ScanValues v;
   v.rcScan = {0, 10, 100, 307};
   v.rcCustomScan = {0, 0, 50, 25.4};
@@ -67,7 +73,7 @@ TEST(PageEnd, MinimumLengthByAreaType) {
   for (const auto& [type, fragment, want] : cases) {
     v.scanType = type;
     v.customScanValid = fragment;
-    EXPECT_EQ(minimumPageLines(v), want) << type << fragment;
+    EXPECT_EQ(leastPageLines(v), want) << type << fragment;
   }
 }
 
@@ -99,8 +105,8 @@ TEST(ScanToFile, EndsOfAPage) {
     Panel p(ScanToFile);
     p.params->quiet().multiPage = c.multiPage;
     p.params->quiet().scanType = kAreaCustom;
-    p.params->quiet().dpi = 254;
-    ASSERT_EQ(p.to->BeginScan(), 1);
+    p.params->quiet().dpi = 254;  // the scanner delivers 100
+    ASSERT_TRUE(p.begin());
     const KxPtr<NotingStore> used = p.store;
     used->error = c.error;
     EXPECT_EQ(p.to->EndScan(c.cancelled), c.answer);
@@ -108,7 +114,7 @@ TEST(ScanToFile, EndsOfAPage) {
     EXPECT_EQ(p.stores, c.stores);
     EXPECT_EQ(p.params->destinationStore.get(), static_cast<ISStripStor*>(p.store.get()));
     EXPECT_EQ(used->resets, c.cancelled || *c.error ? 1 : 0) << "an error is told once";
-    EXPECT_EQ(used->finishedWith, c.cancelled ? -1 : 1000);
+    EXPECT_EQ(used->finishedWith, c.cancelled ? -1 : 393);
     ASSERT_EQ(p.messages.size(), c.messages);
     if (c.messages) {
       EXPECT_EQ(p.messages[0].text, c.error);
@@ -119,15 +125,15 @@ TEST(ScanToFile, EndsOfAPage) {
 TEST(ScanToFile, APartOfTheRunningBatchIsNotSetAside) {
   Panel p(ScanToFile);
   p.params->quiet().multiPage = 1;
-  p.controller.batchContinues = 1;
-  ASSERT_EQ(p.to->BeginScan(), 1);
+  ASSERT_TRUE(p.begin(false));
   ASSERT_EQ(p.to->EndScan(0), 1);
   const std::string part = p.params->values().outputFile + ".part";
   test::writeFile(part, "first page");
-  ASSERT_EQ(p.to->BeginScan(), 1);
+  ASSERT_TRUE(p.begin(false));
   EXPECT_EQ(test::readFile(part), "first page");
   ASSERT_EQ(p.to->EndScan(1), 0);
-  ASSERT_EQ(p.to->BeginScan(), 1) << "the batch ended: what lies there now is a leftover";
+  EXPECT_EQ(p.panel->endRun().fate, RunFile::Fate::Failed) << "it is no picture";
+  ASSERT_TRUE(p.begin()) << "the batch ended: what lies there now is a leftover";
   EXPECT_EQ(test::readFile(part + ".1"), "first page");
 }
 
@@ -159,7 +165,7 @@ TEST(ScanToView, HandsThePageOnWithAndWithoutSaving) {
     v.batch = c.batch;
     p.controller.refused = c.refused;
     v.outputFile = "an earlier page's";
-    ASSERT_EQ(p.to->BeginScan(), 1);
+    ASSERT_TRUE(p.begin());
     EXPECT_EQ(std::filesystem::exists(p.dir.file("out")), c.save) << "no file checks without a file";
     p.store->raster = new_IRStor(KxColorSpace::Grey, 8, 4, 100);
     p.controller.onCommand = [&](const std::string& name, IParam* arguments) {
@@ -190,7 +196,7 @@ TEST(ScanToView, HandsThePageOnWithAndWithoutSaving) {
 TEST(ScanToView, AFolderThatIsGoneSavesNothing) {
   Panel p(ScanToView);
   p.saveTo(true);
-  ASSERT_EQ(p.to->BeginScan(), 1);
+  ASSERT_TRUE(p.begin());
   p.store->raster = new_IRStor(KxColorSpace::Grey, 8, 4, 100);
   std::filesystem::remove_all(p.dir.file("out"));
   test::writeFile(p.dir.file("out"), "in the way");
@@ -217,7 +223,7 @@ TEST(ScanToFilePanel, ShowsTheNextNameAndFollowsTheParameters) {
   p.params->NotifyParam("m_Ext");
   settle();
   EXPECT_EQ(p.nextName(), "sheet100_000.png");
-  ASSERT_EQ(p.to->BeginScan(), 1);
+  ASSERT_TRUE(p.begin());
   p.params->quiet().counter = 7;  // as the start of a page moves it, without a word
   p.to->EndScan(1);
   EXPECT_EQ(p.nextName(), "sheet100_007.png");
@@ -243,14 +249,14 @@ TEST(ScanToFilePanel, APageKeepsTheMomentOfItsNameAndTheNextOneHasItsOwn) {
   setEnvironment({nullptr, [] { return s_now; }});
   Panel p(ScanToFile);
   p.params->set(scan_key::Dir, p.dir.file("<TIME>"));
-  ASSERT_EQ(p.to->BeginScan(), 1);
+  ASSERT_TRUE(p.begin());
   const std::string prepared = p.params->values().outputFile;
   EXPECT_EQ(p.panel->nextFile(), prepared);
   ++s_now;  // a question, a palette or the scanner took its time
-  EXPECT_EQ(buildOutputPath(p.panel->nameSnapshot()), prepared);
+  EXPECT_EQ(buildOutputPath(p.panel->draft(true).names), prepared);
   EXPECT_NE(p.panel->nextFile(), prepared);
   ASSERT_EQ(p.to->EndScan(0), 1);
-  EXPECT_NE(buildOutputPath(p.panel->nameSnapshot()), prepared);
+  EXPECT_NE(buildOutputPath(p.panel->draft(true).names), prepared);
   setEnvironment({});
 }
 
@@ -271,7 +277,7 @@ TEST(ScanToFilePanel, RemembersWhatWasScannedTo) {
   test::PanelWorld* world = nullptr;
   Panel p(ScanToFile);
   world = &p;
-  ASSERT_EQ(p.to->BeginScan(), 1);
+  ASSERT_TRUE(p.begin());
   p.to.release()->Destroy();
   History masks("Mask");
   masks.load(world->app.as<IProfile>().get());

@@ -30,13 +30,13 @@ class FakeChannel final : public CKxUnknownImpl<IKxFileChanel, IKxRasterSaveFile
     return CKxUnknownImpl::QueryInterface(wanted, out);
   }
   std::string GetFileName() override { return m_script.path; }
-  void SetExpectedLines(std::int64_t lines) override { m_script.expectedLines = lines; }
-  void SetMayReplace(bool may) override { m_script.mayReplace = may; }
-  void Commit() override {
+  void SetTarget(const PageTarget& target) override { m_script.target = target; }
+  int Commit() override {
     if (!m_script.commitError.empty()) throw CXFileException(m_script.commitError, m_script.path, EEXIST);
     m_script.fate.push_back("commit");
+    return m_script.target.isLast || !m_script.savedPaged ? 1 : 0;
   }
-  void KeepPart() override { m_script.fate.push_back("keep"); }
+  int IsWritten() override { return 1; }
   void Abandon() override { m_script.fate.push_back("abandon"); }
   int AcceptColorSpace(KxColorSpace) override { return m_script.accepts ? 1 : 0; }
   int GetPageCount() override { return 0; }

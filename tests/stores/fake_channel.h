@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/page_target.h"
 #include "quillbay/color_space.h"
 #include "stores/event.h"
 
@@ -31,10 +32,10 @@ struct ChannelScript {
   std::vector<std::vector<std::uint8_t>> lines;
   std::vector<KXRGBQUAD> palette;
   std::string path;
-  std::int64_t expectedLines = -1;
-  bool mayReplace = false, savedPaged = false;
+  PageTarget target;
+  bool savedPaged = false;
   std::atomic<std::int64_t> written{0};
-  std::vector<std::string> fate;  ///< "commit", "keep", "abandon" in order
+  std::vector<std::string> fate;  ///< "commit", "abandon" in order
 };
 
 }  // namespace quillbay::test

@@ -40,7 +40,7 @@ TEST(LargePage, GoesThroughTheFileStoreWhole) {
     script.check = [&](std::int64_t line, const std::uint8_t* bytes) { wrong += !marked(line, bytes); };
     const auto app = KxPtr<test::FakeApp>::adopt(new test::FakeApp);
     const auto store = KxPtr<CScanToFileStor>::adopt(new CScanToFileStor(app.get(), nullptr));
-    store->SetOutput({"/tmp/roll.tif", false, true, false, 0});
+    store->SetTarget({"/tmp/roll.tif"});
     const auto stripe = markedStripe();
     for (std::int32_t i = 0; i < kStripes; ++i) ASSERT_EQ(store->AddStripe(stripe.get()), 1);
     ASSERT_EQ(store->Finish(nullptr, 0, 1), 1) << store->GetError();

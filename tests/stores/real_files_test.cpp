@@ -15,15 +15,23 @@ using test::pageStripe;
 
 constexpr std::int32_t kWidth = 333;
 
-KxPtr<CScanToFileStor> newStore(const FileOutput& to) {
+KxPtr<CScanToFileStor> newStore(const PageTarget& to) {
   const auto app = KxPtr<test::FakeApp>::adopt(new test::FakeApp);
   auto store = KxPtr<CScanToFileStor>::adopt(new CScanToFileStor(app.get(), nullptr));
-  store->SetOutput(to);
+  store->SetTarget(to);
   return store;
 }
 
+PageTarget batchPage(const std::string& path, bool isLast) {
+  PageTarget target;
+  target.path = path;
+  target.joinsPart = true;
+  target.isLast = isLast;
+  return target;
+}
+
 // Scans `lines` lines of the page into a store of its own; answers what its end answered.
-int scanPage(const FileOutput& to, KxColorSpace colorSpace, std::int32_t lines, int minLines = 0) {
+int scanPage(const PageTarget& to, KxColorSpace colorSpace, std::int32_t lines, int minLines = 0) {
   const auto store = newStore(to);
   for (std::int32_t at = 0; at < lines; at += 40)
     EXPECT_EQ(store->AddStripe(pageStripe(colorSpace, kWidth, at, std::min(40, lines - at)).get()), 1);
@@ -63,14 +71,14 @@ TEST(RealFiles, HoldWhatWasScanned) {
 TEST(RealFiles, ABatchIsOneFileThoughAPageOfItIsAbandoned) {
   const test::TempDir dir;
   const std::string path = dir.file("batch.tif");
-  ASSERT_EQ(scanPage({path, true, false}, KxColorSpace::Grey, 100), 1);
+  ASSERT_EQ(scanPage(batchPage(path, false), KxColorSpace::Grey, 100), 1);
   {
-    const auto abandoned = newStore({path, true, false});
+    const auto abandoned = newStore(batchPage(path, false));
     ASSERT_EQ(abandoned->AddStripe(pageStripe(KxColorSpace::Grey, kWidth, 0, 50).get()), 1);
     abandoned->Reset();
   }
   EXPECT_FALSE(fio::exists(path)) << "the batch is going on";
-  ASSERT_EQ(scanPage({path, true, true}, KxColorSpace::Bitonal, 70), 1);
+  ASSERT_EQ(scanPage(batchPage(path, true), KxColorSpace::Bitonal, 70), 1);
   expectPage(path, 0, KxColorSpace::Grey, 100, 100);
   expectPage(path, 1, KxColorSpace::Bitonal, 70, 70);
   EXPECT_EQ(new_OpenFileChanel(nullptr, path).as<IKxRasterLoadFileChanel>()->GetPageCount(), 2);
@@ -88,7 +96,7 @@ TEST(RealFiles, AFileThatAppearedMeanwhileIsNotReplaced) {
   const test::TempDir dir;
   const std::string path = dir.file("plan.png");
   for (const bool mayReplace : {false, true}) {
-    const auto store = newStore({path, false, true, mayReplace});
+    const auto store = newStore({path, mayReplace});
     ASSERT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, kWidth, 0, 50).get()), 1);
     test::writeFile(path, "somebody's work");
     EXPECT_EQ(store->Finish(nullptr, 0, 1), mayReplace ? 1 : 0);

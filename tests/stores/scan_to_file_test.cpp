@@ -22,15 +22,19 @@ using Fate = std::vector<std::string>;
 constexpr std::int32_t kWidth = 100;
 constexpr KxColorSpace kGrey = KxColorSpace::Grey;
 
-FileOutput output(bool multiPage = false, bool publishAtEnd = true) {
-  return {"/scans/plan.tif", multiPage, publishAtEnd, false, 0};
+PageTarget target(bool joinsPart = false, bool isLast = true) {
+  PageTarget page;
+  page.path = "/scans/plan.tif";
+  page.joinsPart = joinsPart;
+  page.isLast = isLast;
+  return page;
 }
 
 // A store for small pages: four stripes of ten grey lines may wait.
-KxPtr<CScanToFileStor> newStore(const FileOutput& to, const FileStoreLimits& limits = {4000}) {
+KxPtr<CScanToFileStor> newStore(const PageTarget& to, const FileStoreLimits& limits = {4000}) {
   const auto app = KxPtr<test::FakeApp>::adopt(new test::FakeApp);
   auto store = KxPtr<CScanToFileStor>::adopt(new CScanToFileStor(app.get(), nullptr, limits));
-  store->SetOutput(to);
+  store->SetTarget(to);
   return store;
 }
 
@@ -55,7 +59,7 @@ TEST(ScanToFile, WritesThePageHoweverItComesAndIsPulled) {
         SCOPED_TRACE(::testing::Message() << static_cast<int>(cs) << " by " << height << " pull " << int(pull));
         ChannelScript script;
         script.pull = pull;
-        const auto store = newStore(output());
+        const auto store = newStore(target());
         EXPECT_TRUE(store->IsEmpty());
         ASSERT_TRUE(scan(store.get(), cs, 0, 150, height));
         EXPECT_FALSE(store->IsEmpty());
@@ -77,7 +81,7 @@ TEST(ScanToFile, PadsWithBlankLines) {
     for (const KxColorSpace cs : {KxColorSpace::Bitonal, KxColorSpace::Palette, KxColorSpace::Rgb}) {
       ChannelScript script;
       script.pull = pull;
-      const auto store = newStore(output());
+      const auto store = newStore(target());
       ASSERT_TRUE(scan(store.get(), cs, 0, 20, 8));
       ASSERT_EQ(store->Finish(nullptr, 53, 1), 1);
       ASSERT_EQ(script.lines.size(), 53u);
@@ -101,58 +105,51 @@ TEST(ScanToFile, PadsWithBlankLines) {
   }
 }
 
-TEST(ScanToFile, EndsThePageAsItsOutputSays) {
+TEST(ScanToFile, EndsThePageAsItsTargetSays) {
   struct Case {
     const char* why;
-    bool multiPage, publishAtEnd, paged;
-    const char* fate;
+    bool joinsPart, isLast, paged;
     int published;
   };
-  const Case cases[] = {{"a single page", false, true, false, "commit", 1},
-                        {"a single page has no batch to wait for", false, false, false, "commit", 1},
-                        {"a page of a batch", true, false, true, "keep", 0},
-                        {"the last page of a batch", true, true, true, "commit", 1}};
+  const Case cases[] = {{"a single page", false, true, false, 1},
+                        {"a single page has no batch to wait for", false, false, false, 1},
+                        {"a page of a batch", true, false, true, 0},
+                        {"the last page of a batch", true, true, true, 1}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     ChannelScript script;
-    FileOutput to = output(c.multiPage, c.publishAtEnd);
+    PageTarget to = target(c.joinsPart, c.isLast);
     to.mayReplace = true;
     to.expectedLines = 4711;
     const auto store = newStore(to);
     ASSERT_TRUE(scan(store.get(), kGrey, 0, 30, 10));
     EXPECT_EQ(store->Finish(nullptr, 0, 1), 1);
-    EXPECT_EQ(script.fate, Fate{c.fate});
+    EXPECT_EQ(script.fate, Fate{"commit"});
     EXPECT_EQ(script.savedPaged, c.paged);
-    EXPECT_TRUE(script.mayReplace);
-    EXPECT_EQ(script.expectedLines, 4711);
+    EXPECT_TRUE(script.target.mayReplace);
+    EXPECT_EQ(script.target.expectedLines, 4711);
     EXPECT_EQ(store->IsPublished(), c.published);
     EXPECT_EQ(store->GetFile(), "/scans/plan.tif");
   }
-  ChannelScript script;
-  const auto store = newStore(output(true, false));
-  ASSERT_TRUE(scan(store.get(), kGrey, 0, 30, 10));
-  store->SetPublishAtEnd(true);
-  store->Finish(nullptr, 0, 1);
-  EXPECT_EQ(script.fate, Fate{"commit"}) << "a page that became the last";
 }
 
 TEST(ScanToFile, RefusalsAtTheFirstStripeStick) {
   struct Case {
     const char* why;
-    void (*set)(ChannelScript&, FileOutput&);
+    void (*set)(ChannelScript&, PageTarget&);
     const char* text;
   };
   const Case cases[] = {
-      {"colours", [](ChannelScript& s, FileOutput&) { s.accepts = false; }, "colours"},
-      {"no paged format", [](ChannelScript& s, FileOutput& o) { o.multiPage = true, s.paged = false; }, "one page"},
-      {"not written", [](ChannelScript& s, FileOutput&) { s.single = false; }, "cannot be written"},
-      {"thrown", [](ChannelScript& s, FileOutput&) { s.openError = "read-only file system"; }, "read-only"},
-      {"no name", [](ChannelScript&, FileOutput& o) { o.path.clear(); }, "no file name"},
+      {"colours", [](ChannelScript& s, PageTarget&) { s.accepts = false; }, "colours"},
+      {"no paged format", [](ChannelScript& s, PageTarget& o) { o.joinsPart = true, s.paged = false; }, "one page"},
+      {"not written", [](ChannelScript& s, PageTarget&) { s.single = false; }, "cannot be written"},
+      {"thrown", [](ChannelScript& s, PageTarget&) { s.openError = "read-only file system"; }, "read-only"},
+      {"no name", [](ChannelScript&, PageTarget& o) { o.path.clear(); }, "no file name"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     ChannelScript script;
-    FileOutput to = output();
+    PageTarget to = target();
     c.set(script, to);
     const auto store = newStore(to);
     EXPECT_FALSE(scan(store.get(), kGrey, 0, 10, 10));
@@ -176,7 +173,7 @@ TEST(ScanToFile, AFailedWriteSticksAndNothingBlocks) {
       ChannelScript script;
       script.pull = pull;
       script.failAtLine = failAt;
-      const auto store = newStore(output(true, false));
+      const auto store = newStore(target(true, false));
       const auto stripe = pageStripe(kGrey, kWidth, 0, 10);
       int accepted = 0;
       while (accepted < 15 && store->AddStripe(stripe.get())) ++accepted;
@@ -197,7 +194,7 @@ TEST(ScanToFile, OtherWaysToFail) {
     SCOPED_TRACE(text);
     ChannelScript script;
     set(script);
-    const auto store = newStore(output());
+    const auto store = newStore(target());
     EXPECT_TRUE(scan(store.get(), kGrey, 0, 10, 10));
     store->AddStripe(pageStripe(kGrey, secondWidth, 10, 10).get());
     EXPECT_EQ(store->Finish(nullptr, 0, 1), 0);
@@ -223,7 +220,7 @@ TEST(ScanToFile, GivesUpBeforeTheDiskIsFull) {
 
 TEST(ScanToFile, FinishBeforeAnyStripe) {
   ChannelScript script;
-  const auto store = newStore(output());
+  const auto store = newStore(target());
   EXPECT_EQ(store->Finish(nullptr, 100, 1), 1);
   EXPECT_EQ(store->GetLines(), 0);
   EXPECT_EQ(store->IsPublished(), 0);
@@ -233,7 +230,7 @@ TEST(ScanToFile, FinishBeforeAnyStripe) {
       100, [](void* n) { ++*static_cast<int*>(n); }, &calls);
   EXPECT_EQ(calls, 1);
   store->Reset();
-  store->SetOutput(output());
+  store->SetTarget(target());
   EXPECT_TRUE(scan(store.get(), kGrey, 0, 10, 10)) << "a store that was reset takes a page";
   EXPECT_EQ(store->Finish(nullptr, 0, 1), 1);
   expectPage(script, kGrey, 10);
@@ -243,7 +240,7 @@ TEST(ScanToFile, BeginFinishDoesNotWait) {
   ChannelScript script;
   Event gate(Event::Kind::Manual), through(Event::Kind::Manual);
   script.gate = &gate;
-  const auto store = newStore(output());
+  const auto store = newStore(target());
   ASSERT_TRUE(scan(store.get(), kGrey, 0, 30, 10));
   store->BeginFinish(
       40, [](void* e) { static_cast<Event*>(e)->set(); }, &through);
@@ -281,7 +278,7 @@ class ProbeStripe final : public CKxUnknownImpl<IScanBuffer> {
 // A scanner within AddStripe, before a full queue and a writer that stands still.
 class FullQueue {
  public:
-  FullQueue() : m_store(newStore(output())) {
+  FullQueue() : m_store(newStore(target())) {
     m_script.gate = &m_gate;
     m_script.pull = Pull::Stripes;
     m_scanner = std::thread([this, store = m_store.get()] {
@@ -332,7 +329,7 @@ TEST(ScanToFile, ResetFreesTheScannerAndDropsThePage) {
   EXPECT_EQ(full.script().fate, Fate{"abandon"});
   EXPECT_LE(full.script().lines.size(), 10u) << "what is queued is not written any more";
   EXPECT_TRUE(full.store()->IsEmpty());
-  full.store()->SetOutput(output());
+  full.store()->SetTarget(target());
   full.script().lines.clear();
   full.script().written = 0;
   EXPECT_TRUE(scan(full.store().get(), kGrey, 0, 20, 10));
@@ -366,7 +363,7 @@ TEST(ScanToFile, ASlowWriterHoldsTheScannerToTheQueuesBound) {
   Event gate(Event::Kind::Auto);
   script.gate = &gate;
   std::atomic<int> accepted{0};
-  const auto store = newStore(output());
+  const auto store = newStore(target());
   std::thread scanner([&] {
     for (int i = 0; i < 200; ++i) {
       ASSERT_EQ(store->AddStripe(pageStripe(kGrey, kWidth, i * 10, 10).get()), 1);
@@ -387,7 +384,7 @@ TEST(ScanToFile, ASlowWriterHoldsTheScannerToTheQueuesBound) {
 
 TEST(ScanToFile, AStripeBeyondTheBoundPassesAlone) {
   ChannelScript script;
-  const auto store = newStore(output(), {50});
+  const auto store = newStore(target(), {50});
   EXPECT_TRUE(scan(store.get(), kGrey, 0, 100, 10));
   EXPECT_EQ(store->Finish(nullptr, 0, 1), 1);
   expectPage(script, kGrey, 100);
@@ -399,7 +396,7 @@ TEST(ScanToFile, RacesBetweenScannerAndController) {
     ChannelScript script;
     script.keepLines = false;
     script.pull = i % 2 ? Pull::Lines : Pull::Stripes;
-    const auto store = newStore(output());
+    const auto store = newStore(target());
     Event first(Event::Kind::Manual);
     std::thread scanner([&] {
       const auto stripe = pageStripe(kGrey, kWidth, 0, 10);

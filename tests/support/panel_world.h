@@ -26,7 +26,8 @@ class NotingStore final : public CKxUnknownImpl<ISStripStor, IStoreOutcome> {
   bool IsEmpty() override { return false; }
   std::string GetError() override { return error; }
   std::string GetFile() override { return {}; }
-  int IsPublished() override { return 1; }
+  int IsPublished() override { return error.empty() ? 1 : 0; }
+  int IsWritten() override { return written; }
   std::int64_t GetLines() override { return 1; }
   void Wake() override {}
   void BeginFinish(int, void (*)(void*), void*) override {}
@@ -35,6 +36,7 @@ class NotingStore final : public CKxUnknownImpl<ISStripStor, IStoreOutcome> {
   int finishedWith = -1;
   KxPtr<IRStor> raster;
   std::string error;
+  int written = 0;  ///< the page is whole in its part all the same
 };
 
 /// A scanner with the modes and resolutions of a test.
@@ -59,6 +61,8 @@ class NotedUnit final : public CKxUnknownImpl<IQuillbayUnit, IUnitOptions> {
     return {option};
   }
   int SetOption(std::string_view, std::string_view, std::string*) override { return 0; }
+  int SaveOptions(IParam*) override { return 1; }
+  int LoadOptions(IParam*) override { return 1; }
 
   std::vector<int> bitonalDpi{100, 200, 300}, colourDpi{75, 200, 600};
   std::string dpiRange;
@@ -80,7 +84,6 @@ class NotingController final : public IPanelController {
     return detects;
   }
   void RunPostProcessing() override { commands.emplace_back("post-processing"); }
-  int BatchContinues() override { return batchContinues; }
   int ExecCommand(const char* command, IParam* arguments) override {
     commands.emplace_back(command);
     lastArguments = new_MemParam();
@@ -91,7 +94,7 @@ class NotingController final : public IPanelController {
 
   KxPtr<NotedUnit> unit = KxPtr<NotedUnit>::adopt(new NotedUnit);
   int offersDetection = 1;
-  int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0, batchContinues = 0;
+  int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0;
   std::vector<std::string> commands;
   KxPtr<IParam> lastArguments;
   std::function<void()> onPageChanged;
