@@ -19,6 +19,7 @@
 #include "document_view.h"
 #include "main_window.h"
 #include "panel_dock.h"
+#include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 
 namespace quillbay {
@@ -202,12 +203,12 @@ void setPage(IQuillbayControl& control, int megabytes) {
   std::string why;
   const double lineBytes = kPageWidth / kMmPerInch * 300 * 3;
   const double length = megabytes * 1e6 / lineBytes / 300 * kMmPerInch;
-  const std::pair<const char*, CKxVariant> values[] = {{"m_dwAutodetect", 0},
-                                                       {"m_fCenter", 0},
-                                                       {"m_CurrMode", 7},
-                                                       {"m_uiDPI", 300},
-                                                       {"m_rcScan", tagRRECT{0, 0, kPageWidth, length}},
-                                                       {"m_eScanType", 3}};
+  const std::pair<const char*, CKxVariant> values[] = {{key::Autodetect, 0},
+                                                       {key::Center, 0},
+                                                       {key::CurrMode, 7},
+                                                       {key::Dpi, 300},
+                                                       {key::RcScan, tagRRECT{0, 0, kPageWidth, length}},
+                                                       {key::ScanAreaType, 3}};
   for (const auto& [key, value] : values) {
     if (!control.SetParam(key, value, &why)) std::fprintf(stderr, "panel_bench: %s: %s\n", key, why.c_str());
   }

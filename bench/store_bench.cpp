@@ -13,6 +13,7 @@
 
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
+#include "quillbay/run_list.h"
 #include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 #include "scanners/line_pipeline.h"
@@ -100,21 +101,6 @@ double writeByStore(const std::vector<KxPtr<IScanBuffer>>& stripes, const std::s
   return took;
 }
 
-void unpackRuns(const std::uint32_t* runs, std::int32_t width, std::vector<std::uint8_t>& bits) {
-  std::fill(bits.begin(), bits.end(), std::uint8_t{0});
-  for (std::size_t i = 0; runs[i] != RunEnd; i += 2) {
-    for (std::uint32_t x = runs[i]; x <= runs[i + 1] && x < static_cast<std::uint32_t>(width);) {
-      if (x % 8 == 0 && x + 7 <= runs[i + 1]) {
-        bits[x / 8] = 0xFF;
-        x += 8;
-      } else {
-        bits[x / 8] = static_cast<std::uint8_t>(bits[x / 8] | (0x80 >> (x % 8)));
-        ++x;
-      }
-    }
-  }
-}
-
 /// Packed lines for libtiff, made before the clock runs.
 std::vector<std::vector<std::uint8_t>> packedLines(const std::vector<KxPtr<IScanBuffer>>& stripes) {
   std::vector<std::vector<std::uint8_t>> out;
@@ -122,10 +108,10 @@ std::vector<std::vector<std::uint8_t>> packedLines(const std::vector<KxPtr<IScan
     KxSize size;
     stripe->GetSize(&size);
     const std::size_t bytes = (static_cast<std::size_t>(size.width) + 7) / 8;
-    std::vector<std::uint8_t> all(bytes * static_cast<std::size_t>(size.height)), line(bytes);
+    std::vector<std::uint8_t> all(bytes * static_cast<std::size_t>(size.height));
     for (std::int32_t i = 0; i < size.height; ++i) {
-      unpackRuns(reinterpret_cast<const std::uint32_t*>(stripe->GetLine(i)), size.width, line);
-      std::copy(line.begin(), line.end(), all.begin() + static_cast<std::ptrdiff_t>(bytes) * i);
+      runsToBits(reinterpret_cast<const std::uint32_t*>(stripe->GetLine(i)), size.width,
+                 all.data() + bytes * static_cast<std::size_t>(i));
     }
     out.push_back(std::move(all));
   }

@@ -11,6 +11,7 @@ files=$(git ls-files '*.cpp' '*.h' 2>/dev/null || find include src libs apps tes
 clang-format-16 --dry-run --Werror $files || status=1
 
 python3 scripts/check_layers.py . || status=1
+python3 scripts/check_names.py . || status=1
 
 if [ "${1:-}" != "--fast" ]; then
   python3 scripts/tidy.py build/release build/tidy || status=1

@@ -32,8 +32,8 @@ def is_qt(name):
     return re.match(r"^(Q[A-Z]|Qt[A-Z])", name) is not None
 
 
-def problem(place, name):
-    """Why the file in folder `place` may not include `name`, or None."""
+def problem(place, name, is_own):
+    """Why the file in folder `place` may not include `name`, or None. `is_own`: a program's own folder holds it."""
     parts = place.split("/")
     top, folder = parts[0], parts[1] if len(parts) > 1 else ""
     for pattern, allowed in OUTSIDE:
@@ -46,7 +46,7 @@ def problem(place, name):
         return None
     if top == "include" and first in SRC + LIBS:
         return "public headers include public headers alone"
-    if top == "apps" and first in SRC + LIBS:
+    if top == "apps" and first in SRC + LIBS and not is_own:
         return "a program is a host: it includes include/quillbay alone"
     if top == "src":
         if first in LIBS and first not in SRC:
@@ -70,7 +70,8 @@ def check(root):
             place = str(path.parent.relative_to(root))
             for number, line in enumerate(path.read_text(encoding="utf-8").splitlines(), 1):
                 match = INCLUDE.match(line)
-                why = problem(place, match.group(2)) if match else None
+                is_own = bool(match) and (root / "/".join(place.split("/")[:2]) / match.group(2)).is_file()
+                why = problem(place, match.group(2), is_own) if match else None
                 if why:
                     found.append(f"{path.relative_to(root)}:{number}: includes {match.group(2)}: {why}")
     return found

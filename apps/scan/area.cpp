@@ -7,6 +7,7 @@
 #include "failure.h"
 #include "names.h"
 #include "quillbay/host.h"
+#include "quillbay/scan_keys.h"
 
 using quillbay::IParam;
 using quillbay::KxPtr;
@@ -17,7 +18,6 @@ namespace {
 constexpr double kBedTolerance = 1.0;
 /// Beds up to this length are flatbeds, whose whole bed is a sensible page.
 constexpr double kFlatbedLength = 500;
-enum AreaType : int { kTypeAutoWidth = 1, kTypeFixedWidth = 2, kTypeCustom = 3, kTypePaper = 4 };
 
 [[noreturn]] void refuse(const std::string& text, const std::string& what) {
   throw Failure(kUsage, "--area \"" + text + "\": " + what);
@@ -86,7 +86,7 @@ AreaChoice paperArea(const std::string& name, const std::vector<Paper>& papers, 
                      (bed.length > 0 ? sizeText(bed.width, bed.length) : sizeText(bed.width, 0)) +
                      "; upright papers that fit: " + names::joined(fitting));
   }
-  AreaChoice choice = whole(kTypePaper, std::min(width(upright), bed.width),
+  AreaChoice choice = whole(quillbay::kAreaPaper, std::min(width(upright), bed.width),
                             bed.length > 0 ? std::min(length(upright), bed.length) : length(upright));
   choice.paper = paper->name;
   choice.portrait = upright;
@@ -139,14 +139,14 @@ std::vector<Paper> listPapers(quillbay::IApp* app) {
   if (!papers || !styles) return list;
   for (const std::string& name : papers->GetSubStores()) {
     const auto entry = KxPtr<IParam>::adopt(papers->GetSubStore(name, 0));
-    if (!quillbay::paramInt(entry.get(), "Used")) continue;
-    const auto size = quillbay::paramValue(entry.get(), "Size");
+    if (!quillbay::paramInt(entry.get(), quillbay::paper_key::Used)) continue;
+    const auto size = quillbay::paramValue(entry.get(), quillbay::paper_key::Size);
     const auto* point = size.get<quillbay::tagRPOINT>();
     const auto unit = KxPtr<quillbay::ILinearUnit>::adopt(
-        styles->GetLinearUnit(quillbay::paramString(entry.get(), "Units", "mm").c_str()));
+        styles->GetLinearUnit(quillbay::paramString(entry.get(), quillbay::paper_key::Units, "mm").c_str()));
     if (!point || !unit) continue;
-    list.push_back({quillbay::paramString(entry.get(), "Name", name), point->x * unit->GetFactor(),
-                    point->y * unit->GetFactor()});
+    list.push_back({quillbay::paramString(entry.get(), quillbay::paper_key::Name, name),
+                    point->x * unit->GetFactor(), point->y * unit->GetFactor()});
   }
   return list;
 }
@@ -155,18 +155,19 @@ AreaChoice chooseArea(const AreaRequest& request, const std::vector<Paper>& pape
                       std::optional<bool> portrait, bool savedPortrait) {
   switch (request.kind) {
     case AreaRequest::Kind::None:
-      if (bed.length > 0 && bed.length <= kFlatbedLength) return whole(kTypeCustom, bed.width, bed.length);
-      return whole(kTypeAutoWidth, bed.width, bed.length > 0 ? bed.length : bed.width);
-    case AreaRequest::Kind::AutoWidth: return whole(kTypeAutoWidth, bed.width, bed.width);
+      if (bed.length > 0 && bed.length <= kFlatbedLength)
+        return whole(quillbay::kAreaCustom, bed.width, bed.length);
+      return whole(quillbay::kAreaAutoWidth, bed.width, bed.length > 0 ? bed.length : bed.width);
+    case AreaRequest::Kind::AutoWidth: return whole(quillbay::kAreaAutoWidth, bed.width, bed.width);
     case AreaRequest::Kind::FixedWidth: {
       const double width = request.width.value_or(bed.width);
       if (width > bed.width + kBedTolerance) {
         refuse("fixed-width", sizeText(width, 0) + " is more than the bed, which is " + sizeText(bed.width, 0));
       }
-      return whole(kTypeFixedWidth, std::min(width, bed.width), bed.width);
+      return whole(quillbay::kAreaFixedWidth, std::min(width, bed.width), bed.width);
     }
     case AreaRequest::Kind::Custom: {
-      AreaChoice choice = whole(kTypeCustom, 0, 0);
+      AreaChoice choice = whole(quillbay::kAreaCustom, 0, 0);
       choice.rect = request.rect;
       if (choice.rect.right > bed.width + kBedTolerance ||
           (bed.length > 0 && choice.rect.bottom > bed.length + kBedTolerance)) {

@@ -29,7 +29,7 @@ struct AreaRequest {
 
 /// An area as the panel takes it.
 struct AreaChoice {
-  int type = 0;  ///< "m_eScanType"
+  int type = 0;  ///< `quillbay::ScanAreaType`
   quillbay::tagRRECT rect;
   std::string paper;
   std::optional<bool> portrait;  ///< set for a paper

@@ -7,6 +7,8 @@
 #include "failure.h"
 #include "names.h"
 #include "quillbay/formats.h"
+#include "quillbay/scan_keys.h"
+#include "setting_names.h"
 
 namespace {
 
@@ -23,10 +25,12 @@ std::string numberText(double value) {
   return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr};
 }
 
-std::string setting(const std::string& option, const ScanOptions::KeyValue& pair) {
-  std::string line = option;
-  line.append(pair.first).append("=").append(pair.second);
-  return line;
+/// "Resolution in dpi [m_uiDPI, --resolution]: 300".
+std::string setting(const ScanOptions::KeyValue& pair) {
+  const std::string title = setting_names::titleOf(pair.first), option = setting_names::optionOf(pair.first);
+  std::string line = "    " + (title.empty() ? pair.first : title + " [" + pair.first);
+  if (!title.empty()) line += (option.empty() ? "" : ", " + option) + "]";
+  return line + ": " + pair.second;
 }
 
 std::string barred(const std::vector<std::string>& list) {
@@ -113,11 +117,20 @@ QJsonObject asJson(const Inventory& all) {
           {"pageKeys", pairs(all.pageKeys)}};
 }
 
+/// "Scan source [source]: Flatbed|Feeder, now Flatbed".
 void printOption(const quillbay::UnitOption& o, Reporter& out) {
-  const std::string allowed = !o.choices.empty() ? barred(o.choices) : !o.range.empty() ? o.range : "...";
-  std::string state = o.active ? "[" + o.value + "]" : "[inactive]";
-  if (!o.settable) state += " [read-only]";
-  out.line("    --device-option " + o.name + "=" + allowed + (o.unit.empty() ? "" : " " + o.unit) + " " + state);
+  std::string line = "    " + (o.title.empty() ? o.name : o.title) + " [" + o.name + "]: ";
+  if (!o.active) {
+    line += "inactive now";
+  } else if (o.type == quillbay::UnitOptionType::Button) {
+    line += "a button";
+  } else {
+    const std::string unit = o.unit.empty() ? "" : " " + o.unit;
+    line += o.choices.empty() ? o.range : barred(o.choices);
+    if (!line.ends_with(": ")) line += unit + ", ";
+    line += "now " + o.value + unit;
+  }
+  out.line(line + (o.settable ? "" : ", read-only"));
   if (!o.description.empty()) out.line("        " + o.description);
 }
 
@@ -140,12 +153,14 @@ void print(const Inventory& all, Reporter& out) {
       if (!o.help.empty()) out.line("        " + o.help);
     }
   }
-  if (!all.options.empty()) out.line("  Options of the device:");
+  if (!all.options.empty())
+    out.line("  Options of the device (--device-option NAME=VALUE; the name is in brackets):");
   for (const auto& o : all.options) printOption(o, out);
-  out.line("  Parameters of the panel, with their values:");
-  for (const auto& pair : all.parameters) out.line(setting("    --set ", pair));
-  out.line("  Keys of its pages:");
-  for (const auto& pair : all.pageKeys) out.line(setting("    --set ", pair));
+  out.line(
+      "  Parameters of the panel (--set KEY=VALUE; the key is in brackets, with the option that sets it too):");
+  for (const auto& pair : all.parameters) out.line(setting(pair));
+  out.line("  Settings of its pages (--set KEY=VALUE):");
+  for (const auto& pair : all.pageKeys) out.line(setting(pair));
 }
 
 }  // namespace
@@ -185,7 +200,7 @@ void listDevices(quillbay::IApp* app, const ScanOptions& options, Reporter& repo
 void listAllOptions(quillbay::IApp* app, const ScannerChoice& scanner, quillbay::IQuillbayControl* control,
                     const ScanOptions& options, Reporter& reporter) {
   quillbay::CKxVariant mode;
-  control->GetParam("m_CurrMode", &mode);
+  control->GetParam(quillbay::key::CurrMode, &mode);
   const Inventory all = takeInventory(app, scanner, control, options.mode.value_or(mode.toInt()));
   if (options.json) {
     reporter.json(asJson(all));

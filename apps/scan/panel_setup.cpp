@@ -6,14 +6,13 @@
 
 #include "listings.h"
 #include "names.h"
+#include "quillbay/scan_keys.h"
+#include "setting_names.h"
 
 using quillbay::CKxVariant;
 
 namespace {
 
-constexpr int kFateIncrement = 0, kFateAsk = 2;
-constexpr int kTypeAuto = 0, kTypeCustom = 3;
-constexpr int kAlwaysCentres = 1;
 constexpr std::size_t kNearestResolutions = 6;
 
 /// The numbers of "1,2.5,3", or nothing.
@@ -81,20 +80,21 @@ std::string nearestTo(std::vector<int> list, int dpi) {
 }  // namespace
 
 PanelSetup::PanelSetup(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const ScannerChoice& scanner,
-                       const ScanOptions& options, bool saved)
+                       const ScanOptions& options, Reporter& reporter, bool saved)
     : m_app(app),
       m_sink(sink),
       m_control(quillbay::query<quillbay::IQuillbayControl>(sink)),
       m_scanner(scanner),
       m_options(options),
+      m_reporter(reporter),
       m_saved(saved) {}
 
 void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
-  set("m_dwAutodetect", 0, "--area", kUsage);  // the area is the one that was asked for
+  set(quillbay::key::Autodetect, 0, "--area", kUsage);  // the area is the one that was asked for
   applyMode();
   applyResolution();
   applyArea();
-  set("m_fBursting", m_options.bursting ? 1 : 0, "--bursting", kUsage);
+  applyBursting();
   if (writesFile) applyOutput(output);
   applyFormatOptions(output);
   applySettings(writesFile);
@@ -102,7 +102,19 @@ void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
 
 void PanelSetup::set(const std::string& key, const CKxVariant& value, const std::string& what, ExitStatus status) {
   std::string why;
-  if (!m_control->SetParam(key, value, &why)) throw Failure(status, what + ": " + why);
+  if (m_control->SetParam(key, value, &why)) return;
+  // "m_Mask takes text" is for whoever has typed the key; "--mask: takes text" for the others.
+  const std::string said = what.starts_with("--set") ? why : setting_names::withOptions(why);
+  const std::string option = what.substr(0, what.find(' '));
+  const bool repeats = said.starts_with(option + " ");
+  throw Failure(status, what + ": " + (repeats ? said.substr(option.size() + 1) : said));
+}
+
+/// Says when the panel has another value than the one that was asked for.
+void PanelSetup::tellChanged(const ScanOptions::KeyValue& asked, const CKxVariant& wanted,
+                             const CKxVariant& taken) const {
+  if (valueText(taken) == valueText(wanted)) return;
+  m_reporter.note(typed("--set", asked) + ": out of range or not possible now; it is " + valueText(taken));
 }
 
 int PanelSetup::number(const std::string& key) const {
@@ -118,14 +130,14 @@ void PanelSetup::applyMode() {
     throw Failure(kDevice, "--mode " + name + ": the device " + m_scanner.name() + " does not offer it; " +
                                names::allowed(m_scanner.modes(), name, "--all-options"));
   }
-  set("m_CurrMode", *m_options.mode, "--mode " + name, kDevice);
+  set(quillbay::key::CurrMode, *m_options.mode, "--mode " + name, kDevice);
 }
 
 void PanelSetup::applyResolution() {
   if (!m_options.dpi) return;
   std::string why;
-  if (m_control->SetParam("m_uiDPI", *m_options.dpi, &why)) return;
-  const int mode = number("m_CurrMode");
+  if (m_control->SetParam(quillbay::key::Dpi, *m_options.dpi, &why)) return;
+  const int mode = number(quillbay::key::CurrMode);
   const std::string range = m_scanner.resolutionRange(mode);
   throw Failure(kDevice, "--resolution " + std::to_string(*m_options.dpi) + ": the device " + m_scanner.name() +
                              " does not offer it; " +
@@ -134,33 +146,35 @@ void PanelSetup::applyResolution() {
 
 void PanelSetup::applyArea() {
   const AreaRequest request = parseArea(m_options.area);
-  const bool asSaved = request.kind == AreaRequest::Kind::None && m_saved && number("m_eScanType") != kTypeAuto;
+  const bool asSaved = request.kind == AreaRequest::Kind::None && m_saved &&
+                       number(quillbay::key::ScanAreaType) != quillbay::kAreaAuto;
   if (!asSaved) {
-    const AreaChoice area =
-        chooseArea(request, listPapers(m_app), m_scanner.bed(), m_options.portrait, number("m_bPortrait") != 0);
-    if (area.portrait) set("m_bPortrait", *area.portrait ? 1 : 0, "--portrait", kUsage);
-    if (!area.paper.empty()) set("m_PaperName", area.paper, "--area " + area.paper, kUsage);
-    set("m_eScanType", area.type, "--area", kUsage);
-    set("m_rcScan", area.rect, "--area", kUsage);
-    const bool placed = area.type == kTypeCustom && !m_options.center;
-    if (placed && m_scanner.unit()->GetCentring() != kAlwaysCentres) set("m_fCenter", 0, "--area", kUsage);
+    const AreaChoice area = chooseArea(request, listPapers(m_app), m_scanner.bed(), m_options.portrait,
+                                       number(quillbay::key::Portrait) != 0);
+    if (area.portrait) set(quillbay::key::Portrait, *area.portrait ? 1 : 0, "--portrait", kUsage);
+    if (!area.paper.empty()) set(quillbay::key::PaperName, area.paper, "--area " + area.paper, kUsage);
+    set(quillbay::key::ScanAreaType, area.type, "--area", kUsage);
+    set(quillbay::key::RcScan, area.rect, "--area", kUsage);
+    const bool placed = area.type == quillbay::kAreaCustom && !m_options.center;
+    if (placed && m_scanner.unit()->GetCentring() != quillbay::kAlwaysCentres)
+      set(quillbay::key::Center, 0, "--area", kUsage);
   } else if (m_options.portrait) {
-    set("m_bPortrait", *m_options.portrait ? 1 : 0, "--portrait", kUsage);
+    set(quillbay::key::Portrait, *m_options.portrait ? 1 : 0, "--portrait", kUsage);
   }
   if (m_options.center)
-    set("m_fCenter", *m_options.center ? 1 : 0, *m_options.center ? "--center" : "--no-center", kDevice);
+    set(quillbay::key::Center, *m_options.center ? 1 : 0, *m_options.center ? "--center" : "--no-center", kDevice);
 }
 
 void PanelSetup::applyOutput(const OutputChoice& output) {
-  set("m_Dir", output.folder, "--dir", kUsage);
-  set("m_Mask", output.mask, "--mask", kUsage);
-  set("m_fMultiPage", m_options.multipage ? 1 : 0, "--multipage", kUsage);
-  set("m_fUseAutoCounter", output.counter ? 1 : 0, "--output", kUsage);
-  set("m_Ext", output.extension, "--format", kUsage);
+  set(quillbay::key::Dir, output.folder, "--dir", kUsage);
+  set(quillbay::key::Mask, output.mask, "--mask", kUsage);
+  set(quillbay::key::MultiPage, m_options.multipage ? 1 : 0, "--multipage", kUsage);
+  set(quillbay::key::UseAutoCounter, output.counter ? 1 : 0, "--output", kUsage);
+  set(quillbay::key::Extension, output.extension, "--format", kUsage);
   if (m_options.increment) {
-    set("m_fFileFate", kFateIncrement, "--increment", kUsage);
+    set(quillbay::key::FileFate, quillbay::kFateIncrement, "--increment", kUsage);
   } else if (output.named || m_options.overwrite) {
-    set("m_fFileFate", kFateAsk, "--output", kUsage);  // the answer is the policy's
+    set(quillbay::key::FileFate, quillbay::kFateAsk, "--output", kUsage);  // the answer is the policy's
   }
 }
 
@@ -174,17 +188,43 @@ void PanelSetup::applyFormatOptions(const OutputChoice& output) {
   }
 }
 
+void PanelSetup::applyBursting() {
+  const int type = number(quillbay::key::ScanAreaType);
+  if (m_options.bursting && type != quillbay::kAreaCustom && type != quillbay::kAreaPaper) {
+    throw Failure(kUsage,
+                  "--bursting needs an area with a length, which is that of the pieces: --area "
+                  "custom:L,T,R,B or the name of a paper");
+  }
+  set(quillbay::key::Bursting, m_options.bursting ? 1 : 0, "--bursting", kUsage);
+}
+
+/// What lies outside of the bed is refused, as --area refuses it.
+void PanelSetup::checkOnBed(const ScanOptions::KeyValue& pair, const CKxVariant& value) const {
+  const auto* rect = value.get<quillbay::tagRRECT>();
+  if (!rect || !names::same(pair.first, quillbay::key::RcScan)) return;
+  const Bed bed = m_scanner.bed();
+  const bool inside = rect->left >= 0 && rect->top >= 0 && rect->right <= bed.width &&
+                      (bed.length <= 0 || rect->bottom <= bed.length);
+  if (!inside) {
+    throw Failure(kUsage, typed("--set", pair) + ": lies outside the bed of " + sizeText(bed.width, bed.length));
+  }
+}
+
 void PanelSetup::applySettings(bool writesFile) {
   const std::vector<std::string> keys = m_control->GetParamKeys();
   const auto page = quillbay::new_MemParam();
   m_control->GetPageParams(page.get());
   const auto chosen = quillbay::new_MemParam();
-  if (m_options.toView) chosen->SetValue("m_fUseFileOut", writesFile ? 1 : 0);
+  if (m_options.toView) chosen->SetValue(quillbay::key::UseFileOut, writesFile ? 1 : 0);
   for (const auto& pair : m_options.settings) {
     const auto& [key, text] = pair;
     CKxVariant current;
     if (m_control->GetParam(key, &current)) {
-      set(key, valueLike(current, key, text), typed("--set", pair), kUsage);
+      const CKxVariant wanted = valueLike(current, key, text);
+      checkOnBed(pair, wanted);
+      set(key, wanted, typed("--set", pair), kUsage);
+      m_control->GetParam(key, &current);
+      tellChanged(pair, wanted, current);
     } else if (page->GetValue(key, &current)) {
       chosen->SetValue(key, valueLike(current, key, text));
     } else {
@@ -196,4 +236,10 @@ void PanelSetup::applySettings(bool writesFile) {
   if (chosen->GetKeys().empty()) return;
   m_sink->ApplyParams(chosen.get());
   QCoreApplication::processEvents();  // the panel takes them later on this thread
+  m_control->GetPageParams(page.get());
+  for (const auto& pair : m_options.settings) {
+    CKxVariant wanted, taken;
+    if (chosen->GetValue(pair.first, &wanted) && page->GetValue(pair.first, &taken))
+      tellChanged(pair, wanted, taken);
+  }
 }

@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "quillbay/export.h"
 #include "quillbay/kx_unknown.h"
 #include "quillbay/param.h"
 #include "quillbay/scanner.h"
@@ -23,11 +24,12 @@ enum class EndCause : int {
   Refused = 5,  ///< something refused before the paper moved; a message said what
 };
 
-/// What is known when a page starts.
+/// What is known when a page or a preview starts.
 struct ScanStartInfo {
-  std::int32_t page = 0;            ///< from 1, within the run
-  std::int64_t width = 0;           ///< pixels
-  std::int64_t expectedLines = -1;  ///< -1 when unknown
+  StartKind kind = StartKind::Scan;  ///< `Prescan` and `AreaPrescan` are previews: no page follows
+  std::int32_t page = 0;             ///< from 1, within the run
+  std::int64_t width = 0;            ///< pixels
+  std::int64_t expectedLines = -1;   ///< -1 when unknown
   std::uint32_t dpi = 0;
   KxColorSpace colorSpace = KxColorSpace::None;
   std::string file;  ///< where it goes; empty without a file
@@ -42,7 +44,7 @@ struct PageInfo {
   bool published = false;  ///< false while a multi-page file still grows as ".part"
 };
 
-/// Told about a panel's scans, always on the user-interface thread.
+/// Told about a panel's scans and previews, always on the user-interface thread.
 class IQuillbayEvents : public IKxUnknown {
  public:
   virtual void OnStarted(const ScanStartInfo& info) = 0;
@@ -71,7 +73,7 @@ class IQuillbayControl : public IKxUnknown {
   /// `IQuillbaySink::ApplyParams` takes.
   virtual int GetPageParams(IParam* out) = 0;
   /// Starts, later on this thread. `count` pages for a batch, 0: until no document comes. Answers 1, or 0 when
-  /// something runs already.
+  /// something runs already, or a start waits.
   virtual int Start(StartKind kind, int count) = 0;
   virtual int Stop(StopKind kind) = 0;
   virtual int Eject() = 0;
@@ -84,5 +86,9 @@ class IQuillbayControl : public IKxUnknown {
   /// Writes the settings of all pages into the host's profile now (a panel that closes does so as well).
   virtual int SaveSettings() = 0;
 };
+
+/// Non-zero when the settings of a panel for a scanner of this name (`IScan::GetName`) are in the profile of `app`.
+/// Asked before the panel opens; one that is closed has saved its own.
+QUILLBAY_API int HasSavedSettings(IApp* app, std::string_view scannerName);
 
 }  // namespace quillbay

@@ -10,6 +10,8 @@
 #include "quillbay/kx_unknown.h"
 #include "quillbay/param.h"
 #include "quillbay/scan_buffer.h"
+#include "quillbay/scan_keys.h"
+#include "quillbay/scan_mode.h"
 
 namespace quillbay {
 
@@ -39,13 +41,12 @@ class IQuillbayUnit : public IKxUnknown {
   /// Stores the resolutions for a scan mode (0-7) in `*out`, ascending. For a device with a range: usual values
   /// within it, from 50 dpi or the device's minimum above it. Answers their count.
   virtual int GetResolutions(std::vector<UnitResolution>* out, int mode) = 0;
-  /// Takes over the settings of `request` (keys below) and arms a scan for `sink`. Answers 1, or 0 with the reason
-  /// in the unit's `IUnitFault`.
-  /// Keys read: "MODE" (0-8), "ImageDPI", "RECT" (mm on the bed; top = bottom: to the end of the document),
-  /// "SCAN_TYPE" (0 prescan, 1 detection prescan, 2 scan), "batchmode", "m_Edit" (length in mm that is used when
-  /// the device cannot find the document's end), "m_fBursting" (non-zero: a piece of
-  /// a long document; a piece that begins beyond its end has no lines), "SCAN_THRESHOLD" (0-255, 128 when missing),
-  /// "SCAN_GAMMA" (256 quads).
+  /// Takes over the settings of `request` and arms a scan for `sink`. Answers 1, or 0 with the reason in the unit's
+  /// `IUnitFault`: a number that is none or out of its range is told, never replaced.
+  /// Keys read (see scan_keys.h): `Mode`, `ImageDpi`, `Rect` (top = bottom: to the end of the document; none: the
+  /// whole bed), `RequestType`, `BatchMode`, `PaperLength` (used where the device cannot find the document's end),
+  /// `Bursting` (non-zero: a piece of a long document; a piece that begins beyond its end has no lines), `Level` of
+  /// a black-and-white mode, without it `Threshold`, and `Gamma`.
   virtual int Scan(IScanSink* sink, IParam* request) = 0;
   /// One of `UnitCommand`. `sink` may be null.
   virtual int Command(IScanSink* sink, int code) = 0;
@@ -69,6 +70,38 @@ class IUnitResolutionRange : public IKxUnknown {
   virtual int GetRange(int mode, std::int32_t* least, std::int32_t* most) = 0;
 };
 
+/// Where a unit takes its documents from.
+enum class UnitSource : int { Flatbed = 0, Feeder = 1, Duplex = 2 };
+
+/// Whether a unit feeds documents by itself, and from where; queried from the unit. User-interface thread.
+class IUnitMedia : public IKxUnknown {
+ public:
+  /// The sources that the device offers, in the order of `UnitSource`. Answers their count; at least one.
+  virtual int GetSources(std::vector<UnitSource>* out) = 0;
+  /// The one that the next scan uses.
+  [[nodiscard]] virtual UnitSource GetSource() = 0;
+  /// Chooses the source of the next scans. Answers 1, or 0 with the reason (which lists what there is) in `*why`,
+  /// which may be null.
+  virtual int SetSource(UnitSource source, std::string* why) = 0;
+  /// Non-zero when the current source brings the next document by itself and tells when none is left: a batch then
+  /// goes on until it is empty. With 0 somebody has to place every document, and a batch has to ask. A device
+  /// without a choice of sources counts as one without a feeder until it has told that no document is left.
+  virtual int HasFeeder() = 0;
+};
+
+/// What a unit takes for a key of a request.
+struct UnitKeyRange {
+  double initial = 0, least = 0, most = 1, step = 1;
+};
+
+/// Which keys of a request a unit knows beside those of `IQuillbayUnit::Scan`; queried from the unit.
+class IUnitKeyRanges : public IKxUnknown {
+ public:
+  /// Stores the range of a key: `key::numbered(key::Level, mode)` and the like. Answers 1, or 0 when the unit does
+  /// not know the key; `*out` stays as it was. The unit refuses values outside the range.
+  virtual int GetKeyRange(std::string_view key, UnitKeyRange* out) = 0;
+};
+
 class IQuillbayUnitEx : public IKxUnknown {
  public:
   /// Where the keys of the scanner go (`IQuillbaySink::DoCommand` 10-19); null withdraws it.
@@ -89,6 +122,8 @@ enum class UnitFaultCode : int {
   Unsupported,
   Invalid,
   Other,
+  NotChosen,  ///< of `IScanManager::GetCurrent`: there are scanners, and somebody has to choose one
+  NoScanner,  ///< of `IScanManager::GetCurrent`: there is none
 };
 
 struct UnitFault {
@@ -103,7 +138,10 @@ class IUnitFault : public IKxUnknown {
   [[nodiscard]] virtual UnitFault GetFault() = 0;
 };
 
-/// One option of a device, as text.
+/// What kind of value an option has.
+enum class UnitOptionType : int { Text, Number, WholeNumber, Switch, Button };
+
+/// One option of a device: its value as text, and all that a form needs to show it.
 struct UnitOption {
   std::string name;  ///< the device's own name, e.g. "source"
   std::string title;
@@ -114,15 +152,28 @@ struct UnitOption {
   std::string range;                 ///< e.g. "0..215.9 (in steps of 0.1)", when it is a range
   bool active = true;
   bool settable = true;
+  UnitOptionType type = UnitOptionType::Text;
+  std::string group{};                   ///< title of the group that it stands in; may be empty
+  double least = 0, most = 0, step = 0;  ///< of a number with a range (least < most); step 0: any number
+  int count = 1;                         ///< numbers in the value; several are parted by commas
+  bool advanced = false;                 ///< the driver says that few people need it
+  bool followsRequest = false;           ///< a scan request settles it (mode, resolution, area): not to be set here
 };
 
-/// The device's own options, where it has any.
+/// The device's own options, where it has any: what a dialog of device settings is made of. Setting one may change
+/// the values, ranges and activity of others: read them anew afterwards. User-interface thread.
 class IUnitOptions : public IKxUnknown {
  public:
   [[nodiscard]] virtual std::vector<UnitOption> GetOptions() = 0;
-  /// What the person wants for the device's option; kept apart from what the device took and applied again before
-  /// every scan. Answers 1, or 0 with the reason (which lists what is allowed) in `*why`.
+  /// What the user wants for the device's option; kept apart from what the device took and applied again before
+  /// every scan. A button is pressed once, whatever the value. Answers 1, or 0 with the reason (which lists what is
+  /// allowed) in `*why`.
   virtual int SetOption(std::string_view name, std::string_view value, std::string* why) = 0;
+  /// Writes what was set since the unit was opened, a text under each option's name. Answers 1.
+  virtual int SaveOptions(IParam* out) = 0;
+  /// Sets what `SaveOptions` wrote. What the device does not take (any more) is left out, with a line in the log.
+  /// Answers 1.
+  virtual int LoadOptions(IParam* in) = 0;
 };
 
 /// A scanner as the manager lists it.
@@ -142,15 +193,19 @@ struct ScannerEntry {
 /// How long the list of devices may take, in seconds; after that it has what was found until then.
 inline constexpr int kListLimitSeconds = 15;
 
-/// Finds, remembers and opens scanners.
+/// Finds, remembers and opens scanners. A simulated scanner never stands in for a real one: it is opened only when
+/// its name was given (`SetCurrent`, SANE_DEFAULT_DEVICE) or is the remembered one.
 class IScanManager : public IKxUnknown {
  public:
   /// The devices, listed in a helper process; takes seconds. Simulated ones come last.
   /// Answers 1, or 0 with the reason in `*why`; what was found before stays in `*out`.
   virtual int List(std::vector<ScannerEntry>* out, std::string* why) = 0;
-  /// The current scanner with a reference: opened at the first call from the device that was set, from
-  /// SANE_DEFAULT_DEVICE, or the remembered one (found again by vendor, model and name when it is gone under its
-  /// old name). Never null: a scanner that could not be opened lacks `IQuillbayUnit` and tells why by `IUnitFault`.
+  /// The current scanner with a reference, opened at the first call: the device that was set, else the one of
+  /// SANE_DEFAULT_DEVICE, else the remembered one (found again by vendor, model and name when it is gone under its
+  /// old name), else the only real one that is listed. Never null: without a scanner that could be opened it lacks
+  /// `IQuillbayUnit` and tells why by `IUnitFault`: `NotChosen` (several are listed; `GetChoices` has them),
+  /// `NoScanner`, or what failed. Nothing is listed for a host that watches (`new_IScanManagerEx`, 2): without a
+  /// known scanner it gets `NotChosen` and no choices at once.
   virtual IScan* GetCurrent() = 0;
   /// Makes a device the current one; nothing is opened yet. Answers 1, or 0 for an empty or malformed string
   /// (reason in `*why`).
@@ -166,6 +221,9 @@ class IScanManager : public IKxUnknown {
   virtual int Remember() = 0;
   /// Whether a device is known without asking: set, in SANE_DEFAULT_DEVICE, or remembered.
   virtual int HasCurrent() = 0;
+  /// The real scanners that `GetCurrent` found and could not choose from, without another search. Answers their
+  /// count.
+  virtual int GetChoices(std::vector<ScannerEntry>* out) = 0;
 };
 
 /// Finds a scanner that went away and came back; queried from the manager.
@@ -195,9 +253,9 @@ class IScannerChooser : public IKxUnknown {
   virtual int ChooseScanner(IScanManager* manager, std::string* device) = 0;
 };
 
-/// A scanner manager for a host. `flags` 1: simulated scanners as well; 2: the host watches for scanners that are
-/// gone
-/// (`IScannerWatch`), so that `GetCurrent` tries the device under its own name only and never lists devices.
+/// A scanner manager for a host. `flags` 1: simulated scanners are listed as well; 2: the host watches for scanners
+/// that are gone (`IScannerWatch`), so that `GetCurrent` tries the device under its own name only and never lists
+/// devices.
 QUILLBAY_API KxPtr<IScanManager> new_IScanManagerEx(IApp* app, int flags);
 
 /// Whether a device string opens a simulated scanner: its keys, their values, and the begin of its picture files,

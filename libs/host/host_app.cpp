@@ -7,11 +7,10 @@
 #include "host/std_papers.h"
 #include "platform/base_services.h"
 #include "quillbay/quillbay.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 namespace {
-
-constexpr const char* kSourceSettings = "ScanManager\\Source";
 
 /// Stores the object's interface in `*out` when it is what is wanted.
 template <class I, class Object>
@@ -41,7 +40,7 @@ HostOptions completed(HostOptions options) {
   return options;
 }
 
-KxPtr<IParam> section(IProfile* profile, const char* name) {
+KxPtr<IParam> sectionOf(IProfile* profile, const char* name) {
   return KxPtr<IParam>::adopt(profile->GetSection(name, 0));
 }
 
@@ -84,9 +83,9 @@ CHostApp::CHostApp(const HostOptions& options)
   };
   m_profile = KxPtr<CHostProfile>::adopt(
       new CHostProfile(m_options.configFolder, m_options.stateFolder, m_options.keepSettings, tell));
-  m_io = KxPtr<CIOParams>::adopt(new CIOParams(section(m_profile.get(), "Formats").get(), GetProductName()));
+  m_io = KxPtr<CIOParams>::adopt(new CIOParams(sectionOf(m_profile.get(), "Formats").get(), GetProductName()));
   m_styles = new_HostStyles();
-  m_papers = new_StdPapers(section(m_profile.get(), "Papers").get());
+  m_papers = new_StdPapers(sectionOf(m_profile.get(), "Papers").get());
   m_script = KxPtr<CHostScriptSink>::adopt(
       new CHostScriptSink({m_events, KxPtr<IApp>::share(m_forwarder.get()), KxPtr<IIOParams>::share(m_io.get()),
                            KxPtr<IProfile>::share(m_profile.get()), m_services, m_syntax},
@@ -144,7 +143,7 @@ IParam* CHostApp::GetSyntax() { return KxPtr<IParam>(m_syntax).detach(); }
 KxPtr<IScanManager> CHostApp::scanManager() {
   if (m_manager) return m_manager;
   m_manager = new_IScanManagerEx(m_forwarder.get(), m_options.watchesScanner ? 1 | 2 : 1);
-  const auto settings = KxPtr<IParam>::adopt(m_profile->state()->GetSubStore(kSourceSettings, 1));
+  const auto settings = KxPtr<IParam>::adopt(m_profile->state()->GetSubStore(section_name::ScannerSource, 1));
   m_manager->Initialise(fio::folderOf(m_options.modulePath), settings.get(), 0);
   return m_manager;
 }

@@ -9,6 +9,7 @@
 #include "host/script_raster.h"
 #include "platform/base_services.h"
 #include "quillbay/formats.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 namespace {
@@ -318,7 +319,7 @@ void ScriptRun::collect(const std::string& file, const std::string& why, const S
     parameters->SetValue("Line", step->line);
     parameters->SetValue("Command", step->name);
   }
-  parameters->SetValue("Script", m_title);
+  parameters->SetValue(script_key::Text, m_title);
   parameters->SetValue("Error", why);
   m_world.services->fileFailed(file, parameters.get(), cancelled);
 }

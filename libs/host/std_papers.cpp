@@ -4,6 +4,7 @@
 #include <array>
 
 #include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 namespace {
@@ -41,28 +42,28 @@ std::string storeName(std::string name) {
 
 void addPaper(IParam* papers, const Paper& paper, const char* units) {
   const auto entry = subStore(papers, storeName(paper.name));
-  entry->SetValue("Used", 1);
-  entry->SetValue("Name", paper.name);
-  entry->SetValue("Size", tagRPOINT{paper.width, paper.height});
-  entry->SetValue("Units", units);
+  entry->SetValue(paper_key::Used, 1);
+  entry->SetValue(paper_key::Name, paper.name);
+  entry->SetValue(paper_key::Size, tagRPOINT{paper.width, paper.height});
+  entry->SetValue(paper_key::Units, units);
 }
 
 /// Takes an own paper over; false when it is none.
 bool addOwn(IParam* papers, IParam* own, const std::string& name) {
   const auto source = KxPtr<IParam>::adopt(own->GetSubStore(name, 0));
   if (!source) return false;
-  const std::string shown = paramString(source.get(), "Name", name);
-  const CKxVariant size = paramValue(source.get(), "Size");
-  if (size.isEmpty() && paramInt(source.get(), "Used", 1) == 0) {  // hides one of ours
+  const std::string shown = paramString(source.get(), paper_key::Name, name);
+  const CKxVariant size = paramValue(source.get(), paper_key::Size);
+  if (size.isEmpty() && paramInt(source.get(), paper_key::Used, 1) == 0) {  // hides one of ours
     papers->RemoveSubStore(storeName(shown));
     return true;
   }
   const auto* point = size.get<tagRPOINT>();
-  const std::string units = paramString(source.get(), "Units", "mm");
+  const std::string units = paramString(source.get(), paper_key::Units, "mm");
   if (!point || !(point->x > 0) || !(point->y > 0)) return false;
   if (!sameKey(units, "mm") && !sameKey(units, "inch")) return false;
   addPaper(papers, {shown.c_str(), point->x, point->y}, sameKey(units, "mm") ? "mm" : "inch");
-  subStore(papers, storeName(shown))->SetValue("Used", paramInt(source.get(), "Used", 1));
+  subStore(papers, storeName(shown))->SetValue(paper_key::Used, paramInt(source.get(), paper_key::Used, 1));
   return true;
 }
 

@@ -143,13 +143,40 @@ KxPtr<IScan> ScanManager::findAgain(const ScannerEntry& lost, UnitFault* fault) 
   return {};
 }
 
+// Nobody has said which scanner: the only one there is, if it is a real one.
+KxPtr<IScan> ScanManager::openOnly(UnitFault* fault) {
+  std::vector<ScannerEntry> list;
+  std::string why;
+  const bool done = listSaneDevices(folder(), kListLimit, &list, &why);
+  if (done && list.size() == 1) {
+    m_entry = list.front();
+    return open(m_entry, fault);
+  }
+  m_choices = list;
+  if (list.empty()) {
+    fault->code = UnitFaultCode::NoScanner;
+    fault->text = Supp_Translate("No scanner was found. Connect one and switch it on, or choose one by its name.");
+  } else {
+    std::string names;
+    for (const ScannerEntry& e : list) names.append(names.empty() ? "" : ", ").append(e.device);
+    fault->text = formatText(Supp_Translate("No scanner was chosen yet. Choose one of these: %s."), {names});
+  }
+  if (!done) fault->text.append(" (").append(why).append(")");
+  return {};
+}
+
 IScan* ScanManager::GetCurrent() {
   if (!m_current) {
     m_entry = wanted();
     m_finder = nullptr;
-    UnitFault fault{UnitFaultCode::Other,
+    m_choices.clear();
+    UnitFault fault{UnitFaultCode::NotChosen,
                     Supp_Translate("No scanner was chosen yet. Choose one from the list of scanners.")};
-    if (!m_entry.device.empty()) m_current = open(m_entry, &fault);
+    if (!m_entry.device.empty()) {
+      m_current = open(m_entry, &fault);
+    } else if (m_searches) {
+      m_current = openOnly(&fault);
+    }
     const ScannerEntry lost = m_entry;
     if (!m_current && m_searches && mayBeElsewhere(fault) && !isSimulated(lost.device) && !lost.model.empty())
       m_current = findAgain(lost, &fault);
@@ -236,6 +263,11 @@ int ScanManager::Remember() {
   m_settings->SetValue("Serial", known.serial);
   m_settings->SetValue("Name", name);
   return 1;
+}
+
+int ScanManager::GetChoices(std::vector<ScannerEntry>* out) {
+  *out = m_choices;
+  return static_cast<int>(out->size());
 }
 
 int ScanManager::HasCurrent() { return wanted().device.empty() ? 0 : 1; }

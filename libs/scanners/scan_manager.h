@@ -30,6 +30,7 @@ class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
   std::string GetScannerName(IScan* scanner) override;
   int Remember() override;
   int HasCurrent() override;
+  int GetChoices(std::vector<ScannerEntry>* out) override;
 
   int GetWanted(ScannerEntry* out) override;
   int Find(const ScannerEntry& lost, ScannerEntry* found, std::string* why,
@@ -45,6 +46,7 @@ class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
   KxPtr<IScan> open(const ScannerEntry& entry, UnitFault* fault);
   KxPtr<IScan> openSane(const ScannerEntry& entry, const std::string& name, UnitFault* fault);
   KxPtr<IScan> openAs(const ScannerEntry& lost, const ScannerEntry& found, UnitFault* fault);
+  KxPtr<IScan> openOnly(UnitFault* fault);
   KxPtr<IScan> findAgain(const ScannerEntry& lost, UnitFault* fault);
   [[nodiscard]] ScannerEntry entry() const { return m_finder ? m_finder->entry() : m_entry; }
   [[nodiscard]] std::string folder();
@@ -57,6 +59,7 @@ class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
   KxPtr<IParam> m_settings;
   std::string m_set;                        // by SetCurrent; empty: none
   ScannerEntry m_entry;                     // of the scanner that could not be opened, or has no finder
+  std::vector<ScannerEntry> m_choices;      // that nobody has chosen from yet
   std::shared_ptr<ScannerFinder> m_finder;  // of the SANE scanner that is open
   KxPtr<IScan> m_current;
 };

@@ -14,6 +14,7 @@
 #include "pages/main_settings.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
+#include "quillbay/scan_keys.h"
 #include "stores/scan_to_file_stor.h"
 #include "stores/simple_stor.h"
 #include "ui_maindlg.h"
@@ -51,7 +52,8 @@ KxPtr<IScan> CMaindlg::currentScanner() {
   m_manager = query<IScanManager>(app);
   if (!m_manager) m_manager = new_IScanManagerEx(app, 1);
   const auto root = query<IParam>(app);
-  const auto settings = root ? KxPtr<IParam>::adopt(root->GetSubStore("ScanManager\\Source", 1)) : KxPtr<IParam>{};
+  const auto settings =
+      root ? KxPtr<IParam>::adopt(root->GetSubStore(section_name::ScannerSource, 1)) : KxPtr<IParam>{};
   const auto interior = query<IAppInterior>(app);
   m_manager->Initialise(interior ? fio::folderOf(interior->GetModulePath()) : std::string(), settings.get(), 0);
 
@@ -225,7 +227,7 @@ void CMaindlg::loadSettings() {
   const PanelStore store(m_params->app(), m_unitName);
   const auto main = store.mainDialog();
   m_destination->LoadParams(main.get());
-  m_layout = paramInt(main.get(), "m_fMinSize") == 1 ? 1 : 0;
+  m_layout = paramInt(main.get(), key::Layout) == 1 ? 1 : 0;
   for (const auto& p : m_pages) {
     if (p) p->Load(store.page(p->GetNumber()).get());
   }
@@ -238,7 +240,7 @@ int CMaindlg::SaveSettings() {
   }
   const auto main = store.mainDialog();
   m_destination->SaveParams(main.get());
-  main->SetValue("m_fMinSize", m_layout);
+  main->SetValue(key::Layout, m_layout);
   m_manager->Remember();
   return store.flush();
 }

@@ -6,12 +6,11 @@
 
 #include "pages/scan_area.h"
 #include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 
 namespace {
-
-constexpr const char* kExtension = "m_Ext";
 
 std::string join(const std::vector<std::string>& words) {
   std::string text;
@@ -48,7 +47,7 @@ std::string checkDpi(IQuillbayUnit& unit, std::int32_t mode, std::int32_t dpi) {
   std::int32_t least = 0, most = 0;
   if (range && range->GetRange(mode, &least, &most)) {
     if (dpi >= least && dpi <= most) return {};
-    return formatText("m_uiDPI takes %d to %d dpi", {std::to_string(least), std::to_string(most)});
+    return formatText("%s takes %d to %d dpi", {scan_key::Dpi.name, std::to_string(least), std::to_string(most)});
   }
   return allowed(scan_key::Dpi.name, texts);
 }
@@ -56,7 +55,7 @@ std::string checkDpi(IQuillbayUnit& unit, std::int32_t mode, std::int32_t dpi) {
 std::string checkFormat(const std::string& format) {
   const bool fits = format.size() == 4 && format[0] == '%' && format[1] == '.' && format[2] >= '1' &&
                     format[2] <= '8' && format[3] == 'd';
-  return fits ? std::string() : "m_CounterFormat takes %.Nd with N from 1 to 8";
+  return fits ? std::string() : formatText("%s takes %.Nd with N from 1 to 8", {scan_key::CounterFormat.name});
 }
 
 std::string checkPaper(const CSharedScanParams& params, const std::string& name) {
@@ -76,11 +75,14 @@ std::string checkInt(const CSharedScanParams& params, IQuillbayUnit& unit, std::
     return allowed(key, {"0 (increment)", "1 (overwrite)", "2 (ask)"});
   }
   if (sameKey(key, scan_key::ScanType.name)) {
-    if (v == kAreaAuto) return "m_eScanType 0 (Auto) is not available: this program has no area detection";
+    if (v == kAreaAuto)
+      return formatText("%s 0 (Auto) is not available: this program has no area detection",
+                        {scan_key::ScanType.name});
     if (v < 0 || v > kAreaPaper) return allowed(key, {"1", "2", "3", "4"});
   }
   if (sameKey(key, scan_key::Bursting.name) && v != 0 && !autodetectEffect(params.values()).burstingAllowed) {
-    return "m_fBursting needs an area with a length (m_eScanType 3 or 4) and no detection (m_dwAutodetect 0)";
+    return formatText("%s needs an area with a length (%s 3 or 4) and no detection (%s 0)",
+                      {scan_key::Bursting.name, scan_key::ScanType.name, scan_key::Autodetect.name});
   }
   if (sameKey(key, scan_key::Units.name) && (v < 0 || v > 1)) return allowed(key, {"0 (mm)", "1 (inch)"});
   return {};
@@ -125,9 +127,9 @@ std::string setRect(CSharedScanParams& params, const ScanKey<tagRRECT>& key, con
 std::string setExtension(CSharedScanParams& params, const CKxVariant& value) {
   const auto* text = value.get<std::string>();
   if (!text || text->size() < 2 || text->front() != '.')
-    return std::string(kExtension) + " takes an extension, .tif";
+    return std::string(key::Extension) + " takes an extension, .tif";
   params.quiet().extensions.fill(*text);
-  params.NotifyParam(kExtension);
+  params.NotifyParam(key::Extension);
   return {};
 }
 
@@ -136,13 +138,13 @@ std::string setExtension(CSharedScanParams& params, const CKxVariant& value) {
 std::vector<std::string> scanParamNames() {
   std::vector<std::string> names;
   for (const AnyScanKey& key : allScanKeys()) names.emplace_back(nameOf(key));
-  names.emplace_back(kExtension);
+  names.emplace_back(key::Extension);
   return names;
 }
 
 std::string setScanParam(CSharedScanParams& params, IQuillbayUnit& unit, std::string_view key,
                          const CKxVariant& value) {
-  if (sameKey(key, kExtension)) return setExtension(params, value);
+  if (sameKey(key, key::Extension)) return setExtension(params, value);
   const AnyScanKey* found = findScanKey(key);
   if (!found) return unknownKey(key);
   if (const auto* k = std::get_if<ScanKey<std::int32_t>>(found)) return setInt(params, unit, *k, value);
@@ -151,7 +153,7 @@ std::string setScanParam(CSharedScanParams& params, IQuillbayUnit& unit, std::st
 }
 
 int getScanParam(const ScanValues& values, std::string_view key, CKxVariant* out) {
-  if (sameKey(key, kExtension)) {
+  if (sameKey(key, key::Extension)) {
     *out = values.extensions[static_cast<std::size_t>(colorClassOf(values.colorSpace))];
     return 1;
   }

@@ -11,6 +11,7 @@
 
 #include "control/command_ids.h"
 #include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 
@@ -239,7 +240,7 @@ void CMHolder::growPicture() {
 bool CMHolder::killCommand() {
   if (!m_script) return false;
   try {
-    return m_script->ExecCommand("KillCommand", nullptr) != 0;
+    return m_script->ExecCommand(script_key::Kill, nullptr) != 0;
   } catch (const std::exception& e) {
     logLine(LogLevel::Error, "quillbay.entry", std::string("the host failed at KillCommand: ") + e.what());
     return true;

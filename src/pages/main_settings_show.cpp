@@ -7,6 +7,7 @@
 #include "platform/base_services.h"
 #include "platform/post_command.h"
 #include "platform/scan_to.h"
+#include "quillbay/scan_keys.h"
 #include "ui_main_settings.h"
 
 namespace quillbay {
@@ -96,26 +97,26 @@ void CMainSettings::updateSummary() {
 }
 
 int CMainSettings::paramChanged(const char* key) {
-  if (sameKey(key, "m_rcScan"))
+  if (sameKey(key, key::RcScan))
     m_areaTyped = false;  // another area took its place
   else
     takeTypedArea();
-  if (sameKey(key, "m_ScannerKeyPressed")) reactToKey();
-  if (sameKey(key, "m_nUnits")) showUnits();
-  if (sameKey(key, "m_dwAutodetect")) reactToAutodetect();
-  if (sameKey(key, "m_fCenter")) showCentring();
-  if (sameKey(key, "m_rcScan")) showArea();
-  if (sameKey(key, "m_fBursting")) {
+  if (sameKey(key, key::ScannerKeyPressed)) reactToKey();
+  if (sameKey(key, key::Units)) showUnits();
+  if (sameKey(key, key::Autodetect)) reactToAutodetect();
+  if (sameKey(key, key::Center)) showCentring();
+  if (sameKey(key, key::RcScan)) showArea();
+  if (sameKey(key, key::Bursting)) {
     params().setIfChanged(scan_key::Bursting, autodetectEffect(params().values()).bursting);
     showAutodetect();
   }
-  if (sameKey(key, "m_eScanType") || sameKey(key, "m_PaperName")) reactToScanType();
-  if (!m_applying && sameKey(key, "m_bPortrait")) {
+  if (sameKey(key, key::ScanAreaType) || sameKey(key, key::PaperName)) reactToScanType();
+  if (!m_applying && sameKey(key, key::Portrait)) {
     showOrientation();
     if (params().values().scanType == kAreaPaper) applyArea();
   }
-  if (!m_applying && sameKey(key, "m_uiDPI")) showResolution(params().values().dpi);
-  if (!m_applying && sameKey(key, "m_CurrMode")) {
+  if (!m_applying && sameKey(key, key::Dpi)) showResolution(params().values().dpi);
+  if (!m_applying && sameKey(key, key::CurrMode)) {
     const int index = m_form->modeList->findData(params().values().currMode);
     if (index >= 0) {
       m_form->modeList->setCurrentIndex(index);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 
@@ -25,11 +26,11 @@ std::vector<PaperRecord> loadPapers(IApp* app) {
   const auto styles = query<IStyleManager>(app);
   for (const std::string& id : root->GetSubStores()) {
     const auto paper = KxPtr<IParam>::adopt(root->GetSubStore(id, 0));
-    if (!paper || paramInt(paper.get(), "Used") == 0) continue;
-    const CKxVariant value = paramValue(paper.get(), "Size");
+    if (!paper || paramInt(paper.get(), paper_key::Used) == 0) continue;
+    const CKxVariant value = paramValue(paper.get(), paper_key::Size);
     const auto* size = value.get<tagRPOINT>();
-    const double factor = factorOf(styles.get(), paramString(paper.get(), "Units"));
-    const std::string name = paramString(paper.get(), "Name");
+    const double factor = factorOf(styles.get(), paramString(paper.get(), paper_key::Units));
+    const std::string name = paramString(paper.get(), paper_key::Name);
     if (!size || name.empty() || !(size->x > 0) || !(size->y > 0) || !(factor > 0)) {
       logLine(LogLevel::Warning, "quillbay.pages", "standard paper \"" + id + "\" has no name, size or known unit");
       continue;

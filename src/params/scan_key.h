@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "params/scan_values.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 
@@ -15,32 +16,32 @@ struct ScanKey {
 };
 
 namespace scan_key {
-inline constexpr ScanKey<std::int32_t> Units{"m_nUnits", &ScanValues::units};
-inline constexpr ScanKey<std::string> PaperName{"m_PaperName", &ScanValues::paperName};
-inline constexpr ScanKey<std::string> Dir{"m_Dir", &ScanValues::dir};
-inline constexpr ScanKey<std::string> Mask{"m_Mask", &ScanValues::mask};
-inline constexpr ScanKey<std::int32_t> Counter{"m_nCounter", &ScanValues::counter};
-inline constexpr ScanKey<std::string> CounterFormat{"m_CounterFormat", &ScanValues::counterFormat};
-inline constexpr ScanKey<std::int32_t> UseAutoCounter{"m_fUseAutoCounter", &ScanValues::useAutoCounter};
-inline constexpr ScanKey<std::int32_t> RectValid{"m_fRectValid", &ScanValues::rectValid};
-inline constexpr ScanKey<std::int32_t> BoundDetectDirty{"m_fBoundDetectDirty", &ScanValues::boundDetectDirty};
-inline constexpr ScanKey<std::int32_t> MultiPage{"m_fMultiPage", &ScanValues::multiPage};
-inline constexpr ScanKey<std::int32_t> CurrMode{"m_CurrMode", &ScanValues::currMode};
-inline constexpr ScanKey<std::int32_t> MinDpi{"m_nMinDPI", &ScanValues::minDpi};
-inline constexpr ScanKey<std::int32_t> PreviewDpi{"m_nPreviewDPI", &ScanValues::previewDpi};
-inline constexpr ScanKey<std::int32_t> Portrait{"m_bPortrait", &ScanValues::portrait};
-inline constexpr ScanKey<std::int32_t> Autodetect{"m_dwAutodetect", &ScanValues::autodetect};
-inline constexpr ScanKey<std::int32_t> CustomScanValid{"m_fCustomScanValid", &ScanValues::customScanValid};
-inline constexpr ScanKey<std::int32_t> Dpi{"m_uiDPI", &ScanValues::dpi};
-inline constexpr ScanKey<std::int32_t> ScanType{"m_eScanType", &ScanValues::scanType};
-inline constexpr ScanKey<std::int32_t> Bursting{"m_fBursting", &ScanValues::bursting};
-inline constexpr ScanKey<std::int32_t> FileFate{"m_fFileFate", &ScanValues::fileFate};
-inline constexpr ScanKey<std::int32_t> UpdateRect{"m_fUpdateRect", &ScanValues::updateRect};
-inline constexpr ScanKey<std::int32_t> ScannerKeyPressed{"m_ScannerKeyPressed", &ScanValues::scannerKeyPressed};
-inline constexpr ScanKey<std::int32_t> Center{"m_fCenter", &ScanValues::center};
-inline constexpr ScanKey<tagRRECT> RcScan{"m_rcScan", &ScanValues::rcScan};
-inline constexpr ScanKey<tagRRECT> RcPreview{"m_rcPreview", &ScanValues::rcPreview};
-inline constexpr ScanKey<tagRRECT> RcCustomScan{"m_rcCustomScan", &ScanValues::rcCustomScan};
+inline constexpr ScanKey<std::int32_t> Units{key::Units, &ScanValues::units};
+inline constexpr ScanKey<std::string> PaperName{key::PaperName, &ScanValues::paperName};
+inline constexpr ScanKey<std::string> Dir{key::Dir, &ScanValues::dir};
+inline constexpr ScanKey<std::string> Mask{key::Mask, &ScanValues::mask};
+inline constexpr ScanKey<std::int32_t> Counter{key::Counter, &ScanValues::counter};
+inline constexpr ScanKey<std::string> CounterFormat{key::CounterFormat, &ScanValues::counterFormat};
+inline constexpr ScanKey<std::int32_t> UseAutoCounter{key::UseAutoCounter, &ScanValues::useAutoCounter};
+inline constexpr ScanKey<std::int32_t> RectValid{key::RectValid, &ScanValues::rectValid};
+inline constexpr ScanKey<std::int32_t> BoundDetectDirty{key::BoundDetectDirty, &ScanValues::boundDetectDirty};
+inline constexpr ScanKey<std::int32_t> MultiPage{key::MultiPage, &ScanValues::multiPage};
+inline constexpr ScanKey<std::int32_t> CurrMode{key::CurrMode, &ScanValues::currMode};
+inline constexpr ScanKey<std::int32_t> MinDpi{key::MinDpi, &ScanValues::minDpi};
+inline constexpr ScanKey<std::int32_t> PreviewDpi{key::PreviewDpi, &ScanValues::previewDpi};
+inline constexpr ScanKey<std::int32_t> Portrait{key::Portrait, &ScanValues::portrait};
+inline constexpr ScanKey<std::int32_t> Autodetect{key::Autodetect, &ScanValues::autodetect};
+inline constexpr ScanKey<std::int32_t> CustomScanValid{key::CustomScanValid, &ScanValues::customScanValid};
+inline constexpr ScanKey<std::int32_t> Dpi{key::Dpi, &ScanValues::dpi};
+inline constexpr ScanKey<std::int32_t> ScanType{key::ScanAreaType, &ScanValues::scanType};
+inline constexpr ScanKey<std::int32_t> Bursting{key::Bursting, &ScanValues::bursting};
+inline constexpr ScanKey<std::int32_t> FileFate{key::FileFate, &ScanValues::fileFate};
+inline constexpr ScanKey<std::int32_t> UpdateRect{key::UpdateRect, &ScanValues::updateRect};
+inline constexpr ScanKey<std::int32_t> ScannerKeyPressed{key::ScannerKeyPressed, &ScanValues::scannerKeyPressed};
+inline constexpr ScanKey<std::int32_t> Center{key::Center, &ScanValues::center};
+inline constexpr ScanKey<tagRRECT> RcScan{key::RcScan, &ScanValues::rcScan};
+inline constexpr ScanKey<tagRRECT> RcPreview{key::RcPreview, &ScanValues::rcPreview};
+inline constexpr ScanKey<tagRRECT> RcCustomScan{key::RcCustomScan, &ScanValues::rcCustomScan};
 }  // namespace scan_key
 
 /// Any of them, for access by name.

@@ -3,7 +3,7 @@
 namespace quillbay {
 
 KxColorSpace colorSpaceOfMode(std::int32_t mode) noexcept {
-  if (mode >= kModeBwThreshold && mode <= kModeBwCopyAdaptive) return KxColorSpace::Bitonal;
+  if (isBitonalMode(mode)) return KxColorSpace::Bitonal;
   if (mode == kModeGrey) return KxColorSpace::Grey;
   return mode == kModePalette ? KxColorSpace::Palette : KxColorSpace::Rgb;
 }
@@ -25,7 +25,7 @@ const char* modeName(std::int32_t mode) noexcept {
 }
 
 const char* modeShortName(std::int32_t mode) noexcept {
-  if (mode >= kModeBwThreshold && mode <= kModeBwCopyAdaptive) return "BW";
+  if (isBitonalMode(mode)) return "BW";
   switch (mode) {
     case kModeGrey: return "GreyScale";
     case kModePalette: return "Palette";

@@ -5,49 +5,15 @@
 
 #include "quillbay/color_space.h"
 #include "quillbay/geometry.h"
+#include "quillbay/scan_mode.h"
 
 namespace quillbay {
-
-/// Scan modes ("m_CurrMode").
-enum ScanMode : std::int32_t {
-  kModeBwThreshold = 0,
-  kModeBwAdaptive = 1,
-  kModeBwCopyNormal = 2,
-  kModeBwCopyPhoto = 3,
-  kModeBwCopyAdaptive = 4,
-  kModeGrey = 5,
-  kModePalette = 6,
-  kModeRgb = 7,
-  kModeDirect = 8,  ///< the scanner's own settings
-};
-inline constexpr int kModeCount = 9;
-
-/// Scan-area types ("m_eScanType").
-enum ScanAreaType : std::int32_t {
-  kAreaAuto = 0,
-  kAreaAutoWidth = 1,   ///< to the end of the document
-  kAreaFixedWidth = 2,  ///< to the end of the document
-  kAreaCustom = 3,
-  kAreaPaper = 4,  ///< the standard paper of "m_PaperName"
-};
-
-/// What happens when an output file exists ("m_fFileFate").
-enum FileFate : std::int32_t { kFateIncrement = 0, kFateOverwrite = 1, kFateAsk = 2 };
-
-/// The scanner's answer about centring.
-enum Centring : std::int32_t { kAlwaysCentres = 1, kNeverCentres = 2 };
-
-/// Bits of "m_dwAutodetect"; 0 turns detection off.
-inline constexpr std::int32_t kDetectCentreFree = 8;
-
-/// Colour classes, in the order of extensions and pictures.
-enum ColorClass : std::int32_t { kClassBitonal = 0, kClassGrey = 1, kClassPalette = 2, kClassColor = 3 };
 
 /// The scan settings that more than one part reads. A plain value: a copy of it is the snapshot that a scan works
 /// from on the scanner's thread. Lengths are millimetres, x across the scanner, y along the feed.
 struct ScanValues {
   // With a key of their own; see scan_key.
-  std::int32_t units = 0;  ///< 0 millimetres, 1 inches
+  std::int32_t units = kMillimetres;
   std::string paperName;
   std::string dir;
   std::string mask = "scan";

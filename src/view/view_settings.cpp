@@ -1,4 +1,5 @@
 #include "view/view_settings.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 namespace {
@@ -16,9 +17,9 @@ ViewSettings readViewSettings(IApp* app) {
   ViewSettings s;
   if (const auto profile = query<IProfile>(app)) {
     const auto section = [&](const char* name) { return KxPtr<IParam>::adopt(profile->GetSection(name, 0)); };
-    const auto scroll = section("Scroll");
-    s.arrowsScrollStep = paramDouble(scroll.get(), "ArrowsScrollStep", s.arrowsScrollStep);
-    s.wheelScaleStep = paramDouble(scroll.get(), "WheelScaleStep", s.wheelScaleStep);
+    const auto scroll = section(section_name::Scroll);
+    s.arrowsScrollStep = paramDouble(scroll.get(), view_key::ArrowsScrollStep, s.arrowsScrollStep);
+    s.wheelScaleStep = paramDouble(scroll.get(), view_key::WheelScaleStep, s.wheelScaleStep);
     s.cursor = readColor(section("Cursor").get(), "Color");
     s.halfTonePaint = paramInt(section("View").get(), "HalfTonePaint", s.halfTonePaint);
   }

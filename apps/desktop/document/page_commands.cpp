@@ -6,6 +6,7 @@
 #include <QKeySequence>
 #include <QMenu>
 
+#include "quillbay/scan_keys.h"
 #include "quillbay/script_services.h"
 #include "window/program_settings.h"
 #include "window/progress_window.h"
@@ -143,10 +144,12 @@ void PageCommands::update(bool scanning) {
   if (m_undo) m_undo->setEnabled(may && page->previous.raster);
 }
 
-bool PageCommands::run(const QString& title, const QString& script) { return execute(title, "Script", script); }
+bool PageCommands::run(const QString& title, const QString& script) {
+  return execute(title, quillbay::script_key::Text, script);
+}
 
 bool PageCommands::runFile(const QString& file) {
-  return execute(tr("Script %1").arg(QFileInfo(file).fileName()), "FileName", file);
+  return execute(tr("Script %1").arg(QFileInfo(file).fileName()), quillbay::script_key::FileName, file);
 }
 
 /// A key names the argument that holds the script; without one it is the autocorrection.
@@ -160,9 +163,9 @@ bool PageCommands::execute(const QString& title, const char* key, const QString&
   {
     const WindowFactory factory(m_app, title, m_window);
     const auto arguments = quillbay::new_MemParam();
-    arguments->SetValue("Title", title.toStdString());
+    arguments->SetValue(quillbay::script_key::Title, title.toStdString());
     if (key) arguments->SetValue(key, value.toStdString());
-    failed = sink->ExecCommand(key ? "ProcessScript" : "Autocorrect", arguments.get());
+    failed = sink->ExecCommand(key ? quillbay::script_key::Process : "Autocorrect", arguments.get());
   }
   m_running = false;
   update(m_scanning);

@@ -7,6 +7,7 @@
 
 #include "quillbay/color_space.h"
 #include "quillbay/geometry.h"
+#include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 
 namespace desktop {
@@ -15,12 +16,10 @@ using quillbay::KxPtr;
 
 namespace {
 
-constexpr int kGreyscale = 5, kRgb = 7;  // scan modes, the best one last
-constexpr int kFixedWidth = 2;
 constexpr std::int32_t kUsualDpi = 200;
 
 int bestMode(quillbay::IQuillbayUnit& unit) {
-  for (const int mode : {kRgb, kGreyscale}) {
+  for (const int mode : {quillbay::kModeRgb, quillbay::kModeGrey}) {
     if (unit.HasMode(mode)) return mode;
   }
   return 0;
@@ -41,16 +40,16 @@ KxPtr<quillbay::IScan> currentScanner(quillbay::IApp* app) {
   return manager ? KxPtr<quillbay::IScan>::adopt(manager->GetCurrent()) : nullptr;
 }
 
+QString deviceOf(quillbay::IScanManager* manager) {
+  const auto watch = quillbay::query<quillbay::IScannerWatch>(manager);
+  quillbay::ScannerEntry entry;
+  if (watch) watch->GetWanted(&entry);  // stores a simulated one as well
+  return QString::fromStdString(entry.device);
+}
+
 bool knowsScanner(quillbay::IApp* app) {
   const auto scanner = currentScanner(app);
-  const auto profile = quillbay::query<quillbay::IProfile>(app);
-  const auto section = profile ? KxPtr<quillbay::IParam>::adopt(profile->GetSection("Quillbay2.0", 0)) : nullptr;
-  if (!scanner || !section) return false;
-  std::string name = scanner->GetName();
-  std::replace_if(
-      name.begin(), name.end(), [](char c) { return c == '\\' || c == '/'; }, '_');  // as the panel stores it
-  const auto own = KxPtr<quillbay::IParam>::adopt(section->GetSubStore(name, 0));
-  return own && KxPtr<quillbay::IParam>::adopt(own->GetSubStore("MainDlg", 0));
+  return scanner && quillbay::HasSavedSettings(app, scanner->GetName()) != 0;
 }
 
 void makeFirstChoices(quillbay::IApp* app, quillbay::IQuillbayControl* control) {
@@ -61,13 +60,13 @@ void makeFirstChoices(quillbay::IApp* app, quillbay::IQuillbayControl* control) 
     return control->SetParam(key, value, nullptr) != 0;
   };
   const int mode = bestMode(*unit);
-  set("m_CurrMode", mode);
-  if (const std::int32_t dpi = usualDpi(*unit, mode); dpi > 0) set("m_uiDPI", dpi);
+  set(quillbay::key::CurrMode, mode);
+  if (const std::int32_t dpi = usualDpi(*unit, mode); dpi > 0) set(quillbay::key::Dpi, dpi);
   // The whole bed to the document's end.
-  set("m_rcScan", quillbay::tagRRECT{0, 0, unit->GetMaxWidth(), unit->GetMaxWidth()});
-  set("m_eScanType", kFixedWidth);
+  set(quillbay::key::RcScan, quillbay::tagRRECT{0, 0, unit->GetMaxWidth(), unit->GetMaxWidth()});
+  set(quillbay::key::ScanAreaType, quillbay::kAreaFixedWidth);
   const QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
-  if (!folder.isEmpty()) set("m_Dir", folder.toStdString());
+  if (!folder.isEmpty()) set(quillbay::key::Dir, folder.toStdString());
 }
 
 }  // namespace desktop

@@ -1,4 +1,6 @@
 #pragma once
+#include <QString>
+
 #include "quillbay/app.h"
 #include "quillbay/control.h"
 #include "quillbay/scanner.h"
@@ -7,6 +9,9 @@ namespace desktop {
 
 /// The current scanner, opened; null when the application has none. One that could not be opened is no unit.
 [[nodiscard]] quillbay::KxPtr<quillbay::IScan> currentScanner(quillbay::IApp* app);
+
+/// The device string of the scanner that is open or would be opened; empty without one.
+[[nodiscard]] QString deviceOf(quillbay::IScanManager* manager);
 
 /// Whether the settings hold choices for the current scanner, from a panel that was closed.
 bool knowsScanner(quillbay::IApp* app);

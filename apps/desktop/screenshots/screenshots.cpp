@@ -14,6 +14,7 @@
 
 #include "quillbay/events.h"
 #include "quillbay/formats.h"
+#include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 #include "scanner/panel_dock.h"
 #include "scanner/scanner_dialog.h"
@@ -30,7 +31,6 @@ namespace {
 
 constexpr int kLimitMs = 120000;
 constexpr int kSmallest = 0;  // the PNG writer takes the most time for it
-constexpr int kModeBitonal = 0, kModeRgb = 7, kCustomArea = 3;
 
 /// Runs the event loop until something holds; false after a long time.
 bool waitFor(const std::function<bool()>& holds) {
@@ -73,13 +73,13 @@ class Shooting {
     // Larger pictures have a plain drawing, which takes little room in a file.
     const bool all = qApp->devicePixelRatio() <= 1;
     if (!use(all ? "sim:drawing=map,size=420x297,seed=7" : "sim:drawing=plan,size=420x297,seed=7")) return false;
-    if (!scan({420, 297}, all ? kModeRgb : kModeBitonal, 200)) return false;
+    if (!scan({420, 297}, all ? quillbay::kModeRgb : quillbay::kModeBwThreshold, 200)) return false;
     m_window.view().fitAll();
     if (!save(m_window, "main") || !save(*panel(), "panel-to-view")) return false;
     if (all && !(saveAtWork() && saveDialogs() && saveHelp())) return false;
     if (!m_window.setMode(quillbay::ScanToFile)) return false;
-    control()->SetParam("m_Dir", "/srv/maps", nullptr);
-    control()->SetParam("m_Mask", "map<COUNTER>", nullptr);
+    control()->SetParam(quillbay::key::Dir, "/srv/maps", nullptr);
+    control()->SetParam(quillbay::key::Mask, "map<COUNTER>", nullptr);
     return save(*panel(), "panel-to-file");
   }
 
@@ -102,9 +102,10 @@ class Shooting {
   /// A scan in its middle: the page grows in the view.
   bool saveScanning() {
     m_window.document().clear();
-    if (!use("sim:drawing=plan,size=420x297,seed=7") || !scan({420, 297}, kModeBitonal, 200)) return false;
+    if (!use("sim:drawing=plan,size=420x297,seed=7") || !scan({420, 297}, quillbay::kModeBwThreshold, 200))
+      return false;
     if (!use("sim:drawing=plan,size=420x297,seed=11,speed=600")) return false;
-    choose({420, 297}, kModeBitonal, 200);
+    choose({420, 297}, quillbay::kModeBwThreshold, 200);
     qint64 lines = 0;
     const auto link = QObject::connect(&m_window.panelDock(), &PanelDock::linesArrived, &m_window,
                                        [&](qint64 arrived) { lines = arrived; });
@@ -125,7 +126,7 @@ class Shooting {
           QString("sim:drawing=plan,size=%1x%2,seed=%3").arg(size.width()).arg(size.height()).arg(size.width());
       if (!use(device.toStdString())) return false;
       for (int i = 0; i < 3; ++i) {
-        if (!scan(size, kModeBitonal, 100)) return false;
+        if (!scan(size, quillbay::kModeBwThreshold, 100)) return false;
       }
     }
     m_window.view().fitAll();
@@ -232,19 +233,19 @@ class Shooting {
   bool use(const std::string& device) {
     std::string why;
     if (m_manager && m_manager->SetCurrent(device, &why) && m_window.setMode(quillbay::ScanToView)) {
-      control()->SetParam("m_Dir", "/srv/maps", nullptr);  // not the folder of who makes the pictures
+      control()->SetParam(quillbay::key::Dir, "/srv/maps", nullptr);  // not the folder of who makes the pictures
       return true;
     }
     std::fprintf(stderr, "%s cannot be opened: %s\n", device.c_str(), why.c_str());
     return false;
   }
   void choose(QSizeF size, int mode, int dpi) {
-    control()->SetParam("m_dwAutodetect", 0, nullptr);
-    control()->SetParam("m_CurrMode", mode, nullptr);
-    control()->SetParam("m_eScanType", kCustomArea, nullptr);
-    control()->SetParam("m_fCenter", 1, nullptr);
-    control()->SetParam("m_rcScan", quillbay::tagRRECT{0, 0, size.width(), size.height()}, nullptr);
-    control()->SetParam("m_uiDPI", dpi, nullptr);
+    control()->SetParam(quillbay::key::Autodetect, 0, nullptr);
+    control()->SetParam(quillbay::key::CurrMode, mode, nullptr);
+    control()->SetParam(quillbay::key::ScanAreaType, quillbay::kAreaCustom, nullptr);
+    control()->SetParam(quillbay::key::Center, 1, nullptr);
+    control()->SetParam(quillbay::key::RcScan, quillbay::tagRRECT{0, 0, size.width(), size.height()}, nullptr);
+    control()->SetParam(quillbay::key::Dpi, dpi, nullptr);
   }
   bool scan(QSizeF size, int mode, int dpi) {
     choose(size, mode, dpi);

@@ -3,12 +3,15 @@
 #include <QApplication>
 #include <QFileInfo>
 #include <QMenuBar>
+#include <QShortcut>
 #include <QStatusBar>
 
 #include "document/page_commands.h"
 #include "document/page_list.h"
+#include "quillbay/scan_keys.h"
 #include "recovery/session_guard.h"
 #include "scanner/panel_dock.h"
+#include "scanner/scanner_commands.h"
 #include "view/document_view.h"
 #include "window/log_dock.h"
 #include "window/main_window.h"
@@ -94,11 +97,17 @@ void MainWindow::makeScanMenu() {
   QAction* eject = addAction(menu, tr("&Eject"), {}, tr("Takes the document out of the scanner"),
                              [this] { m_panel->control()->Eject(); });
   menu->addSeparator();
-  QAction* choose =
-      addAction(menu, tr("&Choose scanner..."), {}, tr("Lists the scanners"), [this] { chooseScanner(); });
+  m_scanner = new ScannerCommands(this);
+  m_scanner->fill(menu);
+  menu->addSeparator();
   m_guard->addCommands(menu);
-  m_needsPanel = {scan, batch, stop, after, eject};
-  m_needsIdle = {scan, batch, eject, choose, modes->menuAction()};
+  m_needsPanel = {scan, batch, eject};
+  m_needsIdle = {scan, batch, eject, modes->menuAction()};
+  m_needsBusy = {stop, after};
+  // A scan that the panel has just started is not known here before its first lines come. The key stops it all the
+  // same, while the command, which would take the key, is disabled.
+  m_stopKey = new QShortcut(stop->shortcut(), this);
+  connect(m_stopKey, &QShortcut::activated, this, [this] { this->stop(quillbay::StopKind::Now); });
 }
 
 void MainWindow::makePageMenu() {
@@ -142,13 +151,10 @@ void MainWindow::updateActions() {
   m_undo->setEnabled(m_document->canRestore());
   m_pageCommands->update(busy);
   for (QAction* action : m_needsIdle) action->setEnabled(!busy);
-  // Stopping is always possible: a scan may have been started a moment ago in the panel.
-  for (QAction* action : m_needsPanel) {
-    if (!panel)
-      action->setEnabled(false);
-    else if (std::find(m_needsIdle.begin(), m_needsIdle.end(), action) == m_needsIdle.end())
-      action->setEnabled(true);
-  }
+  for (QAction* action : m_needsPanel) action->setEnabled(panel && !busy);
+  for (QAction* action : m_needsBusy) action->setEnabled(busy);
+  m_stopKey->setEnabled(!busy);
+  m_scanner->updateActions(busy);
   for (QAction* action : m_modes->actions()) action->setChecked(action->data().toInt() == m_mode);
   setWindowModified(!m_document->unsaved().empty());
   const Page* page = m_document->page(m_view->current());
@@ -164,7 +170,9 @@ void MainWindow::setUnit(const char* unit) {
 void MainWindow::applyUnit() {
   const QString unit = m_settings->text("Unit", "mm");
   m_status->setUnit(unit.toStdString());
-  if (m_panel->control()) m_panel->control()->SetParam("m_nUnits", unit == "inch" ? 1 : 0, nullptr);
+  if (m_panel->control())
+    m_panel->control()->SetParam(quillbay::key::Units, unit == "inch" ? quillbay::kInches : quillbay::kMillimetres,
+                                 nullptr);
 }
 
 void MainWindow::startScan() {
@@ -182,16 +190,6 @@ void MainWindow::startBatch() {
 
 void MainWindow::stop(quillbay::StopKind kind) {
   if (m_panel->control()) m_panel->control()->Stop(kind);
-}
-
-void MainWindow::chooseScanner() {
-  const auto manager = quillbay::query<quillbay::IScanManager>(m_app.get());
-  std::string device, why;
-  if (!manager || m_panel->isBusy() || !m_prompts.scanner(manager.get(), &device)) return;
-  if (!manager->SetCurrent(device, &why)) return tell(QString::fromStdString(why));
-  if (!setMode(m_mode)) return;
-  manager->Remember();
-  m_log->note(tr("Scanner: %1").arg(QString::fromStdString(device)));
 }
 
 }  // namespace desktop

@@ -1,6 +1,8 @@
 #include "window/program_settings.h"
+#include "quillbay/scan_keys.h"
 
 #include <QFileInfo>
+#include <algorithm>
 
 namespace desktop {
 
@@ -8,13 +10,15 @@ using quillbay::KxPtr;
 
 namespace {
 constexpr int kMostRecent = 10;
-constexpr const char* kWheelStep = "WheelScaleStep";
+constexpr const char* kWheelStep = quillbay::view_key::WheelScaleStep;
 constexpr const char* kRecent = "Recent";
+const std::string kScanners = "Scanners";
 }  // namespace
 
 void writeFirstDefaults(quillbay::IApp* app) {
   const auto profile = quillbay::query<quillbay::IProfile>(app);
-  const auto scroll = profile ? KxPtr<quillbay::IParam>::adopt(profile->GetSection("Scroll", 1)) : nullptr;
+  const auto scroll =
+      profile ? KxPtr<quillbay::IParam>::adopt(profile->GetSection(quillbay::section_name::Scroll, 1)) : nullptr;
   if (scroll && quillbay::paramDouble(scroll.get(), kWheelStep) <= 0) scroll->SetValue(kWheelStep, 1.25);
 }
 
@@ -42,6 +46,12 @@ void ProgramSettings::setNumber(const char* key, int value) { m_section->SetValu
 
 void ProgramSettings::setBytes(const char* key, const QByteArray& value) {
   setText(key, QString::fromLatin1(value.toBase64()));
+}
+
+KxPtr<quillbay::IParam> ProgramSettings::scanner(std::string name, bool make) const {
+  const auto isDelimiter = [](char c) { return c == '\\' || c == '/'; };
+  std::replace_if(name.begin(), name.end(), isDelimiter, '_');  // a delimiter would open a store of its own
+  return KxPtr<quillbay::IParam>::adopt(m_section->GetSubStore(kScanners + ("\\" + name), make ? 1 : 0));
 }
 
 QStringList ProgramSettings::recent() const {

@@ -296,7 +296,8 @@ bool SaneCore::unload() {
 }
 
 // Why the option cannot be set to a value, or empty.
-std::string SaneCore::reasonAgainst(std::string_view name, std::string_view value, SaneValue* parsed) {
+std::string SaneCore::reasonAgainst(std::string_view name, std::string_view value, SaneValue* parsed,
+                                    bool* isButton) {
   const SaneCapabilities known = capabilities();
   const auto it =
       std::find_if(known.options.begin(), known.options.end(), [&](const SaneOption& o) { return o.name == name; });
@@ -312,25 +313,38 @@ std::string SaneCore::reasonAgainst(std::string_view name, std::string_view valu
                       {std::string(name), m_name});
   if (!it->isSettable())
     return formatText(Supp_Translate("the option \"%s\" of %s can only be read"), {std::string(name), m_name});
+  *isButton = it->type == SANE_TYPE_BUTTON;
   std::string why;
   return parseSaneValue(*it, value, parsed, &why) ? std::string() : why;
 }
 
+WantedOptions SaneCore::wantedOptions() {
+  const std::lock_guard lock(m_mutex);
+  return m_wanted;
+}
+
+void SaneCore::want(std::string_view name, std::string_view value) {
+  const std::lock_guard lock(m_mutex);
+  const auto old = std::find_if(m_wanted.begin(), m_wanted.end(), [&](const auto& w) { return w.first == name; });
+  if (old != m_wanted.end())
+    old->second = value;
+  else
+    m_wanted.emplace_back(name, value);
+}
+
 bool SaneCore::setOption(std::string_view name, std::string_view value, std::string* why) {
   SaneValue parsed;
-  if (const std::string reason = reasonAgainst(name, value, &parsed); !reason.empty()) {
+  bool isButton = false;
+  if (const std::string reason = reasonAgainst(name, value, &parsed, &isButton); !reason.empty()) {
     if (why) *why = reason;
     return false;
   }
-  {
-    const std::lock_guard lock(m_mutex);
-    const auto old = std::find_if(m_wanted.begin(), m_wanted.end(), [&](const auto& w) { return w.first == name; });
-    if (old != m_wanted.end())
-      old->second = value;
-    else
-      m_wanted.emplace_back(name, value);
+  if (!isButton) want(name, value);
+  if (!mayUseDevice()) {
+    if (isButton && why)
+      *why = formatText(Supp_Translate("%s is busy; try again when its scan has ended"), {m_name});
+    return !isButton;  // others are kept for the next scan
   }
-  if (!mayUseDevice()) return true;  // kept for the next scan
   try {
     SaneThread::instance().call(m_app.get(), [&] {
       if (!m_device->mayAsk()) return;  // the next scan opens it anew

@@ -44,6 +44,8 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
   [[nodiscard]] bool isLoaded();
   bool unload();
   bool setOption(std::string_view name, std::string_view value, std::string* why);
+  /// What was set, in this order.
+  [[nodiscard]] WantedOptions wantedOptions();
 
  private:
   SaneCore(IApp* app, std::string device, std::shared_ptr<ScannerFinder> finder);
@@ -58,8 +60,9 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
   void learn();
   UnitFault faultOfException();
   bool refuse(UnitFaultCode code, const std::string& text);
-  std::string reasonAgainst(std::string_view name, std::string_view value, SaneValue* parsed);
+  std::string reasonAgainst(std::string_view name, std::string_view value, SaneValue* parsed, bool* isButton);
   bool mayUseDevice();
+  void want(std::string_view name, std::string_view value);
 
   const KxPtr<IApp> m_app;
   const std::string m_name;

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
 #include "scanners/sane/sane_fault.h"
 
 namespace quillbay {
@@ -186,18 +187,18 @@ std::uint32_t takenResolution(const SaneDevice& device, int otherwise) {
 
 ScanWish readScanWish(IParam* request) {
   ScanWish wish;
-  wish.mode = paramInt(request, "MODE", wish.mode);
-  wish.dpi = paramInt(request, "ImageDPI");
-  const CKxVariant rect = paramValue(request, "RECT");
+  wish.mode = paramInt(request, key::Mode, wish.mode);
+  wish.dpi = paramInt(request, key::ImageDpi);
+  const CKxVariant rect = paramValue(request, key::Rect);
   if (const auto* r = rect.get<tagRRECT>()) {
     wish.hasRect = true;
     wish.rect = *r;
   }
-  wish.isPrescan = paramInt(request, "SCAN_TYPE", 2) != 2;
-  wish.isBatch = paramInt(request, "batchmode") != 0;
-  wish.length = paramDouble(request, "m_Edit");
-  wish.threshold = paramInt(request, "SCAN_THRESHOLD", -1);
-  const CKxVariant gamma = paramValue(request, "SCAN_GAMMA");
+  wish.isPrescan = paramInt(request, key::RequestType, 2) != 2;
+  wish.isBatch = paramInt(request, key::BatchMode) != 0;
+  wish.length = paramDouble(request, key::PaperLength);
+  wish.threshold = paramInt(request, key::Threshold, -1);
+  const CKxVariant gamma = paramValue(request, key::Gamma);
   if (const auto* bytes = gamma.get<CKxBlob>(); bytes && bytes->size() == 256 * sizeof(KXRGBQUAD)) {
     wish.curves.resize(256);
     std::memcpy(wish.curves.data(), bytes->data(), bytes->size());

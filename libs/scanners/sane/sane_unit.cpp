@@ -61,6 +61,11 @@ int SaneUnit::SetOption(std::string_view name, std::string_view value, std::stri
   return m_core->setOption(name, value, why) ? 1 : 0;
 }
 
+int SaneUnit::SaveOptions(IParam* out) {
+  for (const auto& [name, value] : m_core->wantedOptions()) out->SetValue(name, value);
+  return 1;
+}
+
 KxPtr<IScan> newSaneScan(IApp* app, const std::string& device, const std::string& name, UnitFault* fault,
                          std::shared_ptr<ScannerFinder> finder) {
   try {

@@ -5,6 +5,7 @@
 
 #include "quillbay/scanner.h"
 #include "scanners/sane/sane_core.h"
+#include "scanners/unit_options.h"
 
 namespace quillbay {
 
@@ -39,6 +40,8 @@ class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
 
   std::vector<UnitOption> GetOptions() override;
   int SetOption(std::string_view name, std::string_view value, std::string* why) override;
+  int SaveOptions(IParam* out) override;
+  int LoadOptions(IParam* in) override { return loadUnitOptions(*this, in); }
 
  private:
   ~SaneUnit() override;

@@ -5,6 +5,7 @@
 
 #include "platform/base_services.h"
 #include "quillbay/geometry.h"
+#include "quillbay/scan_keys.h"
 #include "scanners/sim/sim_bed.h"
 
 namespace quillbay {
@@ -22,7 +23,7 @@ std::int32_t pixelsOf(double mm, std::uint32_t dpi) noexcept { return roundHalfU
 
 bool readArea(IParam* request, SimJob* job, UnitFault* fault) {
   const SimConfig& config = job->config;
-  const CKxVariant value = paramValue(request, "RECT");
+  const CKxVariant value = paramValue(request, key::Rect);
   const auto* given = value.get<tagRRECT>();
   const tagRRECT area = given ? *given : tagRRECT{0, 0, config.width, 0};
   const double longest = config.length > 0 ? config.length : 1e7;
@@ -30,7 +31,7 @@ bool readArea(IParam* request, SimJob* job, UnitFault* fault) {
   job->right = pixelsOf(std::clamp(area.right, 0.0, config.width), job->dpi);
   job->top = pixelsOf(std::clamp(area.top, 0.0, longest), job->dpi);
   job->bottom = area.bottom > area.top ? pixelsOf(std::clamp(area.bottom, 0.0, longest), job->dpi) : job->top;
-  job->lengthMm = paramDouble(request, "m_Edit");
+  job->lengthMm = paramDouble(request, key::PaperLength);
   const bool isEmpty = job->right <= job->left || (area.bottom > area.top && job->bottom <= job->top);
   return !isEmpty || refuse(fault, UnitFaultCode::Invalid,
                             "The scan area (left " + toText(area.left) + ", top " + toText(area.top) + ", right " +
@@ -128,23 +129,23 @@ class Renderer {
 
 bool readSimRequest(IParam* request, const SimConfig& config, SimJob* job, UnitFault* fault) {
   job->config = config;
-  job->mode = paramInt(request, "MODE", 5);
+  job->mode = paramInt(request, key::Mode, 5);
   const int most = config.colour ? 7 : 5;
   if (job->mode < 0 || job->mode > most)
     return refuse(fault, UnitFaultCode::Unsupported,
                   "The simulated scanner has no scan mode " + std::to_string(job->mode) +
                       ": choose one of the modes 0 to " + std::to_string(most) + ".");
-  const std::int32_t dpi = paramInt(request, "ImageDPI", 300);
+  const std::int32_t dpi = paramInt(request, key::ImageDpi, 300);
   if (dpi < kSimLeastDpi || dpi > kSimMostDpi)
     return refuse(fault, UnitFaultCode::Invalid,
                   "The simulated scanner does not scan at " + std::to_string(dpi) +
                       " dpi: choose a resolution from " + std::to_string(kSimLeastDpi) + " to " +
                       std::to_string(kSimMostDpi) + " dpi.");
   job->dpi = static_cast<std::uint32_t>(dpi);
-  job->scanType = paramInt(request, "SCAN_TYPE", 2);
-  job->isPiece = job->scanType >= 2 && paramInt(request, "m_fBursting") != 0;
-  job->threshold = paramInt(request, "SCAN_THRESHOLD", 128);
-  const CKxVariant gamma = paramValue(request, "SCAN_GAMMA");
+  job->scanType = paramInt(request, key::RequestType, 2);
+  job->isPiece = job->scanType >= 2 && paramInt(request, key::Bursting) != 0;
+  job->threshold = paramInt(request, key::Threshold, 128);
+  const CKxVariant gamma = paramValue(request, key::Gamma);
   if (const auto* blob = gamma.get<CKxBlob>(); blob && blob->size() >= 256 * sizeof(KXRGBQUAD)) {
     job->curves.resize(256);
     std::memcpy(job->curves.data(), blob->data(), 256 * sizeof(KXRGBQUAD));

@@ -1,8 +1,11 @@
 #include "scanners/sim/sim_scan.h"
 
+#include <map>
+
 #include "quillbay/errors.h"
 #include "scanners/sim/sim_core.h"
 #include "scanners/sim/sim_image.h"
+#include "scanners/unit_options.h"
 
 namespace quillbay {
 
@@ -75,13 +78,20 @@ class SimUnit final
     std::string reason;
     const bool ok = m_core->setKey(name, value, &reason);
     if (!ok && why) *why = reason;
+    if (ok) m_set.insert_or_assign(std::string(name), std::string(value));
     return ok ? 1 : 0;
   }
+  int SaveOptions(IParam* out) override {
+    for (const auto& [name, value] : m_set) out->SetValue(name, value);
+    return 1;
+  }
+  int LoadOptions(IParam* in) override { return loadUnitOptions(*this, in); }
 
  private:
   ~SimUnit() override { m_core->close(); }
 
   const std::shared_ptr<SimCore> m_core;
+  std::map<std::string, std::string> m_set;  // options that were changed
   const KxPtr<TConnectionPointImpl<IScanSink>> m_sinks =
       KxPtr<TConnectionPointImpl<IScanSink>>::adopt(new TConnectionPointImpl<IScanSink>);
 };

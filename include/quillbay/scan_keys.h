@@ -1,0 +1,117 @@
+#pragma once
+#include <string>
+#include <string_view>
+
+/// The names under which settings, scan requests and script commands carry their values. Nobody spells one out
+/// elsewhere. What the numbers mean: scan_mode.h.
+namespace quillbay {
+
+/// Keys of scan parameters, of the pages' settings and of scan requests. Compared without regard to case.
+namespace key {
+
+// Scan parameters: `IQuillbayControl::SetParam` and `GetParam` know them, changes are broadcast under them.
+inline constexpr char Units[] = "m_nUnits";                 ///< `LengthUnit`
+inline constexpr char PaperName[] = "m_PaperName";          ///< text
+inline constexpr char Dir[] = "m_Dir";                      ///< text: the output folder
+inline constexpr char Mask[] = "m_Mask";                    ///< text: the mask of file names
+inline constexpr char Counter[] = "m_nCounter";             ///< int
+inline constexpr char CounterFormat[] = "m_CounterFormat";  ///< text: "%.Nd", N from 1 to 8
+inline constexpr char UseAutoCounter[] = "m_fUseAutoCounter";
+inline constexpr char RectValid[] = "m_fRectValid";
+inline constexpr char BoundDetectDirty[] = "m_fBoundDetectDirty";
+inline constexpr char MultiPage[] = "m_fMultiPage";
+inline constexpr char CurrMode[] = "m_CurrMode";  ///< `ScanMode`
+inline constexpr char MinDpi[] = "m_nMinDPI";
+inline constexpr char PreviewDpi[] = "m_nPreviewDPI";
+inline constexpr char Portrait[] = "m_bPortrait";
+inline constexpr char Autodetect[] = "m_dwAutodetect";  ///< bits; 0: nothing is detected
+inline constexpr char CustomScanValid[] = "m_fCustomScanValid";
+inline constexpr char Dpi[] = "m_uiDPI";
+inline constexpr char ScanAreaType[] = "m_eScanType";  ///< `ScanAreaType`
+inline constexpr char Bursting[] = "m_fBursting";
+inline constexpr char FileFate[] = "m_fFileFate";  ///< `FileFate`
+inline constexpr char UpdateRect[] = "m_fUpdateRect";
+inline constexpr char ScannerKeyPressed[] = "m_ScannerKeyPressed";
+inline constexpr char Center[] = "m_fCenter";
+inline constexpr char RcScan[] = "m_rcScan";              ///< rectangle, mm
+inline constexpr char RcPreview[] = "m_rcPreview";        ///< rectangle, mm
+inline constexpr char RcCustomScan[] = "m_rcCustomScan";  ///< rectangle, mm
+inline constexpr char Extension[] = "m_Ext";              ///< text: of the output file, with its dot
+
+// What the pages, the destination and the panel keep beside them.
+inline constexpr char AddWidth[] = "m_Add";    ///< int: percent
+inline constexpr char AutoSet[] = "AUTO_SET";  ///< `Autodetect` as the main page keeps it
+inline constexpr char DisablePreview[] = "m_fDisablePreview";
+inline constexpr char ModeIndex[] = "m_ctrlModes";
+inline constexpr char ResolutionIndex[] = "m_ctrlDPI";
+inline constexpr char PaperIndex[] = "m_ctrlPaperList";
+inline constexpr char SaveSettings[] = "SaveSettings";  ///< with a number, 0 to 3: `numbered`
+inline constexpr char UseFileOut[] = "m_fUseFileOut";
+inline constexpr char Layout[] = "m_fMinSize";
+
+// A scan request (`IQuillbayUnit::Scan`); the main page keeps `Mode`, `ImageDpi` and `Rect` under these names too.
+inline constexpr char RequestType[] = "SCAN_TYPE";       ///< `RequestType`
+inline constexpr char Mode[] = "MODE";                   ///< `ScanMode`
+inline constexpr char ImageDpi[] = "ImageDPI";           ///< int
+inline constexpr char Rect[] = "RECT";                   ///< rectangle, mm on the bed
+inline constexpr char BatchMode[] = "batchmode";         ///< int: not 0 while a batch runs
+inline constexpr char PaperLength[] = "m_Edit";          ///< double, mm: without a found end of the document
+inline constexpr char Threshold[] = "SCAN_THRESHOLD";    ///< int, 0 to 255
+inline constexpr char Gamma[] = "SCAN_GAMMA";            ///< bytes: 256 `KXRGBQUAD`
+inline constexpr char Brightness[] = "SCAN_BRIGHTNESS";  ///< int
+
+// What a unit may know, for each scan mode its own (`numbered`); `IUnitKeyRanges` tells which.
+inline constexpr char Level[] = "LEVEL";
+inline constexpr char BackgroundSuppression[] = "BACKGROUNDSUPP";
+inline constexpr char SoftenSharpen[] = "SOFTEN_SHARPEN";
+inline constexpr char Blur[] = "BLUR";
+inline constexpr char HardBwPoint[] = "HARDBWPOINT";  ///< without a number
+
+/// A key that ends in a number: `numbered(Level, 3)` is "LEVEL3".
+[[nodiscard]] inline std::string numbered(std::string_view stem, int number) {
+  return std::string(stem) + std::to_string(number);
+}
+
+}  // namespace key
+
+/// Names of sections and stores in the host's settings.
+namespace section_name {
+inline constexpr char Panel[] = "Quillbay2.0";                  ///< of `IProfile`: the panel's
+inline constexpr char ScannerSource[] = "ScanManager\\Source";  ///< of the host's `IParam` root
+inline constexpr char Scroll[] = "Scroll";                      ///< of `IProfile`: a view's
+}  // namespace section_name
+
+/// Keys of a view's settings.
+namespace view_key {
+inline constexpr char ArrowsScrollStep[] = "ArrowsScrollStep";  ///< double, per cent of the client size
+inline constexpr char WheelScaleStep[] = "WheelScaleStep";      ///< double
+}  // namespace view_key
+
+/// Keys of an entry in the list of standard papers (`IStdPapersParam`).
+namespace paper_key {
+inline constexpr char Used[] = "Used";    ///< int
+inline constexpr char Name[] = "Name";    ///< text
+inline constexpr char Size[] = "Size";    ///< point
+inline constexpr char Units[] = "Units";  ///< text: the name of a linear unit
+}  // namespace paper_key
+
+/// Commands that go to the host's `IScriptCmdSink`, and the keys of their arguments.
+namespace script_key {
+inline constexpr char ClearAllRasters[] = "IntClearAllRasters";
+inline constexpr char AddRaster[] = "IntAddRaster";
+inline constexpr char AddPage[] = "IntAddPage";
+inline constexpr char Process[] = "ProcessScript";
+inline constexpr char Kill[] = "KillCommand";
+
+inline constexpr char Raster[] = "RStor";                ///< object: `IRStor`
+inline constexpr char FileName[] = "FileName";           ///< text
+inline constexpr char Text[] = "Script";                 ///< text: the script itself
+inline constexpr char Title[] = "Title";                 ///< text: what to call it
+inline constexpr char MultiPage[] = "Multipage";         ///< int
+inline constexpr char BatchScan[] = "BatchScan";         ///< int
+inline constexpr char Prescan[] = "Prescan";             ///< int
+inline constexpr char Connect[] = "Connect";             ///< int
+inline constexpr char KeepWindow[] = "_donthidewindow";  ///< int
+}  // namespace script_key
+
+}  // namespace quillbay
