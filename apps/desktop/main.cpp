@@ -6,10 +6,13 @@
 
 #include "quillbay/host.h"
 #include "window/main_window.h"
+#include "window/toolkit_texts.h"
 
 int main(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // a scanner's driver may write into a pipe that is gone
   QApplication application(argc, argv);
+  desktop::ToolkitTexts texts;
+  QApplication::installTranslator(&texts);
   QApplication::setApplicationName("Quillbay");
   QApplication::setApplicationVersion(quillbay::LibraryVersion());
   QApplication::setDesktopFileName("org.quillbay.Quillbay");

@@ -9,7 +9,6 @@
 namespace quillbay {
 namespace {
 
-using Translator = std::string (*)(std::string_view);
 std::atomic<Translator> g_translator{nullptr};
 
 constexpr char lowerAscii(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }

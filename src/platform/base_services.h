@@ -5,14 +5,10 @@
 #include <vector>
 
 #include "quillbay/errors.h"
+#include "quillbay/translation.h"
 
 /// What the panel needs of the system, implemented by libs/core. No Qt.
 namespace quillbay {
-
-/// Text shown to people, through the one translation function: `english` is the key of a catalogue.
-[[nodiscard]] std::string Supp_Translate(std::string_view english);
-/// Sets the translation function; null goes back to English. Not while other threads translate.
-void SetTranslator(std::string (*translate)(std::string_view english));
 
 /// Case-blind comparison of keys and tags (ASCII letters).
 [[nodiscard]] bool sameKey(std::string_view a, std::string_view b) noexcept;
