@@ -144,6 +144,10 @@ void MessageWindow::addButtons(const HostMessage& message,
                                const std::function<void(const std::string& topic)>& help) {
   connect(m_buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(m_buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  if (message.event == kEventNextDocument && m_kind == EventButtons::OkCancel) {
+    m_buttons->button(QDialogButtonBox::Ok)->setText(shown(Supp_Translate("Scan &next page")));
+    m_buttons->button(QDialogButtonBox::Cancel)->setText(shown(Supp_Translate("&Finish batch")));
+  }
   QPushButton* first = m_buttons->button(defaultOf(m_kind));
   first->setDefault(true);
   first->setFocus();

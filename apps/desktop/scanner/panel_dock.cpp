@@ -7,9 +7,13 @@
 #include <QScrollBar>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <utility>
 
+#include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 #include "scanner/first_choices.h"
+#include "scanner/job_bar.h"
+#include "scanner/scanner_offer.h"
 
 namespace desktop {
 
@@ -21,10 +25,18 @@ class PanelListener final : public quillbay::CKxUnknownImplStatic<quillbay::IQui
  public:
   explicit PanelListener(PanelDock* dock) : m_dock(dock) {}
   void OnStarted(const quillbay::ScanStartInfo& info) override {
+    const bool isPreview =
+        info.kind == quillbay::StartKind::Prescan || info.kind == quillbay::StartKind::AreaPrescan;
+    m_dock->m_isPreviewing = isPreview;
+    if (isPreview) return emit m_dock->previewStarted();
+    m_pageRuns = info.kind == quillbay::StartKind::Scan;
+    if (!m_pageRuns) return;  // a preview is shown by the panel
     emit m_dock->pageStarted(info);
     emit m_dock->started(info.page, QString::fromStdString(info.file));
   }
-  void OnLines(std::int64_t lines) override { emit m_dock->linesArrived(lines); }
+  void OnLines(std::int64_t lines) override {
+    if (m_pageRuns) emit m_dock->linesArrived(lines);
+  }
   void OnPageFinished(const quillbay::PageInfo& page) override {
     emit m_dock->pageDone(page);
     emit m_dock->pageFinished(page.page, QString::fromStdString(page.file));
@@ -34,18 +46,22 @@ class PanelListener final : public quillbay::CKxUnknownImplStatic<quillbay::IQui
   }
   void OnMessage(const std::string&) override {}
   void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override {
+    if (std::exchange(m_dock->m_isPreviewing, false))
+      return emit m_dock->previewEnded(static_cast<int>(cause), QString::fromStdString(fault.text));
     emit m_dock->ended(static_cast<int>(cause), QString::fromStdString(fault.text), pages);
   }
 
  private:
   PanelDock* m_dock;
+  bool m_pageRuns = false;
 };
 
 PanelDock::PanelDock(quillbay::IApp* app, quillbay::IKxView* view, QWidget* parent)
     : QDockWidget(tr("Scanning"), parent),
       m_app(app),
       m_view(view),
-      m_scroll(new QScrollArea(this)),
+      m_bar(new JobBar),
+      m_scroll(new QScrollArea),
       m_listener(std::make_unique<PanelListener>(this)) {
   setObjectName("panelDock");
   setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
@@ -53,7 +69,14 @@ PanelDock::PanelDock(quillbay::IApp* app, quillbay::IKxView* view, QWidget* pare
   m_scroll->setFrameShape(QFrame::NoFrame);
   m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
   m_scroll->setFocusPolicy(Qt::NoFocus);
-  setWidget(m_scroll);
+  auto* holder = new QWidget;
+  auto* column = new QVBoxLayout(holder);
+  column->setContentsMargins(0, 0, 0, 0);
+  column->setSpacing(0);
+  column->addWidget(m_bar);
+  column->addWidget(m_scroll, 1);
+  setWidget(holder);
+  m_bar->showScanner(nullptr);
 }
 
 PanelDock::~PanelDock() { closePanel(); }
@@ -61,7 +84,8 @@ PanelDock::~PanelDock() { closePanel(); }
 bool PanelDock::open(quillbay::eTarnwellMode mode) {
   closePanel();
   // Without a scanner the panel would ask for another one, over and over.
-  if (!currentScanner(m_app).as<quillbay::IQuillbayUnit>()) {
+  const auto scanner = currentScanner(m_app);
+  if (!scanner.as<quillbay::IQuillbayUnit>()) {
     showTrouble();
     return false;
   }
@@ -87,9 +111,10 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
   m_control->Advise(m_listener.get());
   if (!known) makeFirstChoices(m_app, m_control.get());
   // The person chooses the area: documents are not detected yet.
-  m_control->SetParam("m_dwAutodetect", 0, nullptr);
+  m_control->SetParam(quillbay::key::Autodetect, 0, nullptr);
   m_scroll->setMinimumWidth(m_panel->minimumSizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
   m_scroll->setWidget(holder.release());
+  m_bar->showScanner(scanner.get());
   m_panel->show();
   return true;
 }
@@ -97,6 +122,7 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
 void PanelDock::closePanel() {
   QWidget* shown = m_scroll->takeWidget();
   m_panel = nullptr;
+  m_bar->showScanner(nullptr);
   delete shown;  // the panel stops its scan, tells its listener the end and saves its settings
   if (m_control) m_control->Unadvise(m_listener.get());
   m_control = nullptr;
@@ -111,8 +137,36 @@ KxPtr<quillbay::IRStor> PanelDock::scanRaster() const {
 bool PanelDock::isBusy() const { return m_control && m_control->IsBusy() != 0; }
 
 void PanelDock::showTrouble() {
-  const auto fault = currentScanner(m_app).as<quillbay::IUnitFault>();
-  const QString reason = fault ? QString::fromStdString(fault->GetFault().text) : QString();
+  using quillbay::UnitFaultCode;
+  const auto unit = currentScanner(m_app).as<quillbay::IUnitFault>();
+  const quillbay::UnitFault fault = unit ? unit->GetFault() : quillbay::UnitFault{};
+  const bool isKnown = fault.code != UnitFaultCode::NotChosen && fault.code != UnitFaultCode::NoScanner;
+  if (isKnown) return showMissing(QString::fromStdString(fault.text));
+  showOffer();
+}
+
+void PanelDock::showOffer() {
+  const auto manager = query<quillbay::IScanManager>(m_app);
+  m_offer = new ScannerOffer(manager.get());
+  // Queued: what follows replaces the offer.
+  connect(m_offer, &ScannerOffer::chosen, this, &PanelDock::scannerChosen, Qt::QueuedConnection);
+  connect(m_offer, &ScannerOffer::otherAsked, this, &PanelDock::chooseScannerAsked, Qt::QueuedConnection);
+  connect(m_offer, &ScannerOffer::simulatedAsked, this, &PanelDock::simulatedScannerAsked, Qt::QueuedConnection);
+  m_scroll->setMinimumWidth(std::max(m_scroll->minimumWidth(), m_offer->minimumSizeHint().width()));
+  m_scroll->setWidget(m_offer);
+}
+
+ScannerOffer* PanelDock::offer() const { return m_offer; }
+
+void PanelDock::pauseOffer() {
+  if (m_offer) m_offer->pause();
+}
+
+void PanelDock::resumeOffer() {
+  if (m_offer) m_offer->search();
+}
+
+void PanelDock::showMissing(const QString& reason) {
   auto* holder = new QWidget;
   auto* column = new QVBoxLayout(holder);
   m_trouble = new QLabel(tr("No scanner could be opened.") + (reason.isEmpty() ? QString() : "\n\n" + reason));

@@ -11,10 +11,12 @@ class QScrollArea;
 
 namespace desktop {
 
+class JobBar;
 class PanelListener;
+class ScannerOffer;
 
-/// The dock that holds the scanning panel; one panel at a time, of one mode. Without a scanner it says why, and
-/// offers to choose another one.
+/// The dock that holds the scanning panel; one panel at a time, of one mode. While no scanner is known it searches
+/// and offers what it finds; without the known one it says why, and offers to choose another one.
 class PanelDock : public QDockWidget {
   Q_OBJECT
  public:
@@ -32,6 +34,15 @@ class PanelDock : public QDockWidget {
   [[nodiscard]] quillbay::KxPtr<quillbay::IRStor> scanRaster() const;
   /// The panel's window; null without one.
   [[nodiscard]] QWidget* panel() const { return m_panel; }
+  /// The row above the panel.
+  [[nodiscard]] JobBar& bar() const { return *m_bar; }
+  /// Shows, in the panel's place, that the scanner is not open: `reason` may be empty.
+  void showMissing(const QString& reason);
+  /// What stands in the panel's place while no scanner is known; else null.
+  [[nodiscard]] ScannerOffer* offer() const;
+  /// Gives up the offer's search while somebody else uses the scanner manager; `resumeOffer` starts it again.
+  void pauseOffer();
+  void resumeOffer();
   /// Says, in the place of the panel that could not be opened, that its scanner is being looked for.
   void showLookingFor(const QString& name);
 
@@ -47,17 +58,27 @@ class PanelDock : public QDockWidget {
   void published(const QString& file);
   /// `cause` is a `quillbay::EndCause`.
   void ended(int cause, const QString& fault, int pages);
+  /// A preview has started or ended; `ended` follows scans only.
+  void previewStarted();
+  void previewEnded(int cause, const QString& fault);
   void chooseScannerAsked();
+  /// One of those that were found.
+  void scannerChosen(const QString& device);
   void simulatedScannerAsked();
 
  private:
+  friend class PanelListener;
   void showTrouble();
+  void showOffer();
 
   quillbay::IApp* m_app;
   quillbay::IKxView* m_view;
+  JobBar* m_bar;
   QScrollArea* m_scroll;
   QWidget* m_panel = nullptr;
-  QPointer<QLabel> m_trouble;  // in the panel's place
+  QPointer<QLabel> m_trouble;      // in the panel's place
+  QPointer<ScannerOffer> m_offer;  // likewise
+  bool m_isPreviewing = false;
   quillbay::KxPtr<quillbay::IQuillbaySink> m_sink;
   quillbay::KxPtr<quillbay::IQuillbayControl> m_control;
   std::unique_ptr<PanelListener> m_listener;

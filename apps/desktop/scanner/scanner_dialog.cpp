@@ -7,7 +7,6 @@
 #include <QListWidget>
 #include <QPushButton>
 #include <QStyle>
-#include <QThread>
 #include <QVBoxLayout>
 
 #include "quillbay/events.h"
@@ -21,18 +20,13 @@ namespace {
 
 constexpr int kListWidth = 520, kListHeight = 96;
 
-QString titleOf(const quillbay::ScannerEntry& entry) {
-  const QString name = QString::fromStdString(entry.vendor + " " + entry.model).trimmed();
-  const QString device = QString::fromStdString(entry.device);
-  return name.isEmpty() ? device : name + "  (" + device + ")";
-}
-
 }  // namespace
 
 ScannerDialog::ScannerDialog(quillbay::IScanManager* manager, std::function<void(const std::string&)> help,
                              QWidget* parent)
     : QDialog(parent),
       m_manager(manager),
+      m_search(manager),
       m_help(std::move(help)),
       m_list(new QListWidget),
       m_device(new QLineEdit),
@@ -40,7 +34,7 @@ ScannerDialog::ScannerDialog(quillbay::IScanManager* manager, std::function<void
       m_reason(new QLabel),
       m_reasonIcon(new QLabel),
       m_setup(new SimSetup),
-      m_search(new QPushButton(tr("Search a&gain"))) {
+      m_searchAgain(new QPushButton(tr("Search a&gain"))) {
   setWindowTitle(tr("Choose scanner"));
   auto* column = new QVBoxLayout(this);
   makeList();
@@ -55,7 +49,8 @@ ScannerDialog::ScannerDialog(quillbay::IScanManager* manager, std::function<void
   connect(m_device, &QLineEdit::editingFinished, this,
           [this] { showSetup(SimDevice::isOne(m_device->text().trimmed())); });
   connect(m_setup, &SimSetup::changed, this, [this] { m_device->setText(m_setup->device()); });
-  connect(m_search, &QPushButton::clicked, this, &ScannerDialog::search);
+  connect(m_searchAgain, &QPushButton::clicked, this, &ScannerDialog::search);
+  connect(&m_search, &DeviceSearch::finished, this, &ScannerDialog::listed);
   if (const auto watch = query<quillbay::IScannerWatch>(m_manager)) {
     quillbay::ScannerEntry now;
     watch->GetWanted(&now);  // also answers what is simulated
@@ -63,11 +58,6 @@ ScannerDialog::ScannerDialog(quillbay::IScanManager* manager, std::function<void
   }
   deviceChanged();
   search();
-}
-
-ScannerDialog::~ScannerDialog() {
-  m_listing->stopped = true;
-  if (m_thread) m_thread->wait();
 }
 
 void ScannerDialog::makeList() {
@@ -78,13 +68,13 @@ void ScannerDialog::makeList() {
   m_list->setToolTip(tr("The scanners that were found"));
   m_list->setMinimumSize(kListWidth, kListHeight);
   m_state->setWordWrap(true);
-  m_search->setAutoDefault(false);
-  m_search->setToolTip(tr("Looks once more which scanners are there"));
+  m_searchAgain->setAutoDefault(false);
+  m_searchAgain->setToolTip(tr("Looks once more which scanners are there"));
   column->addWidget(label);
   column->addWidget(m_list, 1);
   auto* row = new QHBoxLayout;
   row->addWidget(m_state, 1);
-  row->addWidget(m_search);
+  row->addWidget(m_searchAgain);
   column->addLayout(row);
 }
 
@@ -135,34 +125,27 @@ void ScannerDialog::setDevice(const QString& device) {
 }
 
 void ScannerDialog::search() {
-  m_search->setEnabled(false);
+  m_searchAgain->setEnabled(false);
   m_state->setText(tr("Searching... (at most %1 seconds)").arg(quillbay::kListLimitSeconds));
-  m_listing = std::make_shared<Listing>();
-  m_thread.reset(QThread::create([manager = m_manager, listing = m_listing] {
-    const auto watch = query<quillbay::IScannerWatch>(manager);
-    const auto stopped = [&] { return listing->stopped.load(); };
-    listing->complete = watch ? watch->ListUntil(&listing->entries, &listing->why, stopped) != 0
-                              : manager->List(&listing->entries, &listing->why) != 0;
-  }));
-  connect(m_thread.get(), &QThread::finished, this, &ScannerDialog::listed);
-  m_thread->start();
+  m_search.start();
 }
 
 void ScannerDialog::listed() {
-  m_thread->wait();
-  m_thread.reset();
-  m_search->setEnabled(true);
-  const int found = static_cast<int>(m_listing->entries.size());
-  m_state->setText(m_listing->complete ? tr("Found: %1").arg(found) : QString::fromStdString(m_listing->why));
+  m_searchAgain->setEnabled(true);
+  const auto& entries = m_search.entries();
+  const QString trouble = m_search.trouble();
+  m_state->setText(trouble.isEmpty() ? tr("Found: %1").arg(entries.size()) : trouble);
   {
     const QSignalBlocker quietly(m_list);
     m_list->clear();
-    for (const auto& entry : m_listing->entries) {
-      m_list->addItem(titleOf(entry));
+    for (const auto& entry : entries) {
+      m_list->addItem(scannerTitle(entry));
       m_list->item(m_list->count() - 1)->setToolTip(QString::fromStdString(entry.type));
     }
   }
-  if (m_list->count() > 0 && m_device->text().isEmpty()) {
+  // Real scanners come first: a simulated one is never chosen by itself.
+  const bool offersReal = !entries.empty() && !SimDevice::isOne(QString::fromStdString(entries.front().device));
+  if (offersReal && m_device->text().isEmpty()) {
     m_list->setCurrentRow(0);
   } else {
     mark();
@@ -176,15 +159,15 @@ void ScannerDialog::mark() {
     const QString listed = QString::fromStdString(entry.device);
     return listed == device || (SimDevice::isOne(device) && SimDevice::isOne(listed));
   };
-  const auto& entries = m_listing->entries;
-  const auto found = m_thread ? entries.end() : std::find_if(entries.begin(), entries.end(), is);
+  const auto& entries = m_search.entries();
+  const auto found = m_search.isRunning() ? entries.end() : std::find_if(entries.begin(), entries.end(), is);
   const QSignalBlocker quietly(m_list);
   m_list->setCurrentRow(found == entries.end() ? -1 : static_cast<int>(found - entries.begin()));
 }
 
 void ScannerDialog::choose(int row) {
-  if (row < 0 || row >= static_cast<int>(m_listing->entries.size())) return;
-  const QString device = QString::fromStdString(m_listing->entries[static_cast<std::size_t>(row)].device);
+  if (row < 0 || row >= static_cast<int>(m_search.entries().size())) return;
+  const QString device = QString::fromStdString(m_search.entries()[static_cast<std::size_t>(row)].device);
   // Clicking on the simulated scanner does not throw away its set-up.
   const bool keeps = SimDevice::isOne(device) && SimDevice::isOne(m_device->text().trimmed());
   if (!keeps) setDevice(device);

@@ -1,26 +1,21 @@
 #pragma once
 #include <QDialog>
-#include <atomic>
 #include <functional>
-#include <memory>
-#include <vector>
 
-#include "quillbay/scanner.h"
+#include "scanner/device_search.h"
 
 class QDialogButtonBox;
 class QLabel;
 class QLineEdit;
 class QListWidget;
 class QPushButton;
-class QThread;
 
 namespace desktop {
 
 class SimSetup;
 
 /// Lets the person choose a scanner from the list of devices, or type the device's name. The simulated scanner's
-/// name holds its set-up ("sim:width=600,size=420x297"); a form shows it and follows it. The list is made on a
-/// thread of its own, which is given up when the dialog goes.
+/// name holds its set-up ("sim:width=600,size=420x297"); a form shows it and follows it.
 class ScannerDialog : public QDialog {
   Q_OBJECT
  public:
@@ -28,11 +23,10 @@ class ScannerDialog : public QDialog {
   /// topic.
   ScannerDialog(quillbay::IScanManager* manager, std::function<void(const std::string& topic)> help,
                 QWidget* parent);
-  ~ScannerDialog() override;
   /// What opens the scanner.
   [[nodiscard]] std::string device() const;
   void setDevice(const QString& device);
-  [[nodiscard]] bool isSearching() const { return m_thread != nullptr; }
+  [[nodiscard]] bool isSearching() const { return m_search.isRunning(); }
   [[nodiscard]] SimSetup& setup() { return *m_setup; }
 
  private:
@@ -46,22 +40,14 @@ class ScannerDialog : public QDialog {
   void deviceChanged();
   void showSetup(bool shown);
 
-  /// What the thread fills; it may go on for a moment after the dialog is gone.
-  struct Listing {
-    std::vector<quillbay::ScannerEntry> entries;
-    std::string why;
-    bool complete = false;
-    std::atomic<bool> stopped = false;
-  };
   quillbay::IScanManager* m_manager;
+  DeviceSearch m_search;
   const std::function<void(const std::string&)> m_help;
   QListWidget* m_list;
   QLineEdit* m_device;
   QLabel *m_state, *m_reason, *m_reasonIcon;
   SimSetup* m_setup;
-  QPushButton *m_search, *m_ok = nullptr;
-  std::shared_ptr<Listing> m_listing = std::make_shared<Listing>();
-  std::unique_ptr<QThread> m_thread;
+  QPushButton *m_searchAgain, *m_ok = nullptr;
 };
 
 }  // namespace desktop

@@ -13,6 +13,8 @@
 #include "document/page_list.h"
 #include "recovery/session_guard.h"
 #include "scanner/panel_dock.h"
+#include "scanner/scanner_commands.h"
+#include "scanner/scanner_offer.h"
 #include "view/document_view.h"
 #include "view/live_page.h"
 #include "window/log_dock.h"
@@ -25,7 +27,6 @@ using quillbay::query;
 
 namespace {
 
-constexpr const char* kSimulated = "sim:";
 constexpr int kStateVersion = 1, kPagesWidth = 226, kLogHeight = 130;
 
 /// What the log says about the answer to a message.
@@ -33,6 +34,9 @@ QString answerText(quillbay::EventButtons buttons, quillbay::EventAnswer answer)
   if (buttons == quillbay::EventButtons::RetryCancel) {
     return answer == quillbay::EventAnswer::Retry ? MainWindow::tr("Answer: try again")
                                                   : MainWindow::tr("Answer: given up");
+  }
+  if (buttons == quillbay::EventButtons::OkCancel) {
+    return answer == quillbay::EventAnswer::Ok ? MainWindow::tr("Answer: go on") : MainWindow::tr("Answer: finish");
   }
   return answer == quillbay::EventAnswer::Yes ? MainWindow::tr("Answer: yes") : MainWindow::tr("Answer: no");
 }
@@ -168,8 +172,6 @@ void MainWindow::connectParts() {
   connect(m_document, &Document::replaced, this, [this](int id) {
     if (id == m_view->current()) m_status->showPage(m_document->page(id));
   });
-  connect(m_panel, &PanelDock::chooseScannerAsked, this, &MainWindow::chooseScanner);
-  connect(m_panel, &PanelDock::simulatedScannerAsked, this, &MainWindow::useSimulatedScanner);
   connect(m_panel, &PanelDock::started, this, [this](int page, const QString& file) {
     m_log->note(tr("Scanning page %1").arg(page) + (file.isEmpty() ? QString() : " -> " + file));
     statusBar()->showMessage(tr("Scanning page %1...").arg(page));
@@ -182,6 +184,11 @@ void MainWindow::connectParts() {
     m_log->note(tr("Page %1 finished").arg(page) + (file.isEmpty() ? QString() : ": " + file));
   });
   connect(m_panel, &PanelDock::ended, this, &MainWindow::scanEnded);
+  connect(m_panel, &PanelDock::previewStarted, this, [this] {
+    statusBar()->showMessage(tr("Scanning a preview..."));
+    updateActions();
+  });
+  connect(m_panel, &PanelDock::previewEnded, this, &MainWindow::previewEnded);
 }
 
 void MainWindow::scanEnded(int cause, const QString& fault, int pages) {
@@ -193,6 +200,17 @@ void MainWindow::scanEnded(int cause, const QString& fault, int pages) {
   QTimer::singleShot(0, this, [this] {
     if (m_panel->control()) m_panel->control()->SaveSettings();
   });
+}
+
+void MainWindow::previewEnded(int cause, const QString& fault) {
+  using quillbay::EndCause;
+  const auto end = static_cast<EndCause>(cause);
+  const QString text = end == EndCause::Done      ? tr("The preview is complete")
+                       : end == EndCause::Stopped ? tr("The preview was stopped")
+                                                  : tr("The preview failed");
+  statusBar()->showMessage(text);
+  if (!fault.isEmpty()) m_log->note(text + ": " + fault);
+  updateActions();
 }
 
 void MainWindow::restore() {
@@ -219,21 +237,18 @@ void MainWindow::remember() {
 }
 
 void MainWindow::start() {
-  const auto manager = query<quillbay::IScanManager>(m_app.get());
-  if (manager && !manager->HasCurrent()) {
-    m_log->note(tr("No scanner is known yet; the simulated one is used. The menu Scan chooses another one."));
-    manager->SetCurrent(kSimulated, nullptr);
+  if (m_scanner->looksFirst()) {
+    m_guard->panelTried(false);
+    updateActions();
+  } else {
+    setMode(m_mode);
   }
-  setMode(m_mode);
-  m_view->setFocus();
+  if (m_panel->offer()) {
+    m_panel->offer()->setFocus();
+  } else {
+    m_view->setFocus();
+  }
   m_guard->offerLeftovers();
-}
-
-void MainWindow::useSimulatedScanner() {
-  const auto manager = query<quillbay::IScanManager>(m_app.get());
-  if (!manager || m_panel->control()) return;  // the scanner came back meanwhile
-  manager->SetCurrent(kSimulated, nullptr);
-  setMode(m_mode);
 }
 
 bool MainWindow::isOccupied() const { return m_closing || m_pageCommands->isRunning(); }
@@ -247,8 +262,11 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   m_mode = mode;
   m_settings->setNumber("Mode", mode);
   m_settings->save();
+  m_panel->closePanel();
+  m_scanner->prepare();
   const bool opened = m_panel->open(mode);
-  if (!opened) m_log->note(tr("No scanner could be opened."));
+  if (!opened) m_log->note(m_panel->offer() ? tr("No scanner is chosen yet.") : tr("No scanner could be opened."));
+  m_scanner->panelTried(opened);
   m_guard->panelTried(opened);
   applyUnit();
   updateActions();

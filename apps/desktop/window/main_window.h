@@ -11,6 +11,7 @@
 #include "window/prompts.h"
 
 class QActionGroup;
+class QShortcut;
 
 namespace desktop {
 
@@ -21,6 +22,7 @@ class ManualWindow;
 class PageCommands;
 class PageList;
 class PanelDock;
+class ScannerCommands;
 class SessionGuard;
 class StatusLine;
 
@@ -37,7 +39,7 @@ class MainWindow : public QMainWindow {
   explicit MainWindow(const ProgramFolders& folders, QWidget* parent = nullptr);
   ~MainWindow() override;
 
-  /// Opens the panel in the mode of the last run.
+  /// Opens the panel in the mode of the last run, or offers the scanners that are there.
   void start();
   bool setMode(quillbay::eTarnwellMode mode);
   bool reopenPanel() { return setMode(m_mode); }
@@ -55,6 +57,8 @@ class MainWindow : public QMainWindow {
   bool closeAll();
   void undoCloseAll();
   void startScan();
+  /// A message window for something that went wrong; it goes to the log as well.
+  void tell(const QString& text);
 
   [[nodiscard]] Document& document() { return *m_document; }
   [[nodiscard]] PanelDock& panelDock() { return *m_panel; }
@@ -93,11 +97,10 @@ class MainWindow : public QMainWindow {
 
   void takeRaster(const quillbay::HostDocument& document);
   void noteSaved(const std::string& file);
-  void chooseScanner();
-  void useSimulatedScanner();
   void startBatch();
   void stop(quillbay::StopKind kind);
   void scanEnded(int cause, const QString& fault, int pages);
+  void previewEnded(int cause, const QString& fault);
   void setUnit(const char* unit);
   /// The person's unit, to the panel and the status line.
   void applyUnit();
@@ -106,8 +109,6 @@ class MainWindow : public QMainWindow {
   /// At a help topic ("QBHelp:IDH_ScanError"; empty: its beginning).
   void openManual(const std::string& topic);
   QWidget* showManual(const QString& page);
-  /// A message window for something that went wrong; it goes to the log as well.
-  void tell(const QString& text);
   /// False when pages are unsaved and the person wants to keep the window.
   bool maySurrenderPages(const std::vector<int>& ids);
   bool savePages(const std::vector<int>& ids, const QString& file, bool mayReplace);
@@ -125,12 +126,14 @@ class MainWindow : public QMainWindow {
   PanelDock* m_panel = nullptr;
   PageList* m_pages = nullptr;
   PageCommands* m_pageCommands = nullptr;
+  ScannerCommands* m_scanner = nullptr;
   LogDock* m_log = nullptr;
   StatusLine* m_status = nullptr;
   QMenu* m_recent = nullptr;
   QAction* m_undo = nullptr;
   QActionGroup* m_modes = nullptr;
-  std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle;
+  std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle, m_needsBusy;
+  QShortcut* m_stopKey = nullptr;
   quillbay::eTarnwellMode m_mode = quillbay::ScanToView;
   bool m_closing = false;  // questions before the end are open
 };

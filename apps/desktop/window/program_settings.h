@@ -1,6 +1,7 @@
 #pragma once
 #include <QByteArray>
 #include <QStringList>
+#include <string>
 
 #include "quillbay/app.h"
 
@@ -21,6 +22,8 @@ class ProgramSettings {
   void setText(const char* key, const QString& value);
   void setNumber(const char* key, int value);
   void setBytes(const char* key, const QByteArray& value);
+  /// What is kept for a scanner of this name; null when there is nothing and `make` is false.
+  [[nodiscard]] quillbay::KxPtr<quillbay::IParam> scanner(std::string name, bool make) const;
   /// The files that were opened or saved, the latest first.
   [[nodiscard]] QStringList recent() const;
   void addRecent(const QString& file);

@@ -11,6 +11,8 @@
 
 #include "quillbay/formats.h"
 #include "recovery/recovery_dialog.h"
+#include "scanner/device_dialog.h"
+#include "scanner/output_dialog.h"
 #include "scanner/scanner_dialog.h"
 
 namespace desktop {
@@ -125,6 +127,16 @@ Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& top
     if (dialog.exec() != QDialog::Accepted) return false;
     *device = dialog.device();
     return true;
+  };
+  prompts.output = [parent](OutputSettings* output) {
+    OutputDialog dialog(*output, parent);
+    if (dialog.exec() != QDialog::Accepted) return false;
+    *output = dialog.output();
+    return true;
+  };
+  prompts.device = [parent](const quillbay::KxPtr<quillbay::IUnitOptions>& unit, const QString& name) {
+    DeviceDialog dialog(unit, name, parent);
+    return dialog.exec() == QDialog::Accepted && dialog.isChanged();
   };
   prompts.recover = [parent](const std::vector<Leftover>& items, const QStringList& troubles) {
     RecoveryDialog dialog(items, troubles, parent);

@@ -10,10 +10,12 @@ class QWidget;
 
 namespace quillbay {
 class IScanManager;
-}
+class IUnitOptions;
+}  // namespace quillbay
 
 namespace desktop {
 
+struct OutputSettings;
 enum class UnsavedAnswer { Save, Discard, Cancel };
 
 /// Everything that the program asks a person, in one place; tests answer in the person's stead.
@@ -32,6 +34,10 @@ struct Prompts {
   std::function<int()> batchPages;
   /// Stores what opens the scanner; false: given up.
   std::function<bool(quillbay::IScanManager* manager, std::string* device)> scanner;
+  /// Changes how files are made; false: given up.
+  std::function<bool(OutputSettings* output)> output;
+  /// Lets the user change a scanner's own settings, which are set at once; false: nothing was changed.
+  std::function<bool(const quillbay::KxPtr<quillbay::IUnitOptions>& unit, const QString& name)> device;
   /// What to do with what a crash has left; `troubles` are told.
   std::function<RecoveryAnswer(const std::vector<Leftover>& items, const QStringList& troubles)> recover;
   /// A message of the panel or the program.

@@ -1,0 +1,35 @@
+#pragma once
+#include <QWidget>
+
+#include "quillbay/scanner.h"
+
+class QComboBox;
+class QPushButton;
+
+namespace desktop {
+
+/// The row above the panel: where documents come from, and the buttons for files and for the scanner's own
+/// settings.
+class JobBar : public QWidget {
+  Q_OBJECT
+ public:
+  explicit JobBar(QWidget* parent = nullptr);
+  /// Shows what an open scanner offers; null: none is open, and the row is hidden.
+  void showScanner(quillbay::IScan* scanner);
+
+ signals:
+  void sourceChosen(quillbay::UnitSource source);
+  void filesAsked();
+  void deviceAsked();
+
+ private:
+  QComboBox* m_source;
+  QPushButton *m_files, *m_device;
+};
+
+/// A source as users call it.
+[[nodiscard]] QString sourceName(quillbay::UnitSource source);
+/// The sources that a scanner offers; none for null or a scanner that cannot tell.
+[[nodiscard]] std::vector<quillbay::UnitSource> sourcesOf(quillbay::IScan* scanner);
+
+}  // namespace desktop

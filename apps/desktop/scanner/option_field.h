@@ -1,0 +1,44 @@
+#pragma once
+#include <QWidget>
+
+#include "quillbay/scanner.h"
+
+namespace desktop {
+
+/// One option of a device as a control: a list for choices, a switch, a number with its range and unit, a text, or
+/// a button.
+class OptionField : public QWidget {
+  Q_OBJECT
+ public:
+  explicit OptionField(const quillbay::UnitOption& option, QWidget* parent = nullptr);
+  [[nodiscard]] const std::string& name() const { return m_option.name; }
+  /// The label that belongs in front of it; empty where the control has its text itself.
+  [[nodiscard]] QString label() const;
+  /// What a label's mnemonic goes to.
+  [[nodiscard]] QWidget* control() const { return m_control; }
+  /// Shows the value, and the range or choices when they have changed.
+  void show(const quillbay::UnitOption& option);
+
+ signals:
+  /// The user changed the value, or pressed the button.
+  void changed(const QString& value);
+
+ protected:
+  /// The wheel scrolls the form: it changes only what has the focus.
+  bool eventFilter(QObject* watched, QEvent* event) override;
+
+ private:
+  enum class Kind { Choice, Switch, Number, Text, Button };
+  [[nodiscard]] static Kind kindOf(const quillbay::UnitOption& option);
+  [[nodiscard]] QString tip() const;
+  void make();
+  void makeNumber();
+  void fill();
+
+  quillbay::UnitOption m_option;
+  Kind m_kind;
+  QWidget* m_control = nullptr;
+  bool m_isShowing = false;  // the control follows the device
+};
+
+}  // namespace desktop
