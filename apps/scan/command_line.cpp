@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "contradictions.h"
 #include "failure.h"
 #include "names.h"
 #include "option_table.h"
@@ -53,22 +54,29 @@ class Reader {
  public:
   explicit Reader(const std::vector<std::string>& arguments) : m_arguments(arguments) {}
 
-  ScanOptions read() {
+  /// Reads on after a fault: whether the person wants events counts for the telling of it. Stores the first fault.
+  ScanOptions read(std::string* wrong) {
     while (m_next < m_arguments.size()) {
-      const std::string& argument = m_arguments[m_next++];
-      if (argument.starts_with("--") && argument.size() > 2) {
-        readLong(argument.substr(2));
-      } else if (argument.starts_with("-") && argument.size() > 1 && argument != "--") {
-        readShort(argument.substr(1));
-      } else {
-        refuse("unexpected argument \"" + argument +
-               "\"; the output file goes behind -o, --help lists the options");
+      try {
+        readOne(m_arguments[m_next++]);
+      } catch (const Failure& failure) {
+        if (wrong->empty()) *wrong = failure.what();
       }
     }
     return m_options;
   }
 
  private:
+  void readOne(const std::string& argument) {
+    if (argument.starts_with("--") && argument.size() > 2) {
+      readLong(argument.substr(2));
+    } else if (argument.starts_with("-") && argument.size() > 1 && argument != "--") {
+      readShort(argument.substr(1));
+    } else {
+      refuse("unexpected argument \"" + argument + "\"; the output file goes behind -o, --help lists the options");
+    }
+  }
+
   void readLong(const std::string& text) {
     const auto equals = text.find('=');
     const OptionRow& row = findLong(text.substr(0, equals));
@@ -112,21 +120,10 @@ class Reader {
   ScanOptions m_options;
 };
 
-void checkTogether(const ScanOptions& o) {
-  if (o.overwrite && o.increment) refuse("--overwrite and --increment exclude each other");
-  if (o.overwrite && o.multipage) {
-    refuse("--overwrite and --multipage exclude each other: pages are added to an existing file; delete it first");
-  }
-  if (!o.output.empty() && (!o.dir.empty() || !o.mask.empty())) {
-    refuse("--output names folder and file; leave out --dir and --mask");
-  }
-  if (o.multipage && o.increment) refuse("--multipage adds to an existing file; leave out --increment");
-}
-
 }  // namespace
 
-ScanOptions parseCommandLine(const std::vector<std::string>& arguments) {
-  ScanOptions options = Reader(arguments).read();
-  checkTogether(options);
+ScanOptions parseCommandLine(const std::vector<std::string>& arguments, std::string* wrong) {
+  ScanOptions options = Reader(arguments).read(wrong);
+  if (wrong->empty()) *wrong = contradiction(options);
   return options;
 }

@@ -6,5 +6,5 @@
 
 /// Reads the arguments (without the program's name) by the option table. Long names may be cut as long as they are
 /// unique; "--name=value", "--name value", "-n value" and "-nvalue" are all taken.
-/// Throws Failure (usage) that names what is wrong and what is allowed.
-[[nodiscard]] ScanOptions parseCommandLine(const std::vector<std::string>& arguments);
+/// What is wrong first is stored in `*wrong`, with what is allowed; it stays empty when nothing is.
+[[nodiscard]] ScanOptions parseCommandLine(const std::vector<std::string>& arguments, std::string* wrong);

@@ -17,6 +17,8 @@ class Interrupts {
   void onFirst(std::function<void(int number)> handler);
   /// The first signal's number; 0 when there was none.
   [[nodiscard]] static int number() noexcept;
+  /// Becomes readable with the first signal, for who waits for something else as well; nothing is to be read.
+  [[nodiscard]] int descriptor() const noexcept { return m_pipe[0]; }
 
  private:
   int m_pipe[2] = {-1, -1};

@@ -41,15 +41,14 @@ int runWithApplication(const ScanOptions& options, Reporter& reporter, char* nam
 }  // namespace
 
 int main(int argc, char** argv) {
-  ScanOptions options;
-  try {
-    options = parseCommandLine({argv + 1, argv + argc});
-    if (printTexts(options)) return kDone;
-  } catch (const Failure& failure) {
-    Reporter(options).failure(failure.status(), failure.what());
-    return failure.status();
-  }
+  std::string wrong;
+  const ScanOptions options = parseCommandLine({argv + 1, argv + argc}, &wrong);
   Reporter reporter(options);
+  if (!wrong.empty()) {
+    reporter.failure(kUsage, wrong);
+    return kUsage;
+  }
+  if (printTexts(options)) return kDone;
   try {
     return runWithApplication(options, reporter, argv[0]);
   } catch (const Failure& failure) {

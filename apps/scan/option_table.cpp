@@ -17,6 +17,7 @@ constexpr const char* kRun = "Run";
 constexpr const char* kMore = "More";
 constexpr int kMaxDpi = 100000;
 constexpr int kMaxPages = 1000000;
+constexpr int kMaxDelay = 86400;
 
 std::string takeNumber(std::string_view text, int least, int most, const char* what, std::optional<int>* out) {
   int value = 0;
@@ -63,9 +64,49 @@ std::string takeBatch(ScanOptions& o, std::string_view v) {
   return {};
 }
 
+std::string takeDelay(ScanOptions& o, std::string_view v) {
+  double seconds = 0;
+  const auto [end, error] = std::from_chars(v.data(), v.data() + v.size(), seconds);
+  if (error != std::errc() || end != v.data() + v.size() || !(seconds >= 0) || seconds > kMaxDelay) {
+    return "takes seconds, a number from 0 to " + std::to_string(kMaxDelay);
+  }
+  o.batchDelay = seconds;
+  return {};
+}
+
+const char* nameOf(Action action) {
+  switch (action) {
+    case Action::ListDevices: return "--list-devices";
+    case Action::AllOptions: return "--all-options";
+    case Action::DryRun: return "--dry-run";
+    case Action::Recover: return "--recover";
+    default: return "";
+  }
+}
+
+/// Whoever asks for help gets it, whatever else is asked for.
+bool isText(Action action) { return action >= Action::Help; }
+
+std::string setAction(ScanOptions& o, Action action) {
+  if (isText(action)) {
+    o.action = action;
+  } else if (o.action == Action::Scan || o.action == action) {
+    o.action = action;
+  } else if (!isText(o.action)) {
+    return "excludes " + std::string(nameOf(o.action)) + ", choose one";
+  }
+  return {};
+}
+
 template <Action action>
 std::string act(ScanOptions& o, std::string_view) {
-  o.action = action;
+  return setAction(o, action);
+}
+
+/// One of two that exclude each other; `other` names the other one.
+std::string choose(std::optional<bool>& choice, bool value, const char* other) {
+  if (choice && *choice != value) return "excludes " + std::string(other) + ", choose one";
+  choice = value;
   return {};
 }
 
@@ -88,15 +129,17 @@ std::string takeInto(ScanOptions& o, std::string_view v) {
 constexpr std::array kTable{
     OptionRow{
         "device", 'd', Argument::Required, "DEVICE", kScanner,
-        "Scan with this device, as --list-devices names it. Without it: the environment's SANE_DEFAULT_DEVICE, "
-        "else the device of the saved settings, else the simulated scanner.",
+        "Scan with this device, as --list-devices names it; sim: is the simulated scanner. Without it: the "
+        "environment's SANE_DEFAULT_DEVICE, else the device of the saved settings, else the only device that is "
+        "there; with several of them, or none, the program ends with their list (exit status 2).",
         take<&ScanOptions::device>},
     OptionRow{"list-devices", 'L', Argument::None, nullptr, kScanner, "List the devices and exit.",
               act<Action::ListDevices>},
-    OptionRow{"all-options", 'A', Argument::None, nullptr, kScanner,
-              "List what the device and the program take: modes, resolutions, papers, formats, device options, "
-              "parameters; then exit.",
-              act<Action::AllOptions>},
+    OptionRow{
+        "all-options", 'A', Argument::None, nullptr, kScanner,
+        "List what the device and the program take, with the values of the moment: modes, resolutions, papers, "
+        "formats, options of the device, parameters; then exit.",
+        act<Action::AllOptions>},
     OptionRow{"device-option", 0, Argument::Required, "NAME=VALUE", kScanner,
               "Set an option of the device itself, e.g. source=feeder. May be repeated.",
               takeInto<&ScanOptions::deviceOptions>},
@@ -116,38 +159,29 @@ constexpr std::array kTable{
         "of the document.",
         take<&ScanOptions::area>},
     OptionRow{"center", 0, Argument::None, nullptr, kPage, "The document lies in the middle of the bed.",
-              [](ScanOptions& o, std::string_view) {
-                o.center = true;
-                return std::string();
-              }},
+              [](ScanOptions& o, std::string_view) { return choose(o.center, true, "--no-center"); }},
     OptionRow{"no-center", 0, Argument::None, nullptr, kPage, "The document lies at the left of the bed.",
-              [](ScanOptions& o, std::string_view) {
-                o.center = false;
-                return std::string();
-              }},
+              [](ScanOptions& o, std::string_view) { return choose(o.center, false, "--center"); }},
     OptionRow{"portrait", 0, Argument::None, nullptr, kPage, "The paper lies upright.",
-              [](ScanOptions& o, std::string_view) {
-                o.portrait = true;
-                return std::string();
-              }},
+              [](ScanOptions& o, std::string_view) { return choose(o.portrait, true, "--landscape"); }},
     OptionRow{"landscape", 0, Argument::None, nullptr, kPage, "The paper lies across.",
-              [](ScanOptions& o, std::string_view) {
-                o.portrait = false;
-                return std::string();
-              }},
+              [](ScanOptions& o, std::string_view) { return choose(o.portrait, false, "--portrait"); }},
 
     OptionRow{
         "output", 'o', Argument::Required, "FILE", kOutput,
         "Write this file; its extension chooses the format. With --batch or --bursting and without --multipage "
-        "every page gets a counter behind the name. A file in the way ends the run (exit status 3), unless "
-        "--overwrite or --increment is given.",
+        "every page gets a counter behind the name, unless it holds <COUNTER>. A file in the way ends the run "
+        "(exit "
+        "status 3), unless --overwrite or --increment is given. - is standard output, for one page (TIFF without "
+        "--format).",
         take<&ScanOptions::output>},
     OptionRow{"dir", 0, Argument::Required, "FOLDER", kOutput,
               "Write into this folder, which is made when missing. Without it: the current one.",
               take<&ScanOptions::dir>},
     OptionRow{"mask", 0, Argument::Required, "MASK", kOutput,
               "Name files by this mask; tags are <COUNTER>, <DATE>, <TIME>, <USER>, <COLORSPACE>, <DPI>, <SIZE>. "
-              "Without it: scan.",
+              "Without <COUNTER> a counter follows the name. The characters \" * ? < > | outside of tags become -. "
+              "Without a mask: scan.",
               take<&ScanOptions::mask>},
     OptionRow{"format", 0, Argument::Required, "FORMAT", kOutput,
               "The file format, TIFF without it; --all-options lists them.", take<&ScanOptions::format>},
@@ -167,8 +201,16 @@ constexpr std::array kTable{
         "does, and saves it then when --output, --dir or --mask is given.",
         takeTarget},
 
-    OptionRow{"batch", 0, Argument::Optional, "COUNT", kRun,
-              "Scan COUNT pages one after another; without COUNT, until no document comes.", takeBatch},
+    OptionRow{
+        "batch", 0, Argument::Optional, "COUNT", kRun,
+        "Scan COUNT pages one after another; without COUNT, until no document comes. A device without a feeder "
+        "waits between the pages: Return scans the next one, Ctrl-D ends.",
+        takeBatch},
+    OptionRow{"batch-prompt", 0, Argument::None, nullptr, kRun,
+              "Wait for Return between the pages with a feeder too, and whatever standard input is.",
+              raise<&ScanOptions::batchPrompt>},
+    OptionRow{"batch-delay", 0, Argument::Required, "SECONDS", kRun,
+              "Wait so long between the pages, and ask nobody.", takeDelay},
     OptionRow{"bursting", 0, Argument::None, nullptr, kRun,
               "Scan a long document in pieces of the area's height, without a line lost or doubled.",
               raise<&ScanOptions::bursting>},
@@ -185,12 +227,15 @@ constexpr std::array kTable{
               raise<&ScanOptions::finishPage>},
     OptionRow{"dry-run", 0, Argument::None, nullptr, kRun,
               "Print the name that the first page would get, create nothing, and exit.", act<Action::DryRun>},
-    OptionRow{"recover", 0, Argument::Required, "FILE.part", kRun,
-              "Publish the finished pages of a file that a killed program left, print its name, and exit.",
-              [](ScanOptions& o, std::string_view v) {
-                o.action = Action::Recover;
-                return takeText(v, &o.recover);
-              }},
+    OptionRow{
+        "recover", 0, Argument::Required, "FILE.part", kRun,
+        "Publish the finished pages of a file that a killed program left under its name, or under --output, "
+        "print the name, and exit. A file in the way stays (exit status 3), unless --overwrite or --increment "
+        "is given.",
+        [](ScanOptions& o, std::string_view v) {
+          const std::string wrong = setAction(o, Action::Recover);
+          return wrong.empty() ? takeText(v, &o.recover) : wrong;
+        }},
 
     OptionRow{"json", 0, Argument::None, nullptr, kMore,
               "One event a line on standard output, as a JSON object, in place of the names.",

@@ -14,7 +14,9 @@ namespace fs = std::filesystem;
 using quillbay::FormatInfo;
 
 constexpr const char* kDefaultFormat = "TIFF";
-constexpr std::array kTags{"<COUNTER>", "<DATE>", "<TIME>", "<USER>", "<COLORSPACE>", "<DPI>", "<SIZE>"};
+constexpr std::string_view kReplaced = "\"*?<>|";
+constexpr const char* kCounterTag = "<COUNTER>";
+constexpr std::array kTags{kCounterTag, "<DATE>", "<TIME>", "<USER>", "<COLORSPACE>", "<DPI>", "<SIZE>"};
 
 std::vector<std::string> namesOf(const std::vector<FormatInfo>& formats) {
   std::vector<std::string> list;
@@ -46,24 +48,28 @@ const FormatInfo* formatOfExtension(const std::vector<FormatInfo>& formats, cons
   return nullptr;
 }
 
+/// Where a tag begins, in any letter case; the text's size without it.
+std::size_t findTag(const std::string& text, std::string_view tag) {
+  const auto matches = [](char a, char b) {
+    return a == b || (b >= 'A' && b <= 'Z' && a == static_cast<char>(b - 'A' + 'a'));
+  };
+  return static_cast<std::size_t>(std::search(text.begin(), text.end(), tag.begin(), tag.end(), matches) -
+                                  text.begin());
+}
+
 /// The text without its tags.
 std::string withoutTags(std::string text) {
-  for (const std::string tag : kTags) {
-    const auto matches = [](char a, char b) {
-      return a == b || (b >= 'A' && b <= 'Z' && a == static_cast<char>(b - 'A' + 'a'));
-    };
-    for (;;) {
-      const auto at = std::search(text.begin(), text.end(), tag.begin(), tag.end(), matches);
-      if (at == text.end()) break;
-      text.erase(at, at + static_cast<std::ptrdiff_t>(tag.size()));
-    }
+  for (const std::string_view tag : kTags) {
+    for (std::size_t at; (at = findTag(text, tag)) < text.size();) text.erase(at, tag.size());
   }
   return text;
 }
 
+bool hasCounter(const std::string& text) { return findTag(text, kCounterTag) < text.size(); }
+
 /// The path rules of the panel replace these characters; a name that was typed shall be the name that is written.
 void refuseReplaced(const std::string& option, const std::string& text) {
-  const auto at = withoutTags(text).find_first_of("\"*?<>|");
+  const auto at = withoutTags(text).find_first_of(kReplaced);
   if (at == std::string::npos) return;
   throw Failure(kUsage, "--" + option + " \"" + text +
                             "\": the characters \" * ? < > | cannot be in a name, except as "
@@ -108,11 +114,14 @@ OutputChoice chooseOutput(const ScanOptions& options) {
   if (formats.empty()) throw Failure(kOutput, "no format modules were found; the installation is incomplete");
   OutputChoice choice;
   if (!options.format.empty()) choice.format = formatNamed(formats, options.format).name;
-  if (!options.output.empty()) {
+  if (options.output == "-") {
+    choice.named = true;
+    choice.mask = "page";  // the folder is of the one who copies it
+  } else if (!options.output.empty()) {
     takeFile(options, formats, choice);
   } else {
     refuseReplaced("dir", options.dir);
-    refuseReplaced("mask", options.mask);
+    choice.changesMask = withoutTags(options.mask).find_first_of(kReplaced) != std::string::npos;
     choice.folder = absolute(options.dir);
     choice.mask = options.mask.empty() ? "scan" : options.mask;
   }
@@ -124,6 +133,6 @@ OutputChoice chooseOutput(const ScanOptions& options) {
   }
   // A file of its own for every page needs a name of its own.
   const bool several = (options.batch && *options.batch != 1) || options.bursting;
-  choice.counter = !choice.named || (several && !options.multipage);
+  choice.counter = (!choice.named || (several && !options.multipage)) && !hasCounter(choice.mask);
   return choice;
 }

@@ -5,12 +5,13 @@
 
 /// Where pages go, as the panel takes it.
 struct OutputChoice {
-  std::string folder;     ///< "m_Dir"
-  std::string mask;       ///< "m_Mask"
-  std::string format;     ///< a name of ListFormats()
-  std::string extension;  ///< with its dot
-  bool named = false;     ///< --output gave the file
-  bool counter = true;    ///< "m_fUseAutoCounter"
+  std::string folder;        ///< `quillbay::key::Dir`
+  std::string mask;          ///< `quillbay::key::Mask`
+  std::string format;        ///< a name of ListFormats()
+  std::string extension;     ///< with its dot
+  bool named = false;        ///< --output gave the file
+  bool changesMask = false;  ///< the panel replaces characters of --mask
+  bool counter = true;       ///< `quillbay::key::UseAutoCounter`
 };
 
 /// Works the output options out. Throws Failure (usage) for an unknown format or extension, a format that holds one

@@ -15,7 +15,7 @@ class PanelSetup {
  public:
   /// `saved`: the person has saved settings for this scanner.
   PanelSetup(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const ScannerChoice& scanner,
-             const ScanOptions& options, bool saved);
+             const ScanOptions& options, Reporter& reporter, bool saved);
 
   /// Checks everything and sets it; nothing is created. Throws Failure that names what is wrong and lists what is
   /// allowed: usage, or device for what this device does not offer.
@@ -25,12 +25,16 @@ class PanelSetup {
   void applyMode();
   void applyResolution();
   void applyArea();
+  void applyBursting();
   void applyOutput(const OutputChoice& output);
   void applyFormatOptions(const OutputChoice& output);
   /// Parts --set into parameters, set at once, and page keys, applied together.
   void applySettings(bool writesFile);
   /// Sets a parameter; `what` is the option that it comes from.
   void set(const std::string& key, const quillbay::CKxVariant& value, const std::string& what, ExitStatus status);
+  void checkOnBed(const ScanOptions::KeyValue& pair, const quillbay::CKxVariant& value) const;
+  void tellChanged(const ScanOptions::KeyValue& asked, const quillbay::CKxVariant& wanted,
+                   const quillbay::CKxVariant& taken) const;
   [[nodiscard]] int number(const std::string& key) const;
 
   quillbay::IApp* m_app;
@@ -38,5 +42,6 @@ class PanelSetup {
   quillbay::KxPtr<quillbay::IQuillbayControl> m_control;
   const ScannerChoice& m_scanner;
   const ScanOptions& m_options;
+  Reporter& m_reporter;
   const bool m_saved;
 };

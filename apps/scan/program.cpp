@@ -2,23 +2,41 @@
 
 #include <QWidget>
 #include <filesystem>
+#include <optional>
 
+#include "cli_run.h"
 #include "failure.h"
 #include "interrupts.h"
 #include "listings.h"
+#include "next_page.h"
 #include "output_choice.h"
 #include "panel_setup.h"
 #include "quillbay/host.h"
 #include "quillbay/quillbay.h"
-#include "scan_run.h"
+#include "quillbay/scan_keys.h"
 #include "scanner_choice.h"
+#include "stdout_page.h"
 
 using quillbay::KxPtr;
 using quillbay::query;
 
 namespace {
 
-KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter, Refusals& refusals) {
+/// The path as a shell takes it.
+std::string quoted(const std::string& path) {
+  std::string text = "'";
+  for (const char c : path) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return text + "'";
+}
+
+/// What the command line can do about a message.
+std::string hintFor(const quillbay::HostMessage& message) {
+  if (!message.helpTopic.ends_with("IDH_Recovering") || message.path.empty()) return {};
+  return " To publish it: quillbay-scan --recover " + quoted(message.path);
+}
+
+KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter, NextPage& next,
+                                  Refusals& refusals) {
   quillbay::HostOptions host;
   host.productName = "Quillbay";
   host.keepSettings = options.saveSettings;
@@ -29,7 +47,10 @@ KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter
              : options.verbose == 1                ? quillbay::HostLog::Info
                                                    : quillbay::HostLog::Debug;
   host.onMessage = [&](const quillbay::HostMessage& message) {
-    reporter.message(message);
+    if (message.event == quillbay::kEventNextDocument) {
+      return next.wait(message.text) ? quillbay::EventAnswer::Ok : quillbay::EventAnswer::GiveUp;
+    }
+    reporter.message(message, hintFor(message));
     refusals.hear(message);
     return message.answer;
   };
@@ -37,21 +58,6 @@ KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter
   host.onSaved = [&](const std::string& file) { reporter.published(file, 1); };
   host.chooseScanner = [](quillbay::IScanManager*, std::string*) { return false; };
   return quillbay::New_HostApp(host);
-}
-
-/// Whether the person has saved a page of settings for this scanner.
-bool hasSavedSettings(quillbay::IApp* app, const std::string& scanner) {
-  const auto profile = query<quillbay::IProfile>(app);
-  const auto section = profile ? KxPtr<quillbay::IParam>::adopt(profile->GetSection("Quillbay2.0", 0)) : nullptr;
-  if (!section) return false;
-  for (const std::string& name : section->GetSubStores()) {
-    if (name != scanner) continue;
-    const auto own = KxPtr<quillbay::IParam>::adopt(section->GetSubStore(name, 0));
-    for (const std::string& page : own->GetSubStores()) {
-      if (page.starts_with("page")) return true;
-    }
-  }
-  return false;
 }
 
 /// The panel in a window that is never shown; closed with this object.
@@ -82,8 +88,8 @@ int dryRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Repo
   const std::string name = control->GetNextFileName();
   if (name.empty()) throw Failure(kOutput, "no name can be made; give --output, or --dir and --mask");
   quillbay::CKxVariant fate;
-  control->GetParam("m_fFileFate", &fate);
-  const bool refused = fate.toInt() == 2 && !options.overwrite && !options.multipage;
+  control->GetParam(quillbay::key::FileFate, &fate);
+  const bool refused = fate.toInt() == quillbay::kFateAsk && !options.overwrite && !options.multipage;
   if (refused && std::filesystem::exists(name))
     throw Failure(kOutput, "the file " + name + " is in the way; use --overwrite or --increment");
   if (options.json) {
@@ -96,7 +102,8 @@ int dryRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Repo
 
 int recover(const ScanOptions& options, Reporter& reporter) {
   std::string file, why;
-  if (!quillbay::RecoverPart(options.recover, options.overwrite, &file, &why)) throw Failure(kOutput, why);
+  const quillbay::RecoverTarget target{options.output, options.overwrite, options.increment};
+  if (!quillbay::RecoverPart(options.recover, target, &file, &why)) throw Failure(kOutput, why);
   reporter.published(file, 0);
   return kDone;
 }
@@ -105,25 +112,46 @@ void stopIfSignalled() {
   if (Interrupts::number() != 0) throw Failure(static_cast<ExitStatus>(kSignal + Interrupts::number()), "stopped");
 }
 
-int scan(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter, Interrupts& interrupts,
-         const Refusals& refusals) {
+/// What a scan needs beside its options.
+struct Run {
+  Reporter& reporter;
+  Interrupts& interrupts;
+  NextPage& next;
+  const Refusals& refusals;
+};
+
+int scanPages(quillbay::IQuillbayControl* control, const ScanOptions& options, const Run& run) {
+  int status = CliRun(control, options, run.reporter, run.interrupts, run.next, run.refusals).run();
+  if (options.saveSettings && !control->SaveSettings() && status == kDone) status = kOutput;
+  return status;
+}
+
+int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
   (void)parseArea(options.area);  // what is wrong whatever the device comes before the device is opened
-  const OutputChoice output = chooseOutput(options);
-  const ScannerChoice scanner(app, options, reporter);
+  OutputChoice output = chooseOutput(options);
+  std::optional<StdoutPage> page;
+  if (options.output == "-") output.folder = page.emplace().folder();
+  const ScannerChoice scanner(app, options, run.reporter);
   stopIfSignalled();
-  const bool saved = hasSavedSettings(app, scanner.name());
+  const bool saved = quillbay::HasSavedSettings(app, scanner.name()) != 0;
   const HiddenPanel panel(app, !options.toView     ? quillbay::ScanToFile
                                : options.multipage ? quillbay::ScanToViewMultiPage
                                                    : quillbay::ScanToView);
-  PanelSetup(app, panel.sink(), scanner, options, saved).apply(output, writesFile(options));
+  PanelSetup(app, panel.sink(), scanner, options, run.reporter, saved).apply(output, writesFile(options));
   if (options.action == ScanOptions::Action::AllOptions) {
-    listAllOptions(app, scanner, panel.control(), options, reporter);
+    listAllOptions(app, scanner, panel.control(), options, run.reporter);
     return kDone;
   }
-  if (options.action == ScanOptions::Action::DryRun) return dryRun(panel.control(), options, reporter);
+  if (output.changesMask) {
+    run.reporter.note("--mask \"" + options.mask +
+                      "\": the characters \" * ? < > | become - in names; the first is " +
+                      panel.control()->GetNextFileName());
+  }
+  if (options.action == ScanOptions::Action::DryRun) return dryRun(panel.control(), options, run.reporter);
+  run.next.begin(scanner.feeds());
   stopIfSignalled();
-  int status = ScanRun(panel.control(), options, reporter, interrupts, refusals).run();
-  if (options.saveSettings && !panel.control()->SaveSettings() && status == kDone) status = kOutput;
+  const int status = scanPages(panel.control(), options, run);
+  if (page && status == kDone) StdoutPage::send(page->folder() + "/" + output.mask + output.extension);
   return status;
 }
 
@@ -133,10 +161,11 @@ int runProgram(const ScanOptions& options, Reporter& reporter) {
   Interrupts interrupts;
   Refusals refusals;
   if (options.action == ScanOptions::Action::Recover) return recover(options, reporter);
-  const auto app = makeApp(options, reporter, refusals);
+  NextPage next(options, reporter, interrupts);
+  const auto app = makeApp(options, reporter, next, refusals);
   if (options.action == ScanOptions::Action::ListDevices) {
     listDevices(app.get(), options, reporter);
     return kDone;
   }
-  return scan(app.get(), options, reporter, interrupts, refusals);
+  return scan(app.get(), options, {reporter, interrupts, next, refusals});
 }

@@ -5,12 +5,14 @@
 #include <QJsonDocument>
 #include <array>
 #include <cstdio>
+#include <utility>
 
 #include "area.h"
 #include "names.h"
 #include "quillbay/geometry.h"
 
 using quillbay::EndCause;
+using quillbay::EventAnswer;
 using quillbay::EventButtons;
 using quillbay::EventKind;
 using quillbay::KxColorSpace;
@@ -62,6 +64,16 @@ const char* nameOf(EventKind kind) {
   return "information";
 }
 
+/// The word for the answer to a question.
+const char* nameOf(const quillbay::HostMessage& question) {
+  const bool agreed = question.answer == EventAnswer::Yes || question.answer == EventAnswer::Ok;
+  switch (question.buttons) {
+    case EventButtons::YesNo: return agreed ? "yes" : "no";
+    case EventButtons::OkCancel: return agreed ? "ok" : "cancel";
+    default: return agreed ? "retry" : "give-up";
+  }
+}
+
 std::string clockText(double seconds) {
   const auto whole = static_cast<long long>(seconds);
   std::array<char, 48> buffer{};
@@ -75,15 +87,21 @@ Reporter::Reporter(const ScanOptions& options)
     : m_json(options.json),
       m_quiet(options.quiet),
       m_verbose(options.verbose > 0 && !options.quiet),
-      m_progress(!options.quiet && isatty(STDERR_FILENO) != 0) {}
+      m_progress(!options.quiet && isatty(STDERR_FILENO) != 0),
+      m_printsNames(options.output != "-"),
+      m_sharesScreen(m_progress && isatty(STDOUT_FILENO) != 0) {}
+
+void Reporter::eraseProgress() {
+  if (std::exchange(m_progressShown, false)) std::fputs("\r\x1b[K", stderr);
+}
 
 void Reporter::put(const std::string& line) {
-  const std::string whole = (m_progressShown ? "\r\x1b[K" : "") + line + "\n";
-  m_progressShown = false;
-  std::fputs(whole.c_str(), stderr);
+  eraseProgress();
+  std::fputs((line + "\n").c_str(), stderr);
 }
 
 void Reporter::write(const std::string& line) {
+  if (m_sharesScreen) eraseProgress();
   std::fputs((line + "\n").c_str(), stdout);
   std::fflush(stdout);  // whoever reads our output waits for this line
 }
@@ -125,15 +143,24 @@ void Reporter::detail(const std::string& line) {
   put("quillbay-scan: " + line);
 }
 
-void Reporter::message(const quillbay::HostMessage& message) {
-  const bool question = message.buttons != EventButtons::Ok;
-  const char* answer = "";
-  if (message.buttons == EventButtons::YesNo) {
-    answer = message.answer == quillbay::EventAnswer::Yes ? "yes" : "no";
-  } else if (question) {
-    answer = message.answer == quillbay::EventAnswer::Retry ? "retry" : "give-up";
+void Reporter::prompt(const std::string& line) {
+  if (!m_quiet) {
+    const std::lock_guard lock(m_mutex);
+    eraseProgress();
+    std::fputs(line.c_str(), stderr);
   }
-  std::string line = message.text;
+  if (m_json) json({{"event", "prompt"}, {"text", text(line)}});
+}
+
+void Reporter::promptEnded(bool byReturn) {
+  const bool lineEnded = byReturn && isatty(STDIN_FILENO) != 0;  // the terminal has shown it
+  if (!m_quiet && !lineEnded) std::fputs("\n", stderr);
+}
+
+void Reporter::message(const quillbay::HostMessage& message, const std::string& hint) {
+  const bool question = message.buttons != EventButtons::Ok;
+  const char* answer = question ? nameOf(message) : "";
+  std::string line = message.text + hint;
   for (char& c : line) {
     if (c == '\n' || c == '\r') c = ' ';
   }
@@ -141,11 +168,11 @@ void Reporter::message(const quillbay::HostMessage& message) {
     const std::lock_guard lock(m_mutex);
     m_lastMessage = message.text;
     // A question that the options answered with yes is no error.
-    const bool agreed = question && message.answer == quillbay::EventAnswer::Yes;
+    const bool agreed = question && (message.answer == EventAnswer::Yes || message.answer == EventAnswer::Ok);
     if (!m_quiet || !agreed) put("quillbay-scan: " + line + (question ? std::string(" [") + answer + "]" : ""));
   }
   if (!m_json) return;
-  QJsonObject event{{"event", "message"}, {"kind", nameOf(message.kind)}, {"text", text(message.text)}};
+  QJsonObject event{{"event", "message"}, {"kind", nameOf(message.kind)}, {"text", text(message.text + hint)}};
   if (!message.path.empty()) event["path"] = text(message.path);
   if (question) event["answer"] = answer;
   json(event);
@@ -223,7 +250,7 @@ void Reporter::published(const std::string& file, int pages) {
   m_lastPublished = file;
   if (m_json) {
     json({{"event", "published"}, {"file", text(file)}, {"pages", pages}});
-  } else {
+  } else if (m_printsNames) {
     line(file);
   }
 }
@@ -231,8 +258,7 @@ void Reporter::published(const std::string& file, int pages) {
 void Reporter::ended(EndCause cause, const quillbay::UnitFault& fault, int pages, int status) {
   {
     const std::lock_guard lock(m_mutex);
-    if (m_progressShown) std::fputs("\r\x1b[K", stderr);
-    m_progressShown = false;
+    eraseProgress();
   }
   if (!m_json) return;
   QJsonObject event{{"event", "ended"}, {"cause", nameOf(cause)}, {"pages", pages}, {"status", status}};

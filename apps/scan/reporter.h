@@ -22,7 +22,12 @@ class Reporter {
   void note(const std::string& text);
   /// A line with --verbose.
   void detail(const std::string& text);
-  void message(const quillbay::HostMessage& message);
+  /// A message of the panel; `hint` is what this program adds to it.
+  void message(const quillbay::HostMessage& message, const std::string& hint = {});
+  /// A question that waits for a line on standard input; on standard error not with --quiet.
+  void prompt(const std::string& text);
+  /// The question is over; the terminal has ended its line when somebody pressed Return.
+  void promptEnded(bool byReturn);
   /// A line of plain output (a listing).
   void line(const std::string& text);
   /// A JSON event, or any other object, as one line of standard output.
@@ -38,9 +43,12 @@ class Reporter {
   using Clock = std::chrono::steady_clock;
   void put(const std::string& text);    // standard error, over the progress
   void write(const std::string& text);  // standard output
+  void eraseProgress();
   void showProgress(std::int64_t count);
 
   const bool m_json, m_quiet, m_verbose, m_progress;
+  const bool m_printsNames;   // standard output is not the page's
+  const bool m_sharesScreen;  // names and progress come on one terminal
   std::mutex m_mutex;
   bool m_progressShown = false;
   quillbay::ScanStartInfo m_info;

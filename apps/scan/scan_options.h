@@ -19,14 +19,16 @@ struct ScanOptions {
   std::optional<bool> center;
   std::optional<bool> portrait;
 
-  std::string output;  ///< FILE of --output
+  std::string output;  ///< FILE of --output; "-": standard output
   std::string dir, mask, format;
   std::vector<KeyValue> formatOptions;
   bool multipage = false;
   bool overwrite = false, increment = false;
   bool toView = false;
 
-  std::optional<int> batch;  ///< pages; 0: until no document comes
+  std::optional<int> batch;          ///< pages; 0: until no document comes
+  bool batchPrompt = false;          ///< asks between the pages, with a feeder too
+  std::optional<double> batchDelay;  ///< seconds between the pages
   bool bursting = false;
 
   std::vector<KeyValue> settings;  ///< --set

@@ -1,6 +1,7 @@
 #include "scanner_choice.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 #include "failure.h"
 #include "names.h"
@@ -17,29 +18,47 @@ constexpr const char* kSimulated = "sim:";
 ScannerChoice::ScannerChoice(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter)
     : m_manager(query<quillbay::IScanManager>(app)) {
   if (!m_manager) throw Failure(kDevice, "this build has no scanner manager");
-  choose(options, reporter);
-  open(options.device);
+  choose(options.device);
+  open(options.device, reporter);
   for (const auto& [key, value] : options.deviceOptions) setOption(key, value);
 }
 
-void ScannerChoice::choose(const ScanOptions& options, Reporter& reporter) {
-  std::string device = options.device;
-  if (device.empty()) {
-    if (m_manager->HasCurrent()) return;
-    device = kSimulated;
-    reporter.note("no scanner is known; the simulated one (-d sim:) is used; -L lists scanners");
-  }
+void ScannerChoice::choose(const std::string& device) {
   std::string why;
-  if (!m_manager->SetCurrent(device, &why)) throw Failure(kDevice, "device \"" + device + "\": " + why);
+  if (!device.empty() && !m_manager->SetCurrent(device, &why)) {
+    throw Failure(kDevice, "device \"" + device + "\": " + why);
+  }
 }
 
-void ScannerChoice::open(const std::string& device) {
+void ScannerChoice::open(const std::string& device, Reporter& reporter) {
+  const bool isKnown = m_manager->HasCurrent() != 0;
   m_scanner = KxPtr<quillbay::IScan>::adopt(m_manager->GetCurrent());
   m_unit = m_scanner.as<quillbay::IQuillbayUnit>();
-  if (m_unit) return;
+  if (!m_unit) refuse(device);
+  const std::string full = m_manager->GetScannerName(m_scanner.get());
+  if (!isKnown) {
+    reporter.note("scanning with " + full + ", the only scanner that was found");
+  } else if (device.empty() && !std::getenv("SANE_DEFAULT_DEVICE") && full.starts_with(kSimulated)) {
+    reporter.note("scanning with the simulated scanner (" + full + "), which the saved settings name");
+  }
+}
+
+void ScannerChoice::refuse(const std::string& device) const {
   const auto faults = m_scanner.as<quillbay::IUnitFault>();
+  const quillbay::UnitFault fault = faults ? faults->GetFault() : quillbay::UnitFault{};
+  if (fault.code == quillbay::UnitFaultCode::NotChosen) {
+    std::vector<quillbay::ScannerEntry> choices;
+    m_manager->GetChoices(&choices);
+    std::string text = "several scanners are there, choose one with -d DEVICE:";
+    for (const auto& e : choices) text += "\n  " + e.device + "  " + e.vendor + " " + e.model;
+    throw Failure(kDevice, text);
+  }
+  if (fault.code == quillbay::UnitFaultCode::NoScanner) {
+    throw Failure(kDevice, "no scanner was found" + (fault.text.empty() ? "" : " (" + fault.text + ")") +
+                               "; -d DEVICE takes one that is not listed, -d sim: is the simulated one");
+  }
   std::string text = "device \"" + (device.empty() ? m_scanner->GetName() : device) + "\" cannot be used";
-  if (faults && !faults->GetFault().text.empty()) text += ": " + faults->GetFault().text;
+  if (!fault.text.empty()) text += ": " + fault.text;
   // What is wrong in a simulated one's own string is told; the list of devices would not help.
   if (device.starts_with(kSimulated)) throw Failure(kDevice, text);
 
@@ -52,6 +71,11 @@ void ScannerChoice::open(const std::string& device) {
   const bool listed = std::find(devices.begin(), devices.end(), device) != devices.end();
   if (!listed) text += " (" + names::allowed(devices, device, "--list-devices") + ")";
   throw Failure(kDevice, text);
+}
+
+bool ScannerChoice::feeds() const {
+  const auto media = m_unit.as<quillbay::IUnitMedia>();
+  return !media || media->HasFeeder() != 0;
 }
 
 void ScannerChoice::setOption(const std::string& key, const std::string& value) {

@@ -11,8 +11,9 @@
 /// The scanner of a run: chosen, opened, and asked what it can do.
 class ScannerChoice {
  public:
-  /// Opens the device of the options, else the one that is known already, else the simulated one (and says so), and
-  /// sets the device options. Throws Failure (device) when it cannot be opened or has no such option.
+  /// Opens the device of the options, else the one that is known already, else the only one that is there (and says
+  /// so), and sets the device options. Throws Failure (device) when there is no such one, it cannot be opened, or
+  /// it has no such option.
   ScannerChoice(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter);
 
   [[nodiscard]] quillbay::IQuillbayUnit* unit() const { return m_unit.get(); }
@@ -24,10 +25,13 @@ class ScannerChoice {
   /// "it takes 50 to 1200 dpi" for a device with a range; empty for one that takes the listed ones alone.
   [[nodiscard]] std::string resolutionRange(int mode) const;
   [[nodiscard]] std::vector<quillbay::UnitOption> options() const;
+  /// Whether the device brings the next document by itself.
+  [[nodiscard]] bool feeds() const;
 
  private:
-  void choose(const ScanOptions& options, Reporter& reporter);
-  void open(const std::string& device);
+  void choose(const std::string& device);
+  void open(const std::string& device, Reporter& reporter);
+  [[noreturn]] void refuse(const std::string& device) const;
   void setOption(const std::string& key, const std::string& value);
 
   quillbay::KxPtr<quillbay::IScanManager> m_manager;

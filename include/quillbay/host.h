@@ -153,10 +153,18 @@ class IHostApp : public IApp {
 /// them, and what was remembered of the scanner when the object goes.
 QUILLBAY_API KxPtr<IHostApp> New_HostApp(const HostOptions& options);
 
-/// Publishes the finished pages of a leftover ("NAME.part", or "NAME.part.N" when it was set aside) under NAME.
-/// Answers 1 and stores NAME in `*file`, or 0 with the reason in `*why`: no such file, no finished page in it, a
-/// running program writes it, or a file NAME is in the way and `mayReplace` is false.
-QUILLBAY_API int RecoverPart(const std::string& part, bool mayReplace, std::string* file, std::string* why);
+/// Where `RecoverPart` puts the pages.
+struct RecoverTarget {
+  std::string file{};       ///< empty: the name that the leftover was written for
+  bool mayReplace = false;  ///< a file of this name is replaced
+  bool increment = false;   ///< else a counter behind the name is counted on until a name is free
+};
+
+/// Publishes the finished pages of a leftover ("NAME.part", or "NAME.part.N" when it was set aside). Answers 1 and
+/// stores the file's name in `*file`, or 0 with the reason in `*why`, and nothing has changed: no such leftover, no
+/// finished page in it, a running program writes it, a target of another format, or a file in the way.
+QUILLBAY_API int RecoverPart(const std::string& part, const RecoverTarget& target, std::string* file,
+                             std::string* why);
 
 /// Reads a length as people type it: in the user's locale and also with a dot, with or without a unit
 /// ("25,4", "25.4 mm", "1 in", "1\"", "2 cm", "3 ft"); without one it is millimetres. Answers 1, or 0 when the text

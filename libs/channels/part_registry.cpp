@@ -97,6 +97,17 @@ void PublishPartAs(const std::string& fileName, const std::string& newName, bool
   }
 }
 
+void PublishLeftover(const std::string& part, const std::string& fileName, const std::string& newName,
+                     bool mayReplace) {
+  const QbFormat* format = formatForName(fileName);
+  if (!format) throwNoFormat(fileName);
+  WritingFile left(format, part, part, PageFile::Mode::Append);
+  if (left.pageCount() == 0) {
+    throw CXFileException("publish " + newName + ": " + part + " holds no finished page", part);
+  }
+  publishPart(left, newName, mayReplace);
+}
+
 void AbandonPart(const std::string& fileName) {
   const std::unique_ptr<WritingFile> part = PartRegistry::instance().take(fileName);
   if (!part) return;

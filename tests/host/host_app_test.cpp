@@ -125,10 +125,14 @@ TEST(RecoverPart, RefusesWhatIsNoLeftover) {
   const TempFolder folder;
   folder.write("empty.tif.part", "");
   std::string file, why;
-  EXPECT_EQ(RecoverPart(folder.path("scan.tif"), false, &file, &why), 0);
-  EXPECT_EQ(RecoverPart(folder.path("gone.tif.part"), false, &file, &why), 0);
+  EXPECT_EQ(RecoverPart(folder.path("scan.tif"), {}, &file, &why), 0);
+  EXPECT_EQ(RecoverPart(folder.path("empty.tif.part"), {folder.path("new/a.tif")}, &file, &why), 0);
+  EXPECT_FALSE(std::filesystem::exists(folder.path("new")));
+  EXPECT_EQ(RecoverPart(folder.path("empty.tif.part"), {folder.path("a.png")}, &file, &why), 0);
+  EXPECT_NE(why.find(".tif"), std::string::npos);
+  EXPECT_EQ(RecoverPart(folder.path("gone.tif.part"), {}, &file, &why), 0);
   EXPECT_NE(why.find("gone.tif.part"), std::string::npos);
-  EXPECT_EQ(RecoverPart(folder.path("empty.tif.part"), false, &file, &why), 0);
+  EXPECT_EQ(RecoverPart(folder.path("empty.tif.part"), {}, &file, &why), 0);
   EXPECT_TRUE(file.empty());
   EXPECT_FALSE(std::filesystem::exists(folder.path("empty.tif")));
 }

@@ -11,11 +11,8 @@
 #include "window/guarded.h"
 #include "window/log_dock.h"
 #include "window/main_window.h"
-#include "window/progress_window.h"
 
 namespace desktop {
-
-using quillbay::KxPtr;
 
 namespace {
 
@@ -116,7 +113,7 @@ void SessionGuard::open(Leftovers& leftovers, const std::vector<std::size_t>& ch
     if (item.kind == Leftover::Kind::File) files += item.file;
     if (item.kind == Leftover::Kind::Part) {
       std::string file, reason;
-      if (!quillbay::RecoverPart(item.file.toStdString(), false, &file, &reason)) {
+      if (!quillbay::RecoverPart(item.file.toStdString(), {}, &file, &reason)) {
         troubles += QString::fromStdString(reason);
         continue;
       }
@@ -130,9 +127,7 @@ void SessionGuard::open(Leftovers& leftovers, const std::vector<std::size_t>& ch
 
 bool SessionGuard::openPage(const Leftover& page, QString* why) {
   return guarded(page.file, why, [&] {
-    const auto progress = KxPtr<quillbay::IProgress>::adopt(
-        new ProgressWindow(tr("Opening %1...").arg(page.name), page.pixels.height(), m_window));
-    auto raster = quillbay::LoadRasterFile(page.file.toStdString(), 0, progress.get());
+    auto raster = m_window->files().read(page.file, 0, tr("Opening %1...").arg(page.name));
     if (!raster) return false;
     if (m_journal.isKeeping()) m_journal.adoptNext(page.file);
     m_window->document().add(std::move(raster), page.name);

@@ -3,6 +3,7 @@
 
 #include "failure.h"
 #include "interrupts.h"
+#include "next_page.h"
 #include "quillbay/control.h"
 #include "reporter.h"
 #include "scan_options.h"
@@ -22,16 +23,16 @@ class Refusals {
 };
 
 /// Runs scans to their end: reports them, and stops them for a signal.
-class ScanRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
+class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
  public:
-  ScanRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
-          Interrupts& interrupts, const Refusals& refusals);
+  CliRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
+         Interrupts& interrupts, NextPage& next, const Refusals& refusals);
   /// Answers the exit status.
   int run();
 
   void OnStarted(const quillbay::ScanStartInfo& info) override { m_reporter.started(info); }
   void OnLines(std::int64_t lines) override { m_reporter.lines(lines); }
-  void OnPageFinished(const quillbay::PageInfo& page) override { m_reporter.page(page); }
+  void OnPageFinished(const quillbay::PageInfo& page) override;
   void OnPublished(const std::string& file, std::int32_t pages) override { m_reporter.published(file, pages); }
   void OnMessage(const std::string&) override {}  // the host has told it already
   void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override;
@@ -44,6 +45,7 @@ class ScanRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayE
   const ScanOptions& m_options;
   Reporter& m_reporter;
   Interrupts& m_interrupts;
+  NextPage& m_next;
   const Refusals& m_refusals;
   QEventLoop m_loop;
   int m_status = kDone;

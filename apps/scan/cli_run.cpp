@@ -1,4 +1,4 @@
-#include "scan_run.h"
+#include "cli_run.h"
 
 #include <csignal>
 
@@ -28,15 +28,16 @@ void Refusals::hear(const quillbay::HostMessage& message) {
   }
 }
 
-ScanRun::ScanRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
-                 Interrupts& interrupts, const Refusals& refusals)
+CliRun::CliRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
+               Interrupts& interrupts, NextPage& next, const Refusals& refusals)
     : m_control(control),
       m_options(options),
       m_reporter(reporter),
       m_interrupts(interrupts),
+      m_next(next),
       m_refusals(refusals) {}
 
-int ScanRun::run() {
+int CliRun::run() {
   m_control->Advise(this);
   m_interrupts.onFirst([this](int) { stop(); });
   const StartKind kind = m_options.batch ? StartKind::Batch : StartKind::Scan;
@@ -49,14 +50,23 @@ int ScanRun::run() {
   return m_status;
 }
 
-void ScanRun::stop() {
+void CliRun::stop() {
   m_reporter.note(m_options.finishPage ? "stopping after this page; once more ends at once"
                                        : "stopping; once more ends at once");
   m_control->Stop(m_options.finishPage ? StopKind::AfterPage : StopKind::Now);
 }
 
-int ScanRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
+void CliRun::OnPageFinished(const quillbay::PageInfo& page) {
+  m_reporter.page(page);
+  const bool isLast = !m_options.batch || (*m_options.batch != 0 && page.page >= *m_options.batch);
+  if (!isLast && m_next.comesBetween() && !m_next.wait()) m_control->Stop(StopKind::AfterPage);
+}
+
+int CliRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
   if (Interrupts::number() != 0) return kSignal + Interrupts::number();
+  const bool endedByPerson =
+      m_next.isEnded() && pages > 0 && cause != EndCause::Output && cause != EndCause::Device;
+  if (endedByPerson) return m_refusals.outputFailed() ? kOutput : kDone;
   switch (cause) {
     case EndCause::Done: return m_refusals.outputFailed() ? kOutput : kDone;
     case EndCause::Media: return pages > 0 ? kDone : kMedia;
@@ -69,7 +79,7 @@ int ScanRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
   return fault.code == UnitFaultCode::None ? m_refusals.status() : kDevice;
 }
 
-void ScanRun::OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) {
+void CliRun::OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) {
   m_status = statusOf(cause, fault, pages);
   // The unit's fault tells of a stop too; it is news only when the scanner itself made it.
   const bool isNews =

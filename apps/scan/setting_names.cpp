@@ -1,0 +1,92 @@
+#include "setting_names.h"
+
+#include <algorithm>
+#include <array>
+
+#include "names.h"
+#include "quillbay/scan_keys.h"
+
+namespace setting_names {
+namespace {
+
+namespace key = quillbay::key;
+
+struct Setting {
+  const char* key;
+  const char* title;
+  const char* option;  // null: only --set
+};
+
+constexpr std::array kSettings{
+    Setting{key::CurrMode, "Mode, by its number", "--mode"},
+    Setting{key::Mode, "Mode of the request", nullptr},
+    Setting{key::Dpi, "Resolution in dpi", "--resolution"},
+    Setting{key::ImageDpi, "Resolution of the request in dpi", nullptr},
+    Setting{key::ScanAreaType, "Area: 1 bed's width, 2 fixed width, 3 edges, 4 paper", "--area"},
+    Setting{key::RcScan, "Area's edges in mm", "--area"},
+    Setting{key::Rect, "Area of the request in mm", nullptr},
+    Setting{key::PaperName, "Paper", "--area"},
+    Setting{key::Portrait, "Paper upright", "--portrait"},
+    Setting{key::Center, "Document in the middle of the bed", "--center"},
+    Setting{key::AddWidth, "Added width in per cent", nullptr},
+    Setting{key::PaperLength, "Length in mm where no end is found", nullptr},
+    Setting{key::Autodetect, "Detection, in bits", nullptr},
+    Setting{key::Bursting, "Long documents in pieces", "--bursting"},
+    Setting{key::Dir, "Folder", "--dir"},
+    Setting{key::Mask, "Mask of names", "--mask"},
+    Setting{key::Extension, "Extension of files", "--format"},
+    Setting{key::MultiPage, "All pages into one file", "--multipage"},
+    Setting{key::UseAutoCounter, "Counter behind the name", nullptr},
+    Setting{key::Counter, "Next number of the counter", nullptr},
+    Setting{key::CounterFormat, "Digits of the counter", nullptr},
+    Setting{key::FileFate, "File in the way: 0 counts on, 1 is replaced, 2 is asked about", "--overwrite"},
+    Setting{key::UseFileOut, "Pages of a view are saved", "--to"},
+    Setting{key::Threshold, "Threshold of black, 0 to 255", nullptr},
+    Setting{key::Brightness, "Brightness", nullptr},
+    Setting{key::Units, "Unit of lengths: 0 mm, 1 inch", nullptr},
+    Setting{key::PreviewDpi, "Resolution of previews in dpi", nullptr},
+    Setting{key::MinDpi, "Least resolution in dpi", nullptr},
+    Setting{key::RcPreview, "Area of the preview in mm", nullptr},
+    Setting{key::RcCustomScan, "Fragment in mm", nullptr},
+    Setting{key::CustomScanValid, "The fragment is scanned", nullptr},
+    Setting{key::DisablePreview, "No preview", nullptr},
+};
+
+const Setting* find(std::string_view key) {
+  const auto found =
+      std::find_if(kSettings.begin(), kSettings.end(), [&](const Setting& s) { return names::same(s.key, key); });
+  return found == kSettings.end() ? nullptr : &*found;
+}
+
+bool isWord(char c) {
+  return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_';
+}
+
+}  // namespace
+
+std::string titleOf(std::string_view key) {
+  const Setting* setting = find(key);
+  return setting ? setting->title : "";
+}
+
+std::string optionOf(std::string_view key) {
+  const Setting* setting = find(key);
+  return setting && setting->option ? setting->option : "";
+}
+
+std::string withOptions(std::string text) {
+  for (const Setting& setting : kSettings) {
+    const std::string_view key = setting.key;
+    if (!setting.option || !key.starts_with("m_")) continue;  // "RECT" is also a word
+    for (std::size_t at = 0; (at = text.find(key, at)) != std::string::npos;) {
+      const std::size_t end = at + key.size();
+      const bool whole = (at == 0 || !isWord(text[at - 1])) && (end == text.size() || !isWord(text[end]));
+      const std::string_view shown = whole ? setting.option : key;
+      text.replace(at, key.size(), shown);
+      at += shown.size();
+    }
+  }
+  return text;
+}
+
+}  // namespace setting_names

@@ -1,0 +1,16 @@
+#pragma once
+#include <string>
+#include <string_view>
+
+/// Readable names of the panel's parameters and page keys, and the options that set them.
+namespace setting_names {
+
+/// "Resolution in dots per inch"; empty for a key that has none.
+[[nodiscard]] std::string titleOf(std::string_view key);
+/// "--resolution"; empty for a key that only --set reaches.
+[[nodiscard]] std::string optionOf(std::string_view key);
+/// The text with every key that an option sets replaced by that option: what the panel says, for a person who has
+/// typed options.
+[[nodiscard]] std::string withOptions(std::string text);
+
+}  // namespace setting_names
