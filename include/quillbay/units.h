@@ -49,6 +49,27 @@ class ILinearUnit : public IKxUnknown {
   virtual std::string GetSymbol() = 0;  // 16
 };
 
+/// What a text is as a length.
+struct LengthReading {
+  enum class Kind {
+    Length,
+    None,       ///< no length
+    Ambiguous,  ///< two lengths: its mark may part a fraction or a group of three digits
+  };
+  Kind kind = Kind::None;
+  double value = 0;           ///< of a length
+  std::string first, second;  ///< of an ambiguous one: its readings, each as nobody can mistake it
+};
+
+/// What a linear unit of a host may offer besides: reads with a field's range in view. Without it the panel asks
+/// `ILinearUnit::ParseValue`.
+class ILengthReader : public IKxUnknown {
+ public:
+  /// Reads a text as `ILinearUnit::ParseValue` does, for a field that takes values from `least` to `most`; all
+  /// three are in the unit. The range only settles which of two readings is meant: the value may lie outside it.
+  virtual LengthReading ReadLength(const char* text, double least, double most) = 0;
+};
+
 /// The host's styles; the panel asks it for the units "mm" and "inch".
 class IStyleManager : public IKxUnknown {
  public:

@@ -4,7 +4,9 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <tuple>
 #include <utility>
+#include <vector>
 
 #include "platform/base_services.h"
 #include "quillbay/geometry.h"
@@ -49,11 +51,12 @@ constexpr std::array kUnitNames{
     UnitName{"′", kMmPerFoot},
 };
 
+constexpr std::array<std::string_view, 6> kBlanks{" ", "\t", "\r", "\n", "\u00a0", "\u202f"};
+
 /// Without blanks at both ends; no-break spaces, wide and narrow, count as such.
 std::string_view trimmed(std::string_view text) {
-  constexpr std::array<std::string_view, 6> blanks{" ", "\t", "\r", "\n", "\u00a0", "\u202f"};
   for (bool changed = true; std::exchange(changed, false);) {
-    for (const std::string_view blank : blanks) {
+    for (const std::string_view blank : kBlanks) {
       const bool before = text.starts_with(blank), after = !before && text.ends_with(blank);
       if (before) text.remove_prefix(blank.size());
       if (after) text.remove_suffix(blank.size());
@@ -70,38 +73,129 @@ std::optional<double> unitFactor(std::string_view name, double own) {
   return found == kUnitNames.end() ? std::nullopt : std::optional(found->factor);
 }
 
+constexpr char kBlankMark = ' ';
+constexpr char kQuoteMark = '\'';
+
+/// Digits, with the mark before them: none before the first.
+struct Part {
+  char mark = 0;
+  std::string digits;
+};
+
+/// A text taken apart: a sign, numbers with marks between them, and what stands behind, without blanks around it.
+struct TypedLength {
+  bool negative = false;
+  std::vector<Part> parts;
+  std::string_view unit;
+};
+
+/// The mark that a text starts with, and its length in bytes; 0 when there is none. A blank and the quote that some
+/// locales group with are marks before a digit only.
+std::pair<char, std::size_t> markAt(std::string_view text) {
+  if (text.starts_with('.') || text.starts_with(',')) return {text.front(), 1};
+  const auto isDigitAt = [text](std::size_t at) { return at < text.size() && text[at] >= '0' && text[at] <= '9'; };
+  for (const std::string_view blank : kBlanks) {
+    if (text.starts_with(blank)) return {kBlankMark, isDigitAt(blank.size()) ? blank.size() : 0};
+  }
+  constexpr std::string_view quote = "\u2019";
+  return {kQuoteMark, text.starts_with(quote) && isDigitAt(quote.size()) ? quote.size() : 0};
+}
+
+std::string takeDigits(std::string_view& text) {
+  const auto end = std::min(text.find_first_not_of("0123456789"), text.size());
+  std::string digits(text.substr(0, end));
+  text.remove_prefix(end);
+  return digits;
+}
+
+/// Nothing when there is no digit.
+std::optional<TypedLength> takeApart(std::string_view text) {
+  text = trimmed(text);
+  TypedLength typed;
+  bool sign = false;
+  for (const std::string_view minus : {std::string_view("-"), std::string_view("−")}) {
+    if (sign || !text.starts_with(minus)) continue;
+    typed.negative = sign = true;
+    text.remove_prefix(minus.size());
+  }
+  if (!sign && text.starts_with('+')) text.remove_prefix(1);
+  typed.parts.push_back({0, takeDigits(text)});
+  for (auto [mark, bytes] = markAt(text); bytes > 0; std::tie(mark, bytes) = markAt(text)) {
+    text.remove_prefix(bytes);
+    typed.parts.push_back({mark, takeDigits(text)});
+  }
+  typed.unit = trimmed(text);
+  const bool digits =
+      std::any_of(typed.parts.begin(), typed.parts.end(), [](const Part& p) { return !p.digits.empty(); });
+  return digits ? std::optional(std::move(typed)) : std::nullopt;
+}
+
+/// The number as a text with a dot, where `decimal` is the decimal mark and the other marks group; nothing when
+/// they do not.
+std::optional<std::string> numberText(const std::vector<Part>& parts, char decimal) {
+  std::string text = parts.front().digits;
+  char grouping = 0;
+  for (std::size_t i = 1; i < parts.size(); ++i) {
+    const auto& [mark, digits] = parts[i];
+    if (mark == decimal) {
+      if (i + 1 != parts.size()) return std::nullopt;
+      text += '.' + digits;
+      continue;
+    }
+    const std::string& lead = parts.front().digits;
+    if (grouping == 0) grouping = mark;
+    if (mark != grouping || digits.size() != 3 || lead.empty() || lead.size() > 3 || lead.front() == '0')
+      return std::nullopt;
+    text += digits;
+  }
+  return text;
+}
+
+std::optional<double> millimetresOf(const TypedLength& typed, const std::string& number, double factor) {
+  const auto unit = unitFactor(typed.unit, factor);
+  double value = 0;
+  if (!unit || !parseNumber(number, &value) || !std::isfinite(value * *unit)) return std::nullopt;
+  return (typed.negative ? -value : value) * *unit;
+}
+
+LengthReading lengthOf(double mm) { return {LengthReading::Kind::Length, mm, {}, {}}; }
+
+/// "1.189" where a comma is the decimal mark: a fraction, or a thousand and 189.
+LengthReading ambiguous(const TypedLength& typed, const std::string& fraction, const std::string& grouped) {
+  const std::string sign = typed.negative ? "-" : "";
+  const std::string unit = typed.unit.empty() ? std::string() : " " + std::string(typed.unit);
+  LengthReading reading{LengthReading::Kind::Ambiguous, 0, sign + fraction + unit, sign + grouped + unit};
+  std::replace(reading.first.begin(), reading.first.end(), '.', ',');
+  return reading;
+}
+
 }  // namespace
 
 std::optional<double> parseLength(std::string_view text, double factor, bool decimalComma) {
-  text = trimmed(text);
-  std::string number;
-  for (const std::string_view minus : {std::string_view("-"), std::string_view("−")}) {
-    if (!text.starts_with(minus)) continue;
-    number = "-";
-    text.remove_prefix(minus.size());
-    break;
-  }
-  if (number.empty() && text.starts_with('+')) text.remove_prefix(1);
+  const auto typed = takeApart(text);
+  if (!typed || typed->parts.size() > 2) return std::nullopt;
+  const char mark = typed->parts.back().mark;
+  if (mark != 0 && mark != '.' && !(mark == ',' && decimalComma)) return std::nullopt;
+  const auto number = numberText(typed->parts, mark);
+  return number ? millimetresOf(*typed, *number, factor) : std::nullopt;
+}
 
-  bool digits = false, point = false;
-  std::size_t used = 0;
-  for (; used < text.size(); ++used) {
-    const char c = text[used];
-    if (c >= '0' && c <= '9') {
-      number += c;
-      digits = true;
-    } else if (!point && (c == '.' || (c == ',' && decimalComma))) {
-      number += '.';
-      point = true;
-    } else {
-      break;
-    }
+LengthReading readLength(std::string_view text, double factor, bool decimalComma, const LengthRange& range) {
+  if (trimmed(text).empty()) return lengthOf(0);
+  const auto typed = takeApart(text);
+  if (!typed) return {};
+  const auto grouped = numberText(typed->parts, decimalComma ? ',' : '.');
+  // A dot is taken for the decimal mark everywhere, unless commas stand beside it.
+  const bool hasComma =
+      std::any_of(typed->parts.begin(), typed->parts.end(), [](const Part& p) { return p.mark == ','; });
+  const auto dotted = decimalComma && !hasComma ? numberText(typed->parts, '.') : std::nullopt;
+  const auto asGrouped = grouped ? millimetresOf(*typed, *grouped, factor) : std::nullopt;
+  const auto asFraction = dotted ? millimetresOf(*typed, *dotted, factor) : std::nullopt;
+  if (asGrouped && asFraction && *asGrouped != *asFraction) {
+    return range.holds(*asFraction) ? ambiguous(*typed, *dotted, *grouped) : lengthOf(*asGrouped);
   }
-  if (!digits) return std::nullopt;
-  const auto mm = unitFactor(trimmed(text.substr(used)), factor);
-  double value = 0;
-  if (!mm || !parseNumber(number, &value) || !std::isfinite(value)) return std::nullopt;
-  return value * *mm;
+  if (!asGrouped && !asFraction) return {};
+  return lengthOf(asGrouped ? *asGrouped : *asFraction);
 }
 
 std::string formatDecimal(double value, int decimals, char point) {

@@ -27,7 +27,7 @@ constexpr UnitTraits kInch{"inch", "\"", kMmPerInch, 2, 0.1};
 }  // namespace
 
 /// A unit of lengths, by its traits.
-class CLinearUnit final : public CKxUnknownImpl<ILinearUnit> {
+class CLinearUnit final : public CKxUnknownImpl<ILinearUnit, ILengthReader> {
  public:
   explicit CLinearUnit(const UnitTraits& traits) : m_traits(traits) {}
 
@@ -45,10 +45,13 @@ class CLinearUnit final : public CKxUnknownImpl<ILinearUnit> {
   int Reserved8() override { return 0; }
   int Reserved9() override { return 0; }
   int ParseValue(const char* text, double* value) override {
-    const auto mm = text ? parseLength(text, m_traits.factor, decimalComma()) : std::nullopt;
-    if (!mm || !value) return 0;
-    *value = *mm / m_traits.factor;
+    const LengthReading reading = read(text, {});
+    if (reading.kind != LengthReading::Kind::Length || !value) return 0;
+    *value = reading.value;
     return 1;
+  }
+  LengthReading ReadLength(const char* text, double least, double most) override {
+    return read(text, {least * m_traits.factor, most * m_traits.factor});
   }
   int Reserved11() override { return 0; }
   int GetDecimals() override { return m_traits.decimals; }
@@ -65,6 +68,11 @@ class CLinearUnit final : public CKxUnknownImpl<ILinearUnit> {
       buffer[count] = '\0';
     }
     return static_cast<int>(text.size());
+  }
+  [[nodiscard]] LengthReading read(const char* text, const LengthRange& range) const {
+    LengthReading reading = readLength(text ? text : "", m_traits.factor, decimalComma(), range);
+    reading.value /= m_traits.factor;
+    return reading;
   }
   const UnitTraits& m_traits;
 };

@@ -26,7 +26,32 @@ int copyText(std::string_view text, char* buffer, int size) {
   return static_cast<int>(text.size());
 }
 
+constexpr std::string_view kBlanks = " \t\r\n\v\f";
+
+/// The decimal number that a text starts with, without words ("inf", "nan") and with one sign; its length in
+/// characters, 0 when there is none that a double holds.
+std::size_t leadingNumber(std::string_view text, double* value) {
+  const std::size_t sign = text.starts_with('+') || text.starts_with('-') ? 1 : 0;
+  const bool starts =
+      text.size() > sign && std::string_view("0123456789.").find(text[sign]) != std::string_view::npos;
+  if (!starts) return 0;
+  const char* begin = text.data() + (text.starts_with('+') ? 1 : 0);
+  double parsed = 0;
+  const auto [end, error] = std::from_chars(begin, text.data() + text.size(), parsed);
+  if (error != std::errc()) return 0;
+  *value = parsed;
+  return static_cast<std::size_t>(end - text.data());
+}
+
 }  // namespace
+
+std::optional<double> readPlainNumber(std::string_view text) {
+  const auto begin = text.find_first_not_of(kBlanks);
+  if (begin == std::string_view::npos) return 0.0;
+  text = text.substr(begin, text.find_last_not_of(kBlanks) + 1 - begin);
+  double value = 0;
+  return leadingNumber(text, &value) == text.size() ? std::optional(value) : std::nullopt;
+}
 
 void CScanUnits::takeUnits(IStyleManager* styles) {
   m_millimetres = KxPtr<ILinearUnit>::adopt(styles->GetLinearUnit("mm"));
@@ -56,10 +81,24 @@ int CScanUnits::FormatLength(double value, char* buffer, int size, int isLength)
 }
 
 int CScanUnits::ParseLength(const char* text, double* value, int isLength) {
+  if (!m_current) return 0;
   double parsed = 0;
-  if (!m_current || !m_current->ParseValue(text, &parsed)) return 0;
+  const bool isEmpty = !text || std::string_view(text).find_first_not_of(kBlanks) == std::string_view::npos;
+  if (!isEmpty && !m_current->ParseValue(text, &parsed)) return 0;
   *value = isLength && m_index ? parsed * kMmPerInch : parsed;
   return 1;
+}
+
+LengthReading CScanUnits::readLength(const std::string& text, double least, double most) {
+  const double factor = m_index ? kMmPerInch : 1.0;
+  if (const auto reader = query<ILengthReader>(m_current.get())) {
+    LengthReading reading = reader->ReadLength(text.c_str(), least / factor, most / factor);
+    reading.value *= factor;
+    return reading;
+  }
+  LengthReading reading;
+  if (ParseLength(text.c_str(), &reading.value, 1)) reading.kind = LengthReading::Kind::Length;
+  return reading;
 }
 
 std::string CScanUnits::lengthText(double mm) {
@@ -92,11 +131,10 @@ int CSimpleUnit::FormatValue(double value, char* buffer, int size) {
 
 int CSimpleUnit::ParseValue(const char* text, double* value) {
   std::string_view rest = text ? text : "";
-  const auto start = rest.find_first_not_of(" \t\r\n\v\f");
+  const auto start = rest.find_first_not_of(kBlanks);
   rest = start == std::string_view::npos ? std::string_view{} : rest.substr(start);
-  if (rest.starts_with('+')) rest.remove_prefix(1);
   double parsed = 0;
-  std::from_chars(rest.data(), rest.data() + rest.size(), parsed);
+  leadingNumber(rest, &parsed);
   *value = parsed;
   return 1;
 }

@@ -1,5 +1,7 @@
 #pragma once
+#include <optional>
 #include <string>
+#include <string_view>
 
 #include "quillbay/units.h"
 
@@ -27,13 +29,16 @@ class CScanUnits final : public CKxUnknownImpl<IUnit> {
   /// Number, blank, unit name: no decimals for millimetres, one for inches. With `isLength` the value is in
   /// millimetres, else in the current unit. `buffer` may be null. Answers the text's length.
   int FormatLength(double value, char* buffer, int size, int isLength) override;
-  /// With `isLength` the answer is in millimetres. Answers 1, or 0 when the text is no length.
+  /// With `isLength` the value is in millimetres. Returns 1, or 0 when the text is no length. An empty text is 0.
   int ParseLength(const char* text, double* value, int isLength) override;
   int GetStep() override { return 0; }
   int GetFlags() override { return 0; }
   int FormatAngle(double, char*, int) override { return 0; }
   int ParseAngle(const char*, double*) override { return 0; }
 
+  /// What a user typed into a field that takes lengths from `least` to `most`; all in millimetres. An empty text
+  /// is 0. None while there is no unit.
+  [[nodiscard]] LengthReading readLength(const std::string& text, double least, double most);
   /// A length in millimetres as text with its unit.
   [[nodiscard]] std::string lengthText(double mm);
 
@@ -65,6 +70,10 @@ class CStdDecimalUnit final : public CKxUnknownImpl<ILinearUnit> {
   KxPtr<ILinearUnit> m_wrapped;
 };
 
+/// The whole text as a number: a decimal one that a double holds, with at most one sign, blanks around it; 0 when
+/// it is empty. Nothing for everything else.
+[[nodiscard]] std::optional<double> readPlainNumber(std::string_view text);
+
 /// Numbers of edit fields without a physical unit. Kinds 0 and 4 show no decimals, kind 1 six, others nothing.
 class CSimpleUnit final : public CKxUnknownImpl<IUnit> {
  public:
@@ -73,7 +82,7 @@ class CSimpleUnit final : public CKxUnknownImpl<IUnit> {
   int GetPrecision() override { return 0; }
   /// At most 31 characters and the terminator are written; answers 32, the room that is needed.
   int FormatValue(double value, char* buffer, int size) override;
-  /// The text's leading decimal number, 0 when there is none; always succeeds.
+  /// The text's leading decimal number, 0 when there is none that a double holds; always succeeds.
   int ParseValue(const char* text, double* value) override;
   int FormatPair(const double* values, char* buffer, int size) override;
   /// Needs a comma. An empty first part gives 0 and leaves the second value; an empty second part gives 0.

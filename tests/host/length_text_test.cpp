@@ -56,6 +56,60 @@ TEST(LengthText, ReadsWhatPeopleType) {
   }
 }
 
+TEST(LengthText, ReadsWhatUsersTypeIntoAField) {
+  constexpr double kBoth = -54321;  // ambiguous
+  struct Case {
+    const char* text;
+    double dot, comma;  // where the decimal mark is a dot, and where it is a comma
+    LengthRange range{0, 5000};
+  };
+  const LengthRange bed{110, 900};
+  const Case cases[] = {
+      {"1 189", 1189, 1189},
+      {"1\u00a0189 mm", 1189, 1189},
+      {"1\u202f189,5", kNone, 1189.5},
+      {"1’189.5", 1189.5, 1189.5},
+      {"841 x 1189", kNone, kNone},
+      {"1 2", kNone, kNone},
+      {"1 1890", kNone, kNone},
+      {"1189 841", kNone, kNone},
+      {"1.189,0", kNone, 1189},
+      {"1,189.0", 1189, kNone},
+      {"1,189", 1189, 1.189},
+      {"1.189", 1.189, kBoth},
+      {"1.189", 1.189, 1189, bed},
+      {"-1.189", -1.189, -1189, bed},
+      {"1.189 m", 1189, kBoth, {0, 1e7}},
+      {"25.4", 25.4, 25.4},
+      {"1234.567", 1234.567, 1234.567},
+      {"0.189", 0.189, 0.189},
+      {".189", 0.189, 0.189},
+      {"1.189.000", kNone, 1189000},
+      {"1,189,000", 1189000, kNone},
+      {"1.189 000", kNone, kNone},
+      {"1 189.000", 1189, 1189},
+      {"25,4", kNone, 25.4},
+      {"36.5 in", 927.1, 927.1, bed},
+      {"", 0, 0},
+      {" ", 0, 0},
+      {"mm", kNone, kNone},
+      {"1e3", kNone, kNone},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    for (const bool comma : {false, true}) {
+      const LengthReading got = readLength(c.text, 1, comma, c.range);
+      const double value = got.kind == LengthReading::Kind::Length ? got.value
+                           : got.kind == LengthReading::Kind::None ? kNone
+                                                                   : kBoth;
+      EXPECT_NEAR(value, comma ? c.comma : c.dot, 1e-9) << (comma ? "comma" : "dot");
+    }
+  }
+  const LengthReading both = readLength("-1.189 m", 1, true, {});
+  EXPECT_EQ(both.first, "-1,189 m");
+  EXPECT_EQ(both.second, "-1189 m");
+}
+
 TEST(LengthText, FormatsWithoutSurprises) {
   struct Case {
     double value;

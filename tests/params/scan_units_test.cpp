@@ -47,6 +47,18 @@ TEST(SimpleUnit, ParsesPairs) {
   }
 }
 
+TEST(SimpleUnit, ParsesLeadingDecimalNumbers) {
+  const std::pair<const char*, double> cases[] = {{"12.7", 12.7}, {" +2x", 2},  {"-3 mm", -3},
+                                                  {"+-5", 0},     {"1e999", 0}, {"nan", 0},
+                                                  {"inf", 0},     {"", 0},      {".5", 0.5}};
+  for (const auto& [text, want] : cases) {
+    const auto unit = KxPtr<CSimpleUnit>::adopt(new CSimpleUnit(0));
+    double value = -1;
+    EXPECT_EQ(unit->ParseValue(text, &value), 1) << text;
+    EXPECT_EQ(value, want) << text;
+  }
+}
+
 TEST(ScanUnits, WithoutTheHostsUnitsMakeNoText) {
   const auto units = KxPtr<CScanUnits>::adopt(new CScanUnits);
   char text[8] = "old";
