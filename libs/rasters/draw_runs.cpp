@@ -8,21 +8,6 @@ namespace {
 
 constexpr std::int64_t kWhole = 1 << 16;
 
-/// The first run that ends at or after `pixel`.
-std::size_t firstRunAt(const RunView& line, std::uint32_t pixel) noexcept {
-  std::size_t low = 0;
-  std::size_t high = line.count;
-  while (low < high) {
-    const std::size_t mid = low + (high - low) / 2;
-    if (line.runs[2 * mid + 1] < pixel) {
-      low = mid + 1;
-    } else {
-      high = mid;
-    }
-  }
-  return low;
-}
-
 }  // namespace
 
 RunReducer::RunReducer(const DrawAxis& columns, const DrawAxis& rows, std::uint32_t background)
@@ -41,7 +26,7 @@ RunReducer::RunReducer(const DrawAxis& columns, const DrawAxis& rows, std::uint3
 
 void RunReducer::addLine(const RunView& line, std::uint32_t weight) {
   m_totalWeight += weight;
-  for (std::size_t i = firstRunAt(line, m_low); i < line.count && line.runs[2 * i] <= m_high; ++i) {
+  for (std::size_t i = firstRunFrom(line, m_low); i < line.count && line.runs[2 * i] <= m_high; ++i) {
     const double a = m_columns.scale * line.runs[2 * i] + m_columns.offset - m_columns.begin;
     const double b = m_columns.scale * (line.runs[2 * i + 1] + 1.0) + m_columns.offset - m_columns.begin;
     cover(std::min(a, b), std::max(a, b), weight);

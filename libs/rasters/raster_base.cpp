@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "quillbay/palette.h"
 #include "rasters/line_context.h"
 
 namespace quillbay {
@@ -101,15 +102,7 @@ Palette RasterBase::drawingPalette() {
 
 std::uint8_t RasterBase::whiteIndex() {
   const std::lock_guard lock(m_paletteMutex);
-  const auto distance = [](const KXRGBQUAD& c) {
-    const int r = 255 - c.red;
-    const int g = 255 - c.green;
-    const int b = 255 - c.blue;
-    return r * r + g * g + b * b;
-  };
-  const auto nearest = std::min_element(m_palette.begin(), m_palette.end(),
-                                        [&](const auto& a, const auto& b) { return distance(a) < distance(b); });
-  return static_cast<std::uint8_t>(nearest - m_palette.begin());
+  return static_cast<std::uint8_t>(nearestWhite(m_palette));
 }
 
 int RasterBase::Draw(IRasterDC* target, const CRDirectTfm& tfm, IProgress* progress) {

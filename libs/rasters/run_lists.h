@@ -1,25 +1,38 @@
 #pragma once
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
-#include "quillbay/color_space.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 
-/// A run list and its length.
+/// A valid run list and its length.
 struct RunView {
   const std::uint32_t* runs = nullptr;
   std::size_t count = 0;
 };
 
-/// The list's length, if it ascends without overlap, lies within 0..width-1 and is ended by `RunEnd`; otherwise
-/// false, and `*count` is what was found good.
-[[nodiscard]] bool checkRuns(const std::uint32_t* runs, std::int32_t width, std::size_t* count) noexcept;
+/// The list's first run that does not end before pixel `x`.
+[[nodiscard]] inline std::size_t firstRunFrom(const RunView& list, std::uint32_t x) noexcept {
+  std::size_t low = 0, high = list.count;
+  while (low < high) {
+    const std::size_t middle = low + (high - low) / 2;
+    if (list.runs[2 * middle + 1] < x) {
+      low = middle + 1;
+    } else {
+      high = middle;
+    }
+  }
+  return low;
+}
 
-/// The valid list that is meant by one that is not: pixels count as signed; runs left of the line are dropped, the
-/// rest is cut to 0..width-1; the first run that reaches `width` is the last; what overlaps the run before is cut.
-/// Without `RunEnd`.
-[[nodiscard]] std::vector<std::uint32_t> repairRuns(const std::uint32_t* runs, std::int32_t width);
+/// Calls `take(first, last)` for what of the list lies in begin..end-1, relative to `begin`.
+template <class Take>
+void eachRunWithin(const RunView& list, std::uint32_t begin, std::uint32_t end, Take&& take) {
+  for (std::size_t i = firstRunFrom(list, begin); i < list.count && list.runs[2 * i] < end; ++i) {
+    take(std::max(list.runs[2 * i], begin) - begin, std::min(list.runs[2 * i + 1], end - 1) - begin);
+  }
+}
 
 }  // namespace quillbay

@@ -99,15 +99,16 @@ void CRunStor::storeRuns(std::int32_t line, const std::uint32_t* runs, std::size
 
 void CRunStor::setLine(std::int32_t line, const std::uint32_t* list) {
   std::size_t count = 0;
-  if (checkRuns(list, m_width, &count)) {
+  if (areValidRuns(list, m_width, &count)) {
     storeRuns(line, list, count);
     return;
   }
   if (logEnabled(LogLevel::Debug, "quillbay.raster")) {
     logLine(LogLevel::Debug, "quillbay.raster", "repaired the run list of line " + std::to_string(line));
   }
-  const std::vector<std::uint32_t> repaired = repairRuns(list, m_width);
-  storeRuns(line, repaired.data(), repaired.size() / 2);
+  std::vector<std::uint32_t> repaired(2 * runCount(list) + 1);
+  count = repairRuns(list, m_width, repaired.data());
+  storeRuns(line, repaired.data(), count);
 }
 
 int CRunStor::readLine(std::int32_t line, std::int32_t, std::int32_t, void* buffer) {

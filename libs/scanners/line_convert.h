@@ -4,24 +4,15 @@
 #include <cstdint>
 #include <memory>
 
-#include "quillbay/color_space.h"
+#include "quillbay/palette.h"
 
 namespace quillbay {
 
 /// Conversions of single lines, without allocation. Lines do not overlap unless a function says that they may.
 
-/// Grey of a colour with Rec. 601 weights, in integers.
-[[nodiscard]] constexpr std::uint8_t greyOf(std::uint32_t r, std::uint32_t g, std::uint32_t b) noexcept {
-  return static_cast<std::uint8_t>((77 * r + 150 * g + 29 * b + 128) >> 8);
-}
-
-/// High bytes of `count` 16-bit samples in the machine's order.
-void highBytes(const std::uint8_t* samples, std::size_t count, std::uint8_t* out) noexcept;
 /// `count` pixels R, G, B to grey.
 void rgbToGrey(const std::uint8_t* rgb, std::size_t count, std::uint8_t* grey) noexcept;
 void greyToRgb(const std::uint8_t* grey, std::size_t count, std::uint8_t* rgb) noexcept;
-/// Bits (bit 7 leftmost, 1 is black) to bytes 0 (black) and 255.
-void bitsToGrey(const std::uint8_t* bits, std::size_t count, std::uint8_t* grey) noexcept;
 /// Runs of the pixels below `threshold` (0: none, 256: all); otherwise like `bitsToRuns`.
 std::size_t greyToRuns(const std::uint8_t* grey, std::int32_t width, int threshold, std::uint32_t* runs) noexcept;
 

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "quillbay/errors.h"
+#include "quillbay/run_list.h"
 #include "scanners/line_convert.h"
 
 namespace quillbay {
@@ -115,7 +116,7 @@ int LinePipeline::Impl::handOn() {
 const std::uint8_t* LinePipeline::Impl::toBytes(const std::uint8_t* line) {
   const std::size_t samples = colour ? width * 3 : width;
   switch (setup.samples) {
-    case DeviceSamples::Bits: bitsToGrey(line, width, work.get()); return work.get();
+    case DeviceSamples::Bits: bitsToBytes(line, width, 255, 0, work.get()); return work.get();
     case DeviceSamples::Grey16:
     case DeviceSamples::Rgb16:
       highBytes(line, samples, work.get());

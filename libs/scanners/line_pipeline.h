@@ -58,8 +58,4 @@ class LinePipeline {
   std::unique_ptr<Impl> m_impl;
 };
 
-/// Appends the runs of a line of bits (bit 7 leftmost, 1 is black) to `runs` (room for width + 3 words), ended by
-/// `RunEnd`. Answers the number of runs.
-std::size_t bitsToRuns(const std::uint8_t* bits, std::int32_t width, std::uint32_t* runs) noexcept;
-
 }  // namespace quillbay

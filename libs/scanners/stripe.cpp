@@ -7,7 +7,7 @@
 
 #include "quillbay/errors.h"
 #include "quillbay/raster.h"
-#include "scanners/line_pipeline.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 
@@ -141,7 +141,6 @@ void CStripe::makeRuns() {
     m_offsets.push_back(used * sizeof(std::uint32_t));
     const std::size_t runs =
         bitsToRuns(m_block.get() + static_cast<std::size_t>(i) * m_lineBytes, m_width, m_runs.data() + used);
-    m_runs[used + 2 * runs + 1] = 0;
     used += runListBytes(runs) / sizeof(std::uint32_t);
   }
 }

@@ -4,17 +4,13 @@
 #include <string>
 
 #include "quillbay/errors.h"
+#include "quillbay/palette.h"
 
 namespace quillbay {
 
 namespace {
 
 constexpr int kFarthest = 0x30000;  // above every distance: 3 * 255^2 is less
-
-int distance(KXRGBQUAD a, KXRGBQUAD b) noexcept {
-  const int red = a.red - b.red, green = a.green - b.green, blue = a.blue - b.blue;
-  return red * red + green * green + blue * blue;
-}
 
 std::uint8_t toByte(int value) noexcept { return static_cast<std::uint8_t>(std::min(value, 255)); }
 
@@ -76,7 +72,7 @@ CPalletteCube::Index CPalletteCube::searchAll(KXRGBQUAD color) const noexcept {
   int best = kFarthest;
   std::size_t found = 0;
   for (std::size_t i = 0; i < m_palette.size() && best != 0; ++i) {
-    const int d = distance(m_palette[i], color);
+    const int d = colorDistance(m_palette[i], color);
     if (d >= best) continue;
     best = d;
     found = i;
@@ -95,7 +91,7 @@ std::uint32_t CPalletteCube::Nearest(KXRGBQUAD color) const noexcept {
   int best = kFarthest;
   Index found = 0;
   for (std::uint32_t i = begin; i < end && best != 0; ++i) {
-    const int d = distance(m_palette[m_candidates[i]], color);
+    const int d = colorDistance(m_palette[m_candidates[i]], color);
     if (d >= best) continue;
     best = d;
     found = m_candidates[i];

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "analysis/palette_cube.h"
+#include "quillbay/palette.h"
 #include "quillbay/raster.h"
 
 namespace quillbay {
@@ -11,7 +11,6 @@ namespace quillbay {
 namespace {
 
 constexpr std::uint32_t kWhite = 0xFFFFFF;
-constexpr int kCubeDivisions = 8;
 constexpr std::size_t kBlankRunListBytes = 64;  // eight pairs
 
 }  // namespace
@@ -27,8 +26,7 @@ CIEmptyBuffer::CIEmptyBuffer(std::uint32_t dpi, KxSize size, KxColorSpace colorS
   if (palette && bitsPerPixel(colorSpace) == 8) {
     std::copy_n(palette, 256, m_palette.begin());
     m_colorCount = 256;
-    if (colorSpace != KxColorSpace::Grey)
-      fill = static_cast<std::uint8_t>(CPalletteCube(kCubeDivisions, m_palette).Nearest({255, 255, 255, 0}));
+    if (colorSpace != KxColorSpace::Grey) fill = static_cast<std::uint8_t>(nearestWhite(m_palette));
   }
   const std::size_t bytes = fixedLineBytes(colorSpace, size.width);
   m_line = std::make_unique_for_overwrite<std::uint8_t[]>(std::max<std::size_t>(bytes, 1));

@@ -7,7 +7,7 @@
 
 #include "quillbay/errors.h"
 #include "quillbay/raster.h"
-#include "stores/run_list.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 
@@ -66,7 +66,7 @@ int CIScanBuffer::AddLine(std::int32_t /*line*/, const std::uint8_t* bytes) {
   const std::size_t most = runListBytes(runCount(runs));
   std::uint8_t* to = room(most);
   auto* list = reinterpret_cast<std::uint32_t*>(to);
-  const std::size_t count = trimRuns(runs, m_width, list);
+  const std::size_t count = repairRuns(runs, m_width, list);
   list[2 * count + 1] = 0;
   const std::size_t length = runListBytes(count);
   m_lines.push_back({to, static_cast<std::uint32_t>(length)});

@@ -5,6 +5,7 @@
 #include <random>
 
 #include "quillbay/errors.h"
+#include "quillbay/palette.h"
 
 namespace quillbay {
 namespace {
@@ -63,6 +64,27 @@ TEST(PaletteCube, IsExactWhereThePaletteIsDense) {
         level(b) * 36 + level(g) * 6 + level(r))
         << r << ' ' << g << ' ' << b;
   }
+}
+
+TEST(PaletteCube, FindsTheWhiteThatBlankLinesHave) {
+  std::mt19937 random(5);
+  for (int i = 0; i < 400; ++i) {
+    Palette palette;
+    const int least = i % 4 * 64;  // none, few or many entries near white
+    for (int k = 0; k < 256; ++k) {
+      const auto level = [&] {
+        return static_cast<std::uint8_t>(least + static_cast<int>(random()) % (256 - least));
+      };
+      palette.push_back({level(), level(), i % 3 == 0 ? std::uint8_t{0} : level(), 0});
+    }
+    const auto distance = [&](std::size_t entry) { return colorDistance(palette[entry], {255, 255, 255, 0}); };
+    // Equally near entries of a cell without any of its own may come in another order.
+    EXPECT_EQ(distance(nearestWhite(palette)), distance(CPalletteCube(8, palette).Nearest({255, 255, 255, 0})))
+        << i;
+  }
+  const Palette sparse{{0, 0, 0, 0}, {207, 255, 255, 0}, {210, 210, 210, 0}};
+  EXPECT_EQ(nearestWhite(sparse), 2U) << "an entry in the cell of white goes before a nearer one beside it";
+  EXPECT_EQ(CPalletteCube(8, sparse).Nearest({255, 255, 255, 0}), 2U);
 }
 
 TEST(PaletteCube, TakesItsLimits) {

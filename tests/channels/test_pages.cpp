@@ -7,8 +7,6 @@
 #include <random>
 #include <set>
 
-#include "channels/codec/run_lines.h"
-
 namespace quillbay::test {
 
 TempFolder::TempFolder() {

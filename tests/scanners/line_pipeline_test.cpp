@@ -6,6 +6,7 @@
 #include <random>
 
 #include "quillbay/errors.h"
+#include "quillbay/run_list.h"
 #include "recording_sink.h"
 #include "scanners/line_convert.h"
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "channels/codec/run_lines.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 namespace {

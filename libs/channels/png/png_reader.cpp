@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "channels/codec/run_lines.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 namespace {
@@ -84,7 +84,7 @@ void readHead(PngJob& job) {
 void takeLine(PngJob& job, const std::uint8_t* row) {
   if (!job.bitonal) return check(job, job.sink->line(job.sink->self, row));
   for (std::size_t i = 0; i < job.black.size(); ++i) job.black[i] = static_cast<std::uint8_t>(~row[i]);
-  bitLineToRuns(job.black.data(), static_cast<std::int32_t>(job.width), job.runs.data());
+  bitsToRuns(job.black.data(), static_cast<std::int32_t>(job.width), job.runs.data());
   check(job, job.sink->line(job.sink->self, reinterpret_cast<const std::uint8_t*>(job.runs.data())));
 }
 

@@ -4,8 +4,8 @@
 #include <cstring>
 #include <utility>
 
-#include "channels/codec/run_lines.h"
 #include "channels/tiff/g4_codes.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 namespace {
@@ -52,15 +52,17 @@ void putRun(BitWriter& out, std::int32_t pixels, bool black) noexcept {
 void findChanges(const std::uint8_t* line, bool packed, std::int32_t width, std::vector<std::int32_t>& changes) {
   changes.clear();
   if (packed) {
-    appendBitChanges(line, width, changes);
+    eachBitChange(line, width, [&changes](std::uint32_t x) { changes.push_back(static_cast<std::int32_t>(x)); });
     changes.insert(changes.end(), 5, width);
     return;
   }
-  eachRun(reinterpret_cast<const std::uint32_t*>(line), width, [&changes](std::int32_t first, std::int32_t end) {
-    if (!changes.empty() && changes.back() == first) {
+  const auto* runs = reinterpret_cast<const std::uint32_t*>(line);
+  eachRun(runs, width, [&changes](std::uint32_t first, std::uint32_t last) {
+    const auto begin = static_cast<std::int32_t>(first), end = static_cast<std::int32_t>(last) + 1;
+    if (!changes.empty() && changes.back() == begin) {
       changes.back() = end;
     } else {
-      changes.push_back(first);
+      changes.push_back(begin);
       changes.push_back(end);
     }
   });

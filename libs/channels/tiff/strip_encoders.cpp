@@ -8,9 +8,9 @@
 #include <stdexcept>
 #include <string>
 
-#include "channels/codec/run_lines.h"
 #include "channels/tiff/g4_encoder.h"
 #include "channels/tiff/lzw_encoder.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 namespace {

@@ -10,8 +10,8 @@
 #include <functional>
 #include <memory>
 
-#include "channels/codec/run_lines.h"
 #include "channels/tiff/tiff_chain.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 namespace {
@@ -175,7 +175,7 @@ class PageReader {
     const std::uint8_t flip = m_photometric == PHOTOMETRIC_MINISWHITE ? 0 : 0xff;
     eachLine([&](const std::uint8_t* from) {
       for (std::size_t i = 0; i < bytes; ++i) black[i] = from[i] ^ flip;
-      bitLineToRuns(black.data(), static_cast<std::int32_t>(m_width), runs.data());
+      bitsToRuns(black.data(), static_cast<std::int32_t>(m_width), runs.data());
       line(runs.data());
     });
   }

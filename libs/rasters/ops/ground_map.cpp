@@ -2,15 +2,10 @@
 
 #include <algorithm>
 
+#include "quillbay/palette.h"
+
 namespace quillbay {
 namespace {
-
-/// Of 256 parts.
-constexpr std::uint32_t kRedPart = 77, kGreenPart = 150, kBluePart = 29;
-
-std::uint8_t brightness(std::uint32_t red, std::uint32_t green, std::uint32_t blue) noexcept {
-  return static_cast<std::uint8_t>((red * kRedPart + green * kGreenPart + blue * kBluePart + 128) >> 8);
-}
 
 /// A pixel differs when it is darker than the ground by this, or by so many halves of what the middle half of the
 /// block's pixels spans.
@@ -39,7 +34,7 @@ BrightnessOf::BrightnessOf(IRStor& source)
   if (!m_indexed) return;
   const auto palette = paletteOf(source);
   std::transform(palette.begin(), palette.end(), m_entries.begin(),
-                 [](const KXRGBQUAD& c) { return brightness(c.red, c.green, c.blue); });
+                 [](const KXRGBQUAD& c) { return greyOf(c.red, c.green, c.blue); });
 }
 
 void BrightnessOf::operator()(const std::uint8_t* pixels, std::size_t count, std::uint8_t* out) const noexcept {
@@ -52,7 +47,7 @@ void BrightnessOf::operator()(const std::uint8_t* pixels, std::size_t count, std
     return;
   }
   for (std::size_t i = 0; i < count; ++i, pixels += m_bytes) {
-    out[i] = brightness(pixels[m_red], pixels[1], pixels[m_blue]);
+    out[i] = greyOf(pixels[m_red], pixels[1], pixels[m_blue]);
   }
 }
 

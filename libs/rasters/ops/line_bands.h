@@ -74,22 +74,30 @@ class PixelBand final : public OpStripe {
 /// Run lists for the end of a raster, one after another.
 class RunBand final : public OpStripe {
  public:
-  explicit RunBand(RasterBase& target) : OpStripe(target), m_target(target) {}
+  explicit RunBand(RasterBase& target)
+      : OpStripe(target), m_target(target), m_words(kWords + 2 * static_cast<std::size_t>(m_width) + 4) {}
   int QueryInterface(const std::type_info& wanted, void** out) override {
     return wanted == typeid(IContiguousLines) ? 0 : OpStripe::QueryInterface(wanted, out);
   }
   /// Adds a run to the line that is being made; runs ascend.
   void addRun(std::uint32_t first, std::uint32_t last) {
-    m_words.push_back(first);
-    m_words.push_back(last);
+    m_words[m_used++] = first;
+    m_words[m_used++] = last;
+  }
+  /// Adds a whole line of bits in words; bits beyond the width are 0.
+  void addLine(const std::uint64_t* bits) {
+    RunListWriter writer(m_words.data() + m_used);
+    eachBitChange(bits, m_width, [&writer](std::uint32_t x) { writer(x); });
+    m_used += 2 * writer.finish(static_cast<std::uint32_t>(m_width));
+    endLine();
   }
   /// Ends the line.
   void endLine() {
-    m_words.push_back(RunEnd);
-    m_words.push_back(0);
+    m_words[m_used++] = RunEnd;
+    m_words[m_used++] = 0;
     m_starts.push_back(m_start);
-    m_start = m_words.size();
-    if (m_start >= kWords) flush();
+    m_start = m_used;
+    if (m_used >= kWords) flush();
   }
   /// Gives the raster the lines that were ended.
   void flush() {
@@ -97,8 +105,7 @@ class RunBand final : public OpStripe {
     if (m_lines > 0) m_target.appendStripe(*this, m_lines);
     m_lines = 0;
     m_starts.clear();
-    m_words.clear();
-    m_start = 0;
+    m_start = m_used = 0;
   }
 
   const std::uint8_t* GetLine(std::int32_t i) override {
@@ -110,9 +117,9 @@ class RunBand final : public OpStripe {
  private:
   static constexpr std::size_t kWords = std::size_t{256} << 10;
   RasterBase& m_target;
-  std::vector<std::uint32_t> m_words;
+  std::vector<std::uint32_t> m_words;  // room for a line of touching runs beyond kWords
   std::vector<std::size_t> m_starts;
-  std::size_t m_start = 0;
+  std::size_t m_start = 0, m_used = 0;
 };
 
 /// Lines of a band of about `bytes` bytes, at least `least`.

@@ -1,9 +1,11 @@
 #include "rasters/ops/op_support.h"
 
 #include <limits>
+#include <span>
 
 #include "platform/base_services.h"
 #include "quillbay/errors.h"
+#include "quillbay/palette.h"
 #include "rasters/ops/raster_ops.h"
 
 namespace quillbay {
@@ -58,14 +60,8 @@ std::array<KXRGBQUAD, 256> paletteOf(IRStor& source) {
 }
 
 std::uint8_t whiteEntry(KxColorSpace colorSpace, const std::array<KXRGBQUAD, 256>& palette) noexcept {
-  const auto distance = [](const KXRGBQUAD& c) {
-    const int r = 255 - c.red, g = 255 - c.green, b = 255 - c.blue;
-    return r * r + g * g + b * b;
-  };
-  const auto end = palette.begin() + (colorSpace == KxColorSpace::Four ? 16 : 256);
-  const auto nearest = std::min_element(palette.begin(), end,
-                                        [&](const auto& a, const auto& b) { return distance(a) < distance(b); });
-  return static_cast<std::uint8_t>(nearest - palette.begin());
+  const std::span<const KXRGBQUAD> entries(palette);
+  return static_cast<std::uint8_t>(nearestWhite(entries.first(colorSpace == KxColorSpace::Four ? 16 : 256)));
 }
 
 void checkSize(std::int64_t width, std::int64_t height) {

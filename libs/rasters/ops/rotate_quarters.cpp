@@ -168,9 +168,7 @@ class RunTurner {
       for (std::int32_t i = 0; i < count; ++i) {
         // Columns were taken from the left, lines go down along them, or up.
         const std::int32_t at = m_turn.clockwise ? i : count - 1 - i;
-        eachBitRun(m_lines.data() + static_cast<std::size_t>(at) * m_words, m_turn.from.height,
-                   [this](std::uint32_t first, std::uint32_t last) { m_band.addRun(first, last); });
-        m_band.endLine();
+        m_band.addLine(m_lines.data() + static_cast<std::size_t>(at) * m_words);
       }
     }
     m_band.flush();
@@ -202,7 +200,7 @@ class RunTurner {
       eachRunWithin(m_reader.read(m_turn.sourceLine(static_cast<std::int32_t>(column))),
                     static_cast<std::uint32_t>(left), static_cast<std::uint32_t>(left + count),
                     [&](std::uint32_t first, std::uint32_t last) {
-                      setBitRun(row, first, last);
+                      setBits(row, first, last);
                       any = true;
                     });
     }

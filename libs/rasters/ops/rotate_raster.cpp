@@ -136,11 +136,7 @@ class RunBands {
   }
 
   void give(std::size_t band, std::int32_t lines) {
-    for (std::int32_t i = 0; i < lines; ++i) {
-      eachBitRun(line(band, i), m_frame.width(),
-                 [this](std::uint32_t first, std::uint32_t last) { m_runs.addRun(first, last); });
-      m_runs.endLine();
-    }
+    for (std::int32_t i = 0; i < lines; ++i) m_runs.addLine(line(band, i));
     m_runs.flush();
   }
 

@@ -5,6 +5,7 @@
 
 #include "platform/base_services.h"
 #include "quillbay/errors.h"
+#include "quillbay/palette.h"
 
 namespace quillbay {
 namespace {
@@ -40,9 +41,7 @@ class CancelOnly final : public CKxUnknownImplStatic<IProgress> {
   IProgress* const m_progress;
 };
 
-std::uint8_t brightness(std::uint32_t rgb) noexcept {
-  return static_cast<std::uint8_t>(((rgb >> 16 & 255) * 77 + (rgb >> 8 & 255) * 150 + (rgb & 255) * 29 + 128) >> 8);
-}
+std::uint8_t brightness(std::uint32_t rgb) noexcept { return greyOf(rgb >> 16 & 255, rgb >> 8 & 255, rgb & 255); }
 
 }  // namespace
 

@@ -1,9 +1,10 @@
 #include "scanners/sane/three_pass.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "quillbay/errors.h"
+#include "quillbay/palette.h"
+#include "quillbay/run_list.h"
 
 namespace quillbay {
 
@@ -39,14 +40,10 @@ void ThreePassPage::toBytes(const std::uint8_t* bytes, int depth) noexcept {
     std::copy_n(bytes, m_samples.size(), m_samples.data());
     return;
   }
-  for (std::size_t x = 0; x < m_samples.size(); ++x) {
-    if (depth == 1) {
-      m_samples[x] = bytes[x / 8] & (0x80 >> (x % 8)) ? 255 : 0;
-    } else {
-      std::uint16_t word = 0;
-      std::memcpy(&word, bytes + 2 * x, sizeof word);
-      m_samples[x] = static_cast<std::uint8_t>(word >> 8);
-    }
+  if (depth == 1) {
+    bitsToBytes(bytes, m_samples.size(), 0, 255, m_samples.data());
+  } else {
+    highBytes(bytes, m_samples.size(), m_samples.data());
   }
 }
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "platform/base_services.h"
-#include "scanners/line_convert.h"
+#include "quillbay/run_list.h"
 #include "scanners/sim/sim_image.h"
 
 namespace quillbay {
@@ -38,7 +38,7 @@ class PnmRows final : public SimImageRows {
     }
     if (std::fread(m_bytes.data(), 1, m_bytes.size(), m_file.get()) != m_bytes.size()) fail("ends too early");
     if (m_kind == 4) {
-      bitsToGrey(m_bytes.data(), m_samples, out);
+      bitsToBytes(m_bytes.data(), m_samples, 255, 0, out);
     } else if (m_most > 255) {
       for (std::size_t i = 0; i < m_samples; ++i) out[i] = level(m_bytes[2 * i] * 256 + m_bytes[2 * i + 1]);
     } else if (m_most == 255) {

@@ -8,7 +8,7 @@
 
 #include "quillbay/errors.h"
 #include "quillbay/geometry.h"
-#include "scanners/line_convert.h"
+#include "quillbay/run_list.h"
 #include "scanners/sim/sim_image.h"
 
 namespace quillbay {
@@ -42,7 +42,7 @@ class TiffRows final : public SimImageRows {
     ++m_row;
     const auto pixels = static_cast<std::size_t>(width);
     if (m_bits == 1) {
-      bitsToGrey(line, pixels, out);  // 1 is black, unless the file says otherwise
+      bitsToBytes(line, pixels, 255, 0, out);  // 1 is black, unless the file says otherwise
       if (m_photometric == PHOTOMETRIC_MINISBLACK)
         for (std::size_t i = 0; i < pixels; ++i) out[i] = static_cast<std::uint8_t>(~out[i]);
       return;

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "quillbay/palette.h"
+
 namespace quillbay {
 
 namespace {
@@ -28,15 +30,11 @@ std::int32_t pixelFrom(double x, const SimRow& row) noexcept {
   return p < row.right ? static_cast<std::int32_t>(p) : row.right;
 }
 
-std::uint8_t greyOfInk(SimInk ink) noexcept {
-  return static_cast<std::uint8_t>((77 * ink.red + 150 * ink.green + 29 * ink.blue + 128) >> 8);
-}
-
 template <int channels>
 struct Ink {
   std::uint8_t v[3];
   explicit Ink(SimInk ink) noexcept : v{ink.red, ink.green, ink.blue} {
-    if constexpr (channels == 1) v[0] = greyOfInk(ink);
+    if constexpr (channels == 1) v[0] = greyOf(ink.red, ink.green, ink.blue);
   }
   void set(std::uint8_t* p, std::int32_t count) const noexcept {
     if constexpr (channels == 1) {
