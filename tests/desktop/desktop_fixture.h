@@ -19,7 +19,7 @@ namespace desktop {
 /// The program's window on a simulated scanner, with settings of its own; the test answers what it asks.
 class DesktopTest : public testing::Test {
  protected:
-  void open(const std::string& device = "sim:size=210x148") {
+  void open(const std::string& device = "sim:size=210x148", bool hasScanner = true) {
     window = std::make_unique<MainWindow>(ProgramFolders{dir.file("config"), dir.file("state")});
     Prompts& prompts = window->prompts();
     prompts.message = [this](const quillbay::HostMessage& message) {
@@ -32,6 +32,10 @@ class DesktopTest : public testing::Test {
     };
     prompts.saveName = [this](const QString&, bool) { return saveName; };
     prompts.folder = [this] { return saveName; };
+    prompts.agree = [this](const QString& question, const QString& yes) {
+      agreed += question + "|" + yes;
+      return agrees;
+    };
     prompts.stopScan = [this] {
       ++stopsAsked;
       return true;
@@ -45,7 +49,7 @@ class DesktopTest : public testing::Test {
     window->resize(1366, 728);
     window->show();
     window->start();
-    ASSERT_NE(control(), nullptr);
+    ASSERT_EQ(control() != nullptr, hasScanner);
   }
   [[nodiscard]] quillbay::IQuillbayControl* control() { return window->panelDock().control(); }
   [[nodiscard]] const std::vector<Page>& pages() { return window->document().pages(); }
@@ -79,7 +83,8 @@ class DesktopTest : public testing::Test {
 
   quillbay::test::TempDir dir;
   std::unique_ptr<MainWindow> window;
-  QStringList messages, asked;
+  QStringList messages, asked, agreed;
+  bool agrees = true;
   QString saveName;
   UnsavedAnswer unsaved = UnsavedAnswer::Cancel;
   int stopsAsked = 0;

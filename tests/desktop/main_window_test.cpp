@@ -3,10 +3,13 @@
 #include <QFile>
 #include <QMenuBar>
 #include <QMouseEvent>
+#include <QPushButton>
 #include <QTest>
 #include <set>
 
 #include "desktop_fixture.h"
+#include "scanner/output_settings.h"
+#include "scanner/scanner_offer.h"
 #include "window/status_line.h"
 
 namespace desktop {
@@ -23,7 +26,7 @@ TEST_F(DesktopTest, AScannedPageIsShownSavedAndOpenedAgain) {
   smallPages();
   ASSERT_TRUE(scan());
   ASSERT_EQ(pages().size(), 1U);
-  EXPECT_FALSE(pages()[0].saved);
+  EXPECT_FALSE(pages()[0].isSaved());
   EXPECT_TRUE(window->isWindowModified());
   EXPECT_EQ(window->view().current(), pages()[0].id);
   EXPECT_TRUE(window->statusLine().size().contains("254")) << window->statusLine().size().toStdString();
@@ -37,7 +40,7 @@ TEST_F(DesktopTest, AScannedPageIsShownSavedAndOpenedAgain) {
 
   saveName = QString::fromStdString(dir.file("Plän 1.tif"));
   ASSERT_TRUE(window->saveCurrentAs()) << messages.join('\n').toStdString();
-  EXPECT_TRUE(pages()[0].saved);
+  EXPECT_TRUE(pages()[0].isSaved());
   EXPECT_FALSE(window->isWindowModified());
   const std::string scanned = pixels(pages()[0].raster.get());
 
@@ -65,7 +68,7 @@ TEST_F(DesktopTest, UnsavedPagesAreAskedAboutBeforeTheyGo) {
   ASSERT_EQ(pages().size(), 2U) << "a second scan must not take the first page away";
 
   unsaved = UnsavedAnswer::Cancel;
-  EXPECT_FALSE(window->closePage(pages()[0].id));
+  EXPECT_FALSE(window->closePages({pages()[0].id}));
   EXPECT_FALSE(window->close());
   EXPECT_EQ(asked.size(), 3);
   ASSERT_EQ(pages().size(), 2U);
@@ -83,10 +86,10 @@ TEST_F(DesktopTest, UnsavedPagesAreAskedAboutBeforeTheyGo) {
   saveName = QString::fromStdString(dir.path());
   EXPECT_TRUE(window->close()) << messages.last().toStdString();
   for (const Page& page : pages()) {
-    EXPECT_TRUE(page.saved);
-    EXPECT_TRUE(QFile::exists(page.file)) << page.file.toStdString();
+    EXPECT_TRUE(page.isSaved());
+    EXPECT_TRUE(QFile::exists(page.file())) << page.file().toStdString();
   }
-  EXPECT_NE(pages()[0].file, pages()[1].file);
+  EXPECT_NE(pages()[0].file(), pages()[1].file());
 }
 
 TEST_F(DesktopTest, AllPagesThatWereClosedComeBackInTheirOrder) {
@@ -101,12 +104,12 @@ TEST_F(DesktopTest, AllPagesThatWereClosedComeBackInTheirOrder) {
   EXPECT_TRUE(pages().empty());
   ASSERT_TRUE(scan());
   const int later = pages()[0].id;
-  window->undoCloseAll();
+  window->undo();
   ASSERT_EQ(pages().size(), 3U);
   EXPECT_EQ(pages()[0].id, first);
   EXPECT_EQ(pages()[2].id, later);
   EXPECT_EQ(window->document().unsaved().size(), 3U);
-  EXPECT_FALSE(window->document().canRestore());
+  EXPECT_EQ(window->document().nextUndo(), nullptr);
 }
 
 TEST_F(DesktopTest, TheWheelZoomsAboutThePointerAndTheMiddleButtonPans) {
@@ -155,10 +158,10 @@ TEST_F(DesktopTest, APageThatThePanelSavesItselfIsNotAskedAbout) {
   for (const std::size_t count : {1U, 2U}) {
     ASSERT_TRUE(scan());
     ASSERT_EQ(pages().size(), count);
-    EXPECT_TRUE(pages().back().saved) << messages.join(' ').toStdString();
-    EXPECT_TRUE(QFile::exists(pages().back().file)) << pages().back().file.toStdString();
+    EXPECT_TRUE(pages().back().isSaved()) << messages.join(' ').toStdString();
+    EXPECT_TRUE(QFile::exists(pages().back().file())) << pages().back().file().toStdString();
   }
-  EXPECT_NE(pages()[0].file, pages()[1].file);
+  EXPECT_NE(pages()[0].file(), pages()[1].file());
   EXPECT_TRUE(window->close());
   EXPECT_TRUE(asked.isEmpty());
 }
@@ -204,12 +207,20 @@ TEST_F(DesktopTest, KeysStartAndStopAScan) {
   int cause = -1;
   QObject::connect(&window->panelDock(), &PanelDock::linesArrived, [&](qint64 count) { lines = count; });
   QObject::connect(&window->panelDock(), &PanelDock::ended, [&](int end, const QString&, int) { cause = end; });
+  const auto stops = [&] {
+    for (const QAction* action : window->findChildren<QAction*>()) {
+      if (action->text() == "S&top") return action->isEnabled();
+    }
+    return false;
+  };
   for (QWidget* focus : {window->view().surface(), window->panelDock().panel()}) {
+    EXPECT_FALSE(stops()) << "nothing runs";
     lines = 0;
     cause = -1;
     focus->setFocus();
     QTest::keyClick(focus, Qt::Key_F5);
     ASSERT_TRUE(waitFor([&] { return lines > 0; }));
+    EXPECT_TRUE(stops());
     QTest::keyClick(focus, Qt::Key_Escape);
     ASSERT_TRUE(waitFor([&] { return cause >= 0; }));
     EXPECT_EQ(cause, static_cast<int>(quillbay::EndCause::Stopped));
@@ -217,9 +228,41 @@ TEST_F(DesktopTest, KeysStartAndStopAScan) {
   EXPECT_TRUE(pages().empty());
 }
 
-TEST_F(DesktopTest, TheFirstStartTakesTheSimulatedScannerAndSaysSo) {
+TEST_F(DesktopTest, TheFirstStartOffersScannersAndSimulatesOnlyWhenAsked) {
+  open({}, false);
+  ScannerOffer* offer = window->panelDock().offer();
+  ASSERT_TRUE(offer);
+  EXPECT_TRUE(offer->isSearching()) << "by itself, with the window alive";
+  ASSERT_TRUE(waitFor([&] { return !offer->isSearching(); }));
+  EXPECT_EQ(control(), nullptr) << "the simulated one does not stand in";
+  for (QPushButton* button : offer->findChildren<QPushButton*>()) {
+    if (button->text().contains("mulated")) button->click();
+  }
+  ASSERT_TRUE(waitFor([&] { return control() != nullptr; }));
+  EXPECT_TRUE(window->close());
+  window.reset();
+  open({});  // remembered
+}
+
+TEST_F(DesktopTest, TheProgramKeepsHowFilesAreMade) {
+  open();
+  OutputSettings wanted{".png", false, false, 12, 5, quillbay::kFateAsk};
+  window->prompts().output = [&](OutputSettings* output) {
+    *output = wanted;
+    return true;
+  };
+  for (QAction* action : window->findChildren<QAction*>()) {
+    if (action->text().remove('&') == "File settings...") action->trigger();
+  }
+  EXPECT_EQ(readOutput(*control()), wanted);
+  EXPECT_TRUE(window->close());
+  window.reset();
   open({});
-  EXPECT_TRUE(window->log().text().contains("simulated"));
+  EXPECT_EQ(readOutput(*control()), wanted);
+  std::string why;
+  wanted.extension = "png";
+  EXPECT_FALSE(applyOutput(*control(), wanted, &why));
+  EXPECT_TRUE(why.find(".tif") != std::string::npos) << why;
 }
 
 TEST_F(DesktopTest, AScannerThatCannotBeOpenedIsToldInThePanelsPlace) {

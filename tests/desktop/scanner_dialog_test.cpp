@@ -5,9 +5,11 @@
 #include <QDoubleSpinBox>
 #include <QLabel>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
 
 #include "desktop_fixture.h"
+#include "scanner/scanner_offer.h"
 #include "scanner/sim_setup.h"
 
 namespace desktop {
@@ -38,6 +40,53 @@ TEST(SimDeviceText, KeysAreChangedWhereTheyStand) {
   EXPECT_EQ(simFiles(files).count(':'), 1);
   EXPECT_EQ(simFilesOf(simFiles(files)), files);
   EXPECT_EQ(simFilesOf("%zz%3a%"), QStringList{"%zz:%"});
+}
+
+/// Lists what it is told to.
+class FakeManager final : public quillbay::CKxUnknownImplStatic<quillbay::IScanManager> {
+ public:
+  explicit FakeManager(std::vector<quillbay::ScannerEntry> devices) : m_devices(std::move(devices)) {}
+  int List(std::vector<quillbay::ScannerEntry>* out, std::string*) override {
+    *out = m_devices;
+    return 1;
+  }
+  quillbay::IScan* GetCurrent() override { return nullptr; }
+  int SetCurrent(std::string_view, std::string*) override { return 0; }
+  int Choose(int) override { return 0; }
+  int Initialise(std::string_view, quillbay::IParam*, int) override { return 1; }
+  std::string GetScannerName(quillbay::IScan*) override { return {}; }
+  int Remember() override { return 0; }
+  int HasCurrent() override { return 0; }
+  int GetChoices(std::vector<quillbay::ScannerEntry>*) override { return 0; }
+
+ private:
+  const std::vector<quillbay::ScannerEntry> m_devices;
+};
+
+TEST_F(DesktopTest, RealScannersAreOfferedAndTheFirstOneIsTheDefault) {
+  const quillbay::ScannerEntry usb{"usb:1", "Maker", "Wide 36", "flatbed scanner"},
+      net{"net:host:2", "Maker", "Roll", "sheetfed scanner"},
+      sim{"sim:", "Quillbay", "Simulated scanner", "virtual"};
+  const struct {
+    std::vector<quillbay::ScannerEntry> listed;
+    int rows;
+    const char* taken;
+  } rows[] = {{{usb, sim}, 1, "usb:1"}, {{net, usb, sim}, 2, "net:host:2"}, {{sim}, 0, ""}, {{}, 0, ""}};
+  for (const auto& row : rows) {
+    FakeManager manager(row.listed);
+    ScannerOffer offer(&manager);
+    offer.show();
+    ASSERT_TRUE(waitFor([&] { return !offer.isSearching(); }));
+    QString taken;
+    QObject::connect(&offer, &ScannerOffer::chosen, [&](const QString& device) { taken = device; });
+    const auto* list = offer.findChild<QListWidget*>();
+    EXPECT_EQ(list->count(), row.rows);
+    EXPECT_EQ(list->isVisible(), row.rows > 0);
+    for (QPushButton* button : offer.findChildren<QPushButton*>()) {
+      if (button->isVisible() && button->text().startsWith("&Use")) button->click();
+    }
+    EXPECT_EQ(taken, row.taken);
+  }
 }
 
 TEST_F(DesktopTest, TheSetUpAndTheDeviceFollowEachOther) {

@@ -20,31 +20,32 @@ using quillbay::UnitOption;
 
 namespace {
 constexpr double kMostOfScreen = 0.8;
-}
+constexpr int kMargin = 24;
+}  // namespace
 
 DeviceDialog::DeviceDialog(quillbay::KxPtr<quillbay::IUnitOptions> unit, const QString& name, QWidget* parent)
     : QDialog(parent),
       m_options(std::move(unit)),
+      m_scroll(new QScrollArea),
       m_advanced(new QCheckBox(tr("Show &advanced settings"))),
       m_reason(new QLabel) {
   setWindowTitle(tr("Settings of %1").arg(name));
   auto* column = new QVBoxLayout(this);
-  auto* scroll = new QScrollArea;
-  scroll->setWidgetResizable(true);
-  scroll->setFrameShape(QFrame::NoFrame);
-  scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  scroll->setFocusPolicy(Qt::NoFocus);
+  m_scroll->setWidgetResizable(true);
+  m_scroll->setFrameShape(QFrame::NoFrame);
+  m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  m_scroll->setFocusPolicy(Qt::NoFocus);
   auto* page = new QWidget;
   m_groups = new QVBoxLayout(page);
   m_groups->setContentsMargins(0, 0, 0, 0);
   makeForm();
-  scroll->setWidget(page);
+  m_scroll->setWidget(page);
   m_advanced->setToolTip(tr("Shows also what the scanner's driver says that few people need"));
   m_reason->setWordWrap(true);
   m_reason->setTextFormat(Qt::PlainText);
   m_reason->hide();
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
-  column->addWidget(scroll, 1);
+  column->addWidget(m_scroll, 1);
   column->addWidget(m_reason);
   column->addWidget(m_advanced);
   column->addWidget(buttons);
@@ -52,10 +53,19 @@ DeviceDialog::DeviceDialog(quillbay::KxPtr<quillbay::IUnitOptions> unit, const Q
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &DeviceDialog::reject);
   showRows();
-  scroll->setMinimumWidth(page->sizeHint().width() + scroll->verticalScrollBar()->sizeHint().width());
-  const QSize most = this->screen()->availableSize() * kMostOfScreen;
-  resize(sizeHint().width(), std::min(most.height(), page->sizeHint().height() + sizeHint().height() -
-                                                         scroll->sizeHint().height() + 8));
+}
+
+/// As large as what is shown, within the screen; a user's larger size stays.
+void DeviceDialog::fit() {
+  QWidget* page = m_scroll->widget();
+  page->layout()->activate();
+  const int bar = m_scroll->verticalScrollBar()->sizeHint().width();
+  m_scroll->setMinimumWidth(page->minimumSizeHint().width() + bar);
+  layout()->activate();
+  const int around = layout()->sizeHint().height() - m_scroll->sizeHint().height();
+  const int most = static_cast<int>(screen()->availableSize().height() * kMostOfScreen);
+  resize(std::max(width(), page->sizeHint().width() + bar + kMargin),
+         std::max(height(), std::min(most, page->sizeHint().height() + around)));
 }
 
 void DeviceDialog::makeForm() {
@@ -126,6 +136,7 @@ void DeviceDialog::showRows() {
     row.group->setVisible(isShown);
   }
   m_advanced->setVisible(hasAdvanced);
+  fit();
 }
 
 void DeviceDialog::reject() {

@@ -8,6 +8,7 @@ class QCheckBox;
 class QFormLayout;
 class QGroupBox;
 class QLabel;
+class QScrollArea;
 class QVBoxLayout;
 
 namespace desktop {
@@ -37,10 +38,12 @@ class DeviceDialog : public QDialog {
   void set(const OptionField& field, const QString& value);
   void showValues();
   void showRows();
+  void fit();
 
   DeviceOptions m_options;
   std::vector<Row> m_rows;
   QVBoxLayout* m_groups = nullptr;
+  QScrollArea* m_scroll;
   QCheckBox* m_advanced;
   QLabel* m_reason;
 };

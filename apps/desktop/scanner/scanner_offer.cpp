@@ -10,7 +10,7 @@
 namespace desktop {
 
 namespace {
-constexpr int kRowsShown = 4;
+constexpr int kLinesShown = 6;
 }
 
 ScannerOffer::ScannerOffer(quillbay::IScanManager* manager, QWidget* parent)
@@ -28,8 +28,9 @@ ScannerOffer::ScannerOffer(quillbay::IScanManager* manager, QWidget* parent)
   m_state->setTextInteractionFlags(Qt::TextSelectableByMouse);
   m_list->setAccessibleName(tr("Scanners"));
   m_list->setToolTip(tr("The scanners that were found"));
-  m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-  m_list->setFixedHeight(m_list->fontMetrics().lineSpacing() * kRowsShown + 2 * m_list->frameWidth() + 4);
+  m_list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+  m_list->setWordWrap(true);
+  m_list->setFixedHeight(m_list->fontMetrics().lineSpacing() * kLinesShown + 2 * m_list->frameWidth() + 4);
   m_use->setToolTip(tr("Opens the chosen scanner and remembers it"));
   m_again->setToolTip(tr("Searches once more for scanners"));
   m_other->setToolTip(tr("Opens a scanner by its name"));
@@ -71,8 +72,9 @@ void ScannerOffer::showFound() {
     const QString device = QString::fromStdString(entry.device);
     if (SimDevice::isOne(device)) continue;
     m_devices += device;
-    m_list->addItem(scannerTitle(entry));
-    m_list->item(m_list->count() - 1)->setToolTip(device);
+    const QString name = QString::fromStdString(entry.vendor + " " + entry.model).trimmed();
+    m_list->addItem(name.isEmpty() ? device : name + "\n" + device);
+    m_list->item(m_list->count() - 1)->setToolTip(QString::fromStdString(entry.type));
   }
   const bool hasFound = !m_devices.isEmpty();
   QString text = tr("No scanner was found. Connect one and switch it on, then search again.");
