@@ -16,6 +16,7 @@ from accessible import Bus  # noqa: E402  (needs one of the tools)
 
 PROGRAM = os.environ["QUILLBAY"]
 OUTPUT = Path(os.environ["QUILLBAY_TEST_OUTPUT"])
+SIMULATED = "Try the simulated scanner"
 FIELDS = "combo box|spin box|text|check box|push button|list"
 
 
@@ -55,6 +56,9 @@ class Case(unittest.TestCase):
         self.app = wait_until("the program", lambda: self.alive() and self.bus.program(self.process.pid))
         self.window = wait_until("its window", lambda: next(iter(self.app.children()), None))
         self.focus_window("Quillbay")
+        shown = self.find("push button|combo box", lambda node: node.name == SIMULATED or "Mode" in (node.name, node.label()))
+        if shown.role == "push button":  # a first start
+            self.click(shown)
         self.control("Mode")
 
     def alive(self):

@@ -64,8 +64,9 @@ void DeviceDialog::fit() {
   layout()->activate();
   const int around = layout()->sizeHint().height() - m_scroll->sizeHint().height();
   const int most = static_cast<int>(screen()->availableSize().height() * kMostOfScreen);
-  resize(std::max(width(), page->sizeHint().width() + bar + kMargin),
-         std::max(height(), std::min(most, page->sizeHint().height() + around)));
+  const QSize now = isVisible() ? size() : QSize();
+  resize(now.expandedTo(
+      {page->sizeHint().width() + bar + kMargin, std::min(most, page->sizeHint().height() + around)}));
 }
 
 void DeviceDialog::makeForm() {

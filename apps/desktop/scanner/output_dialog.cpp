@@ -44,7 +44,7 @@ OutputDialog::OutputDialog(const OutputSettings& output, QWidget* parent)
   addField(*fileForm, tr("&Format"), m_format, tr("The format of the files that are written"));
   m_multiPage->setToolTip(tr("A batch makes one file with many pages, where the format can hold them"));
   fileForm->addRow(m_multiPage);
-  m_fate->addItem(tr("Count on to a free name"), quillbay::kFateIncrement);
+  m_fate->addItem(tr("Count up to a free name"), quillbay::kFateIncrement);
   m_fate->addItem(tr("Ask"), quillbay::kFateAsk);
   m_fate->addItem(tr("Overwrite"), quillbay::kFateOverwrite);
   addField(*fileForm, tr("If the file &exists"), m_fate, tr("What happens when the name is taken"));

@@ -24,7 +24,6 @@ using quillbay::UnitSource;
 namespace {
 
 constexpr const char* kSimulated = "sim:";
-constexpr const char* kSource = "Source";
 constexpr const char* kOptions = "Options";
 
 /// Drivers that talk to another machine.
@@ -88,11 +87,6 @@ void ScannerCommands::prepare() {
   if (!kept) return;
   if (const auto set = KxPtr<quillbay::IParam>::adopt(kept->GetSubStore(kOptions, 0)))
     options->LoadOptions(set.get());
-  const auto media = scanner.as<quillbay::IUnitMedia>();
-  const int source = quillbay::paramInt(kept.get(), kSource, -1);
-  std::string why;
-  if (media && source >= 0 && !media->SetSource(static_cast<UnitSource>(source), &why))
-    m_window->log().note(QString::fromStdString(why));
 }
 
 void ScannerCommands::panelTried(bool opened) {
@@ -147,17 +141,22 @@ void ScannerCommands::fillSources(QMenu* menu) {
 
 void ScannerCommands::chooseSource(UnitSource source) {
   const auto scanner = currentScanner(m_window->app());
-  const auto media = scanner.as<quillbay::IUnitMedia>();
-  std::string why;
-  if (media && mayChange()) {
-    if (!media->SetSource(source, &why)) {
-      m_window->tell(QString::fromStdString(why));
-    } else {
-      keepDevice(scanner.get());
-      m_window->reopenPanel();  // a source has its own modes and size
-    }
+  if (mayChange()) changeSource(scanner.get(), source);
+  m_window->panelDock().bar().showScanner(currentScanner(m_window->app()).get());
+}
+
+void ScannerCommands::changeSource(quillbay::IScan* scanner, UnitSource source) {
+  if (const QString device = deviceOf(m_manager.get()); SimDevice::isOne(device)) {
+    SimDevice sim(device);
+    sim.set("source", source == UnitSource::Flatbed ? "flatbed" : QString());
+    return use(sim.text().toStdString());
   }
-  m_window->panelDock().bar().showScanner(scanner.get());
+  const auto media = query<quillbay::IUnitMedia>(scanner);
+  std::string why;
+  if (!media) return;
+  if (!media->SetSource(source, &why)) return m_window->tell(QString::fromStdString(why));
+  keepDevice(scanner);
+  m_window->reopenPanel();  // a source has its own modes and size
 }
 
 void ScannerCommands::chooseFiles() {
@@ -189,9 +188,7 @@ void ScannerCommands::keepDevice(quillbay::IScan* scanner) {
   kept->RemoveSubStore(kOptions);
   const auto set = KxPtr<quillbay::IParam>::adopt(kept->GetSubStore(kOptions, 1));
   const auto options = query<quillbay::IUnitOptions>(scanner);
-  const auto media = query<quillbay::IUnitMedia>(scanner);
   if (options && set) options->SaveOptions(set.get());
-  if (media) kept->SetValue(kSource, static_cast<int>(media->GetSource()));
   m_window->settings().save();
 }
 

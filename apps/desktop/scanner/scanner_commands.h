@@ -37,6 +37,7 @@ class ScannerCommands : public QObject {
   [[nodiscard]] bool mayChange();
   void fillSources(QMenu* menu);
   void chooseSource(quillbay::UnitSource source);
+  void changeSource(quillbay::IScan* scanner, quillbay::UnitSource source);
   void chooseFiles();
   void chooseDevice();
   void keepDevice(quillbay::IScan* scanner);

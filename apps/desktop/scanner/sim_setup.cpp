@@ -241,6 +241,8 @@ void SimSetup::makeDrawings() {
   m_seed = addNumber(part, tr("S&eed"), "seed", 1, 0, 9e15, 0, {}, {});
   makePictures(part);
   m_dpi = addNumber(part, tr("Resolution of p&ictures"), "image-dpi", 300, 10, 4800, 3, tr(" dpi"), {});
+  addChoice(part, tr("Sour&ce"), "source", "feeder", {{"feeder", tr("Feeder")}, {"flatbed", tr("Flatbed")}},
+            tr("On a flatbed every page of a batch is laid down by hand"));
   addNumber(part, tr("Pages i&n the feeder"), "count", 0, 0, kMany, 0, {},
             tr("How many pages are there; the feeder can also be endless"))
       ->setSpecialValueText(tr("endless"));
