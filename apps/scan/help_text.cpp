@@ -21,16 +21,25 @@ constexpr std::array kSections{
     Section{
         "OUTPUT",
         "The name of every file that got its final name is printed on standard output, one a line. Messages and, "
-        "on a terminal, the progress go to standard error.\n"
+        "on a terminal, the progress go to standard error. With \\-o \\- the page itself goes to standard output, "
+        "once "
+        "it is complete.\n"
         ".PP\n"
         "A file is written as NAME.part beside its target and gets its name when it is complete; a file that "
         "exists is never replaced without \\-\\-overwrite. A page that is abandoned leaves nothing behind. What a "
         "killed program left of a multi\\-page file is published by \\-\\-recover.\n"},
     Section{
         "QUESTIONS",
-        "The program never asks. \"File exists. Overwrite?\" is answered with no, and with yes under "
-        "\\-\\-overwrite; a scanner without a document is not waited for, except in a batch that has had no page "
-        "yet; everything else is answered with no.\n"},
+        "The program asks only between the pages of a batch: when the device has no feeder, or with "
+        "\\-\\-batch\\-prompt. Return scans the next page, Ctrl\\-D ends the batch, and what was scanned stays. On "
+        "a "
+        "device without a feeder a batch of several pages is refused before its first page (exit status 1) when "
+        "standard input is no terminal, unless \\-\\-batch\\-delay or \\-\\-batch\\-prompt is given.\n"
+        ".PP\n"
+        "Every other question is answered by the options: \"File exists. Overwrite?\" with no, and with yes under "
+        "\\-\\-overwrite; a scanner without a document is asked once and not waited for; everything else is "
+        "answered "
+        "with no.\n"},
     Section{
         "JSON EVENTS",
         "With \\-\\-json every line of standard output is an object with the field \"event\":\n"
@@ -40,11 +49,13 @@ constexpr std::array kSections{
         ".TP\n.B page\npage, width, lines, dpi, file, published (false while a multi\\-page file still grows).\n"
         ".TP\n.B published\nfile, pages: a file got its final name.\n"
         ".TP\n.B message\nkind (information, question, retry), text, and, where there is one, path and answer "
-        "(yes, no, retry, give\\-up).\n"
+        "(yes, no, retry, give\\-up, ok, cancel).\n"
+        ".TP\n.B prompt\ntext: a line on standard input scans the next page, its end ends the batch.\n"
         ".TP\n.B note\ntext.\n"
         ".TP\n.B ended\ncause (done, stopped, device, output, media, refused), pages, status (the exit status), "
         "and fault (code, text) when the scanner has one.\n"
-        ".TP\n.B failed\ntext, status: the program ends before a scan could start.\n"
+        ".TP\n.B failed\ntext, status: the program ends before a scan could start; the command line was wrong, for "
+        "example.\n"
         ".TP\n.B device\ndevice, vendor, model, type: one for each line of \\-\\-list\\-devices.\n"
         ".TP\n.B options\nwhat \\-\\-all\\-options lists.\n"
         ".TP\n.B name\nfile: what \\-\\-dry\\-run prints.\n"},
@@ -61,15 +72,20 @@ constexpr std::array kSections{
         "page; with \\-\\-finish\\-page it waits for the end of the page. The second one ends the program at "
         "once.\n"},
     Section{"ENVIRONMENT",
-            ".TP\n.B SANE_DEFAULT_DEVICE\nThe device without \\-\\-device.\n"
+            ".TP\n.B SANE_DEFAULT_DEVICE\nThe device without \\-\\-device; it comes before the one of the saved "
+            "settings.\n"
             ".TP\n.B SANE_CONFIG_DIR\nWhere the scanner drivers have their configuration.\n"
+            ".TP\n.B TMPDIR\nWhere a page for standard output is kept until it is complete; /var/tmp without it.\n"
             ".TP\n.B XDG_CONFIG_HOME, XDG_STATE_HOME\nHold quillbay/settings.json and quillbay/state.json.\n"},
-    Section{"EXAMPLES",
-            ".nf\n"
-            "quillbay\\-scan \\-d sim: \\-\\-mode rgb \\-r 400 \\-\\-area A0 \\-o map.tif\n"
-            "quillbay\\-scan \\-\\-mode grey \\-\\-batch \\-\\-multipage \\-o plans.tif\n"
-            "quillbay\\-scan \\-\\-batch=10 \\-\\-dir scans \\-\\-mask '<DATE>\\-' \\-\\-option compression=lzw\n"
-            ".fi\n"},
+    Section{
+        "EXAMPLES",
+        ".nf\n"
+        "quillbay\\-scan \\-d sim: \\-\\-mode rgb \\-r 400 \\-\\-area A0 \\-o map.tif\n"
+        "quillbay\\-scan \\-d sim:count=5 \\-\\-mode grey \\-r 150 \\-\\-batch \\-\\-multipage \\-o plans.tif\n"
+        "quillbay\\-scan \\-d sim: \\-\\-mode grey \\-r 150 \\-\\-batch=10 \\-\\-dir scans \\-\\-mask '<DATE>\\-' "
+        "\\-\\-option compression=lzw\n"
+        "quillbay\\-scan \\-d sim: \\-\\-mode grey \\-r 75 \\-\\-format png \\-o \\- > page.png\n"
+        ".fi\n"},
 };
 
 std::string synopsis(const OptionRow& row) {

@@ -228,6 +228,7 @@ ScriptRun::Outcome ScriptRun::open(const ScriptStep& step) {
 ScriptRun::Outcome ScriptRun::saveAs(const ScriptStep& step) {
   const bool replace = fio::exists(step.file);
   if (!mayReplaceFile(m_world.events.get(), step.file)) return Outcome::Declined;
+  fio::createFolder(fio::folderOf(step.file));
   LineProgress lines(m_progress.get(), linesOf(m_work.rasters));
   if (!SaveRasterFile(m_world.app.get(), m_work.rasters, step.file, replace, m_progress ? &lines : nullptr)) {
     return Outcome::Cancelled;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
 
 #include "host_fixture.h"
 #include "quillbay/script_services.h"
@@ -98,6 +99,23 @@ TEST_F(ScriptRunTest, OpensChangesAndSavesARealFile) {
   EXPECT_FALSE(app->GetDocuments()[0].saved) << "turned after it was saved";
   EXPECT_EQ(pixel(current().get(), 0, 19), 255);
   EXPECT_EQ(pages(folder.path("in.tif")).size(), 1u);
+}
+
+/// The lines that docs/scripts.md begins with, as they are printed.
+std::string documentedExample() {
+  std::ifstream in(QUILLBAY_SOURCE "/docs/scripts.md");
+  std::string example;
+  for (std::string line; std::getline(in, line);) {
+    if (line.starts_with("    /")) example += line + "\n";
+  }
+  return example;
+}
+
+TEST_F(ScriptRunTest, TheDocumentedExampleRunsAsItIsPrinted) {
+  add(200);
+  ASSERT_NE(documentedExample().find("/SaveAs"), std::string::npos);
+  ASSERT_EQ(script(documentedExample()), 0) << messages.back().text;
+  EXPECT_EQ(CountRasterPages(folder.path("archive/plan 1.tif")), 1);
 }
 
 TEST_F(ScriptRunTest, LeavesOutWhatTheSettingsSayUnlessTheLineSaysOtherwise) {
