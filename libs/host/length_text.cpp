@@ -154,8 +154,9 @@ std::optional<std::string> numberText(const std::vector<Part>& parts, char decim
 std::optional<double> millimetresOf(const TypedLength& typed, const std::string& number, double factor) {
   const auto unit = unitFactor(typed.unit, factor);
   double value = 0;
-  if (!unit || !parseNumber(number, &value) || !std::isfinite(value * *unit)) return std::nullopt;
-  return (typed.negative ? -value : value) * *unit;
+  if (!unit || !parseNumber(number, &value)) return std::nullopt;
+  const double length = (typed.negative ? -value : value) * unit.value_or(0);
+  return std::isfinite(length) ? std::optional(length) : std::nullopt;
 }
 
 LengthReading lengthOf(double mm) { return {LengthReading::Kind::Length, mm, {}, {}}; }
@@ -191,11 +192,12 @@ LengthReading readLength(std::string_view text, double factor, bool decimalComma
   const auto dotted = decimalComma && !hasComma ? numberText(typed->parts, '.') : std::nullopt;
   const auto asGrouped = grouped ? millimetresOf(*typed, *grouped, factor) : std::nullopt;
   const auto asFraction = dotted ? millimetresOf(*typed, *dotted, factor) : std::nullopt;
-  if (asGrouped && asFraction && *asGrouped != *asFraction) {
-    return range.holds(*asFraction) ? ambiguous(*typed, *dotted, *grouped) : lengthOf(*asGrouped);
+  const double one = asGrouped.value_or(0), other = asFraction.value_or(0);
+  if (asGrouped && asFraction && one != other) {
+    return range.holds(other) ? ambiguous(*typed, *dotted, *grouped) : lengthOf(one);
   }
   if (!asGrouped && !asFraction) return {};
-  return lengthOf(asGrouped ? *asGrouped : *asFraction);
+  return lengthOf(asGrouped ? one : other);
 }
 
 std::string formatDecimal(double value, int decimals, char point) {
