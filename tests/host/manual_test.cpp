@@ -100,6 +100,8 @@ TEST(MessageWindows, EscapeAndReturnGiveTheHarmlessAnswer) {
                         {"yes, on its button", 14, 1, Qt::Key_Space, EventAnswer::Yes},
                         {"giving up", 16, 3, Qt::Key_Escape, EventAnswer::GiveUp},
                         {"trying again", 16, 3, Qt::Key_Return, EventAnswer::Retry},
+                        {"the next page of a batch", 14, 2, Qt::Key_Return, EventAnswer::Ok},
+                        {"the end of a batch", 14, 2, Qt::Key_Escape, EventAnswer::GiveUp},
                         {"information", 12, 7, Qt::Key_Escape, EventAnswer::Ok}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);

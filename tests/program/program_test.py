@@ -49,8 +49,8 @@ class View(Story):
             self.choose_area("5.00", "3.00")
             self.scan()
             seen.append("127 × 76")
-            self.expect_pages(*seen)
             self.menu("View", "Units", "mm")
+            self.expect_pages(*seen)
 
             self.choose("Paper", "A4")
             for orientation, size in (("Portrait", "210 × 297"), ("Landscape", "297 × 210")):
@@ -144,6 +144,26 @@ class Files(Story):
             edge = round(147 / 25.4 * DPI)
             self.assertGreater(picture[20:, : edge - 5].mean(), 150)
             self.assertLess(picture[20:, edge + 5 :].mean(), 80)
+
+    def test_flatbed_batch_in_one_format(self):
+        """Without a feeder a batch asks between its pages; the format is the chosen one."""
+        with self.shown_on_failure():
+            self.choose_small_page()
+            self.choose("Source", "Flatbed")
+            self.choose_files("bed")
+            self.press("File settings")
+            self.focus_window("File settings")
+            self.choose("Format", "PNG (.png)")
+            self.type_into("Digits", "2")
+            self.press("OK")
+            self.focus_window("Quillbay")
+            self.expect_next_name("bed00.png")
+            self.press("Batch")
+            self.press("Scan next page")
+            self.expect_files("bed00.png", "bed01.png")
+            self.press("Finish batch")
+            self.expect_idle()
+            self.expect_files("bed00.png", "bed01.png")
 
     def test_stops(self):
         with self.shown_on_failure():

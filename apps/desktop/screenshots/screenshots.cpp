@@ -16,9 +16,12 @@
 #include "quillbay/formats.h"
 #include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
+#include "scanner/output_settings.h"
 #include "scanner/panel_dock.h"
 #include "scanner/scanner_dialog.h"
+#include "scanner/scanner_offer.h"
 #include "scanner/sim_setup.h"
+#include "screenshots/example_device.h"
 #include "view/document_view.h"
 #include "view/live_page.h"
 #include "window/log_dock.h"
@@ -70,6 +73,7 @@ class Shooting {
   bool run() {
     m_window.resize(1366, 728);  // what a panel of the desktop leaves of a small screen
     m_window.show();
+    if (!saveOffer()) return false;
     // Larger pictures have a plain drawing, which takes little room in a file.
     const bool all = qApp->devicePixelRatio() <= 1;
     if (!use(all ? "sim:drawing=map,size=420x297,seed=7" : "sim:drawing=plan,size=420x297,seed=7")) return false;
@@ -85,6 +89,13 @@ class Shooting {
 
  private:
   // What the window shows.
+
+  /// The window of a first start.
+  bool saveOffer() {
+    m_window.start();
+    ScannerOffer* offer = m_window.panelDock().offer();
+    return !offer || (waitFor([&] { return !offer->isSearching(); }) && save(m_window, "first-start"));
+  }
 
   bool saveAtWork() {
     if (!saveScanning()) return false;
@@ -151,7 +162,7 @@ class Shooting {
   // What the program asks.
 
   bool saveDialogs() {
-    return saveScanners() && saveModal("batch", [this] { m_window.prompts().batchPages(); }) &&
+    return saveScanners() && saveSettings() && saveModal("batch", [this] { m_window.prompts().batchPages(); }) &&
            saveModal("unsaved",
                      [this] {
                        m_window.prompts().unsaved({"Page 1", "Page 2", "Page 3"});
@@ -168,6 +179,25 @@ class Shooting {
     message.cause = "No space left on device.";
     message.helpTopic = "QBHelp:IDH_CannotWrite";
     return message;
+  }
+  static quillbay::HostMessage nextDocument() {
+    quillbay::HostMessage message;
+    message.kind = quillbay::EventKind::Question;
+    message.buttons = quillbay::EventButtons::OkCancel;
+    message.event = quillbay::kEventNextDocument;
+    message.text = "Put the next document on the scanner.";
+    return message;
+  }
+  bool saveSettings() {
+    ExampleDevice device;
+    const auto unit = quillbay::KxPtr<quillbay::IUnitOptions>::share(&device);
+    return saveModal("device-settings", [&] { m_window.prompts().device(unit, "Wide-format scanner"); }) &&
+           saveModal("file-settings",
+                     [this] {
+                       OutputSettings output;
+                       m_window.prompts().output(&output);
+                     }) &&
+           saveModal("next-document", [this] { m_window.prompts().message(nextDocument()); });
   }
   bool saveScanners() {
     ScannerDialog dialog(m_manager.get(), {}, &m_window);
