@@ -47,8 +47,8 @@ class IIOParams : public IKxUnknown {
   [[nodiscard]] virtual std::string GetSoftware() = 0;
 };
 
-/// The list of standard papers: each a sub-store with "Used" (int), "Name" (text), "Size" (point) and "Units" (the
-/// name of a linear unit).
+/// The list of standard papers: each a sub-store with "Used" (int), "Name" (text), "Size" (point), "Units" (the
+/// name of a linear unit) and "More" (int, may be missing: not 0 for one that the panel lists behind "More").
 class IStdPapersParam : public IKxUnknown {
  public:
   virtual IParam* GetPapers() = 0;

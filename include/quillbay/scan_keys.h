@@ -46,6 +46,8 @@ inline constexpr char ModeIndex[] = "m_ctrlModes";
 inline constexpr char ResolutionIndex[] = "m_ctrlDPI";
 inline constexpr char PaperIndex[] = "m_ctrlPaperList";
 inline constexpr char SaveSettings[] = "SaveSettings";  ///< with a number, 0 to 3: `numbered`
+/// int: in an otherwise empty set that a page loads, not 0 brings the page to its defaults.
+inline constexpr char ResetMark[] = "__reset";
 inline constexpr char UseFileOut[] = "m_fUseFileOut";
 inline constexpr char Layout[] = "m_fMinSize";
 
@@ -93,6 +95,7 @@ inline constexpr char Used[] = "Used";    ///< int
 inline constexpr char Name[] = "Name";    ///< text
 inline constexpr char Size[] = "Size";    ///< point
 inline constexpr char Units[] = "Units";  ///< text: the name of a linear unit
+inline constexpr char More[] = "More";    ///< int: not 0 for a paper that lists show only when asked for more
 }  // namespace paper_key
 
 /// Commands that go to the host's `IScriptCmdSink`, and the keys of their arguments.

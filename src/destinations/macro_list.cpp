@@ -24,8 +24,9 @@ MacroList::MacroList(std::string user, bool scanTags) {
 }
 
 std::shared_ptr<MacroList> MacroList::process(const ScanValues& values) {
-  static const auto s_list = std::make_shared<MacroList>(userName(), values.currMode != kModeDirect);
-  return s_list;
+  static const auto s_all = std::make_shared<MacroList>(userName(), true);
+  static const auto s_direct = std::make_shared<MacroList>(userName(), false);
+  return values.currMode == kModeDirect ? s_direct : s_all;
 }
 
 std::string MacroList::expand(std::string text, const NameContext& context) {

@@ -13,7 +13,7 @@ class MacroList {
  public:
   /// `scanTags`: also the tags of mode, resolution and size, which a scanner that uses its own settings has not.
   MacroList(std::string user, bool scanTags);
-  /// The list of the process: filled at its first use, with the scan's tags unless the mode is 8 at that moment.
+  /// The list of the process for these settings: without the scan's tags in mode 8.
   [[nodiscard]] static std::shared_ptr<MacroList> process(const ScanValues& values);
 
   /// Replaces every tag, in any letter case, by its value; unknown tags stay.

@@ -1,12 +1,15 @@
 #include "pages/main_settings.h"
 
-#include <QContextMenuEvent>
+#include <QAbstractItemView>
 #include <QLineEdit>
 #include <QMenu>
 #include <QScopedValueRollback>
+#include <QScrollBar>
 #include <QStandardItemModel>
+#include <QTimer>
 #include <utility>
 
+#include "pages/paper_delegate.h"
 #include "pages/paper_list.h"
 #include "pages/scan_area.h"
 #include "platform/base_services.h"
@@ -43,8 +46,14 @@ std::string CMainSettings::GetTitle() { return Supp_Translate("Main"); }
 
 void CMainSettings::createForm(int) {
   m_form->setupUi(this);
-  for (LengthSpin* field : {m_form->width, m_form->offset, m_form->top, m_form->length})
+  for (LengthSpin* field : lengthFields()) {
     field->setUnits(&params().units());
+    connect(field, &UnitSpin::noted, this, [this](const QString& why) {
+      m_fieldNote = why;
+      showNote();
+    });
+  }
+  m_form->areaList->setItemDelegate(new PaperDelegate(m_form->areaList));
   const double maxLength = controller().Unit()->GetMaxLength();
   const double longest = maxLength > 0 ? maxLength : 1e6;
   const ScanValues& v = params().values();
@@ -79,15 +88,25 @@ bool CMainSettings::OnPageCommand(int id, int code, std::int64_t) {
     case kPortrait: setOrientation(true); return true;
     case kLandscape: setOrientation(false); return true;
     case kCentre: takeCentring(m_form->centre->isChecked() ? 1 : 0); return true;
+    case kDetectWidth: toggleDetection(2); return true;
+    case kDetectLength: toggleDetection(4); return true;
+    case kDetectPosition: toggleDetection(kDetectCentreFree); return true;
+    case kDetectSkew: toggleDetection(16); return true;
     case kBursting: params().set(scan_key::Bursting, m_form->bursting->isChecked() ? 1 : 0); return true;
     default: return code == kCodeSelected ? choose(id, code) : edited(id);
   }
 }
 
 bool CMainSettings::choose(int id, int) {
+  m_fieldNote.clear();  // another choice answers it
   switch (id) {
     case kModeList: applyMode(); return true;
-    case kAreaList: applyArea(); return true;
+    case kAreaList:
+      if (selectedData(m_form->areaList) == kMorePapers)
+        showMorePapers();
+      else
+        applyArea();
+      return true;
     case kResolutionList: applyResolution(); return true;
     default: return false;
   }
@@ -111,12 +130,54 @@ bool CMainSettings::edited(int id) {
 void CMainSettings::fillLists() {
   fill(m_form->modeList, modeEntries(*controller().Unit(), params().values().scannerHasColor));
   params().papers = loadPapers(params().app());
-  fill(m_form->areaList, areaEntries(params().papers));
-  markUnusable();
+  params().quiet().offersDetection = controller().OffersDetection() != 0;
+  fillAreas();
   fillResolutions(params().values().currMode);
   // Presets have no store yet: the list is there, and is shown once it can hold something.
   m_form->presetLabel->setVisible(m_form->presetList->count() > 0);
   m_form->presetList->setVisible(m_form->presetList->count() > 0);
+}
+
+/// The list of areas, with the sizes of papers in the current unit; the selected one stays selected.
+void CMainSettings::fillAreas() {
+  const int selected = selectedData(m_form->areaList);
+  fill(m_form->areaList, areaEntries(params().papers, m_allPapers));
+  for (int row = 0; row < m_form->areaList->count(); ++row) {
+    const int paper = m_form->areaList->itemData(row).toInt() - kAreaPaper;
+    if (paper < 0) continue;
+    const auto size = QString::fromStdString(
+        paperSizeText(params().units(), params().papers[static_cast<std::size_t>(paper)].size));
+    m_form->areaList->setItemData(row, size, PaperDelegate::kDetailRole);
+    m_form->areaList->setItemData(row, m_form->areaList->itemText(row) + ", " + size, Qt::AccessibleTextRole);
+  }
+  // The list may be wider than the field that it hangs from.
+  QAbstractItemView* view = m_form->areaList->view();
+  view->setMinimumWidth(view->sizeHintForColumn(0) + view->verticalScrollBar()->sizeHint().width());
+  markUnusable();
+  if (selected >= 0) selectArea(selected);
+}
+
+/// The entry that stands for an area or a paper; a paper that is not listed brings all into the list.
+void CMainSettings::selectArea(int entry) {
+  int index = m_form->areaList->findData(entry);
+  if (index < 0 && !m_allPapers && entry >= kAreaPaper) {
+    m_allPapers = true;
+    fillAreas();
+    index = m_form->areaList->findData(entry);
+  }
+  m_form->areaList->setCurrentIndex(index);
+}
+
+void CMainSettings::showMorePapers() {
+  m_allPapers = true;
+  fillAreas();
+  const ScanValues& v = params().values();
+  if (v.scanType < kAreaPaper)
+    selectArea(v.scanType);
+  else
+    selectPaper(v.paperName);
+  // Once the list that was chosen from has closed.
+  if (isVisible()) QTimer::singleShot(0, m_form->areaList, [list = m_form->areaList] { list->showPopup(); });
 }
 
 /// What needs a document to be found is no choice where nothing finds it, nor is a paper that the bed would cut.
@@ -172,6 +233,7 @@ int CMainSettings::selectedData(const QComboBox* list) const {
 }
 
 int CMainSettings::selectedMode() const {
+  if (isDirect()) return kModeDirect;
   const int mode = selectedData(m_form->modeList);
   return mode >= 0 ? mode : params().values().currMode;
 }
@@ -191,7 +253,7 @@ void CMainSettings::selectPaper(const std::string& name) {
   const PaperRecord* paper = findPaper(params().papers, name);
   // A paper that the host has no more leaves its size.
   const int entry = paper ? kAreaPaper + static_cast<int>(paper - params().papers.data()) : kAreaCustom;
-  m_form->areaList->setCurrentIndex(m_form->areaList->findData(entry));
+  selectArea(entry);
 }
 
 void CMainSettings::applyArea() {
@@ -230,6 +292,12 @@ void CMainSettings::resolutionTyped() {
   if (m_dpiRange && m_dpiRange->holds(typed)) applyResolution();
 }
 
+bool CMainSettings::isDirect() const { return params().values().currMode == kModeDirect; }
+
+std::array<LengthSpin*, 4> CMainSettings::lengthFields() const {
+  return {m_form->width, m_form->offset, m_form->length, m_form->top};
+}
+
 void CMainSettings::applyMode() {
   const QScopedValueRollback applying(m_applying, true);
   controller().ForgetPalette();
@@ -252,6 +320,7 @@ void CMainSettings::takeCentring(std::int32_t wished) {
 void CMainSettings::stepList(int key) {
   if (!isEnabled()) return;  // a page is being scanned with these settings
   const KeyStep step = keyStep(key);
+  if (isDirect() && (step.list == KeyList::Mode || step.list == KeyList::Area)) return;
   QComboBox* list = nullptr;
   switch (step.list) {
     case KeyList::Mode: list = m_form->modeList; break;
@@ -262,11 +331,18 @@ void CMainSettings::stepList(int key) {
   }
   int next = stepIndex(list->currentIndex(), list->count(), step.step);
   const auto* entries = qobject_cast<const QStandardItemModel*>(list->model());
-  for (int i = 0; i < list->count() && entries && next >= 0 && !entries->item(next)->isEnabled(); ++i)
+  const auto isChoice = [&](int row) {
+    return (!entries || entries->item(row)->isEnabled()) && list->itemData(row).toInt() != kMorePapers;
+  };
+  for (int i = 0; i < list->count() && next >= 0 && !isChoice(next); ++i)
     next = stepIndex(next, list->count(), step.step);
   if (next < 0) return;
   list->setCurrentIndex(next);
   OnCommand(list->property("controlId").toInt(), kCodeSelected, next);
+}
+
+void CMainSettings::toggleDetection(int bit) {
+  params().set(scan_key::Autodetect, params().values().autodetect ^ bit);
 }
 
 void CMainSettings::detectArea() {
@@ -292,22 +368,37 @@ void CMainSettings::takeTypedArea() {
   showArea();
 }
 
-void CMainSettings::contextMenuEvent(QContextMenuEvent* event) {
-  // Not run in a loop of its own: the panel may close while it is open.
-  auto* menu = std::make_unique<QMenu>(this).release();
-  menu->setAttribute(Qt::WA_DeleteOnClose);
-  const auto add = [&](const QAbstractButton* button, int id) {
-    QAction* action = menu->addAction(button->text());
-    action->setCheckable(button->isCheckable());
-    action->setChecked(button->isChecked());
-    action->setEnabled(button->isEnabled());
-    connect(action, &QAction::triggered, this, [this, id] { OnCommand(id, kCodeClicked, 1); });
+std::string CMainSettings::GetRefusal() {
+  std::string why;
+  for (LengthSpin* field : lengthFields()) {
+    if (why.empty()) why = field->problem().toStdString();
+    field->finishEdit();
+  }
+  takeTypedArea();
+  const ScanValues& v = params().values();
+  if (why.empty() && v.scanType == kAreaCustom && !(v.rcScan.height() > 0))
+    why = Supp_Translate(
+        "The custom size has a length of 0. Type a length, or choose Fixed Width to scan to the end of the "
+        "document.");
+  return why;
+}
+
+void CMainSettings::fillMenu(QMenu& menu) {
+  addToMenu(menu, *m_form->portrait, kPortrait);
+  addToMenu(menu, *m_form->landscape, kLandscape);
+  menu.addSeparator();
+  addToMenu(menu, *m_form->detect, kDetect);
+  if (!params().values().offersDetection) return;
+  struct Bit {
+    const char* text;
+    int id, bit;
   };
-  add(m_form->portrait, kPortrait);
-  add(m_form->landscape, kLandscape);
-  menu->addSeparator();
-  add(m_form->detect, kDetect);
-  menu->popup(event->globalPos());
+  static constexpr Bit kBits[] = {{"Detect the width", kDetectWidth, 2},
+                                  {"Detect the length", kDetectLength, 4},
+                                  {"Detect the position", kDetectPosition, kDetectCentreFree},
+                                  {"Detect the skew", kDetectSkew, 16}};
+  for (const Bit& b : kBits)
+    addToMenu(menu, Supp_Translate(b.text), b.id, (params().values().autodetect & b.bit) != 0);
 }
 
 }  // namespace quillbay

@@ -1,5 +1,6 @@
 #pragma once
 #include <QString>
+#include <array>
 #include <memory>
 #include <optional>
 
@@ -9,11 +10,14 @@
 #include "widgets/tab.h"
 
 class QComboBox;
+class QMenu;
 namespace Ui {
 class MainSettings;
 }
 
 namespace quillbay {
+
+class LengthSpin;
 
 /// The first page: scan mode, area or paper, resolution, orientation, centring, bursting and added width. What the
 /// person chooses goes into the scan parameters at once; areas that are typed follow a second later, or with the
@@ -37,6 +41,10 @@ class CMainSettings final : public CTab {
     kTop = 1403,
     kLength = 1404,
     kAddedWidth = 1405,
+    kDetectWidth = 1411,     ///< toggles bit 2 of "m_dwAutodetect"
+    kDetectLength = 1412,    ///< bit 4
+    kDetectPosition = 1413,  ///< bit 8
+    kDetectSkew = 1414,      ///< bit 16
     kScannerKey = 6464,
     kApplyArea = 6500,
   };
@@ -47,13 +55,14 @@ class CMainSettings final : public CTab {
   int Load(IParam* store) override;
   int Save(IParam* store) override;
   std::string GetTitle() override;
+  std::string GetRefusal() override;
   /// Whether an area was typed that the view has not been told of yet.
   [[nodiscard]] bool awaitsArea() const noexcept { return m_applyTimer.countdown() >= 0; }
 
  protected:
   void createForm(int mode) override;
   bool OnPageCommand(int id, int code, std::int64_t value) override;
-  void contextMenuEvent(QContextMenuEvent* event) override;
+  void fillMenu(QMenu& menu) override;
 
  private:
   class CIChangeParams final : public TSinkImpl<IChangeParams, CMainSettings> {
@@ -64,7 +73,11 @@ class CMainSettings final : public CTab {
   };
 
   // Lists
+  struct Stored;
   void fillLists();
+  void fillAreas();
+  void showMorePapers();
+  void selectArea(int entry);
   void markUnusable();
   void fillResolutions(int mode);
   void showResolution(int dpi);
@@ -80,6 +93,7 @@ class CMainSettings final : public CTab {
   void resolutionTyped();
   void setOrientation(bool portrait);
   void stepList(int key);
+  void toggleDetection(int bit);
   void detectArea();
   void takeTypedArea();
   bool choose(int id, int code);
@@ -93,6 +107,7 @@ class CMainSettings final : public CTab {
   void showOrientation();
   void showAutodetect();
   void showCentring();
+  void showNote();
   void updateSummary();
 
   int paramChanged(const char* key);
@@ -100,13 +115,21 @@ class CMainSettings final : public CTab {
   void reactToAutodetect();
   void reactToScanType();
   void takeCentring(std::int32_t wished);
-  void loadChoices(IParam* store);
+  void loadChoices(const Stored& stored);
+  void loadMode(const Stored& stored);
+  void loadResolution(const Stored& stored);
+  void loadArea(const Stored& stored);
+  /// The scanner uses its own settings: nothing of this page chooses a mode or an area.
+  [[nodiscard]] bool isDirect() const;
+  [[nodiscard]] std::array<LengthSpin*, 4> lengthFields() const;
 
   std::unique_ptr<Ui::MainSettings> m_form;
   CIChangeParams m_changes{this};
   CountdownTimer m_applyTimer;
   std::optional<DpiRange> m_dpiRange;
   bool m_areaTyped = false;  // the fields hold an area that "m_rcScan" does not have yet
+  bool m_allPapers = false;  // the list shows the seldom used papers as well
+  QString m_fieldNote;       // why a field does not show what was typed
   QString m_lengthTip;       // of a length that counts
   bool m_applying = false;   // a choice of this page is being stored: its own echo is not applied again
 };

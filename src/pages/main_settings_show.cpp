@@ -1,5 +1,8 @@
 /// The main page as a mirror of the scan parameters: what its controls show, and how it follows changes made
 /// elsewhere. Reactions run inside a broadcast, so what they set is stored without a broadcast of its own.
+#include <QAccessible>
+#include <algorithm>
+
 #include "pages/main_settings.h"
 #include "pages/paper_list.h"
 #include "pages/scan_area.h"
@@ -17,7 +20,7 @@ void CMainSettings::showAll() {
   if (const int mode = m_form->modeList->findData(v.currMode); mode >= 0) m_form->modeList->setCurrentIndex(mode);
   showResolution(v.dpi);
   if (v.scanType < kAreaPaper)
-    m_form->areaList->setCurrentIndex(m_form->areaList->findData(v.scanType));
+    selectArea(v.scanType);
   else
     selectPaper(v.paperName);
   setSpinValue(m_form->added, v.addWidthPercent);
@@ -28,7 +31,8 @@ void CMainSettings::showAll() {
 }
 
 void CMainSettings::showUnits() {
-  for (LengthSpin* field : {m_form->width, m_form->offset, m_form->top, m_form->length}) field->redisplay();
+  for (LengthSpin* field : lengthFields()) field->redisplay();
+  fillAreas();
   std::string title = Supp_Translate("Scan area");
   if (ILinearUnit* unit = params().units().current()) title += " (" + unit->GetName() + ")";
   m_form->areaGroup->setTitle(QString::fromStdString(title));
@@ -36,6 +40,8 @@ void CMainSettings::showUnits() {
 
 void CMainSettings::showArea() {
   const AreaFields fields = fieldsOf(params().values());
+  // What lies beyond the bed is told as out of range.
+  m_form->offset->setLimits(0, std::max(0.0, params().values().bedWidth - fields.width));
   m_form->width->setMillimetres(fields.width);
   m_form->offset->setMillimetres(fields.offset);
   m_form->top->setMillimetres(fields.top);
@@ -55,6 +61,21 @@ void CMainSettings::showAccess() {
   m_form->length->setToolTip(follows ? QString::fromStdString(Supp_Translate(
                                            "The page is as long as the document; this length does not count"))
                                      : m_lengthTip);
+  showNote();
+}
+
+/// What keeps a field or the whole page from meaning what was typed.
+void CMainSettings::showNote() {
+  const ScanValues& v = params().values();
+  QString why = m_fieldNote;
+  if (why.isEmpty() && v.scanType == kAreaCustom && !(v.rcScan.height() > 0))
+    why = QString::fromStdString(Supp_Translate("A custom size needs a length above 0."));
+  if (why == m_form->note->text() && m_form->note->isHidden() == why.isEmpty()) return;
+  m_form->note->setText(why);
+  m_form->note->setVisible(!why.isEmpty());
+  if (why.isEmpty()) return;
+  QAccessibleEvent alert(m_form->note, QAccessible::Alert);
+  QAccessible::updateAccessibility(&alert);
 }
 
 void CMainSettings::showOrientation() {
@@ -147,7 +168,7 @@ void CMainSettings::reactToScanType() {
   if (m_applying) return;
   const ScanValues& v = params().values();
   if (v.scanType < kAreaPaper) {
-    m_form->areaList->setCurrentIndex(m_form->areaList->findData(v.scanType));
+    selectArea(v.scanType);
   } else if (findPaper(params().papers, v.paperName)) {
     selectPaper(v.paperName);
   } else {

@@ -13,47 +13,63 @@ namespace {
 
 std::string saveSettingsKey(std::size_t i) { return key::numbered(key::SaveSettings, static_cast<int>(i)); }
 
-/// Selects the entry that a store names; a key that is missing or out of range leaves the list as it is.
-void selectStored(QComboBox* list, IParam* store, const char* key) {
-  const int index = paramInt(store, key, -1);
-  if (index >= 0 && index < list->count()) list->setCurrentIndex(index);
-}
-
 }  // namespace
+
+/// A set as the page loads it: a missing key is what the page has, or its default when the set resets the page.
+struct CMainSettings::Stored {
+  explicit Stored(IParam* from) : store(from), resets(paramInt(from, key::ResetMark) != 0) {}
+  IParam* const store;
+  const bool resets;
+  const ScanValues defaults{};
+
+  [[nodiscard]] std::int32_t number(const char* key, std::int32_t now, std::int32_t fallback) const {
+    return paramInt(store, key, resets ? fallback : now);
+  }
+  /// The value under a key, or without it the list's entry at the index under another; -1 for neither.
+  [[nodiscard]] int choice(const char* valueKey, const char* indexKey, const QComboBox& list, int fallback) const {
+    if (const int value = paramInt(store, valueKey, -1); value >= 0) return value;
+    const QVariant entry = list.itemData(paramInt(store, indexKey, -1));
+    return entry.isValid() ? entry.toInt() : resets ? fallback : -1;
+  }
+};
 
 int CMainSettings::Load(IParam* store) {
   const Loading loading(*this);
   fillLists();
+  const Stored stored(store);
   ScanValues& v = params().quiet();
-  v.disablePreview = paramInt(store, key::DisablePreview, v.disablePreview);
+  v.disablePreview = stored.number(key::DisablePreview, v.disablePreview, stored.defaults.disablePreview);
   takeCentring(paramInt(store, key::Center, 1));
   setSpinValue(m_form->added, paramInt(store, key::AddWidth, 0));
   v.addWidthPercent = m_form->added->value();
   for (std::size_t i = 0; i < v.saveSettings.size(); ++i)
-    v.saveSettings[i] = paramString(store, saveSettingsKey(i), v.saveSettings[i]);
-  loadChoices(store);
-  if (const int mask = paramInt(store, key::AutoSet, v.autodetect); mask != v.autodetect) {
+    v.saveSettings[i] = paramString(store, saveSettingsKey(i), stored.resets ? std::string() : v.saveSettings[i]);
+  loadChoices(stored);
+  if (const int mask = stored.number(key::AutoSet, v.autodetect, stored.defaults.autodetect);
+      mask != v.autodetect) {
     params().set(scan_key::Autodetect, mask);
     if (NotifyGuard::isSet()) reactToAutodetect();  // nobody told this page
   }
   params().setIfChanged(scan_key::Bursting, autodetectEffect(v).bursting);
   const CKxVariant rect = paramValue(store, key::Rect);
-  if (const auto* area = rect.get<tagRRECT>()) params().setIfChanged(scan_key::RcScan, *area);
+  if (const auto* area = rect.get<tagRRECT>())
+    params().setIfChanged(scan_key::RcScan, *area);
+  else if (stored.resets)
+    params().setIfChanged(scan_key::RcScan, stored.defaults.rcScan);
   showAll();  // also what was stored without a broadcast
   return 1;
 }
 
-void CMainSettings::loadChoices(IParam* store) {
+void CMainSettings::loadChoices(const Stored& stored) {
   showAll();
-  selectStored(m_form->modeList, store, key::ModeIndex);
-  // The stored index is one of the stored mode's list.
+  loadMode(stored);
+  // A stored index is one of the stored mode's list.
   fillResolutions(selectedMode());
-  selectStored(m_form->resolutionList, store, key::ResolutionIndex);
-  // One that was typed has no index.
-  if (paramInt(store, key::ResolutionIndex, -1) < 0) showResolution(paramInt(store, key::ImageDpi));
-  selectStored(m_form->areaList, store, key::PaperIndex);
-  params().setIfChanged(scan_key::Portrait, paramInt(store, key::Portrait, params().values().portrait));
-  params().setIfChanged(scan_key::Bursting, paramInt(store, key::Bursting, params().values().bursting));
+  loadResolution(stored);
+  loadArea(stored);
+  const ScanValues& v = params().values();
+  params().setIfChanged(scan_key::Portrait, stored.number(key::Portrait, v.portrait, stored.defaults.portrait));
+  params().setIfChanged(scan_key::Bursting, stored.number(key::Bursting, v.bursting, stored.defaults.bursting));
   // Taken before the parameters' echo moves a list.
   const int dpi = selectedDpi(), mode = m_form->modeList->currentIndex();
   applyArea();
@@ -61,6 +77,32 @@ void CMainSettings::loadChoices(IParam* store) {
   showResolution(dpi);
   applyResolution();
   applyMode();
+}
+
+/// A mode that the scanner does not offer leaves the one that is chosen.
+void CMainSettings::loadMode(const Stored& stored) {
+  if (isDirect()) return;
+  const QComboBox& list = *m_form->modeList;
+  const int mode = stored.choice(key::Mode, key::ModeIndex, list, list.itemData(0).toInt());
+  if (const int index = list.findData(mode); mode >= 0 && index >= 0) m_form->modeList->setCurrentIndex(index);
+}
+
+void CMainSettings::loadResolution(const Stored& stored) {
+  const int dpi = stored.choice(key::ImageDpi, key::ResolutionIndex, *m_form->resolutionList, stored.defaults.dpi);
+  if (dpi > 0) showResolution(dpi);
+}
+
+/// Automatic areas and sizes are known by their numbers; papers by their names, in sets without a name by their
+/// place in the list of papers.
+void CMainSettings::loadArea(const Stored& stored) {
+  if (isDirect()) return;
+  const std::string name = paramString(stored.store, key::PaperName);
+  int area = paramInt(stored.store, key::PaperIndex, name.empty() ? -1 : kAreaPaper);
+  if (area < 0 && stored.resets) area = stored.defaults.scanType;
+  if (area >= kAreaPaper && !name.empty())
+    selectPaper(name);
+  else if (area >= 0 && area < kAreaPaper + static_cast<int>(params().papers.size()))
+    selectArea(area);
 }
 
 int CMainSettings::Save(IParam* store) {
@@ -76,7 +118,8 @@ int CMainSettings::Save(IParam* store) {
   store->SetValue(key::Rect, v.rcScan);
   store->SetValue(key::ModeIndex, m_form->modeList->currentIndex());
   store->SetValue(key::Mode, selectedMode());
-  store->SetValue(key::PaperIndex, m_form->areaList->currentIndex());
+  store->SetValue(key::PaperIndex, selectedData(m_form->areaList));
+  store->SetValue(key::PaperName, v.scanType == kAreaPaper ? v.paperName : std::string());
   store->SetValue(key::Bursting, v.bursting);
   store->SetValue(key::Portrait, v.portrait);
   return 1;

@@ -35,7 +35,7 @@ std::vector<PaperRecord> loadPapers(IApp* app) {
       logLine(LogLevel::Warning, "quillbay.pages", "standard paper \"" + id + "\" has no name, size or known unit");
       continue;
     }
-    papers.push_back({name, {size->x * factor, size->y * factor}});
+    papers.push_back({name, {size->x * factor, size->y * factor}, paramInt(paper.get(), paper_key::More) != 0});
   }
   return papers;
 }

@@ -77,9 +77,9 @@ FieldAccess fieldAccess(const ScanValues& values) noexcept {
 AutodetectEffect autodetectEffect(const ScanValues& values) noexcept {
   AutodetectEffect effect;
   const bool open = values.scanType == kAreaAutoWidth || values.scanType == kAreaFixedWidth;
-  effect.burstingAllowed = values.autodetect == 0 && !open;
+  effect.burstingAllowed = detectionOf(values) == 0 && !open;
   effect.bursting = effect.burstingAllowed ? values.bursting : 0;
-  const bool free = (values.autodetect & kDetectCentreFree) != 0;
+  const bool free = (detectionOf(values) & kDetectCentreFree) != 0;
   // A device that always centres does so whatever is detected.
   effect.center = allowedCentring(values.centring, free ? 0 : values.center);
   effect.centreAllowed = !free && values.centring != kAlwaysCentres && values.centring != kNeverCentres;

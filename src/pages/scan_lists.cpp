@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/base_services.h"
+#include "widgets/length_spin.h"
 
 namespace quillbay {
 
@@ -15,14 +16,31 @@ ListEntries modeEntries(IQuillbayUnit& unit, bool hasColor) {
   return entries;
 }
 
-ListEntries areaEntries(const std::vector<PaperRecord>& papers) {
+ListEntries areaEntries(const std::vector<PaperRecord>& papers, bool all) {
   ListEntries entries{{Supp_Translate("Auto"), kAreaAuto},
                       {Supp_Translate("Auto Width"), kAreaAutoWidth},
                       {Supp_Translate("Fixed Width"), kAreaFixedWidth},
                       {Supp_Translate("Custom Size"), kAreaCustom}};
-  int data = kAreaPaper;
-  for (const PaperRecord& paper : papers) entries.push_back({paper.name, data++});
+  bool more = false;
+  for (std::size_t i = 0; i < papers.size(); ++i) {
+    more = more || papers[i].more;
+    if (all || !papers[i].more) entries.push_back({papers[i].name, kAreaPaper + static_cast<int>(i)});
+  }
+  if (more && !all) entries.push_back({Supp_Translate("More papers..."), kMorePapers});
   return entries;
+}
+
+std::string paperSizeText(CScanUnits& units, const tagRSIZE& size) {
+  ILinearUnit* unit = units.current();
+  if (!unit) return {};
+  const auto shortened = [&](double mm) {
+    std::string text = lengthFieldText(units, mm);
+    if (text.find_first_of(".,") == std::string::npos) return text;
+    text.erase(text.find_last_not_of('0') + 1);
+    if (text.ends_with('.') || text.ends_with(',')) text.pop_back();
+    return text;
+  };
+  return shortened(size.cx) + " × " + shortened(size.cy) + ' ' + unit->GetName();
 }
 
 ListEntries resolutionEntries(IQuillbayUnit& unit, int mode) {

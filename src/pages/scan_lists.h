@@ -18,8 +18,13 @@ using ListEntries = std::vector<ListEntry>;
 
 /// The scan modes that the unit offers, with their numbers; modes in grey or colour only when it has colour.
 [[nodiscard]] ListEntries modeEntries(IQuillbayUnit& unit, bool hasColor);
-/// "Auto", "Auto Width", "Fixed Width", "Custom Size" (0-3), then the papers (4 and up).
-[[nodiscard]] ListEntries areaEntries(const std::vector<PaperRecord>& papers);
+/// The entry of `areaEntries` that stands for the papers that are not listed.
+inline constexpr int kMorePapers = -2;
+/// "Auto", "Auto Width", "Fixed Width", "Custom Size" (0-3), then the papers, each with 4 and its place in
+/// `papers`: all of them, or those that are in common use with an entry for more behind them.
+[[nodiscard]] ListEntries areaEntries(const std::vector<PaperRecord>& papers, bool all);
+/// The size of a paper in the current unit: "210 × 297 mm"; empty without a unit.
+[[nodiscard]] std::string paperSizeText(CScanUnits& units, const tagRSIZE& size);
 /// The unit's resolutions for a mode, in dots per inch.
 [[nodiscard]] ListEntries resolutionEntries(IQuillbayUnit& unit, int mode);
 

@@ -67,10 +67,15 @@ struct ScanValues {
   std::string helpTopic;
   bool hasScriptSyntax = false;
   bool scannerHasColor = true;
+  bool offersDetection = false;  ///< the panel can find a document by itself
   std::string detectionText;
   std::string summary;
 };
 
+/// What is detected: "m_dwAutodetect", and nothing where the panel cannot detect.
+[[nodiscard]] inline std::int32_t detectionOf(const ScanValues& values) noexcept {
+  return values.offersDetection ? values.autodetect : 0;
+}
 /// The colour space of a scan mode: bitonal for 0-4, grey for 5, palette for 6, colour for all others.
 [[nodiscard]] KxColorSpace colorSpaceOfMode(std::int32_t mode) noexcept;
 /// The colour class of a colour space: 1 and 2 bitonal, 16 grey, 8 palette, all others (0 too) colour.

@@ -23,6 +23,7 @@ class CScanTo;
 struct PaperRecord {
   std::string name;
   tagRSIZE size;
+  bool more = false;  ///< in lists only when the user asks for more papers
 };
 
 /// The process-wide scan settings. Every write to a value with a key goes through `set`, which stores it and then

@@ -16,9 +16,10 @@ class IUIScanPage {
   /// Creates the page's window for a scan mode (0-8) or `kAllModes`. Answers 1, or 0.
   virtual int Create(CWnd* parent, int mode) = 0;
   virtual void Show(int show) = 0;
-  /// Takes the page's values; a key that is missing leaves its control as it is.
+  /// Takes the page's values; a key that is missing leaves its control as it is, and with `key::ResetMark` in the set
+  /// brings it to its default.
   virtual int Load(IParam* params) = 0;
-  /// Answers 0 when the page's values are not acceptable (the page has told the person why).
+  /// Stores the values. Shows nothing: it is called at every key. Answers 1, or 0 when there is nothing to store.
   virtual int Save(IParam* params) = 0;
   /// The page's number, which names its store.
   virtual int GetNumber() = 0;
@@ -26,6 +27,9 @@ class IUIScanPage {
   virtual void Enable(int enable) = 0;
   [[nodiscard]] virtual std::string GetTitle() = 0;
   virtual HWND GetHwnd() = 0;
+  /// Why no run may start with the page's values, and the page may not be left: a message, which the controller
+  /// shows; empty when they are acceptable. Ends an edit that is under way.
+  [[nodiscard]] virtual std::string GetRefusal() { return {}; }
 };
 
 /// A unit's own pages for the B/W modes, where it has some.

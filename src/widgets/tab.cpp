@@ -1,5 +1,13 @@
 #include "widgets/tab.h"
 
+#include <QAbstractButton>
+#include <QContextMenuEvent>
+#include <QMenu>
+#include <memory>
+
+#include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
+
 namespace quillbay {
 
 namespace {
@@ -29,9 +37,53 @@ int CTab::Create(CWnd* parent, int mode) {
 }
 
 bool CTab::OnCommand(int id, int code, std::int64_t value) {
-  const bool handled = OnPageCommand(id, code, value);
+  const bool handled = onMenuCommand(id) || OnPageCommand(id, code, value);
   if (isPersonsChange(id, code)) reportChange();
   return handled;
+}
+
+bool CTab::onMenuCommand(int id) {
+  if (id == kDisablePreview) {
+    params().quiet().disablePreview = params().values().disablePreview ? 0 : 1;
+    return true;
+  }
+  if (id != kResetPage) return false;
+  const auto defaults = new_MemParam();
+  defaults->SetValue(key::ResetMark, 1);
+  Load(defaults.get());
+  return true;
+}
+
+void CTab::fillMenu(QMenu&) {}
+
+void CTab::addToMenu(QMenu& menu, const QAbstractButton& button, int id) {
+  QAction* action = menu.addAction(button.text());
+  action->setCheckable(button.isCheckable());
+  action->setChecked(button.isChecked());
+  action->setEnabled(button.isEnabled());
+  connect(action, &QAction::triggered, this, [this, id] { OnCommand(id, kCodeClicked, 1); });
+}
+
+void CTab::addToMenu(QMenu& menu, const std::string& text, int id, bool checked) {
+  QAction* action = menu.addAction(QString::fromStdString(text));
+  action->setCheckable(true);
+  action->setChecked(checked);
+  connect(action, &QAction::triggered, this, [this, id](bool on) { OnCommand(id, kCodeClicked, on); });
+}
+
+void CTab::contextMenuEvent(QContextMenuEvent* event) {
+  if (params().values().currMode == kModeDirect || !isEnabled()) return;
+  // Not run in a loop of its own: the panel may close while it is open.
+  auto* menu = std::make_unique<QMenu>(this).release();
+  menu->setAttribute(Qt::WA_DeleteOnClose);
+  fillMenu(*menu);
+  if (!menu->isEmpty()) menu->addSeparator();
+  addToMenu(*menu, Supp_Translate("&Disable Preview Updating"), kDisablePreview,
+            params().values().disablePreview != 0);
+  menu->addSeparator();
+  QAction* reset = menu->addAction(QString::fromStdString(Supp_Translate("&Reset Page")));
+  connect(reset, &QAction::triggered, this, [this] { OnCommand(kResetPage, kCodeClicked, 0); });
+  menu->popup(event->globalPos());
 }
 
 void CTab::reportChange() {

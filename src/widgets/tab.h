@@ -1,8 +1,13 @@
 #pragma once
+#include <string>
+
 #include "params/shared_scan_params.h"
 #include "platform/panel_controller.h"
 #include "platform/scan_page.h"
 #include "widgets/dialog.h"
+
+class QAbstractButton;
+class QMenu;
 
 namespace quillbay {
 
@@ -24,11 +29,23 @@ class CTab : public CDialog, public IUIScanPage {
 
   bool OnCommand(int id, int code, std::int64_t value) final;
 
+  /// Commands of the page's menu.
+  enum MenuCommand : int { kResetPage = 12, kDisablePreview = 32814 };
+
  protected:
   /// Sets the form up (`setupUi`), for a mode of `Create`.
   virtual void createForm(int mode) = 0;
   /// A command of the page's own; the controller hears of it afterwards.
   virtual bool OnPageCommand(int id, int code, std::int64_t value) = 0;
+
+  /// Adds the page's own commands to its menu, above those that every page has.
+  virtual void fillMenu(QMenu& menu);
+  /// Adds an entry that raises the command of a button, as the button shows it.
+  void addToMenu(QMenu& menu, const QAbstractButton& button, int id);
+  /// Adds a checkable entry that raises a command.
+  void addToMenu(QMenu& menu, const std::string& text, int id, bool checked);
+  /// The menu of the page; none where the scanner uses its own settings.
+  void contextMenuEvent(QContextMenuEvent* event) final;
 
   /// While one lives the page takes values over, and nothing that happens is the person's doing.
   class Loading {
@@ -48,6 +65,8 @@ class CTab : public CDialog, public IUIScanPage {
   [[nodiscard]] CSharedScanParams& params() const noexcept { return *m_params; }
 
  private:
+  [[nodiscard]] bool onMenuCommand(int id);
+
   IPanelController& m_controller;
   KxPtr<CSharedScanParams> m_params;
   const int m_number;

@@ -81,7 +81,7 @@ QSize UnitSpin::sizeHint() const {
 }
 
 void UnitSpin::typed(const QString& text) {
-  if (!std::exchange(m_editing, true)) m_before = m_value;
+  if (!std::exchange(m_editing, true)) m_before = held(m_value);
   note({});
   const LengthReading reading = read(text.toStdString());
   const bool counts = reading.kind == LengthReading::Kind::Length;

@@ -114,11 +114,14 @@ TEST(StdPapers, OwnOnesAddReplaceAndHide) {
   };
   EXPECT_EQ(size("A0"), (tagRPOINT{841, 1189}));
   EXPECT_EQ(size("ARCH E1"), (tagRPOINT{30, 42}));
+  EXPECT_EQ(size("Legal"), (tagRPOINT{8.5, 14}));
+  EXPECT_EQ(paramInt(sub(papers.get(), "B9", 0).get(), "More"), 1) << "seldom used on a large scanner";
+  EXPECT_EQ(paramInt(sub(papers.get(), "A4", 0).get(), "More"), 0);
   EXPECT_EQ(size("Roll 2_3"), (tagRPOINT{36, 120}));
   EXPECT_EQ(size("A4"), (tagRPOINT{211, 298}));
   EXPECT_EQ(papers->GetSubStore("B10", 0), nullptr);
   EXPECT_EQ(papers->GetSubStore("Broken", 0), nullptr);
-  EXPECT_EQ(papers->GetSubStores().size(), 22u + 11u - 1u + 1u);
+  EXPECT_EQ(papers->GetSubStores().size(), 22u + 14u - 1u + 1u);
 }
 
 TEST(RecoverPart, RefusesWhatIsNoLeftover) {

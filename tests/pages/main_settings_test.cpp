@@ -12,6 +12,7 @@
 #include <QTest>
 #include <set>
 
+#include "pages/paper_delegate.h"
 #include "pages/paper_list.h"
 #include "platform/base_services.h"
 #include "support/panel_world.h"
@@ -21,8 +22,9 @@ namespace quillbay {
 namespace {
 
 struct Page : test::PanelWorld {
-  explicit Page(std::int32_t centring = 0, const char* dpiRange = "") {
+  explicit Page(std::int32_t centring = 0, const char* dpiRange = "", std::int32_t mode = kModeBwThreshold) {
     params->quiet().centring = centring;
+    params->quiet().currMode = mode;
     controller.unit->dpiRange = dpiRange;
     page = new CMainSettings(controller, params);
     page->Create(&window, kAllModes);
@@ -50,11 +52,26 @@ struct Page : test::PanelWorld {
   void pickPaper(const char* name) const {
     const PaperRecord* paper = findPaper(params->papers, name);
     ASSERT_TRUE(paper) << name;
-    pick(CMainSettings::kAreaList, static_cast<int>(paper - params->papers.data()) + kAreaPaper);
+    const int data = static_cast<int>(paper - params->papers.data()) + kAreaPaper;
+    pick(CMainSettings::kAreaList, list(CMainSettings::kAreaList)->findData(data));
   }
   void key(int code) const {
     params->set(scan_key::ScannerKeyPressed, code);
     QApplication::processEvents();
+  }
+  /// Types into a field and ends the edit there, as Return does.
+  void enter(int id, const char* text) const {
+    auto* edit = field(id)->findChild<QLineEdit*>();
+    edit->setText(text);
+    Q_EMIT edit->textEdited(text);
+    std::ignore = save();  // the controller takes the settings at every key
+    field(id)->finishEdit();
+    std::ignore = save();
+  }
+  /// What stands beside the fields; empty while nothing does.
+  [[nodiscard]] std::string note() const {
+    const auto* label = page->findChild<QLabel*>("note");
+    return label->isHidden() ? std::string() : label->text().toStdString();
   }
   /// Types into a field of the shown page, the controller taking the settings at every key as it does.
   void type(int id, const char* text) {
@@ -147,7 +164,7 @@ TEST(MainSettings, LoadIgnoresIndicesThatNoListHas) {
 
 TEST(MainSettings, ScannerKeysStepTheListsAndWrap) {
   Page p;
-  const int papers = p.list(CMainSettings::kAreaList)->count();
+  const int papers = p.list(CMainSettings::kAreaList)->count() - 1;  // "More papers" is none
   struct Case {
     int key, list, from, want;
   };
@@ -227,6 +244,211 @@ TEST(MainSettings, ReactsByItselfWhereNothingIsBroadcast) {
   EXPECT_EQ(p.v().bursting, 0) << "to the end of the document there is one piece";
 }
 
+TEST(MainSettings, ListsAreRestoredByValueThenByIndex) {
+  struct Case {
+    const char* why;
+    std::function<void(IParam&)> fill;
+    int mode, dpi, type;
+    const char* paper;
+  };
+  const int a5 = kAreaPaper + 5;
+  const Case cases[] = {
+      {"values over indices",
+       [&](IParam& s) {
+         s.SetValue("MODE", 5), s.SetValue("m_ctrlModes", 0);
+         s.SetValue("ImageDPI", 600), s.SetValue("m_ctrlDPI", 1);
+         s.SetValue("m_PaperName", "A3"), s.SetValue("m_ctrlPaperList", a5);
+       },
+       kModeGrey, 600, kAreaPaper, "A3"},
+      {"indices alone",
+       [&](IParam& s) {
+         s.SetValue("m_ctrlModes", 7), s.SetValue("m_ctrlDPI", 1), s.SetValue("m_ctrlPaperList", a5);
+       },
+       kModeRgb, 200, kAreaPaper, "A5"},
+      {"a paper's name alone", [](IParam& s) { s.SetValue("m_PaperName", "Letter"); }, 0, 100, kAreaPaper,
+       "Letter"},
+      {"a paper behind More", [](IParam& s) { s.SetValue("m_PaperName", "B4"); }, 0, 100, kAreaPaper, "B4"},
+      {"no paper, whatever its name",
+       [](IParam& s) { s.SetValue("m_PaperName", "A3"), s.SetValue("m_ctrlPaperList", kAreaCustom); }, 0, 100,
+       kAreaCustom, ""},
+      {"a paper that is gone leaves its size",
+       [&](IParam& s) { s.SetValue("m_PaperName", "Roll 7"), s.SetValue("m_ctrlPaperList", a5); }, 0, 100,
+       kAreaCustom, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    Page p;
+    p.load(c.fill);
+    EXPECT_EQ(p.v().currMode, c.mode);
+    EXPECT_EQ(p.v().dpi, c.dpi);
+    EXPECT_EQ(p.v().scanType, c.type);
+    if (c.type == kAreaPaper) {
+      EXPECT_EQ(p.v().paperName, c.paper);
+      EXPECT_EQ(paramString(p.save().get(), "m_PaperName"), c.paper);
+    }
+  }
+}
+
+TEST(MainSettings, InDirectModeNothingChoosesAModeOrAnArea) {
+  Page p(0, "", kModeDirect);
+  const auto fill = [](IParam& s) {
+    s.SetValue("MODE", 5), s.SetValue("m_ctrlModes", 5);
+    s.SetValue("m_PaperName", "A4"), s.SetValue("m_ctrlPaperList", 8);
+    s.SetValue("ImageDPI", 600);
+    s.SetValue("__reset", 1);
+  };
+  for (const int key : {0, 12, 18, 11, 17}) {
+    if (key == 0)
+      p.load(fill);
+    else
+      p.key(key);
+    EXPECT_EQ(p.v().currMode, kModeDirect) << key;
+    EXPECT_EQ(p.v().scanType, kAreaFixedWidth) << key;
+    EXPECT_EQ(paramInt(p.save().get(), "MODE"), kModeDirect) << key;
+  }
+  EXPECT_EQ(p.v().dpi, 600);
+}
+
+TEST(MainSettings, ResetPageBringsTheDefaults) {
+  Page p;
+  p.pick(CMainSettings::kModeList, 7);
+  p.pickPaper("A4");
+  p.page->OnCommand(CMainSettings::kPortrait, kCodeClicked, 1);
+  p.params->set(scan_key::Autodetect, 0);
+  p.params->set(scan_key::Center, 0);
+  p.params->quiet().disablePreview = 1;
+  p.load([](IParam&) {});
+  EXPECT_EQ(p.v().currMode, kModeRgb) << "a missing key leaves its control";
+  EXPECT_EQ(p.v().scanType, kAreaPaper);
+
+  p.page->OnCommand(CTab::kResetPage, kCodeClicked, 0);
+  const ScanValues defaults;
+  EXPECT_EQ(p.v().currMode, 0);
+  EXPECT_EQ(p.v().dpi, 100);
+  EXPECT_EQ(p.v().scanType, defaults.scanType);
+  EXPECT_EQ(p.v().portrait, defaults.portrait);
+  EXPECT_EQ(p.v().autodetect, defaults.autodetect);
+  EXPECT_EQ(p.v().rcScan, defaults.rcScan);
+  EXPECT_EQ(p.v().disablePreview, 0);
+  EXPECT_GT(p.controller.pageChanges, 0);
+}
+
+TEST(MainSettings, WhatIsNoLengthRestoresTheValueBeforeAndSaysWhy) {
+  struct Case {
+    const char* locale;
+    int units;
+    const char* text;
+    double want;         // millimetres; 300 stood there before
+    const char* saying;  // a part of the note; empty: no note
+  };
+  const Case cases[] = {
+      {"en_US", 0, "1 189", 900, "900.0 mm is used"},
+      {"en_US", 0, "841", 841, ""},
+      {"en_US", 0, "841 x 1189", 300, "\"841 x 1189\" is not a length. 300.0 mm is kept."},
+      {"en_US", 0, "841,5", 300, "is not a length"},
+      {"en_US", 0, "36.5 in", 900, "outside the range from 110.0 mm to 900.0 mm. 900.0 mm is used."},
+      {"en_US", 1, "36.5", 900, "outside the range from 4.33 inch to 35.43 inch"},
+      {"en_US", 1, "20 cm", 200, ""},
+      {"en_US", 1, "wide", 300, "11.81 inch is kept"},
+      {"en_US", 0, "", 110, "110.0 mm is used"},
+      {"de_DE", 0, "589,5", 589.5, ""},
+      {"de_DE", 0, "589.5", 589.5, ""},
+      {"de_DE", 0, "1.189,0", 900, "900,0 mm is used"},
+      {"de_DE", 0, "1.189", 900, "900,0 mm is used"},
+      {"de_DE", 1, "8.189", 300, "can mean 8,189 or 8189"},
+      {"de_DE", 1, "8,189", 8.189 * 25.4, ""},
+  };
+  const QLocale before;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(std::string(c.locale) + " " + c.text);
+    QLocale::setDefault(QLocale(c.locale));
+    Page p;
+    p.params->set(scan_key::Autodetect, 0);
+    p.params->set(scan_key::Units, c.units);
+    p.pick(CMainSettings::kAreaList, kAreaCustom);
+    p.params->set(scan_key::RcScan, {0, 0, 300, 400});
+    p.enter(CMainSettings::kWidth, c.text);
+    EXPECT_NEAR(p.v().rcScan.width(), c.want, 1e-6);
+    EXPECT_EQ(p.note().empty(), *c.saying == 0) << p.note();
+    EXPECT_NE(p.note().find(c.saying), std::string::npos) << p.note();
+    p.enter(CMainSettings::kWidth, "200 mm");
+    EXPECT_EQ(p.note(), "") << "the reason goes with the next length";
+  }
+  QLocale::setDefault(before);
+}
+
+TEST(MainSettings, ARunIsRefusedByNameAndNothingElse) {
+  Page p;
+  p.params->set(scan_key::Autodetect, 0);
+  p.pick(CMainSettings::kAreaList, kAreaCustom);
+  p.params->set(scan_key::RcScan, {0, 0, 300, 400});
+  EXPECT_EQ(p.page->GetRefusal(), "");
+  p.enter(CMainSettings::kLength, "0");
+  EXPECT_NE(p.note().find("length above 0"), std::string::npos) << "told in the page at once";
+  EXPECT_TRUE(p.messages.empty()) << "without a window";
+  EXPECT_NE(p.page->GetRefusal().find("custom size has a length of 0"), std::string::npos);
+  p.pick(CMainSettings::kAreaList, kAreaFixedWidth);
+  EXPECT_EQ(p.page->GetRefusal(), "") << "to the end of the document";
+  EXPECT_EQ(p.note(), "");
+
+  auto* edit = p.field(CMainSettings::kWidth)->findChild<QLineEdit*>();
+  edit->setText("841 x 1189");
+  Q_EMIT edit->textEdited("841 x 1189");
+  EXPECT_NE(p.page->GetRefusal().find("is not a length"), std::string::npos) << "still being typed";
+  EXPECT_EQ(p.page->GetRefusal(), "") << "what is shown now is what is scanned";
+  EXPECT_NEAR(p.field(CMainSettings::kWidth)->millimetres(), 300, 1e-9);
+}
+
+TEST(MainSettings, DetectionCountsOnlyWhereItIsOffered) {
+  Page p;
+  p.controller.offersDetection = 0;
+  p.load([](IParam&) {});
+  p.pick(CMainSettings::kAreaList, kAreaCustom);
+  EXPECT_EQ(p.v().autodetect, 8) << "the default stays";
+  EXPECT_TRUE(p.button(CMainSettings::kCentre)->isEnabled());
+  EXPECT_TRUE(p.button(CMainSettings::kBursting)->isEnabled());
+  p.params->set(scan_key::Bursting, 1);
+  EXPECT_EQ(p.v().bursting, 1);
+  p.controller.offersDetection = 1;
+  p.load([](IParam&) {});
+  EXPECT_FALSE(p.button(CMainSettings::kBursting)->isEnabled());
+
+  const std::pair<int, int> bits[] = {{CMainSettings::kDetectWidth, 2},
+                                      {CMainSettings::kDetectLength, 4},
+                                      {CMainSettings::kDetectPosition, 8},
+                                      {CMainSettings::kDetectSkew, 16}};
+  for (const auto& [id, bit] : bits) {
+    const std::int32_t mask = p.v().autodetect;
+    p.page->OnCommand(id, kCodeClicked, 0);
+    EXPECT_EQ(p.v().autodetect, mask ^ bit);
+  }
+}
+
+TEST(MainSettings, SeldomUsedPapersComeWithMore) {
+  Page p;
+  auto* list = p.list(CMainSettings::kAreaList);
+  EXPECT_LT(list->findText("B4"), 0);
+  EXPECT_LT(list->findText("A8"), 0);
+  const int letter = list->findText("Letter"), more = list->findData(kMorePapers);
+  ASSERT_GE(letter, 0);
+  ASSERT_GE(more, 0);
+  const auto size = [&](const char* name) {
+    return list->itemData(list->findText(name), PaperDelegate::kDetailRole);
+  };
+  EXPECT_EQ(size("A4"), "210 × 297 mm");
+  EXPECT_EQ(size("Letter"),
+            QString("215") + QLocale().decimalPoint() + "9 × 279" + QLocale().decimalPoint() + "4 mm");
+  p.params->set(scan_key::Units, kInches);
+  EXPECT_EQ(size("Tabloid"), "11 × 17 inch");
+  p.pickPaper("A4");
+  p.pick(CMainSettings::kAreaList, more);
+  EXPECT_EQ(p.v().paperName, "A4") << "is no area";
+  EXPECT_EQ(list->currentText(), "A4");
+  EXPECT_GE(list->findText("B4"), 0);
+  EXPECT_LT(list->findData(kMorePapers), 0);
+  EXPECT_EQ(list->findText("Letter"), letter + 14) << "papers keep their order";
+}
+
 TEST(MainSettings, APaperThatFitsOnlyOneWayTurns) {
   Page p;
   ASSERT_EQ(p.v().portrait, 0);
@@ -249,6 +471,7 @@ TEST(MainSettings, WhereNothingFindsDocumentsNoAutomaticAreaIsChosen) {
   p.pick(CMainSettings::kAreaList, kAreaFixedWidth);
   p.key(17);
   EXPECT_EQ(p.v().scanType, kAreaPaper) << "the key goes round, over the automatic areas";
+  EXPECT_FALSE(p.v().offersDetection);
   EXPECT_EQ(p.list(CMainSettings::kAreaList)->model()->index(kAreaPaper, 0).flags() & Qt::ItemIsEnabled,
             Qt::ItemIsEnabled);
   p.params->quiet().bedWidth = 200;
@@ -287,9 +510,11 @@ TEST(MainSettings, NothingIsPutUnderTheFingersOfWhoTypes) {
   p.pick(CMainSettings::kAreaList, kAreaCustom);
   p.type(CMainSettings::kWidth, "210.5");
   EXPECT_NEAR(p.v().rcScan.width(), 210.5, 1e-9);
-  QTest::keyClicks(p.field(CMainSettings::kWidth), "x\r");
-  EXPECT_EQ(p.field(CMainSettings::kWidth)->text(), QLocale().toString(210.5, 'f', 1))
-      << "what is no length gives way";
+  QTest::keyClicks(p.field(CMainSettings::kWidth), "x");
+  EXPECT_TRUE(p.field(CMainSettings::kWidth)->text().endsWith("x"));
+  QTest::keyClicks(p.field(CMainSettings::kWidth), "\r");
+  EXPECT_EQ(p.field(CMainSettings::kWidth)->text(), QLocale().toString(110.0, 'f', 1))
+      << "the value before the edit, not the beginning of the text";
 }
 
 TEST(MainSettings, APaperKeepsItsSizeWhateverItsPlaceAndTheUnits) {
@@ -318,7 +543,7 @@ TEST(MainSettings, LengthsFollowTheLocale) {
   auto* edit = p.field(CMainSettings::kWidth)->findChild<QLineEdit*>();
   EXPECT_EQ(edit->text(), "210,5");
   for (const auto& [text, want] : {std::pair{"400,25", 400.25}, {"500.5", 500.5}, {"20 in", 508.0}, {"x", 508.0}}) {
-    Q_EMIT edit->textEdited(text);
+    p.enter(CMainSettings::kWidth, text);
     EXPECT_NEAR(p.field(CMainSettings::kWidth)->millimetres(), want, 1e-9) << text;
   }
   QLocale::setDefault(before);
@@ -341,9 +566,6 @@ TEST(MainSettings, TypedResolutionsWithinTheDevicesRange) {
   p.pick(CMainSettings::kResolutionList, 0);
   p.page->Load(typed.get());
   EXPECT_EQ(p.v().dpi, 275);
-  typed->SetValue("m_ctrlDPI", 2);  // as a host asks for an entry of the list
-  p.page->Load(typed.get());
-  EXPECT_EQ(p.v().dpi, 300);
 }
 
 TEST(MainSettings, TheDetectionButtonAsksTheController) {

@@ -96,6 +96,7 @@ TEST(ScanArea, WhatDetectionMakesOfBurstingAndCentring) {
     const char* why;
     std::int32_t mask, type, centring;
     AutodetectEffect want;
+    bool offered = true;
   };
   const Case cases[] = {
       {"off", 0, kAreaCustom, 0, {true, true, 1, 1}},
@@ -104,12 +105,14 @@ TEST(ScanArea, WhatDetectionMakesOfBurstingAndCentring) {
       {"finds the size", 2, kAreaCustom, 0, {false, true, 0, 1}},
       {"finds the position", 8, kAreaCustom, 0, {false, false, 0, 0}},
       {"a device that always centres", 8, kAreaCustom, kAlwaysCentres, {false, false, 0, 1}},
+      {"finds the position, where nothing is detected", 8, kAreaCustom, 0, {true, true, 1, 1}, false},
       {"a device that never centres", 0, kAreaCustom, kNeverCentres, {true, false, 1, 0}},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     ScanValues v = bed(900, c.type, 1, {});
     v.autodetect = c.mask;
+    v.offersDetection = c.offered;
     v.bursting = 1;
     v.centring = c.centring;
     EXPECT_EQ(autodetectEffect(v), c.want);
