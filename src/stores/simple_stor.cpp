@@ -39,18 +39,19 @@ void CSimpleStor::store(IScanBuffer* stripe) {
   KxSize size;
   stripe->GetSize(&size);
   if (!m_raster) {
-    if (stripe->CreateRaster(m_raster.put()) == 0 || !m_raster) {
-      logLine(LogLevel::Warning, kLog, "a stripe could not be made a raster and is not kept");
-      return;
-    }
+    if (stripe->CreateRaster(m_raster.put()) == 0 || !m_raster) return refuse();
     m_dpi = std::max(m_raster->GetResolution(), 1U);
     m_size = size;
     return;
   }
   // Behind padding, if there was any.
-  if (stripe->AddToRaster(m_raster->GetHeight(), m_raster.get()) == 0)
-    logLine(LogLevel::Warning, kLog, "a stripe could not be added to its raster");
+  if (stripe->AddToRaster(m_raster->GetHeight(), m_raster.get()) == 0) return refuse();
   m_size.height += size.height;
+}
+
+void CSimpleStor::refuse() {
+  m_error = Supp_Translate("Lines that the scanner delivered could not be stored. Scan the page again.");
+  logLine(LogLevel::Error, kLog, m_error);
 }
 
 int CSimpleStor::Finish(IRStor** out, int minLines, int release) {

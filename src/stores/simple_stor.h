@@ -7,8 +7,9 @@
 namespace quillbay {
 
 /// Keeps a scan as one raster (whose lines beyond the memory budget live in a scratch file).
-/// Thread-safe. When memory and scratch space run out the error sticks until `Reset`: nothing is accepted any more,
-/// what was stored stays. The error is told by `IStoreOutcome::GetError`; there is no file and no waiting here.
+/// Thread-safe. When memory and scratch space run out, or a stripe cannot be stored, the error sticks until
+/// `Reset`: nothing is accepted any more, what was stored stays. The error is told by `IStoreOutcome::GetError`;
+/// there is no file and no waiting here.
 class CSimpleStor final : public ISStripStor, public IStoreOutcome {
  public:
   CSimpleStor() = default;
@@ -18,7 +19,8 @@ class CSimpleStor final : public ISStripStor, public IStoreOutcome {
   int QueryInterface(const std::type_info& wanted, void** out) override;
 
   int IsAvailable() override { return 1; }
-  /// Answers 1 whatever the stripe answers; 0 when space ran out.
+  /// Answers 0 when space ran out, and after an error. A stripe that can become no raster answers 1 and is such an
+  /// error: the page ends with the next one.
   int AddStripe(IScanBuffer* stripe) override;
   void Reset() override;
   /// When the raster is asked for and is shorter than `minLines`, it grows by what is missing, but by 8 lines at
@@ -41,6 +43,7 @@ class CSimpleStor final : public ISStripStor, public IStoreOutcome {
   ~CSimpleStor() override = default;
   // With the lock held:
   void store(IScanBuffer* stripe);
+  void refuse();
   void grow(int minLines);
   void drop() noexcept;
 

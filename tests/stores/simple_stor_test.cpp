@@ -6,7 +6,7 @@
 #include <thread>
 
 #include "quillbay/errors.h"
-#include "stores/view_nothing_stor.h"
+#include "stores/view_stor.h"
 #include "stripes.h"
 
 namespace quillbay {
@@ -72,8 +72,33 @@ TEST(SimpleStor, FinishGrowsByEightLinesAtLeast) {
   }
 }
 
+KxPtr<ISStripStor> newViewStore(CViewStor::Raster raster, ISStripStor* destination = nullptr) {
+  return KxPtr<ISStripStor>::adopt(new CViewStor(raster, destination));
+}
+
+TEST(ViewStor, HandsOutTheDestinationsRasterOrItsOwnOrNone) {
+  const auto destination = makeEmptyStore();
+  const auto shared = newViewStore(CViewStor::Raster::Shared, destination.get());
+  const auto own = newViewStore(CViewStor::Raster::Own), none = newViewStore(CViewStor::Raster::None);
+  for (std::int32_t at = 0; at < 60; at += 20) {
+    const auto stripe = pageStripe(KxColorSpace::Grey, 20, at, 20);
+    for (const auto& store : {destination, shared, own, none}) ASSERT_EQ(store->AddStripe(stripe.get()), 1);
+  }
+  const auto page = finish(destination.get(), 0);
+  EXPECT_EQ(page->GetHeight(), 60) << "held once, filled once";
+  EXPECT_EQ(finish(shared.get(), 100).get(), page.get());
+  EXPECT_EQ(page->GetHeight(), 60) << "looking pads nothing";
+  EXPECT_TRUE(holdsPage(finish(own.get(), 0).get(), KxColorSpace::Grey, 60));
+  EXPECT_FALSE(finish(none.get(), 0));
+  shared->Reset();
+  EXPECT_TRUE(shared->IsEmpty());
+  EXPECT_FALSE(finish(shared.get(), 0));
+  EXPECT_EQ(finish(destination.get(), 0).get(), page.get()) << "the view's end is not the page's";
+}
+
 TEST(Stores, ExtentIsInclusiveAndEmptyIsMinusOne) {
-  const KxPtr<ISStripStor> stores[] = {makeEmptyStore(), KxPtr<ISStripStor>::adopt(new CUnseenStor)};
+  const KxPtr<ISStripStor> stores[] = {makeEmptyStore(), newViewStore(CViewStor::Raster::None),
+                                       newViewStore(CViewStor::Raster::Own)};
   for (const auto& store : stores) {
     double rect[4], mm[4];
     const auto expect = [&](double right, double bottom, double rightMM, double bottomMM) {
@@ -124,9 +149,6 @@ class HomelessStripe final : public CKxUnknownImpl<IScanBuffer> {
 TEST(SimpleStor, WantOfSpaceSticksUntilReset) {
   const auto store = makeEmptyStore();
   const auto outcome = store.as<IStoreOutcome>();
-  const auto refusing = KxPtr<IScanBuffer>::adopt(new HomelessStripe(false));
-  EXPECT_EQ(store->AddStripe(refusing.get()), 1) << "what the stripe answers does not count";
-  EXPECT_TRUE(store->IsEmpty());
   store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get());
   const auto throwing = KxPtr<IScanBuffer>::adopt(new HomelessStripe(true));
   EXPECT_EQ(store->AddStripe(throwing.get()), 0);
@@ -139,6 +161,22 @@ TEST(SimpleStor, WantOfSpaceSticksUntilReset) {
   store->Reset();
   EXPECT_EQ(outcome->GetError(), "");
   EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get()), 1);
+}
+
+TEST(SimpleStor, AStripeThatCannotBeStoredEndsThePage) {
+  const auto refusing = KxPtr<IScanBuffer>::adopt(new HomelessStripe(false));
+  for (const int before : {0, 10}) {
+    const auto store = makeEmptyStore();
+    if (before > 0) store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, before).get());
+    EXPECT_EQ(store->AddStripe(refusing.get()), 1) << "what the stripe answers is not passed on";
+    EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get()), 0);
+    EXPECT_NE(store.as<IStoreOutcome>()->GetError(), "");
+    EXPECT_EQ(store.as<IStoreOutcome>()->GetLines(), before);
+    EXPECT_FALSE(store->IsEmpty()) << "an error waits to be told";
+    KxPtr<IRStor> raster;
+    EXPECT_EQ(store->Finish(raster.put(), 0, 0), 0);
+    EXPECT_EQ(static_cast<bool>(raster), before > 0) << "what was stored stays";
+  }
 }
 
 TEST(SimpleStor, IsAskedWhileItFills) {

@@ -1,0 +1,74 @@
+#include "stores/view_stor.h"
+
+#include <algorithm>
+
+#include "stores/extent.h"
+#include "stores/simple_stor.h"
+
+namespace quillbay {
+
+CViewStor::CViewStor(Raster raster, ISStripStor* destination) : m_kind(raster) {
+  if (raster == Raster::Own) m_pages = makeEmptyStore();
+  if (raster == Raster::Shared) m_pages = KxPtr<ISStripStor>::share(destination);
+}
+
+int CViewStor::QueryInterface(const std::type_info& wanted, void** out) {
+  return detail::answerQuery<ISStripStor>(this, wanted, out);
+}
+
+KxPtr<ISStripStor> CViewStor::pages() const {
+  const std::lock_guard lock(m_lock);
+  return m_pages;
+}
+
+int CViewStor::AddStripe(IScanBuffer* stripe) {
+  if (!stripe) return 0;
+  if (m_kind == Raster::Own && pages()->AddStripe(stripe) == 0) return 0;
+  KxSize size;
+  stripe->GetSize(&size);
+  const std::lock_guard lock(m_lock);
+  m_size = {size.width, m_size.height + size.height};
+  m_dpi = std::max(stripe->GetResolution(), 1U);
+  return 1;
+}
+
+void CViewStor::Reset() {
+  KxPtr<ISStripStor> own;
+  {
+    const std::lock_guard lock(m_lock);
+    m_size = {};
+    // The destination goes its own way: its next page is not this one.
+    if (m_kind == Raster::Shared) m_pages = nullptr;
+    own = m_pages;
+  }
+  if (own) own->Reset();
+}
+
+int CViewStor::Finish(IRStor** out, int minLines, int release) {
+  const bool own = m_kind == Raster::Own;
+  const auto from = pages();
+  const int answer = from ? from->Finish(out, own ? minLines : 0, own ? release : 0) : 1;
+  if (release != 0) Reset();
+  return answer;
+}
+
+void CViewStor::Paint(IRasterDC* target, const CRDirectTfm* tfm) {
+  if (const auto from = pages()) from->Paint(target, tfm);
+}
+
+void CViewStor::GetRect(double rect[4]) {
+  const std::lock_guard lock(m_lock);
+  putExtent(m_size.width, m_size.height, rect);
+}
+
+void CViewStor::GetRectMM(double rect[4]) {
+  const std::lock_guard lock(m_lock);
+  putExtentMM(m_size.width, m_size.height, m_dpi, rect);
+}
+
+bool CViewStor::IsEmpty() {
+  const std::lock_guard lock(m_lock);
+  return m_size.height == 0;
+}
+
+}  // namespace quillbay
