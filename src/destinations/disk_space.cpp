@@ -43,8 +43,8 @@ SpaceVerdict judgeSpace(const std::string& folder, std::int64_t available, std::
   if (expected > available)
     return {
         SpaceVerdict::Tight,
-        formatText(Supp_Translate("The page may need up to %s, and %s are free in %s. The scan goes on; when the "
-                                  "space runs out the page is lost."),
+        formatText(Supp_Translate("The page may need up to %s, and %s are free in %s. When the space runs out, the "
+                                  "page is lost."),
                    {byteText(expected), byteText(available), folder})};
   return {};
 }

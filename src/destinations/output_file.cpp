@@ -33,6 +33,19 @@ bool setAsideLeftover(IEvents* events, const std::string& path) {
   }
 }
 
+/// Asks what to do about little space: true looks again, false gives the page up.
+bool retriesSpace(IEvents* events, const SpaceVerdict& verdict) {
+  const std::string advice = verdict.fate == SpaceVerdict::Full
+                                 ? Supp_Translate("Retry looks again, Cancel stops.")
+                                 : Supp_Translate(
+                                       "Retry looks again and scans, also when there is still too little; "
+                                       "Cancel stops.");
+  const std::string text = verdict.text + '\n' + advice;
+  logLine(LogLevel::Warning, kCategory, verdict.text);
+  return events->Message(static_cast<int>(EventKind::Retry), text.c_str(), 0,
+                         static_cast<int>(EventButtons::RetryCancel)) == static_cast<int>(EventAnswer::Retry);
+}
+
 /// Takes over what the rule gave, with the broadcasts of what changed.
 void adopt(CSharedScanParams& params, const OutputName& name) {
   params.setIfChanged(scan_key::Counter, name.counter);
@@ -78,21 +91,25 @@ int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* dra
   return 1;
 }
 
-bool checkSpace(const ScanValues& values, IEvents* events, bool interactive) {
+bool checkSpace(const ScanValues& values, IEvents* events, bool interactive, const SpaceTest& space) {
   const std::string folder = fio::folderOf(values.outputFile);
-  const SpaceVerdict verdict = judgeSpace(folder, fio::freeSpace(folder), expectedBytes(values));
-  if (verdict.fate == SpaceVerdict::Enough) return true;
-  if (verdict.fate == SpaceVerdict::Full) {
-    signalCannotWrite(events, values.outputFile, verdict.text);
-    return false;
+  for (bool again = false;; again = true) {
+    const SpaceVerdict verdict =
+        judgeSpace(folder, space ? space(folder) : fio::freeSpace(folder), expectedBytes(values));
+    if (verdict.fate == SpaceVerdict::Enough) return true;
+    const bool full = verdict.fate == SpaceVerdict::Full;
+    if (events && interactive && (full || !again)) {
+      if (retriesSpace(events, verdict)) continue;
+      return false;
+    }
+    if (full) {
+      signalCannotWrite(events, values.outputFile, verdict.text);
+      return false;
+    }
+    logLine(LogLevel::Warning, kCategory, verdict.text);
+    if (events) events->Note(kCategory, verdict.text.c_str());
+    return true;
   }
-  logLine(LogLevel::Warning, kCategory, verdict.text);
-  if (!events) return true;
-  events->Note(kCategory, verdict.text.c_str());
-  if (interactive)
-    events->Message(static_cast<int>(EventKind::Information), verdict.text.c_str(), 0,
-                    static_cast<int>(EventButtons::Ok));
-  return true;
 }
 
 }  // namespace quillbay

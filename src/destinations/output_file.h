@@ -1,4 +1,7 @@
 #pragma once
+#include <functional>
+#include <string>
+
 #include "destinations/page_draft.h"
 #include "params/shared_scan_params.h"
 #include "quillbay/events.h"
@@ -18,8 +21,12 @@ void signalCannotWrite(IEvents* events, const std::string& path, const std::stri
 /// User-interface thread. `events` may be null; then nobody can be asked and "ask" refuses.
 [[nodiscard]] int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* draft);
 
-/// Compares the folder's free space with the expected page. A warning goes to the host's log, and to the person
-/// when `interactive`; false, after event 9, when next to nothing is free.
-[[nodiscard]] bool checkSpace(const ScanValues& values, IEvents* events, bool interactive);
+/// Compares the folder's free space with the expected page. When it is little, `interactive` asks: Retry looks
+/// again and goes on unless next to nothing is free, Cancel stops (false). Otherwise a warning goes to the host's
+/// log, and next to nothing is event 9, and false.
+/// `space` null: asks the file system for a folder's free bytes.
+using SpaceTest = std::function<std::int64_t(const std::string& folder)>;
+[[nodiscard]] bool checkSpace(const ScanValues& values, IEvents* events, bool interactive,
+                              const SpaceTest& space = {});
 
 }  // namespace quillbay

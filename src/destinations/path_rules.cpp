@@ -92,7 +92,8 @@ std::string replaceInvalid(std::string path) {
   return path;
 }
 
-std::optional<PastedPath> splitPastedPath(const std::string& text) {
+std::optional<PastedPath> splitPastedPath(const std::string& text, PasteField field,
+                                          const std::function<bool(const std::string& extension)>& isPicture) {
   const auto first = text.find_first_not_of(" \t\r\n");
   if (first == std::string::npos) return std::nullopt;
   std::string path = text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
@@ -101,10 +102,14 @@ std::optional<PastedPath> splitPastedPath(const std::string& text) {
   const bool absolute = path[0] == '/' || path.starts_with("\\\\") || path.starts_with("~/") || drive;
   if (!lostDelimiters && !absolute) return std::nullopt;
   std::replace(path.begin(), path.end(), '?', '\\');
-  if (!lostDelimiters && fio::isFolder(fio::expandHome(path))) return PastedPath{path, {}};
   const std::string name = fio::fileNameOf(path);
   const std::string extension = fio::extensionOf(name);
-  return PastedPath{fio::folderOf(path), name.substr(0, name.size() - extension.size())};
+  const std::string stem = name.substr(0, name.size() - extension.size());
+  if (lostDelimiters) return PastedPath{fio::folderOf(path), stem};
+  const bool picture = isPicture(extension);
+  const bool isFolder = (field == PasteField::Folder && !picture) || fio::isFolder(fio::expandHome(path));
+  if (name.empty() || isFolder) return PastedPath{path, {}};
+  return PastedPath{fio::folderOf(path), picture ? stem : name};
 }
 
 }  // namespace quillbay

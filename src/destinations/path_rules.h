@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -24,8 +25,13 @@ struct PastedPath {
   std::string folder;
   std::string mask;  ///< file name without extension; empty: the path was a folder's
 };
+/// The field that a text is pasted into.
+enum class PasteField { Folder, Mask };
 /// A text with question marks is a full path whose delimiters were lost in transit, they become backslashes. An
-/// absolute path is one as well. Nothing for any other text, which is pasted as it is.
-[[nodiscard]] std::optional<PastedPath> splitPastedPath(const std::string& text);
+/// absolute path is one as well: a folder's when it ends with a delimiter, when the folder exists, or, in the
+/// folder field, when it has no extension of a picture; else a file's. Nothing for any other text, which is pasted
+/// as it is. `isPicture`: whether a format has this extension (with its dot).
+[[nodiscard]] std::optional<PastedPath> splitPastedPath(
+    const std::string& text, PasteField field, const std::function<bool(const std::string& extension)>& isPicture);
 
 }  // namespace quillbay

@@ -16,6 +16,7 @@
 #include "destinations/path_rules.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
+#include "quillbay/formats.h"
 #include "quillbay/scan_keys.h"
 #include "ui_scan_to_view.h"
 
@@ -34,6 +35,14 @@ void fill(QComboBox* combo, const History& history) {
   combo->clear();
   for (const std::string& item : history.items()) combo->addItem(QString::fromStdString(item));
   combo->setEditText(text);
+}
+
+bool isFormatExtension(const std::string& extension) {
+  const std::vector<FormatInfo> formats = ListFormats();
+  return std::any_of(formats.begin(), formats.end(), [&](const FormatInfo& format) {
+    return std::any_of(format.extensions.begin(), format.extensions.end(),
+                       [&](const std::string& known) { return sameKey(known, extension); });
+  });
 }
 
 /// Shows a text, leaving the cursor of somebody who just typed it.
@@ -104,6 +113,9 @@ int CScanToView::paramChanged(const char* key) {
 bool CScanToView::OnCommand(int id, int code, std::int64_t) {
   switch (id) {
     case kRefreshName: refreshNextName(); return true;
+    case kNameFound:
+      if (const auto name = m_nextName.take()) showNextName(*name);
+      return true;
     case kUseFileOut:
       m_useFileOut = m_form->useFileOut->isChecked();
       showFields();
@@ -144,13 +156,17 @@ void CScanToView::refreshNextName() {
   } else {
     m_clock.stop();
   }
-  QLineEdit* field = m_form->nextName;
-  if (v.dir.empty() || v.mask.empty()) {
-    field->clear();
-    field->setToolTip({});
+  if (!v.dir.empty() && !v.mask.empty()) {
+    m_nextName.ask(makeNameContext(m_params));
     return;
   }
-  const OutputName name = applyExistsRule(makeNameContext(m_params));
+  m_nextName.forget();
+  m_form->nextName->clear();
+  m_form->nextName->setToolTip({});
+}
+
+void CScanToView::showNextName(const OutputName& name) {
+  QLineEdit* field = m_form->nextName;
   const bool asks = name.refused && name.exists;
   const bool bad = name.refused && !asks;
   const QString shown = QString::fromStdString(bad ? name.why : fio::fileNameOf(name.path));
@@ -159,6 +175,11 @@ void CScanToView::refreshNextName() {
   std::string tip = bad ? name.why : name.path;
   if (asks) tip += '\n' + Supp_Translate("This file exists; you will be asked before it is replaced.");
   field->setToolTip(QString::fromStdString(tip));
+}
+
+void CScanToView::changeEvent(QEvent* event) {
+  if (event->type() == QEvent::ActivationChange && isActiveWindow()) refreshNextName();
+  CDialog::changeEvent(event);
 }
 
 PageDraft CScanToView::draft(bool isLast) const {
@@ -196,8 +217,12 @@ bool CScanToView::applyFolder(const std::string& folder) {
   return true;
 }
 
-bool CScanToView::pastePath(const std::string& text) {
-  const auto pasted = splitPastedPath(text);
+PasteField CScanToView::fieldOf(const QLineEdit* edit) const {
+  return edit == m_form->dir->lineEdit() ? PasteField::Folder : PasteField::Mask;
+}
+
+bool CScanToView::pastePath(const std::string& text, PasteField field) {
+  const auto pasted = splitPastedPath(text, field, isFormatExtension);
   if (!pasted) return false;
   if (!applyFolder(pasted->folder)) return true;
   if (!pasted->mask.empty()) m_params.setIfChanged(scan_key::Mask, pasted->mask);
@@ -208,7 +233,7 @@ bool CScanToView::pastePath(const std::string& text) {
 bool CScanToView::eventFilter(QObject* watched, QEvent* event) {
   auto* edit = qobject_cast<QLineEdit*>(watched);
   if (edit && event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste) &&
-      pastePath(QGuiApplication::clipboard()->text().toStdString()))
+      pastePath(QGuiApplication::clipboard()->text().toStdString(), fieldOf(edit)))
     return true;
   if (edit && event->type() == QEvent::ContextMenu)
     return showPasteMenu(edit, static_cast<const QContextMenuEvent&>(*event));
@@ -222,7 +247,7 @@ bool CScanToView::showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event)
   if (auto* paste = menu->findChild<QAction*>(QStringLiteral("edit-paste"))) {
     paste->disconnect(edit);
     connect(paste, &QAction::triggered, this, [this, edit] {
-      if (!pastePath(QGuiApplication::clipboard()->text().toStdString())) edit->paste();
+      if (!pastePath(QGuiApplication::clipboard()->text().toStdString(), fieldOf(edit))) edit->paste();
     });
   }
   menu->popup(event.globalPos());
@@ -260,6 +285,8 @@ int CScanToView::SaveParams(IParam* params) {
 }
 
 void CScanToView::Destroy() { delete this; }
+
+HWND CScanToView::GetFooter() { return m_form->nextRow; }
 
 int CScanToView::Enable(int enable) {
   setEnabled(enable != 0);

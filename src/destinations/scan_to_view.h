@@ -5,6 +5,8 @@
 #include "destinations/destination_factory.h"
 #include "destinations/file_destination.h"
 #include "destinations/history.h"
+#include "destinations/next_name.h"
+#include "destinations/path_rules.h"
 #include "quillbay/connection_point.h"
 #include "widgets/dialog.h"
 
@@ -41,6 +43,8 @@ class CScanToView final : public CDialog,
   int Show(int command) override;
   void GetTargetText(std::string* out) override;
   HWND GetHwnd() override { return this; }
+  /// The name of the next file.
+  HWND GetFooter() override;
 
   [[nodiscard]] bool writesFile() const override { return m_mode == ScanToFile; }
   [[nodiscard]] PageDraft draft(bool isLast) const override;
@@ -49,13 +53,15 @@ class CScanToView final : public CDialog,
   [[nodiscard]] std::string nextFile() const override;
 
   bool OnCommand(int id, int code, std::int64_t value) override;
-  /// Shows the next file's name, or why there is none.
+  /// Looks for the next file's name, without waiting: the field keeps what it shows until that is known.
   void refreshNextName();
   /// A text pasted into the folder or mask field. Answers false when it is to be pasted as it is.
-  bool pastePath(const std::string& text);
+  bool pastePath(const std::string& text, PasteField field);
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
+  /// Files may have come and gone while another window was in front.
+  void changeEvent(QEvent* event) override;
 
  private:
   class CIChangeParams final : public TSinkImpl<IChangeParams, CScanToView> {
@@ -64,11 +70,13 @@ class CScanToView final : public CDialog,
     int OnParamChanging(const char*) override { return 1; }
     int OnParamChanged(const char* key) override { return owner()->paramChanged(key); }
   };
-  /// Posted: the next name is out of date.
-  static constexpr int kRefreshName = 1390;
+  /// Posted: the next name is out of date; it was found.
+  static constexpr int kRefreshName = 1390, kNameFound = 1391;
 
   void setUpForm();
   int paramChanged(const char* key);
+  void showNextName(const OutputName& name);
+  [[nodiscard]] PasteField fieldOf(const QLineEdit* edit) const;
   void showFields();
   void fieldEdited(int id);
   void browse();
@@ -99,6 +107,7 @@ class CScanToView final : public CDialog,
   std::unique_ptr<Ui::ScanToView> m_form;
   CIChangeParams m_changes{this};
   History m_dirs{"Dir"}, m_masks{"Mask"};
+  NextNameFinder m_nextName{this, kNameFound};
   QTimer m_clock;  // runs while the name shows the time
   bool m_useFileOut = true;
   PageDraft m_draft;             // of the page that `BeginScan` prepared

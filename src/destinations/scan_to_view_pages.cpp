@@ -90,7 +90,12 @@ int CScanToView::endPage(bool cancelled) {
     tell(e.what());
     return 0;
   }
-  return handToHost(std::move(raster));
+  const auto outcome = store.as<IStoreOutcome>();
+  const std::string error = outcome && !raster ? outcome->GetError() : std::string();
+  if (error.empty()) return handToHost(std::move(raster));
+  store->Reset();  // the error is told once
+  tell(error);
+  return 0;
 }
 
 /// Answers why the page is not in its file; empty when it is.

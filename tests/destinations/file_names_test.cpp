@@ -248,20 +248,25 @@ TEST(PastedPaths, SplitIntoFolderAndMask) {
     std::string text;
     bool path;
     std::string folder, mask;
+    PasteField field = PasteField::Folder;
   };
   const Case cases[] = {
       {"question marks were backslashes", "C:?maps?north?sheet.v2.tif", true, "C:\\maps\\north\\", "sheet.v2"},
       {"an absolute path", "/maps/north/sheet.tif", true, "/maps/north/", "sheet"},
       {"from the home folder", "~/maps/sheet.tif", true, "~/maps/", "sheet"},
       {"a Windows path", "\\\\server\\maps\\sheet.tif\n", true, "\\\\server\\maps\\", "sheet"},
-      {"a folder that exists", dir.path(), true, dir.path(), ""},
-      {"a folder by its delimiter", "/maps/north/", true, "/maps/north/", ""},
+      {"a folder that exists", dir.path(), true, dir.path(), "", PasteField::Mask},
+      {"a folder that does not exist yet", "/maps/north", true, "/maps/north", ""},
+      {"a folder with a dot", "/maps/v1.2", true, "/maps/v1.2", ""},
+      {"a file name without extension", "/maps/north/sheet", true, "/maps/north/", "sheet", PasteField::Mask},
+      {"what is no picture's extension is kept", "/maps/sheet.v3", true, "/maps/", "sheet.v3", PasteField::Mask},
+      {"a folder by its delimiter", "/maps/north/", true, "/maps/north/", "", PasteField::Mask},
       {"a plain name", "sheet.tif", false, "", ""},
       {"nothing", " \n", false, "", ""},
   };
   for (const Case& one : cases) {
     SCOPED_TRACE(one.why);
-    const auto split = splitPastedPath(one.text);
+    const auto split = splitPastedPath(one.text, one.field, [](const std::string& e) { return e == ".tif"; });
     ASSERT_EQ(split.has_value(), one.path);
     if (!split) continue;
     EXPECT_EQ(split->folder, one.folder);

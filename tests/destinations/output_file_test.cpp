@@ -108,6 +108,42 @@ TEST(PrepareOutputFile, APartOfAKilledProgramIsKeptAndTold) {
   EXPECT_EQ(world.messages.size(), 1U) << "told once";
 }
 
+TEST(CheckSpace, AsksAPersonAndOnlyNotesWithoutOne) {
+  constexpr std::int64_t kTight = 1'000'000'000, kFull = 1000;
+  struct Case {
+    const char* why;
+    bool interactive;
+    EventAnswer answer;
+    std::vector<std::int64_t> free;  ///< at every look; the last one again and again
+    bool goesOn;
+    std::size_t messages;
+  };
+  const Case cases[] = {
+      {"enough", true, EventAnswer::GiveUp, {kTight * 1000}, true, 0},
+      {"stopped", true, EventAnswer::GiveUp, {kTight}, false, 1},
+      {"room was made", true, EventAnswer::Retry, {kTight, kTight * 1000}, true, 1},
+      {"a person takes the risk", true, EventAnswer::Retry, {kTight}, true, 1},
+      {"a full disk is asked about again", true, EventAnswer::Retry, {kFull, kFull, kTight}, true, 2},
+      {"nobody there", false, EventAnswer::GiveUp, {kTight}, true, 0},
+      {"nobody there, and full", false, EventAnswer::Retry, {kFull}, false, 1},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    PanelWorld world;
+    world.answer = c.answer;
+    ScanValues v;
+    v.rcScan = {0, 0, 900, 50000};
+    v.scanType = kAreaCustom;
+    v.dpi = 600;
+    v.colorSpace = KxColorSpace::Rgb;
+    v.outputFile = world.dir.file("x.tif");
+    std::size_t look = 0;
+    const auto space = [&](const std::string&) { return c.free[std::min(look++, c.free.size() - 1)]; };
+    EXPECT_EQ(checkSpace(v, world.app.as<IEvents>().get(), c.interactive, space), c.goesOn);
+    EXPECT_EQ(world.messages.size(), c.messages);
+  }
+}
+
 TEST(History, KeepsTheNewestSixteen) {
   PanelWorld world;
   const auto profile = world.app.as<IProfile>();

@@ -5,11 +5,13 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QThread>
 #include <algorithm>
 #include <filesystem>
 
 #include "destinations/file_names.h"
 #include "platform/base_services.h"
+#include "platform/file_channel.h"
 #include "quillbay/raster.h"
 #include "support/panel_world.h"
 
@@ -53,6 +55,14 @@ struct Panel : test::PanelWorld {
   }
   [[nodiscard]] std::string nextName() const {
     return panel->control<QLineEdit>(CScanToView::kNextName)->text().toStdString();
+  }
+  /// The name that the panel shows once it was found; after ten seconds whatever it shows then.
+  [[nodiscard]] std::string nextNameOnce(const std::string& wanted) const {
+    for (int i = 0; i < 1000 && nextName() != wanted; ++i) {
+      QApplication::processEvents();
+      if (nextName() != wanted) QThread::msleep(10);
+    }
+    return nextName();
   }
   QWidget window;
   KxPtr<NotingStore> store;
@@ -109,6 +119,7 @@ TEST(ScanToFile, EndsOfAPage) {
     ASSERT_TRUE(p.begin());
     const KxPtr<NotingStore> used = p.store;
     used->error = c.error;
+    p.params->quiet().dpi = 600;  // a setting that changes while the page runs is not the page's
     EXPECT_EQ(p.to->EndScan(c.cancelled), c.answer);
     EXPECT_EQ(p.params->values().counter, c.counter);
     EXPECT_EQ(p.stores, c.stores);
@@ -122,19 +133,96 @@ TEST(ScanToFile, EndsOfAPage) {
   }
 }
 
-TEST(ScanToFile, APartOfTheRunningBatchIsNotSetAside) {
+/// Adds a page to the part of `path`, as a page of a run that goes on.
+void growPart(const std::string& path) {
+  const auto channel = new_FileChanel(nullptr, path, nullptr, nullptr);
+  PageTarget target;
+  target.path = path;
+  target.joinsPart = true;
+  target.isLast = false;
+  channel->SetTarget(target);
+  ASSERT_EQ(channel.as<IKxRasterSavePagedChanel>()->Save(new_IRStor(KxColorSpace::Grey, 8, 4, 100).get(), nullptr),
+            1);
+  channel->Commit();
+}
+
+TEST(ScanToFile, APageOfARunJoinsTheFileOfTheFirst) {
+  static std::int64_t s_now = 0;
+  s_now = 1767607629;
+  setEnvironment({nullptr, [] { return s_now; }});
   Panel p(ScanToFile);
   p.params->quiet().multiPage = 1;
+  p.params->quiet().mask = "plan <TIME>";
   ASSERT_TRUE(p.begin(false));
+  const std::string file = p.params->values().outputFile;
+  growPart(file);
   ASSERT_EQ(p.to->EndScan(0), 1);
-  const std::string part = p.params->values().outputFile + ".part";
-  test::writeFile(part, "first page");
+  ++s_now;
   ASSERT_TRUE(p.begin(false));
-  EXPECT_EQ(test::readFile(part), "first page");
+  EXPECT_EQ(p.params->values().outputFile, file);
   ASSERT_EQ(p.to->EndScan(1), 0);
-  EXPECT_EQ(p.panel->endRun().fate, RunFile::Fate::Failed) << "it is no picture";
-  ASSERT_TRUE(p.begin()) << "the batch ended: what lies there now is a leftover";
-  EXPECT_EQ(test::readFile(part + ".1"), "first page");
+  EXPECT_TRUE(p.messages.empty()) << "its part is no leftover";
+  const RunFile end = p.panel->endRun();
+  EXPECT_EQ(end.fate, RunFile::Fate::Published) << "the page before the stopped one";
+  EXPECT_EQ(end.pages, 1);
+  EXPECT_TRUE(std::filesystem::exists(file));
+  ASSERT_TRUE(p.begin(false));
+  EXPECT_NE(p.params->values().outputFile, file) << "another run";
+  setEnvironment({});
+}
+
+TEST(ScanToFile, ANameThatWasTakenMeanwhile) {
+  struct Case {
+    const char* why;
+    std::int32_t multiPage, fate;
+    bool isLast;  ///< the page ends its file; otherwise the run does
+    EventAnswer answer;
+    const char* name;  ///< that the pages get; empty: they stay in the part
+    bool replaced;
+  };
+  const Case cases[] = {
+      {"a run of several pages", 1, kFateIncrement, false, EventAnswer::No, "plan000.tif", false},
+      {"its last page", 1, kFateIncrement, true, EventAnswer::No, "plan000.tif", false},
+      {"a run, existing files are replaced", 1, kFateOverwrite, false, EventAnswer::Yes, "", false},
+      {"its last page likewise", 1, kFateAsk, true, EventAnswer::Yes, "", false},
+      {"a page of its own", 0, kFateIncrement, true, EventAnswer::No, "plan001.tif", false},
+      {"a page of its own, asked, no", 0, kFateAsk, true, EventAnswer::No, "", false},
+      {"a page of its own, asked, yes", 0, kFateAsk, true, EventAnswer::Yes, "plan000.tif", true},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    Panel p(ScanToFile);
+    ScanValues& v = p.params->quiet();
+    v.mask = "plan";
+    v.multiPage = c.multiPage;
+    v.fileFate = c.fate;
+    p.answer = c.answer;
+    ASSERT_TRUE(p.begin(c.isLast));
+    const std::string file = v.outputFile;
+    growPart(file);
+    test::writeFile(file, "somebody's work");
+    if (c.isLast) {
+      p.store->error = "the name was taken";
+      p.store->written = 1;
+    }
+    const bool kept = *c.name != 0;
+    EXPECT_EQ(p.to->EndScan(0), c.isLast && !kept ? 0 : 1);
+    const RunFile end = p.panel->endRun();
+    EXPECT_EQ(end.fate, c.isLast ? RunFile::Fate::None : kept ? RunFile::Fate::Published : RunFile::Fate::Failed);
+    EXPECT_EQ(test::readFile(file) == "somebody's work", !c.replaced);
+    EXPECT_EQ(std::filesystem::exists(file + ".part"), !kept);
+    const auto told = std::count_if(p.messages.begin(), p.messages.end(), [&](const HostMessage& m) {
+      return m.text.find(file + ".part") != std::string::npos;
+    });
+    EXPECT_EQ(told, kept ? 0 : 1);
+    if (!kept) continue;
+    EXPECT_TRUE(std::filesystem::exists(p.dir.file("out/" + std::string(c.name))));
+    if (c.isLast) {
+      EXPECT_EQ(v.outputFile, p.dir.file("out/" + std::string(c.name)));
+    } else {
+      EXPECT_EQ(end.file, p.dir.file("out/" + std::string(c.name)));
+    }
+  }
 }
 
 TEST(ScanToView, HandsThePageOnWithAndWithoutSaving) {
@@ -209,24 +297,20 @@ TEST(ScanToView, AFolderThatIsGoneSavesNothing) {
 
 TEST(ScanToFilePanel, ShowsTheNextNameAndFollowsTheParameters) {
   Panel p(ScanToFile);
-  const auto settle = [] { QApplication::processEvents(); };
   p.params->set(scan_key::Mask, "sheet<DPI>_");
-  settle();
-  EXPECT_EQ(p.nextName(), "sheet100_000.tif");
+  EXPECT_EQ(p.nextNameOnce("sheet100_000.tif"), "sheet100_000.tif");
   std::filesystem::create_directory(p.dir.file("out"));
   test::writeFile(p.dir.file("out/sheet100_000.tif"), "");
   p.params->set(scan_key::Dpi, 100);
-  settle();
-  EXPECT_EQ(p.nextName(), "sheet100_001.tif");
+  EXPECT_EQ(p.nextNameOnce("sheet100_001.tif"), "sheet100_001.tif");
   EXPECT_EQ(p.params->values().counter, 0) << "looking changes nothing";
   p.params->quiet().extensions.fill(".png");
   p.params->NotifyParam("m_Ext");
-  settle();
-  EXPECT_EQ(p.nextName(), "sheet100_000.png");
+  EXPECT_EQ(p.nextNameOnce("sheet100_000.png"), "sheet100_000.png");
   ASSERT_TRUE(p.begin());
   p.params->quiet().counter = 7;  // as the start of a page moves it, without a word
   p.to->EndScan(1);
-  EXPECT_EQ(p.nextName(), "sheet100_007.png");
+  EXPECT_EQ(p.nextNameOnce("sheet100_007.png"), "sheet100_007.png");
   p.params->quiet().extensions.fill(".tif");
   p.params->quiet().counter = 0;
 
@@ -235,12 +319,15 @@ TEST(ScanToFilePanel, ShowsTheNextNameAndFollowsTheParameters) {
   mask->setEditText("plan");
   p.panel->OnCommand(CScanToView::kMask, kCodeComboEdited, 0);
   EXPECT_EQ(p.params->values().mask, "plan");
-  EXPECT_EQ(p.nextName(), "plan000.tif");
+  EXPECT_EQ(p.nextNameOnce("plan000.tif"), "plan000.tif");
 
-  EXPECT_TRUE(p.panel->pastePath("/maps/north/sheet.tif"));
+  EXPECT_TRUE(p.panel->pastePath("/maps/north/sheet.tif", PasteField::Folder));
   EXPECT_EQ(p.params->values().dir, "/maps/north/");
   EXPECT_EQ(p.params->values().mask, "sheet");
-  EXPECT_FALSE(p.panel->pastePath("sheet"));
+  EXPECT_TRUE(p.panel->pastePath("/maps/no such folder", PasteField::Folder));
+  EXPECT_EQ(p.params->values().dir, "/maps/no such folder");
+  EXPECT_EQ(p.params->values().mask, "sheet");
+  EXPECT_FALSE(p.panel->pastePath("sheet", PasteField::Folder));
 }
 
 TEST(ScanToFilePanel, APageKeepsTheMomentOfItsNameAndTheNextOneHasItsOwn) {

@@ -92,6 +92,21 @@ class NotingController final : public IPanelController {
     return commands.back() == refused ? 1 : 0;
   }
 
+  int Message(EventKind, const std::string& text, EventButtons) override {
+    messages.push_back(text);
+    return static_cast<int>(EventAnswer::Ok);
+  }
+  void PostPanelCommand(int command) override { posted.push_back(command); }
+  int IsCommandEnabled(int) override { return 1; }
+  void RestartPreview() override {}
+  int DockPage(IUIScanPage*) override { return 0; }
+  int FloatPage(IUIScanPage*) override { return 0; }
+  std::vector<IUIScanPage*> PagesOf(int) override { return {}; }
+  std::vector<IUIScanPage*> AllPages() override { return {}; }
+  int LoadPage(IUIScanPage*, IParam*) override { return 0; }
+
+  std::vector<std::string> messages;
+  std::vector<int> posted;
   KxPtr<NotedUnit> unit = KxPtr<NotedUnit>::adopt(new NotedUnit);
   int offersDetection = 1;
   int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0;
@@ -112,7 +127,7 @@ struct PanelWorld {
     options.log = HostLog::Quiet;
     options.onMessage = [this](const HostMessage& message) {
       messages.push_back(message);
-      return message.kind == EventKind::Question ? answer : message.answer;
+      return message.kind != EventKind::Information ? answer : message.answer;
     };
     options.onNote = [this](const std::string&, const std::string& text) { notes.push_back(text); };
     app = New_HostApp(options);
