@@ -1,31 +1,57 @@
 #include "control/maindlg.h"
 
-#include <QTimer>
+#include <QKeyEvent>
+#include <QTabBar>
+#include <QVBoxLayout>
 
 #include "control/command_ids.h"
 #include "control/panel_sink.h"
-#include "control/param_access.h"
+#include "destinations/destination_factory.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
+#include "quillbay/scan_keys.h"
+#include "stores/scan_to_file_stor.h"
 #include "stores/simple_stor.h"
 
 namespace quillbay {
 
 namespace {
-/// How long closing waits for a device that does not answer before it is left to itself.
-constexpr std::chrono::seconds kCloseLimit{10};
+
+constexpr int kPreviewTicks = 25;
+constexpr const char* kLog = "quillbay.control";
+
+/// The start that a command stands for.
+std::optional<RunKind> startOf(int id) {
+  switch (id) {
+    case command::kScan: return RunKind::Scan;
+    case command::kBatch: return RunKind::Batch;
+    case command::kPrescan: return RunKind::Prescan;
+    case command::kAreaPrescan:
+    case command::kPreviewTimer: return RunKind::AreaPrescan;
+    default: return std::nullopt;
+  }
+}
+
 }  // namespace
 
 CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* script, eTarnwellMode mode)
     : CDialog(parent),
       m_params(CSharedScanParams::acquire(app, &makeEmptyStore)),
-      m_script(KxPtr<IScriptCmdSink>::share(script)),
       m_sink(KxPtr<PanelSink>::adopt(new PanelSink(this))),
       m_changeSink(this),
       m_viewSync(view),
-      m_router(std::make_shared<ScanRouter>(this, &m_session)),
+      m_host(this, m_params, script),
+      m_router(std::make_shared<ScanRouter>(this)),
       m_scanSink(KxPtr<ScanSinkForwarder>::adopt(new ScanSinkForwarder(m_router))),
-      m_progress(KxPtr<PanelProgress>::adopt(new PanelProgress)) {
+      m_scanner(this, m_scanSink.get()),
+      m_pages(*this, m_params),
+      m_parts{*m_params, m_run, m_host, m_scanner, m_pages, m_steps},
+      m_settings(m_parts),
+      m_performer(this, m_parts, m_router, m_viewSync, m_previewTimer),
+      m_progress(KxPtr<PanelProgress>::adopt(new PanelProgress)),
+      m_focus(this) {
+  m_parts.stateChanged = [this] { showState(); };
+  m_parts.settingsApplied = [this](bool modeChanged) { settingsApplied(modeChanged); };
   ScanValues& v = quiet();
   v.multiPageRequested = mode == ScanToViewMultiPage ? 1 : 0;
   v.mode = mode == ScanToViewMultiPage ? ScanToView : mode;
@@ -40,190 +66,330 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
 
 CMaindlg::~CMaindlg() {
   m_previewTimer.destroy();
-  if (m_unit) {
-    m_unit->Command(m_scanSink.get(), static_cast<int>(UnitCommand::Close));
-    if (const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get())) outcome->Wake();
-    if (!m_router->waitIdle(kCloseLimit)) {
-      logLine(LogLevel::Error, "quillbay.control",
-              "scanner " + m_unitName + " did not end its scan; the panel closes without waiting for it");
-    }
-    m_router->disarm();
-    // A whole page that only waits for its writer is kept.
-    if (m_writerFinishes) {
-      m_stopAfterPage = true;
-      finishPage(false);
-    }
-    m_params->destinationStore->Reset();
-    endRunFile();
-    m_report.note(EndCause::Stopped);
-    m_report.end();  // whoever heard a run begin hears its end
+  if (m_scanner.isConnected()) {
+    m_performer.close();
     if (m_initialised) SaveSettings();
-    if (const auto ex = query<IQuillbayUnitEx>(m_unit.get())) ex->SetStationSink(nullptr);
-    if (const auto sinks = KxPtr<IConnectionPoint<IScanSink>>::adopt(m_unit->GetScanSinks())) {
-      sinks->Unsubscribe(m_scanSink.get());
-    }
+    m_scanner.disconnect();
   }
   m_sink->dialogIsGone();
   m_changeSink.Unsubscribe();
-  m_params->destination = nullptr;
-  m_params->progress = nullptr;
+  // Another panel of the process may have put its own there.
+  if (m_params->destination == m_destination.get()) m_params->destination = nullptr;
+  if (m_params->progress.get() == m_progress.get()) m_params->progress = nullptr;
   m_destination.reset();
-  for (auto& p : m_pages) p.reset();
+  m_pages.destroy();
 }
 
 IQuillbaySink* CMaindlg::sink() const noexcept { return m_sink.get(); }
 
-bool CMaindlg::OnCommand(int id, int code, std::int64_t value) {
-  switch (id) {
-    case command::kScan:
-      m_startPosted = false;
-      if (!beginRun(1)) return true;
-      m_session.setBatch(false);
-      Scan();
-      return true;
-    case command::kPrescan:
-      m_startPosted = false;
-      Prescan();
-      return true;
-    case command::kAreaPrescan: m_startPosted = false; [[fallthrough]];
-    case command::kPreviewTimer: AreaPrescan(); return true;
-    case command::kStop: StopRun(StopKind::Now); return true;
-    case command::kStopAfterPage: StopRun(StopKind::AfterPage); return true;
-    case command::kEject: EjectDocument(); return true;
-    case command::kBatch:
-      m_startPosted = false;
-      if (beginRun(static_cast<int>(value))) BatchScan();
-      return true;
-    case command::kSwitchLayout: SwitchLayout(); return true;
-    case command::kHelp: showHelp(); return true;
-    case command::kScannerKey: m_params->set(scan_key::ScannerKeyPressed, code); return true;
-    case command::kApplyParams: applyHostParams(); return true;
-    case command::kStarted: onStarted(); return true;
-    case command::kProgress: onProgress(); return true;
-    case command::kPrescanStripes: onPrescanStripes(); return true;
-    case command::kScanDone: onScanDone(code); return true;
-    case command::kWritten: finishPage(false); return true;
-    case command::kReady: onReady(); return true;
-    case command::kRedrawPort:
-    case command::kRedrawView: m_viewSync.invalidate(); return true;
-    case command::kBatchNext: BatchNext(); return true;
-    case command::kBurstNext: BurstNext(); return true;
-    case command::kBurstEnd: BurstEnd(); return true;
-    case command::kPageChanged: PageChanged(); return true;
-    case command::kTabs: showTab(static_cast<int>(value)); return true;
-    default: return CDialog::OnCommand(id, code, value);
+int CMaindlg::ConnectScanner() {
+  return guarded([&] { return m_scanner.connect(*m_params, m_host, m_sink.get()) ? 1 : 0; });
+}
+
+int CMaindlg::StartUp() {
+  return guarded([&] {
+    quiet().hasScriptSyntax = static_cast<bool>(query<IScriptSyntaxParam>(m_params->app()));
+    takeDirectMode();
+    makeForm();
+    makeDestination();
+    if (!m_destination) return 0;
+    m_pages.create(m_form->pageArea());
+    m_changeSink.Subscribe(m_params->connectionPoint());
+    m_layout = m_settings.load();
+    m_form->fillTabs(m_pages);
+    m_form->orderTabbing();
+    AreaChanged();
+    m_viewSync.invalidate();
+    layoutPanel();
+    m_initialised = true;
+    m_performer.pushSettings();
+    m_previewTimer.start(kPreviewTicks, false);
+    return 1;
+  });
+}
+
+/// Before anything else: lists and pages follow it.
+void CMaindlg::takeDirectMode() {
+  m_directMode = m_scanner.isDirect();
+  if (!m_directMode) return;
+  m_params->set(scan_key::CurrMode, kModeDirect);
+  quiet().colorSpace = colorSpaceOfMode(kModeDirect);
+  quiet().autoAnswer = 0;
+  m_params->set(scan_key::ScanType, kAreaFixedWidth);
+}
+
+void CMaindlg::makeForm() {
+  m_form.emplace(this);
+  m_parts.status = &m_form->status();
+  m_toolbar.emplace(m_form->toolbar(), this, static_cast<bool>(query<IHelp>(m_params->app())),
+                    [this](int id) { buttonPressed(id); });
+  attachControls();
+  connect(m_form->tabs(), &QTabBar::currentChanged, this, [this](int index) { m_form->showTab(m_pages, index); });
+}
+
+void CMaindlg::makeDestination() {
+  DestinationContext context;
+  context.mode = static_cast<eTarnwellMode>(values().mode);
+  context.params = m_params;
+  context.makeStore = [this](eTarnwellMode mode) -> KxPtr<ISStripStor> {
+    if (mode != ScanToFile && mode != ScanToNet) return makeEmptyStore();
+    return KxPtr<ISStripStor>::adopt(new CScanToFileStor(m_params->app(), m_progress.get()));
+  };
+  context.controller = this;
+  context.parent = m_form->destinationPlace();
+  m_destination.reset(quillbay::makeDestination(context).release());
+  if (!m_destination) return;
+  m_form->placeDestination(m_destination->GetHwnd(), m_destination->GetFooter());
+  m_parts.destination = m_params->destination = m_destination.get();
+  m_params->progress = KxPtr<IProgress>::share(m_progress.get());
+}
+
+int CMaindlg::SaveSettings() {
+  return guarded([&] { return m_settings.save(m_layout); });
+}
+
+void CMaindlg::layoutPanel() {
+  const std::size_t pages = m_pages.current().size();
+  if (pages == 0) m_layout = 1;
+  m_form->showPages(m_layout == 0, pages);
+  if (m_steps.preview) m_steps.preview->GetHwnd()->setVisible(m_layout == 0);
+  showState();
+}
+
+void CMaindlg::switchLayout() {
+  m_layout = m_layout == 0 ? 1 : 0;
+  layoutPanel();
+  if (auto* parent = qobject_cast<QWidget*>(parentWidget())) PostCommand(parent, command::kRelayoutParent, 1);
+  if (m_steps.preview) m_steps.preview->Refresh();
+}
+
+PanelState CMaindlg::panelState() const {
+  PanelState state;
+  state.busy = m_run.isBusy();
+  state.stopsAfterPage = m_run.stopsAfterPage();
+  state.small = m_layout == 1;
+  state.direct = m_directMode;
+  state.hasPages = !m_pages.current().empty();
+  state.hasPreview = m_steps.preview != nullptr;
+  state.prints = values().mode == ScanToPrint;
+  return state;
+}
+
+/// Buttons, pages and the status line follow the run.
+void CMaindlg::showState() {
+  if (!m_toolbar) return;
+  const bool busy = m_run.isBusy();
+  const FocusKeeper::Change change(m_focus, busy);
+  m_toolbar->show(panelState());
+  m_pages.enable(!busy);
+  if (m_steps.preview) m_steps.preview->Enable(busy ? 0 : 1);
+  if (m_destination) m_destination->Enable(busy ? 0 : 1);
+  m_form->status().setText(m_scanner.name() + " " + Supp_Translate(statusText()));
+  if (!m_run.isRunning()) m_form->status().setLines(-1, 0);
+  if (m_run.state() != RunState::Waiting) m_performer.wait().close();
+}
+
+const char* CMaindlg::statusText() const {
+  switch (m_run.state()) {
+    case RunState::Detecting: return "Detecting margins....";
+    case RunState::FindingPalette: return "Calculate palette....";
+    case RunState::Prescanning:
+    case RunState::AreaPrescanning: return "Scanning preview....";
+    case RunState::Preparing: return isPreview(m_run.kind()) ? "Scanning preview...." : "Scanning....";
+    case RunState::Scanning:
+    case RunState::Finishing: return "Scanning....";
+    default: return "Ready...";
   }
+}
+
+void CMaindlg::showHelp() {
+  const auto help = query<IHelp>(m_params->app());
+  const char* inUse = m_form->topicInUse(m_pages, m_layout == 0);
+  const std::string topic = inUse ? inUse : values().helpTopic;
+  if (help && help->ShowTopic(topic.c_str())) return;
+  logLine(LogLevel::Warning, kLog, "no help was shown for " + topic);
+}
+
+bool CMaindlg::event(QEvent* event) {
+  const bool key = event->type() == QEvent::ShortcutOverride || event->type() == QEvent::KeyPress;
+  if (!key || !static_cast<const QKeyEvent*>(event)->matches(QKeySequence::HelpContents) ||
+      !query<IHelp>(m_params->app())) {
+    return CDialog::event(event);
+  }
+  if (event->type() == QEvent::KeyPress) OnCommand(command::kHelp, 1, 0);
+  event->accept();
+  return true;
+}
+
+void CMaindlg::changeEvent(QEvent* event) {
+  if (event->type() == QEvent::PaletteChange && m_toolbar) m_toolbar->drawIcons();
+  CDialog::changeEvent(event);
 }
 
 int CMaindlg::OnParamChanging(const char* key) {
   if (sameKey(key, scan_key::CurrMode.name)) {
     quiet().colorSpace = colorSpaceOfMode(values().currMode);
-    fillTabs();
+    m_form->fillTabs(m_pages);
   } else if (sameKey(key, scan_key::RcPreview.name)) {
     PostCommand(this, command::kRedrawPort, 1, 0, true);
   }
   return 0;
 }
 
-int CMaindlg::EnableViewSync(int enable) { return m_viewSync.enable(enable); }
-
-int CMaindlg::ApplyParams(IParam* params) {
-  auto copy = new_MemParam();
-  Param_CopyTo(params, copy.get());
-  {
-    const std::lock_guard lock(m_hostMutex);
-    std::swap(m_hostParams, copy);
+/// After every subscriber had its first pass: what depends on the value is settled.
+int CMaindlg::OnParamChanged(const char* key) {
+  for (const char* area : {scan_key::RcScan.name, scan_key::Dpi.name, scan_key::CurrMode.name,
+                           scan_key::ScanType.name, scan_key::PaperName.name, scan_key::Portrait.name}) {
+    if (sameKey(key, area)) AreaChanged();
   }
-  PostCommand(this, command::kApplyParams, 1);
-  return 1;
-}
-
-void CMaindlg::applyHostParams() {
-  const auto given = [this] {
-    const std::lock_guard lock(m_hostMutex);
-    return m_hostParams;
-  }();
-  if (!given) return;
-  const NotifyGuard guard;
-  const auto merged = new_MemParam();
-  GetPageParams(merged.get());
-  Param_CopyTo(given.get(), merged.get());
-  const std::int32_t mode = values().currMode;
-  for (const PageRole role : currentPages()) page(role)->Load(merged.get());
-  // Under the guard nobody tells this dialog of another mode.
-  if (values().currMode != mode) OnParamChanging(scan_key::CurrMode.name);
-  m_destination->LoadParams(merged.get());
-}
-
-int CMaindlg::SetParam(std::string_view key, const CKxVariant& value, std::string* why) {
-  const std::string refusal = setScanParam(*m_params, *m_unit, key, value);
-  if (refusal.empty()) return 1;
-  if (why) *why = refusal;
   return 0;
 }
 
-int CMaindlg::GetParam(std::string_view key, CKxVariant* out) const { return getScanParam(values(), key, out); }
+void CMaindlg::AreaChanged() {
+  if (m_run.isRunning()) return;  // what runs has an area of its own
+  m_viewSync.setArea(values().rcScan, static_cast<std::uint32_t>(values().dpi));
+}
 
-int CMaindlg::GetPageParams(IParam* out) {
-  for (const PageRole role : currentPages()) page(role)->Save(out);
-  m_destination->SaveParams(out);
-  return 1;
+void CMaindlg::settingsApplied(bool modeChanged) {
+  if (modeChanged) OnParamChanging(scan_key::CurrMode.name);
+  AreaChanged();
+}
+
+// --- commands
+
+/// Nothing that a host, a unit or a page throws leaves the panel: a run ends by it, and the user hears what failed.
+template <class F>
+std::invoke_result_t<F> CMaindlg::guarded(F&& f) {
+  const QPointer<CMaindlg> self(this);
+  std::string what;
+  try {
+    return f();
+  } catch (const WindowGone&) {
+    return {};
+  } catch (const std::exception& e) {
+    what = e.what();
+  } catch (...) {
+    what = Supp_Translate("unknown error");
+  }
+  if (!self) {
+    logLine(LogLevel::Error, kLog, "a command failed when its panel was gone: " + what);
+    return {};
+  }
+  try {
+    m_performer.fail(what);
+  } catch (const WindowGone&) {
+    return {};
+  }
+  return {};
+}
+
+bool CMaindlg::OnCommand(int id, int code, std::int64_t value) {
+  return guarded([&] { return handle(id, code, value); });
+}
+
+bool CMaindlg::handle(int id, int code, std::int64_t value) {
+  if (handleStart(id, value)) return true;
+  if (m_performer.handle(id, code, value)) {
+    m_settings.applyWaiting();
+    return true;
+  }
+  switch (id) {
+    case command::kStop: StopRun(StopKind::Now); return true;
+    case command::kStopAfterPage: StopRun(StopKind::AfterPage); return true;
+    case command::kEject: EjectDocument(); return true;
+    case command::kSwitchLayout: switchLayout(); return true;
+    case command::kHelp: showHelp(); return true;
+    case command::kScannerKey: m_params->set(scan_key::ScannerKeyPressed, code); return true;
+    case command::kApplyParams: m_settings.applyWaiting(); return true;
+    case command::kRedrawPort:
+    case command::kRedrawView: m_viewSync.invalidate(); return true;
+    case command::kPageChanged: PageChanged(); return true;
+    default: return CDialog::OnCommand(id, code, value);
+  }
+}
+
+bool CMaindlg::handleStart(int id, std::int64_t value) {
+  const auto kind = startOf(id);
+  if (!kind) return false;
+  if (id != command::kPreviewTimer) m_run.startDelivered();
+  m_performer.start(*kind, kind == RunKind::Batch ? static_cast<int>(value) : 1, m_directMode);
+  m_settings.applyWaiting();
+  return true;
+}
+
+void CMaindlg::perform(const Actions& todo) {
+  m_performer.perform(todo);
+  m_settings.applyWaiting();
+}
+
+void CMaindlg::buttonPressed(int id) {
+  switch (id) {
+    case command::kScan: Start(StartKind::Scan, 1); break;
+    case command::kBatch: Start(StartKind::Batch, 0); break;
+    case command::kPrescan: Start(StartKind::Prescan, 1); break;
+    case command::kAreaPrescan: Start(StartKind::AreaPrescan, 1); break;
+    default: OnCommand(id, 1, 0);
+  }
+}
+
+void CMaindlg::postStart(int id, std::int64_t value) {
+  m_run.queueStart();
+  PostCommand(this, id, 1, value);
 }
 
 int CMaindlg::Start(StartKind kind, int count) {
-  if (m_startPosted || IsBusy()) return 0;
-  m_startPosted = true;
+  if (m_run.startWaits() || IsBusy()) return 0;
   switch (kind) {
-    case StartKind::Scan: PostCommand(this, command::kScan, 1); break;
-    case StartKind::Prescan: PostCommand(this, command::kPrescan, 1); break;
-    case StartKind::AreaPrescan: PostCommand(this, command::kAreaPrescan, 1); break;
-    case StartKind::Batch: PostCommand(this, command::kBatch, 1, count); break;
+    case StartKind::Scan: postStart(command::kScan, 0); break;
+    case StartKind::Prescan: postStart(command::kPrescan, 0); break;
+    case StartKind::AreaPrescan: postStart(command::kAreaPrescan, 0); break;
+    case StartKind::Batch: postStart(command::kBatch, count); break;
   }
   return 1;
 }
 
 int CMaindlg::StopRun(StopKind kind) {
-  if (m_startPosted) {  // after the start that waits
-    PostCommand(this, kind == StopKind::Now ? command::kStop : command::kStopAfterPage, 1);
+  return guarded([&] {
+    if (m_run.startWaits()) {  // after the start that waits
+      PostCommand(this, kind == StopKind::Now ? command::kStop : command::kStopAfterPage, 1);
+    } else {
+      perform(kind == StopKind::Now ? m_run.stop() : m_run.stopAfterPage());
+    }
     return 1;
-  }
-  if (kind == StopKind::AfterPage) {
-    m_stopAfterPage = true;
-    updateButtons();
-    return 1;
-  }
-  m_stopAsked = m_report.isRunning();
-  m_unit->Command(m_scanSink.get(), static_cast<int>(UnitCommand::Stop));
-  if (m_session.state() == SessionState::Waiting || m_session.state() == SessionState::BetweenPages) {
-    m_session.setBatch(false);
-    refuse(EndCause::Stopped);
-    return 1;
-  }
-  // A scanner that waits for a full queue notices the stop only when it is let go.
-  if (m_session.state() == SessionState::Scanning) {
-    if (const auto outcome = query<IStoreOutcome>(m_params->destinationStore.get())) outcome->Wake();
-  }
-  return 1;
+  });
 }
 
 int CMaindlg::EjectDocument() {
-  if (m_session.isBusy() && m_session.state() != SessionState::BetweenPages) return 0;
-  m_params->destinationStore->Reset();
-  m_params->previewStore->Reset();
-  m_params->viewStore->Reset();
-  ForgetPalette();
-  PostCommand(this, command::kRedrawView, 1, 0, true);
-  const int rewind = values().rewind;
-  if (rewind == 0 || rewind == 1) {
-    m_unit->Command(m_scanSink.get(), rewind + static_cast<int>(UnitCommand::UnloadForward));
-  }
-  m_params->set(scan_key::BoundDetectDirty, 1);
+  return guarded([&] {
+    if (IsBusy()) return 0;
+    m_performer.leaveDocument();
+    return 1;
+  });
+}
+
+int CMaindlg::ApplyParams(IParam* params) {
+  m_settings.add(params);
+  PostCommand(this, command::kApplyParams, 1);
   return 1;
 }
 
-int CMaindlg::IsBusy() const { return m_session.isBusy() || m_report.isRunning() ? 1 : 0; }
+int CMaindlg::SetParam(std::string_view key, const CKxVariant& value, std::string* why) {
+  return guarded([&] { return m_settings.setParam(key, value, why); });
+}
 
-void CMaindlg::clearBatch() { m_session.setBatch(false); }
+int CMaindlg::GetParam(std::string_view key, CKxVariant* out) { return m_settings.getParam(key, out); }
+
+int CMaindlg::GetPageParams(IParam* out) {
+  return guarded([&] {
+    m_settings.getPageParams(out);
+    return 1;
+  });
+}
+
+std::string CMaindlg::GetNextFileName() const {
+  const auto* files = m_parts.files();
+  return files ? files->nextFile() : std::string();
+}
 
 IRStor* CMaindlg::viewRaster() {
   IRStor* raster = nullptr;
@@ -232,46 +398,26 @@ IRStor* CMaindlg::viewRaster() {
 }
 
 void CMaindlg::PageChanged() {
-  PushSettings();
+  if (m_initialised) m_performer.pushSettings();
   if (!values().disablePreview) m_previewTimer.restart();
 }
 
-void CMaindlg::AreaChanged() { m_viewSync.setArea(values().rcScan, static_cast<std::uint32_t>(values().dpi)); }
-
 int CMaindlg::DetectArea(int mask) {
-  const auto request = CollectRequest();
-  if (!request) return 0;
-  return m_steps.detection->Detect(request.get(), mask) != 0 && m_steps.detection->AreaFound() ? 1 : 0;
+  return guarded([&] { return m_performer.detectArea(mask) ? 1 : 0; });
 }
 
-int CMaindlg::ExecCommand(const char* name, IParam* arguments) {
-  return m_script ? m_script->ExecCommand(name, arguments) : 0;
-}
-
-bool CMaindlg::isInteractive() const {
-  const auto interior = query<IAppInterior>(m_params->app());
-  return !interior || interior->IsInteractive() != 0;
-}
-
-UnitFault CMaindlg::unitFault() const {
-  const auto faults = query<IUnitFault>(m_unit.get());
-  return faults ? faults->GetFault() : UnitFault{};
-}
-
-void CMaindlg::showMessage(EventKind kind, const std::string& text, EventButtons buttons, int* answer) {
-  const auto events = query<IEvents>(m_params->app());
-  if (!events) {
-    logLine(LogLevel::Warning, "quillbay.control", text);
-    return;
+void CMaindlg::PostPanelCommand(int id) {
+  if (startOf(id)) {
+    postStart(id, 0);
+  } else {
+    PostCommand(this, id, 1);
   }
-  const int given = events->Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons));
-  if (answer) *answer = given;
 }
 
-void CMaindlg::SetStatus(int state) {
-  static constexpr const char* kTexts[] = {"Ready...", "Detecting margins....", "Scanning....",
-                                           "Scanning preview....", "Calculate palette...."};
-  if (m_status) m_status->setText(m_unitName + " " + Supp_Translate(kTexts[state]));
+int CMaindlg::LoadPage(IUIScanPage* page, IParam* params) {
+  const int answer = page->Load(params);
+  AreaChanged();
+  return answer;
 }
 
 }  // namespace quillbay

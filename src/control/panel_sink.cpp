@@ -22,11 +22,11 @@ int PanelSink::ApplyParams(IParam* params) {
 int PanelSink::DoCommand(int code) {
   const std::lock_guard lock(m_mutex);
   if (!m_dialog) return kNoWindow;
-  m_dialog->clearBatch();
+  PostCommand(m_dialog, command::kClearBatch, 1);
   switch (code) {
-    case 0: PostCommand(m_dialog, command::kScan, 1); break;
+    case 0: m_dialog->postStart(command::kScan, 0); break;
     case 1: PostCommand(m_dialog, command::kStop, 1); break;
-    case 15: PostCommand(m_dialog, command::kAreaPrescan, 1); break;
+    case 15: m_dialog->postStart(command::kAreaPrescan, 0); break;
     default:
       if (code >= 10 && code <= 19) PostCommand(m_dialog, command::kScannerKey, code);
   }
@@ -55,9 +55,9 @@ int PanelSink::IsBusy() { return m_dialog ? m_dialog->IsBusy() : 0; }
 
 std::string PanelSink::GetNextFileName() { return m_dialog ? m_dialog->GetNextFileName() : std::string(); }
 
-int PanelSink::Advise(IQuillbayEvents* events) { return m_dialog ? m_dialog->report().advise(events) : 0; }
+int PanelSink::Advise(IQuillbayEvents* events) { return m_dialog ? m_dialog->listeners().advise(events) : 0; }
 
-int PanelSink::Unadvise(IQuillbayEvents* events) { return m_dialog ? m_dialog->report().unadvise(events) : 0; }
+int PanelSink::Unadvise(IQuillbayEvents* events) { return m_dialog ? m_dialog->listeners().unadvise(events) : 0; }
 
 int PanelSink::SaveSettings() { return m_dialog ? m_dialog->SaveSettings() : 0; }
 

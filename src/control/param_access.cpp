@@ -96,41 +96,43 @@ std::string checkRect(std::string_view key, const tagRRECT& r) {
                     {std::string(key)});
 }
 
-std::string setInt(CSharedScanParams& params, IQuillbayUnit& unit, const ScanKey<std::int32_t>& key,
-                   const CKxVariant& value) {
+std::string checkValue(const CSharedScanParams& params, IQuillbayUnit& unit, const ScanKey<std::int32_t>& key,
+                       const CKxVariant& value) {
   if (!value.get<std::int32_t>() && !value.get<double>()) return formatText("%s takes a whole number", {key.name});
-  const std::int32_t number = value.toInt();
-  std::string why = checkInt(params, unit, key.name, number);
-  if (why.empty()) params.set(key, number);
-  return why;
+  return checkInt(params, unit, key.name, value.toInt());
 }
 
-std::string setText(CSharedScanParams& params, const ScanKey<std::string>& key, const CKxVariant& value) {
+std::string checkValue(const CSharedScanParams& params, IQuillbayUnit&, const ScanKey<std::string>& key,
+                       const CKxVariant& value) {
   const auto* text = value.get<std::string>();
   if (!text) return formatText("%s takes text", {key.name});
-  std::string why;
-  if (sameKey(key.name, scan_key::CounterFormat.name)) why = checkFormat(*text);
-  if (sameKey(key.name, scan_key::PaperName.name)) why = checkPaper(params, *text);
-  if (why.empty()) params.set(key, *text);
-  return why;
+  if (sameKey(key.name, scan_key::CounterFormat.name)) return checkFormat(*text);
+  return sameKey(key.name, scan_key::PaperName.name) ? checkPaper(params, *text) : std::string();
 }
 
-std::string setRect(CSharedScanParams& params, const ScanKey<tagRRECT>& key, const CKxVariant& value) {
+std::string checkValue(const CSharedScanParams&, IQuillbayUnit&, const ScanKey<tagRRECT>& key,
+                       const CKxVariant& value) {
   const auto* rect = value.get<tagRRECT>();
-  if (!rect) return formatText("%s takes left, top, right, bottom in millimetres", {key.name});
-  std::string why = checkRect(key.name, *rect);
-  if (why.empty()) params.set(key, *rect);
-  return why;
+  if (rect) return checkRect(key.name, *rect);
+  return formatText("%s takes left, top, right, bottom in millimetres", {key.name});
 }
 
-/// The extension of all colour classes: what a host that asks for one file format wants.
-std::string setExtension(CSharedScanParams& params, const CKxVariant& value) {
+void store(CSharedScanParams& params, const ScanKey<std::int32_t>& key, const CKxVariant& value) {
+  params.set(key, value.toInt());
+}
+
+void store(CSharedScanParams& params, const ScanKey<std::string>& key, const CKxVariant& value) {
+  params.set(key, *value.get<std::string>());
+}
+
+void store(CSharedScanParams& params, const ScanKey<tagRRECT>& key, const CKxVariant& value) {
+  params.set(key, *value.get<tagRRECT>());
+}
+
+std::string checkExtension(const CKxVariant& value) {
   const auto* text = value.get<std::string>();
-  if (!text || text->size() < 2 || text->front() != '.')
-    return std::string(key::Extension) + " takes an extension, .tif";
-  params.quiet().extensions.fill(*text);
-  params.NotifyParam(key::Extension);
-  return {};
+  const bool good = text && text->size() >= 2 && text->front() == '.';
+  return good ? std::string() : std::string(key::Extension) + " takes an extension, .tif";
 }
 
 }  // namespace
@@ -142,14 +144,23 @@ std::vector<std::string> scanParamNames() {
   return names;
 }
 
-std::string setScanParam(CSharedScanParams& params, IQuillbayUnit& unit, std::string_view key,
-                         const CKxVariant& value) {
-  if (sameKey(key, key::Extension)) return setExtension(params, value);
+std::string ParamAccess::check(std::string_view key, const CKxVariant& value) const {
+  if (sameKey(key, key::Extension)) return checkExtension(value);
   const AnyScanKey* found = findScanKey(key);
   if (!found) return unknownKey(key);
-  if (const auto* k = std::get_if<ScanKey<std::int32_t>>(found)) return setInt(params, unit, *k, value);
-  if (const auto* k = std::get_if<ScanKey<std::string>>(found)) return setText(params, *k, value);
-  return setRect(params, std::get<ScanKey<tagRRECT>>(*found), value);
+  return std::visit([&](const auto& k) { return checkValue(m_params, m_unit, k, value); }, *found);
+}
+
+std::string ParamAccess::set(std::string_view key, const CKxVariant& value) const {
+  std::string why = check(key, value);
+  if (!why.empty()) return why;
+  if (sameKey(key, key::Extension)) {  // of all colour classes: what a host that asks for one file format wants
+    m_params.quiet().extensions.fill(*value.get<std::string>());
+    m_params.NotifyParam(key::Extension);
+  } else {
+    std::visit([&](const auto& k) { store(m_params, k, value); }, *findScanKey(key));
+  }
+  return {};
 }
 
 int getScanParam(const ScanValues& values, std::string_view key, CKxVariant* out) {

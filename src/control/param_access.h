@@ -12,10 +12,20 @@ namespace quillbay {
 /// for all colour classes, read for the current one).
 [[nodiscard]] std::vector<std::string> scanParamNames();
 
-/// Sets a scan parameter by name, through its setter. Answers an empty text, or why not: an unknown name, a value
-/// of another type or one that is not allowed, each with what is allowed.
-[[nodiscard]] std::string setScanParam(CSharedScanParams& params, IQuillbayUnit& unit, std::string_view key,
-                                       const CKxVariant& value);
+/// Changes scan parameters by name. `params` and `unit` outlive it.
+class ParamAccess {
+ public:
+  ParamAccess(CSharedScanParams& params, IQuillbayUnit& unit) : m_params(params), m_unit(unit) {}
+  /// Answers an empty text when the value is allowed, or why it is not: an unknown name, a value of another type or
+  /// one that is not allowed, each with what is allowed.
+  [[nodiscard]] std::string check(std::string_view key, const CKxVariant& value) const;
+  /// Checks the value and sets it through its setter; answers as `check`.
+  [[nodiscard]] std::string set(std::string_view key, const CKxVariant& value) const;
+
+ private:
+  CSharedScanParams& m_params;
+  IQuillbayUnit& m_unit;
+};
 
 /// Reads a scan parameter by name. Answers 1, or 0 for an unknown name.
 [[nodiscard]] int getScanParam(const ScanValues& values, std::string_view key, CKxVariant* out);

@@ -1,10 +1,8 @@
 #include "control/scan_router.h"
 
-#include <string>
 #include <utility>
 
 #include "control/command_ids.h"
-#include "platform/base_services.h"
 #include "platform/post_command.h"
 #include "stores/scan_to_file_stor.h"
 
@@ -25,6 +23,7 @@ void ScanRouter::arm(std::shared_ptr<const ScanPlan> plan) {
   const std::lock_guard lock(m_mutex);
   m_plan = std::move(plan);
   m_started = {};
+  m_end.reset();
   m_prescanStripes.clear();
   m_running = true;
   m_lines.store(0, std::memory_order_relaxed);
@@ -40,7 +39,6 @@ void ScanRouter::cancelArmed() {
 void ScanRouter::disarm() {
   const std::lock_guard lock(m_mutex);
   m_dialog = nullptr;
-  m_session = nullptr;
   m_plan.reset();
 }
 
@@ -49,14 +47,24 @@ bool ScanRouter::waitIdle(std::chrono::milliseconds limit) {
   return m_idle.wait_for(lock, limit, [this] { return !m_running; });
 }
 
+bool ScanRouter::isRunning() const {
+  const std::lock_guard lock(m_mutex);
+  return m_running;
+}
+
+std::optional<ScanEnd> ScanRouter::takeEnd() {
+  const std::lock_guard lock(m_mutex);
+  return std::exchange(m_end, std::nullopt);
+}
+
 std::shared_ptr<const ScanPlan> ScanRouter::plan() const {
   const std::lock_guard lock(m_mutex);
   return m_plan;
 }
 
-void ScanRouter::post(int id, int code, bool merge) {
+void ScanRouter::post(int id, int code, std::int64_t value, bool merge) {
   const std::lock_guard lock(m_mutex);
-  if (m_dialog) PostCommand(m_dialog, id, code, 0, merge);
+  if (m_dialog) PostCommand(m_dialog, id, code, value, merge);
 }
 
 ScanStarted ScanRouter::takeStarted() {
@@ -69,21 +77,16 @@ std::deque<KxPtr<IScanBuffer>> ScanRouter::takeStripes() {
   return std::exchange(m_prescanStripes, {});
 }
 
-bool ScanRouter::takePreviewRestart() {
-  const std::lock_guard lock(m_mutex);
-  return std::exchange(m_restartPreview, false);
-}
-
 int ScanRouter::onStarted(KxColorSpace colorSpace, std::int64_t width, std::int64_t lines, std::uint32_t dpi) {
   const auto current = plan();
   if (!current) return 0;
   quillbay::ScanStarted started;
-  started.kind = current->kind;
+  started.plan = current;
   started.colorSpace = colorSpace;
   started.width = width;
   started.lines = lines;
   started.dpi = dpi;
-  if (current->kind == SessionState::Scanning) {
+  if (current->kind == RunKind::Scan) {
     started.page = makePageTarget(current->draft, {colorSpace, dpi, lines});
     auto* store = dynamic_cast<CScanToFileStor*>(current->destination.get());
     if (store && started.page.refused.empty()) store->SetTarget(started.page.target);
@@ -106,34 +109,28 @@ int ScanRouter::onStripe(IScanBuffer* stripe, std::int64_t extra) {
 
 /// To the stores of the running kind. Answers 0 when the destination cannot take more: the unit ends the scan.
 int ScanRouter::deliver(const ScanPlan& plan, IScanBuffer* stripe) {
-  if (plan.kind == SessionState::Prescanning) {
-    {
-      const std::lock_guard lock(m_mutex);
-      m_prescanStripes.push_back(KxPtr<IScanBuffer>::share(stripe));
-    }
-    post(command::kPrescanStripes, 1, true);
-    return 1;
+  KxSize size;
+  stripe->GetSize(&size);
+  if (plan.kind == RunKind::Prescan) {
+    const std::lock_guard lock(m_mutex);
+    m_prescanStripes.push_back(KxPtr<IScanBuffer>::share(stripe));
+    if (m_dialog) PostCommand(m_dialog, command::kPrescanStripes, 1, 0, true);
+  } else {
+    if (plan.kind == RunKind::Scan && !plan.destination->AddStripe(stripe)) return 0;
+    plan.view->AddStripe(stripe);
   }
-  int taken = 1;
-  if (plan.kind == SessionState::Scanning) {
-    taken = plan.destination->AddStripe(stripe);
-    if (taken) {
-      KxSize size;
-      stripe->GetSize(&size);
-      m_lines.fetch_add(size.height, std::memory_order_relaxed);
-    }
-  }
-  if (taken) plan.view->AddStripe(stripe);
-  postProgress();
-  return taken;
+  m_lines.fetch_add(size.height, std::memory_order_relaxed);
+  postProgress(plan, false);
+  return 1;
 }
 
-void ScanRouter::postProgress() {
+/// Every stripe is to be seen; hosts hear of lines now and then, and of the last ones.
+void ScanRouter::postProgress(const ScanPlan& plan, bool last) {
+  if (plan.kind != RunKind::Prescan) post(command::kRedrawView, 1, 0, true);
   const auto now = std::chrono::steady_clock::now();
-  if (now - m_lastProgress < kProgressInterval) return;
+  if (!last && now - m_lastProgress < kProgressInterval) return;
   m_lastProgress = now;
-  post(command::kProgress, 1, true);
-  post(command::kRedrawView, 1, true);
+  post(command::kProgress, 1, 0, true);
 }
 
 int ScanRouter::onEnded(int status) {
@@ -141,20 +138,15 @@ int ScanRouter::onEnded(int status) {
   const auto current = plan();
   if (!current) return 1;
   if (const auto rest = current->straightening->Pass(nullptr, 0)) deliver(*current, rest.get());
+  postProgress(*current, true);
+  const bool empty = current->destination->IsEmpty();
   const std::lock_guard lock(m_mutex);
   m_running = false;
   m_plan.reset();
-  int answer = 1;
-  if (m_dialog && m_session) {
-    const auto decision = m_session->scanEnded(status, current->destination->IsEmpty());
-    m_restartPreview = m_restartPreview || decision.restartPreviewTimer;
-    answer = decision.answer;
-    PostCommand(m_dialog, command::kReady, 1);
-    if (decision.postBurstEnd) PostCommand(m_dialog, command::kBurstEnd, 1);
-    if (decision.postScanDone) PostCommand(m_dialog, command::kScanDone, decision.scanDoneCode, 0);
-  }
+  m_end = ScanEnd{status, empty};
+  if (m_dialog) PostCommand(m_dialog, command::kReady, status, empty ? 1 : 0);
   m_idle.notify_all();
-  return answer;
+  return current->kind == RunKind::Scan && empty ? 0 : 1;
 }
 
 }  // namespace quillbay

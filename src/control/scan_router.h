@@ -6,12 +6,11 @@
 #include <deque>
 #include <memory>
 #include <mutex>
-#include <string>
+#include <optional>
 
-#include "control/scan_session.h"
+#include "control/scan_run.h"
 #include "control/scan_steps.h"
 #include "destinations/page_draft.h"
-#include "params/scan_values.h"
 #include "platform/strip_stor.h"
 #include "quillbay/scan_buffer.h"
 
@@ -19,30 +18,39 @@ class QObject;
 
 namespace quillbay {
 
-/// What a scan works from on the scanner's thread: a copy of everything that it needs, taken when it was started.
+/// What a scan works from on the scanner's thread: a copy of everything that it needs, taken when it was started
+/// and shared by whoever still works from it.
 struct ScanPlan {
-  SessionState kind = SessionState::Scanning;
-  PageDraft draft;  ///< with all scan parameters
+  RunKind kind = RunKind::Scan;  ///< `Scan` or one of the previews
+  PageDraft draft;               ///< with all scan parameters
   KxPtr<ISStripStor> destination, view;
   IStraightening* straightening = nullptr;
+  tagRRECT area{};     ///< what the scanner was asked for, millimetres
+  int previewDpi = 0;  ///< of a preview
 };
 
 /// What the scanner said when it started.
 struct ScanStarted {
-  SessionState kind = SessionState::Scanning;  ///< a page, or one of the previews
+  std::shared_ptr<const ScanPlan> plan;
   KxColorSpace colorSpace = KxColorSpace::None;
   std::int64_t width = 0, lines = -1;
   std::uint32_t dpi = 0;
   NamedPage page;  ///< where the page goes; a preview's has no target
 };
 
+/// How a scan ended.
+struct ScanEnd {
+  int status = 0;
+  bool isEmpty = false;  ///< it left nothing for the destination
+};
+
 /// The scanner thread's side of a panel: names the output when the scan starts, routes stripes to the stores, and
-/// turns the end into posted commands. It touches no window and no shared parameter: what it learns waits here
+/// turns the end into a posted command. It touches no window and no shared parameter: what it learns waits here
 /// until the user-interface thread takes it. Threads: `arm`, `take...`, `disarm`, `waitIdle` on the user-interface
 /// thread; the notifications on the scanner's.
 class ScanRouter {
  public:
-  ScanRouter(QObject* dialog, ScanSession* session) : m_dialog(dialog), m_session(session) {}
+  explicit ScanRouter(QObject* dialog) : m_dialog(dialog) {}
 
   void arm(std::shared_ptr<const ScanPlan> plan);
   /// The unit refused to run what was armed.
@@ -51,15 +59,18 @@ class ScanRouter {
   void disarm();
   /// Waits until the armed scan has ended, at most `limit`. Answers whether it has.
   bool waitIdle(std::chrono::milliseconds limit);
+  /// Whether what was armed has not ended.
+  [[nodiscard]] bool isRunning() const;
 
   int onStarted(KxColorSpace colorSpace, std::int64_t width, std::int64_t lines, std::uint32_t dpi);
   int onStripe(IScanBuffer* stripe, std::int64_t extra);
   int onEnded(int status);
 
   [[nodiscard]] ScanStarted takeStarted();
+  /// An end that was posted and not handled; none after `forgetEnd`, which its handler calls.
+  [[nodiscard]] std::optional<ScanEnd> takeEnd();
+  void forgetEnd() { static_cast<void>(takeEnd()); }
   [[nodiscard]] std::deque<KxPtr<IScanBuffer>> takeStripes();
-  /// Whether a prescan ended that wants the visible part prescanned; asks once.
-  [[nodiscard]] bool takePreviewRestart();
   [[nodiscard]] std::int64_t lines() const noexcept { return m_lines.load(std::memory_order_relaxed); }
   /// Process-wide progress position: advances by 10 with every stripe.
   [[nodiscard]] static int progressPosition() noexcept;
@@ -68,17 +79,16 @@ class ScanRouter {
  private:
   [[nodiscard]] std::shared_ptr<const ScanPlan> plan() const;
   int deliver(const ScanPlan& plan, IScanBuffer* stripe);
-  void postProgress();
-  void post(int id, int code = 1, bool merge = false);
+  void postProgress(const ScanPlan& plan, bool last);
+  void post(int id, int code = 1, std::int64_t value = 0, bool merge = false);
 
-  mutable std::mutex m_mutex;  // guards the next seven
+  mutable std::mutex m_mutex;  // guards the next six
   QObject* m_dialog;
-  ScanSession* m_session;
   std::shared_ptr<const ScanPlan> m_plan;
   quillbay::ScanStarted m_started;
+  std::optional<ScanEnd> m_end;
   std::deque<KxPtr<IScanBuffer>> m_prescanStripes;
   bool m_running = false;
-  bool m_restartPreview = false;
   std::condition_variable m_idle;
   std::atomic<std::int64_t> m_lines{0};
   std::chrono::steady_clock::time_point m_lastProgress{};  // scanner's thread only

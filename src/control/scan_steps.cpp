@@ -25,7 +25,7 @@ class NoTables final : public IColorTables {
 
 class NoStraightening final : public IStraightening {
  public:
-  void Begin(double) override {}
+  void Begin(const StraighteningBasis&) override {}
   KxPtr<IScanBuffer> Pass(IScanBuffer* stripe, std::int64_t) override { return KxPtr<IScanBuffer>::share(stripe); }
 };
 

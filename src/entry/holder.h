@@ -1,6 +1,7 @@
 #pragma once
 #include <QPointer>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "entry/scan_picture.h"
@@ -48,15 +49,23 @@ class CMHolder final : public CDialog {
   class Events final : public CKxUnknownImplStatic<IQuillbayEvents> {
    public:
     explicit Events(CMHolder* holder) : m_holder(holder) {}
-    void OnStarted(const ScanStartInfo& info) override { m_holder->m_picture->begin(info); }
-    void OnLines(std::int64_t) override { m_holder->growPicture(); }
+    void OnStarted(const ScanStartInfo& info) override {
+      m_pageRuns = info.kind == StartKind::Scan;
+      if (m_pageRuns) m_holder->m_picture->begin(info);
+    }
+    void OnLines(std::int64_t) override {
+      if (m_pageRuns) m_holder->growPicture();
+    }
     void OnPageFinished(const PageInfo&) override { m_holder->growPicture(); }
     void OnPublished(const std::string&, std::int32_t) override {}
     void OnMessage(const std::string&) override {}
-    void OnEnded(EndCause, const UnitFault&, std::int32_t) override { m_holder->m_picture->end(); }
+    void OnEnded(EndCause, const UnitFault&, std::int32_t) override {
+      if (std::exchange(m_pageRuns, false)) m_holder->m_picture->end();
+    }
 
    private:
     CMHolder* m_holder;
+    bool m_pageRuns = false;
   };
   class ZoomSink final : public TSinkImpl<IKxViewZoomSink, CMHolder> {
    public:

@@ -1,4 +1,5 @@
 #include <QCoreApplication>
+#include <QPointer>
 #include <QThread>
 
 #include "control/maindlg.h"
@@ -18,14 +19,17 @@ bool onEntryThread(const char* entryPoint) {
 HWND New_Quillbay(IApp* app, CWnd* parent, IKxView* view, IScriptCmdSink* script, IQuillbaySink** out,
                   eTarnwellMode mode) {
   if (!onEntryThread("New_Quillbay")) return nullptr;
-  // Owned by `parent` once it is handed out; until then by this function.
-  auto dialog = std::make_unique<CMaindlg>(app, view, parent, script, mode);
-  if (!dialog->ConnectScanner() || !dialog->StartUp()) return nullptr;
+  // Owned by `parent`, which the host may destroy while it shows a message.
+  const QPointer<CMaindlg> dialog(new CMaindlg(app, view, parent, script, mode));
+  if (!dialog->ConnectScanner() || !dialog || !dialog->StartUp() || !dialog) {
+    delete dialog.data();
+    return nullptr;
+  }
   if (out) {
     *out = dialog->sink();
     (*out)->AddRef();
   }
-  return dialog.release();
+  return dialog.data();
 }
 
 }  // namespace quillbay

@@ -1,8 +1,14 @@
 #pragma once
+#include <string>
+#include <vector>
+
+#include "quillbay/events.h"
 #include "quillbay/param.h"
 #include "quillbay/scanner.h"
 
 namespace quillbay {
+
+class IUIScanPage;
 
 /// The panel's controller as its pages and destinations see it. User-interface thread only.
 class IPanelController {
@@ -10,7 +16,7 @@ class IPanelController {
   virtual ~IPanelController() = default;
   /// The connected scanner unit; never null while a page exists.
   virtual IQuillbayUnit* Unit() = 0;
-  /// The person changed something on a page: pushes the settings to the unit and restarts the preview's countdown.
+  /// The user changed something on a page: pushes the settings to the unit and restarts the preview's countdown.
   virtual void PageChanged() = 0;
   /// The palette that was computed for the last document is out of date.
   virtual void ForgetPalette() = 0;
@@ -24,6 +30,26 @@ class IPanelController {
   virtual void RunPostProcessing() = 0;
   /// Sends a script command to the host; 0 for success, also without a host sink.
   virtual int ExecCommand(const char* command, IParam* arguments) = 0;
+  /// Shows a message through the host's `IEvents`; hosts that listen to the panel hear of it too. Answers the
+  /// host's answer. Throws when the panel's window was destroyed while it was shown: let it pass.
+  virtual int Message(EventKind kind, const std::string& text, EventButtons buttons) = 0;
+
+  /// Posts a command of the panel; it is handled after the current event, as if its button had been pressed.
+  virtual void PostPanelCommand(int command) = 0;
+  /// Non-zero when a command of the panel can be given now.
+  virtual int IsCommandEnabled(int command) = 0;
+  /// Restarts the countdown to the preview of the visible part; nothing is pushed to the unit.
+  virtual void RestartPreview() = 0;
+
+  /// Puts a page that floats in a window of its own back into the panel, or lets it float. Answers 1, or 0 where
+  /// pages do not float.
+  virtual int DockPage(IUIScanPage* page) = 0;
+  virtual int FloatPage(IUIScanPage* page) = 0;
+  /// The pages of a scan mode in the order of their tabs, and all that there are.
+  virtual std::vector<IUIScanPage*> PagesOf(int mode) = 0;
+  virtual std::vector<IUIScanPage*> AllPages() = 0;
+  /// Lets one page take values. Answers what the page answers.
+  virtual int LoadPage(IUIScanPage* page, IParam* params) = 0;
 };
 
 }  // namespace quillbay

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 
+#include "destinations/file_names.h"
 #include "stores/scan_to_file_stor.h"
 #include "support/temp_dir.h"
 
@@ -23,8 +24,7 @@ TEST(ScanRouter, ANameThatChangesAtTheStartGetsItsFolderOrIsRefused) {
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
     const test::TempDir out;
-    ScanSession session;
-    ScanRouter router(nullptr, &session);
+    ScanRouter router(nullptr);
     const auto plan = std::make_shared<ScanPlan>();
     ScanValues& v = plan->draft.names.values;
     v.dir = out.path() + "/<DPI>";

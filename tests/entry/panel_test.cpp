@@ -173,9 +173,7 @@ TEST_F(PanelTest, EveryPrescanCountsItsOwnLines) {
   tagRRECT first;
   for (int i = 0; i < 2; ++i) {
     ASSERT_TRUE(control->Start(StartKind::Prescan, 1));
-    QCoreApplication::processEvents();
-    while (control->IsBusy()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    QCoreApplication::processEvents();
+    ASSERT_TRUE(recorder->waitEnded());
     const tagRRECT frame = *get("m_rcPreview").get<tagRRECT>();
     EXPECT_NEAR(frame.bottom, 127, 0.6);
     if (i == 1) {
@@ -199,9 +197,7 @@ TEST_F(PanelTest, UnsavedPagesAreAskedAboutBeforeAScanNeverInARunOrBeforeAPrevie
   set("m_fBursting", 0);
   EXPECT_EQ(run(StartKind::Batch, 2), EndCause::Done);
   set("m_uiDPI", 100);
-  ASSERT_TRUE(control->Start(StartKind::Prescan, 1));
-  QCoreApplication::processEvents();
-  while (control->IsBusy()) QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
+  EXPECT_EQ(run(StartKind::Prescan, 1), EndCause::Done);
   EXPECT_EQ(get("m_uiDPI").toInt(), 100) << "a preview's resolution is not the next page's";
   EXPECT_TRUE(messages.empty()) << messages[0];
   EXPECT_EQ(app()->GetDocuments().size(), 5U);

@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <utility>
 
-#include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 #include "scanner/first_choices.h"
 #include "scanner/job_bar.h"
@@ -110,8 +109,6 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
   column->addWidget(m_panel);
   m_control->Advise(m_listener.get());
   if (!known) makeFirstChoices(m_app, m_control.get());
-  // The person chooses the area: documents are not detected yet.
-  m_control->SetParam(quillbay::key::Autodetect, 0, nullptr);
   m_scroll->setMinimumWidth(m_panel->minimumSizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
   m_scroll->setWidget(holder.release());
   m_bar->showScanner(scanner.get());

@@ -1,0 +1,214 @@
+#include "control/page_preparation.h"
+
+#include "control/scan_rectangle.h"
+#include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
+#include "stores/simple_stor.h"
+#include "stores/view_stor.h"
+
+namespace quillbay {
+
+KxPtr<IParam> PagePreparation::collectRequest() const {
+  auto request = new_MemParam();
+  if (!m_parts.pages.collect(request.get())) return {};
+  request->SetValue(key::PaperLength, m_parts.values().paperLength);
+  return request;
+}
+
+/// False, with a message, when the area is to be found and this panel cannot find any: what would be scanned
+/// instead is an area that nobody chose.
+bool PagePreparation::canFindArea() const {
+  if (m_parts.values().scanType != kAreaAuto || m_parts.steps.detection->IsOffered()) return true;
+  m_parts.host.message(
+      EventKind::Information,
+      Supp_Translate("The size of the document cannot be found automatically. Choose a paper, a custom size "
+                     "or a fixed width in the list \"Paper\"."),
+      EventButtons::Ok);
+  return false;
+}
+
+/// The destination's page where it collects one; otherwise a picture only while somebody looks.
+KxPtr<ISStripStor> PagePreparation::makeViewStore() const {
+  using Raster = CViewStor::Raster;
+  const bool collects = m_parts.values().mode == ScanToView;
+  const Raster raster = collects ? Raster::Shared : m_seen ? Raster::Own : Raster::None;
+  return KxPtr<ISStripStor>::adopt(new CViewStor(raster, m_parts.params.destinationStore.get()));
+}
+
+Preparation PagePreparation::page() {
+  Preparation out;
+  ScanValues& v = m_parts.quiet();
+  v.detectionText.clear();
+  v.batch = m_parts.run.batch() ? 1 : 0;
+  v.skew = 0;
+  m_parts.params.destinationStore->Reset();
+  if (!makeRoom(out)) return out;
+  m_parts.params.viewStore = makeViewStore();
+  out.request = collectRequest();
+  if (!out.request) return out;
+  m_parts.params.set(scan_key::BoundDetectDirty, 1);
+  out.page.fragment = v.customScanValid != 0;
+  out.page.bursting = v.bursting != 0 && !out.page.fragment;
+  if (!findArea(out)) return out;
+  out.page.area = v.rcScan;
+  auto plan = std::make_shared<ScanPlan>();
+  plan->kind = RunKind::Scan;
+  putRectangle(out, *plan);
+  if (!findPalette(out)) return out;
+  if (!m_parts.run.burst() && !out.page.fragment && !checkMedia(out)) return out;
+  m_parts.steps.colors->Put(out.request.get());
+  out.request->SetValue(key::RequestType, kRequestScan);
+  takeSettings(*plan);
+  plan->draft.expectedLines = out.page.expectedLines;
+  out.plan = std::move(plan);
+  out.isReady = true;
+  return out;
+}
+
+/// The host lets go of its pages, and the destination takes one.
+bool PagePreparation::makeRoom(Preparation& out) {
+  // Before questions are asked: nothing of it would be of use.
+  if (m_parts.values().customScanValid == 0 && !canFindArea()) return false;
+  if (!m_parts.host.clearRasters(ClearFor::Scan, m_parts.run.batch() || m_parts.run.burst())) {
+    m_parts.scanner.command(UnitCommand::Stop);
+    return false;
+  }
+  // What was typed last counts already for the name and the room that the file needs.
+  if (IUIScanPage* main = m_parts.pages.page(PageRole::Main)) main->Save(new_MemParam().get());
+  CScanTo* destination = m_parts.destination;
+  if (m_parts.host.call([&] { return destination->BeginScan(); })) return true;
+  out.cause = EndCause::Output;
+  return false;
+}
+
+bool PagePreparation::findArea(Preparation& out) {
+  return out.page.fragment || detect(out.request.get(), -1, nullptr);
+}
+
+bool PagePreparation::detect(IParam* request, int mask, bool* found) {
+  if (!m_parts.run.beginSearch(RunState::Detecting)) return false;
+  m_parts.stateChanged();
+  IAreaDetection* detection = m_parts.steps.detection;
+  const bool goOn = m_parts.host.call([&] { return detection->Detect(request, mask); }) != 0;
+  m_parts.run.endSearch();
+  m_parts.stateChanged();
+  if (found) *found = goOn && detection->AreaFound();
+  return goOn;
+}
+
+bool PagePreparation::findPalette(Preparation& out) {
+  IPalettePrescan* palette = m_parts.steps.palette;
+  if (!palette->IsNeeded()) return true;
+  if (!m_parts.run.beginSearch(RunState::FindingPalette)) return false;
+  m_parts.stateChanged();
+  const int dpi = m_parts.values().previewDpi;
+  const bool good = m_parts.host.call([&] { return palette->Run(out.request.get(), dpi); }) != 0;
+  m_parts.run.endSearch();
+  m_parts.stateChanged();
+  if (!good) out.cause = EndCause::Device;
+  return good;
+}
+
+bool PagePreparation::checkMedia(Preparation& out) {
+  while (!m_parts.scanner.isLoaded()) {
+    out.cause = EndCause::Media;
+    out.fault = m_parts.scanner.fault();
+    if (m_parts.run.stopAsked()) return false;
+    const int answer = m_parts.host.message(
+        EventKind::Retry, Supp_Translate("Scanner not ready: <Media not loaded>"), EventButtons::RetryCancel);
+    if (answer == static_cast<int>(EventAnswer::GiveUp)) return false;
+  }
+  return true;
+}
+
+void PagePreparation::putRectangle(Preparation& out, ScanPlan& plan) {
+  const ScanValues& v = m_parts.values();
+  const bool fragment = out.page.fragment;
+  tagRRECT rect =
+      applyLengthRule(computeScanRectangle({v.rcScan, v.addWidthPercent, v.bedWidth, v.minWidth, v.center != 0,
+                                            fragment, m_parts.steps.detection->AreaFound()}),
+                      v.scanType);
+  m_parts.quiet().lastScanArea = rect;
+  if (!fragment && m_parts.run.record().pages() == 0) noteWidening(rect.width());
+  if (fragment && !m_parts.run.batch()) rect = v.rcCustomScan;
+  out.request->SetValue(key::Rect, rect);
+  out.request->SetValue(key::BatchMode, m_parts.run.batch() ? 1 : 0);
+  out.page.expectedLines = rect.height() > 0 ? roundHalfUp(mmToPixels(rect.height(), v.dpi)) : 0;
+  plan.area = rect;
+}
+
+/// A run whose pages come out wider than they were asked for is told so, once.
+void PagePreparation::noteWidening(double width) const {
+  const double asked = m_parts.values().rcScan.width() * (1 + m_parts.values().addWidthPercent * 0.01);
+  if (width <= asked + 0.01) return;
+  CScanUnits& units = m_parts.params.units();
+  m_parts.host.note(formatText(Supp_Translate("The scan is %s wide, the least width, instead of %s."),
+                               {units.lengthText(width), units.lengthText(asked)}));
+}
+
+/// The copy that the scanner's thread works from.
+void PagePreparation::takeSettings(ScanPlan& plan) const {
+  const ScanValues& v = m_parts.values();
+  if (const auto* files = m_parts.files()) {
+    plan.draft = files->draft(!m_parts.run.goesOn() && !(v.bursting != 0 && v.customScanValid == 0));
+  } else {
+    plan.draft.names = makeNameContext(m_parts.params);
+  }
+  plan.destination = m_parts.params.destinationStore;
+  plan.view = m_parts.params.viewStore;
+  plan.straightening = m_parts.steps.straightening;
+  m_parts.steps.straightening->Begin({v.skew, plan.area, v.scanType});
+}
+
+Preparation PagePreparation::prescan() {
+  Preparation out;
+  if (!m_parts.host.clearRasters(ClearFor::Preview, false)) return out;
+  out.request = collectRequest();
+  if (!out.request) return out;
+  CSharedScanParams& params = m_parts.params;
+  params.destinationStore->Reset();
+  params.viewStore->Reset();
+  params.previewStore = makeEmptyStore();
+  const tagRRECT frame = params.values().rcPreview;
+  const double down = params.values().rcScan.top - frame.top;
+  params.set(scan_key::RcPreview, {frame.left, frame.top + down, frame.right, frame.bottom + down});
+  const bool fragment = params.values().customScanValid != 0;
+  if (params.values().boundDetectDirty && !fragment && !detect(out.request.get(), -1, nullptr)) return out;
+  const tagRRECT rect = applyLengthRule(params.values().rcScan, params.values().scanType);
+  params.set(scan_key::RcScan, rect);
+  if (!findPalette(out)) return out;
+  const int dpi = params.values().previewDpi;
+  out.request->SetValue(key::ImageDpi, dpi);
+  if (!checkMedia(out)) return out;
+  finishPreview(out, RunKind::Prescan, rect, dpi);
+  return out;
+}
+
+Preparation PagePreparation::areaPrescan(const tagRRECT& area) {
+  Preparation out;
+  if (!m_parts.host.clearRasters(ClearFor::Preview, false)) return out;
+  out.request = collectRequest();
+  if (!out.request) return out;
+  m_parts.params.set(scan_key::RcPreview, area);
+  m_parts.params.viewStore = makeEmptyStore();
+  if (!findPalette(out)) return out;
+  finishPreview(out, RunKind::AreaPrescan, area, m_parts.values().dpi);
+  return out;
+}
+
+void PagePreparation::finishPreview(Preparation& out, RunKind kind, const tagRRECT& area, int dpi) {
+  m_parts.quiet().lastScanArea = area;
+  m_parts.steps.colors->Put(out.request.get());
+  out.request->SetValue(key::Rect, area);
+  out.request->SetValue(key::RequestType, kRequestPrescan);
+  auto plan = std::make_shared<ScanPlan>();
+  plan->kind = kind;
+  plan->area = area;
+  plan->previewDpi = dpi;
+  takeSettings(*plan);
+  out.page.expectedLines = area.height() > 0 ? roundHalfUp(mmToPixels(area.height(), dpi)) : 0;
+  out.plan = std::move(plan);
+  out.isReady = true;
+}
+
+}  // namespace quillbay

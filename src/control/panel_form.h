@@ -1,0 +1,49 @@
+#pragma once
+#include <QWidget>
+#include <vector>
+
+class QStackedWidget;
+class QTabBar;
+class QToolBar;
+
+namespace quillbay {
+
+class PanelPages;
+class PanelStatus;
+
+/// The panel's places: commands, tabs with the pages, the destination, the status line. Pages and destination
+/// scroll when there is too little room; commands, the name of the next file and the status stay in sight.
+class PanelForm {
+ public:
+  /// Builds the form into `panel`, which owns all of it.
+  explicit PanelForm(QWidget* panel);
+
+  [[nodiscard]] QToolBar* toolbar() const noexcept { return m_toolbar; }
+  [[nodiscard]] QTabBar* tabs() const noexcept { return m_tabs; }
+  [[nodiscard]] QStackedWidget* pageArea() const noexcept { return m_pageArea; }
+  [[nodiscard]] QWidget* destinationPlace() const noexcept { return m_destinationPlace; }
+  [[nodiscard]] PanelStatus& status() const noexcept { return *m_status; }
+
+  /// Shows a destination; `footer`, what it wants to stay in sight, stands below what scrolls and may be null.
+  void placeDestination(QWidget* window, QWidget* footer) const;
+  /// A tab for each page of the current mode.
+  void fillTabs(const PanelPages& pages) const;
+  void showTab(const PanelPages& pages, int index) const;
+  /// The small layout has no pages.
+  void showPages(bool full, std::size_t count) const;
+  /// Tab goes through the panel as it is read, in whatever order its parts were made.
+  void orderTabbing() const;
+  /// The help topic of what the user works with, or null: the destination's.
+  [[nodiscard]] const char* topicInUse(const PanelPages& pages, bool full) const;
+
+ private:
+  QWidget* m_panel;
+  QToolBar* m_toolbar;
+  QTabBar* m_tabs;
+  QStackedWidget* m_pageArea;
+  QWidget* m_destinationPlace;
+  QWidget* m_footerPlace;
+  PanelStatus* m_status;
+};
+
+}  // namespace quillbay

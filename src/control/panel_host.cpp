@@ -1,0 +1,69 @@
+#include "control/panel_host.h"
+
+#include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
+
+namespace quillbay {
+
+namespace {
+
+int harmlessAnswer(EventButtons buttons) {
+  switch (buttons) {
+    case EventButtons::YesNo: return static_cast<int>(EventAnswer::No);
+    case EventButtons::Ok: return static_cast<int>(EventAnswer::Ok);
+    default: return static_cast<int>(EventAnswer::GiveUp);
+  }
+}
+
+}  // namespace
+
+PanelHost::PanelHost(QObject* window, KxPtr<CSharedScanParams> params, IScriptCmdSink* script)
+    : m_window(window), m_params(std::move(params)), m_script(KxPtr<IScriptCmdSink>::share(script)) {}
+
+int PanelHost::execCommand(const char* command, IParam* arguments) const {
+  if (!m_script) return 0;
+  const auto script = m_script;  // outlives a panel that goes in the call
+  return callOutside(m_window, [&] { return script->ExecCommand(command, arguments); });
+}
+
+int PanelHost::message(EventKind kind, const std::string& text, EventButtons buttons) const {
+  callOutside(m_window, [&] { m_listeners.message(text); });
+  const auto events = query<IEvents>(m_params->app());
+  if (!events) {
+    logLine(LogLevel::Warning, "quillbay.control", text);
+    return harmlessAnswer(buttons);
+  }
+  return callOutside(m_window, [&] {
+    return events->Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons));
+  });
+}
+
+int PanelHost::event(int code, const std::string& text, EventButtons buttons) const {
+  callOutside(m_window, [&] { m_listeners.message(text); });
+  const auto events = query<IEvents>(m_params->app());
+  if (!events) {
+    logLine(LogLevel::Warning, "quillbay.control", text);
+    return harmlessAnswer(buttons);
+  }
+  return callOutside(m_window, [&] { return events->Event(code, text.c_str(), static_cast<int>(buttons)); });
+}
+
+void PanelHost::note(const std::string& text) const {
+  if (const auto events = query<IEvents>(m_params->app())) events->Note("quillbay.control", text.c_str());
+}
+
+bool PanelHost::isInteractive() const {
+  const auto interior = query<IAppInterior>(m_params->app());
+  return !interior || interior->IsInteractive() != 0;
+}
+
+bool PanelHost::clearRasters(ClearFor what, bool inRun) const {
+  const auto set = new_MemParam();
+  if (m_params->values().multiPage) set->SetValue(script_key::MultiPage, 1);
+  if (what == ClearFor::Connection) set->SetValue(script_key::Connect, 1);
+  if (what == ClearFor::Preview) set->SetValue(script_key::Prescan, 1);
+  if (inRun) set->SetValue(script_key::BatchScan, 1);
+  return execCommand(script_key::ClearAllRasters, set.get()) == 0;
+}
+
+}  // namespace quillbay

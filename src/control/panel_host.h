@@ -1,0 +1,47 @@
+#pragma once
+#include <string>
+
+#include "control/outside_call.h"
+#include "control/run_events.h"
+#include "params/shared_scan_params.h"
+#include "quillbay/events.h"
+
+namespace quillbay {
+
+/// What the host is asked to make room for. No page follows a connection or a preview.
+enum class ClearFor { Connection, Preview, Scan };
+
+/// The panel's way to its host: messages, script commands, and the listeners. All but `note` may run an event loop
+/// and throw `WindowGone` when the panel's window was destroyed in it.
+class PanelHost {
+ public:
+  PanelHost(QObject* window, KxPtr<CSharedScanParams> params, IScriptCmdSink* script);
+
+  /// Makes a call of a page, the destination or a step.
+  template <class F>
+  std::invoke_result_t<F> call(F&& f) const {
+    return callOutside(m_window, std::forward<F>(f));
+  }
+  /// Sends a script command; 0 for success, also without a script sink.
+  int execCommand(const char* command, IParam* arguments) const;
+  /// Shows a message and tells the listeners of it. Answers the host's answer; a host without messages gives the
+  /// harmless one.
+  int message(EventKind kind, const std::string& text, EventButtons buttons) const;
+  /// The same for an event by number.
+  int event(int code, const std::string& text, EventButtons buttons) const;
+  void note(const std::string& text) const;
+  /// Whether a user sits before the program.
+  [[nodiscard]] bool isInteractive() const;
+  /// Asks the host to let go of its rasters; false: it refuses. `inRun`: it must ask nobody.
+  [[nodiscard]] bool clearRasters(ClearFor what, bool inRun) const;
+
+  [[nodiscard]] RunEvents& listeners() noexcept { return m_listeners; }
+
+ private:
+  QObject* m_window;
+  KxPtr<CSharedScanParams> m_params;
+  KxPtr<IScriptCmdSink> m_script;
+  RunEvents m_listeners;
+};
+
+}  // namespace quillbay

@@ -1,0 +1,37 @@
+#pragma once
+#include <functional>
+
+#include "control/panel_host.h"
+#include "control/panel_pages.h"
+#include "control/scan_run.h"
+#include "control/scan_steps.h"
+#include "control/scanner_connection.h"
+#include "destinations/file_destination.h"
+#include "params/shared_scan_params.h"
+#include "platform/scan_to.h"
+
+namespace quillbay {
+
+class PanelStatus;
+
+/// What carries out a run, for the classes that share its steps. All of it is the panel's and outlives them.
+struct PanelParts {
+  CSharedScanParams& params;
+  ScanRun& run;
+  PanelHost& host;
+  ScannerConnection& scanner;
+  PanelPages& pages;
+  ScanSteps& steps;
+  CScanTo* destination = nullptr;        ///< from the panel's start-up on
+  PanelStatus* status = nullptr;         ///< from the start-up on
+  std::function<void()> stateChanged{};  ///< shows the run's state
+  /// Settings changed without a broadcast; whether the mode did.
+  std::function<void(bool modeChanged)> settingsApplied{};
+
+  [[nodiscard]] ScanValues& quiet() const { return params.quiet(); }
+  [[nodiscard]] const ScanValues& values() const { return params.values(); }
+  /// The destination as one that names files, or null.
+  [[nodiscard]] IFileDestination* files() const { return dynamic_cast<IFileDestination*>(destination); }
+};
+
+}  // namespace quillbay

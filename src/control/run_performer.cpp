@@ -1,0 +1,306 @@
+#include "control/run_performer.h"
+
+#include "control/command_ids.h"
+#include "control/panel_status.h"
+#include "control/prescan_feed.h"
+#include "platform/base_services.h"
+#include "platform/post_command.h"
+
+namespace quillbay {
+
+namespace {
+
+/// How long closing waits for a device that does not answer before it is left to itself.
+constexpr std::chrono::seconds kCloseLimit{10};
+/// What a unit is told when a detection or palette prescan is given up: it stops, and stays usable.
+constexpr UnitCommand kCancelSearch = UnitCommand::Close;
+constexpr const char* kLog = "quillbay.control";
+
+/// A step that must not keep the others from being done. False when it failed.
+template <class F>
+bool quietly(F&& step) {
+  try {
+    step();
+    return true;
+  } catch (const std::exception& e) {
+    logLine(LogLevel::Error, kLog, std::string("ending a run: ") + e.what());
+    return false;
+  }
+}
+
+}  // namespace
+
+RunPerformer::RunPerformer(QWidget* window, PanelParts& parts, std::shared_ptr<ScanRouter> router, CViewSync& view,
+                           CountdownTimer& previewTimer)
+    : m_window(window),
+      m_parts(parts),
+      m_run(parts.run),
+      m_router(std::move(router)),
+      m_view(view),
+      m_previewTimer(previewTimer),
+      m_ending(parts),
+      m_wait(window) {}
+
+void RunPerformer::post(int id, std::int64_t code) { PostCommand(m_window, id, static_cast<int>(code)); }
+
+void RunPerformer::perform(const Actions& todo) {
+  for (const Action& action : todo) performOne(action);
+}
+
+void RunPerformer::performOne(const Action& action) {
+  if (performUnit(action.what) || tell(action.what)) return;
+  switch (action.what) {
+    case Do::ShowState: m_parts.stateChanged(); break;
+    case Do::Prepare: prepare(); break;
+    case Do::WaitForDocument: waitForDocument(); break;
+    case Do::AskForDocument: askForDocument(); break;
+    case Do::EndPageLater: post(command::kScanDone, action.value); break;
+    case Do::NextPieceLater: post(command::kBurstNext); break;
+    case Do::EndBurstLater: post(command::kBurstEnd); break;
+    case Do::NextDocumentLater: post(command::kBatchNext); break;
+    case Do::DropPage: m_ending.drop(); break;
+    case Do::LeaveDocument: leaveDocument(); break;
+    case Do::MoveArea: m_parts.params.set(scan_key::RcScan, m_run.pieceArea()); break;
+    case Do::ForgetFragment: m_parts.params.set(scan_key::CustomScanValid, 0); break;
+    case Do::RestartPreview: m_previewTimer.restart(); break;
+    case Do::End: endRun(); break;
+    default: break;
+  }
+}
+
+bool RunPerformer::performUnit(Do what) {
+  switch (what) {
+    case Do::StartUnit: startUnit(); return true;
+    case Do::StopUnit: m_parts.scanner.command(UnitCommand::Stop); return true;
+    case Do::CancelSearch: m_parts.scanner.command(kCancelSearch); return true;
+    case Do::WakeStore:
+      if (const auto outcome = query<IStoreOutcome>(m_parts.params.destinationStore.get())) outcome->Wake();
+      return true;
+    default: return false;
+  }
+}
+
+bool RunPerformer::tell(Do what) {
+  const RunEvents& hosts = m_parts.host.listeners();
+  const RunRecord& record = m_run.record();
+  switch (what) {
+    case Do::TellStarted: m_parts.host.call([&] { hosts.started(m_run.startInfo()); }); return true;
+    case Do::TellLines: m_parts.host.call([&] { hosts.lines(m_run.lines()); }); return true;
+    case Do::TellPage: m_parts.host.call([&] { hosts.pageFinished(m_run.page()); }); return true;
+    case Do::TellEnded:
+      m_parts.host.call([&] { hosts.ended(record.cause(), record.fault(), record.pages()); });
+      return true;
+    default: return false;
+  }
+}
+
+bool RunPerformer::handle(int id, int code, std::int64_t value) {
+  switch (id) {
+    case command::kStarted: onStarted(); return true;
+    case command::kProgress: onProgress(); return true;
+    case command::kPrescanStripes: onPrescanStripes(); return true;
+    case command::kReady:
+      onPrescanStripes();
+      m_router->forgetEnd();
+      perform(m_run.unitEnded(code, value != 0, m_parts.scanner.fault()));
+      return true;
+    case command::kScanDone: onScanDone(code != 0); return true;
+    case command::kWritten:
+      if (m_run.awaitsWriter()) finishPage(false);
+      return true;
+    case command::kBatchNext: perform(m_run.nextDocument(m_parts.scanner.hasFeeder())); return true;
+    case command::kBurstNext:
+      perform(m_run.nextPiece(m_parts.values().rcScan, m_parts.scanner.unit()->GetMaxLength()));
+      return true;
+    case command::kBurstEnd: perform(m_run.endBurst()); return true;
+    case command::kPollDocument: pollDocument(); return true;
+    case command::kWaitCancelled: perform(m_run.waitEnded(true, {})); return true;
+    case command::kClearBatch: m_run.clearBatch(); return true;
+    default: return false;
+  }
+}
+
+void RunPerformer::start(RunKind kind, int wanted, bool isDirect) {
+  m_isDirect = isDirect;
+  if (kind == RunKind::AreaPrescan && !m_run.isBusy() && (isDirect || !CViewSync::visibleArea())) return;
+  perform(m_run.start(kind, wanted));
+}
+
+void RunPerformer::prepare() {
+  if (m_run.state() != RunState::Preparing) return;
+  PostCommand(m_window, command::kRedrawView, 1, 0, true);
+  Preparation made;
+  switch (m_run.kind()) {
+    case RunKind::Prescan: made = preparation().prescan(); break;
+    case RunKind::AreaPrescan:
+      if (const auto area = CViewSync::visibleArea()) made = preparation().areaPrescan(*area);
+      break;
+    default: made = preparation().page();
+  }
+  if (!made.isReady) {
+    perform(m_run.refused(made.cause, made.fault));
+    return;
+  }
+  const Prepared page = made.page;
+  m_next = std::move(made);
+  perform(m_run.prepared(page));
+}
+
+/// Arms the router and the unit and runs the scan.
+void RunPerformer::startUnit() {
+  const Preparation next = std::exchange(m_next, {});
+  if (!next.plan) return;
+  m_router->arm(next.plan);
+  try {
+    if (m_parts.scanner.take(next.request.get()) && m_parts.scanner.run()) return;
+  } catch (const std::exception&) {
+    m_router->cancelArmed();
+    throw;
+  }
+  m_router->cancelArmed();
+  const UnitFault fault = m_parts.scanner.fault();
+  const bool media = fault.code == UnitFaultCode::NoDocuments;
+  // A feeder that ran empty after a page is how a batch ends.
+  const bool expected = media && m_run.record().pages() > 0;
+  perform(m_run.refused(media ? EndCause::Media : EndCause::Device, fault, expected));
+}
+
+/// Scans as soon as a document is loaded. Without a user before it, and in direct mode, the device is asked once.
+void RunPerformer::waitForDocument() {
+  if (m_run.state() != RunState::Waiting) return;
+  if (m_parts.scanner.isLoaded()) {
+    perform(m_run.documentLoaded());
+  } else if (m_isDirect || !m_parts.host.isInteractive()) {
+    perform(m_run.waitEnded(false, m_parts.scanner.fault()));
+  } else {
+    m_wait.begin();
+  }
+}
+
+void RunPerformer::pollDocument() {
+  if (m_run.state() == RunState::Waiting && m_parts.scanner.isLoaded()) perform(m_run.documentLoaded());
+}
+
+void RunPerformer::askForDocument() {
+  if (m_run.state() != RunState::Asking) return;
+  const int answer = m_parts.host.event(
+      kEventNextDocument,
+      Supp_Translate("Put the next document on the scanner, then choose OK. Cancel ends the batch."),
+      EventButtons::OkCancel);
+  perform(m_run.documentAnswered(answer == static_cast<int>(EventAnswer::Ok)));
+}
+
+void RunPerformer::leaveDocument() {
+  m_ending.leaveDocument();
+  PostCommand(m_window, command::kRedrawView, 1, 0, true);
+}
+
+bool RunPerformer::detectArea(int mask) {
+  PagePreparation steps = preparation();
+  const auto request = steps.collectRequest();
+  bool found = false;
+  return request && steps.detect(request.get(), mask, &found) && found;
+}
+
+void RunPerformer::pushSettings() {
+  if (m_run.isBusy()) return;
+  if (const auto request = preparation().collectRequest()) static_cast<void>(m_parts.scanner.take(request.get()));
+}
+
+/// The scanner has said what it will deliver.
+void RunPerformer::onStarted() {
+  const ScanStarted started = m_router->takeStarted();
+  if (!started.plan) return;
+  const bool hasPlace = m_ending.begin(started);
+  m_view.setArea(started.plan->area, started.dpi);
+  ScanStartInfo info;
+  info.width = started.width;
+  info.expectedLines = started.lines;
+  info.dpi = started.dpi;
+  info.colorSpace = started.colorSpace;
+  info.file = started.page.target.path;
+  perform(m_run.started(info, !hasPlace));
+  if (!hasPlace) m_parts.host.message(EventKind::Information, started.page.refused, EventButtons::Ok);
+}
+
+void RunPerformer::onProgress() {
+  const std::int64_t lines = m_router->lines();
+  if (m_run.isRunning() && m_parts.status) m_parts.status->setLines(lines, m_run.startInfo().expectedLines);
+  perform(m_run.linesArrived(lines));
+}
+
+void RunPerformer::onPrescanStripes() {
+  const ScanStarted started = m_router->takeStarted();
+  for (const auto& stripe : m_router->takeStripes()) {
+    takePrescanStripe(m_parts, *stripe, started.plan ? started.plan->previewDpi : m_parts.values().previewDpi);
+  }
+}
+
+/// The page's end: the panel stays alive while the writer finishes, and refuses every start.
+void RunPerformer::onScanDone(bool cancelled) {
+  if (!m_run.isBusy() && !m_parts.params.destinationStore->IsEmpty()) {
+    perform(m_run.start(RunKind::Fragment, 1));  // the page is in the store already; this comes again
+    return;
+  }
+  if (m_run.state() != RunState::Finishing || m_run.awaitsWriter()) return;
+  const auto written = [](void* window) { PostCommand(static_cast<QWidget*>(window), command::kWritten, 1); };
+  if (!m_ending.release(cancelled, written, m_window)) finishPage(cancelled);
+}
+
+void RunPerformer::finishPage(bool cancelled) {
+  if (m_run.state() != RunState::Finishing) return;
+  perform(m_run.pageHandled(m_ending.handOver(cancelled, m_router->lines())));
+}
+
+void RunPerformer::endRun() {
+  if (m_run.state() != RunState::Ending) return;
+  m_ending.endRun();
+  perform(m_run.ended());
+}
+
+void RunPerformer::performRest(const Actions& todo) {
+  for (const Action& action : todo) {
+    if (!quietly([&] { performOne(action); }) && action.what == Do::End) performRest(m_run.ended());
+  }
+}
+
+void RunPerformer::fail(const std::string& what) {
+  logLine(LogLevel::Error, kLog, "a command failed: " + what);
+  const bool ran = m_run.isBusy();
+  const Actions todo = m_run.failed();
+  const bool ends = m_run.state() == RunState::Ending;
+  if (!ends) performRest(todo);  // a device that runs is stopped first
+  quietly([&] {
+    const char* text = ran ? "The scan was ended, because a part of the program or the scanner's driver failed: %s"
+                           : "A part of the program or the scanner's driver failed: %s";
+    m_parts.host.message(EventKind::Information, formatText(Supp_Translate(text), {what}), EventButtons::Ok);
+  });
+  if (ends) performRest(todo);
+  // Nothing runs that could still report its end.
+  if (m_run.isRunning() && !m_router->isRunning()) performRest(m_run.unitEnded(2, true, {}));
+}
+
+void RunPerformer::close() {
+  quietly([&] { m_wait.close(); });
+  quietly([&] { m_parts.scanner.command(UnitCommand::Close); });
+  quietly([&] { performOne({Do::WakeStore}); });
+  if (!m_router->waitIdle(kCloseLimit)) {
+    logLine(LogLevel::Error, kLog,
+            "scanner " + m_parts.scanner.name() + " did not end its scan; the panel closes without waiting for it");
+  }
+  m_router->disarm();
+  // What its end would have set off if the window had lived to hear of it.
+  if (const auto end = m_router->takeEnd()) {
+    quietly([&] { static_cast<void>(m_ending.begin(m_router->takeStarted())); });
+    static_cast<void>(m_run.unitEnded(end->status, end->isEmpty, m_parts.scanner.fault()));
+  }
+  if (m_run.hasWholePage()) {
+    static_cast<void>(m_run.stopAfterPage());
+    quietly([&] { finishPage(false); });
+  }
+  performRest(m_run.closed());
+  performRest(m_run.ended());
+  quietly([&] { m_parts.params.destinationStore->Reset(); });
+}
+
+}  // namespace quillbay

@@ -1,0 +1,74 @@
+#pragma once
+#include <memory>
+
+#include "control/document_wait.h"
+#include "control/page_ending.h"
+#include "control/page_preparation.h"
+#include "control/panel_parts.h"
+#include "control/scan_router.h"
+#include "control/view_sync.h"
+#include "widgets/countdown_timer.h"
+
+namespace quillbay {
+
+/// Carries out what `ScanRun` decides, and turns what comes of it into the run's next events. User-interface thread
+/// only. Everything here may run event loops and throw `WindowGone`.
+class RunPerformer {
+ public:
+  /// `window` gets the posted commands. All arguments outlive this object.
+  RunPerformer(QWidget* window, PanelParts& parts, std::shared_ptr<ScanRouter> router, CViewSync& view,
+               CountdownTimer& previewTimer);
+
+  void perform(const Actions& todo);
+  /// A posted command of a run. False when it is none.
+  [[nodiscard]] bool handle(int id, int code, std::int64_t value);
+  /// Starts what a command starts; nothing when a preview would have nothing to show.
+  void start(RunKind kind, int wanted, bool isDirect);
+  /// What goes into the next run's files and stores from the one before.
+  void leaveDocument();
+  /// Looks for the area for a page of the panel; answers whether it was found.
+  [[nodiscard]] bool detectArea(int mask);
+  /// The unit takes over the current settings; nothing moves.
+  void pushSettings();
+
+  /// Something broke in the middle of a run: it ends, whatever else breaks.
+  void fail(const std::string& what);
+  /// The panel goes: stops the unit, waits for it, keeps what is whole, and tells whoever heard the run begin.
+  void close();
+
+  /// The box of a batch that waits.
+  [[nodiscard]] DocumentWait& wait() noexcept { return m_wait; }
+
+ private:
+  void performOne(const Action& action);
+  [[nodiscard]] bool performUnit(Do what);
+  [[nodiscard]] bool tell(Do what);
+  void performRest(const Actions& todo);
+  void post(int id, std::int64_t code = 1);
+
+  void prepare();
+  void startUnit();
+  void waitForDocument();
+  void askForDocument();
+  void pollDocument();
+  void onStarted();
+  void onProgress();
+  void onPrescanStripes();
+  void onScanDone(bool cancelled);
+  void finishPage(bool cancelled);
+  void endRun();
+  [[nodiscard]] PagePreparation preparation() { return {m_parts, m_view.hasView()}; }
+
+  QWidget* m_window;
+  PanelParts& m_parts;
+  ScanRun& m_run;
+  std::shared_ptr<ScanRouter> m_router;
+  CViewSync& m_view;
+  CountdownTimer& m_previewTimer;
+  PageEnding m_ending;
+  DocumentWait m_wait;
+  Preparation m_next;  // between `prepared` and the unit's start
+  bool m_isDirect = false;
+};
+
+}  // namespace quillbay
