@@ -16,6 +16,60 @@ void expectWorks(SaneScanner& scanner, const Request& request = {}) {
   EXPECT_EQ(scanner.fault().code, UnitFaultCode::None);
 }
 
+TEST(SaneFaults, SourcesAndKeysThatTheDeviceOffers) {
+  SaneScanner scanner;
+  const auto media = scanner.unit.as<IUnitMedia>();
+  std::vector<UnitSource> sources;
+  EXPECT_EQ(media->GetSources(&sources), 2);
+  EXPECT_EQ(sources, (std::vector{UnitSource::Flatbed, UnitSource::Feeder}));
+  EXPECT_EQ(media->HasFeeder(), 0);
+  std::string why;
+  EXPECT_EQ(media->SetSource(UnitSource::Feeder, &why), 1) << why;
+  EXPECT_EQ(media->GetSource(), UnitSource::Feeder);
+  EXPECT_NE(media->HasFeeder(), 0);
+  EXPECT_EQ(media->SetSource(UnitSource::Duplex, &why), 0);
+  EXPECT_NE(why.find("flatbed; feeder"), std::string::npos) << why;
+
+  UnitKeyRange range;
+  const auto ranges = scanner.unit.as<IUnitKeyRanges>();
+  EXPECT_EQ(ranges->GetKeyRange("level4", &range), 1);
+  EXPECT_EQ(range.most, 255);
+  for (const char* unknown : {"LEVEL5", "BLUR0", "BACKGROUNDSUPP1"})
+    EXPECT_EQ(ranges->GetKeyRange(unknown, &range), 0);
+
+  // The feeder that was chosen counts for who opens the device next.
+  const auto kept = new_MemParam();
+  scanner.options()->SaveOptions(kept.get());
+  media->SetSource(UnitSource::Flatbed, nullptr);
+  scanner.options()->LoadOptions(kept.get());
+  EXPECT_EQ(media->GetSource(), UnitSource::Feeder);
+  for (const UnitOption& o : scanner.options()->GetOptions()) {
+    if (o.name == "resolution") {
+      EXPECT_TRUE(o.followsRequest && o.least == 1 && o.most == 9600) << o.range;
+    }
+    if (o.name == "hand-scanner") {
+      EXPECT_TRUE(o.type == UnitOptionType::Switch && o.group == "Scan Mode") << o.group;
+    }
+  }
+}
+
+TEST(SaneFaults, ADeviceWithoutASourceIsAFlatbedUntilItRunsEmpty) {
+  SaneScanner scanner("pnm:0");
+  const auto media = scanner.unit.as<IUnitMedia>();
+  EXPECT_EQ(media->HasFeeder(), 0);
+  std::vector<UnitSource> sources;
+  EXPECT_EQ(media->GetSources(&sources), 1);
+  const auto picture = saneConfig.folder() / "page.pgm";
+  std::ofstream(picture) << "P5\n1 1\n255\nx";
+  scanner.set({{"filename", picture.string()}, {"status", "no"}, {"status-nodocs", "yes"}});
+  WaitingSink sink;
+  EXPECT_TRUE(scanner.scan({5, 100}, &sink)) << scanner.fault().text;
+  EXPECT_EQ(scanner.fault().code, UnitFaultCode::NoDocuments) << scanner.fault().text;
+  EXPECT_NE(media->HasFeeder(), 0);
+  EXPECT_EQ(media->GetSource(), UnitSource::Feeder);
+  scanner.set({{"status", "yes"}, {"status-nodocs", "no"}});  // the driver keeps them
+}
+
 TEST(SaneFaults, EveryStatusHasItsOwnMessage) {
   struct Case {
     const char* status;

@@ -41,12 +41,12 @@ TEST(SanePages, EqualWhatScanimageDelivers) {
        {7, 75, {0, 0, 50, 50}},
        {{"three-pass", "yes"}, {"three-pass-order", "BRG"}}},
       {"three passes of unknown length",
-       {7, 50, {0, 0, 50, 50}},
+       {7, 50, {0, 0, 200, 0}},
        {{"three-pass", "yes"}, {"hand-scanner", "yes"}},
        -1},
-      {"unknown length, grey", {5, 100, {0, 0, 50, 50}}, {{"hand-scanner", "yes"}}, -1},
-      {"unknown length, colour", {7, 50, {0, 0, 50, 50}}, {{"hand-scanner", "yes"}}, -1},
-      {"unknown length, line art", {0, 100, {0, 0, 50, 50}}, {{"hand-scanner", "yes"}}, -1},
+      {"unknown length, grey", {5, 100, {0, 0, 200, 0}}, {{"hand-scanner", "yes"}}, -1},
+      {"unknown length, colour", {7, 50, {0, 0, 200, 0}}, {{"hand-scanner", "yes"}}, -1},
+      {"unknown length, line art", {0, 100, {0, 0, 200, 0}}, {{"hand-scanner", "yes"}}, -1},
       {"padded lines, grey", {5, 100, {0, 0, 51, 50}}, {{"ppl-loss", "13"}}},
       {"padded lines, colour", {7, 100, {0, 0, 51, 50}}, {{"ppl-loss", "7"}}},
       {"padded lines, line art", {0, 100, {0, 0, 51, 50}}, {{"ppl-loss", "11"}}},
@@ -184,6 +184,58 @@ TEST(SanePages, PicturesOfADeviceWithoutAnArea) {
     EXPECT_EQ(sink.dpi, 300u);
     EXPECT_TRUE(same(pictureOf(sink), readPnm(file)));
   }
+}
+
+// The driver of files has no area: what is wanted is cut out of what it delivers.
+TEST(SanePages, AnAreaThatTheDeviceCannotCut) {
+  struct Case {
+    const char* why;
+    const char* header;
+    std::size_t bytes;
+    int mode;
+    KxRect want;  // pixels; bottom 0: to the end
+  };
+  const Case cases[] = {
+      {"colour", "P6\n37 23\n255\n", 37 * 23 * 3, 7, {3, 5, 20, 17}},
+      {"grey, beyond the picture", "P5\n41 19\n255\n", 41 * 19, 5, {9, 2, 100, 100}},
+      {"grey, to its end", "P5\n41 19\n255\n", 41 * 19, 5, {9, 6, 40, 0}},
+      {"line art", "P4\n43 17\n", 6 * 17, 0, {11, 4, 30, 16}},
+      {"grey made black and white", "P5\n41 19\n255\n", 41 * 19, 1, {5, 5, 33, 12}},
+  };
+  const auto path = saneConfig.folder() / "picture.pnm";
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    std::string file = c.header;
+    for (std::size_t i = 0; i < c.bytes; ++i) file.push_back(static_cast<char>(i * 7 + i / 11));
+    std::ofstream(path, std::ios::binary) << file;
+    const auto mm = [](int pixels) { return pixels * kMmPerInch / 100; };
+    SaneScanner scanner("pnm:0");
+    scanner.set({{"filename", path.string()}});
+    WaitingSink sink;
+    const tagRRECT rect{mm(c.want.left), mm(c.want.top), mm(c.want.right),
+                        mm(c.want.bottom ? c.want.bottom : c.want.top)};
+    ASSERT_TRUE(scanner.scan({c.mode, 100, rect}, &sink)) << scanner.fault().text;
+    ASSERT_EQ(sink.ended, std::vector<int>{1}) << scanner.fault().text;
+    const Picture whole = readPnm(file);
+    Picture want{0, 0, whole.channels, {}};
+    const auto right = std::min<std::int64_t>(c.want.right, whole.width);
+    const auto bottom = std::min<std::int64_t>(c.want.bottom ? c.want.bottom : 1000, whole.height);
+    want.width = right - c.want.left;
+    want.height = bottom - c.want.top;
+    for (std::int64_t y = c.want.top; y < bottom; ++y)
+      for (std::int64_t x = c.want.left * whole.channels; x < right * whole.channels; ++x) {
+        const std::uint8_t level = whole.bytes[static_cast<std::size_t>(y * whole.width * whole.channels + x)];
+        want.bytes.push_back(c.mode != 1 ? level : level < 128 ? 0 : 255);
+      }
+    EXPECT_TRUE(same(pictureOf(sink), want));
+    EXPECT_EQ(sink.announced, want.height);
+  }
+  SaneScanner scanner("pnm:0");
+  scanner.set({{"filename", path.string()}});
+  WaitingSink sink;
+  ASSERT_TRUE(scanner.scan({5, 100, {500, 0, 600, 10}}, &sink));
+  EXPECT_EQ(sink.started, 0);
+  EXPECT_NE(scanner.fault().text.find("outside"), std::string::npos) << scanner.fault().text;
 }
 
 }  // namespace

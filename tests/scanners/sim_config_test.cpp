@@ -9,8 +9,9 @@ namespace {
 
 TEST(SimConfig, ReadsEveryKeyAndTellsItAgain) {
   const char* device =
-      "sim:width=1000,length=5000,size=594x841.5,at=150x-40,skew=-1.5,background=white,count=3,speed=2000,seed=7,"
-      "drawing=map,jam-after=2000,fault=cover,unknown-length=1,finds-end=0,centring=2,depth=16,colour=0,"
+      "sim:width=1000,length=5000,size=594x841.5,at=150x-40,skew=-1.5,background=white,source=flatbed,count=3,"
+      "speed=2000,seed=7,drawing=map,jam-after=2000,fault=cover,unknown-length=1,finds-end=0,centring=2,depth=16,"
+      "colour=0,"
       "image-dpi=254,images=/a%2Cb.tif:/c.png";
   SimConfig config;
   std::string why;

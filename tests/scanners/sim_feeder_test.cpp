@@ -31,6 +31,21 @@ TEST(SimFeeder, PagesComeInTurnAndRunOut) {
   EXPECT_EQ(rig.fault().code, UnitFaultCode::None);
 }
 
+TEST(SimFeeder, AFlatbedIsNeverEmpty) {
+  SimRig rig(std::string(kSmall) + ",count=1");
+  const auto media = query<IUnitMedia>(&rig.object());
+  EXPECT_NE(media->HasFeeder(), 0);
+  std::string why;
+  EXPECT_EQ(media->SetSource(UnitSource::Duplex, &why), 0);
+  EXPECT_FALSE(why.empty());
+  EXPECT_EQ(media->SetSource(UnitSource::Flatbed, nullptr), 1);
+  EXPECT_EQ(media->HasFeeder(), 0);
+  RecordingSink first, second;
+  EXPECT_EQ(rig.scan(first), 1);
+  EXPECT_EQ(rig.scan(second), 1);
+  EXPECT_NE(first.bytes, second.bytes) << "another document was placed";
+}
+
 TEST(SimFeeder, UnloadingDropsThePageThatLiesInTheScanner) {
   SimRig rig(std::string(kSmall) + ",count=3");
   RecordingSink sink;

@@ -72,7 +72,7 @@ SaneCapabilities findCapabilities(const std::vector<SaneOption>& options) {
   SaneCapabilities c;
   c.options = options;
   c.modes = modeNames(findOption(options, "mode"));
-  c.isFeeder = isFeeder(options);
+  c.sources = SaneSources(options);
   findResolutions(options, &c);
   const double width = extent(options, "br-x", "page-width");
   c.maxWidth = width > 0 ? width : kUnknownWidth;

@@ -4,6 +4,7 @@
 
 #include "scanners/sane/sane_option.h"
 #include "scanners/sane/sane_settings.h"
+#include "scanners/sane/sane_sources.h"
 
 namespace quillbay {
 
@@ -16,7 +17,7 @@ struct SaneCapabilities {
   double minDpi = 0, maxDpi = 0;
   /// Millimetres. A device that does not tell: 900 wide (it ignores the area) and 0, no limit, long.
   double maxWidth = 0, maxLength = 0;
-  bool isFeeder = false;
+  SaneSources sources;
   std::vector<SaneOption> options;
 
   [[nodiscard]] bool offers(int mode) const noexcept;

@@ -14,7 +14,6 @@ namespace {
 
 constexpr const char* kSensors[] = {"page-loaded", "adf-loaded", "paper-loaded"};
 constexpr const char* kUnloaders[] = {"eject", "unload"};
-constexpr int kDefaultThreshold = 128;
 
 }  // namespace
 
@@ -62,33 +61,33 @@ bool SaneCore::refuse(UnitFaultCode code, const std::string& text) {
   return false;
 }
 
-bool SaneCore::arm(IScanSink* sink, const ScanWish& wish) {
+bool SaneCore::arm(IScanSink* sink, IParam* settings) {
   const SaneCapabilities known = capabilities();
+  ScanRequest request;
+  const std::string wrong = readScanRequest(settings, &request);
   {
     const std::lock_guard lock(m_mutex);
     if (!m_isRunning) m_fault = {};
     m_armedSink = nullptr;
   }
+  if (!wrong.empty()) return refuse(UnitFaultCode::Invalid, wrong);
   if (!sink) return refuse(UnitFaultCode::Invalid, Supp_Translate("nobody receives the scan."));
-  if (!known.offers(wish.mode))
-    return refuse(
-        UnitFaultCode::Unsupported,
-        formatText(Supp_Translate("this scanner does not offer scan mode %s."), {toText(std::int64_t{wish.mode})}));
-  if (wish.dpi < 0 || (wish.dpi > 0 && !known.allowsDpi(wish.dpi))) {
+  if (!known.offers(request.mode))
+    return refuse(UnitFaultCode::Unsupported,
+                  formatText(Supp_Translate("this scanner does not offer scan mode %s."),
+                             {toText(std::int64_t{request.mode})}));
+  if (request.dpi < 0 || (request.dpi > 0 && !known.allowsDpi(request.dpi))) {
     std::string allowed;
     if (known.maxDpi > 0) allowed = toText(known.minDpi) + ".." + toText(known.maxDpi);
     for (std::size_t i = 0; i < known.resolutions.size() && known.maxDpi <= 0; ++i)
       allowed.append(i ? ", " : "").append(toText(std::int64_t{known.resolutions[i]}));
     return refuse(UnitFaultCode::Invalid, formatText(Supp_Translate("%s dpi is no resolution of this scanner; "
                                                                     "allowed: %s"),
-                                                     {toText(std::int64_t{wish.dpi}), allowed}));
+                                                     {toText(std::int64_t{request.dpi}), allowed}));
   }
-  const tagRRECT& r = wish.rect;
-  if (wish.hasRect && !(r.right > r.left && r.bottom >= r.top))
-    return refuse(UnitFaultCode::Invalid, Supp_Translate("the scan area has no width or a negative length."));
   const std::lock_guard lock(m_mutex);
   m_armedSink = KxPtr<IScanSink>::share(sink);
-  m_armedWish = wish;
+  m_armedRequest = request;
   return true;
 }
 
@@ -99,7 +98,7 @@ bool SaneCore::run() {
     m_isRunning = true;
     ++m_jobs;
     m_scanSink = std::exchange(m_armedSink, nullptr);
-    m_scanWish = m_armedWish;
+    m_scanRequest = m_armedRequest;
     m_stop = false;
   }
   SaneThread::instance().beginScan();
@@ -134,17 +133,17 @@ void SaneCore::endBatch() {
   if (m_device->mayAsk()) m_device->cancel();
 }
 
-std::uint32_t SaneCore::prepare(const ScanWish& wish) {
+std::uint32_t SaneCore::prepare(const ScanRequest& request) {
   WantedOptions wanted;
   {
     const std::lock_guard lock(m_mutex);
     wanted = m_wanted;
   }
   // Within a batch the feeder goes on with the next sheet; setting options would end it.
-  if (m_batchOpen && wish.isBatch && wish == m_lastWish && wanted == m_lastWanted) return m_lastDpi;
+  if (m_batchOpen && request.isBatch && request == m_lastRequest && wanted == m_lastWanted) return m_lastDpi;
   endBatch();
-  m_lastDpi = applyScanWish(*m_device, wish, wanted);
-  m_lastWish = wish;
+  m_lastDpi = applyRequest(*m_device, request, wanted);
+  m_lastRequest = request;
   m_lastWanted = std::move(wanted);
   learn();
   return m_lastDpi;
@@ -177,21 +176,28 @@ void SaneCore::reopenLost() {
   m_isLost = false;
 }
 
-void SaneCore::scanPage(IScanSink* sink, const ScanWish& wish) {
+void SaneCore::scanPage(IScanSink* sink, const ScanRequest& request) {
   if (m_isLost || !m_device->mayAsk()) reopenLost();
   SanePage::Setup setup;
-  setup.mode = wish.mode;
-  setup.dpi = prepare(wish);
-  setup.threshold = wish.threshold >= 0 ? wish.threshold : kDefaultThreshold;
-  setup.curves = wish.curves.empty() ? nullptr : wish.curves.data();
-  setup.isPrescan = wish.isPrescan;
+  setup.mode = request.mode;
+  setup.dpi = prepare(request);
+  setup.threshold = request.level >= 0 ? request.level : kUsualLevel;
+  setup.curves = request.curves.empty() ? nullptr : request.curves.data();
+  setup.isPrescan = request.isPrescan();
+  setup.readsToEnd = goesOn(request);
+  if (request.hasRect && !takesArea(*m_device)) setup.area = request.rect;
   startDevice();
   SanePage(*m_device, setup, sink, m_stop).run();
 }
 
+// Whether the feeder brings the next page of a batch without a cancel in between.
+bool SaneCore::goesOn(const ScanRequest& request) const {
+  return request.isBatch && SaneSources(m_device->options()).isFeeder();
+}
+
 // Every page ends with a cancel, which lets the device rest, except a page of a batch that the feeder continues.
-void SaneCore::finishDevice(const ScanWish& wish, bool completed) {
-  m_batchOpen = completed && !m_stop && wish.isBatch && isFeeder(m_device->options());
+void SaneCore::finishDevice(const ScanRequest& request, bool completed) {
+  m_batchOpen = completed && !m_stop && goesOn(request);
   if (!m_batchOpen) m_device->cancel();
 }
 
@@ -211,20 +217,20 @@ UnitFault SaneCore::faultOfException() {
 
 void SaneCore::scan() {
   KxPtr<IScanSink> sink;
-  ScanWish wish;
+  ScanRequest request;
   {
     const std::lock_guard lock(m_mutex);
     sink = std::exchange(m_scanSink, nullptr);
-    wish = m_scanWish;
+    request = m_scanRequest;
   }
   UnitFault fault;
   try {
-    scanPage(sink.get(), wish);
+    scanPage(sink.get(), request);
   } catch (...) {
     fault = faultOfException();
     if (fault.code == UnitFaultCode::InputOutput || fault.code == UnitFaultCode::AccessDenied) m_isLost = true;
   }
-  finishDevice(wish, fault.code == UnitFaultCode::None);
+  finishDevice(request, fault.code == UnitFaultCode::None);
   if (fault.code != UnitFaultCode::None)
     logLine(fault.code == UnitFaultCode::Cancelled ? LogLevel::Info : LogLevel::Warning, "quillbay.scanner",
             fault.text);
@@ -232,6 +238,7 @@ void SaneCore::scan() {
     const std::lock_guard lock(m_mutex);
     m_fault = fault;
     m_wasEmpty = fault.code == UnitFaultCode::NoDocuments;
+    m_hasToldEmpty = m_hasToldEmpty || m_wasEmpty;
     m_isRunning = false;
   }
   if (m_stop) endBatch();  // the stop came when the page was complete already
@@ -263,7 +270,7 @@ bool SaneCore::isLoaded() {
     const std::lock_guard lock(m_mutex);
     loaded = !std::exchange(m_wasEmpty, false);
   }
-  if (!capabilities().isFeeder || !mayUseDevice()) return loaded;
+  if (!capabilities().sources.isFeeder() || !mayUseDevice()) return loaded;
   SaneThread::instance().call(m_app.get(), [&] {
     if (!m_device->mayAsk()) return;
     for (const char* name : kSensors) {
@@ -316,6 +323,11 @@ std::string SaneCore::reasonAgainst(std::string_view name, std::string_view valu
   *isButton = it->type == SANE_TYPE_BUTTON;
   std::string why;
   return parseSaneValue(*it, value, parsed, &why) ? std::string() : why;
+}
+
+bool SaneCore::hasToldEmpty() {
+  const std::lock_guard lock(m_mutex);
+  return m_hasToldEmpty;
 }
 
 WantedOptions SaneCore::wantedOptions() {

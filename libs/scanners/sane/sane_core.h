@@ -34,7 +34,7 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
 
   [[nodiscard]] SaneCapabilities capabilities();
   [[nodiscard]] UnitFault fault();
-  bool arm(IScanSink* sink, const ScanWish& wish);
+  bool arm(IScanSink* sink, IParam* settings);
   bool run();
   void stop();
   /// Waits until no scan runs and its last notification was delivered. Not on the SANE thread.
@@ -46,17 +46,20 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
   bool setOption(std::string_view name, std::string_view value, std::string* why);
   /// What was set, in this order.
   [[nodiscard]] WantedOptions wantedOptions();
+  /// Whether a scan has ended because no document was left since the device was opened.
+  [[nodiscard]] bool hasToldEmpty();
 
  private:
   SaneCore(IApp* app, std::string device, std::shared_ptr<ScannerFinder> finder);
   void reopenLost();
   void scan();
   static void deliverEnd(KxPtr<IScanSink> sink, int status);
-  void scanPage(IScanSink* sink, const ScanWish& wish);
-  std::uint32_t prepare(const ScanWish& wish);
+  void scanPage(IScanSink* sink, const ScanRequest& request);
+  std::uint32_t prepare(const ScanRequest& request);
   void startDevice();
-  void finishDevice(const ScanWish& wish, bool completed);
+  void finishDevice(const ScanRequest& request, bool completed);
   void endBatch();
+  [[nodiscard]] bool goesOn(const ScanRequest& request) const;
   void learn();
   UnitFault faultOfException();
   bool refuse(UnitFaultCode code, const std::string& text);
@@ -70,7 +73,7 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
 
   // SANE thread
   std::unique_ptr<SaneDevice> m_device;
-  ScanWish m_lastWish;  // of an open batch
+  ScanRequest m_lastRequest;  // of an open batch
   WantedOptions m_lastWanted;
   std::uint32_t m_lastDpi = 0;
   bool m_isLost = false;  // the last scan failed as if the device had gone: it is opened anew before the next
@@ -85,11 +88,12 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
   WantedOptions m_wanted;
   UnitFault m_fault;
   KxPtr<IScanSink> m_armedSink;
-  ScanWish m_armedWish;
+  ScanRequest m_armedRequest;
   KxPtr<IScanSink> m_scanSink;  // of the scan that waits for the SANE thread
-  ScanWish m_scanWish;
+  ScanRequest m_scanRequest;
   bool m_isRunning = false;
-  int m_jobs = 0;           // scans whose last notification was not delivered yet
+  int m_jobs = 0;  // scans whose last notification was not delivered yet
+  bool m_hasToldEmpty = false;
   bool m_wasEmpty = false;  // the feeder was empty at the last start, and nobody was told yet
 };
 

@@ -42,11 +42,15 @@ void SaneDevice::reopen(const std::string& name) {
 
 void SaneDevice::reload() {
   m_options.clear();
+  std::string group;
   // Option 0 holds the count, and is none of the device's own.
   for (SANE_Int i = 1;; ++i) {
     const SANE_Option_Descriptor* d = sane_get_option_descriptor(m_handle, i);
     if (!d) break;
-    if (d->type != SANE_TYPE_GROUP && d->name && *d->name) m_options.push_back(readSaneOption(m_handle, i, *d));
+    if (d->type == SANE_TYPE_GROUP) group = d->title ? d->title : "";
+    if (d->type == SANE_TYPE_GROUP || !d->name || !*d->name) continue;
+    m_options.push_back(readSaneOption(m_handle, i, *d));
+    m_options.back().group = group;
   }
 }
 
@@ -64,7 +68,11 @@ const SaneOption* SaneDevice::settable(std::string_view name) const noexcept {
 void SaneDevice::refresh(std::string_view name) {
   const SaneOption* o = find(name);
   const SANE_Option_Descriptor* d = o ? sane_get_option_descriptor(m_handle, o->index) : nullptr;
-  if (d) m_options[static_cast<std::size_t>(o - m_options.data())] = readSaneOption(m_handle, o->index, *d);
+  if (!d) return;
+  SaneOption& kept = m_options[static_cast<std::size_t>(o - m_options.data())];
+  std::string group = std::move(kept.group);
+  kept = readSaneOption(m_handle, o->index, *d);
+  kept.group = std::move(group);
 }
 
 void SaneDevice::set(std::string_view name, const SaneValue& value) {

@@ -23,6 +23,16 @@ const char* unitText(SANE_Unit unit) {
   }
 }
 
+UnitOptionType typeOf(SANE_Value_Type type) {
+  switch (type) {
+    case SANE_TYPE_BOOL: return UnitOptionType::Switch;
+    case SANE_TYPE_INT: return UnitOptionType::WholeNumber;
+    case SANE_TYPE_FIXED: return UnitOptionType::Number;
+    case SANE_TYPE_BUTTON: return UnitOptionType::Button;
+    default: return UnitOptionType::Text;
+  }
+}
+
 // Fixed-point numbers carry no more than four digits.
 std::string numberText(double number) { return toText(std::round(number * 10000) / 10000); }
 
@@ -147,6 +157,10 @@ UnitOption describeOption(const SaneOption& o) {
   d.title = o.title;
   d.description = o.description;
   d.unit = unitText(o.unit);
+  d.type = typeOf(o.type);
+  d.group = o.group;
+  d.count = std::max(1, static_cast<int>(o.value.size()));
+  d.advanced = (o.cap & SANE_CAP_ADVANCED) != 0;
   d.active = o.isActive();
   d.settable = o.isSettable();
   d.choices = o.strings;
@@ -154,6 +168,9 @@ UnitOption describeOption(const SaneOption& o) {
   if (o.type == SANE_TYPE_BOOL) d.choices = {"no", "yes"};
   if (o.hasRange) {
     d.range = numberText(o.min) + ".." + numberText(o.max);
+    d.least = o.min;
+    d.most = o.max;
+    d.step = o.step;
     if (o.step > 0) d.range += " (in steps of " + numberText(o.step) + ")";
   }
   d.value = o.text;

@@ -13,7 +13,7 @@ namespace quillbay {
 /// thread and survives a reload.
 struct SaneOption {
   SANE_Int index = 0;
-  std::string name, title, description;
+  std::string name, title, description, group;
   SANE_Value_Type type = SANE_TYPE_INT;
   SANE_Unit unit = SANE_UNIT_NONE;
   SANE_Int size = 0;  ///< bytes of the value

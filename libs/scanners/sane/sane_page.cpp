@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/base_services.h"
+#include "quillbay/geometry.h"
 #include "scanners/sane/sane_fault.h"
 #include "scanners/sane/three_pass.h"
 
@@ -71,17 +72,39 @@ void SanePage::run() {
   // What was said before the start may have been a guess.
   const SANE_Parameters p = m_device.parameters();
   checkParameters(p, m_device.name());
+  findCut(p);
   if (isThreePass(p.format))
     readInThreePasses(p);
   else
     readInOnePass(p);
 }
 
+void SanePage::findCut(const SANE_Parameters& p) {
+  if (!m_setup.area) return;
+  const tagRRECT& area = *m_setup.area;
+  const auto pixels = [&](double mm) { return roundHalfUp(mmToPixels(mm, m_setup.dpi)); };
+  PageCut cut;
+  cut.left = std::clamp(pixels(area.left), 0, p.pixels_per_line);
+  cut.width = std::min(pixels(area.right), p.pixels_per_line) - cut.left;
+  cut.top = std::max(pixels(area.top), 0);
+  const bool isOpenEnd = area.bottom <= area.top;
+  std::int64_t end = isOpenEnd ? INT64_MAX : pixels(area.bottom);
+  if (p.lines >= 0) end = std::min<std::int64_t>(end, p.lines);
+  if (cut.width < 1 || end <= cut.top)
+    throw UnitFaultException(
+        {UnitFaultCode::Invalid,
+         formatText(Supp_Translate("The scanner %s delivers %s x %s pixels; the scan area lies outside of them."),
+                    {m_device.name(), toText(std::int64_t{p.pixels_per_line}), toText(std::int64_t{p.lines})})});
+  cut.lines = end == INT64_MAX ? -1 : end - cut.top;
+  const bool isWhole = cut.width == p.pixels_per_line && cut.top == 0 && (cut.lines < 0 || cut.lines == p.lines);
+  if (!isWhole) m_cut = cut;
+}
+
 LinePipeline::Setup SanePage::pipelineSetup(const SANE_Parameters& p, DeviceSamples samples) const {
   LinePipeline::Setup setup;
   setup.mode = m_setup.mode;
   setup.samples = samples;
-  setup.width = p.pixels_per_line;
+  setup.width = m_cut ? m_cut->width : p.pixels_per_line;
   setup.dpi = m_setup.dpi;
   setup.threshold = m_setup.threshold;
   setup.curves = m_setup.curves;
@@ -91,7 +114,8 @@ LinePipeline::Setup SanePage::pipelineSetup(const SANE_Parameters& p, DeviceSamp
 }
 
 void SanePage::startPipeline(LinePipeline& pipeline, const SANE_Parameters& p) {
-  m_sink->ScanStarted(pipeline.colorSpace(), p.pixels_per_line, p.lines, m_setup.dpi);
+  m_sink->ScanStarted(pipeline.colorSpace(), m_cut ? m_cut->width : p.pixels_per_line,
+                      p.lines >= 0 && m_cut ? m_cut->lines : p.lines, m_setup.dpi);
 }
 
 void SanePage::goOn(int answer) const {
@@ -156,47 +180,68 @@ void SanePage::readFrame(const SANE_Parameters& p, const TakeLines& take) {
     held += got;
     const std::size_t whole = held / stride;
     if (!whole) continue;
-    take(buffer.get(), stride, static_cast<std::int32_t>(whole));
+    if (!take(buffer.get(), stride, static_cast<std::int32_t>(whole))) return;
     held -= whole * stride;
     std::copy_n(buffer.get() + whole * stride, held, buffer.get());
   }
 }
 
+// Where lines go: into the pipeline, or what is wanted of them.
+SanePage::TakeLines SanePage::into(LinePipeline& pipeline, DeviceSamples samples) {
+  if (!m_cut)
+    return [this, &pipeline](const std::uint8_t* bytes, std::size_t stride, std::int32_t lines) {
+      goOn(pipeline.push(bytes, stride, lines));
+      return true;
+    };
+  return [this, &pipeline, crop = LineCrop(*m_cut, samples)](const std::uint8_t* bytes, std::size_t stride,
+                                                             std::int32_t lines) mutable {
+    for (std::int32_t i = 0; i < lines; ++i, bytes += stride) {
+      const std::uint8_t* wanted = crop.take(bytes);
+      if (wanted) goOn(pipeline.push(wanted, 0, 1));
+    }
+    return m_setup.readsToEnd || !crop.isDone();
+  };
+}
+
 void SanePage::readInOnePass(const SANE_Parameters& p) {
   LinePipeline pipeline(pipelineSetup(p, samplesOf(p)), m_sink);
+  const TakeLines take = into(pipeline, samplesOf(p));
   startPipeline(pipeline, p);
   const bool packedColour = p.format == SANE_FRAME_RGB && p.depth == 1;
-  if (pipeline.isDirect() && p.depth <= 8 && !packedColour && lineBytesOf(p) == neededBytes(p)) {
+  if (!m_cut && pipeline.isDirect() && p.depth <= 8 && !packedColour && lineBytesOf(p) == neededBytes(p)) {
     readDirect(pipeline, lineBytesOf(p));
   } else if (packedColour) {
     const auto width = static_cast<std::size_t>(p.pixels_per_line);
     std::vector<std::uint8_t> line(width * 3);
     readFrame(p, [&](const std::uint8_t* bytes, std::size_t stride, std::int32_t lines) {
-      for (std::int32_t i = 0; i < lines; ++i, bytes += stride) {
+      bool goesOn = true;
+      for (std::int32_t i = 0; i < lines && goesOn; ++i, bytes += stride) {
         colourBitsToRgb(bytes, width, line.data());
-        goOn(pipeline.push(line.data(), line.size(), 1));
+        goesOn = take(line.data(), line.size(), 1);
       }
+      return goesOn;
     });
   } else {
-    readFrame(p, [&](const std::uint8_t* bytes, std::size_t stride, std::int32_t lines) {
-      goOn(pipeline.push(bytes, stride, lines));
-    });
+    readFrame(p, take);
   }
   endPage(pipeline);
 }
 
 void SanePage::readInThreePasses(SANE_Parameters p) {
   LinePipeline pipeline(pipelineSetup(p, DeviceSamples::Rgb8), m_sink);
+  const TakeLines take = into(pipeline, DeviceSamples::Rgb8);
   startPipeline(pipeline, p);
   const std::int32_t width = p.pixels_per_line;
   ThreePassPage page(width, p.lines, m_setup.dpi);
   for (int pass = 0;; ++pass) {
     const int channel = p.format - SANE_FRAME_RED;
     readFrame(p, [&](const std::uint8_t* bytes, std::size_t stride, std::int32_t lines) {
-      for (std::int32_t i = 0; i < lines; ++i, bytes += stride) {
+      bool goesOn = true;
+      for (std::int32_t i = 0; i < lines && goesOn; ++i, bytes += stride) {
         const std::uint8_t* rgb = page.takeLine(channel, bytes, p.depth);
-        if (rgb) goOn(pipeline.push(rgb, static_cast<std::size_t>(width) * 3, 1));
+        if (rgb) goesOn = take(rgb, static_cast<std::size_t>(width) * 3, 1);
       }
+      return goesOn;
     });
     if (pass == 2 || p.last_frame) break;
     const SANE_Status status = m_device.start(m_stop);

@@ -4,9 +4,10 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 #include "quillbay/scan_buffer.h"
-#include "scanners/line_pipeline.h"
+#include "scanners/line_crop.h"
 #include "scanners/sane/sane_device.h"
 
 namespace quillbay {
@@ -22,7 +23,9 @@ class SanePage {
     std::uint32_t dpi = 0;
     int threshold = 128;
     const KXRGBQUAD* curves = nullptr;
-    bool isPrescan = false;  ///< smaller stripes, so that a picture grows while it is scanned
+    std::optional<tagRRECT> area{};  ///< mm: cut out of what the device delivers
+    bool readsToEnd = false;         ///< also when no more is wanted: a feeder goes on only from there
+    bool isPrescan = false;          ///< smaller stripes, so that a picture grows while it is scanned
   };
   /// `stop` becomes true when the scan is to end, on any thread.
   SanePage(SaneDevice& device, const Setup& setup, IScanSink* sink, const std::atomic<bool>& stop);
@@ -31,13 +34,15 @@ class SanePage {
   void run();
 
  private:
-  // Takes `lines` device lines, `stride` bytes apart.
-  using TakeLines = std::function<void(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines)>;
+  // Takes `lines` device lines, `stride` bytes apart; answers whether more are wanted.
+  using TakeLines = std::function<bool(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines)>;
 
   void readInOnePass(const SANE_Parameters& p);
   void readInThreePasses(SANE_Parameters p);
   void startPipeline(LinePipeline& pipeline, const SANE_Parameters& p);
   LinePipeline::Setup pipelineSetup(const SANE_Parameters& p, DeviceSamples samples) const;
+  void findCut(const SANE_Parameters& p);
+  TakeLines into(LinePipeline& pipeline, DeviceSamples samples);
   void readDirect(LinePipeline& pipeline, std::size_t lineBytes);
   void readFrame(const SANE_Parameters& p, const TakeLines& take);
   std::size_t readSome(std::uint8_t* to, std::size_t room);
@@ -49,6 +54,7 @@ class SanePage {
   Setup m_setup;
   IScanSink* m_sink;
   const std::atomic<bool>& m_stop;
+  std::optional<PageCut> m_cut;  // of this page, when it is more than what is wanted
 };
 
 }  // namespace quillbay

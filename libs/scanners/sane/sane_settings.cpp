@@ -2,11 +2,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 
 #include "platform/base_services.h"
-#include "quillbay/scan_keys.h"
 #include "scanners/sane/sane_fault.h"
+#include "scanners/sane/sane_sources.h"
 
 namespace quillbay {
 
@@ -49,17 +48,17 @@ void applyOthers(SaneDevice& device, WantedOptions wanted) {
             device.name() + ": the option " + name + " is not active with these settings; it was not set");
 }
 
-bool wantsBits(const ScanWish& wish) noexcept { return wish.mode >= 0 && wish.mode <= 4; }
+bool wantsBits(const ScanRequest& request) noexcept { return isBitonalMode(request.mode); }
 
 // Sets the mode; answers whether one bit a pixel must still be chosen by the depth.
-bool applyMode(SaneDevice& device, const ScanWish& wish) {
+bool applyMode(SaneDevice& device, const ScanRequest& request) {
   const SaneOption* mode = device.settable("mode");
   const ModeNames names = modeNames(mode);
-  if (names.any) return wantsBits(wish);
+  if (names.any) return wantsBits(request);
   const std::string* value = nullptr;
-  if (wantsBits(wish) && !names.lineart.empty()) {
+  if (wantsBits(request) && !names.lineart.empty()) {
     value = &names.lineart;
-  } else if (wish.mode <= 5) {
+  } else if (request.mode <= 5) {
     value = !names.grey.empty() ? &names.grey : !names.colour.empty() ? &names.colour : &names.lineart;
   } else {
     value = &names.colour;
@@ -67,7 +66,7 @@ bool applyMode(SaneDevice& device, const ScanWish& wish) {
   if (value->empty())
     refuse(device, UnitFaultCode::Unsupported, Supp_Translate("this scanner has no colour. Choose a grey mode."));
   device.setText("mode", *value);
-  return wantsBits(wish) && value == &names.grey;
+  return wantsBits(request) && value == &names.grey;
 }
 
 void applyDepth(SaneDevice& device, bool bits, const WantedOptions& wanted) {
@@ -82,10 +81,10 @@ void applyDepth(SaneDevice& device, bool bits, const WantedOptions& wanted) {
   device.setNumber("depth", std::min(most, 16.0));
 }
 
-void applyThreshold(SaneDevice& device, const ScanWish& wish) {
+void applyThreshold(SaneDevice& device, const ScanRequest& request) {
   const SaneOption* o = device.settable("threshold");
-  if (!o || !o->isNumber() || wish.threshold < 0 || !wantsBits(wish)) return;
-  const double share = std::clamp(wish.threshold, 0, 255) / 255.0;
+  if (!o || !o->isNumber() || request.level < 0 || !wantsBits(request)) return;
+  const double share = request.level / static_cast<double>(kMostLevel);
   const double low = o->hasRange ? o->min : 0;
   const double high = o->hasRange ? o->max : o->unit == SANE_UNIT_PERCENT ? 100 : 255;
   device.setNumber("threshold", low + share * (high - low));
@@ -132,30 +131,30 @@ void applyPageSize(SaneDevice& device, double bottom) {
     device.setNumber("page-height", std::clamp(bottom, o->min, o->max));
 }
 
-double bottomOf(const SaneDevice& device, const ScanWish& wish) {
-  if (wish.hasRect && wish.rect.bottom > wish.rect.top) return wish.rect.bottom;
-  const bool hasLength = wish.length > 0 && !isFeeder(device.options());
-  if (wish.hasRect && hasLength) return wish.rect.top + wish.length;
+double bottomOf(const SaneDevice& device, const ScanRequest& request) {
+  if (!request.reachesDocumentEnd()) return request.rect.bottom;
+  const bool hasLength = request.paperLength > 0 && !SaneSources(device.options()).isFeeder();
+  if (request.hasRect && hasLength) return request.rect.top + request.paperLength;
   const SaneOption* page = device.settable("page-height");
   return std::max(limitOf(page), limitOf(device.settable("br-y")));
 }
 
-void applyArea(SaneDevice& device, const ScanWish& wish, double dpi) {
+void applyArea(SaneDevice& device, const ScanRequest& request, double dpi) {
   const SaneOption* right = device.settable("br-x");
   const SaneOption* bottom = device.settable("br-y");
   if (!right || !bottom) return;  // a device without an area delivers what it has
   const bool isPixels = bottom->unit == SANE_UNIT_PIXEL;
   const double unit = isPixels ? dpi * kInchPerMm : 1.0;
-  const bool isOpenEnd = !wish.hasRect || wish.rect.bottom <= wish.rect.top;
-  double low = bottomOf(device, wish);
+  const bool isOpenEnd = request.reachesDocumentEnd();
+  double low = bottomOf(device, request);
   if (isPixels && !(isOpenEnd && low == limitOf(bottom))) low *= unit;  // a limit is in pixels already
   applyPageSize(device, low);
   right = device.settable("br-x");
   if (!right) return;
   const double widest = limitOf(right);
-  const double left = wish.hasRect ? wish.rect.left * unit : right->min;
-  const double top = wish.hasRect ? wish.rect.top * unit : 0;
-  applyAxis(device, "tl-x", "br-x", left, wish.hasRect ? wish.rect.right * unit : widest, kWiggleMm * unit);
+  const double left = request.hasRect ? request.rect.left * unit : right->min;
+  const double top = request.hasRect ? request.rect.top * unit : 0;
+  applyAxis(device, "tl-x", "br-x", left, request.hasRect ? request.rect.right * unit : widest, kWiggleMm * unit);
   applyAxis(device, "tl-y", "br-y", top, low, kWiggleMm * unit);
 }
 
@@ -185,26 +184,7 @@ std::uint32_t takenResolution(const SaneDevice& device, int otherwise) {
 
 }  // namespace
 
-ScanWish readScanWish(IParam* request) {
-  ScanWish wish;
-  wish.mode = paramInt(request, key::Mode, wish.mode);
-  wish.dpi = paramInt(request, key::ImageDpi);
-  const CKxVariant rect = paramValue(request, key::Rect);
-  if (const auto* r = rect.get<tagRRECT>()) {
-    wish.hasRect = true;
-    wish.rect = *r;
-  }
-  wish.isPrescan = paramInt(request, key::RequestType, 2) != 2;
-  wish.isBatch = paramInt(request, key::BatchMode) != 0;
-  wish.length = paramDouble(request, key::PaperLength);
-  wish.threshold = paramInt(request, key::Threshold, -1);
-  const CKxVariant gamma = paramValue(request, key::Gamma);
-  if (const auto* bytes = gamma.get<CKxBlob>(); bytes && bytes->size() == 256 * sizeof(KXRGBQUAD)) {
-    wish.curves.resize(256);
-    std::memcpy(wish.curves.data(), bytes->data(), bytes->size());
-  }
-  return wish;
-}
+bool takesArea(const SaneDevice& device) { return device.settable("br-x") && device.settable("br-y"); }
 
 bool followsRequest(std::string_view option) noexcept {
   for (const char* name : {"mode", "resolution", "x-resolution", "y-resolution", "tl-x", "tl-y", "br-x", "br-y"})
@@ -232,27 +212,18 @@ ModeNames modeNames(const SaneOption* mode) {
   return names;
 }
 
-bool isFeeder(const std::vector<SaneOption>& options) {
-  for (const SaneOption& o : options) {
-    if (o.name != "source" || !o.isActive()) continue;
-    const std::string source = toLowerAscii(o.text);
-    return contains(source, "adf") || contains(source, "feeder") || contains(source, "duplex");
-  }
-  return false;
-}
-
-std::uint32_t applyScanWish(SaneDevice& device, const ScanWish& wish, const WantedOptions& wanted) {
+std::uint32_t applyRequest(SaneDevice& device, const ScanRequest& request, const WantedOptions& wanted) {
   if (const std::string* source = wantedValue(wanted, "source")) applyWanted(device, "source", *source);
-  const bool bits = applyMode(device, wish);
+  const bool bits = applyMode(device, request);
   applyDepth(device, bits, wanted);
   applyOthers(device, wanted);
-  applyThreshold(device, wish);
+  applyThreshold(device, request);
   const SaneOption* bottom = device.settable("br-y");
   const bool isPixels = bottom && bottom->unit == SANE_UNIT_PIXEL;
-  if (!isPixels) applyArea(device, wish, 0);
-  applyResolution(device, wish.dpi);
-  const std::uint32_t dpi = takenResolution(device, wish.dpi);
-  if (isPixels) applyArea(device, wish, dpi);
+  if (!isPixels) applyArea(device, request, 0);
+  applyResolution(device, request.dpi);
+  const std::uint32_t dpi = takenResolution(device, request.dpi);
+  if (isPixels) applyArea(device, request, dpi);
   return dpi;
 }
 

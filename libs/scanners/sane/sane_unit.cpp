@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
 #include "scanners/sane/sane_fault.h"
 #include "scanners/sane/sane_thread.h"
 
@@ -35,7 +36,7 @@ int SaneUnit::GetRange(int, std::int32_t* least, std::int32_t* most) {
   return 1;
 }
 
-int SaneUnit::Scan(IScanSink* sink, IParam* request) { return m_core->arm(sink, readScanWish(request)) ? 1 : 0; }
+int SaneUnit::Scan(IScanSink* sink, IParam* request) { return m_core->arm(sink, request) ? 1 : 0; }
 
 int SaneUnit::Command(IScanSink*, int code) {
   switch (static_cast<UnitCommand>(code)) {
@@ -53,7 +54,10 @@ std::vector<UnitOption> SaneUnit::GetOptions() {
   const SaneCapabilities known = m_core->capabilities();
   std::vector<UnitOption> options;
   options.reserve(known.options.size());
-  for (const SaneOption& o : known.options) options.push_back(describeOption(o));
+  for (const SaneOption& o : known.options) {
+    options.push_back(describeOption(o));
+    options.back().followsRequest = followsRequest(o.name);
+  }
   return options;
 }
 
@@ -63,6 +67,45 @@ int SaneUnit::SetOption(std::string_view name, std::string_view value, std::stri
 
 int SaneUnit::SaveOptions(IParam* out) {
   for (const auto& [name, value] : m_core->wantedOptions()) out->SetValue(name, value);
+  return 1;
+}
+
+int SaneUnit::GetSources(std::vector<UnitSource>* out) {
+  const SaneSources sources = m_core->capabilities().sources;
+  out->clear();
+  for (const auto& choice : sources.choices()) out->push_back(choice.source);
+  if (out->empty()) out->push_back(GetSource());
+  return static_cast<int>(out->size());
+}
+
+UnitSource SaneUnit::GetSource() {
+  const SaneSources sources = m_core->capabilities().sources;
+  if (!sources.choices().empty()) return sources.current(m_core->wantedOptions());
+  return m_core->hasToldEmpty() ? UnitSource::Feeder : UnitSource::Flatbed;
+}
+
+int SaneUnit::SetSource(UnitSource source, std::string* why) {
+  const SaneSources sources = m_core->capabilities().sources;
+  for (const auto& choice : sources.choices()) {
+    if (choice.source != source) continue;
+    for (const auto& [name, value] : choice.settings)
+      if (!m_core->setOption(name, value, why)) return 0;
+    return 1;
+  }
+  std::vector<UnitSource> offered;
+  GetSources(&offered);
+  return refuseSource(m_name, source, offered, why);
+}
+
+int SaneUnit::GetKeyRange(std::string_view key, UnitKeyRange* out) {
+  const SaneCapabilities known = m_core->capabilities();
+  const auto mode = modeOfLevel(key);
+  if (!sameKey(key, key::Threshold) && !(mode && known.offers(*mode))) return 0;
+  *out = {kUsualLevel, 0, kMostLevel, 1};
+  for (const SaneOption& o : known.options) {
+    if (o.name == "threshold" && o.isActive() && o.isNumber() && o.hasRange && o.max > o.min && !o.value.empty())
+      out->initial = std::round((o.number() - o.min) / (o.max - o.min) * kMostLevel);
+  }
   return 1;
 }
 

@@ -13,12 +13,13 @@ namespace quillbay {
 ///
 /// - An area without a length ("RECT" with top = bottom) goes to the device's longest scan when its source feeds
 ///   sheets, since a feeder finds their end; elsewhere it is "m_Edit" millimetres long, or without that as long as
-///   the bed. A device without an area (webcams, the "pnm" driver) delivers what it has and ignores "RECT"; without
-///   a resolution of its own, its pages get the request's.
+///   the bed. A device without an area (webcams, the "pnm" driver) delivers what it has, and the unit cuts the area
+///   out of it; without a resolution of its own, its pages get the request's.
 /// - Scan modes 0-4 use the device's own line art where it has some, else the unit thresholds its grey.
 /// - "batchmode" with a feeder: the next page is started without a cancel in between.
 /// - `SetOption` does not take what a request settles: mode, resolution and the area's corners.
-class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, IUnitOptions, IUnitResolutionRange> {
+class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, IUnitOptions, IUnitResolutionRange,
+                                             IUnitMedia, IUnitKeyRanges> {
  public:
   SaneUnit(std::shared_ptr<SaneCore> core, std::string name);
 
@@ -42,6 +43,14 @@ class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   int SetOption(std::string_view name, std::string_view value, std::string* why) override;
   int SaveOptions(IParam* out) override;
   int LoadOptions(IParam* in) override { return loadUnitOptions(*this, in); }
+
+  int GetSources(std::vector<UnitSource>* out) override;
+  UnitSource GetSource() override;
+  int SetSource(UnitSource source, std::string* why) override;
+  int HasFeeder() override { return GetSource() != UnitSource::Flatbed ? 1 : 0; }
+
+  /// The level of the black-and-white modes; it begins where the device's own threshold stands.
+  int GetKeyRange(std::string_view key, UnitKeyRange* out) override;
 
  private:
   ~SaneUnit() override;

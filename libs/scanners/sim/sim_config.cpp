@@ -67,6 +67,7 @@ constexpr const char* kDrawings = "plan|map|mix";
 // In the order of `UnitFaultCode`.
 constexpr const char* kFaults = "none|cancelled|empty|jam|cover|busy|denied|io|memory|unsupported|invalid|other";
 constexpr const char* kSwitch = "0|1";
+constexpr const char* kSources = "feeder|flatbed";
 
 template <class E, E SimConfig::*member>
 bool setWord(const char* words, SimConfig& config, std::string_view value) {
@@ -154,6 +155,9 @@ constexpr SimKey kKeys[] = {
     SimKey{"background", "Colour of the bed", "", kBackgrounds, true,
            [](C& c, V v) { return setWord<C::Background, &C::background>(kBackgrounds, c, v); },
            [](const C& c) { return wordAt(kBackgrounds, static_cast<int>(c.background)); }},
+    SimKey{"source", "Source", "", kSources, true,
+           [](C& c, V v) { return setWord<bool, &C::flatbed>(kSources, c, v); },
+           [](const C& c) { return wordAt(kSources, static_cast<int>(c.flatbed)); }},
     SimKey{"count", "Pages in the feeder", "", "a number of pages from 0 (endless) on", false,
            [](C& c, V v) { return inRange<std::int64_t>(v, 0, kMany, &c.count); },
            [](const C& c) { return toText(c.count); }},

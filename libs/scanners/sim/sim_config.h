@@ -21,6 +21,7 @@ struct SimConfig {
   double x = 0, y = 0;       ///< the paper's top left corner on the bed, mm
   double skew = 0;           ///< degrees clockwise about that corner
   Background background = Background::Dark;
+  bool flatbed = false;    ///< every page is placed by hand; otherwise a feeder brings them
   std::int64_t count = 0;  ///< pages in the feeder; 0: endless
   double speed = 0;        ///< lines per second; 0: as fast as possible
   std::int64_t seed = 1;

@@ -38,7 +38,9 @@ class SimCore final : public std::enable_shared_from_this<SimCore>, private ISim
   void threadMain();
   void perform(SimJob job);
   [[nodiscard]] SimEnd runGuarded(const SimJob& job, UnitFault* fault);
-  [[nodiscard]] bool hasPage() const noexcept { return m_config.count == 0 || m_fed < m_config.count; }
+  [[nodiscard]] bool hasPage() const noexcept {
+    return m_config.flatbed || m_config.count == 0 || m_fed < m_config.count;
+  }
 
   mutable std::mutex m_mutex;  // guards all but m_stop and m_thread
   std::condition_variable m_changed;

@@ -1,17 +1,16 @@
 #include "scanners/sim/sim_job.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "platform/base_services.h"
 #include "quillbay/geometry.h"
-#include "quillbay/scan_keys.h"
 #include "scanners/sim/sim_bed.h"
 
 namespace quillbay {
 
 namespace {
 
+constexpr std::int32_t kUsualDpi = 300;
 constexpr std::int32_t kBatch = 16;  // lines between two looks at the clock
 
 bool refuse(UnitFault* fault, UnitFaultCode code, std::string text) {
@@ -21,17 +20,15 @@ bool refuse(UnitFault* fault, UnitFaultCode code, std::string text) {
 
 std::int32_t pixelsOf(double mm, std::uint32_t dpi) noexcept { return roundHalfUp(mmToPixels(mm, dpi)); }
 
-bool readArea(IParam* request, SimJob* job, UnitFault* fault) {
+bool placeArea(SimJob* job, UnitFault* fault) {
   const SimConfig& config = job->config;
-  const CKxVariant value = paramValue(request, key::Rect);
-  const auto* given = value.get<tagRRECT>();
-  const tagRRECT area = given ? *given : tagRRECT{0, 0, config.width, 0};
+  const ScanRequest& request = job->request;
+  const tagRRECT area = request.hasRect ? request.rect : tagRRECT{0, 0, config.width, 0};
   const double longest = config.length > 0 ? config.length : 1e7;
   job->left = pixelsOf(std::clamp(area.left, 0.0, config.width), job->dpi);
   job->right = pixelsOf(std::clamp(area.right, 0.0, config.width), job->dpi);
   job->top = pixelsOf(std::clamp(area.top, 0.0, longest), job->dpi);
   job->bottom = area.bottom > area.top ? pixelsOf(std::clamp(area.bottom, 0.0, longest), job->dpi) : job->top;
-  job->lengthMm = paramDouble(request, key::PaperLength);
   const bool isEmpty = job->right <= job->left || (area.bottom > area.top && job->bottom <= job->top);
   return !isEmpty || refuse(fault, UnitFaultCode::Invalid,
                             "The scan area (left " + toText(area.left) + ", top " + toText(area.top) + ", right " +
@@ -48,7 +45,8 @@ std::int32_t endOf(const SimJob& job) {
   if (config.findsEnd) {
     end = SimBed::paperEnd(config, job.page);
   } else {
-    end = job.lengthMm > 0 ? job.top / mmToPixels(1, job.dpi) + job.lengthMm : config.paperLength;
+    end = job.request.paperLength > 0 ? job.top / mmToPixels(1, job.dpi) + job.request.paperLength
+                                      : config.paperLength;
   }
   if (config.length > 0) end = std::min(end, config.length);
   return std::max(job.top + 1, pixelsOf(end, job.dpi));
@@ -61,24 +59,24 @@ std::int32_t documentEnd(const SimJob& job) {
 }
 
 DeviceSamples samplesOf(const SimJob& job) noexcept {
-  const bool colour = job.mode >= 6;
+  const bool colour = job.request.mode >= 6;
   if (job.config.depth == 16) return colour ? DeviceSamples::Rgb16 : DeviceSamples::Grey16;
   return colour ? DeviceSamples::Rgb8 : DeviceSamples::Grey8;
 }
 
 LinePipeline::Setup setupOf(const SimJob& job) {
   LinePipeline::Setup setup;
-  setup.mode = job.mode;
+  setup.mode = job.request.mode;
   setup.samples = samplesOf(job);
   setup.width = job.right - job.left;
   setup.dpi = job.dpi;
-  setup.threshold = job.threshold;
-  setup.curves = job.curves.empty() ? nullptr : job.curves.data();
+  setup.threshold = job.request.level >= 0 ? job.request.level : kUsualLevel;
+  setup.curves = job.request.curves.empty() ? nullptr : job.request.curves.data();
   if (job.config.speed <= 0) return setup;
   // A slow device hands on what it has several times a second.
-  const KxColorSpace space = job.mode < 5    ? KxColorSpace::Bitonal
-                             : job.mode == 7 ? KxColorSpace::Rgb
-                                             : KxColorSpace::Grey;
+  const KxColorSpace space = job.request.mode < 5    ? KxColorSpace::Bitonal
+                             : job.request.mode == 7 ? KxColorSpace::Rgb
+                                                     : KxColorSpace::Grey;
   setup.stripeLines = std::min(CStripe::usualCapacity(space, setup.width),
                                std::max(8, static_cast<std::int32_t>(std::min(job.config.speed / 8, 1e6))));
   return setup;
@@ -88,9 +86,9 @@ LinePipeline::Setup setupOf(const SimJob& job) {
 class Renderer {
  public:
   explicit Renderer(const SimJob& job)
-      : m_samples(static_cast<std::size_t>(job.right - job.left) * (job.mode >= 6 ? 3 : 1)),
+      : m_samples(static_cast<std::size_t>(job.right - job.left) * (job.request.mode >= 6 ? 3 : 1)),
         m_wide(job.config.depth == 16),
-        m_bed(job.config, job.page, job.dpi, job.left, job.right, job.mode >= 6 ? 3 : 1),
+        m_bed(job.config, job.page, job.dpi, job.left, job.right, job.request.mode >= 6 ? 3 : 1),
         m_pipeline(setupOf(job), job.sink.get()) {
     if (!m_pipeline.isDirect()) m_line.resize(m_samples * (m_wide ? 3 : 1));
   }
@@ -127,37 +125,31 @@ class Renderer {
 
 }  // namespace
 
-bool readSimRequest(IParam* request, const SimConfig& config, SimJob* job, UnitFault* fault) {
+bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, UnitFault* fault) {
   job->config = config;
-  job->mode = paramInt(request, key::Mode, 5);
-  const int most = config.colour ? 7 : 5;
-  if (job->mode < 0 || job->mode > most)
+  ScanRequest& request = job->request;
+  const std::string wrong = readScanRequest(settings, &request);
+  if (!wrong.empty()) return refuse(fault, UnitFaultCode::Invalid, "The simulated scanner: " + wrong);
+  const int most = config.colour ? kModeRgb : kModeGrey;
+  if (request.mode < 0 || request.mode > most)
     return refuse(fault, UnitFaultCode::Unsupported,
-                  "The simulated scanner has no scan mode " + std::to_string(job->mode) +
+                  "The simulated scanner has no scan mode " + std::to_string(request.mode) +
                       ": choose one of the modes 0 to " + std::to_string(most) + ".");
-  const std::int32_t dpi = paramInt(request, key::ImageDpi, 300);
+  const std::int32_t dpi = request.dpi == 0 ? kUsualDpi : request.dpi;
   if (dpi < kSimLeastDpi || dpi > kSimMostDpi)
     return refuse(fault, UnitFaultCode::Invalid,
                   "The simulated scanner does not scan at " + std::to_string(dpi) +
                       " dpi: choose a resolution from " + std::to_string(kSimLeastDpi) + " to " +
                       std::to_string(kSimMostDpi) + " dpi.");
   job->dpi = static_cast<std::uint32_t>(dpi);
-  job->scanType = paramInt(request, key::RequestType, 2);
-  job->isPiece = job->scanType >= 2 && paramInt(request, key::Bursting) != 0;
-  job->threshold = paramInt(request, key::Threshold, 128);
-  const CKxVariant gamma = paramValue(request, key::Gamma);
-  if (const auto* blob = gamma.get<CKxBlob>(); blob && blob->size() >= 256 * sizeof(KXRGBQUAD)) {
-    job->curves.resize(256);
-    std::memcpy(job->curves.data(), blob->data(), 256 * sizeof(KXRGBQUAD));
-  }
-  return readArea(request, job, fault);
+  return placeArea(job, fault);
 }
 
-bool reachesEnd(const SimJob& job) { return !job.isPiece || job.bottom >= documentEnd(job); }
+bool reachesEnd(const SimJob& job) { return !job.request.isPiece || job.bottom >= documentEnd(job); }
 
 SimEnd runSimJob(const SimJob& job, ISimClock* clock) {
   // A piece that begins beyond the document has no lines.
-  if (job.isPiece && job.top >= documentEnd(job)) return SimEnd::Complete;
+  if (job.request.isPiece && job.top >= documentEnd(job)) return SimEnd::Complete;
   const std::int32_t end = endOf(job);
   Renderer renderer(job);
   LinePipeline& pipeline = renderer.pipeline();

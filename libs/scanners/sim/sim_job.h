@@ -5,6 +5,7 @@
 
 #include "quillbay/param.h"
 #include "scanners/line_pipeline.h"
+#include "scanners/scan_request.h"
 #include "scanners/sim/sim_config.h"
 
 namespace quillbay {
@@ -28,20 +29,15 @@ struct SimJob {
   KxPtr<IScanSink> sink;
   SimConfig config;
   std::int64_t page = 0;  ///< counts from 0
-  int mode = 5;
+  ScanRequest request;
   std::uint32_t dpi = 0;
-  int scanType = 2;
-  int threshold = 128;
-  std::vector<KXRGBQUAD> curves;     ///< 256 entries, or none
   std::int32_t left = 0, right = 0;  ///< pixels of the bed, right exclusive
   std::int32_t top = 0, bottom = 0;  ///< the same in lines; bottom <= top: to the end of the document
-  bool isPiece = false;              ///< one of several that follow one another down the document
-  double lengthMm = 0;               ///< used when the device cannot find that end; 0: none was given
   std::int64_t faultAfter = 0;       ///< lines; 0: never
 };
 
 /// Reads a request (keys: `IQuillbayUnit::Scan`). Answers false with the reason in `*fault`.
-[[nodiscard]] bool readSimRequest(IParam* request, const SimConfig& config, SimJob* job, UnitFault* fault);
+[[nodiscard]] bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, UnitFault* fault);
 
 /// Whether the job reaches the document's end: only then a piece of a burst takes the page with it.
 [[nodiscard]] bool reachesEnd(const SimJob& job);

@@ -2,9 +2,12 @@
 
 #include <map>
 
+#include "platform/base_services.h"
 #include "quillbay/errors.h"
+#include "quillbay/scan_keys.h"
+#include "scanners/scan_request.h"
 #include "scanners/sim/sim_core.h"
-#include "scanners/sim/sim_image.h"
+#include "scanners/sim/sim_rows.h"
 #include "scanners/unit_options.h"
 
 namespace quillbay {
@@ -18,7 +21,7 @@ bool takeDevice(std::string_view deviceString, SimConfig* config, std::string* w
   std::string reason;
   try {
     if (parseSimDevice(deviceString, config, &reason)) {
-      for (const std::string& image : config->images) (void)openSimImage(image);
+      for (const std::string& image : config->images) SimImageRows{image};
       return true;
     }
   } catch (const CXException& e) {
@@ -31,8 +34,8 @@ bool takeDevice(std::string_view deviceString, SimConfig* config, std::string* w
 }  // namespace
 
 /// The unit of a simulated scanner: answers the panel from its `SimCore`.
-class SimUnit final
-    : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitEx, IUnitFault, IUnitOptions, IUnitResolutionRange> {
+class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitEx, IUnitFault, IUnitOptions,
+                                            IUnitResolutionRange, IUnitMedia, IUnitKeyRanges> {
  public:
   explicit SimUnit(SimConfig config) : m_core(std::make_shared<SimCore>(std::move(config))) {}
 
@@ -86,6 +89,24 @@ class SimUnit final
     return 1;
   }
   int LoadOptions(IParam* in) override { return loadUnitOptions(*this, in); }
+
+  int GetSources(std::vector<UnitSource>* out) override {
+    *out = {UnitSource::Flatbed, UnitSource::Feeder};
+    return 2;
+  }
+  UnitSource GetSource() override { return m_core->config().flatbed ? UnitSource::Flatbed : UnitSource::Feeder; }
+  int SetSource(UnitSource source, std::string* why) override {
+    if (source == UnitSource::Duplex)
+      return refuseSource(GetName(), source, {UnitSource::Flatbed, UnitSource::Feeder}, why);
+    return SetOption("source", source == UnitSource::Flatbed ? "flatbed" : "feeder", why);
+  }
+  int HasFeeder() override { return m_core->config().flatbed ? 0 : 1; }
+
+  int GetKeyRange(std::string_view key, UnitKeyRange* out) override {
+    if (!sameKey(key, key::Threshold) && !modeOfLevel(key)) return 0;
+    *out = {kUsualLevel, 0, kMostLevel, 1};
+    return 1;
+  }
 
  private:
   ~SimUnit() override { m_core->close(); }

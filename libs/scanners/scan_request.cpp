@@ -1,0 +1,110 @@
+#include "scanners/scan_request.h"
+
+#include <cmath>
+#include <cstring>
+
+#include "platform/base_services.h"
+#include "quillbay/scan_keys.h"
+
+namespace quillbay {
+
+namespace {
+
+constexpr double kMostMm = 1e6;
+constexpr double kAnyNumber = 2147483647;
+
+std::string plain(double whole) { return toText(static_cast<std::int64_t>(whole)); }
+
+// Reads one key after another; the first that is wrong is told.
+class Reader {
+ public:
+  explicit Reader(IParam* set) : m_set(set) {}
+  [[nodiscard]] const std::string& why() const noexcept { return m_why; }
+
+  double number(std::string_view key, double otherwise, double least, double most) {
+    const CKxVariant value = paramValue(m_set, key);
+    if (value.isEmpty()) return otherwise;
+    const double number = value.toDouble(std::nan(""));
+    if (number >= least && number <= most) return number;
+    refuse(key, value, formatText(Supp_Translate("a number from %s to %s"), {plain(least), plain(most)}));
+    return otherwise;
+  }
+  std::int32_t whole(std::string_view key, std::int32_t otherwise, double least, double most) {
+    return static_cast<std::int32_t>(number(key, otherwise, least, most));
+  }
+  bool flag(std::string_view key) { return whole(key, 0, -kAnyNumber, kAnyNumber) != 0; }
+
+  void area(ScanRequest* out) {
+    const CKxVariant value = paramValue(m_set, key::Rect);
+    if (value.isEmpty()) return;
+    const auto* r = value.get<tagRRECT>();
+    const auto fits = [](double mm) { return std::fabs(mm) <= kMostMm; };  // false for what is no number
+    if (r && fits(r->left) && fits(r->top) && fits(r->right) && fits(r->bottom) && r->right > r->left &&
+        r->bottom >= r->top) {
+      out->hasRect = true;
+      out->rect = *r;
+      return;
+    }
+    if (m_why.empty())
+      m_why =
+          formatText(Supp_Translate("The scan area (left, top, right, bottom in mm: %s) is none: the right must "
+                                    "lie beyond the left, and the bottom not above the top."),
+                     {textOf(value)});
+  }
+
+  void curves(ScanRequest* out) {
+    constexpr std::size_t kEntries = 256;
+    const CKxVariant value = paramValue(m_set, key::Gamma);
+    if (value.isEmpty()) return;
+    const auto* bytes = value.get<CKxBlob>();
+    if (!bytes || bytes->size() != kEntries * sizeof(KXRGBQUAD))
+      return refuse(key::Gamma, value, Supp_Translate("256 entries of 4 bytes"));
+    out->curves.resize(kEntries);
+    std::memcpy(out->curves.data(), bytes->data(), bytes->size());
+  }
+
+ private:
+  static std::string textOf(const CKxVariant& value) {
+    if (const auto* text = value.get<std::string>()) return '"' + *text + '"';
+    if (const auto* r = value.get<tagRRECT>())
+      return toText(r->left) + ", " + toText(r->top) + ", " + toText(r->right) + ", " + toText(r->bottom);
+    if (const auto* d = value.get<double>()) return toText(*d);
+    if (const auto* i = value.get<std::int32_t>()) return toText(std::int64_t{*i});
+    return Supp_Translate("something else");
+  }
+  void refuse(std::string_view key, const CKxVariant& value, const std::string& takes) {
+    if (m_why.empty())
+      m_why = formatText(Supp_Translate("The setting %s of the scan is %s; it takes %s."),
+                         {std::string(key), textOf(value), takes});
+  }
+
+  IParam* m_set;
+  std::string m_why;
+};
+
+}  // namespace
+
+std::string readScanRequest(IParam* request, ScanRequest* out) {
+  Reader reader(request);
+  ScanRequest r;
+  r.mode = reader.whole(key::Mode, r.mode, -kAnyNumber, kAnyNumber);
+  r.dpi = reader.whole(key::ImageDpi, r.dpi, -kAnyNumber, kAnyNumber);
+  r.type = reader.whole(key::RequestType, r.type, kRequestPrescan, kRequestScan);
+  reader.area(&r);
+  r.isBatch = reader.flag(key::BatchMode);
+  r.isPiece = reader.flag(key::Bursting) && !r.isPrescan();
+  r.paperLength = reader.number(key::PaperLength, 0, 0, kMostMm);
+  r.level = reader.whole(key::Threshold, r.level, 0, kMostLevel);
+  if (isBitonalMode(r.mode)) r.level = reader.whole(key::numbered(key::Level, r.mode), r.level, 0, kMostLevel);
+  reader.curves(&r);
+  *out = std::move(r);
+  return reader.why();
+}
+
+std::optional<int> modeOfLevel(std::string_view key) {
+  for (int mode = kModeBwThreshold; mode <= kModeBwCopyAdaptive; ++mode)
+    if (sameKey(key, key::numbered(key::Level, mode))) return mode;
+  return std::nullopt;
+}
+
+}  // namespace quillbay

@@ -1,0 +1,79 @@
+#include "scanners/scan_request.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "quillbay/scan_keys.h"
+
+namespace quillbay {
+namespace {
+
+TEST(ScanRequest, TellsEveryValueThatIsNone) {
+  const double nan = std::nan(""), infinite = std::numeric_limits<double>::infinity();
+  struct Case {
+    const char* key;
+    CKxVariant value;
+    const char* says;  // empty: taken
+  };
+  const Case cases[] = {
+      {key::Rect, tagRRECT{0, 0, 50, 0}, ""},
+      {key::Rect, tagRRECT{50, 0, 50, 10}, "area"},
+      {key::Rect, tagRRECT{0, 20, 50, 10}, "area"},
+      {key::Rect, tagRRECT{0, 0, nan, 10}, "area"},
+      {key::Rect, tagRRECT{0, 0, 10, infinite}, "area"},
+      {key::Rect, "A5", "area"},
+      {key::PaperLength, 0.0, ""},
+      {key::PaperLength, nan, "m_Edit"},
+      {key::PaperLength, infinite, "to 1000000"},
+      {key::PaperLength, -1.0, "from 0"},
+      {key::RequestType, 3, "from 0 to 2"},
+      {key::Threshold, 256, "from 0 to 255"},
+      {key::ImageDpi, "fine", "\"fine\""},
+      {key::ImageDpi, nan, "ImageDPI"},
+      {key::Mode, infinite, "MODE"},
+      {key::BatchMode, 2.5, ""},
+      {key::Gamma, CKxBlob(1024), ""},
+      {key::Gamma, CKxBlob(1023), "256 entries"},
+  };
+  for (const Case& c : cases) {
+    const auto set = new_MemParam();
+    set->SetValue(c.key, c.value);
+    ScanRequest request;
+    const std::string why = readScanRequest(set.get(), &request);
+    EXPECT_EQ(why.empty(), *c.says == '\0') << c.key << ": " << why;
+    EXPECT_NE(why.find(c.says), std::string::npos) << c.key << ": " << why;
+  }
+}
+
+TEST(ScanRequest, TheLevelIsTheModesOwn) {
+  struct Case {
+    int mode;
+    const char* key;
+    int level;
+  };
+  for (const Case& c : {Case{3, "LEVEL3", 77}, {3, "LEVEL2", -1}, {5, "LEVEL5", -1}, {3, "SCAN_THRESHOLD", 77}}) {
+    const auto set = new_MemParam();
+    set->SetValue(key::Mode, c.mode);
+    set->SetValue(c.key, 77);
+    ScanRequest request;
+    EXPECT_EQ(readScanRequest(set.get(), &request), "") << c.key;
+    EXPECT_EQ(request.level, c.level) << c.key;
+  }
+}
+
+TEST(ScanRequest, APrescanIsNoPieceOfABurst) {
+  const auto set = new_MemParam();
+  set->SetValue(key::Bursting, 1);
+  ScanRequest request;
+  EXPECT_EQ(readScanRequest(set.get(), &request), "");
+  EXPECT_TRUE(request.isPiece);
+  set->SetValue(key::RequestType, kRequestPrescan);
+  EXPECT_EQ(readScanRequest(set.get(), &request), "");
+  EXPECT_FALSE(request.isPiece);
+  EXPECT_EQ(readScanRequest(nullptr, &request), "");
+}
+
+}  // namespace
+}  // namespace quillbay
