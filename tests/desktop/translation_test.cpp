@@ -24,9 +24,11 @@ std::string bracketed(std::string_view english) {
 /// Texts that no catalogue has: names, numbers with their units, paths, and what a device says of itself.
 bool isData(const QString& text) {
   static const QRegularExpression kWords("[A-Za-z]{3,}");
+  static const QStringList kPapers{"Letter", "Legal", "Tabloid"};
   static const QRegularExpression kPath("^[~/.]|\\.(tif|png)$");
   return !text.contains(kWords) || text.contains(kPath) || text == "Quillbay" || text == "scan" ||
-         text.startsWith("sim:") || text.startsWith("ISO") || text.startsWith("ANSI") || text.startsWith("Arch");
+         text.startsWith("sim:") || text.startsWith("ISO") || text.startsWith("ANSI") || text.startsWith("ARCH") ||
+         kPapers.contains(text);
 }
 
 /// What a person can see of a window, each with the object that shows it.
