@@ -262,6 +262,7 @@ void CViewPort::resized(bool normal) {
 
 void CViewPort::wheel(int delta, const tagRPOINT& at) {
   constexpr int kStep = 120;
+  if (delta == 0) return;  // across: it turns nothing here
   if ((m_wheelRest > 0) != (delta > 0)) m_wheelRest = 0;
   m_wheelRest += delta;
   if (m_wheelRest > -kStep && m_wheelRest < kStep) return;
@@ -276,13 +277,17 @@ bool CViewPort::scrollsBy(int key, std::uint32_t flags) {
   return (flags & kKeyAlt) != 0 && view::keyScroll(key, GetClientSize(), m_settings.arrowsScrollStep).has_value();
 }
 
-bool CViewPort::keyDown(int key, std::uint32_t flags) {
+bool CViewPort::offerKey(int key, std::uint32_t flags) {
   bool handled = false;
   forEach(m_keySinks, [&](IKxViewKeySink& sink) {
     handled = sink.KeyDown(key, flags) != 0;
     return !handled;
   });
-  if (handled || (flags & kKeyAlt) == 0) return handled;
+  return handled;
+}
+
+bool CViewPort::scrollBy(int key, std::uint32_t flags) {
+  if ((flags & kKeyAlt) == 0) return false;
   const auto by = view::keyScroll(key, GetClientSize(), m_settings.arrowsScrollStep);
   if (by) ScrollByPixels(by->x, by->y);
   return by.has_value();

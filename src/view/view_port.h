@@ -61,8 +61,10 @@ class CViewPort final : public CKxUnknownImpl<IKxViewPort, ICmdProcess, IViewCtx
   void paint(const QRegion& region);
   void resized(bool normal);
   void wheel(int delta, const tagRPOINT& at);
-  /// Answers whether the key is handled.
-  bool keyDown(int key, std::uint32_t flags);
+  /// Offers a key that went down to the key sinks. Answers whether one handled it.
+  bool offerKey(int key, std::uint32_t flags);
+  /// Scrolls by a key. Answers whether it is one that scrolls.
+  bool scrollBy(int key, std::uint32_t flags);
   bool keyUp(int key, std::uint32_t flags);
   /// Whether the view scrolls by this key, so that no menu may have it first.
   [[nodiscard]] bool scrollsBy(int key, std::uint32_t flags);

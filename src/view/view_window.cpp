@@ -6,6 +6,7 @@
 #include <QPaintEvent>
 #include <QWheelEvent>
 #include <memory>
+#include <utility>
 
 #include "platform/base_services.h"
 #include "view/key_scroll.h"
@@ -35,8 +36,9 @@ CViewWindow::~CViewWindow() { m_port->windowCloses(); }
 bool CViewWindow::event(QEvent* event) {
   if (event->type() == QEvent::ShortcutOverride) {
     const auto& key = static_cast<QKeyEvent&>(*event);
-    // Any key ends the panning, also one that a menu has.
-    if (isPanning() || m_port->scrollsBy(view::keyCode(key), view::keyFlags(key))) {
+    m_offered.reset();
+    // Any key ends the panning, also one that a menu has. The sinks get a key before menus do.
+    if (isPanning() || offerKey(key) || m_port->scrollsBy(view::keyCode(key), view::keyFlags(key))) {
       event->accept();
       return true;
     }
@@ -119,11 +121,24 @@ void CViewWindow::wheelEvent(QWheelEvent* event) {
   event->accept();
 }
 
+bool CViewWindow::offerKey(const QKeyEvent& event) {
+  const int key = view::keyCode(event);
+  const std::uint32_t flags = view::keyFlags(event);
+  const auto before = std::exchange(m_offered, {});
+  if (event.type() == QEvent::KeyPress && before && before->key == key && before->flags == flags &&
+      before->time == event.timestamp()) {
+    return before->handled;
+  }
+  const bool handled = m_port->offerKey(key, flags);
+  if (event.type() == QEvent::ShortcutOverride) m_offered = {key, flags, event.timestamp(), handled};
+  return handled;
+}
+
 void CViewWindow::keyPressEvent(QKeyEvent* event) {
   event->accept();
   if (isPanning()) {
     endPanning();
-  } else if (!m_port->keyDown(view::keyCode(*event), view::keyFlags(*event))) {
+  } else if (!offerKey(*event) && !m_port->scrollBy(view::keyCode(*event), view::keyFlags(*event))) {
     QWidget::keyPressEvent(event);  // ignores it
   }
 }

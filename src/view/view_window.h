@@ -41,11 +41,21 @@ class CViewWindow final : public QWidget {
   void timerEvent(QTimerEvent* event) override;
 
  private:
+  /// Offers a key to the port's sinks, unless it was offered already.
+  bool offerKey(const QKeyEvent& event);
   void beginPanning(const QPoint& at);
   void pan(const QPoint& at);
   void endPanning();
 
+  /// A key that was offered before shortcuts were looked at.
+  struct Offered {
+    int key = 0;
+    std::uint32_t flags = 0;
+    quint64 time = 0;
+    bool handled = false;
+  };
   KxPtr<CViewPort> m_port;
+  std::optional<Offered> m_offered;
   std::optional<QPoint> m_panFrom;  // where the pointer was last, while panning
   QBasicTimer m_autoScroll;         // runs while it is outside
 };

@@ -78,10 +78,11 @@ class Keys final : public Sink<IKxViewKeySink> {
  public:
   int KeyDown(int key, std::uint32_t) override {
     last = key;
+    ++count;
     return take;
   }
   int KeyUp(int, std::uint32_t) override { return take; }
-  int last = 0, take = 0;
+  int last = 0, take = 0, count = 0;
 };
 
 class Mouse final : public Sink<IKxViewMouseReactor> {
@@ -223,7 +224,9 @@ TEST_F(ViewPort, TheWheelZoomsAboutThePointer) {
   wheel(120, {100, 50});
   EXPECT_NEAR(view->Transform().scaleX, 0.3, 1e-12);
   EXPECT_NEAR(view->ToDocument(100, 50).x, under.x, 1e-9);
-  for (int i = 0; i < 4; ++i) wheel(-30, {100, 50});  // a finer wheel: one step together
+  wheel(0, {100, 50});  // across
+  EXPECT_NEAR(view->Transform().scaleX, 0.3, 1e-12);
+  for (const int delta : {-30, -30, 0, -30, -30}) wheel(delta, {100, 50});  // a finer wheel: one step together
   EXPECT_NEAR(view->Transform().scaleX, 1, 1e-12);
 }
 
@@ -243,6 +246,26 @@ TEST_F(ViewPort, KeysGoToSinksFirstAndScrollWithAltOnly) {
   keys.take = 1;
   EXPECT_TRUE(key(Qt::Key_PageDown, Qt::AltModifier));
   EXPECT_EQ(offset(), std::pair(0.0, -4.0));
+}
+
+TEST_F(ViewPort, KeysGoToSinksBeforeShortcutsAndOnce) {
+  Keys keys;
+  add(&keys);
+  const std::pair<int, int> cases[] = {{Qt::Key_Escape, kKeyEscape}, {Qt::Key_Delete, kKeyDelete}};
+  for (const int take : {0, 1}) {
+    for (const auto& [qtKey, code] : cases) {
+      keys.take = take;
+      keys.last = keys.count = 0;
+      QKeyEvent before(QEvent::ShortcutOverride, qtKey, Qt::NoModifier);
+      before.ignore();
+      QApplication::sendEvent(window, &before);
+      EXPECT_EQ(keys.last, code);
+      EXPECT_EQ(before.isAccepted(), take != 0) << "a key that is taken is no shortcut";
+      EXPECT_EQ(keys.count, 1);
+      EXPECT_EQ(key(qtKey, Qt::NoModifier), take != 0);  // asks for shortcuts first as well
+      EXPECT_EQ(keys.count, 2) << "one offer of a press: " << code;
+    }
+  }
 }
 
 TEST_F(ViewPort, TheMiddleButtonPansUntilAnythingElseHappens) {
