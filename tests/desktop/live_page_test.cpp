@@ -122,9 +122,9 @@ TEST_F(LivePageTest, FilesThatWereScannedJoinTheDocumentAndTheLastOnesStay) {
     ASSERT_TRUE(scan());
     const Page& page = pages().back();
     ids.push_back(page.id);
-    EXPECT_TRUE(page.saved);
-    ASSERT_TRUE(QFile::exists(page.file)) << page.file.toStdString();
-    const auto file = quillbay::LoadRasterFile(page.file.toStdString(), 0, nullptr);
+    EXPECT_TRUE(page.isSaved());
+    ASSERT_TRUE(QFile::exists(page.file())) << page.file().toStdString();
+    const auto file = quillbay::LoadRasterFile(page.file().toStdString(), 0, nullptr);
     EXPECT_EQ(pixels(page.raster.get()), pixels(file.get())) << "the picture is the file's";
   }
   ASSERT_EQ(pages().size(), 3U);

@@ -1,13 +1,18 @@
 #include <QAction>
 #include <QCheckBox>
+#include <QContextMenuEvent>
 #include <QFile>
+#include <QListWidget>
 #include <QMenuBar>
 #include <QMouseEvent>
 #include <QPushButton>
+#include <QScrollBar>
 #include <QTest>
 #include <set>
 
 #include "desktop_fixture.h"
+#include "document/page_commands.h"
+#include "document/page_list.h"
 #include "scanner/output_settings.h"
 #include "scanner/scanner_offer.h"
 #include "window/status_line.h"
@@ -110,6 +115,86 @@ TEST_F(DesktopTest, AllPagesThatWereClosedComeBackInTheirOrder) {
   EXPECT_EQ(pages()[2].id, later);
   EXPECT_EQ(window->document().unsaved().size(), 3U);
   EXPECT_EQ(window->document().nextUndo(), nullptr);
+}
+
+TEST_F(DesktopTest, ThePageListIsWorkedWithByKeysAndMenus) {
+  open();
+  for (int i = 0; i < 4; ++i) {
+    window->document().add(quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 254, 127, 100), "sheet");
+  }
+  auto* list = window->pageList().findChild<QListWidget*>();
+  const auto order = [this] { return window->document().order(); };
+  using Ids = std::vector<int>;
+  window->activateWindow();
+  ASSERT_TRUE(QTest::qWaitForWindowActive(window.get()));
+  list->setFocus();
+  list->setCurrentRow(1, QItemSelectionModel::ClearAndSelect);
+  list->item(2)->setSelected(true);
+  EXPECT_EQ(window->pageList().selected(), (Ids{2, 3}));
+  QTest::keyClick(list, Qt::Key_Up, Qt::ControlModifier);
+  EXPECT_EQ(order(), (Ids{2, 3, 1, 4}));
+  EXPECT_EQ(window->pageList().selected(), (Ids{2, 3})) << "they stay chosen";
+  QTest::keyClick(list, Qt::Key_Down, Qt::ControlModifier);
+  QTest::keyClick(list, Qt::Key_Down, Qt::ControlModifier);
+  EXPECT_EQ(order(), (Ids{1, 4, 2, 3}));
+  for (int row = 0; row < 4; ++row)
+    EXPECT_EQ(list->item(row)->data(Qt::UserRole).toInt(), order()[std::size_t(row)]);
+  ASSERT_TRUE(window->pageCommands().run("Rotate right", "/Rotate ANGLE:90"));
+  EXPECT_EQ(window->document().page(2)->raster->GetWidth(), 127);
+  EXPECT_EQ(window->document().page(3)->raster->GetWidth(), 127) << "all that are chosen";
+  EXPECT_EQ(window->document().page(4)->raster->GetWidth(), 254);
+  unsaved = UnsavedAnswer::Discard;
+  QTest::keyClick(list, Qt::Key_Delete);
+  EXPECT_EQ(order(), (Ids{1, 4}));
+  for (int i = 0; i < 5; ++i) QTest::keyClick(list, Qt::Key_Z, Qt::ControlModifier);
+  EXPECT_EQ(order(), (Ids{1, 2, 3, 4}));
+  EXPECT_EQ(window->document().page(3)->raster->GetWidth(), 254);
+  QTest::keyClick(list, Qt::Key_Z, Qt::ControlModifier | Qt::ShiftModifier);
+  QTest::keyClick(list, Qt::Key_Y, Qt::ControlModifier);
+  EXPECT_EQ(order(), (Ids{1, 2, 3, 4})) << "up, and down again";
+
+  EXPECT_TRUE(list->item(0)->text().contains("65 × 32 mm")) << list->item(0)->text().toStdString();
+  for (QAction* action : window->findChildren<QAction*>()) {
+    if (action->text() == "&inch") action->trigger();
+  }
+  EXPECT_TRUE(list->item(0)->text().contains("2.54 × 1.27 inch")) << list->item(0)->text().toStdString();
+
+  // In the view: Delete closes, and the right button chooses the page under it.
+  QWidget* surface = window->view().surface();
+  window->view().fitPage(4);
+  const QPoint middle = surface->rect().center();
+  QContextMenuEvent menu(QContextMenuEvent::Mouse, middle, surface->mapToGlobal(middle));
+  QApplication::sendEvent(surface, &menu);
+  EXPECT_TRUE(window->pageMenu()->isVisible());
+  window->pageMenu()->close();
+  EXPECT_EQ(window->pageList().selected(), Ids{4});
+  surface->setFocus();
+  QTest::keyClick(surface, Qt::Key_Delete);
+  EXPECT_EQ(order(), (Ids{1, 2, 3}));
+}
+
+TEST_F(DesktopTest, ScrollBarsFollowTheViewAndMoveIt) {
+  open();
+  window->document().add(quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 4000, 3000, 100), "sheet");
+  DocumentView& view = window->view();
+  view.fitAll();
+  const auto bars = view.findChildren<QScrollBar*>();
+  ASSERT_EQ(bars.size(), 2);
+  for (const QScrollBar* bar : bars) EXPECT_FALSE(bar->isEnabled()) << "everything is in sight";
+  view.actualPixels();
+  const auto port = quillbay::query<quillbay::IKxViewPort>(view.kxView());
+  for (QScrollBar* bar : bars) {
+    const bool isAcross = bar->orientation() == Qt::Horizontal;
+    ASSERT_TRUE(bar->isEnabled());
+    EXPECT_NEAR(bar->maximum() + bar->pageStep(), isAcross ? 4000 : 3000, 2) << "a pixel is a unit";
+    const auto before = port->Transform();
+    bar->setValue(bar->value() + 100);
+    EXPECT_NEAR(port->Transform().offsetX, before.offsetX - (isAcross ? 100 : 0), 1);
+    EXPECT_NEAR(port->Transform().offsetY, before.offsetY - (isAcross ? 0 : 100), 1);
+    bar->setValue(0);
+    const auto corner = port->ToClient({0, 0});
+    EXPECT_NEAR(isAcross ? corner.x : corner.y, 0, 1);
+  }
 }
 
 TEST_F(DesktopTest, TheWheelZoomsAboutThePointerAndTheMiddleButtonPans) {

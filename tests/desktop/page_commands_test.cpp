@@ -17,25 +17,25 @@ TEST_F(DesktopTest, ACommandOfTheMenuPageIsShownMarkedAndTakenBack) {
   saveName = QString::fromStdString(dir.file("page.tif"));
   ASSERT_TRUE(window->saveCurrentAs());
   ASSERT_TRUE(waitFor([&] { return !pages()[0].overview.isNull(); }));
-  const int id = pages()[0].id;
   const auto before = pages()[0].raster;
   PageCommands& commands = window->pageCommands();
   ASSERT_TRUE(commands.run("Rotate right", "/Rotate ANGLE:90"));
   EXPECT_EQ(pages()[0].raster->GetSize(), (quillbay::KxSize{before->GetSize().height, before->GetSize().width}));
-  EXPECT_FALSE(pages()[0].saved);
+  EXPECT_FALSE(pages()[0].isSaved());
   EXPECT_TRUE(window->isWindowModified());
   ASSERT_TRUE(waitFor([&] { return !pages()[0].overview.isNull(); }));
   EXPECT_LT(pages()[0].overview.width(), pages()[0].overview.height()) << "the picture of the turned page";
 
-  ASSERT_TRUE(window->document().undoReplace(id));
+  EXPECT_EQ(window->document().nextUndo()->text, "Rotate right");
+  ASSERT_TRUE(window->document().undo());
   EXPECT_EQ(pages()[0].raster.get(), before.get());
-  EXPECT_TRUE(pages()[0].saved) << "its file holds just this";
-  EXPECT_FALSE(window->document().undoReplace(id));
+  EXPECT_TRUE(pages()[0].isSaved()) << "its file holds just this";
+  EXPECT_FALSE(window->document().undo());
 
   ASSERT_TRUE(commands.run("Invert", "/Invert"));
   ASSERT_TRUE(window->saveCurrentAs());
-  ASSERT_TRUE(window->document().undoReplace(id));
-  EXPECT_FALSE(pages()[0].saved) << "its file holds the inverted page";
+  ASSERT_TRUE(window->document().undo());
+  EXPECT_FALSE(pages()[0].isSaved()) << "its file holds the inverted page";
   EXPECT_TRUE(messages.isEmpty());
 }
 

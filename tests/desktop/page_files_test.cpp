@@ -1,4 +1,8 @@
 #include <QFile>
+#include <QProgressDialog>
+#include <QTimer>
+#include <algorithm>
+#include <utility>
 
 #include "desktop_fixture.h"
 #include "document/page_files.h"
@@ -41,9 +45,104 @@ TEST_F(DesktopTest, PagesOfOneFileComeBackAsTheyWere) {
   EXPECT_EQ(pages().size(), 3U);
   EXPECT_TRUE(window->document().unsaved().empty());
   saveName = QString::fromStdString(file);
+  agrees = false;
+  EXPECT_FALSE(window->saveCurrentAs());
+  EXPECT_EQ(quillbay::CountRasterPages(file), 3);
+  ASSERT_EQ(agreed, QStringList{"pages.tif holds 3 pages; saving would leave 1.|&Save 1 page"});
+  agrees = true;
   ASSERT_TRUE(window->saveCurrentAs());
   EXPECT_EQ(window->document().unsaved(), (std::vector<int>{pages()[0].id, pages()[1].id}))
       << "written over: the file holds the third page only";
+}
+
+TEST_F(DesktopTest, SavingNeverShrinksAFileWithoutAsking) {
+  std::vector<KxPtr<quillbay::IRStor>> five;
+  for (int i = 0; i < 5; ++i) five.push_back(greyPage(30 + i, 20, i + 1));
+  const std::string file = dir.file("plan.tif");
+  quillbay::SaveRasterFile(nullptr, five, file, false, nullptr);
+  const auto widths = [&] {
+    std::vector<int> all;
+    for (int i = 0; i < quillbay::CountRasterPages(file); ++i) {
+      all.push_back(quillbay::LoadRasterFile(file, i, nullptr)->GetWidth());
+    }
+    return all;
+  };
+  open();
+  window->openFiles({QString::fromStdString(file)});
+  ASSERT_EQ(pages().size(), 5U);
+  window->document().replace(pages()[2].id, greyPage(99, 20, 1));
+  EXPECT_TRUE(window->isWindowModified());
+  ASSERT_TRUE(window->saveAll());
+  EXPECT_EQ(widths(), (std::vector<int>{30, 31, 99, 33, 34}));
+  EXPECT_EQ(pixels(quillbay::LoadRasterFile(file, 4, nullptr).get()), pixels(five[4].get()));
+  EXPECT_FALSE(window->isWindowModified());
+  EXPECT_TRUE(agreed.isEmpty());
+
+  ASSERT_TRUE(window->closePages({pages()[0].id, pages()[4].id}));
+  agrees = false;
+  EXPECT_FALSE(window->saveAll());
+  EXPECT_EQ(agreed, QStringList{"plan.tif holds 5 pages; saving would leave 3.|&Save 3 pages"});
+  EXPECT_EQ(widths().size(), 5U);
+  agrees = true;
+  ASSERT_TRUE(window->saveAll());
+  EXPECT_EQ(widths(), (std::vector<int>{31, 99, 33}));
+  window->undo();
+  agreed.clear();
+  ASSERT_TRUE(window->saveAll());
+  EXPECT_EQ(widths(), (std::vector<int>{30, 31, 99, 33, 34})) << "undone and saved again";
+  EXPECT_TRUE(agreed.isEmpty());
+
+  std::vector<int> backwards = window->document().order();
+  std::reverse(backwards.begin(), backwards.end());
+  window->document().reorder(backwards);
+  unsaved = UnsavedAnswer::Cancel;
+  EXPECT_FALSE(window->close());
+  ASSERT_EQ(asked.size(), 1);
+  EXPECT_TRUE(asked[0].contains("plan.tif, the order")) << asked[0].toStdString();
+  quillbay::SaveRasterFile(nullptr, five, file, true, nullptr);  // another program
+  agrees = false;
+  unsaved = UnsavedAnswer::Save;
+  EXPECT_FALSE(window->close());
+  ASSERT_EQ(agreed.size(), 1);
+  EXPECT_TRUE(agreed[0].contains("Another program has changed plan.tif")) << agreed[0].toStdString();
+  agrees = true;
+  EXPECT_TRUE(window->close());
+  EXPECT_EQ(widths(), (std::vector<int>{34, 33, 99, 31, 30}));
+  EXPECT_TRUE(messages.isEmpty()) << messages.join(' ').toStdString();
+}
+
+TEST_F(DesktopTest, OpeningManyFilesIsShownAndCancelledAsAWhole) {
+  const QString file = QString::fromStdString(dir.file("sheet.tif"));
+  quillbay::SaveRasterFile(nullptr, {greyPage(3000, 2000, 3)}, file.toStdString(), false, nullptr);
+  open();
+  window->openFiles({file});
+  int shown = 0;
+  bool again = true;
+  QTimer look;
+  QObject::connect(&look, &QTimer::timeout, [&] {
+    auto* progress = window->findChild<QProgressDialog*>();
+    if (!progress || !progress->isVisible() || shown++ > 0) return;  // the window lives: timers run
+    EXPECT_TRUE(progress->labelText().contains("sheet.tif")) << progress->labelText().toStdString();
+    EXPECT_TRUE(window->isOccupied());
+    if (std::exchange(again, false)) window->openFiles({file});  // comes after the others
+    progress->cancel();
+  });
+  look.start(10);
+  window->openFiles(QStringList(400, file));
+  EXPECT_GE(shown, 1);
+  EXPECT_EQ(pages().size(), 1U) << "as it was";
+  EXPECT_FALSE(window->isOccupied());
+  EXPECT_TRUE(messages.isEmpty());
+
+  shown = 0;
+  bool closes = false;
+  QObject::connect(&look, &QTimer::timeout, [&] {
+    if (!closes && window->isOccupied()) closes = !window->close();
+  });
+  window->openFiles(QStringList(400, file));
+  EXPECT_TRUE(closes);
+  EXPECT_TRUE(waitFor([&] { return !window->isVisible(); })) << "it closes when the reading has ended";
+  EXPECT_EQ(pages().size(), 1U);
 }
 
 TEST_F(DesktopTest, WhatCannotBeSavedLeavesNothingBehind) {

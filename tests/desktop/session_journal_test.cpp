@@ -48,14 +48,14 @@ TEST_F(Journal, ACopyLivesUntilItsPageIsSavedOrClosed) {
   saveName = QString::fromStdString(dir.file("saved.tif"));
   ASSERT_TRUE(window->saveCurrentAs());
   unsaved = UnsavedAnswer::Discard;
-  ASSERT_TRUE(window->closePage(pages()[0].id));
+  ASSERT_TRUE(window->closePages({pages()[0].id}));
   EXPECT_TRUE(waitFor([&] { return copies().size() == 1; }));
 
   window->closeAll();
   EXPECT_TRUE(waitFor([&] { return copies().isEmpty(); }));
   bool kept = false;
   QObject::connect(&window->guard().journal(), &SessionJournal::kept, [&] { kept = true; });
-  window->undoCloseAll();
+  window->undo();
   EXPECT_TRUE(waitFor([&] { return kept; }));
   EXPECT_EQ(copies().size(), 1);
 
@@ -128,6 +128,22 @@ TEST_F(Journal, WhatCannotBeReadIsNamedAndTheRestIsOffered) {
   unsaved = UnsavedAnswer::Discard;
   EXPECT_TRUE(window->close());
   EXPECT_TRUE(QDir(folder()).isEmpty()) << QDir(folder()).entryList().join(' ').toStdString();
+}
+
+TEST_F(Journal, PagesAreOfferedInTheOrderThatTheirUserGaveThem) {
+  open();
+  const auto sheet = [] { return quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 20, 10, 100); };
+  for (const char* name : {"one", "two", "three", "four"}) window->document().add(sheet(), name);
+  window->document().reorder({4, 3, 2, 1});
+  window->document().close({3});
+  window->document().undo();
+  window->document().add(sheet(), "five");
+  ASSERT_TRUE(waitFor([&] { return copies().size() == 5 && !copies().join(' ').contains(".part"); }));
+  window.reset();  // as a crash leaves it
+  QStringList names;
+  const Leftovers left(folder());
+  for (const Leftover& item : left.items()) names += item.name;
+  EXPECT_EQ(names.join(' '), "four three two one five");
 }
 
 TEST_F(Journal, PartsGoByTheirVeryNamesAndNothingButCopiesIsDeleted) {

@@ -5,6 +5,7 @@
 #include <QFileInfo>
 #include <QKeySequence>
 #include <QMenu>
+#include <string_view>
 
 #include "quillbay/scan_keys.h"
 #include "quillbay/script_services.h"
@@ -94,10 +95,6 @@ void PageCommands::fill(QMenu* menu) {
                               if (!file.isEmpty()) runFile(file);
                             }));
   menu->addSeparator();
-  m_undo = add(menu, tr("U&ndo the last change"), QKeySequence("Ctrl+Alt+Z"),
-               tr("Brings back the page as it was before the last command"),
-               [this] { m_document->undoReplace(m_document->current()); });
-  menu->addSeparator();
   fillPolicies(menu->addMenu(tr("&Before each scan")));
   update(m_scanning);
 }
@@ -141,7 +138,6 @@ void PageCommands::update(bool scanning) {
   // The window of a command would stand before Stop.
   const bool may = page && !scanning && !m_running;
   for (QAction* action : m_needsPage) action->setEnabled(may);
-  if (m_undo) m_undo->setEnabled(may && page->previous.raster);
 }
 
 bool PageCommands::run(const QString& title, const QString& script) {
@@ -152,25 +148,39 @@ bool PageCommands::runFile(const QString& file) {
   return execute(tr("Script %1").arg(QFileInfo(file).fileName()), quillbay::script_key::FileName, file);
 }
 
-/// A key names the argument that holds the script; without one it is the autocorrection.
+/// Over the pages that are chosen, one after the other; what was done is undone in one step.
 bool PageCommands::execute(const QString& title, const char* key, const QString& value) {
   const auto sink = quillbay::query<quillbay::IScriptCmdSink>(m_app);
   if (m_running || !sink) return false;
   m_running = true;
   update(m_scanning);
   emit runningChanged();
-  int failed = 0;
-  {
-    const WindowFactory factory(m_app, title, m_window);
-    const auto arguments = quillbay::new_MemParam();
-    arguments->SetValue(quillbay::script_key::Title, title.toStdString());
-    if (key) arguments->SetValue(key, value.toStdString());
-    failed = sink->ExecCommand(key ? quillbay::script_key::Process : "Autocorrect", arguments.get());
+  const int current = m_document->current();
+  std::vector<int> ids = selectedPages ? selectedPages() : std::vector<int>();
+  // A file of commands may name files: it is run once.
+  if (ids.empty() || (key && key == std::string_view(quillbay::script_key::FileName))) ids = {current};
+  bool done = true;
+  m_document->beginStep(title);
+  for (std::size_t i = 0; i < ids.size() && done; ++i) {
+    m_document->setCurrent(ids[i]);
+    done = executeOnce(*sink, title, key, value);
   }
+  m_document->endStep();
+  m_document->setCurrent(current);
   m_running = false;
   update(m_scanning);
   emit runningChanged();
-  return failed == 0;
+  return done;
+}
+
+/// A key names the argument that holds the script; without one it is the autocorrection.
+bool PageCommands::executeOnce(quillbay::IScriptCmdSink& sink, const QString& title, const char* key,
+                               const QString& value) {
+  const WindowFactory factory(m_app, title, m_window);
+  const auto arguments = quillbay::new_MemParam();
+  arguments->SetValue(quillbay::script_key::Title, title.toStdString());
+  if (key) arguments->SetValue(key, value.toStdString());
+  return sink.ExecCommand(key ? quillbay::script_key::Process : "Autocorrect", arguments.get()) == 0;
 }
 
 }  // namespace desktop

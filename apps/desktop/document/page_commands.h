@@ -1,4 +1,5 @@
 #pragma once
+#include <QList>
 #include <QObject>
 #include <QString>
 #include <functional>
@@ -15,7 +16,7 @@ namespace desktop {
 
 class ProgramSettings;
 
-/// The menu "Page": what changes the current page, through the host's script processor, with a window that shows
+/// The menu "Page": what changes the chosen pages, through the host's script processor, with a window that shows
 /// how far it is and can cancel. What goes wrong is told by the host.
 class PageCommands : public QObject {
   Q_OBJECT
@@ -25,9 +26,9 @@ class PageCommands : public QObject {
   PageCommands(quillbay::IHostApp* app, Document* document, ProgramSettings* settings, QWidget* window);
 
   void fill(QMenu* menu);
-  /// Runs a script over the current page; `title` is its name for a person. False when it did not finish.
+  /// Runs a script over the chosen pages; `title` is its name for a person. False when it did not finish.
   bool run(const QString& title, const QString& script);
-  /// The same from a file.
+  /// Runs the script of a file over the current page.
   bool runFile(const QString& file);
   [[nodiscard]] bool isRunning() const { return m_running; }
   /// Enables what can be done; nothing while `scanning`.
@@ -35,6 +36,11 @@ class PageCommands : public QObject {
   /// What a scan does with the pages that are there, as the settings say.
   void applyClearPolicy();
 
+  /// The commands that change a page.
+  [[nodiscard]] const QList<QAction*>& actions() const { return m_needsPage; }
+
+  /// The pages that commands are about; without it, or when there are none, the current one.
+  std::function<std::vector<int>()> selectedPages;
   /// Asks for a script file; empty: given up. Replaced by tests.
   std::function<QString()> chooseScript;
 
@@ -48,13 +54,13 @@ class PageCommands : public QObject {
   void addScript(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip, const char* script);
   void fillPolicies(QMenu* menu);
   bool execute(const QString& title, const char* key, const QString& value);
+  bool executeOnce(quillbay::IScriptCmdSink& sink, const QString& title, const char* key, const QString& value);
 
   quillbay::IHostApp* m_app;
   Document* m_document;
   ProgramSettings* m_settings;
   QWidget* m_window;
-  std::vector<QAction*> m_needsPage;
-  QAction* m_undo = nullptr;
+  QList<QAction*> m_needsPage;
   bool m_running = false, m_scanning = false;
 };
 

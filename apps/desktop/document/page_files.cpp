@@ -4,10 +4,13 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
+#include <QScopeGuard>
+#include <memory>
 
 #include "quillbay/formats.h"
 #include "window/guarded.h"
 #include "window/progress_window.h"
+#include "window/side_work.h"
 
 namespace desktop {
 
@@ -33,57 +36,108 @@ bool isKnownExtension(const QString& name) {
 
 }  // namespace
 
-bool PageFiles::open(const QString& file, QString* why) {
-  const QString whole = QFileInfo(file).absoluteFilePath();
-  const std::string path = whole.toStdString();
+namespace {
+
+struct ReadFile {
+  QString file;
+  FileStamp stamp;
   std::vector<KxPtr<quillbay::IRStor>> rasters;
-  const bool done = guarded(whole, why, [&] {
-    const int pages = quillbay::CountRasterPages(path);
-    for (int page = 0; page < pages; ++page) {
-      const QString what = text("Opening %1, page %2...").arg(QFileInfo(file).fileName()).arg(page + 1);
-      const auto progress = showProgress(what, 0, m_window);
-      auto raster = quillbay::LoadRasterFile(path, page, progress.get());
-      if (!raster) return false;
-      rasters.push_back(std::move(raster));
-    }
-    return true;
-  });
-  if (!done) return false;
-  const QString name = QFileInfo(file).fileName();
-  for (std::size_t i = 0; i < rasters.size(); ++i) {
-    m_document->add(std::move(rasters[i]), rasters.size() == 1 ? name : text("%1, page %2").arg(name).arg(i + 1),
-                    whole);
+};
+
+/// On whatever thread. False when it was cancelled.
+bool readPages(ReadFile& into, SideProgress& progress) {
+  const QString name = QFileInfo(into.file).fileName();
+  const std::string path = into.file.toStdString();
+  progress.begin(text("Opening %1...").arg(name), 0);
+  into.stamp = stampOf(into.file);
+  const int pages = quillbay::CountRasterPages(path);
+  for (int page = 0; page < pages; ++page) {
+    if (pages > 1) progress.begin(text("Opening %1, page %2 of %3...").arg(name).arg(page + 1).arg(pages), 0);
+    auto raster = quillbay::LoadRasterFile(path, page, &progress);
+    if (!raster || progress.IsCancelled()) return false;
+    into.rasters.push_back(std::move(raster));
   }
   return true;
 }
 
-bool PageFiles::save(const std::vector<int>& ids, const QString& file, bool mayReplace, QString* why) {
-  const QString whole = QFileInfo(file).absoluteFilePath();
+}  // namespace
+
+std::optional<PageFiles::Opened> PageFiles::open(const QStringList& files) {
+  Opened opened;
+  std::vector<ReadFile> read;
+  SideProgress progress;
+  m_progress = &progress;
+  const auto over = qScopeGuard([this] { m_progress = nullptr; });
+  workBeside(m_window, progress, [&] {
+    for (const QString& file : files) {
+      if (progress.IsCancelled()) return;
+      ReadFile one{QFileInfo(file).absoluteFilePath(), {}, {}};
+      QString why;
+      if (guarded(one.file, &why, [&] { return readPages(one, progress); })) {
+        read.push_back(std::move(one));
+      } else if (!why.isEmpty()) {
+        opened.failed += file;
+        opened.failures += why;
+      }
+    }
+  });
+  if (progress.IsCancelled()) return std::nullopt;
+  for (ReadFile& one : read) {
+    m_document->addFile(one.file, std::move(one.rasters), one.stamp);
+    opened.files += one.file;
+  }
+  return opened;
+}
+
+void PageFiles::cancel() {
+  if (m_progress) m_progress->cancel();
+}
+
+KxPtr<quillbay::IRStor> PageFiles::read(const QString& file, int page, const QString& what) {
+  KxPtr<quillbay::IRStor> raster;
+  SideProgress progress;
+  progress.begin(what, 0);
+  workBeside(m_window, progress, [&] { raster = quillbay::LoadRasterFile(file.toStdString(), page, &progress); });
+  return raster;
+}
+
+bool PageFiles::write(const std::vector<int>& ids, const PageSourcePtr& target, bool mayReplace, QString* why) {
   std::vector<KxPtr<quillbay::IRStor>> rasters;
-  std::vector<std::pair<int, KxPtr<quillbay::IRStor>>> saved;
+  std::vector<int> present, versions;
   int lines = 0;
   for (const int id : ids) {
     const Page* page = m_document->page(id);
     if (!page) continue;
     rasters.push_back(page->raster);
-    saved.emplace_back(id, page->raster);
+    present.push_back(id);
+    versions.push_back(page->version);
     lines = std::max(lines, page->raster->GetHeight());
   }
-  const bool done = guarded(whole, why, [&] {
+  const QString file = target->file;
+  const bool done = guarded(file, why, [&] {
     const auto progress = showProgress(text("Saving %1...").arg(QFileInfo(file).fileName()), lines, m_window);
-    return quillbay::SaveRasterFile(m_app, rasters, whole.toStdString(), mayReplace, progress.get()) != 0;
+    return quillbay::SaveRasterFile(m_app, rasters, file.toStdString(), mayReplace, progress.get()) != 0;
   });
-  if (!done) return false;
-  if (mayReplace) m_document->NoteOverwritten(whole.toStdString());
-  for (const auto& [id, raster] : saved) {
-    const Page* page = m_document->page(id);
-    if (page && page->raster.get() == raster.get()) m_document->markSaved(id, whole);  // else it changed meanwhile
-  }
-  return true;
+  if (done) m_document->noteWritten(target, present, versions);
+  return done;
+}
+
+bool PageFiles::save(const std::vector<int>& ids, const QString& file, bool mayReplace, QString* why) {
+  const auto target = std::make_shared<PageSource>();
+  target->file = QFileInfo(file).absoluteFilePath();
+  return write(ids, target, mayReplace, why);
+}
+
+bool PageFiles::saveBack(const SavePlan::File& file, QString* why) {
+  return write(file.ids, file.source, true, why);
 }
 
 QString fileNameFor(const Page& page) {
   static const QRegularExpression forbidden("[/\\\\:*?\"<>|\\x00-\\x1f]");
+  const QFileInfo file(page.file());
+  if (!page.file().isEmpty() && page.source->held > 1) {
+    return QString("%1-%2.%3").arg(file.completeBaseName()).arg(page.place + 1).arg(file.suffix());
+  }
   QString name = QString(page.name).replace(forbidden, "_");
   if (!isKnownExtension(name)) name += ".tif";
   return name;

@@ -1,13 +1,18 @@
 #include "document/page_list.h"
 
+#include <QDropEvent>
 #include <QIcon>
 #include <QKeyEvent>
 #include <QListWidget>
 #include <QPainter>
 #include <algorithm>
+#include <functional>
 #include <memory>
+#include <utility>
 
+#include "document/page_order.h"
 #include "view/live_page.h"
+#include "window/lengths.h"
 
 namespace desktop {
 
@@ -45,27 +50,57 @@ QIcon iconOf(const QPixmap& picture) {
   return icon;
 }
 
-QString sizeText(const QSizeF& mm) {
-  return PageList::tr("%1 × %2 mm").arg(mm.width(), 0, 'f', 0).arg(mm.height(), 0, 'f', 0);
-}
+/// A list whose pages are dragged to other places; the document moves them.
+class PageItems final : public QListWidget {
+ public:
+  PageItems(QWidget* parent, std::function<void(int before)> moveSelected)
+      : QListWidget(parent), m_moveSelected(std::move(moveSelected)) {
+    setDragDropMode(QAbstractItemView::InternalMove);
+  }
+
+ protected:
+  Qt::DropActions supportedDropActions() const override { return Qt::MoveAction | Qt::CopyAction; }
+  void dropEvent(QDropEvent* event) override {
+    if (event->source() != this) return event->ignore();
+    const QListWidgetItem* under = itemAt(event->position().toPoint());
+    const int row = under ? this->row(under) + (dropIndicatorPosition() == BelowItem ? 1 : 0) : count();
+    event->setDropAction(Qt::CopyAction);  // what was dragged is not taken out: its item moves with its page
+    event->accept();
+    m_moveSelected(row < count() ? item(row)->data(kIdRole).toInt() : 0);
+    viewport()->update();
+  }
+
+ private:
+  const std::function<void(int before)> m_moveSelected;
+};
 
 }  // namespace
 
 PageList::PageList(Document* document, QWidget* parent)
-    : QDockWidget(tr("Pages"), parent), m_document(document), m_list(new QListWidget(this)) {
+    : QDockWidget(tr("Pages"), parent), m_document(document), m_list(new PageItems(this, [this](int before) {
+        m_document->reorder(movedOrder(m_document->order(), selected(), before));
+      })) {
   setObjectName("pagesDock");
   m_list->setIconSize({kIconWidth, kIconHeight});
   m_list->setWordWrap(true);
   m_list->setTextElideMode(Qt::ElideMiddle);
   m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
   m_list->setAccessibleName(tr("Pages"));
-  m_list->setToolTip(tr("Return shows a page in full, Delete closes it. A star marks a page that is not saved."));
+  m_list->setSelectionMode(QAbstractItemView::ExtendedSelection);
+  m_list->setContextMenuPolicy(Qt::CustomContextMenu);
+  m_list->setToolTip(
+      tr("Return shows a page in full, Delete closes the chosen ones, and dragging moves them. A star marks a page "
+         "that is not saved."));
   m_list->installEventFilter(this);
   setWidget(m_list);
   connect(m_document, &Document::added, this, &PageList::add);
   connect(m_document, &Document::changed, this, &PageList::refresh);
   connect(m_document, &Document::removed, this,
           [this](int id) { std::unique_ptr<QListWidgetItem>(item(id)).reset(); });
+  connect(m_document, &Document::reordered, this, &PageList::arrange);
+  connect(m_list, &QListWidget::customContextMenuRequested, this, [this](const QPoint& at) {
+    if (!selected().empty()) emit menuAsked(m_list->viewport()->mapToGlobal(at));
+  });
   connect(m_list, &QListWidget::currentItemChanged, this, [this](QListWidgetItem* now) {
     if (now) emit chosen(now->data(kIdRole).toInt());
   });
@@ -86,11 +121,47 @@ int PageList::current() const {
 }
 
 void PageList::setCurrent(int id) {
+  auto* wanted = item(id);
+  if (!wanted || wanted == m_list->currentItem()) return;  // several pages may be chosen beside it
   const QSignalBlocker silent(m_list);
-  if (auto* wanted = item(id)) {
-    m_list->setCurrentItem(wanted);
-    m_list->scrollToItem(wanted);
+  m_list->setCurrentItem(wanted, QItemSelectionModel::ClearAndSelect);
+  m_list->scrollToItem(wanted);
+}
+
+std::vector<int> PageList::selected() const {
+  std::vector<int> ids;
+  for (int row = 0; row < m_list->count(); ++row) {
+    const auto* entry = m_list->item(row);
+    const bool isChosen = entry->isSelected() || entry == m_list->currentItem();
+    if (const int id = entry->data(kIdRole).toInt(); isChosen && id != kLiveId) ids.push_back(id);
   }
+  return ids;
+}
+
+QString PageList::sizeText(const QSizeF& mm) const {
+  return lengthPair(m_unit.get(), mm.width(), mm.height(), " × ", true);
+}
+
+void PageList::setUnit(quillbay::KxPtr<quillbay::ILinearUnit> unit) {
+  m_unit = std::move(unit);
+  for (const Page& page : m_document->pages()) refresh(page.id);
+  refreshLive();
+}
+
+/// Puts the entries into the document's order.
+void PageList::arrange() {
+  const QSignalBlocker silent(m_list);
+  const std::vector<int> chosen = selected();
+  auto* const now = m_list->currentItem();
+  int row = 0;
+  for (const Page& page : m_document->pages()) {
+    auto* entry = item(page.id);
+    if (m_list->row(entry) != row) m_list->insertItem(row, m_list->takeItem(m_list->row(entry)));
+    ++row;
+  }
+  m_list->setCurrentItem(now, QItemSelectionModel::NoUpdate);
+  for (int id : chosen) item(id)->setSelected(true);
+  if (now) m_list->scrollToItem(now);
 }
 
 void PageList::add(int id) {
@@ -98,6 +169,7 @@ void PageList::add(int id) {
   const auto place = std::find_if(pages.begin(), pages.end(), [&](const Page& page) { return page.id == id; });
   auto entry = std::make_unique<QListWidgetItem>();
   entry->setData(kIdRole, id);
+  entry->setFlags(entry->flags() & ~Qt::ItemIsDropEnabled);                      // pages go between pages
   m_list->insertItem(static_cast<int>(place - pages.begin()), entry.release());  // the list owns it
   refresh(id);
   setCurrent(id);
@@ -109,9 +181,10 @@ void PageList::refresh(int id) {
   if (!page || !entry) return;
   const QSignalBlocker silent(m_list);
   const QString detail = sizeText(page->sizeMm());
-  entry->setText(page->name + (page->saved ? "" : " *") + "\n" + detail);
-  entry->setData(Qt::AccessibleTextRole, page->name + ", " + detail + (page->saved ? "" : ", " + tr("not saved")));
-  entry->setToolTip(page->file.isEmpty() ? tr("In no file yet") : page->file);
+  entry->setText(page->name + (page->isSaved() ? "" : " *") + "\n" + detail);
+  entry->setData(Qt::AccessibleTextRole,
+                 page->name + ", " + detail + (page->isSaved() ? "" : ", " + tr("not saved")));
+  entry->setToolTip(page->file().isEmpty() ? tr("In no file yet") : page->file());
   entry->setIcon(
       iconOf(pictureOf(page->sizeMm(), page->overview, true, devicePixelRatioF(), palette().color(QPalette::Mid))));
 }
@@ -148,7 +221,7 @@ void PageList::removeLive() { std::unique_ptr<QListWidgetItem>(item(kLiveId)).re
 
 bool PageList::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Delete && current()) {
-    emit closeAsked(current());
+    emit closeAsked();
     return true;
   }
   return QDockWidget::eventFilter(watched, event);

@@ -9,6 +9,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonArray>
 #include <QJsonDocument>
 #include <cerrno>
 #include <cstring>
@@ -22,6 +23,7 @@ constexpr qint64 kLongestLine = qint64{1} << 20;  // far beyond the names that a
 constexpr const char* kArrived = "arrived";
 constexpr const char* kKept = "kept";
 constexpr const char* kDropped = "dropped";
+constexpr const char* kOrder = "order";
 constexpr const char* kWritten = "written";
 constexpr const char* kPublished = "published";
 
@@ -75,6 +77,9 @@ bool apply(const QJsonObject& json, JournalContents& contents, FileIndex& index)
   } else if (event == kDropped && id > 0) {
     contents.pages.erase(id);
     if (!file.isEmpty()) contents.dropped.insert(file);
+  } else if (event == kOrder && json["ids"].isArray()) {
+    contents.order.clear();
+    for (const auto& one : json["ids"].toArray()) contents.order.push_back(one.toInt());
   } else if ((event == kWritten || event == kPublished) && !file.isEmpty()) {
     WrittenFile& written = fileIn(contents, index, file);
     written.published = event == kPublished || json["published"].toBool();
@@ -89,6 +94,17 @@ bool apply(const QJsonObject& json, JournalContents& contents, FileIndex& index)
 bool lockNow(int fd) { return ::flock(fd, LOCK_EX | LOCK_NB) == 0; }
 
 }  // namespace
+
+std::vector<int> JournalContents::pagesInOrder() const {
+  std::vector<int> ids;
+  std::set<int> known;
+  const auto add = [&](int id) {
+    if (pages.count(id) > 0 && known.insert(id).second) ids.push_back(id);
+  };
+  for (const int id : order) add(id);
+  for (const auto& [id, page] : pages) add(id);  // those that came later
+  return ids;
+}
 
 std::unique_ptr<JournalFile> JournalFile::create(const QString& folder, QString* why) {
   // It gets its name when it is locked: nobody ever sees it as one that its program left.
@@ -186,6 +202,14 @@ QJsonObject droppedLine(int id, const QString& file) {
   QJsonObject json = line(kDropped);
   json["id"] = id;
   json["file"] = file;
+  return json;
+}
+
+QJsonObject orderLine(const std::vector<int>& ids) {
+  QJsonObject json = line(kOrder);
+  QJsonArray numbers;
+  for (const int id : ids) numbers.append(id);
+  json["ids"] = numbers;
   return json;
 }
 

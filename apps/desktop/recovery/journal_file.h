@@ -34,8 +34,11 @@ struct WrittenFile {
 struct JournalContents {
   std::map<int, KeptPage> pages;     ///< by the page's number
   std::vector<WrittenFile> written;  ///< in their order
+  std::vector<int> order;            ///< of pages whose order is not that of their numbers
   std::set<QString> dropped;         ///< copies that nobody wants any more
   QStringList damage;                ///< what cannot be read, for a person
+  /// The pages' numbers in the order that the user gave them.
+  [[nodiscard]] std::vector<int> pagesInOrder() const;
 };
 
 /// The journal of one running program: lines of JSON, each written at once, so that a kill leaves all but perhaps
@@ -75,6 +78,7 @@ inline constexpr const char* kJournalSuffix = ".journal";
 [[nodiscard]] QJsonObject arrivedLine(const KeptPage& page);  ///< its copy is being written
 [[nodiscard]] QJsonObject keptLine(const KeptPage& page);     ///< its copy is complete
 [[nodiscard]] QJsonObject droppedLine(int id, const QString& file);
+[[nodiscard]] QJsonObject orderLine(const std::vector<int>& ids);
 [[nodiscard]] QJsonObject writtenLine(const QString& file, int page, bool published);
 [[nodiscard]] QJsonObject publishedLine(const QString& file);
 

@@ -90,7 +90,8 @@ QString Leftovers::placeOf(const Session& session, const QString& copy) const {
 }
 
 void Leftovers::addPages(Session& session, const JournalContents& contents) {
-  for (const auto& [id, page] : contents.pages) {
+  for (const int id : contents.pagesInOrder()) {
+    const KeptPage& page = contents.pages.at(id);
     const QString when = QLocale().toString(page.time.toLocalTime(), QLocale::ShortFormat);
     const QString file = placeOf(session, page.file);
     if (page.file.isEmpty()) {

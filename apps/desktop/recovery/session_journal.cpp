@@ -7,7 +7,11 @@ namespace desktop {
 
 SessionJournal::SessionJournal(Document* document, QString folder, QObject* parent)
     : QObject(parent), m_document(document), m_folder(std::move(folder)), m_keeper(nullptr) {
-  connect(document, &Document::added, this, &SessionJournal::look);
+  connect(document, &Document::added, this, [this](int id) {
+    look(id);
+    if (id != m_document->lastId()) noteOrder();  // it came back to its place
+  });
+  connect(document, &Document::reordered, this, &SessionJournal::noteOrder);
   connect(document, &Document::changed, this, &SessionJournal::look);
   connect(document, &Document::replaced, this, &SessionJournal::look);
   connect(document, &Document::removed, this, &SessionJournal::forget);
@@ -43,7 +47,7 @@ void SessionJournal::setKeeping(bool keeps) {
 
 void SessionJournal::look(int id) {
   const Page* page = m_document->page(id);
-  if (!page || page->saved || !m_keeps) return forget(id);
+  if (!page || page->isSaved() || !m_keeps) return forget(id);
   const auto known = m_entries.find(id);
   const bool isSame = known != m_entries.end() && known->second.raster == page->raster.get() &&
                       known->second.generation == page->raster->GetGeneration();
@@ -78,6 +82,14 @@ void SessionJournal::forget(int id) {
   if (known == m_entries.end()) return;
   m_keeper.drop(m_journal, known->second.copy);
   m_entries.erase(known);
+}
+
+void SessionJournal::noteOrder() {
+  std::vector<int> kept;
+  for (const int id : m_document->order()) {
+    if (m_entries.count(id) > 0) kept.push_back(id);
+  }
+  if (m_journal && kept.size() > 1) m_journal->append(orderLine(kept));
 }
 
 void SessionJournal::fileWritten(const QString& file, int page, bool published) {

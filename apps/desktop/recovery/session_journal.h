@@ -47,6 +47,7 @@ class SessionJournal : public QObject {
   bool begin();
   void look(int id);
   void forget(int id);
+  void noteOrder();
   void keep(const Page& page);
   [[nodiscard]] bool adopt(const KeptPage& page);
 

@@ -3,7 +3,6 @@
 #include <QEvent>
 #include <QPainter>
 #include <QScopedValueRollback>
-#include <QVBoxLayout>
 #include <algorithm>
 #include <limits>
 #include <map>
@@ -67,9 +66,7 @@ DocumentView::DocumentView(quillbay::IApp* app, Document* document, QWidget* par
       m_surface(m_port->GetWindow()),
       m_paintLink(std::make_unique<PaintLink>(this)),
       m_zoomLink(std::make_unique<ZoomLink>(this)) {
-  auto* column = new QVBoxLayout(this);
-  column->setContentsMargins(1, 1, 1, 1);  // shows where the keys go
-  column->addWidget(m_surface);
+  makeBars();
   setMinimumSize(240, 180);
   setFocusProxy(m_surface);
   m_surface->setAcceptDrops(true);
@@ -91,6 +88,7 @@ DocumentView::DocumentView(quillbay::IApp* app, Document* document, QWidget* par
     add(id);
   });
   connect(m_document, &Document::removed, this, &DocumentView::relayout);
+  connect(m_document, &Document::reordered, this, &DocumentView::relayout);
 }
 
 DocumentView::~DocumentView() = default;
@@ -159,6 +157,7 @@ void DocumentView::relayoutAround(const QRectF& before, int anchor) {
     setTransform(moved);
   }
   m_port->Invalidate(nullptr);
+  updateBars();
   emit zoomChanged();
 }
 
@@ -276,6 +275,7 @@ void DocumentView::transformChanged() {
     m_fit = Fit::Place;
     m_follows = false;
   }
+  updateBars();
   emit zoomChanged();
 }
 

@@ -10,6 +10,7 @@
 #include "view/live_page.h"
 
 class QMouseEvent;
+class QScrollBar;
 
 namespace desktop {
 
@@ -19,8 +20,9 @@ class ZoomLink;
 /// Shows the document's pages beside each other at their true sizes in a view port of the library, many of them in
 /// rows, and after them the page that is being scanned, as it grows. What the person chose to see stays when pages
 /// come and go and when the window changes its size: everything, one page, or a place. Beside what the view port
-/// does (the wheel zooms about the pointer, the middle button pans, Alt with arrows scrolls), the left button pans,
-/// a click chooses a page, a double click shows it in full, arrows scroll and files can be dropped.
+/// does (the wheel zooms about the pointer, the middle button pans, Alt with arrows scrolls), the left button and
+/// the scroll bars pan, a click chooses a page, a double click shows it in full, arrows scroll and files can be
+/// dropped.
 class DocumentView : public QWidget {
   Q_OBJECT
  public:
@@ -53,11 +55,17 @@ class DocumentView : public QWidget {
   void pointerMoved(const QPointF& mm, bool inside);
   void pageChosen(int id);
   void filesDropped(const QStringList& files);
+  /// Delete: the pages that are chosen.
+  void closeAsked();
+  /// A menu about page `id` is wanted at this place of the screen.
+  void menuAsked(const QPoint& at, int id);
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
   void changeEvent(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
+  void keyPressEvent(QKeyEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
 
  private:
   friend class PaintLink;
@@ -84,6 +92,9 @@ class DocumentView : public QWidget {
   };
 
   void add(int id);
+  void makeBars();
+  void updateBars();
+  void scrollTo(const QScrollBar* bar, int value);
   void relayout();
   void relayoutAround(const QRectF& before, int anchor);
   [[nodiscard]] int middlePage() const;
@@ -125,6 +136,8 @@ class DocumentView : public QWidget {
   quillbay::KxPtr<quillbay::IKxView> m_kxView;
   quillbay::KxPtr<quillbay::IKxRasterPainter> m_rasters;
   QWidget* m_surface;
+  QScrollBar *m_across = nullptr, *m_down = nullptr;
+  double m_barStep = 1;  // pixels of a bar's unit
   std::unique_ptr<PaintLink> m_paintLink;
   std::unique_ptr<ZoomLink> m_zoomLink;
   std::vector<Shown> m_layout;

@@ -1,4 +1,5 @@
 // What the person does over the document's view.
+#include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QMouseEvent>
@@ -44,11 +45,15 @@ bool DocumentView::eventFilter(QObject* watched, QEvent* event) {
     case QEvent::FocusIn:
     case QEvent::FocusOut: update(); break;
     case QEvent::Leave: emit pointerMoved({}, false); break;
-    case QEvent::KeyPress: {
-      const auto& pressed = static_cast<const QKeyEvent&>(*event);
-      const auto held = pressed.modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier);
-      if (held == Qt::NoModifier && key(pressed.key())) return true;
-      break;
+    case QEvent::ContextMenu: {
+      const auto& menu = static_cast<const QContextMenuEvent&>(*event);
+      const bool isByMouse = menu.reason() == QContextMenuEvent::Mouse;
+      const int id = isByMouse ? pageAt(menu.pos()) : m_current;
+      if (!id) break;
+      const QPoint at =
+          isByMouse ? menu.pos() : (toView(pageRect(id)) & QRectF(m_surface->rect())).center().toPoint();
+      emit menuAsked(m_surface->mapToGlobal(at), id);
+      return true;
     }
     case QEvent::DragEnter: {
       auto& drag = static_cast<QDragEnterEvent&>(*event);
@@ -80,6 +85,12 @@ void DocumentView::move(const QMouseEvent& event) {
   emit pointerMoved(QPointF(mm.x, -mm.y) - page.topLeft(), !m_layout.empty());
 }
 
+/// What the view port and whoever listens to its keys left.
+void DocumentView::keyPressEvent(QKeyEvent* event) {
+  const auto held = event->modifiers() & ~(Qt::KeypadModifier | Qt::ShiftModifier);
+  if (held != Qt::NoModifier || !key(event->key())) QWidget::keyPressEvent(event);
+}
+
 /// Whether a key without modifiers meant something.
 bool DocumentView::key(int key) {
   const double page = m_surface->height() * 0.9;
@@ -95,6 +106,7 @@ bool DocumentView::key(int key) {
     case Qt::Key_Minus: zoomBy(1 / kKeyStep); break;
     case Qt::Key_0: fitAll(); break;
     case Qt::Key_1: actualPixels(); break;
+    case Qt::Key_Delete: emit closeAsked(); break;
     default: return false;
   }
   return true;

@@ -110,25 +110,30 @@ void LivePage::finish(const quillbay::PageInfo& page) {
   if (!m_running) return;
   look();
   const QString file = QString::fromStdString(page.file);
-  if (file.isEmpty() || m_settings->number("KeepScannedPages", kUsuallyKept) <= 0) {
+  const bool continues = !file.isEmpty() && file == m_lastFile && page.page > 1;
+  m_pagesOfFile = continues ? m_pagesOfFile + 1 : 1;
+  m_lastFile = file;
+  if (!keepPage(page, file, continues)) {
+    if (!file.isEmpty()) m_document->noteScanned(file, continues);  // a page that was there may be written over
     end();
-    return;
   }
+}
+
+/// Whether a page that was written has joined the document.
+bool LivePage::keepPage(const quillbay::PageInfo& page, const QString& file, bool continues) {
+  if (file.isEmpty() || m_settings->number("KeepScannedPages", kUsuallyKept) <= 0) return false;
   if (!isWhole(page)) {
     emit note(
         tr("%1 is written, but its picture is not complete and is not kept. Open the file to see it.").arg(file));
-    end();
-    return;
+    return false;
   }
-  m_pagesOfFile = file == m_lastFile ? m_pagesOfFile + 1 : 1;
-  m_lastFile = file;
   const QString name = QFileInfo(file).fileName();
-  const auto raster = m_raster;
-  const int id =
-      m_document->add(raster, m_pagesOfFile > 1 ? tr("%1, page %2").arg(name).arg(m_pagesOfFile) : name, file);
+  const QString title = m_pagesOfFile > 1 ? tr("%1, page %2").arg(name).arg(m_pagesOfFile) : name;
+  const int id = m_document->addScanned(m_raster, title, file, continues);
   become(id);
   m_kept.push_back(id);
   keepLast();
+  return true;
 }
 
 /// Takes the oldest pages off the document that were scanned to files, by their count and by what they occupy.
@@ -145,7 +150,7 @@ void LivePage::keepLast() {
     const int oldest = m_kept.front();
     m_kept.pop_front();
     const Page* page = m_document->page(oldest);
-    if (!page || !page->saved) continue;
+    if (!page || !page->isSaved()) continue;
     emit note(tr("%1 leaves the view; it is in its file. Pages that stay: %2").arg(page->name).arg(stay));
     m_document->remove(oldest);
   }

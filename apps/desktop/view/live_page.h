@@ -64,6 +64,7 @@ class LivePage : public QObject {
  private:
   void stop();
   void takeOverview(const QImage& image);
+  bool keepPage(const quillbay::PageInfo& page, const QString& file, bool continues);
   void keepLast();
   [[nodiscard]] bool isWhole(const quillbay::PageInfo& page) const;
   [[nodiscard]] std::int64_t width() const;

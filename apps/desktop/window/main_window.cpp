@@ -3,10 +3,12 @@
 #include <QActionGroup>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QMenu>
 #include <QScopeGuard>
 #include <QScreen>
 #include <QStatusBar>
 #include <QTimer>
+#include <algorithm>
 #include <utility>
 
 #include "document/page_commands.h"
@@ -27,6 +29,8 @@ using quillbay::query;
 
 namespace {
 
+constexpr int kUndoMiB = 4096;
+constexpr std::size_t kUndoSteps = 200;
 constexpr int kStateVersion = 1, kPagesWidth = 226, kLogHeight = 130;
 
 /// What the log says about the answer to a message.
@@ -68,6 +72,7 @@ MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
   writeFirstDefaults(m_app.get());
   m_settings = std::make_unique<ProgramSettings>(m_app.get());
   m_files = std::make_unique<PageFiles>(m_app.get(), m_document, this);
+  m_document->setUndoBound({std::int64_t{m_settings->number("UndoMiB", kUndoMiB)} << 20, kUndoSteps});
   m_view = new DocumentView(m_app.get(), m_document, this);
   setCentralWidget(m_view);
   m_status = new StatusLine(m_app.get(), statusBar());
@@ -78,6 +83,7 @@ MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
   makeScanMenu();
   makePageMenu();
   makeViewMenu();
+  makeContextMenu();
   makeHelpMenu();
   connectParts();
   restore();
@@ -165,7 +171,16 @@ void MainWindow::connectParts() {
   connect(m_pages, &PageList::chosen, this, &MainWindow::choosePage);
   connect(m_pages, &PageList::chosen, m_view, &DocumentView::reveal);
   connect(m_pages, &PageList::shown, m_view, &DocumentView::fitPage);
-  connect(m_pages, &PageList::closeAsked, this, &MainWindow::closePage);
+  connect(m_pages, &PageList::closeAsked, this, [this] { closePages(m_pages->selected()); });
+  connect(m_view, &DocumentView::closeAsked, this, [this] { closePages(m_pages->selected()); });
+  connect(m_pages, &PageList::menuAsked, this, [this](const QPoint& at) { m_pageMenu->popup(at); });
+  connect(m_view, &DocumentView::menuAsked, this, [this](const QPoint& at, int id) {
+    const std::vector<int> chosen = m_pages->selected();
+    if (std::find(chosen.begin(), chosen.end(), id) == chosen.end()) choosePage(id);
+    m_pageMenu->popup(at);
+  });
+  connect(m_document, &Document::reordered, this, &MainWindow::updateActions);
+  connect(m_document, &Document::stepsChanged, this, &MainWindow::updateSteps);
   connect(m_document, &Document::added, this, &MainWindow::choosePage);
   connect(m_document, &Document::removed, this, [this] { choosePage(m_view->current()); });
   connect(m_document, &Document::changed, this, &MainWindow::updateActions);
@@ -251,7 +266,7 @@ void MainWindow::start() {
   m_guard->offerLeftovers();
 }
 
-bool MainWindow::isOccupied() const { return m_closing || m_pageCommands->isRunning(); }
+bool MainWindow::isOccupied() const { return m_closing || m_opening || m_pageCommands->isRunning(); }
 
 bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   if (m_panel->isBusy()) {
@@ -278,11 +293,15 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   if (std::exchange(m_closing, true)) return;
   const auto open = qScopeGuard([this] { m_closing = false; });
   if (m_pageCommands->isRunning()) return;  // its window is open: it is cancelled there
+  if (m_opening) {
+    m_closeLater = true;
+    return m_files->cancel();
+  }
   if (m_panel->isBusy() && !m_prompts.stopScan()) return;
   // Before the pages are asked about: what the scan still hands over counts as well.
   const bool hadPanel = m_panel->control() != nullptr;
   m_panel->closePanel();
-  if (!maySurrenderPages(m_document->unsaved())) {
+  if (!maySurrenderPages(m_document->unsaved(), reorderedFiles(m_document->pages()))) {
     if (hadPanel) setMode(m_mode);
     return;
   }

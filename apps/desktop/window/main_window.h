@@ -45,21 +45,28 @@ class MainWindow : public QMainWindow {
   bool reopenPanel() { return setMode(m_mode); }
   /// Whether something goes on during which the panel must not be replaced.
   [[nodiscard]] bool isOccupied() const;
-  /// Opens files; what cannot be read is told in one message. The page that came last is shown.
+  /// Opens files, after those that are being opened; what cannot be read is told in one message. The page that came
+  /// last is shown.
   void openFiles(const QStringList& files);
   bool saveCurrentAs();
-  /// Asks for names of all pages that are in no file. False when one of them is still in none.
+  /// Writes every file anew whose pages were changed, closed or moved, and asks for names of pages that are in
+  /// none. Asks before a file loses pages. False when something is still not saved.
   bool saveAll();
   bool saveAllInOneFile();
-  /// Closes a page, after asking when it is not saved.
-  bool closePage(int id);
-  /// Closes all pages, after asking for those that are not saved; `undoCloseAll` brings them back.
+  /// Closes pages, after asking when one is not saved.
+  bool closePages(const std::vector<int>& ids);
   bool closeAll();
-  void undoCloseAll();
+  void undo();
+  void redo();
+  /// Moves the chosen pages one place towards the beginning (-1) or the end (1).
+  void movePages(int step);
+  /// What can be done to the chosen pages.
+  [[nodiscard]] QMenu* pageMenu() { return m_pageMenu; }
   void startScan();
   /// A message window for something that went wrong; it goes to the log as well.
   void tell(const QString& text);
 
+  [[nodiscard]] PageFiles& files() { return *m_files; }
   [[nodiscard]] Document& document() { return *m_document; }
   [[nodiscard]] PanelDock& panelDock() { return *m_panel; }
   [[nodiscard]] DocumentView& view() { return *m_view; }
@@ -109,9 +116,18 @@ class MainWindow : public QMainWindow {
   /// At a help topic ("QBHelp:IDH_ScanError"; empty: its beginning).
   void openManual(const std::string& topic);
   QWidget* showManual(const QString& page);
-  /// False when pages are unsaved and the person wants to keep the window.
-  bool maySurrenderPages(const std::vector<int>& ids);
-  bool savePages(const std::vector<int>& ids, const QString& file, bool mayReplace);
+  /// False when these pages are unsaved, or files have their pages in another order, and the user wants to keep
+  /// them.
+  bool maySurrenderPages(const std::vector<int>& ids, const std::vector<PageSourcePtr>& reordered);
+  bool mayReplace(const QString& file, const FileStamp& known, int pages);
+  bool isSaved(bool done, const QString& file, const QString& why);
+  bool saveNew(const std::vector<int>& ids, const QString& file);
+  bool saveBack(const SavePlan::File& file);
+  bool saveLoose(const std::vector<int>& ids);
+  bool save(const SavePlan& plan);
+  void makeEditMenu(QMenu* menu);
+  void makeContextMenu();
+  void updateSteps();
 
   const std::shared_ptr<MainWindow*> m_self;  // what the host's callbacks hold: null when the window goes
   Prompts m_prompts;
@@ -130,7 +146,12 @@ class MainWindow : public QMainWindow {
   LogDock* m_log = nullptr;
   StatusLine* m_status = nullptr;
   QMenu* m_recent = nullptr;
-  QAction* m_undo = nullptr;
+  QMenu* m_pageMenu = nullptr;
+  QAction *m_undo = nullptr, *m_redo = nullptr, *m_moveUp = nullptr, *m_moveDown = nullptr;
+  QAction *m_close = nullptr, *m_saveAs = nullptr, *m_fitPage = nullptr;
+  QStringList m_toOpen;
+  bool m_opening = false;
+  bool m_closeLater = false;  // when what is being opened was given up
   QActionGroup* m_modes = nullptr;
   std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle, m_needsBusy;
   QShortcut* m_stopKey = nullptr;

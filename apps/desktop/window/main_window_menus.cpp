@@ -36,20 +36,21 @@ void MainWindow::makeFileMenu() {
   connect(m_recent, &QMenu::aboutToShow, this, &MainWindow::fillRecent);
   m_guard->addRecovery(menu);
   menu->addSeparator();
-  m_needsPage = {addAction(menu, tr("Save &as..."), QKeySequence("Ctrl+Shift+S"),
-                           tr("Saves the current page under a name"), [this] { saveCurrentAs(); }),
-                 addAction(menu, tr("&Save all..."), QKeySequence::Save,
-                           tr("Saves every page that is in no file yet"), [this] { saveAll(); }),
-                 addAction(menu, tr("Save all in one &file..."), {}, tr("Saves all pages as one multi-page file"),
-                           [this] { saveAllInOneFile(); })};
+  m_saveAs = addAction(menu, tr("Save &as..."), QKeySequence("Ctrl+Shift+S"),
+                       tr("Saves the current page under a name"), [this] { saveCurrentAs(); });
+  m_needsPage = {
+      m_saveAs,
+      addAction(menu, tr("&Save"), QKeySequence::Save,
+                tr("Writes changed pages back into their files, and asks for names of pages that are in none"),
+                [this] { saveAll(); }),
+      addAction(menu, tr("Save all in one &file..."), {}, tr("Saves all pages as one multi-page file"),
+                [this] { saveAllInOneFile(); })};
   menu->addSeparator();
-  m_needsPage.push_back(addAction(menu, tr("&Close page"), QKeySequence::Close,
-                                  tr("Takes the current page off the document"),
-                                  [this] { closePage(m_view->current()); }));
+  m_close = addAction(menu, tr("&Close page"), QKeySequence::Close, tr("Takes the chosen pages off the document"),
+                      [this] { closePages(m_pages->selected()); });
+  m_needsPage.push_back(m_close);
   m_needsPage.push_back(addAction(menu, tr("C&lose all pages"), QKeySequence("Ctrl+Shift+W"),
                                   tr("Takes all pages off the document"), [this] { closeAll(); }));
-  m_undo = addAction(menu, tr("&Undo close all"), QKeySequence::Undo,
-                     tr("Brings back the pages that were closed last"), [this] { undoCloseAll(); });
   menu->addSeparator();
   addAction(menu, tr("&Quit"), QKeySequence::Quit, tr("Ends the program"), [this] {
     QWidget::close();
@@ -112,8 +113,55 @@ void MainWindow::makeScanMenu() {
 
 void MainWindow::makePageMenu() {
   m_pageCommands = new PageCommands(m_app.get(), m_document, m_settings.get(), this);
-  m_pageCommands->fill(menuBar()->addMenu(tr("&Page")));
+  QMenu* menu = menuBar()->addMenu(tr("&Page"));
+  makeEditMenu(menu);
+  m_pageCommands->fill(menu);
+  m_pageCommands->selectedPages = [this] { return m_pages->selected(); };
   connect(m_pageCommands, &PageCommands::runningChanged, this, &MainWindow::updateActions);
+}
+
+/// The commands that change what pages there are, and undo.
+void MainWindow::makeEditMenu(QMenu* menu) {
+  m_undo =
+      addAction(menu, tr("U&ndo"), QKeySequence::Undo, tr("Takes back what was done last"), [this] { undo(); });
+  m_redo = addAction(menu, tr("Red&o"), {}, tr("Does again what was undone last"), [this] { redo(); });
+  m_redo->setShortcuts({QKeySequence("Ctrl+Shift+Z"), QKeySequence("Ctrl+Y")});
+  menu->addSeparator();
+  m_moveUp = addAction(menu, tr("Move u&p"), QKeySequence("Ctrl+Up"),
+                       tr("Moves the chosen pages one place towards the first"), [this] { movePages(-1); });
+  m_moveDown = addAction(menu, tr("Mo&ve down"), QKeySequence("Ctrl+Down"),
+                         tr("Moves the chosen pages one place towards the last"), [this] { movePages(1); });
+  for (QAction* action : {m_moveUp, m_moveDown}) {
+    // Not in the panel, where these keys change numbers.
+    action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    m_pages->addAction(action);
+    m_view->addAction(action);
+    m_needsPage.push_back(action);
+  }
+  menu->addSeparator();
+}
+
+/// What the right button offers over a page.
+void MainWindow::makeContextMenu() {
+  m_pageMenu = new QMenu(this);
+  m_pageMenu->addAction(m_fitPage);
+  m_pageMenu->addSeparator();
+  m_pageMenu->addActions(m_pageCommands->actions());
+  m_pageMenu->addSeparator();
+  m_pageMenu->addActions({m_undo, m_redo});
+  m_pageMenu->addSeparator();
+  m_pageMenu->addActions({m_moveUp, m_moveDown, m_saveAs, m_close});
+}
+
+/// What undo and redo would do now.
+void MainWindow::updateSteps() {
+  const UndoStep* undo = m_document->nextUndo();
+  const UndoStep* redo = m_document->nextRedo();
+  m_undo->setEnabled(undo != nullptr);
+  m_redo->setEnabled(redo != nullptr);
+  const auto name = [](const UndoStep* step) { return step ? QString(step->text).replace('&', "&&") : QString(); };
+  m_undo->setText(tr("U&ndo %1").arg(name(undo)).trimmed());
+  m_redo->setText(tr("Red&o %1").arg(name(redo)).trimmed());
 }
 
 void MainWindow::makeViewMenu() {
@@ -125,15 +173,17 @@ void MainWindow::makeViewMenu() {
                  [this] { m_view->zoomBy(1 / 1.5); }));
   page(addAction(menu, tr("&Fit all pages"), QKeySequence("Ctrl+0"), tr("Shows all pages"),
                  [this] { m_view->fitAll(); }));
-  page(addAction(menu, tr("Fit &page"), QKeySequence("Ctrl+9"), tr("Shows the current page in full"),
-                 [this] { m_view->fitPage(m_view->current()); }));
+  m_fitPage = addAction(menu, tr("Fit &page"), QKeySequence("Ctrl+9"), tr("Shows the current page in full"),
+                        [this] { m_view->fitPage(m_view->current()); });
+  page(m_fitPage);
   page(addAction(menu, tr("Pixel by pixel (&1:1)"), QKeySequence("Ctrl+1"),
                  tr("Shows every pixel of the page as one of the screen"), [this] { m_view->actualPixels(); }));
   menu->addSeparator();
   QMenu* units = menu->addMenu(tr("&Units"));
   auto* group = new QActionGroup(this);
   for (const char* unit : {"mm", "inch"}) {
-    QAction* action = addAction(units, QString("&") + unit, {}, {}, [this, unit] { setUnit(unit); });
+    const QString name = QLatin1String(unit) == QLatin1String("mm") ? tr("&mm") : tr("&inch");
+    QAction* action = addAction(units, name, {}, {}, [this, unit] { setUnit(unit); });
     action->setCheckable(true);
     action->setChecked(m_settings->text("Unit", "mm") == unit);
     group->addAction(action);
@@ -148,7 +198,7 @@ void MainWindow::makeViewMenu() {
 void MainWindow::updateActions() {
   const bool busy = m_panel->isBusy(), panel = m_panel->control() != nullptr;
   for (QAction* action : m_needsPage) action->setEnabled(!m_document->pages().empty());
-  m_undo->setEnabled(m_document->canRestore());
+  updateSteps();
   m_pageCommands->update(busy);
   for (QAction* action : m_needsIdle) action->setEnabled(!busy);
   for (QAction* action : m_needsPanel) action->setEnabled(panel && !busy);
@@ -156,7 +206,7 @@ void MainWindow::updateActions() {
   m_stopKey->setEnabled(!busy);
   m_scanner->updateActions(busy);
   for (QAction* action : m_modes->actions()) action->setChecked(action->data().toInt() == m_mode);
-  setWindowModified(!m_document->unsaved().empty());
+  setWindowModified(m_document->isModified());
   const Page* page = m_document->page(m_view->current());
   setWindowTitle(page ? page->name + "[*] - Quillbay" : QString("Quillbay[*]"));
 }
@@ -170,6 +220,7 @@ void MainWindow::setUnit(const char* unit) {
 void MainWindow::applyUnit() {
   const QString unit = m_settings->text("Unit", "mm");
   m_status->setUnit(unit.toStdString());
+  m_pages->setUnit(m_status->unit());
   if (m_panel->control())
     m_panel->control()->SetParam(quillbay::key::Units, unit == "inch" ? quillbay::kInches : quillbay::kMillimetres,
                                  nullptr);

@@ -87,6 +87,16 @@ UnsavedAnswer askUnsaved(QWidget* parent, const QStringList& pages) {
   return box.clickedButton() == discard ? UnsavedAnswer::Discard : UnsavedAnswer::Cancel;
 }
 
+/// Return and Escape leave everything as it is.
+bool askToAgree(QWidget* parent, const QString& question, const QString& yes) {
+  QMessageBox box(QMessageBox::Warning, QCoreApplication::applicationName(), question, QMessageBox::Cancel, parent);
+  box.setTextInteractionFlags(kSelectable);
+  const auto* agree = box.addButton(yes, QMessageBox::DestructiveRole);
+  box.setDefaultButton(QMessageBox::Cancel);
+  box.exec();
+  return box.clickedButton() == agree;
+}
+
 int askBatchPages(QWidget* parent) {
   bool accepted = false;
   const int pages = QInputDialog::getInt(parent, text("Scan batch"), text("&Pages (0: until no document comes)"), 0,
@@ -120,6 +130,9 @@ Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& top
     return QFileDialog::getExistingDirectory(parent, text("Folder for the pages"), lastFolder());
   };
   prompts.unsaved = [parent](const QStringList& pages) { return askUnsaved(parent, pages); };
+  prompts.agree = [parent](const QString& question, const QString& yes) {
+    return askToAgree(parent, question, yes);
+  };
   prompts.stopScan = [parent] { return askStop(parent); };
   prompts.batchPages = [parent] { return askBatchPages(parent); };
   prompts.scanner = [parent, help](quillbay::IScanManager* manager, std::string* device) {

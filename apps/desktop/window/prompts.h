@@ -28,6 +28,8 @@ struct Prompts {
   std::function<QString()> folder;
   /// What to do with pages that are in no file.
   std::function<UnsavedAnswer(const QStringList& pages)> unsaved;
+  /// Whether to do what `question` warns of; `yes` is the text of the button that agrees.
+  std::function<bool(const QString& question, const QString& yes)> agree;
   /// Whether a running scan may be stopped.
   std::function<bool()> stopScan;
   /// Pages of a batch, 0: until no document comes; negative: given up.

@@ -5,6 +5,8 @@
 #include <QLocale>
 #include <QStatusBar>
 
+#include "window/lengths.h"
+
 namespace desktop {
 
 StatusLine::StatusLine(quillbay::IApp* app, QStatusBar* bar)
@@ -32,12 +34,7 @@ void StatusLine::setUnit(const std::string& name) {
 }
 
 QString StatusLine::pair(double x, double y, const QString& between) const {
-  const double factor = m_unit ? m_unit->GetFactor() : 1;
-  const QString name = m_unit ? QString::fromStdString(m_unit->GetName()) : "mm";
-  const int decimals = factor > 1 ? 2 : 1;
-  const QLocale locale;
-  const auto text = [&](double mm) { return locale.toString(mm / factor, 'f', decimals); };
-  return text(x) + between + text(y) + " " + name;
+  return lengthPair(m_unit.get(), x, y, between, false);
 }
 
 void StatusLine::showPointer(const QPointF& mm, bool inside) {

@@ -20,6 +20,7 @@ class StatusLine : public QObject {
   StatusLine(quillbay::IApp* app, QStatusBar* bar);
   /// "mm" or "inch".
   void setUnit(const std::string& name);
+  [[nodiscard]] const quillbay::KxPtr<quillbay::ILinearUnit>& unit() const { return m_unit; }
   void showPointer(const QPointF& mm, bool inside);
   /// Null: no page.
   void showPage(const Page* page);
