@@ -27,6 +27,17 @@ bool PagePreparation::canFindArea() const {
   return false;
 }
 
+/// False, with its message, when a page of the mode refuses what stands on it.
+bool PagePreparation::arePagesAcceptable() const {
+  for (const PageRole role : m_parts.pages.current()) {
+    const std::string why = m_parts.pages.page(role)->GetRefusal();
+    if (why.empty()) continue;
+    m_parts.host.message(EventKind::Information, why, EventButtons::Ok);
+    return false;
+  }
+  return true;
+}
+
 /// The destination's page where it collects one; otherwise a picture only while somebody looks.
 KxPtr<ISStripStor> PagePreparation::makeViewStore() const {
   using Raster = CViewStor::Raster;
@@ -68,7 +79,7 @@ Preparation PagePreparation::page() {
 /// The host lets go of its pages, and the destination takes one.
 bool PagePreparation::makeRoom(Preparation& out) {
   // Before questions are asked: nothing of it would be of use.
-  if (m_parts.values().customScanValid == 0 && !canFindArea()) return false;
+  if (m_parts.values().customScanValid == 0 && !(arePagesAcceptable() && canFindArea())) return false;
   if (!m_parts.host.clearRasters(ClearFor::Scan, m_parts.run.batch() || m_parts.run.burst())) {
     m_parts.scanner.command(UnitCommand::Stop);
     return false;
@@ -162,6 +173,7 @@ void PagePreparation::takeSettings(ScanPlan& plan) const {
 
 Preparation PagePreparation::prescan() {
   Preparation out;
+  if (!arePagesAcceptable()) return out;
   if (!m_parts.host.clearRasters(ClearFor::Preview, false)) return out;
   out.request = collectRequest();
   if (!out.request) return out;

@@ -38,6 +38,7 @@ class PagePreparation {
 
  private:
   [[nodiscard]] KxPtr<ISStripStor> makeViewStore() const;
+  [[nodiscard]] bool arePagesAcceptable() const;
   [[nodiscard]] bool canFindArea() const;
   [[nodiscard]] bool makeRoom(Preparation& out);
   [[nodiscard]] bool findArea(Preparation& out);

@@ -24,6 +24,8 @@ class CScanTo {
   /// One line: where the scan goes.
   virtual void GetTargetText(std::string* out) = 0;
   virtual HWND GetHwnd() = 0;
+  /// The part of the window that stays in sight where the rest is scrolled; the panel moves it. Null: none.
+  virtual HWND GetFooter() { return nullptr; }
 };
 
 }  // namespace quillbay
