@@ -12,6 +12,8 @@
 
 namespace {
 
+constexpr std::size_t kLongestValue = 60;
+
 QString text(const std::string& s) { return QString::fromStdString(s); }
 
 QJsonArray array(const std::vector<std::string>& list) {
@@ -117,21 +119,32 @@ QJsonObject asJson(const Inventory& all) {
           {"pageKeys", pairs(all.pageKeys)}};
 }
 
+/// A value that is a table is told by its beginning.
+std::string shortened(const std::string& value) {
+  return value.size() <= kLongestValue ? value : value.substr(0, kLongestValue) + "...";
+}
+
 /// "Scan source [source]: Flatbed|Feeder, now Flatbed".
 void printOption(const quillbay::UnitOption& o, Reporter& out) {
   std::string line = "    " + (o.title.empty() ? o.name : o.title) + " [" + o.name + "]: ";
+  const bool inNumbers = !o.range.empty() && o.range.find_first_of("-0123456789") == 0;
+  const std::string unit = o.unit.empty() ? "" : " " + o.unit;
   if (!o.active) {
     line += "inactive now";
   } else if (o.type == quillbay::UnitOptionType::Button) {
     line += "a button";
   } else {
-    const std::string unit = o.unit.empty() ? "" : " " + o.unit;
-    line += o.choices.empty() ? o.range : barred(o.choices);
-    if (!line.ends_with(": ")) line += unit + ", ";
-    line += "now " + o.value + unit;
+    const std::string allowed = o.choices.empty() ? o.range : barred(o.choices);
+    if (!allowed.empty()) line += allowed + (inNumbers ? unit : "") + ", ";
+    line += "now " + (o.value.empty() ? "empty" : shortened(o.value) + unit);
   }
   out.line(line + (o.settable ? "" : ", read-only"));
-  if (!o.description.empty()) out.line("        " + o.description);
+  const bool repeats = !o.title.empty() && o.description.starts_with(o.title + ":");
+  if (o.description.empty() || repeats) return;
+  std::string text = o.description;
+  for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 9)
+    text.replace(at, 1, "\n        ");
+  out.line("        " + text);
 }
 
 void print(const Inventory& all, Reporter& out) {

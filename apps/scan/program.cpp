@@ -22,6 +22,8 @@ using quillbay::query;
 
 namespace {
 
+constexpr const char* kScriptLog = "quillbay.script";
+
 /// The path as a shell takes it.
 std::string quoted(const std::string& path) {
   std::string text = "'";
@@ -54,7 +56,10 @@ KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter
     refusals.hear(message);
     return message.answer;
   };
-  host.onNote = [&](const std::string&, const std::string& text) { reporter.note(text); };
+  host.onNote = [&](const std::string& category, const std::string& text) {
+    category == kScriptLog ? reporter.detail(text)
+                           : reporter.note(text);  // each step of a saving is one of a script
+  };
   host.onSaved = [&](const std::string& file) { reporter.published(file, 1); };
   host.chooseScanner = [](quillbay::IScanManager*, std::string*) { return false; };
   return quillbay::New_HostApp(host);

@@ -54,8 +54,7 @@ void ScannerChoice::refuse(const std::string& device) const {
     throw Failure(kDevice, text);
   }
   if (fault.code == quillbay::UnitFaultCode::NoScanner) {
-    throw Failure(kDevice, "no scanner was found" + (fault.text.empty() ? "" : " (" + fault.text + ")") +
-                               "; -d DEVICE takes one that is not listed, -d sim: is the simulated one");
+    throw Failure(kDevice, fault.text + " -d DEVICE takes one that is not listed, -d sim: is the simulated one");
   }
   std::string text = "device \"" + (device.empty() ? m_scanner->GetName() : device) + "\" cannot be used";
   if (!fault.text.empty()) text += ": " + fault.text;

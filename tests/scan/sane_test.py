@@ -262,9 +262,32 @@ class Statuses(SaneCase):
 class Driver(SaneCase):
     def test_listed_scanned_and_refused(self):
         self.assertIn("device `test:0' is a ", self.expect(0, "-L", device=None).stdout)
-        self.assertIn("--device-option source=", self.expect(0, "-A", device="test:0").stdout)
+        listed = self.expect(0, "-A", device="test:0").stdout
+        self.assertIn("Scan source [source]: Flatbed|Automatic Document Feeder, now Flatbed\n", listed)
+        self.assertIn("Scan resolution [resolution]: 1..1200 (in steps of 1) dpi, now 50 dpi\n", listed)
         done = self.expect(2, "--device-option", "source=shelf", *A_PAGE, "-o", "b.tif", device="test:0")
         self.assertIn("Flatbed", done.stderr)
+
+    def test_without_a_device_the_only_one_is_taken(self):
+        done = self.expect(2, *A_PAGE, "-o", "a.tif", device=None)
+        for word in ("test:0", "pnm:0", "-d DEVICE"):
+            self.assertIn(word, done.stderr)
+        self.assertEqual(self.files(), [])
+        self.env["SANE_CONFIG_DIR"] = self.sane_folder("one", {"dll.conf": "test\n", "test.conf": TEST_CONF})
+        self.assertIn("test:0", self.expect(0, *A_PAGE, "-o", "a.tif", device=None).stderr)
+
+    def test_a_flatbed_waits_for_each_document(self):
+        batch = [*A_PAGE, "--batch", "--multipage", "-o", "m.tif"]
+        done = self.expect(1, *batch, device="test:0")
+        for word in ("--batch-prompt", "--batch-delay"):
+            self.assertIn(word, done.stderr)
+        self.assertEqual(self.files(), [])
+        self.expect(0, *batch, "--batch=2", "--batch-delay", "0.01", device="test:0")
+        self.assertEqual(len(self.pages("m.tif")), 2)
+        done = patiently(lambda limit: subprocess.run(self.command(*batch, "--batch-prompt", device="test:0"), input=b"\n",
+                                                      cwd=self.out, env=self.env, timeout=limit, capture_output=True))
+        self.assertEqual(done.returncode, 0, done.stderr)
+        self.assertEqual(len(self.pages("m.tif")), 4)
 
     def test_the_whole_bed_without_an_area(self):
         self.expect(0, "--mode", "grey", "-r", "50", "-o", "a.tif", device="test:0")

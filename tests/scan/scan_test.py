@@ -1,13 +1,19 @@
 """quillbay-scan from outside: what it prints, what it writes, how it ends."""
 
+import fcntl
 import json
+import os
+import pty
 import signal
 import subprocess
+import termios
+import threading
 import unittest
+from pathlib import Path
 
 import tifffile
 
-from scan_case import A_PAGE, SMALL, SOURCE, Case, FilledDisk, read_picture
+from scan_case import A_PAGE, LIMIT, SMALL, SOURCE, Case, FilledDisk, read_picture
 
 
 class CommandLine(Case):
@@ -37,9 +43,23 @@ class CommandLine(Case):
         (["-o", "x.png", "--format", "tiff"], 1, ["PNG", "tiff"]),
         (["-o", "x.png", "--multipage"], 1, ["PNG", "TIFF"]),
         (["-o", "what?.tif"], 1, ["what?.tif", "<DATE>"]),
-        (["-o", "x.tif", "--dir", "y"], 1, ["--dir"]),
+        (["-o", "x.tif", "--dir", "y"], 1, ["--output", "--dir"]),
         (["--overwrite", "--increment"], 1, ["--overwrite", "--increment"]),
-        (["--overwrite", "--multipage"], 1, ["--multipage"]),
+        (["--overwrite", "--multipage"], 1, ["--overwrite", "--multipage"]),
+        (["--increment", "--multipage"], 1, ["--increment", "--multipage"]),
+        (["--center", "--no-center"], 1, ["--center", "--no-center"]),
+        (["--landscape", "--portrait"], 1, ["--landscape", "--portrait"]),
+        (["--landscape", "--area", "custom:0,0,9,9"], 1, ["--landscape", "--area", "paper"]),
+        (["-q", "-v"], 1, ["--quiet", "--verbose"]),
+        (["--dry-run", "-A"], 1, ["-A", "--dry-run"]),
+        (["-o", "-", "--batch=2"], 1, ["-o -", "--batch"]),
+        (["-o", "-", "--increment"], 1, ["-o -", "--increment"]),
+        (["--recover", "x.tif.part", "--dir", "y"], 1, ["--recover", "--dir", "--output"]),
+        (["--batch-prompt"], 1, ["--batch-prompt", "needs --batch"]),
+        (["--batch", "--batch-prompt", "--batch-delay", "1"], 1, ["--batch-prompt", "--batch-delay"]),
+        (["--batch", "--batch-delay", "soon"], 1, ["soon", "seconds"]),
+        (["--bursting", "--area", "auto-width"], 1, ["--bursting", "custom:L,T,R,B"]),
+        (["--set", "m_rcScan=0,0,400,100"], 1, ["m_rcScan", "300"]),
         (["--option", "compression=best"], 1, ["best", "LZW"]),
         (["--option", "depth=1"], 1, ["depth", "Compression"]),
         (["--option", "lzw"], 1, ["KEY=VALUE"]),
@@ -95,14 +115,17 @@ class Texts(Case):
         self.assertIn("sim:", names)
         text = self.expect(0, "-A").stdout
         for word in ("--mode bw-threshold|", "--resolution 50|", '--area "ARCH E"', "--option Compression=",
-                     "--device-option skew=", "--set m_uiDPI=", "--set MODE="):
+                     "[background]: dark|light|white, now dark", "Resolution in dpi [m_uiDPI, --resolution]: ", "[MODE]: "):
             self.assertIn(word, text)
         self.assertEqual(json.loads(self.expect(0, "-A", "--json").stdout)["bed"]["width"], 300)
         self.assertEqual(self.files(), [])
 
-    def test_a_first_start_offers_the_simulated_scanner(self):
-        done = self.expect(0, "--mode", "grey", "-r", "50", "-o", "a.tif", device=None)
-        self.assertIn("simulated", done.stderr)
+    def test_it_simulates_only_when_asked(self):
+        (self.root / "drivers" / "dll.conf").write_text("")
+        done = self.expect(2, "--mode", "grey", "-r", "50", "-o", "a.tif", device=None)
+        for word in ("no scanner", "-d sim:"):
+            self.assertIn(word, done.stderr.lower())
+        self.assertEqual(self.files(), [])
         self.env["SANE_DEFAULT_DEVICE"] = SMALL
         self.assertEqual(self.expect(0, *A_PAGE, "-o", "b.tif", device=None).stderr, "")
 
@@ -154,18 +177,35 @@ class Files(Case):
 
     def test_a_file_in_the_way(self):
         own = b"somebody's own"
-        (self.out / "a.tif").write_bytes(own)
-        for arguments in ([], ["--dry-run"]):
-            done = self.expect(3, *A_PAGE, "-o", "a.tif", *arguments)
-            self.assertIn(str(self.out / "a.tif"), done.stderr)
-            self.assertEqual(done.stdout, "")
-        self.assertEqual((self.out / "a.tif").read_bytes(), own)
-        done = self.expect(0, *A_PAGE, "-o", "a.tif", "--increment")
-        self.assertEqual((self.out / "a.tif").read_bytes(), own)
-        self.assertEqual(len(self.files()), 2)
-        self.assertEqual(self.expect(0, *A_PAGE, "-o", "a.tif", "--overwrite").stdout, f"{self.out}/a.tif\n")
-        self.assertEqual(len(self.pages("a.tif")), 1)
-        self.assertEqual(len(self.files()), 2)
+        for name in ("a.tif", "a$b.tif", "$a$.tif"):
+            (self.out / name).write_bytes(own)
+            for arguments in ([], ["--dry-run"]):
+                done = self.expect(3, *A_PAGE, "-o", name, *arguments)
+                self.assertIn(f"{self.out / name} ", done.stderr)
+                self.assertEqual(done.stdout, "")
+            self.assertEqual((self.out / name).read_bytes(), own)
+            done = self.expect(0, *A_PAGE, "-o", name, "--increment")
+            self.assertEqual((self.out / name).read_bytes(), own)
+            self.assertEqual(len(self.files()), 2)
+            self.assertEqual(self.expect(0, *A_PAGE, "-o", name, "--overwrite").stdout, f"{self.out}/{name}\n")
+            self.assertEqual(len(self.pages(name)), 1)
+            self.assertEqual(len(self.files()), 2)
+            for file in self.files():
+                (self.out / file).unlink()
+
+    def test_standard_output(self):
+        for arguments, name in (([], "a.tif"), (["--format", "png"], "a.png"), (["--to", "view"], "a.tif")):
+            with self.subTest(arguments=arguments):
+                self.expect(0, *A_PAGE, *arguments, "-o", name, "--overwrite")
+                done = subprocess.run(self.command(*A_PAGE, *arguments, "-o", "-"), cwd=self.out, capture_output=True,
+                                      env=dict(self.env, TMPDIR=str(self.root / "drivers")), timeout=LIMIT)
+                self.assertEqual((done.returncode, done.stderr), (0, b""))
+                (self.out / name).with_stem("b").write_bytes(done.stdout)
+                self.assertTrue((read_picture((self.out / name).with_stem("b")) == read_picture(self.out / name)).all())
+                self.assertFalse([p for p in (self.root / "drivers").iterdir() if p.name.startswith("quillbay")])
+        with open("/dev/full", "wb") as full:
+            done = subprocess.run(self.command(*A_PAGE, "-o", "-"), stdout=full, stderr=subprocess.PIPE, env=self.env)
+        self.assertEqual((done.returncode, b"standard output" in done.stderr), (3, True))
 
     def test_what_cannot_be_written(self):
         (self.out / "plain").write_text("")
@@ -193,6 +233,9 @@ class Batches(Case):
             (["--batch", "--multipage", "-o", "m.tif"], {"m.tif": 3}),
             (["--batch=5", "--multipage", "-o", "m.tif"], {"m.tif": 6}),  # added to the three that it has
             (["--batch", "--to", "view", "--multipage", "-o", "v.tif"], {"v.tif": 3}),
+            (["--batch", "--mask", "p<counter>q"], {"p000q.tif": 1, "p001q.tif": 1, "p002q.tif": 1}),
+            (["--batch=2", "-o", "r<COUNTER>.tif"], {"r000.tif": 1, "r001.tif": 1}),
+            (["--batch", "--batch-delay", "0.01", "-o", "d.tif"], {"d000.tif": 1, "d001.tif": 1, "d002.tif": 1}),
         ]
         for arguments, want in cases:
             with self.subTest(arguments=arguments):
@@ -227,6 +270,20 @@ class Batches(Case):
                 self.assertEqual(tags["ResolutionUnit"].value, tifffile.RESUNIT.INCH)
             self.assertTrue((raw.pages[0].asarray() != raw.pages[99].asarray()).any())
 
+    def test_a_prompt_comes_between_the_pages(self):
+        cases = [  # what is typed, the exit status, the pages
+            ("", 0, 1), ("\n", 0, 2), ("next\n\n", 0, 3), ("\n\n\n", 0, 3),
+        ]
+        for typed, status, pages in cases:
+            with self.subTest(typed=typed):
+                done = subprocess.run(self.command(*A_PAGE, "--batch", "--batch-prompt", "--multipage", "-o", "m.tif",
+                                                   device=self.FEEDER), cwd=self.out, env=self.env, timeout=LIMIT,
+                                      input=typed, capture_output=True, text=True)
+                self.assertEqual((done.returncode, done.stdout), (status, f"{self.out}/m.tif\n"), done.stderr)
+                self.assertIn("Return", done.stderr)
+                self.assertEqual(len(self.pages("m.tif")), pages)
+                (self.out / "m.tif").unlink()
+
     def test_pieces_of_a_long_document_are_the_whole(self):
         long = "sim:width=300,size=200x400,at=0x0,seed=9,count=1"
         self.expect(0, *A_PAGE, "--bursting", "-o", "b.tif", device=long)
@@ -236,6 +293,60 @@ class Batches(Case):
         whole = self.image("whole.tif")
         joined = [line for piece in pieces for line in piece]
         self.assertTrue(all((a == b).all() for a, b in zip(joined, whole)))
+
+
+class Terminal(Case):
+    """Standard input, output and error are one terminal."""
+
+    SLOW = SMALL + ",count=2,speed=900"  # long enough for a progress line
+
+    def run_there(self, *arguments, device, types=b""):
+        """What the terminal shows. Every prompt is answered by the next of the characters `types`."""
+        mine, its = pty.openpty()
+        process = subprocess.Popen(self.command(*arguments, device=device), cwd=self.out, env=self.env, stdin=its,
+                                   stdout=its, stderr=its, start_new_session=True,
+                                   preexec_fn=lambda: fcntl.ioctl(0, termios.TIOCSCTTY, 0))
+        timer = threading.Timer(LIMIT, process.kill)
+        timer.start()
+        os.close(its)
+        shown, answered = b"", 0
+        while True:
+            try:
+                piece = os.read(mine, 4096)
+            except OSError:  # the program has closed it
+                break
+            if not piece:
+                break
+            shown += piece
+            while shown.count(b"Ctrl-D") > answered:
+                os.write(mine, types[answered:answered + 1])
+                answered += 1
+        status = process.wait()
+        timer.cancel()
+        os.close(mine)
+        return status, shown.decode()
+
+    def test_a_name_has_its_own_line(self):
+        status, shown = self.run_there(*A_PAGE, "-o", "a.tif", device=self.SLOW)
+        self.assertEqual(status, 0, shown)
+        self.assertIn(" lines ", shown)
+        self.assertRegex(shown, rf"\x1b\[K{self.out}/a\.tif\r\n")
+
+    def test_standard_output_is_no_terminal(self):
+        status, shown = self.run_there(*A_PAGE, "-o", "-", device=SMALL)
+        self.assertEqual(status, 1)
+        self.assertIn("terminal", shown)
+
+    def test_answers(self):
+        for types, pages in ((b"\n\x04", 2), (b"\x04", 1)):
+            status, shown = self.run_there(*A_PAGE, "--batch", "--batch-prompt", "--multipage", "-o", "m.tif",
+                                           device=SMALL, types=types)
+            self.assertEqual(status, 0, shown)
+            self.assertEqual(len(self.pages("m.tif")), pages)
+            (self.out / "m.tif").unlink()
+        status, shown = self.run_there(*A_PAGE, "--batch", "--batch-prompt", "--multipage", "-o", "m.tif",
+                                       device=SMALL, types=b"\x03")  # Ctrl-C
+        self.assertEqual((status, len(self.pages("m.tif"))), (130, 1))
 
 
 class Faults(Case):
@@ -364,14 +475,24 @@ class Signals(Case):
         process.wait()
         self.assertEqual(self.files(), ["m.tif.part"])
         done = self.expect(0, *A_PAGE, "-o", "m.tif")  # a new scan keeps the leftover, and says so
-        self.assertIn("m.tif.part", done.stderr)
-        part = next(name for name in self.files() if ".part" in name)
-        self.assertIn('"m.tif"', self.expect(3, "--recover", part, device=None).stderr)
-        (self.out / "m.tif").unlink()
-        left = next(name for name in self.files() if ".part" in name)
-        self.assertEqual(self.expect(0, "--recover", f"{self.out}/{left}", device=None).stdout, f"{self.out}/m.tif\n")
-        self.assertEqual(self.files(), ["m.tif"])
-        self.assertGreaterEqual(len(self.pages("m.tif")), 2)
+        left = f"{self.out}/m.tif.part.1"
+        self.assertIn(f"quillbay-scan --recover '{left}'", done.stderr)
+        (self.out / "taken.tif").write_text("")
+        before = self.files()
+        for arguments, told in (([], "m.tif"), (["-o", "taken.tif"], "taken.tif"), (["-o", "p.png"], "p.png")):
+            self.assertIn(told, self.expect(3, "--recover", left, *arguments, device=None).stderr)
+            self.assertEqual(self.files(), before)
+        bytes_left = Path(left).read_bytes()
+        cases = [  # arguments, the name
+            (["--increment"], "m000.tif"), (["--increment", "-o", f"{self.out}/taken.tif"], "taken000.tif"),
+            (["-o", f"{self.out}/new/named"], "new/named.tif"), (["--overwrite"], "m.tif"),
+        ]
+        for arguments, name in cases:
+            Path(left).write_bytes(bytes_left)
+            done = self.expect(0, "--recover", left, *arguments, device=None)
+            self.assertEqual(done.stdout, f"{self.out}/{name}\n")
+            self.assertGreaterEqual(len(self.pages(name)), 2)
+            self.assertFalse(Path(left).exists())
 
 
 class Settings(Case):
@@ -382,10 +503,19 @@ class Settings(Case):
         saved = self.config.read_text()
         self.assertTrue(self.state.exists())
         # The next run scans as the saved one did, with its device, and changes nothing.
-        self.expect(0, "-o", "c.tif", device=None)
+        self.assertIn("simulated", self.expect(0, "-o", "c.tif", device=None).stderr)
         self.assertEqual(self.pages("c.tif"), self.pages("b.tif"))
         self.expect(0, "--mode", "grey", "-o", "d.tif", device=None)
         self.assertEqual(self.config.read_text(), saved)
+
+    def test_of_a_device_with_a_slash_in_its_name(self):
+        picture = self.root / "one.pgm"
+        picture.write_bytes(b"P5 60 40 255\n" + bytes(range(200)) * 12)
+        device = f"sim:images={picture}"
+        self.expect(0, "--mode", "rgb", "-r", "75", "--area", "custom:0,0,120,80", "-o", "a.tif", "--save-settings",
+                    device=device)
+        self.expect(0, "-o", "b.tif", device=device)
+        self.assertEqual(self.pages("b.tif"), self.pages("a.tif"))
 
     def test_damaged_ones_are_set_aside(self):
         self.config.parent.mkdir(parents=True)
@@ -409,6 +539,11 @@ class Json(Case):
         self.assertEqual(events[-1], {"event": "ended", "cause": "done", "pages": 2, "status": 0})
 
     def test_what_goes_wrong_is_an_event_too(self):
+        for arguments in (["--moed", "rgb"], ["-o", "a.tif", "--dir", "b"], ["x.tif"], ["-o", "-"]):
+            done = self.expect(1, *arguments, "--json")
+            event = json.loads(done.stdout)
+            self.assertEqual((event["event"], event["status"]), ("failed", 1))
+            self.assertEqual(done.stderr, f"quillbay-scan: {event['text']}\n")
         done = self.expect(2, "--json", "--resolution", "20000")
         self.assertEqual(json.loads(done.stdout)["status"], 2)
         (self.out / "a.tif").write_text("")
