@@ -124,7 +124,18 @@ void CMaindlg::makeForm() {
   m_toolbar.emplace(m_form->toolbar(), this, static_cast<bool>(query<IHelp>(m_params->app())),
                     [this](int id) { buttonPressed(id); });
   attachControls();
-  connect(m_form->tabs(), &QTabBar::currentChanged, this, [this](int index) { m_form->showTab(m_pages, index); });
+  connect(m_form->tabs(), &QTabBar::currentChanged, this, [this](int index) { chooseTab(index); });
+}
+
+/// A page that cannot mean its values is not left.
+void CMaindlg::chooseTab(int index) {
+  const int shown = m_form->shownTab(m_pages);
+  IUIScanPage* left =
+      shown < 0 || shown == index ? nullptr : m_pages.windowsOf(values().currMode)[static_cast<std::size_t>(shown)];
+  const std::string why = left ? left->GetRefusal() : std::string();
+  if (why.empty()) return m_form->showTab(m_pages, index);
+  setTab(m_form->tabs(), shown);
+  m_host.message(EventKind::Information, why, EventButtons::Ok);
 }
 
 void CMaindlg::makeDestination() {

@@ -98,6 +98,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   int LoadPage(IUIScanPage* page, IParam* params) override;
 
   void makeForm();
+  void chooseTab(int index);
   void makeDestination();
   void takeDirectMode();
   void layoutPanel();

@@ -6,6 +6,7 @@
 #include <QTabBar>
 #include <QToolBar>
 #include <QVBoxLayout>
+#include <algorithm>
 
 #include "control/panel_pages.h"
 #include "control/panel_status.h"
@@ -50,6 +51,14 @@ void PanelForm::showTab(const PanelPages& pages, int index) const {
   const auto& roles = pages.current();
   if (index < 0 || static_cast<std::size_t>(index) >= roles.size()) return;
   m_pageArea->setCurrentWidget(pages.page(roles[static_cast<std::size_t>(index)])->GetHwnd());
+}
+
+int PanelForm::shownTab(const PanelPages& pages) const {
+  const auto& roles = pages.current();
+  const auto found = std::find_if(roles.begin(), roles.end(), [&](PageRole role) {
+    return pages.page(role)->GetHwnd() == m_pageArea->currentWidget();
+  });
+  return found == roles.end() ? -1 : static_cast<int>(found - roles.begin());
 }
 
 void PanelForm::showPages(bool full, std::size_t count) const {

@@ -29,6 +29,8 @@ class PanelForm {
   /// A tab for each page of the current mode.
   void fillTabs(const PanelPages& pages) const;
   void showTab(const PanelPages& pages, int index) const;
+  /// The tab of the page that is shown; -1 when it has none.
+  [[nodiscard]] int shownTab(const PanelPages& pages) const;
   /// The small layout has no pages.
   void showPages(bool full, std::size_t count) const;
   /// Tab goes through the panel as it is read, in whatever order its parts were made.
