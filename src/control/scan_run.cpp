@@ -148,7 +148,7 @@ Actions ScanRun::started(const ScanStartInfo& info, bool refused) {
 }
 
 Actions ScanRun::linesArrived(std::int64_t lines) {
-  if (!isRunning()) return {};
+  if (!isRunning() || lines <= m_lines) return {};
   m_lines = lines;
   return {{Do::TellLines}};
 }

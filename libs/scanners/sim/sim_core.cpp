@@ -163,7 +163,7 @@ void SimCore::perform(SimJob job) {
     const std::lock_guard lock(m_mutex);
     m_fault = fault;
     if (end == SimEnd::Fault) m_faultDone = true;
-    if (end == SimEnd::Complete && !job.request.isPrescan() && reachesEnd(job)) {
+    if (end == SimEnd::Complete && !job.request.isPrescan() && takesPage(job)) {
       ++m_fed;
       ++m_page;
       m_drawnIn = false;

@@ -145,7 +145,7 @@ bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, Unit
   return placeArea(job, fault);
 }
 
-bool reachesEnd(const SimJob& job) { return !job.request.isPiece || job.bottom >= documentEnd(job); }
+bool takesPage(const SimJob& job) { return !job.request.isPiece || job.top >= documentEnd(job); }
 
 SimEnd runSimJob(const SimJob& job, ISimClock* clock) {
   // A piece that begins beyond the document has no lines.

@@ -39,8 +39,9 @@ struct SimJob {
 /// Reads a request (keys: `IQuillbayUnit::Scan`). Answers false with the reason in `*fault`.
 [[nodiscard]] bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, UnitFault* fault);
 
-/// Whether the job reaches the document's end: only then a piece of a burst takes the page with it.
-[[nodiscard]] bool reachesEnd(const SimJob& job);
+/// Whether the page goes out with the job. A piece of a burst leaves it in place; one that begins beyond its end, and
+/// has no lines, ends it.
+[[nodiscard]] bool takesPage(const SimJob& job);
 
 /// How a job ended.
 enum class SimEnd : int { Complete, Stopped, Fault };
