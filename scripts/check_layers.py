@@ -18,8 +18,8 @@ NO_QT = {"src/platform", "src/params", "src/analysis", "src/stores", "libs/raste
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 # Outside libraries, and the only folders that may include their headers.
 OUTSIDE = [
-    (re.compile(r"^tiff(io)?\.h"), ("libs/channels/tiff", "libs/scanners")),
-    (re.compile(r"^png\.h"), ("libs/channels/png", "libs/scanners")),
+    (re.compile(r"^tiff(io)?\.h"), ("libs/channels/tiff",)),
+    (re.compile(r"^png\.h"), ("libs/channels/png",)),
     (re.compile(r"^(zlib|libdeflate|zstd)\.h"), ("libs/channels",)),
     (re.compile(r"^sane/"), ("libs/scanners",)),
     (re.compile(r"^(leptonica/|allheaders\.h)"), ("libs/analysis", "libs/rasters")),

@@ -29,8 +29,13 @@ struct FormatInfo {
 /// no picture that a module knows.
 [[nodiscard]] QUILLBAY_API int CountRasterPages(const std::string& path);
 
-/// Reads page `page` (from 0) of a picture file. `progress` may be null; its positions are lines. Answers null when
-/// it was cancelled. Throws CXFileException, or CXMemException when memory and scratch space ran out.
+/// Position of the progress at the end of a reading.
+inline constexpr int kLoadSteps = 1000;
+
+/// Reads page `page` (from 0) of a picture file, upright whatever the orientation that the file names. `progress`
+/// may be null; its positions go from 0 to `kLoadSteps`. Answers null soon after it was cancelled. Throws
+/// CXFileException (of a truncated file it says what can be read), or CXMemException when memory and scratch space
+/// ran out.
 [[nodiscard]] QUILLBAY_API KxPtr<IRStor> LoadRasterFile(const std::string& path, int page, IProgress* progress);
 
 /// Writes the rasters as the pages of one file; the extension of `path` chooses the format, `app` gives its options

@@ -16,15 +16,15 @@
 extern "C" {
 #endif
 
-#define QUILLBAY_FORMAT_ABI 1u
+#define QUILLBAY_FORMAT_ABI 2u
 
 enum QbCode {
   QB_OK = 0,
-  QB_E_FILE = 1,    /* a QbFile operation failed; the channels know the cause */
-  QB_E_MEMORY = 2,  /* no memory */
-  QB_E_DAMAGED = 3, /* the file's content cannot be understood; the text says what */
-  QB_E_REFUSED = 4, /* what was asked cannot be done; the text says why and what to do */
-  QB_E_STOPPED = 5  /* a callback asked to stop */
+  QB_E_FILE = 1,     /* a QbFile operation failed; the channels know the cause */
+  QB_E_MEMORY = 2,   /* no memory */
+  QB_E_DAMAGED = 3,  /* the file's content cannot be understood; the text says what */
+  QB_E_REFUSED = 4,  /* what was asked cannot be done; the text says why and what to do */
+  QB_E_TRUNCATED = 5 /* the file ends before what it should hold; the text may say more */
 };
 
 /* The reason of a failure, UTF-8, ended by a zero: a sentence without the file's name. */
@@ -84,14 +84,15 @@ typedef struct QbBlock {
   void (*release_hold)(void* hold);
 } QbBlock;
 
-/* Where a reader puts a page. A non-zero answer ends the reading with that code. */
-typedef struct QbRasterSink {
-  void* self;
-  int (*begin)(void* self, int32_t color_space, int32_t width, int32_t height, uint32_t dpi, const uint8_t* palette,
-               int32_t palette_count);
-  /* The next line, in the line format of the colour space. */
-  int (*line)(void* self, const uint8_t* bytes);
-} QbRasterSink;
+/* A page that is read. */
+typedef struct QbPicture {
+  int32_t color_space;   /* 1 (lines are packed pixels), 8, 16 or 256 */
+  int32_t width, height; /* of the lines as they come, > 0 */
+  uint32_t dpi;          /* 0: unknown */
+  int32_t orientation;   /* how the lines lie, 1 to 8 as TIFF counts: 1 top line first, left pixel first */
+  int32_t palette_count; /* entries of 4 bytes: red, green, blue, unused */
+  uint8_t palette[1024];
+} QbPicture;
 
 typedef struct QbWriter QbWriter;
 typedef struct QbReader QbReader;
@@ -126,7 +127,12 @@ typedef struct QbFormat {
 
   int (*open_reader)(const QbFile* file, QbReader** out, QbText* why);
   int32_t (*reader_pages)(QbReader* reader);
-  int (*read_page)(QbReader* reader, int32_t page, const QbRasterSink* sink, QbText* why);
+  /* Goes to the first line of a page, from 0; a page that was being read is left. */
+  int (*open_page)(QbReader* reader, int32_t page, QbPicture* out, QbText* why);
+  /* The next of the page's lines: width bytes for codes 8 and 16, three times as many for 256, for code 1
+   * (width + 7) / 8 bytes (bit 7 leftmost, 1 is black; what lies beyond the width counts for nothing). Memory does
+   * not grow with the page, save where its format stores no line whole before all others. */
+  int (*read_line)(QbReader* reader, uint8_t* out, QbText* why);
   void (*close_reader)(QbReader* reader);
 } QbFormat;
 

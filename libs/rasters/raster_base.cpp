@@ -57,6 +57,12 @@ int RasterBase::AddLines(int plane, std::int32_t after, std::int32_t count) {
   return 1;
 }
 
+void RasterBase::addUnsetLines(std::int32_t count) {
+  reserveLines(GetHeight() + count);
+  countWrite();
+  publishHeight(GetHeight() + count);
+}
+
 int RasterBase::SetBackground(std::uint32_t color) {
   m_background.store(color & 0xFFFFFF, std::memory_order_relaxed);
   return 1;

@@ -64,6 +64,10 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
   int getPalette(KXRGBQUAD* out);
   int setPalette(const KXRGBQUAD* entries, int count);
 
+  /// Adds lines without blanking them: what they hold is not known until each was written, which whoever adds them
+  /// does before the raster is handed on. Throws CXMemException.
+  void addUnsetLines(std::int32_t count);
+
   /// Appends the lines of a stripe of the same width and kind of lines, without blanking them first.
   virtual void appendStripe(IScanBuffer& stripe, std::int32_t lines) = 0;
 

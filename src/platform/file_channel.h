@@ -56,12 +56,36 @@ class IKxRasterSavePagedChanel : public IKxUnknown {
   virtual int GetPageCount() = 0;
 };
 
+/// The lines of a page in the order of its file, read one after another: nothing is held of those before.
+class IKxPageLines : public IKxUnknown {
+ public:
+  /// Bitonal (lines are packed pixels: bit 7 leftmost, 1 is black), Palette, Grey or Rgb.
+  virtual KxColorSpace GetColorSpace() = 0;
+  /// Pixels of a line, and lines, as they come.
+  virtual KxSize GetSize() = 0;
+  /// Dots per inch; 0 when the file does not tell.
+  virtual std::uint32_t GetResolution() = 0;
+  /// How the lines lie on the page, 1 to 8 as TIFF counts: 1 top line first, left pixel first.
+  virtual int GetOrientation() = 0;
+  /// Copies the palette to `out` (256 entries). Answers its count, 0 where there is none.
+  virtual int GetPalette(KXRGBQUAD* out) = 0;
+  /// Reads the next line: (width + 7) / 8 bytes for Bitonal, else `fixedLineBytes`. Throws CXFileException for a
+  /// file that is damaged or truncated, CXIFaceException after the last line or when the channel went to another
+  /// page.
+  virtual void ReadLine(std::uint8_t* out) = 0;
+};
+
 /// A raster read from a file.
 class IKxRasterLoadFileChanel : public IKxUnknown {
  public:
   virtual int GetPageCount() = 0;
-  /// Reads page `page` (from 0) as a new raster. Throws CXFileException when it cannot be read.
+  /// Reads page `page` (from 0) as a new raster, upright whatever the orientation that the file names. `progress`
+  /// may be null; its positions go from 0 to `kLoadSteps`, and it is asked every few megabytes. Answers null when
+  /// it was cancelled. Throws CXFileException when the page cannot be read; of a truncated file it says what can
+  /// be.
   virtual KxPtr<IRStor> Load(int page, IProgress* progress) = 0;
+  /// Goes to the first line of page `page`. Throws CXFileException.
+  virtual KxPtr<IKxPageLines> OpenLines(int page) = 0;
 };
 
 /// A channel that writes `fileName`; its extension chooses the format. The folder must exist. The last two

@@ -45,7 +45,7 @@ TEST(SimConfig, RefusesByNameAndListsWhatIsAllowed) {
       {"sim:depth=12", "depth=12", "8, 16"},
       {"sim:colour=", "colour=", "0, 1"},
       {"test:0", "test:0", "sim:"},
-      {"sim:images=/nowhere/x.ppm", "/nowhere/x.ppm", "cannot be opened"},
+      {"sim:images=/nowhere/x.ppm", "/nowhere/x.ppm", "no such file"},
   };
   for (const Case& c : cases) {
     std::string why;

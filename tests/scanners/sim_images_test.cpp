@@ -37,11 +37,12 @@ class SimImages : public ::testing::Test {
         << head << std::string(reinterpret_cast<const char*>(bytes.data()), bytes.size());
     return path(name);
   }
-  std::string writeTiff(const char* name, bool tiled, std::uint16_t samples) const {
+  std::string writeTiff(const char* name, bool tiled, std::uint16_t samples, int orientation = 1) const {
     TIFF* tiff = TIFFOpen(path(name).c_str(), "w");
     TIFFSetField(tiff, TIFFTAG_IMAGEWIDTH, kWidth);
     TIFFSetField(tiff, TIFFTAG_IMAGELENGTH, kHeight);
     TIFFSetField(tiff, TIFFTAG_BITSPERSAMPLE, 8);
+    TIFFSetField(tiff, TIFFTAG_ORIENTATION, orientation);
     TIFFSetField(tiff, TIFFTAG_SAMPLESPERPIXEL, samples);
     TIFFSetField(tiff, TIFFTAG_PHOTOMETRIC, samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISWHITE);
     TIFFSetField(tiff, TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG);
@@ -110,6 +111,18 @@ TEST_F(SimImages, ComeBackPixelByPixelAndInTurn) {
                     writeTiff("e.tif", false, 1) + ":" + writePng("f.png")));
   for (const bool grey : {false, true, false, false, true, false, false /* the first again */})
     EXPECT_EQ(scan(rig, grey ? 5 : 7, 200), grey ? m_grey : m_rgb);
+}
+
+TEST_F(SimImages, APictureIsFedUpright) {
+  SimRig rig(device(writeTiff("down.tif", false, 1, ORIENTATION_BOTRIGHT) + ":" +
+                    writeTiff("up.tif", true, 3, ORIENTATION_BOTLEFT)));
+  EXPECT_EQ(scan(rig, 5, 200), (std::vector<std::uint8_t>(m_grey.rbegin(), m_grey.rend())));
+  const std::vector<std::uint8_t> turned = scan(rig, 7, 200);
+  constexpr std::ptrdiff_t kLine = kWidth * 3;
+  for (std::ptrdiff_t y = 0; y < kHeight; ++y) {
+    const auto line = turned.begin() + y * kLine;
+    ASSERT_TRUE(std::equal(line, line + kLine, m_rgb.begin() + (kHeight - 1 - y) * kLine)) << y;
+  }
 }
 
 TEST_F(SimImages, BitonalFilesGiveTheirRuns) {

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "quillbay/run_list.h"
+#include "channels/codec/line_bytes.h"
 
 namespace quillbay {
 namespace {
@@ -80,25 +80,14 @@ class PngEncoder final : public IBandEncoder {
 
   void plainLine(const std::uint8_t* line, bool packed, std::uint8_t* to) const {
     const std::size_t size = m_format.lineBytes();
-    if (!isRunList(m_format.colorSpace)) {
-      std::memcpy(to, line, size);
-      return;
-    }
-    if (packed) {
-      std::memcpy(to, line, size);
-    } else {
-      runsToBits(reinterpret_cast<const std::uint32_t*>(line), m_format.width, to);
-    }
+    lineToBytes(m_format.colorSpace, m_format.width, line, packed, to);
+    if (!isRunList(m_format.colorSpace)) return;
     for (std::size_t i = 0; i < size; ++i) to[i] = static_cast<std::uint8_t>(~to[i]);  // 1 is white
   }
 
   const std::uint8_t* swapped(const std::uint8_t* line, std::size_t which) {
     std::uint8_t* to = m_lines[which].room(m_format.lineBytes());
-    for (std::int32_t i = 0; i < m_format.width; ++i) {
-      to[3 * i] = line[3 * i + 2];
-      to[3 * i + 1] = line[3 * i + 1];
-      to[3 * i + 2] = line[3 * i];
-    }
+    toRgb<3, 2, 0>(line, m_format.width, to);
     return to;
   }
 

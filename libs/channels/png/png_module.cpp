@@ -8,6 +8,7 @@
 
 using quillbay::EdgeFile;
 using quillbay::PngPage;
+using quillbay::PngReader;
 
 struct QbWriter {
   EdgeFile file;
@@ -16,7 +17,7 @@ struct QbWriter {
 };
 
 struct QbReader {
-  const QbFile* file;
+  PngReader reader;
 };
 
 namespace {
@@ -76,11 +77,15 @@ void dropPage(QbWriter* writer) {
 }
 
 int openReader(const QbFile* file, QbReader** out, QbText* why) {
-  return quillbay::atEdge(why, [&] { *out = std::make_unique<QbReader>(QbReader{file}).release(); });
+  return quillbay::atEdge(why, [&] { *out = std::make_unique<QbReader>(QbReader{PngReader(file)}).release(); });
 }
 
-int readPage(QbReader* reader, std::int32_t, const QbRasterSink* sink, QbText* why) {
-  return quillbay::atEdge(why, [&] { quillbay::readPng(reader->file, *sink); });
+int openPage(QbReader* reader, std::int32_t, QbPicture* out, QbText* why) {
+  return quillbay::atEdge(why, [&] { reader->reader.openPage(out); });
+}
+
+int readLine(QbReader* reader, std::uint8_t* out, QbText* why) {
+  return quillbay::atEdge(why, [&] { reader->reader.readLine(out); });
 }
 
 const char* const kExtensions[] = {".png", nullptr};
@@ -101,7 +106,8 @@ const QbFormat kPng = {
     .close_writer = [](QbWriter* writer) { std::unique_ptr<QbWriter>(writer).reset(); },
     .open_reader = openReader,
     .reader_pages = [](QbReader*) { return std::int32_t{1}; },
-    .read_page = readPage,
+    .open_page = openPage,
+    .read_line = readLine,
     .close_reader = [](QbReader* reader) { std::unique_ptr<QbReader>(reader).reset(); },
 };
 

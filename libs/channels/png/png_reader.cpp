@@ -2,49 +2,82 @@
 
 #include <png.h>
 
+#include <algorithm>
 #include <cmath>
 #include <csetjmp>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
-#include "quillbay/run_list.h"
+#include "quillbay/color_space.h"
 
 namespace quillbay {
 namespace {
 
-constexpr std::uint64_t kMaxInterlacedBytes = std::uint64_t{1} << 30;
+std::uint8_t onWhite(int value, int opacity) noexcept {
+  return static_cast<std::uint8_t>(255 - ((255 - value) * opacity + 127) / 255);
+}
+
+}  // namespace
 
 /// All that outlives a jump of libpng back into `run`; nothing with a destructor lives inside of it.
-struct PngJob {
-  const QbFile* file = nullptr;
-  const QbRasterSink* sink = nullptr;
+struct PngReader::Job {
+  explicit Job(const QbFile* from) : file(from) {}
+  ~Job() { png_destroy_read_struct(&png, &info, nullptr); }
+  Job(const Job&) = delete;
+  Job& operator=(const Job&) = delete;
+
+  const QbFile* file;
   png_structp png = nullptr;
   png_infop info = nullptr;
   std::int64_t position = 0;
   int code = QB_OK;
   char complaint[200] = "";
   png_uint_32 width = 0, height = 0;
-  std::uint32_t dpi = 0;
-  int colorType = 0;
-  bool bitonal = false;
-  std::uint8_t palette[256 * 4] = {};
-  int paletteCount = 0;
-  std::vector<std::uint8_t> rows, black;
-  std::vector<std::uint32_t> runs;
-  ~PngJob() { png_destroy_read_struct(&png, &info, nullptr); }
+  int colorType = 0, depth = 0, passes = 1;
+  std::size_t rowBytes = 0;
+  png_uint_32 next = 0;            // line
+  bool hasOpacity = false;         // a sample of it follows each pixel
+  std::vector<std::uint8_t> rows;  // interlaced: all of them; with opacity: one
+
+  void readHead();
+  void findOpacity();
+  void readLine(std::uint8_t* out);
+  void layOnWhite(const std::uint8_t* row, std::uint8_t* out) const noexcept;
+  void describe(QbPicture* out);
+  [[nodiscard]] bool isBitonal() const noexcept { return colorType == PNG_COLOR_TYPE_GRAY && depth == 1; }
+  [[nodiscard]] bool isPalette() const noexcept { return colorType == PNG_COLOR_TYPE_PALETTE; }
+
+  static void onError(png_structp png, png_const_charp text);
+  static void onRead(png_structp png, png_bytep bytes, png_size_t size);
+  /// Runs a step; throws what made libpng jump out of it.
+  template <class Step>
+  void run(Step step) {
+    if (!finishes(step))
+      throw ModuleError(code, code == QB_E_DAMAGED ? std::string("the file is damaged: ") + complaint : "");
+  }
+  template <class Step>
+  bool finishes(Step step) {
+    if (setjmp(png_jmpbuf(png))) return false;
+    step();
+    return true;
+  }
 };
 
-[[noreturn]] void onError(png_structp png, png_const_charp text) {
-  auto* job = static_cast<PngJob*>(png_get_error_ptr(png));
+void PngReader::Job::onError(png_structp png, png_const_charp text) {
+  auto* job = static_cast<Job*>(png_get_error_ptr(png));
   if (job->code == QB_OK) job->code = QB_E_DAMAGED;
   std::strncpy(job->complaint, text, sizeof job->complaint - 1);
   png_longjmp(png, 1);
 }
 
-void onRead(png_structp png, png_bytep bytes, png_size_t size) {
-  auto* job = static_cast<PngJob*>(png_get_io_ptr(png));
+void PngReader::Job::onRead(png_structp png, png_bytep bytes, png_size_t size) {
+  auto* job = static_cast<Job*>(png_get_io_ptr(png));
   const std::int64_t left = job->file->size(job->file->self) - job->position;
-  if (left < 0 || static_cast<std::uint64_t>(left) < size) png_error(png, "the file ends early");
+  if (left < 0 || static_cast<std::uint64_t>(left) < size) {
+    job->code = QB_E_TRUNCATED;
+    png_error(png, "end");
+  }
   if (job->file->read(job->file->self, job->position, bytes, size) != QB_OK) {
     job->code = QB_E_FILE;
     png_error(png, "read");
@@ -52,102 +85,102 @@ void onRead(png_structp png, png_bytep bytes, png_size_t size) {
   job->position += static_cast<std::int64_t>(size);
 }
 
-void check(PngJob& job, int code) {
-  if (code == QB_OK) return;
-  job.code = code;
-  png_error(job.png, "stopped");
+void PngReader::Job::readHead() {
+  png_set_user_limits(png, 0x7fffffff, 0x7fffffff);
+  png_read_info(png, info);
+  width = png_get_image_width(png, info);
+  height = png_get_image_height(png, info);
+  colorType = png_get_color_type(png, info);
+  depth = png_get_bit_depth(png, info);
+  findOpacity();
+  if (depth == 16) png_set_strip_16(png);
+  if (colorType == PNG_COLOR_TYPE_GRAY && depth < 8 && !isBitonal()) png_set_expand_gray_1_2_4_to_8(png);
+  if (isPalette() && depth < 8) png_set_packing(png);
+  if (isBitonal()) png_set_invert_mono(png);
+  passes = png_set_interlace_handling(png);
+  png_read_update_info(png, info);
+  rowBytes = png_get_rowbytes(png, info);
 }
 
-void readHead(PngJob& job) {
-  png_set_user_limits(job.png, 0x7fffffff, 0x7fffffff);
-  png_read_info(job.png, job.info);
-  job.width = png_get_image_width(job.png, job.info);
-  job.height = png_get_image_height(job.png, job.info);
-  job.colorType = png_get_color_type(job.png, job.info);
-  const int depth = png_get_bit_depth(job.png, job.info);
-  job.dpi = static_cast<std::uint32_t>(std::lround(png_get_x_pixels_per_meter(job.png, job.info) * 0.0254));
-  job.bitonal = job.colorType == PNG_COLOR_TYPE_GRAY && depth == 1;
-  if (depth == 16) png_set_strip_16(job.png);
-  if (job.colorType == PNG_COLOR_TYPE_GRAY && depth < 8 && !job.bitonal) png_set_expand_gray_1_2_4_to_8(job.png);
-  if (job.colorType == PNG_COLOR_TYPE_PALETTE && depth < 8) png_set_packing(job.png);
-  if (job.colorType & PNG_COLOR_MASK_ALPHA) png_set_strip_alpha(job.png);
+/// A palette's entries are laid on white where it is described; a bitonal picture's transparent colour is left
+/// alone.
+void PngReader::Job::findOpacity() {
+  const bool keyed = png_get_valid(png, info, PNG_INFO_tRNS) != 0 && !isPalette() && !isBitonal();
+  if (keyed) png_set_tRNS_to_alpha(png);
+  hasOpacity = keyed || (colorType & PNG_COLOR_MASK_ALPHA) != 0;
+}
+
+void PngReader::Job::describe(QbPicture* out) {
+  *out = {};
+  const KxColorSpace space = isBitonal()                               ? KxColorSpace::Bitonal
+                             : isPalette()                             ? KxColorSpace::Palette
+                             : (colorType & PNG_COLOR_MASK_COLOR) == 0 ? KxColorSpace::Grey
+                                                                       : KxColorSpace::Rgb;
+  out->color_space = static_cast<std::int32_t>(space);
+  out->width = static_cast<std::int32_t>(width);
+  out->height = static_cast<std::int32_t>(height);
+  out->orientation = 1;
+  out->dpi = static_cast<std::uint32_t>(std::lround(png_get_x_pixels_per_meter(png, info) * 0.0254));
   png_colorp entries = nullptr;
-  if (job.colorType == PNG_COLOR_TYPE_PALETTE && png_get_PLTE(job.png, job.info, &entries, &job.paletteCount)) {
-    for (int i = 0; i < job.paletteCount; ++i) {
-      job.palette[4 * i] = entries[i].red;
-      job.palette[4 * i + 1] = entries[i].green;
-      job.palette[4 * i + 2] = entries[i].blue;
-    }
+  int count = 0;
+  if (!isPalette() || !png_get_PLTE(png, info, &entries, &count)) return;
+  png_bytep opacity = nullptr;
+  int opacities = 0;
+  png_get_tRNS(png, info, &opacity, &opacities, nullptr);
+  out->palette_count = std::min(count, 256);
+  for (int i = 0; i < out->palette_count; ++i) {
+    const int alpha = opacity && i < opacities ? opacity[i] : 255;
+    out->palette[4 * i] = onWhite(entries[i].red, alpha);
+    out->palette[4 * i + 1] = onWhite(entries[i].green, alpha);
+    out->palette[4 * i + 2] = onWhite(entries[i].blue, alpha);
   }
 }
 
-void takeLine(PngJob& job, const std::uint8_t* row) {
-  if (!job.bitonal) return check(job, job.sink->line(job.sink->self, row));
-  for (std::size_t i = 0; i < job.black.size(); ++i) job.black[i] = static_cast<std::uint8_t>(~row[i]);
-  bitsToRuns(job.black.data(), static_cast<std::int32_t>(job.width), job.runs.data());
-  check(job, job.sink->line(job.sink->self, reinterpret_cast<const std::uint8_t*>(job.runs.data())));
-}
-
-/// Makes the buffers; may throw, so it runs outside of libpng's reach.
-void makeRoom(PngJob& job, int passes, std::size_t rowBytes) {
-  const std::uint64_t rows = passes > 1 ? job.height : 1;
-  if (passes > 1 && rows * rowBytes > kMaxInterlacedBytes) {
-    throw ModuleError(QB_E_REFUSED, "the interlaced picture is too large to be read; save it without interlacing");
+void PngReader::Job::readLine(std::uint8_t* out) {
+  for (int pass = next == 0 ? 0 : passes - 1; pass < passes - 1; ++pass) {
+    for (png_uint_32 y = 0; y < height; ++y) png_read_row(png, rows.data() + y * rowBytes, nullptr);
   }
-  job.rows.resize(rows * rowBytes);
-  if (!job.bitonal) return;
-  job.black.resize((std::size_t{job.width} + 7) / 8);
-  job.runs.resize(std::size_t{job.width} + 4);
-}
-
-void readLines(PngJob& job, int passes, std::size_t rowBytes) {
-  const int type = job.bitonal                                   ? 1
-                   : job.colorType == PNG_COLOR_TYPE_PALETTE     ? 8
-                   : (job.colorType & PNG_COLOR_MASK_COLOR) == 0 ? 16
-                                                                 : 256;
-  check(job, job.sink->begin(job.sink->self, type, static_cast<std::int32_t>(job.width),
-                             static_cast<std::int32_t>(job.height), job.dpi, job.palette, job.paletteCount));
-  for (int pass = 0; pass < passes; ++pass) {
-    for (png_uint_32 y = 0; y < job.height; ++y) {
-      std::uint8_t* row = job.rows.data() + (passes > 1 ? y * rowBytes : 0);
-      png_read_row(job.png, row, nullptr);
-      if (pass == passes - 1) takeLine(job, row);
-    }
+  std::uint8_t* row = rows.empty() ? out : rows.data() + (passes > 1 ? next * rowBytes : 0);
+  png_read_row(png, row, nullptr);
+  if (hasOpacity) {
+    layOnWhite(row, out);
+  } else if (row != out) {
+    std::memcpy(out, row, rowBytes);
   }
-  png_read_end(job.png, nullptr);
+  if (++next == height) png_read_end(png, nullptr);
 }
 
-/// Runs a step; false when libpng jumped out of it.
-template <class Step>
-bool run(PngJob& job, Step step) {
-  if (setjmp(png_jmpbuf(job.png))) return false;
-  step();
-  return true;
+void PngReader::Job::layOnWhite(const std::uint8_t* row, std::uint8_t* out) const noexcept {
+  const std::size_t colours = (colorType & PNG_COLOR_MASK_COLOR) ? 3 : 1;
+  for (png_uint_32 x = 0; x < width; ++x, row += colours + 1) {
+    for (std::size_t c = 0; c < colours; ++c) *out++ = onWhite(row[c], row[colours]);
+  }
 }
 
-}  // namespace
+PngReader::PngReader(const QbFile* file) : m_file(file) {}
+PngReader::~PngReader() = default;
+PngReader::PngReader(PngReader&&) noexcept = default;
 
-void readPng(const QbFile* file, const QbRasterSink& sink) {
-  PngJob job;
-  job.file = file;
-  job.sink = &sink;
-  job.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &job, onError, [](png_structp, png_const_charp) {});
+void PngReader::openPage(QbPicture* out) {
+  constexpr std::uint64_t kMaxInterlacedBytes = std::uint64_t{1} << 30;
+  m_job = std::make_unique<Job>(m_file);
+  Job& job = *m_job;
+  job.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, &job, Job::onError, [](png_structp, png_const_charp) {});
   job.info = job.png ? png_create_info_struct(job.png) : nullptr;
   if (!job.info) throw std::bad_alloc();
-  png_set_read_fn(job.png, &job, onRead);
-  int passes = 1;
-  std::size_t rowBytes = 0;
-  const bool known = run(job, [&] {
-    readHead(job);
-    passes = png_set_interlace_handling(job.png);
-    png_read_update_info(job.png, job.info);
-    rowBytes = png_get_rowbytes(job.png, job.info);
-  });
-  if (known) {
-    makeRoom(job, passes, rowBytes);
-    if (run(job, [&] { readLines(job, passes, rowBytes); })) return;
+  png_set_read_fn(job.png, &job, Job::onRead);
+  job.run([&job] { job.readHead(); });
+  job.describe(out);
+  if (job.passes == 1) return job.rows.resize(job.hasOpacity ? job.rowBytes : 0);
+  if (std::uint64_t{job.height} * job.rowBytes > kMaxInterlacedBytes) {
+    throw ModuleError(QB_E_REFUSED, "the interlaced picture is too large to be read; save it without interlacing");
   }
-  throw ModuleError(job.code, job.code == QB_E_DAMAGED ? std::string("the file is damaged: ") + job.complaint : "");
+  job.rows.resize(job.height * job.rowBytes);
+}
+
+void PngReader::readLine(std::uint8_t* out) {
+  Job& job = *m_job;
+  job.run([&job, out] { job.readLine(out); });
 }
 
 }  // namespace quillbay

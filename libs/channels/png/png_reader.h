@@ -1,10 +1,27 @@
 #pragma once
+#include <memory>
+
 #include "channels/codec/module_support.h"
 
 namespace quillbay {
 
-/// Reads a PNG through libpng: black and white as run lists, palettes and grey as bytes, colour as red, green,
-/// blue; transparency is left out, 16 bits are read by their high byte. Throws ModuleError.
-void readPng(const QbFile* file, const QbRasterSink& sink);
+/// Reads a PNG through libpng: black and white as packed pixels, palettes and grey as bytes, colour as red, green,
+/// blue. What is transparent lies on white; 16 bits are read by their high byte. An interlaced picture is held in
+/// memory (at most 1 GiB), any other line by line.
+class PngReader {
+ public:
+  explicit PngReader(const QbFile* file);
+  ~PngReader();
+  PngReader(PngReader&&) noexcept;
+  PngReader& operator=(PngReader&&) = delete;
+  /// Goes to the first line. Throws ModuleError, as `readLine` does.
+  void openPage(QbPicture* out);
+  void readLine(std::uint8_t* out);
+
+ private:
+  struct Job;
+  const QbFile* m_file;
+  std::unique_ptr<Job> m_job;
+};
 
 }  // namespace quillbay

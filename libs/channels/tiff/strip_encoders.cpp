@@ -8,38 +8,15 @@
 #include <stdexcept>
 #include <string>
 
+#include "channels/codec/line_bytes.h"
 #include "channels/tiff/g4_encoder.h"
 #include "channels/tiff/lzw_encoder.h"
-#include "quillbay/run_list.h"
 
 namespace quillbay {
 namespace {
 
-/// `pixels` of `step` bytes as red, green, blue; `red` and `blue` are the places of those bytes.
-template <int Step, int Red, int Blue>
-void toRgb(const std::uint8_t* from, std::int32_t pixels, std::uint8_t* to) noexcept {
-  for (std::int32_t i = 0; i < pixels; ++i, from += Step, to += 3) {
-    to[0] = from[Red];
-    to[1] = from[1];
-    to[2] = from[Blue];
-  }
-}
-
 void convertLine(const StripFormat& format, const std::uint8_t* line, bool packed, std::uint8_t* to) {
-  switch (format.colorSpace) {
-    case KxColorSpace::Bgr: return toRgb<3, 2, 0>(line, format.width, to);
-    case KxColorSpace::Rgba: return toRgb<4, 0, 2>(line, format.width, to);
-    case KxColorSpace::Bgra: return toRgb<4, 2, 0>(line, format.width, to);
-    case KxColorSpace::Grey:
-    case KxColorSpace::Palette:
-    case KxColorSpace::Rgb: std::memcpy(to, line, format.lineBytes()); return;
-    default: break;
-  }
-  if (packed) {
-    std::memcpy(to, line, format.lineBytes());
-  } else {
-    runsToBits(reinterpret_cast<const std::uint32_t*>(line), format.width, to);
-  }
+  lineToBytes(format.colorSpace, format.width, line, packed, to);
 }
 
 void storeDifferences(const std::uint8_t* line, std::size_t size, std::size_t step, std::uint8_t* to) noexcept {

@@ -31,30 +31,29 @@ TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offset
   std::uint8_t bytes[16] = {};
   if (size >= 8) file.read(0, bytes, size >= 16 ? 16 : 8);
   if (!looksLikeTiff(bytes, static_cast<std::size_t>(size))) {
-    throw ModuleError(QB_E_DAMAGED, "it is not a TIFF file; choose another name");
+    throw ModuleError(QB_E_DAMAGED, "it is not a TIFF file");
   }
   state.started = true;
   state.bigEndian = bytes[0] == 'M';
   state.big = getNumber(bytes + 2, 2, state.bigEndian) == 43;
   const int offsetSize = state.big ? 8 : 4, countSize = state.big ? 8 : 2, entrySize = state.big ? 20 : 12;
   state.linkAt = state.big ? 8 : 4;
-  if (size < state.linkAt + offsetSize) throw ModuleError(QB_E_DAMAGED, "its head is cut off; choose another name");
+  if (size < state.linkAt + offsetSize) throw ModuleError(QB_E_TRUNCATED, "it ends within its head");
   std::uint64_t next = getNumber(bytes + state.linkAt, offsetSize, state.bigEndian);
   std::unordered_set<std::uint64_t> seen;
   while (next != 0) {
     const auto end = static_cast<std::uint64_t>(size);
-    const auto damaged = [&] {
-      return ModuleError(QB_E_DAMAGED, "its page " + std::to_string(state.pages + 1) +
-                                           " is damaged, so no page can be added; choose another name");
-    };
-    if (next >= end || end - next < static_cast<std::uint64_t>(countSize) || !seen.insert(next).second)
-      throw damaged();
+    const std::string page = "its page " + std::to_string(state.pages + 1);
+    const auto damaged = [&] { return ModuleError(QB_E_DAMAGED, page + " is damaged"); };
+    const auto cutOff = [&] { return ModuleError(QB_E_TRUNCATED, page + " lies beyond the file's end"); };
+    if (next >= end || end - next < static_cast<std::uint64_t>(countSize)) throw cutOff();
+    if (!seen.insert(next).second) throw damaged();
     file.read(static_cast<std::int64_t>(next), bytes, static_cast<std::size_t>(countSize));
     const std::uint64_t entries = getNumber(bytes, countSize, state.bigEndian);
     if (entries == 0 || entries > 65535) throw damaged();
     const std::uint64_t link =
         next + static_cast<std::uint64_t>(countSize) + entries * static_cast<std::uint64_t>(entrySize);
-    if (link > end || end - link < static_cast<std::uint64_t>(offsetSize)) throw damaged();
+    if (link > end || end - link < static_cast<std::uint64_t>(offsetSize)) throw cutOff();
     file.read(static_cast<std::int64_t>(link), bytes, static_cast<std::size_t>(offsetSize));
     if (offsets) offsets->push_back(next);
     state.linkAt = static_cast<std::int64_t>(link);

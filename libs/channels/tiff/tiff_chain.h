@@ -16,7 +16,8 @@ struct TiffState {
 };
 
 /// Follows the chain of directories, two short reads each; `offsets` (may be null) gets where they begin.
-/// An empty file is not started. Throws ModuleError for a damaged file.
+/// An empty file is not started. Throws ModuleError for a file that is damaged or cut off; `offsets` has the pages
+/// before then.
 [[nodiscard]] TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets);
 
 /// Non-zero for the first bytes of a TIFF or BigTIFF.

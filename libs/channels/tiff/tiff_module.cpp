@@ -7,6 +7,7 @@
 #include "channels/tiff/tiff_reader.h"
 
 using quillbay::EdgeFile;
+using quillbay::ModuleError;
 using quillbay::TiffPage;
 using quillbay::TiffReader;
 using quillbay::TiffState;
@@ -40,10 +41,20 @@ int accepts(std::int32_t colorSpace) {
   }
 }
 
+/// What adding a page must know; a file that is not whole takes none.
+TiffState stateOf(const EdgeFile& file) {
+  try {
+    return quillbay::readTiffChain(file, nullptr);
+  } catch (const ModuleError& e) {
+    if (e.code() == QB_E_FILE) throw;
+    throw ModuleError(QB_E_REFUSED, e.text() + ", so no page can be added; choose another name");
+  }
+}
+
 int openWriter(const QbFile* file, QbWriter** out, QbText* why) {
   return quillbay::atEdge(why, [&] {
     const EdgeFile edge(file);
-    const TiffState state = quillbay::readTiffChain(edge, nullptr);
+    const TiffState state = stateOf(edge);
     *out = std::make_unique<QbWriter>(QbWriter{edge, state, state, nullptr}).release();
   });
 }
@@ -75,8 +86,12 @@ int openReader(const QbFile* file, QbReader** out, QbText* why) {
   return quillbay::atEdge(why, [&] { *out = std::make_unique<QbReader>(QbReader{TiffReader(file)}).release(); });
 }
 
-int readPage(QbReader* reader, std::int32_t page, const QbRasterSink* sink, QbText* why) {
-  return quillbay::atEdge(why, [&] { reader->reader.read(page, *sink); });
+int openPage(QbReader* reader, std::int32_t page, QbPicture* out, QbText* why) {
+  return quillbay::atEdge(why, [&] { reader->reader.openPage(page, out); });
+}
+
+int readLine(QbReader* reader, std::uint8_t* out, QbText* why) {
+  return quillbay::atEdge(why, [&] { reader->reader.readLine(out); });
 }
 
 const char* const kExtensions[] = {".tif", ".tiff", ".btf", nullptr};
@@ -97,7 +112,8 @@ const QbFormat kTiff = {
     .close_writer = [](QbWriter* writer) { std::unique_ptr<QbWriter>(writer).reset(); },
     .open_reader = openReader,
     .reader_pages = [](QbReader* reader) { return reader->reader.pages(); },
-    .read_page = readPage,
+    .open_page = openPage,
+    .read_line = readLine,
     .close_reader = [](QbReader* reader) { std::unique_ptr<QbReader>(reader).reset(); },
 };
 

@@ -84,8 +84,9 @@ class RunBand final : public OpStripe {
     m_words[m_used++] = first;
     m_words[m_used++] = last;
   }
-  /// Adds a whole line of bits in words; bits beyond the width are 0.
-  void addLine(const std::uint64_t* bits) {
+  /// Adds a whole line: packed, or of words whose bits beyond the width are 0.
+  template <class Bits>
+  void addLine(const Bits* bits) {
     RunListWriter writer(m_words.data() + m_used);
     eachBitChange(bits, m_width, [&writer](std::uint32_t x) { writer(x); });
     m_used += 2 * writer.finish(static_cast<std::uint32_t>(m_width));

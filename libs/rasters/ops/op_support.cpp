@@ -1,11 +1,14 @@
 #include "rasters/ops/op_support.h"
 
+#include <algorithm>
+#include <cstring>
 #include <limits>
 #include <span>
 
 #include "platform/base_services.h"
 #include "quillbay/errors.h"
 #include "quillbay/palette.h"
+#include "quillbay/run_list.h"
 #include "rasters/ops/raster_ops.h"
 
 namespace quillbay {
@@ -105,6 +108,37 @@ void PixelReader::read(std::int32_t line, std::int32_t x, std::int32_t count, st
     const std::int32_t at = x - low + i;
     const std::uint8_t pair = m_packed[static_cast<std::size_t>(at / 2)];
     out[i] = static_cast<std::uint8_t>(at % 2 == 0 ? pair >> 4 : pair & 15);
+  }
+}
+
+void reversePixels(std::uint8_t* pixels, std::int32_t count, std::size_t bytes) noexcept {
+  const auto reverse = [pixels, count](auto pixel) {
+    std::uint8_t* left = pixels;
+    std::uint8_t* right = pixels + static_cast<std::size_t>(count) * sizeof(pixel);
+    for (; right - left >= static_cast<std::ptrdiff_t>(2 * sizeof(pixel)); left += sizeof(pixel)) {
+      right -= sizeof(pixel);
+      std::memcpy(&pixel, left, sizeof(pixel));
+      std::memcpy(left, right, sizeof(pixel));
+      std::memcpy(right, &pixel, sizeof(pixel));
+    }
+  };
+  switch (bytes) {
+    case 1: return reverse(std::array<std::uint8_t, 1>{});
+    case 3: return reverse(std::array<std::uint8_t, 3>{});
+    default: return reverse(std::array<std::uint8_t, 4>{});
+  }
+}
+
+void reversePacked(std::uint8_t* bits, std::int32_t width) noexcept {
+  const auto bytes = (static_cast<std::size_t>(width) + 7) / 8;
+  std::reverse(bits, bits + bytes);
+  const auto spare = static_cast<unsigned>(8 * bytes - static_cast<std::size_t>(width));
+  // The spare bits have come to the left end: the line moves there by as many.
+  unsigned next = 0;
+  for (std::size_t i = bytes; i-- > 0;) {
+    const auto turned = static_cast<unsigned>(reverseBits(std::uint64_t{bits[i]}) >> 56);
+    bits[i] = static_cast<std::uint8_t>(turned << spare | next);
+    next = spare ? turned >> (8 - spare) : 0;
   }
 }
 

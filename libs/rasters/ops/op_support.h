@@ -70,6 +70,11 @@ class PixelReader {
   std::vector<std::uint8_t> m_packed;
 };
 
+/// The last pixel first.
+void reversePixels(std::uint8_t* pixels, std::int32_t count, std::size_t bytes) noexcept;
+/// The same for a packed line; what lies beyond the width becomes 0.
+void reversePacked(std::uint8_t* bits, std::int32_t width) noexcept;
+
 /// Packs indices, one a byte, in pairs; `count` is even.
 void packFour(const std::uint8_t* indices, std::int32_t count, std::uint8_t* out) noexcept;
 

@@ -230,27 +230,10 @@ KxPtr<IRStor> turnQuarter(IRStor& source, bool clockwise, IProgress* progress) {
   // Code 4 holds pairs of pixels: an odd number of columns gets a white one.
   const bool four = source.GetColorSpace() == KxColorSpace::Four;
   const std::int64_t width = four ? (std::int64_t{turn.from.height} + 1) / 2 * 2 : turn.from.height;
-  const auto target = newLike(source, width, turn.from.width);
+  const auto target = newLike(source, width, 0);
+  target->addUnsetLines(turn.from.width);
   if (turn.from.width <= 0 || turn.from.height <= 0) return target.as<IRStor>();
   return PixelTurner(source, *target, turn).run(progress) ? target.as<IRStor>() : KxPtr<IRStor>{};
-}
-
-void reversePixels(std::uint8_t* pixels, std::int32_t count, std::size_t bytes) noexcept {
-  const auto reverse = [pixels, count](auto pixel) {
-    std::uint8_t* left = pixels;
-    std::uint8_t* right = pixels + static_cast<std::size_t>(count) * sizeof(pixel);
-    for (; right - left >= static_cast<std::ptrdiff_t>(2 * sizeof(pixel)); left += sizeof(pixel)) {
-      right -= sizeof(pixel);
-      std::memcpy(&pixel, left, sizeof(pixel));
-      std::memcpy(left, right, sizeof(pixel));
-      std::memcpy(right, &pixel, sizeof(pixel));
-    }
-  };
-  switch (bytes) {
-    case 1: return reverse(std::array<std::uint8_t, 1>{});
-    case 3: return reverse(std::array<std::uint8_t, 3>{});
-    default: return reverse(std::array<std::uint8_t, 4>{});
-  }
 }
 
 /// Turns by half when `reversed`, else copies.

@@ -28,10 +28,10 @@ Paper paperOf(const SimConfig& config, std::int64_t page) {
   Paper paper{config.paperWidth, config.paperLength, config.x, config.y, 1, 0, {}, 0};
   if (!config.images.empty()) {
     paper.image = config.images[static_cast<std::size_t>(page) % config.images.size()];
-    const auto rows = openSimImage(paper.image);
-    paper.imageDpi = rows->dpi > 0 ? rows->dpi : config.imageDpi;
-    paper.width = rows->width * kMmPerInch / paper.imageDpi;
-    paper.length = rows->height * kMmPerInch / paper.imageDpi;
+    const SimImageRows rows(paper.image);
+    paper.imageDpi = rows.dpi() > 0 ? rows.dpi() : config.imageDpi;
+    paper.width = rows.width() * kMmPerInch / paper.imageDpi;
+    paper.length = rows.height() * kMmPerInch / paper.imageDpi;
   }
   if (!config.placed) {
     paper.x = std::max(0.0, (config.width - paper.width) / 2);

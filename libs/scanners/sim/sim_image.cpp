@@ -2,10 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 
-#include "platform/base_services.h"
 #include "quillbay/geometry.h"
 #include "scanners/line_convert.h"
 
@@ -18,33 +16,13 @@ constexpr int kMostSamples = 6;
 
 }  // namespace
 
-std::unique_ptr<SimImageRows> openSimImage(const std::string& path) {
-  std::FILE* file = std::fopen(path.c_str(), "rb");
-  if (!file) {
-    const int error = errno;
-    throw CXFileException("The image \"" + path + "\" cannot be opened: " + fio::errorText(error), path, error);
-  }
-  std::uint8_t head[8] = {};
-  const std::size_t got = std::fread(head, 1, sizeof head, file);
-  std::fclose(file);
-  const auto begins = [&](std::string_view magic) {
-    return got >= magic.size() && std::memcmp(head, magic.data(), magic.size()) == 0;
-  };
-  if (got >= 2 && head[0] == 'P' && head[1] >= '1' && head[1] <= '6') return openPnmRows(path);
-  if (begins("II") || begins("MM")) return openTiffRows(path);
-  if (begins("\x89PNG")) return openPngRows(path);
-  throw CXFileException(
-      "The image \"" + path + "\" is of a kind that the simulated scanner does not read: give a PNM, TIFF or PNG.",
-      path);
-}
-
 SimImage::SimImage(const std::string& path, double dpi, const SimTransform& transform)
-    : m_rows(openSimImage(path)), m_transform(transform) {
+    : m_rows(path), m_transform(transform) {
   m_transform.scale = transform.scale * kMmPerInch / dpi;  // pixels of the bed per pixel of the image
   m_step = 1 / m_transform.scale;
   m_plain = std::abs(m_step - 1) < 1e-9 && m_transform.sine == 0;
   m_samples = std::clamp(static_cast<int>(std::ceil(m_step - 1e-6)), 1, kMostSamples);
-  m_rowBytes = static_cast<std::size_t>(m_rows->width) * static_cast<std::size_t>(m_rows->channels);
+  m_rowBytes = static_cast<std::size_t>(m_rows.width()) * static_cast<std::size_t>(m_rows.channels());
   growRing(2);
 }
 
@@ -64,7 +42,7 @@ void SimImage::growRing(std::int32_t rows) {
 
 void SimImage::need(std::int32_t first, std::int32_t last) {
   const auto read = [&] {
-    m_rows->readRow(m_ring.get() + static_cast<std::size_t>(m_next % m_capacity) * m_rowBytes);
+    m_rows.readRow(m_ring.get() + static_cast<std::size_t>(m_next % m_capacity) * m_rowBytes);
     ++m_next;
   };
   for (; m_next < first; m_first = m_next) read();
@@ -85,7 +63,7 @@ void SimImage::paint(const SimRow& row, std::int64_t y, std::int32_t from, std::
   const double b = rowOf(to);
   const double room = m_plain ? 0 : m_step;
   const auto limit = [&](double v) {
-    return static_cast<std::int32_t>(std::clamp(std::floor(v), 0.0, static_cast<double>(m_rows->height - 1)));
+    return static_cast<std::int32_t>(std::clamp(std::floor(v), 0.0, static_cast<double>(m_rows.height() - 1)));
   };
   need(limit(std::min(a, b) - room), limit(std::max(a, b) + room));
   if (row.channels == 1)
@@ -96,7 +74,7 @@ void SimImage::paint(const SimRow& row, std::int64_t y, std::int32_t from, std::
 
 template <int channels>
 void SimImage::sample(const SimRow& row, std::int64_t y, std::int32_t from, std::int32_t to) {
-  const int have = m_rows->channels;
+  const int have = m_rows.channels();
   std::uint8_t* out = row.at(from);
   const auto count = static_cast<std::size_t>(to - from);
   if (m_plain) {
@@ -123,7 +101,7 @@ void SimImage::sample(const SimRow& row, std::int64_t y, std::int32_t from, std:
         const double px = x + (i + 0.5) / n - m_transform.originX;
         const double u = px * dux - py * dvx;
         const double v = px * dvx + py * dux;
-        const auto column = std::clamp(static_cast<std::int32_t>(u), 0, m_rows->width - 1);
+        const auto column = std::clamp(static_cast<std::int32_t>(u), 0, m_rows.width() - 1);
         const auto line = std::clamp(static_cast<std::int32_t>(v), m_first, m_next - 1);
         const std::uint8_t* in = rowAt(line) + static_cast<std::ptrdiff_t>(column) * have;
         if constexpr (channels == 1) {
