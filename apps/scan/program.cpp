@@ -34,7 +34,7 @@ std::string quoted(const std::string& path) {
 /// What the command line can do about a message.
 std::string hintFor(const quillbay::HostMessage& message) {
   if (!message.helpTopic.ends_with("IDH_Recovering") || message.path.empty()) return {};
-  return " To publish it: quillbay-scan --recover " + quoted(message.path);
+  return " To publish it: quillbay-scan --increment --recover " + quoted(message.path);
 }
 
 KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter, NextPage& next,

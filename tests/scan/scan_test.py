@@ -11,6 +11,7 @@ import threading
 import unittest
 from pathlib import Path
 
+import numpy
 import tifffile
 
 from scan_case import A_PAGE, LIMIT, SMALL, SOURCE, Case, FilledDisk, read_picture
@@ -284,15 +285,31 @@ class Batches(Case):
                 self.assertEqual(len(self.pages("m.tif")), pages)
                 (self.out / "m.tif").unlink()
 
-    def test_pieces_of_a_long_document_are_the_whole(self):
-        long = "sim:width=300,size=200x400,at=0x0,seed=9,count=1"
-        self.expect(0, *A_PAGE, "--bursting", "-o", "b.tif", device=long)
+    def pieces_and_sheets(self, device, area, *batch):
+        """The pieces of a burst, and the sheets of the same device in one piece each, as lists of lines."""
+        width, height = area
+        self.expect(0, "--mode", "grey", "-r", "50", "--area", f"custom:0,0,{width},127", "--bursting", *batch, "-o",
+                    "piece.tif", device=device)
         pieces = [self.image(name) for name in self.files()]
-        self.assertGreater(len(pieces), 2)
-        self.expect(0, "--mode", "grey", "-r", "50", "--area", "custom:0,0,200,400", "-o", "whole.tif", device=long)
-        whole = self.image("whole.tif")
-        joined = [line for piece in pieces for line in piece]
-        self.assertTrue(all((a == b).all() for a, b in zip(joined, whole)))
+        self.expect(0, "--mode", "grey", "-r", "50", "--area", f"custom:0,0,{width},{height}", "--batch", "--multipage",
+                    "-o", "sheets.tif", device=device)
+        return pieces, [read_picture(self.out / "sheets.tif", page) for page in range(len(self.pages("sheets.tif")))]
+
+    def test_pieces_of_a_long_document_are_the_whole(self):
+        cases = [  # sheets, the area of a whole one, arguments, pieces
+            (1, (254, 500), [], 4), (2, (254, 500), ["--batch"], 8), (3, (254, 500), ["--batch=2"], 8),
+        ]
+        for sheets, area, batch, count in cases:
+            with self.subTest(sheets=sheets, batch=batch):
+                device = f"sim:size=210x500,at=10x0,count={sheets},seed=7"
+                pieces, wholes = self.pieces_and_sheets(device, area, *batch)
+                self.assertEqual((len(pieces), len(wholes)), (count, sheets))
+                for sheet in range(count // 4):
+                    joined = numpy.concatenate(pieces[sheet * 4:sheet * 4 + 4])
+                    self.assertTrue((joined[:len(wholes[sheet])] == wholes[sheet]).all(), sheet)
+                self.assertFalse(sheets > 1 and (pieces[0] == pieces[4]).all())
+                for file in self.files():
+                    (self.out / file).unlink()
 
 
 class Terminal(Case):
@@ -368,6 +385,31 @@ class Faults(Case):
             self.assertEqual(len(done.stderr.splitlines()), 1)
             self.assertEqual(self.files(), kept)
         self.assertEqual(len(self.pages("m.tif")), 1)
+
+    def test_a_name_that_somebody_takes_meanwhile(self):
+        """Told once as a failure; nothing is replaced, and the pages are in the part."""
+        cases = [  # arguments, pages in the part
+            (["--batch", "--multipage", "-o", "m.tif"], 3),
+            (["--batch=3", "--multipage", "-o", "m.tif"], 3),
+            (["--bursting", "--area", "custom:0,0,200,50", "--multipage", "-o", "m.tif"], 3),
+            (["-o", "m.tif"], 1),
+        ]
+        for arguments, pages in cases:
+            with self.subTest(arguments=arguments):
+                process = self.start(*A_PAGE, "--json", *arguments, device=SMALL + ",count=3,speed=600")
+                self.wait_for(process, "lines")
+                (self.out / "m.tif").write_text("somebody's own")
+                events = [json.loads(line) for line in process.stdout]
+                self.assertEqual(process.wait(), 3)
+                self.assertEqual(len([e for e in events if e["event"] == "message" and "answer" not in e]), 1, events)
+                self.assertEqual({k: events[-1][k] for k in ("event", "cause", "status")},
+                                 {"event": "ended", "cause": "output", "status": 3})
+                self.assertEqual((self.out / "m.tif").read_text(), "somebody's own")
+                self.assertEqual(self.files(), ["m.tif", "m.tif.part"])
+                self.expect(0, "--recover", "m.tif.part", "-o", "n.tif", device=None)
+                self.assertEqual(len(self.pages("n.tif")), pages)
+                for file in self.files():
+                    (self.out / file).unlink()
 
     def test_a_full_disk(self):
         """Somewhere in the run: what was finished is whole, what was not is gone, and the file is named."""
@@ -476,7 +518,7 @@ class Signals(Case):
         self.assertEqual(self.files(), ["m.tif.part"])
         done = self.expect(0, *A_PAGE, "-o", "m.tif")  # a new scan keeps the leftover, and says so
         left = f"{self.out}/m.tif.part.1"
-        self.assertIn(f"quillbay-scan --recover '{left}'", done.stderr)
+        self.assertIn(f"quillbay-scan --increment --recover '{left}'", done.stderr)
         (self.out / "taken.tif").write_text("")
         before = self.files()
         for arguments, told in (([], "m.tif"), (["-o", "taken.tif"], "taken.tif"), (["-o", "p.png"], "p.png")):
