@@ -362,8 +362,8 @@ TEST_F(DesktopTest, AScannerThatCannotBeOpenedIsToldInThePanelsPlace) {
 
 TEST_F(DesktopTest, ThePanelFitsASmallScreenAndCommandsHaveMnemonicsAndKeysOfTheirOwn) {
   open();
-  EXPECT_LE(window->minimumSizeHint().width(), 1366);
-  EXPECT_LE(window->minimumSizeHint().height(), 728);
+  EXPECT_LE(window->minimumSizeHint().width(), 683);
+  EXPECT_LE(window->minimumSizeHint().height(), 364);
   std::set<QString> keys;
   for (const QAction* action : window->findChildren<QAction*>()) {
     for (const QKeySequence& key : action->shortcuts()) {

@@ -3,10 +3,7 @@
 #include <QAction>
 #include <QLabel>
 #include <QPushButton>
-#include <QScrollArea>
-#include <QScrollBar>
 #include <QVBoxLayout>
-#include <algorithm>
 #include <utility>
 
 #include "quillbay/scanner.h"
@@ -18,6 +15,10 @@ namespace desktop {
 
 using quillbay::KxPtr;
 using quillbay::query;
+
+namespace {
+constexpr int kOfferColumns = 42;
+}
 
 /// Passes on what the panel tells.
 class PanelListener final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
@@ -60,20 +61,14 @@ PanelDock::PanelDock(quillbay::IApp* app, quillbay::IKxView* view, QWidget* pare
       m_app(app),
       m_view(view),
       m_bar(new JobBar),
-      m_scroll(new QScrollArea),
       m_listener(std::make_unique<PanelListener>(this)) {
   setObjectName("panelDock");
   setAllowedAreas(Qt::LeftDockWidgetArea | Qt::RightDockWidgetArea);
-  m_scroll->setWidgetResizable(true);
-  m_scroll->setFrameShape(QFrame::NoFrame);
-  m_scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-  m_scroll->setFocusPolicy(Qt::NoFocus);
   auto* holder = new QWidget;
   auto* column = new QVBoxLayout(holder);
   column->setContentsMargins(0, 0, 0, 0);
   column->setSpacing(0);
   column->addWidget(m_bar);
-  column->addWidget(m_scroll, 1);
   setWidget(holder);
   m_bar->showScanner(nullptr);
 }
@@ -109,15 +104,19 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
   column->addWidget(m_panel);
   m_control->Advise(m_listener.get());
   if (!known) makeFirstChoices(m_app, m_control.get());
-  m_scroll->setMinimumWidth(m_panel->minimumSizeHint().width() + m_scroll->verticalScrollBar()->sizeHint().width());
-  m_scroll->setWidget(holder.release());
+  setContent(holder.release());
   m_bar->showScanner(scanner.get());
   m_panel->show();
   return true;
 }
 
+void PanelDock::setContent(QWidget* content) {
+  m_content = content;
+  static_cast<QVBoxLayout*>(widget()->layout())->addWidget(content, 1);
+}
+
 void PanelDock::closePanel() {
-  QWidget* shown = m_scroll->takeWidget();
+  QWidget* shown = std::exchange(m_content, nullptr);
   m_panel = nullptr;
   m_bar->showScanner(nullptr);
   delete shown;  // the panel stops its scan, tells its listener the end and saves its settings
@@ -149,8 +148,8 @@ void PanelDock::showOffer() {
   connect(m_offer, &ScannerOffer::chosen, this, &PanelDock::scannerChosen, Qt::QueuedConnection);
   connect(m_offer, &ScannerOffer::otherAsked, this, &PanelDock::chooseScannerAsked, Qt::QueuedConnection);
   connect(m_offer, &ScannerOffer::simulatedAsked, this, &PanelDock::simulatedScannerAsked, Qt::QueuedConnection);
-  m_scroll->setMinimumWidth(std::max(m_scroll->minimumWidth(), m_offer->minimumSizeHint().width()));
-  m_scroll->setWidget(m_offer);
+  m_offer->setMinimumWidth(m_offer->fontMetrics().averageCharWidth() * kOfferColumns);
+  setContent(m_offer);
 }
 
 ScannerOffer* PanelDock::offer() const { return m_offer; }
@@ -179,8 +178,7 @@ void PanelDock::showMissing(const QString& reason) {
   column->addWidget(choose, 0, Qt::AlignLeft);
   column->addWidget(simulated, 0, Qt::AlignLeft);
   column->addStretch();
-  m_scroll->setMinimumWidth(std::max(m_scroll->minimumWidth(), holder->minimumSizeHint().width()));
-  m_scroll->setWidget(holder);
+  setContent(holder);
 }
 
 void PanelDock::showLookingFor(const QString& name) {

@@ -7,7 +7,6 @@
 #include "quillbay/quillbay.h"
 
 class QLabel;
-class QScrollArea;
 
 namespace desktop {
 
@@ -70,11 +69,12 @@ class PanelDock : public QDockWidget {
   friend class PanelListener;
   void showTrouble();
   void showOffer();
+  void setContent(QWidget* content);
 
   quillbay::IApp* m_app;
   quillbay::IKxView* m_view;
   JobBar* m_bar;
-  QScrollArea* m_scroll;
+  QWidget* m_content = nullptr;  // below the row: the panel, or what stands in its place
   QWidget* m_panel = nullptr;
   QPointer<QLabel> m_trouble;      // in the panel's place
   QPointer<ScannerOffer> m_offer;  // likewise
