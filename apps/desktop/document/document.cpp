@@ -139,8 +139,7 @@ void Document::close(const std::vector<int>& ids) {
   PagesClosed closed = closeNow(ids);
   if (closed.pages.empty()) return;
   const auto count = closed.pages.size();
-  const QString text =
-      count == 1 ? tr("close %1").arg(closed.pages.front().second.name) : tr("close %1 pages").arg(count);
+  const QString text = count == 1 ? tr("Close page") : tr("Close %1 pages").arg(count);
   did(std::move(closed), text);
 }
 
@@ -169,7 +168,7 @@ void Document::reorder(const std::vector<int>& wanted) {
   const std::vector<int> before = order();
   if (before == wanted) return;
   arrange(wanted);
-  did(PagesMoved{before, order()}, tr("move pages"));
+  did(PagesMoved{before, order()}, tr("Move pages"));
 }
 
 /// Has a page shown that got another raster.
@@ -186,7 +185,7 @@ bool Document::replace(int id, quillbay::KxPtr<quillbay::IRStor> raster) {
   Page* page = find(id);
   if (!page || !raster) return false;
   const PageReplaced change{id, {page->raster, page->version}, {std::move(raster), m_nextVersion++}};
-  did(change, tr("change %1").arg(page->name));
+  did(change, tr("Change page"));
   show(*page, change.after);
   return true;
 }

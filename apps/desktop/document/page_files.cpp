@@ -44,15 +44,16 @@ struct ReadFile {
   std::vector<KxPtr<quillbay::IRStor>> rasters;
 };
 
-/// On whatever thread. False when it was cancelled.
-bool readPages(ReadFile& into, SideProgress& progress) {
-  const QString name = QFileInfo(into.file).fileName();
+/// On whatever thread; `of` tells which of several files it is. False when it was cancelled.
+bool readPages(ReadFile& into, const QString& of, SideProgress& progress) {
+  const QString name = QFileInfo(into.file).fileName() + of;
   const std::string path = into.file.toStdString();
-  progress.begin(text("Opening %1...").arg(name), 0);
+  progress.begin(text("Opening %1...").arg(name), quillbay::kLoadSteps);
   into.stamp = stampOf(into.file);
   const int pages = quillbay::CountRasterPages(path);
   for (int page = 0; page < pages; ++page) {
-    if (pages > 1) progress.begin(text("Opening %1, page %2 of %3...").arg(name).arg(page + 1).arg(pages), 0);
+    if (pages > 1)
+      progress.begin(text("Opening %1, page %2 of %3...").arg(name).arg(page + 1).arg(pages), quillbay::kLoadSteps);
     auto raster = quillbay::LoadRasterFile(path, page, &progress);
     if (!raster || progress.IsCancelled()) return false;
     into.rasters.push_back(std::move(raster));
@@ -69,11 +70,13 @@ std::optional<PageFiles::Opened> PageFiles::open(const QStringList& files) {
   m_progress = &progress;
   const auto over = qScopeGuard([this] { m_progress = nullptr; });
   workBeside(m_window, progress, [&] {
-    for (const QString& file : files) {
+    for (qsizetype i = 0; i < files.size(); ++i) {
+      const QString& file = files[i];
+      const QString of = files.size() > 1 ? text(" (file %1 of %2)").arg(i + 1).arg(files.size()) : QString();
       if (progress.IsCancelled()) return;
       ReadFile one{QFileInfo(file).absoluteFilePath(), {}, {}};
       QString why;
-      if (guarded(one.file, &why, [&] { return readPages(one, progress); })) {
+      if (guarded(one.file, &why, [&] { return readPages(one, of, progress); })) {
         read.push_back(std::move(one));
       } else if (!why.isEmpty()) {
         opened.failed += file;
@@ -96,7 +99,7 @@ void PageFiles::cancel() {
 KxPtr<quillbay::IRStor> PageFiles::read(const QString& file, int page, const QString& what) {
   KxPtr<quillbay::IRStor> raster;
   SideProgress progress;
-  progress.begin(what, 0);
+  progress.begin(what, quillbay::kLoadSteps);
   workBeside(m_window, progress, [&] { raster = quillbay::LoadRasterFile(file.toStdString(), page, &progress); });
   return raster;
 }

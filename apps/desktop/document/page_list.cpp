@@ -64,7 +64,8 @@ class PageItems final : public QListWidget {
     if (event->source() != this) return event->ignore();
     const QListWidgetItem* under = itemAt(event->position().toPoint());
     const int row = under ? this->row(under) + (dropIndicatorPosition() == BelowItem ? 1 : 0) : count();
-    event->setDropAction(Qt::CopyAction);  // what was dragged is not taken out: its item moves with its page
+    // What was dragged must not be taken out afterwards: its item moves with its page. A copy may not be on offer.
+    event->setDropAction(Qt::IgnoreAction);
     event->accept();
     m_moveSelected(row < count() ? item(row)->data(kIdRole).toInt() : 0);
     viewport()->update();

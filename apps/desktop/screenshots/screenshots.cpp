@@ -4,6 +4,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QEventLoop>
+#include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
 #include <QPainter>
@@ -12,6 +13,7 @@
 #include <QTimer>
 #include <cstdio>
 
+#include "document/page_list.h"
 #include "quillbay/events.h"
 #include "quillbay/formats.h"
 #include "quillbay/scan_keys.h"
@@ -141,7 +143,37 @@ class Shooting {
       }
     }
     m_window.view().fitAll();
-    return save(m_window, "many-pages");
+    return save(m_window, "many-pages") && saveChosenPages() && saveOpening();
+  }
+
+  /// Several pages chosen in the list, and the menu about them.
+  bool saveChosenPages() {
+    auto* list = m_window.pageList().findChild<QListWidget*>();
+    list->setCurrentRow(4, QItemSelectionModel::ClearAndSelect);
+    for (const int row : {5, 7}) list->item(row)->setSelected(true);
+    list->scrollToItem(list->item(4), QAbstractItemView::PositionAtTop);
+    QMenu* menu = m_window.pageMenu();
+    menu->popup(list->viewport()->mapToGlobal(list->visualItemRect(list->item(5)).center()));
+    QCoreApplication::processEvents();
+    const QPixmap picture = over(*menu);
+    menu->close();
+    return save(picture, "chosen-pages");
+  }
+
+  /// Large files that are read.
+  bool saveOpening() {
+    const QString file = m_settings.filePath("survey 1890.tif");
+    const auto raster = quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 12000, 9000, 300);
+    quillbay::SaveRasterFile(nullptr, {raster}, file.toStdString(), true, nullptr);
+    return saveModal("opening", [&] { m_window.openFiles(QStringList(100, file)); });
+  }
+
+  /// The window with something that is open over it.
+  QPixmap over(QWidget& popup) {
+    QPixmap picture = m_window.grab();
+    QPainter painter(&picture);
+    painter.drawPixmap(m_window.mapFromGlobal(popup.mapToGlobal(QPoint())), popup.grab());
+    return picture;
   }
 
   /// The window with an open menu over it.
@@ -150,9 +182,7 @@ class Shooting {
       if (action->text() != title) continue;
       m_window.menuBar()->setActiveAction(action);
       QCoreApplication::processEvents();
-      QPixmap picture = m_window.grab();
-      QPainter painter(&picture);
-      painter.drawPixmap(m_window.mapFromGlobal(action->menu()->mapToGlobal(QPoint())), action->menu()->grab());
+      const QPixmap picture = over(*action->menu());
       action->menu()->close();
       return picture;
     }

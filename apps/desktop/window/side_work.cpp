@@ -60,6 +60,7 @@ void workBeside(QWidget* window, SideProgress& progress, const std::function<voi
   dialog.setAutoClose(false);
   dialog.setAutoReset(false);
   dialog.setMinimumWidth(kWidth);
+  QObject::connect(&dialog, &QDialog::rejected, &dialog, [&] { progress.cancel(); });
   QTimer refresh;
   QObject::connect(&refresh, &QTimer::timeout, &dialog, [&] { show(dialog, progress); });
   refresh.start(kRefreshMs);
