@@ -19,21 +19,17 @@ constexpr int kStepEnd = 1000;  // position of a progress at the end of a comman
 
 bool touchesFile(ScriptAction action) { return action == ScriptAction::Open || action == ScriptAction::SaveAs; }
 
-/// Lines that are read or written, as positions of a command; steps when their number is not known.
+/// Lines that are written, or steps of reading, as positions of a command; `total` of them.
 class LineProgress final : public CKxUnknownImplStatic<IProgress> {
  public:
-  LineProgress(IProgress* to, std::int64_t lines) : m_to(to), m_lines(lines) {}
+  LineProgress(IProgress* to, std::int64_t total) : m_to(to), m_total(std::max<std::int64_t>(total, 1)) {}
   void SetText(const char*) override {}  // the command's stays
   void Step() override { SetPosition(m_position + 1); }
   int SetPosition(int position) override {
     const int before = std::exchange(m_position, position);
     if (position < before) m_before += before;  // the next page
-    if (m_lines <= 0) {
-      m_to->Step();
-    } else {
-      m_to->SetPosition(
-          static_cast<int>(std::min<std::int64_t>((m_before + position) * kStepEnd / m_lines, kStepEnd)));
-    }
+    m_to->SetPosition(
+        static_cast<int>(std::min<std::int64_t>((m_before + position) * kStepEnd / m_total, kStepEnd)));
     return before;
   }
   void Reset() override { SetPosition(0); }
@@ -41,7 +37,7 @@ class LineProgress final : public CKxUnknownImplStatic<IProgress> {
 
  private:
   IProgress* m_to;
-  const std::int64_t m_lines;
+  const std::int64_t m_total;
   std::int64_t m_before = 0;
   int m_position = 0;
 };
@@ -215,9 +211,9 @@ ScriptRun::Outcome ScriptRun::open(const ScriptStep& step) {
   m_work = {};
   m_work.name = m_work.file = step.file;
   const int pages = CountRasterPages(step.file);
+  LineProgress steps(m_progress.get(), std::int64_t{pages} * kLoadSteps);
   for (int page = 0; page < pages; ++page) {
-    LineProgress lines(m_progress.get(), 0);
-    auto raster = LoadRasterFile(step.file, page, m_progress ? &lines : nullptr);
+    auto raster = LoadRasterFile(step.file, page, m_progress ? &steps : nullptr);
     if (!raster) return Outcome::Cancelled;
     m_work.rasters.push_back(std::move(raster));
   }

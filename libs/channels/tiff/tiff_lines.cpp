@@ -30,12 +30,16 @@ class StripLines final : public TiffLines, PageOf {
     if (m_bytes == 0 || m_bytes > kMostBytes) source.fail();
   }
   [[nodiscard]] std::size_t lineBytes() const noexcept override { return m_bytes; }
-  void read(std::uint8_t* out) override {
-    if (TIFFReadScanline(m_tiff, out, m_next++, 0) < 0) m_source.fail();
+  void read(std::uint8_t* out, std::size_t size) override {
+    if (size < m_bytes) m_whole.resize(m_bytes);
+    std::uint8_t* line = size < m_bytes ? m_whole.data() : out;
+    if (TIFFReadScanline(m_tiff, line, m_next++, 0) < 0) m_source.fail();
+    if (line != out) std::memcpy(out, line, size);
   }
 
  private:
   std::uint64_t m_bytes;
+  std::vector<std::uint8_t> m_whole;  // where less is wanted
 };
 
 /// Lines that become known some at a time.
@@ -43,9 +47,9 @@ class BandLines : public TiffLines, protected PageOf {
  public:
   using PageOf::PageOf;
   [[nodiscard]] std::size_t lineBytes() const noexcept override { return m_lineBytes; }
-  void read(std::uint8_t* out) override {
+  void read(std::uint8_t* out, std::size_t size) override {
     if (m_next % m_bandLines == 0) readBand();
-    std::memcpy(out, m_band.data() + (m_next % m_bandLines) * m_lineBytes, m_lineBytes);
+    std::memcpy(out, m_band.data() + (m_next % m_bandLines) * m_lineBytes, size);
     ++m_next;
   }
 

@@ -13,8 +13,8 @@ class TiffLines {
   virtual ~TiffLines() = default;
   /// Bytes of a line.
   [[nodiscard]] virtual std::size_t lineBytes() const noexcept = 0;
-  /// Reads the next line into `out`. Throws ModuleError.
-  virtual void read(std::uint8_t* out) = 0;
+  /// Reads the first `size` bytes of the next line into `out`. Throws ModuleError.
+  virtual void read(std::uint8_t* out, std::size_t size) = 0;
 };
 
 enum class TiffPixels {

@@ -75,7 +75,7 @@ class TiffReader::Page {
     m_flip = whiteIsOne || (m_space == KxColorSpace::Grey && isInverse) ? 0xff : 0;
     m_used = lineBytes();
     m_direct = !stored || m_shape.bits == 1 || (m_shape.bits == 8 && m_shape.samples == samples());
-    if (!m_direct || m_lines->lineBytes() != m_used) m_buffer.resize(m_lines->lineBytes());
+    if (!m_direct) m_buffer.resize(m_lines->lineBytes());
     // A line of the file has what is taken of it.
     const std::uint64_t needed =
         m_direct ? m_used : (std::uint64_t{m_shape.width} * m_shape.samples * m_shape.bits) / 8;
@@ -93,11 +93,11 @@ class TiffReader::Page {
   }
 
   void read(std::uint8_t* out) {
-    m_lines->read(m_buffer.empty() ? out : m_buffer.data());
-    if (!m_direct) {
+    if (m_direct) {
+      m_lines->read(out, m_used);  // a row of tiles is wider
+    } else {
+      m_lines->read(m_buffer.data(), m_buffer.size());
       convert(out);
-    } else if (!m_buffer.empty()) {
-      std::memcpy(out, m_buffer.data(), m_used);  // a row of tiles is wider
     }
     if (m_flip == 0) return;
     for (std::size_t i = 0; i < m_used; ++i) out[i] = static_cast<std::uint8_t>(out[i] ^ m_flip);
