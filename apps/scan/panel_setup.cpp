@@ -201,7 +201,9 @@ void PanelSetup::applyBursting() {
 /// What lies outside of the bed is refused, as --area refuses it.
 void PanelSetup::checkOnBed(const ScanOptions::KeyValue& pair, const CKxVariant& value) const {
   const auto* rect = value.get<quillbay::tagRRECT>();
-  if (!rect || !names::same(pair.first, quillbay::key::RcScan)) return;
+  const bool isArea =
+      names::same(pair.first, quillbay::key::RcScan) || names::same(pair.first, quillbay::key::Rect);
+  if (!rect || !isArea) return;
   const Bed bed = m_scanner.bed();
   const bool inside = rect->left >= 0 && rect->top >= 0 && rect->right <= bed.width &&
                       (bed.length <= 0 || rect->bottom <= bed.length);
@@ -226,7 +228,9 @@ void PanelSetup::applySettings(bool writesFile) {
       m_control->GetParam(key, &current);
       tellChanged(pair, wanted, current);
     } else if (page->GetValue(key, &current)) {
-      chosen->SetValue(key, valueLike(current, key, text));
+      const CKxVariant wanted = valueLike(current, key, text);
+      checkOnBed(pair, wanted);
+      chosen->SetValue(key, wanted);
     } else {
       std::vector<std::string> known = keys;
       for (const std::string& name : page->GetKeys()) known.push_back(name);

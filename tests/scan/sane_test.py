@@ -294,8 +294,9 @@ class Driver(SaneCase):
         self.assertEqual(self.files(), [])
         self.expect(0, *batch, "--batch=2", "--batch-delay", "0.01", device="test:0")
         self.assertEqual(len(self.pages("m.tif")), 2)
-        done = patiently(lambda limit: subprocess.run(self.command(*batch, "--batch-prompt", device="test:0"), input=b"\n",
-                                                      cwd=self.out, env=self.env, timeout=limit, capture_output=True))
+        asks = self.command(*batch, "--batch-prompt", device="test:0")
+        done = patiently(lambda limit: subprocess.run(asks, input=b"\n", cwd=self.out, env=self.env, timeout=limit,
+                                                      capture_output=True))
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual(len(self.pages("m.tif")), 4)
 

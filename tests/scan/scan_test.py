@@ -4,6 +4,8 @@ import fcntl
 import json
 import os
 import pty
+import re
+import shlex
 import signal
 import subprocess
 import termios
@@ -61,6 +63,7 @@ class CommandLine(Case):
         (["--batch", "--batch-delay", "soon"], 1, ["soon", "seconds"]),
         (["--bursting", "--area", "auto-width"], 1, ["--bursting", "custom:L,T,R,B"]),
         (["--set", "m_rcScan=0,0,400,100"], 1, ["m_rcScan", "300"]),
+        (["--set", "RECT=0,0,400,100"], 1, ["RECT", "300"]),
         (["--option", "compression=best"], 1, ["best", "LZW"]),
         (["--option", "depth=1"], 1, ["depth", "Compression"]),
         (["--option", "lzw"], 1, ["KEY=VALUE"]),
@@ -90,6 +93,14 @@ class CommandLine(Case):
         self.assertFalse(self.config.parent.exists())
         self.assertFalse(self.state.parent.exists())
 
+    def test_what_becomes_something_else_is_told(self):
+        cases = [(["--set", "m_Add=999"], ["m_Add=999", "100"]), (["--set", "MODE=9"], ["MODE=9", "5"]),
+                 (["--mask", "f<foo>"], ["f<foo>", "f-foo-000.tif"])]
+        for arguments, words in cases:
+            done = self.expect(0, *A_PAGE, "--dry-run", *arguments)
+            for word in words:
+                self.assertIn(word, done.stderr)
+
     def test_spellings_of_one_option(self):
         for arguments in (["-oa.tif"], ["-o", "a.tif"], ["--output=a.tif"], ["--outp", "a.tif"], ["-qoa.tif"]):
             self.assertEqual(self.expect(0, *A_PAGE, *arguments).stdout, f"{self.out}/a.tif\n")
@@ -110,13 +121,27 @@ class Texts(Case):
             self.assertEqual((SOURCE / path).read_text(), self.expect(0, option, device=None).stdout,
                              f"make {path} anew with quillbay-scan {option}")
 
+    def test_documented_commands_are_taken(self):
+        """Each names its file, which takes no scan; what has no name is run."""
+        lines = (SOURCE / "README.md").read_text().splitlines()
+        lines += (SOURCE / "docs/man/quillbay-scan.1").read_text().replace("\\", "").splitlines()
+        commands = [shlex.split(line, comments=True) for line in lines if re.match("quillbay-scan -[a-zA-Z-]", line)]
+        self.assertGreater(len(commands), 8)
+        for command in commands:
+            with self.subTest(command=command):
+                arguments = command[1:command.index(">")] if ">" in command else command[1:]
+                hasName = not {"-L", "-A", "-"} & set(arguments)
+                done = subprocess.run([*self.command(*arguments, device=None), *["--dry-run"][:hasName]], cwd=self.out,
+                                      env=self.env, capture_output=True, timeout=LIMIT, stdin=subprocess.DEVNULL)
+                self.assertEqual((done.returncode, done.stderr), (0, b""))
+
     def test_listings(self):
         self.assertRegex(self.expect(0, "-L", device=None).stdout, r"(?m)^device `sim:' is a .+ .+$")
         names = [json.loads(line)["device"] for line in self.expect(0, "-L", "--json", device=None).stdout.splitlines()]
         self.assertIn("sim:", names)
         text = self.expect(0, "-A").stdout
         for word in ("--mode bw-threshold|", "--resolution 50|", '--area "ARCH E"', "--option Compression=",
-                     "[background]: dark|light|white, now dark", "Resolution in dpi [m_uiDPI, --resolution]: ", "[MODE]: "):
+                     "[background]: dark|light|white, now dark", "[m_uiDPI, --resolution]: ", "[MODE]: "):
             self.assertIn(word, text)
         self.assertEqual(json.loads(self.expect(0, "-A", "--json").stdout)["bed"]["width"], 300)
         self.assertEqual(self.files(), [])
@@ -164,6 +189,8 @@ class Files(Case):
             (["-o", "d"], "d.tif"),
             (["-o", "e.tif.tif"], "e.tif.tif"),
             (["--mask", "f<DPI>-"], "f50-000.tif"),
+            (["--mask", "<Counter>f"], "000f.tif"),
+            (["--mask", "f<foo>"], "f-foo-000.tif"),
             (["--dir", "sub/new", "--format", "png"], "sub/new/scan000.png"),
             (["--set", "m_nCounter=7", "--set", "m_CounterFormat=%.5d"], "scan00007.tif"),
             (["-o", "g ä%d.tif"], "g ä%d.tif"),
