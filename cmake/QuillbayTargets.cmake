@@ -37,7 +37,8 @@ function(quillbay_library name)
   endif()
 endfunction()
 
-# Everything with the label "threads", for the thread sanitizer.
+# Everything with the label "threads" or "driver" (tests that the system's scanner driver can hang), for the thread
+# sanitizer.
 if(QUILLBAY_TESTS)
   add_custom_target(threaded-tests)
 endif()
@@ -50,7 +51,7 @@ function(quillbay_test name)
     set(arg_LABELS unit)  # an empty one would be dropped from the list of properties
   endif()
   add_executable(test_${name} ${arg_SOURCES})
-  if(arg_LABELS MATCHES threads)
+  if(arg_LABELS MATCHES "^(threads|driver)$")
     add_dependencies(threaded-tests test_${name})
   endif()
   target_link_libraries(test_${name} PRIVATE ${arg_LIBS} quillbay_options)

@@ -47,11 +47,13 @@ bool set(qb::IQuillbayControl& control, const char* key, const qb::CKxVariant& v
 
 // One grey A4 page at 150 dpi into `file`.
 bool scanInto(qb::IQuillbayControl& control, const QFileInfo& file) {
-  return set(control, "m_dwAutodetect", 0) && set(control, "m_CurrMode", 5) && set(control, "m_uiDPI", 150) &&
-         set(control, "m_eScanType", 3) && set(control, "m_rcScan", qb::tagRRECT{0, 0, 210, 297}) &&
-         set(control, "m_Dir", file.absolutePath().toStdString()) &&
-         set(control, "m_Mask", file.completeBaseName().toStdString()) && set(control, "m_fUseAutoCounter", 0) &&
-         set(control, "m_fFileFate", 2) && control.Start(qb::StartKind::Scan, 1) != 0;
+  return set(control, qb::key::Autodetect, 0) && set(control, qb::key::CurrMode, qb::kModeGrey) &&
+         set(control, qb::key::Dpi, 150) && set(control, qb::key::ScanAreaType, qb::kAreaCustom) &&
+         set(control, qb::key::RcScan, qb::tagRRECT{0, 0, 210, 297}) &&
+         set(control, qb::key::Dir, file.absolutePath().toStdString()) &&
+         set(control, qb::key::Mask, file.completeBaseName().toStdString()) &&
+         set(control, qb::key::UseAutoCounter, 0) && set(control, qb::key::FileFate, qb::kFateAsk) &&
+         control.Start(qb::StartKind::Scan, 1) != 0;
 }
 
 // First way in: the panel as a child of a window, wherever the program puts it.

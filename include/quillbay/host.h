@@ -107,7 +107,7 @@ struct HostOptions {
   /// Told about every file that a script command of the panel wrote a page into ("IntAddPage", "/SaveAs").
   std::function<void(const std::string& file)> onSaved;
   /// Lets the person choose a scanner: stores what opens it and answers true, or false when the person gave up.
-  /// Empty: a simulated scanner, once, when none is known; otherwise giving up.
+  /// Empty: giving up. A simulated scanner is used only when it is chosen by its name.
   std::function<bool(IScanManager* manager, std::string* device)> chooseScanner;
   /// The program waits itself for a scanner that is gone (`IScannerWatch`): opening the current one never searches.
   bool watchesScanner = false;

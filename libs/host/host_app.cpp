@@ -130,12 +130,7 @@ int CHostApp::IsClosing() { return QCoreApplication::closingDown() ? 1 : 0; }
 
 int CHostApp::ChooseScanner(IScanManager* manager, std::string* device) {
   if (!manager || !device) return 0;
-  if (m_options.chooseScanner) return m_options.chooseScanner(manager, device) ? 1 : 0;
-  if (m_offeredSimulated || manager->HasCurrent()) return 0;
-  m_offeredSimulated = true;
-  *device = "sim:";
-  m_events->Note("quillbay.host", "No scanner is known; the simulated one is used.");
-  return 1;
+  return m_options.chooseScanner && m_options.chooseScanner(manager, device) ? 1 : 0;
 }
 
 IParam* CHostApp::GetSyntax() { return KxPtr<IParam>(m_syntax).detach(); }

@@ -87,7 +87,6 @@ class CHostApp final : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerCho
   const KxPtr<IParam> m_syntax = new_ScriptSyntax();
   KxPtr<CHostScriptSink> m_script;
   KxPtr<IScanManager> m_manager;  // made when it is asked for
-  bool m_offeredSimulated = false;
 };
 
 }  // namespace quillbay
