@@ -1,6 +1,8 @@
 /// The main page as a mirror of the scan parameters: what its controls show, and how it follows changes made
 /// elsewhere. Reactions run inside a broadcast, so what they set is stored without a broadcast of its own.
 #include <QAccessible>
+#include <QScrollArea>
+#include <QTimer>
 #include <algorithm>
 
 #include "pages/main_settings.h"
@@ -74,6 +76,12 @@ void CMainSettings::showNote() {
   m_form->note->setText(why);
   m_form->note->setVisible(!why.isEmpty());
   if (why.isEmpty()) return;
+  // Once there is room for it.
+  QTimer::singleShot(0, m_form->note, [note = m_form->note] {
+    for (QWidget* w = note->parentWidget(); w; w = w->parentWidget()) {
+      if (auto* area = qobject_cast<QScrollArea*>(w)) return area->ensureWidgetVisible(note, 0, 0);
+    }
+  });
   QAccessibleEvent alert(m_form->note, QAccessible::Alert);
   QAccessible::updateAccessibility(&alert);
 }

@@ -76,7 +76,7 @@ QAbstractSpinBox::StepEnabled UnitSpin::stepEnabled() const {
 
 QSize UnitSpin::sizeHint() const {
   QSize hint = QAbstractSpinBox::minimumSizeHint();
-  hint.setWidth(fontMetrics().horizontalAdvance(QStringLiteral("000000.0")) + 28);
+  hint.setWidth(fontMetrics().horizontalAdvance(QStringLiteral("00000.0")) + 28);
   return hint;
 }
 
