@@ -150,14 +150,16 @@ void RunPerformer::prepare() {
 void RunPerformer::startUnit() {
   const Preparation next = std::exchange(m_next, {});
   if (!next.plan) return;
-  m_router->arm(next.plan);
-  try {
-    if (m_parts.scanner.take(next.request.get()) && m_parts.scanner.run()) return;
-  } catch (const std::exception&) {
+  if (m_parts.scanner.take(next.request.get())) {
+    m_router->arm(next.plan);
+    try {
+      if (m_parts.scanner.run()) return;
+    } catch (const std::exception&) {
+      m_router->cancelArmed();
+      throw;
+    }
     m_router->cancelArmed();
-    throw;
   }
-  m_router->cancelArmed();
   const UnitFault fault = m_parts.scanner.fault();
   const bool media = fault.code == UnitFaultCode::NoDocuments;
   // A feeder that ran empty after a page is how a batch ends.
@@ -249,7 +251,9 @@ void RunPerformer::onScanDone(bool cancelled) {
 
 void RunPerformer::finishPage(bool cancelled) {
   if (m_run.state() != RunState::Finishing) return;
+  const auto shown = m_parts.params.viewStore;  // hosts may take its picture when they hear of the page's end
   perform(m_run.pageHandled(m_ending.handOver(cancelled, m_router->lines())));
+  shown->Reset();
 }
 
 void RunPerformer::endRun() {
@@ -277,7 +281,8 @@ void RunPerformer::fail(const std::string& what) {
   });
   if (ends) performRest(todo);
   // Nothing runs that could still report its end.
-  if (m_run.isRunning() && !m_router->isRunning()) performRest(m_run.unitEnded(2, true, {}));
+  if (m_run.isRunning() && !m_router->isRunning())
+    performRest(m_run.unitEnded(2, true, {UnitFaultCode::Cancelled, {}}));
 }
 
 void RunPerformer::close() {

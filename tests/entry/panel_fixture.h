@@ -40,6 +40,7 @@ class Recorder final : public CKxUnknownImpl<IQuillbayEvents> {
     if (onStarted) onStarted();
   }
   void OnLines(std::int64_t lines) override {
+    lastLines = lines;
     if (onLines) onLines(lines);
   }
   void OnPageFinished(const PageInfo& page) override {
@@ -47,7 +48,7 @@ class Recorder final : public CKxUnknownImpl<IQuillbayEvents> {
     if (onPage) onPage();
   }
   void OnPublished(const std::string& file, std::int32_t count) override { published.emplace_back(file, count); }
-  void OnMessage(const std::string&) override {}
+  void OnMessage(const std::string& text) override { messages.push_back(text); }
   void OnEnded(EndCause why, const UnitFault& f, std::int32_t) override {
     cause = why;
     fault = f;
@@ -65,6 +66,8 @@ class Recorder final : public CKxUnknownImpl<IQuillbayEvents> {
 
   std::vector<ScanStartInfo> starts;
   std::vector<PageInfo> pages;
+  std::vector<std::string> messages;
+  std::int64_t lastLines = 0;
   std::vector<std::pair<std::string, int>> published;
   std::function<void()> onStarted, onPage;
   std::function<void(std::int64_t)> onLines;
@@ -80,9 +83,13 @@ class PanelTest : public testing::Test {
   /// Opens a panel; false when the entry point answered null.
   bool open(const std::string& device, eTarnwellMode mode = ScanToFile) {
     choose(device);
+    return openOn(m_app.get(), mode);
+  }
+  /// Opens a panel of a host's application object; its host is this fixture's all the same.
+  bool openOn(IApp* app, eTarnwellMode mode = ScanToFile) {
     m_parent = std::make_unique<QWidget>();
-    const auto script = query<IScriptCmdSink>(m_app.get());
-    m_window = New_Quillbay(m_app.get(), m_parent.get(), nullptr, script.get(), m_sink.put(), mode);
+    const auto commands = hostScript ? hostScript : query<IScriptCmdSink>(m_app.get());
+    m_window = New_Quillbay(app, m_parent.get(), hostView.get(), commands.get(), m_sink.put(), mode);
     if (!m_window) return false;
     usePanel();
     return true;
@@ -105,8 +112,8 @@ class PanelTest : public testing::Test {
   }
   void close() {
     control = nullptr;
-    m_parent.reset();
     m_window = nullptr;
+    m_parent.reset();
   }
   void TearDown() override {
     close();
@@ -131,7 +138,10 @@ class PanelTest : public testing::Test {
   }
   [[nodiscard]] IQuillbaySink* sink() { return m_sink.get(); }
   [[nodiscard]] IQuillbaySink** putSink() { return m_sink.put(); }
-  [[nodiscard]] IHostApp* app() { return m_app.get(); }
+  [[nodiscard]] IHostApp* app() {
+    if (!m_app) makeApp();
+    return m_app.get();
+  }
   [[nodiscard]] QWidget* window() { return m_window; }
   [[nodiscard]] std::string file(const std::string& name) const { return out.path() + "/" + name; }
 
@@ -141,6 +151,11 @@ class PanelTest : public testing::Test {
   std::vector<std::string> messages;
   std::function<void()> onMessage;
   EventAnswer answer = EventAnswer::GiveUp;
+  KxPtr<IKxView> hostView;           ///< of the next panel
+  KxPtr<IScriptCmdSink> hostScript;  ///< of the next panel; null: the host's
+
+  std::unique_ptr<QWidget> m_parent;
+  QWidget* m_window = nullptr;
 
  private:
   void makeApp() {
@@ -150,15 +165,14 @@ class PanelTest : public testing::Test {
     options.interactive = false;
     options.onMessage = [this](const HostMessage& m) {
       messages.push_back(m.text);
-      if (onMessage) onMessage();
+      const auto asked = onMessage;  // it may close the panel and all that is the test's
+      if (asked) asked();
       return m.buttons == EventButtons::Ok ? EventAnswer::Ok : answer;
     };
     m_app = New_HostApp(options);
   }
 
   KxPtr<IHostApp> m_app;
-  std::unique_ptr<QWidget> m_parent;
-  QWidget* m_window = nullptr;
   KxPtr<IQuillbaySink> m_sink;
 };
 
