@@ -120,7 +120,7 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
 
   void openTarget(bool paged) {
     if (m_part) return;
-    m_inPlace = paged && fio::exists(m_fileName);
+    m_inPlace = paged && m_page.addsToFile && fio::exists(m_fileName);
     m_part = m_inPlace ? std::make_unique<WritingFile>(m_format, m_fileName, m_fileName, PageFile::Mode::Append)
                        : createPart(m_format, m_fileName);
   }

@@ -20,6 +20,14 @@ const QbOptionInfo kPngOptions[] = {
     {nullptr, nullptr, nullptr},
 };
 
+bool PngPage::isFinishedIn(const EdgeFile& file) {
+  std::uint8_t head[24];
+  if (file.size() < static_cast<std::int64_t>(sizeof head)) return false;
+  file.read(0, head, sizeof head);
+  return std::equal(std::begin(kPngSignature), std::end(kPngSignature), head) &&
+         std::any_of(head + 20, head + 24, [](std::uint8_t b) { return b != 0; });
+}
+
 PngPage::PngPage(const EdgeFile& file, const QbPage& page, const QbOptions* options) : m_file(file) {
   if (m_file.size() != 0) throw ModuleError(QB_E_REFUSED, "a PNG file holds one page; choose another name");
   m_format = {static_cast<KxColorSpace>(page.color_space), page.width, optionNumber(options, "Level", 1, 0, 9)};

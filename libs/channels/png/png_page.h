@@ -19,6 +19,8 @@ class PngPage {
  public:
   /// Throws ModuleError for a page that cannot be written; nothing was appended then.
   PngPage(const EdgeFile& file, const QbPage& page, const QbOptions* options);
+  /// A PNG that was ended says its height; one that is being written says 0.
+  [[nodiscard]] static bool isFinishedIn(const EdgeFile& file);
   void write(const QbBlock& block);
   void finish();
 

@@ -159,9 +159,8 @@ void PngReader::Job::layOnWhite(const std::uint8_t* row, std::uint8_t* out) cons
 
 PngReader::PngReader(const QbFile* file) : m_file(file) {}
 PngReader::~PngReader() = default;
-PngReader::PngReader(PngReader&&) noexcept = default;
 
-void PngReader::openPage(QbPicture* out) {
+void PngReader::openPage(std::int32_t, QbPicture* out) {
   constexpr std::uint64_t kMaxInterlacedBytes = std::uint64_t{1} << 30;
   m_job = std::make_unique<Job>(m_file);
   Job& job = *m_job;

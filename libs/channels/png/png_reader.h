@@ -1,4 +1,5 @@
 #pragma once
+#include <cstdint>
 #include <memory>
 
 #include "channels/codec/module_support.h"
@@ -12,10 +13,11 @@ class PngReader {
  public:
   explicit PngReader(const QbFile* file);
   ~PngReader();
-  PngReader(PngReader&&) noexcept;
-  PngReader& operator=(PngReader&&) = delete;
+  PngReader(const PngReader&) = delete;
+  PngReader& operator=(const PngReader&) = delete;
+  [[nodiscard]] static std::int32_t pages() noexcept { return 1; }
   /// Goes to the first line. Throws ModuleError, as `readLine` does.
-  void openPage(QbPicture* out);
+  void openPage(std::int32_t page, QbPicture* out);
   void readLine(std::uint8_t* out);
 
  private:

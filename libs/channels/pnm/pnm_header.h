@@ -9,7 +9,7 @@ namespace quillbay {
 /// Bytes of a file, front to back, in pieces of 256 KiB.
 class ByteStream {
  public:
-  explicit ByteStream(const QbFile* file) : m_file(file) {}
+  explicit ByteStream(const EdgeFile& file) : m_file(file) {}
   /// The next byte, or -1 at the end. Throws ModuleError.
   int next() {
     if (m_at == m_filled && !fill()) return -1;

@@ -3,6 +3,7 @@
 #include <cstdio>
 
 #include "channels/codec/line_bytes.h"
+#include "channels/pnm/pnm_header.h"
 
 namespace quillbay {
 namespace {
@@ -20,7 +21,13 @@ std::string heightField(std::int64_t lines) {
 
 }  // namespace
 
-PnmPage::PnmPage(const EdgeFile& file, const QbPage& page)
+bool PnmPage::isFinishedIn(const EdgeFile& file) {
+  if (file.size() == 0) return false;
+  ByteStream bytes(file);
+  return readPnmHeader(bytes).height > 0;
+}
+
+PnmPage::PnmPage(const EdgeFile& file, const QbPage& page, const QbOptions*)
     : m_file(file), m_space(static_cast<KxColorSpace>(page.color_space)), m_width(page.width) {
   if (m_file.size() != 0) throw ModuleError(QB_E_REFUSED, "this format holds one page; choose another name");
   const char* kind = isRunList(m_space) ? "P4" : m_space == KxColorSpace::Grey ? "P5" : "P6";

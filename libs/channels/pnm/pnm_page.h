@@ -13,7 +13,9 @@ namespace quillbay {
 class PnmPage {
  public:
   /// Throws ModuleError for a page that cannot be written; nothing was appended then.
-  PnmPage(const EdgeFile& file, const QbPage& page);
+  PnmPage(const EdgeFile& file, const QbPage& page, const QbOptions* options);
+  /// Whether a file holds a page that was ended; an empty one does not.
+  [[nodiscard]] static bool isFinishedIn(const EdgeFile& file);
   void write(const QbBlock& block);
   void finish();
 

@@ -12,8 +12,9 @@ namespace quillbay {
 class PnmReader {
  public:
   explicit PnmReader(const QbFile* file) : m_file(file) {}
+  [[nodiscard]] static std::int32_t pages() noexcept { return 1; }
   /// Goes to the first line. Throws ModuleError, as `readLine` does.
-  void openPage(QbPicture* out);
+  void openPage(std::int32_t page, QbPicture* out);
   void readLine(std::uint8_t* out);
 
  private:

@@ -168,7 +168,6 @@ TiffReader::TiffReader(const QbFile* file) : m_file(file) {
   }
 }
 TiffReader::~TiffReader() = default;
-TiffReader::TiffReader(TiffReader&&) noexcept = default;
 
 void TiffReader::openPage(std::int32_t page, QbPicture* out) {
   m_page = nullptr;

@@ -15,8 +15,8 @@ class TiffReader {
   /// Throws ModuleError for a damaged file.
   explicit TiffReader(const QbFile* file);
   ~TiffReader();
-  TiffReader(TiffReader&&) noexcept;
-  TiffReader& operator=(TiffReader&&) = delete;
+  TiffReader(const TiffReader&) = delete;
+  TiffReader& operator=(const TiffReader&) = delete;
   /// Where the chain of pages breaks off, the last one is what cannot be read.
   [[nodiscard]] std::int32_t pages() const noexcept {
     return static_cast<std::int32_t>(m_offsets.size()) + (m_broken ? 1 : 0);

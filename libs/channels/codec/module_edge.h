@@ -1,0 +1,90 @@
+#pragma once
+#include <cstdint>
+#include <memory>
+#include <optional>
+
+#include "channels/codec/module_support.h"
+
+namespace quillbay {
+
+/// What a format is called and takes: the first fields of `QbFormat`.
+struct FormatWords {
+  const char* name;
+  const char* const* extensions;
+  bool paged;
+  const QbOptionInfo* options;
+  int (*probe)(const std::uint8_t* head, std::size_t size);
+  int (*accepts)(std::int32_t colorSpace);
+};
+
+/// The edge of a format that two classes make, which throw what they like:
+/// - `Writer(const QbFile*)`, `pages()`, `begin(const QbPage&, const QbOptions*)`, `write(const QbBlock&)`,
+/// `end()`,
+///   `drop()`;
+/// - `Reader(const QbFile*)`, `pages()`, `openPage(page, QbPicture*)`, `readLine(bytes)`.
+template <class Writer, class Reader>
+constexpr QbFormat makeFormat(const FormatWords& words) {
+  struct Of {
+    static Writer& it(QbWriter* writer) noexcept { return *reinterpret_cast<Writer*>(writer); }
+    static Reader& it(QbReader* reader) noexcept { return *reinterpret_cast<Reader*>(reader); }
+  };
+  return {
+      .name = words.name,
+      .extensions = words.extensions,
+      .paged = words.paged ? 1 : 0,
+      .options = words.options,
+      .probe = words.probe,
+      .accepts = words.accepts,
+      .open_writer = [](const QbFile* file, QbWriter** out, QbText* why) -> int {
+        return atEdge(why, [&] { *out = reinterpret_cast<QbWriter*>(std::make_unique<Writer>(file).release()); });
+      },
+      .page_count = [](QbWriter* writer) -> std::int32_t { return Of::it(writer).pages(); },
+      .begin_page = [](QbWriter* writer, const QbPage* page, const QbOptions* options, QbText* why) -> int {
+        return atEdge(why, [&] { Of::it(writer).begin(*page, options); });
+      },
+      .write_lines = [](QbWriter* writer, const QbBlock* block, QbText* why) -> int {
+        return atEdge(why, [&] { Of::it(writer).write(*block); });
+      },
+      .end_page = [](QbWriter* writer, QbText* why) -> int { return atEdge(why, [&] { Of::it(writer).end(); }); },
+      .drop_page = [](QbWriter* writer) { Of::it(writer).drop(); },
+      .close_writer = [](QbWriter* writer) { std::unique_ptr<Writer>(&Of::it(writer)).reset(); },
+      .open_reader = [](const QbFile* file, QbReader** out, QbText* why) -> int {
+        return atEdge(why, [&] { *out = reinterpret_cast<QbReader*>(std::make_unique<Reader>(file).release()); });
+      },
+      .reader_pages = [](QbReader* reader) -> std::int32_t { return Of::it(reader).pages(); },
+      .open_page = [](QbReader* reader, std::int32_t page, QbPicture* out, QbText* why) -> int {
+        return atEdge(why, [&] { Of::it(reader).openPage(page, out); });
+      },
+      .read_line = [](QbReader* reader, std::uint8_t* out, QbText* why) -> int {
+        return atEdge(why, [&] { Of::it(reader).readLine(out); });
+      },
+      .close_reader = [](QbReader* reader) { std::unique_ptr<Reader>(&Of::it(reader)).reset(); },
+  };
+}
+
+/// The writer of a format with one page to a file. A `Page` is made of file, page and options, and has `write`,
+/// `finish` and, static, `isFinishedIn(EdgeFile)`.
+template <class Page>
+class SinglePageWriter {
+ public:
+  explicit SinglePageWriter(const QbFile* file) : m_file(file), m_pages(Page::isFinishedIn(m_file) ? 1 : 0) {}
+  [[nodiscard]] std::int32_t pages() const noexcept { return m_pages; }
+  void begin(const QbPage& page, const QbOptions* options) { m_page.emplace(m_file, page, options); }
+  void write(const QbBlock& block) { m_page->write(block); }
+  void end() {
+    m_page->finish();
+    m_page.reset();
+    m_pages = 1;
+  }
+  void drop() noexcept {
+    m_page.reset();
+    m_pages = 0;
+  }
+
+ private:
+  EdgeFile m_file;
+  std::int32_t m_pages;
+  std::optional<Page> m_page;
+};
+
+}  // namespace quillbay

@@ -1,0 +1,45 @@
+#pragma once
+#include <cstdint>
+#include <optional>
+
+#include "channels/tiff/tiff_page.h"
+
+namespace quillbay {
+
+/// Adds pages to a TIFF, one after another.
+class TiffWriter {
+ public:
+  /// Throws ModuleError for a file that takes no page since it is not whole.
+  explicit TiffWriter(const QbFile* file) : m_file(file), m_state(stateOf(m_file)), m_before(m_state) {}
+  [[nodiscard]] std::int32_t pages() const noexcept { return m_state.pages; }
+  void begin(const QbPage& page, const QbOptions* options) {
+    m_before = m_state;
+    m_page.emplace(m_file, m_state, page, options);
+  }
+  void write(const QbBlock& block) { m_page->write(block); }
+  void end() {
+    m_state = m_page->finish();
+    m_page.reset();
+  }
+  void drop() noexcept {
+    m_page.reset();
+    m_state = m_before;
+  }
+
+ private:
+  static TiffState stateOf(const EdgeFile& file) {
+    try {
+      return readTiffChain(file, nullptr);
+    } catch (const ModuleError& e) {
+      if (e.code() == QB_E_FILE) throw;
+      throw ModuleError(QB_E_REFUSED, e.text() + ", so no page can be added; choose another name");
+    }
+  }
+
+  EdgeFile m_file;
+  TiffState m_state;   // with the page that was ended last
+  TiffState m_before;  // without it
+  std::optional<TiffPage> m_page;
+};
+
+}  // namespace quillbay
