@@ -2,6 +2,7 @@
 
 import contextlib
 import os
+import re
 import subprocess
 import sys
 import unittest
@@ -18,6 +19,11 @@ PROGRAM = os.environ["QUILLBAY"]
 OUTPUT = Path(os.environ["QUILLBAY_TEST_OUTPUT"])
 SIMULATED = "Try the simulated scanner"
 FIELDS = "combo box|spin box|text|check box|push button|list"
+
+
+def short(entry):
+    """An entry of a list without the size that stands beside a paper's name."""
+    return re.split(",|  ", entry)[0]
 
 
 class Case(unittest.TestCase):
@@ -153,15 +159,15 @@ class Case(unittest.TestCase):
         box = self.control(field)
         entries = box.children()[0]
         for _ in range(5):  # the keys pass over entries that are no choice: it may take more than one go
-            names = [entry.name for entry in entries.children()]
-            wanted, now = names.index(item), names.index(box.value())
+            names = [short(entry.name) for entry in entries.children()]
+            wanted, now = names.index(item), names.index(short(box.value()))
             if wanted == now:
                 return
             self.click(box)
             wait_until(f"the list of {field}", lambda: entries.has("showing"))
             self.keys(*["Down" if wanted > now else "Up"] * abs(wanted - now), "Return")
             wait_until(lambda: f"{field}: {box.value()!r} is no more {names[now]!r}",
-                       lambda: box.value() != names[now] and not entries.has("showing"))
+                       lambda: short(box.value()) != names[now] and not entries.has("showing"))
         self.fail(f"{field}: {box.value()!r} is {item!r}")
 
     def tick(self, name, on=True):

@@ -3,7 +3,7 @@
 import unittest
 
 from desk import wait_until
-from program_case import Case
+from program_case import Case, short
 
 SHEET = "sim:width=500,size=297x420,at=0x0,seed=7"
 SLOW = SHEET + ",speed=60"  # a page of the tests takes five seconds
@@ -199,7 +199,7 @@ class Files(Story):
             self.start()
             wait_until(lambda: f"the window's place again, not {self.window.rectangle()}",
                        lambda: self.window.rectangle() == tuple(map(int, place)))
-            shown = {name: self.control(name).value() for name in ("Mode", "Resolution", "Paper", "Folder", "Mask")}
+            shown = {name: short(self.control(name).value()) for name in ("Mode", "Resolution", "Paper", "Folder", "Mask")}
             self.assertEqual(shown, {"Mode": "Greyscale", "Resolution": str(DPI), "Paper": "A4",
                                      "Folder": str(self.out), "Mask": "kept"})
             self.assertTrue(self.control("Portrait").has("checked"))

@@ -2,6 +2,7 @@
 
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QPushButton>
 
 namespace desktop {
@@ -27,17 +28,19 @@ std::vector<UnitSource> sourcesOf(quillbay::IScan* scanner) {
 
 JobBar::JobBar(QWidget* parent)
     : QWidget(parent),
+      m_sourceLabel(new QLabel(tr("Source"))),
       m_source(new QComboBox),
       m_files(new QPushButton(tr("Files..."))),
       m_device(new QPushButton(tr("Scanner..."))) {
   auto* row = new QHBoxLayout(this);
   row->setContentsMargins(6, 2, 6, 2);
-  m_source->setAccessibleName(tr("Source"));
+  m_sourceLabel->setBuddy(m_source);
   m_source->setToolTip(tr("Where documents come from"));
   m_files->setAccessibleName(tr("File settings"));
   m_files->setToolTip(tr("Format, one file for all pages, and the counter"));
   m_device->setAccessibleName(tr("Scanner settings"));
   m_device->setToolTip(tr("The scanner's own settings"));
+  row->addWidget(m_sourceLabel);
   row->addWidget(m_source, 1);
   row->addStretch();
   row->addWidget(m_files);
@@ -54,6 +57,7 @@ void JobBar::showScanner(quillbay::IScan* scanner) {
   for (const UnitSource source : sources) m_source->addItem(sourceName(source), static_cast<int>(source));
   if (const auto media = scanner ? query<quillbay::IUnitMedia>(scanner) : nullptr)
     m_source->setCurrentIndex(m_source->findData(static_cast<int>(media->GetSource())));
+  m_sourceLabel->setVisible(sources.size() > 1);
   m_source->setVisible(sources.size() > 1);
   m_device->setVisible(scanner && query<quillbay::IUnitOptions>(scanner));
   setVisible(scanner != nullptr);

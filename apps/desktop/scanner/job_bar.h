@@ -4,6 +4,7 @@
 #include "quillbay/scanner.h"
 
 class QComboBox;
+class QLabel;
 class QPushButton;
 
 namespace desktop {
@@ -23,6 +24,7 @@ class JobBar : public QWidget {
   void deviceAsked();
 
  private:
+  QLabel* m_sourceLabel;
   QComboBox* m_source;
   QPushButton *m_files, *m_device;
 };
