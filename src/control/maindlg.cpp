@@ -40,10 +40,10 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
       m_sink(KxPtr<PanelSink>::adopt(new PanelSink(this))),
       m_changeSink(this),
       m_viewSync(view),
-      m_host(this, m_params, script),
+      m_host(m_life, m_params, script),
       m_router(std::make_shared<ScanRouter>(this)),
       m_scanSink(KxPtr<ScanSinkForwarder>::adopt(new ScanSinkForwarder(m_router))),
-      m_scanner(this, m_scanSink.get()),
+      m_scanner(m_life, m_scanSink.get()),
       m_pages(*this, m_params),
       m_parts{*m_params, m_run, m_host, m_scanner, m_pages, m_steps},
       m_settings(m_parts),
@@ -65,6 +65,12 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
 }
 
 CMaindlg::~CMaindlg() {
+  m_destination.reset();
+  m_pages.destroy();
+}
+
+void CMaindlg::leaveWindow() {
+  ++m_life.calls;
   m_previewTimer.destroy();
   if (m_scanner.isConnected()) {
     m_performer.close();
@@ -76,8 +82,13 @@ CMaindlg::~CMaindlg() {
   // Another panel of the process may have put its own there.
   if (m_params->destination == m_destination.get()) m_params->destination = nullptr;
   if (m_params->progress.get() == m_progress.get()) m_params->progress = nullptr;
-  m_destination.reset();
-  m_pages.destroy();
+  m_life.gone = true;
+  if (--m_life.calls == 0) {
+    delete this;
+    return;
+  }
+  hide();
+  setParent(nullptr);
 }
 
 IQuillbaySink* CMaindlg::sink() const noexcept { return m_sink.get(); }
@@ -170,7 +181,9 @@ void CMaindlg::layoutPanel() {
 void CMaindlg::switchLayout() {
   m_layout = m_layout == 0 ? 1 : 0;
   layoutPanel();
-  if (auto* parent = qobject_cast<QWidget*>(parentWidget())) PostCommand(parent, command::kRelayoutParent, 1);
+  // Whoever holds the panel's window lays itself out.
+  if (const QWidget* own = parentWidget(); own && own->parentWidget())
+    PostCommand(own->parentWidget(), command::kRelayoutParent, 1);
   if (m_steps.preview) m_steps.preview->Refresh();
 }
 
@@ -268,10 +281,24 @@ void CMaindlg::settingsApplied(bool modeChanged) {
 
 // --- commands
 
+/// The object stays while one lives. It goes later than the last one: pages may be on the way back to their own.
+class CMaindlg::Call {
+ public:
+  explicit Call(CMaindlg& panel) : m_panel(panel) { ++panel.m_life.calls; }
+  ~Call() {
+    if (--m_panel.m_life.calls == 0 && m_panel.m_life.gone) m_panel.deleteLater();
+  }
+  Call(const Call&) = delete;
+  Call& operator=(const Call&) = delete;
+
+ private:
+  CMaindlg& m_panel;
+};
+
 /// Nothing that a host, a unit or a page throws leaves the panel: a run ends by it, and the user hears what failed.
 template <class F>
 std::invoke_result_t<F> CMaindlg::guarded(F&& f) {
-  const QPointer<CMaindlg> self(this);
+  const Call call(*this);
   std::string what;
   try {
     return f();
@@ -282,15 +309,7 @@ std::invoke_result_t<F> CMaindlg::guarded(F&& f) {
   } catch (...) {
     what = Supp_Translate("unknown error");
   }
-  if (!self) {
-    logLine(LogLevel::Error, kLog, "a command failed when its panel was gone: " + what);
-    return {};
-  }
-  try {
-    m_performer.fail(what);
-  } catch (const WindowGone&) {
-    return {};
-  }
+  m_performer.fail(what);
   return {};
 }
 
@@ -299,6 +318,7 @@ bool CMaindlg::OnCommand(int id, int code, std::int64_t value) {
 }
 
 bool CMaindlg::handle(int id, int code, std::int64_t value) {
+  if (m_life.gone) return true;
   if (handleStart(id, value)) return true;
   if (m_performer.handle(id, code, value)) {
     m_settings.applyWaiting();
@@ -409,8 +429,30 @@ IRStor* CMaindlg::viewRaster() {
 }
 
 void CMaindlg::PageChanged() {
-  if (m_initialised) m_performer.pushSettings();
-  if (!values().disablePreview) m_previewTimer.restart();
+  guarded([&] {
+    if (m_initialised) m_performer.pushSettings();
+    if (!values().disablePreview) m_previewTimer.restart();
+    return 1;
+  });
+}
+
+int CMaindlg::ExecCommand(const char* name, IParam* arguments) {
+  constexpr int kFailed = 1;
+  const Call call(*this);
+  try {
+    return m_host.execCommand(name, arguments);
+  } catch (const WindowGone&) {
+    return kFailed;
+  }
+}
+
+int CMaindlg::Message(EventKind kind, const std::string& text, EventButtons buttons) {
+  const Call call(*this);
+  try {
+    return m_host.message(kind, text, buttons);
+  } catch (const WindowGone&) {
+    return static_cast<int>(EventAnswer::GiveUp);
+  }
 }
 
 int CMaindlg::DetectArea(int mask) {

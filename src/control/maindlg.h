@@ -25,8 +25,9 @@ class PanelSink;
 /// `RunPerformer` carries out.
 ///
 /// Threads: the user-interface thread only. The scanner's notifications go to `ScanRouter`, which posts back here.
-/// Life: made by an entry point, then `ConnectScanner` and `StartUp`; goes with its window. What it hands out
-/// (`sink`) outlives it and answers that there is no window.
+/// Life: made by an entry point for its `PanelWindow`, then `ConnectScanner` and `StartUp`. When the window goes,
+/// the scan ends and the settings are saved at once; the object follows when no call of it is under way. What it
+/// hands out (`sink`) outlives it and answers that there is no window.
 /// Failures: an exception of a host, a unit or a page that comes out of a command ends the run, with a message.
 class CMaindlg final : public CDialog, private IPanelController {
  public:
@@ -39,6 +40,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   /// destination.
   int StartUp();
   [[nodiscard]] IQuillbaySink* sink() const noexcept;
+  /// The window is being destroyed: ends everything, and deletes this object, now or later.
+  void leaveWindow();
 
   bool OnCommand(int id, int code, std::int64_t value) override;
 
@@ -82,12 +85,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   int OffersDetection() override { return m_steps.detection->IsOffered() ? 1 : 0; }
   int DetectArea(int mask) override;
   void RunPostProcessing() override {}
-  int ExecCommand(const char* command, IParam* arguments) override {
-    return m_host.execCommand(command, arguments);
-  }
-  int Message(EventKind kind, const std::string& text, EventButtons buttons) override {
-    return m_host.message(kind, text, buttons);
-  }
+  int ExecCommand(const char* command, IParam* arguments) override;
+  int Message(EventKind kind, const std::string& text, EventButtons buttons) override;
   void PostPanelCommand(int command) override;
   int IsCommandEnabled(int command) override { return isCommandEnabled(command, panelState()) ? 1 : 0; }
   void RestartPreview() override { m_previewTimer.restart(); }
@@ -116,6 +115,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   [[nodiscard]] bool handleStart(int id, std::int64_t value);
   /// Carries out events of the run, and afterwards what waited for a page's end.
   void perform(const Actions& todo);
+  class Call;
   template <class F>
   std::invoke_result_t<F> guarded(F&& f);
 
@@ -126,6 +126,7 @@ class CMaindlg final : public CDialog, private IPanelController {
     void operator()(CScanTo* p) const { p->Destroy(); }
   };
 
+  PanelLife m_life;
   KxPtr<CSharedScanParams> m_params;
   KxPtr<PanelSink> m_sink;
   CIChangeParams m_changeSink;

@@ -63,7 +63,6 @@ PageEnd PageEnding::handOver(bool cancelled, std::int64_t lines) {
   }
   if (failed) params.destinationStore->Reset();
   const bool keepsPalette = m_parts.run.fragment() || m_parts.values().bursting != 0;
-  params.viewStore->Reset();
   ScanRouter::resetProgress();
   if (!keepsPalette) m_parts.steps.palette->Forget();
   m_started = {};

@@ -17,35 +17,33 @@ int harmlessAnswer(EventButtons buttons) {
 
 }  // namespace
 
-PanelHost::PanelHost(QObject* window, KxPtr<CSharedScanParams> params, IScriptCmdSink* script)
-    : m_window(window), m_params(std::move(params)), m_script(KxPtr<IScriptCmdSink>::share(script)) {}
+PanelHost::PanelHost(const PanelLife& life, KxPtr<CSharedScanParams> params, IScriptCmdSink* script)
+    : m_life(life), m_params(std::move(params)), m_script(KxPtr<IScriptCmdSink>::share(script)) {}
 
 int PanelHost::execCommand(const char* command, IParam* arguments) const {
   if (!m_script) return 0;
-  const auto script = m_script;  // outlives a panel that goes in the call
-  return callOutside(m_window, [&] { return script->ExecCommand(command, arguments); });
+  return callOutside(m_life, [&] { return m_script->ExecCommand(command, arguments); });
 }
 
 int PanelHost::message(EventKind kind, const std::string& text, EventButtons buttons) const {
-  callOutside(m_window, [&] { m_listeners.message(text); });
+  callOutside(m_life, [&] { m_listeners.message(text); });
   const auto events = query<IEvents>(m_params->app());
   if (!events) {
     logLine(LogLevel::Warning, "quillbay.control", text);
     return harmlessAnswer(buttons);
   }
-  return callOutside(m_window, [&] {
-    return events->Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons));
-  });
+  return callOutside(
+      m_life, [&] { return events->Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons)); });
 }
 
 int PanelHost::event(int code, const std::string& text, EventButtons buttons) const {
-  callOutside(m_window, [&] { m_listeners.message(text); });
+  callOutside(m_life, [&] { m_listeners.message(text); });
   const auto events = query<IEvents>(m_params->app());
   if (!events) {
     logLine(LogLevel::Warning, "quillbay.control", text);
     return harmlessAnswer(buttons);
   }
-  return callOutside(m_window, [&] { return events->Event(code, text.c_str(), static_cast<int>(buttons)); });
+  return callOutside(m_life, [&] { return events->Event(code, text.c_str(), static_cast<int>(buttons)); });
 }
 
 void PanelHost::note(const std::string& text) const {

@@ -15,12 +15,12 @@ enum class ClearFor { Connection, Preview, Scan };
 /// and throw `WindowGone` when the panel's window was destroyed in it.
 class PanelHost {
  public:
-  PanelHost(QObject* window, KxPtr<CSharedScanParams> params, IScriptCmdSink* script);
+  PanelHost(const PanelLife& life, KxPtr<CSharedScanParams> params, IScriptCmdSink* script);
 
   /// Makes a call of a page, the destination or a step.
   template <class F>
   std::invoke_result_t<F> call(F&& f) const {
-    return callOutside(m_window, std::forward<F>(f));
+    return callOutside(m_life, std::forward<F>(f));
   }
   /// Sends a script command; 0 for success, also without a script sink.
   int execCommand(const char* command, IParam* arguments) const;
@@ -38,7 +38,7 @@ class PanelHost {
   [[nodiscard]] RunEvents& listeners() noexcept { return m_listeners; }
 
  private:
-  QObject* m_window;
+  const PanelLife& m_life;
   KxPtr<CSharedScanParams> m_params;
   KxPtr<IScriptCmdSink> m_script;
   RunEvents m_listeners;

@@ -98,7 +98,9 @@ std::string checkRect(std::string_view key, const tagRRECT& r) {
 
 std::string checkValue(const CSharedScanParams& params, IQuillbayUnit& unit, const ScanKey<std::int32_t>& key,
                        const CKxVariant& value) {
-  if (!value.get<std::int32_t>() && !value.get<double>()) return formatText("%s takes a whole number", {key.name});
+  const auto* number = value.get<double>();
+  if (number ? !std::isfinite(*number) : !value.get<std::int32_t>())
+    return formatText("%s takes a whole number", {key.name});
   return checkInt(params, unit, key.name, value.toInt());
 }
 

@@ -25,6 +25,8 @@ bool quietly(F&& step) {
   } catch (const std::exception& e) {
     logLine(LogLevel::Error, kLog, std::string("ending a run: ") + e.what());
     return false;
+  } catch (const WindowGone&) {
+    return false;  // closing has done the rest
   }
 }
 

@@ -32,7 +32,8 @@ void ScannerConnection::initialiseManager(IApp* app) {
   m_manager = query<IScanManager>(app);
   if (!m_manager) m_manager = new_IScanManagerEx(app, 1);
   const auto root = query<IParam>(app);
-  const auto settings = root ? KxPtr<IParam>::adopt(root->GetSubStore(section_name::ScannerSource, 1)) : KxPtr<IParam>{};
+  const auto settings =
+      root ? KxPtr<IParam>::adopt(root->GetSubStore(section_name::ScannerSource, 1)) : KxPtr<IParam>{};
   const auto interior = query<IAppInterior>(app);
   m_manager->Initialise(interior ? fio::folderOf(interior->GetModulePath()) : std::string(), settings.get(), 0);
 }
@@ -40,14 +41,13 @@ void ScannerConnection::initialiseManager(IApp* app) {
 bool ScannerConnection::openCurrent(CSharedScanParams& params, const PanelHost& host) {
   IApp* app = params.app();
   initialiseManager(app);
-  const auto manager = m_manager;
   while (true) {
-    const auto scanner = KxPtr<IScan>::adopt(callOutside(m_window, [&] { return manager->GetCurrent(); }));
+    const auto scanner = KxPtr<IScan>::adopt(callOutside(m_life, [&] { return m_manager->GetCurrent(); }));
     if (!scanner) return false;
     m_unit = query<IQuillbayUnit>(scanner.get());
     m_name = scanner->GetName();
     if (m_unit) {
-      params.quiet().scannerName = manager->GetScannerName(scanner.get());
+      params.quiet().scannerName = m_manager->GetScannerName(scanner.get());
       return true;
     }
     if (const auto faults = query<IUnitFault>(scanner.get())) {
@@ -59,7 +59,7 @@ bool ScannerConnection::openCurrent(CSharedScanParams& params, const PanelHost& 
                  formatText(Supp_Translate("Scanner %s is not ready or is not supported$QBHelp:IDH_ScanError$"),
                             {scanner->GetName()}),
                  EventButtons::Ok);
-    if (!callOutside(m_window, [&] { return manager->Choose(1); })) return false;
+    if (!callOutside(m_life, [&] { return m_manager->Choose(1); })) return false;
   }
 }
 
@@ -76,21 +76,16 @@ void ScannerConnection::remember() const {
 }
 
 int ScannerConnection::command(UnitCommand code) const {
-  const auto unit = m_unit;  // outlives a panel that goes in the call
-  const auto sink = m_sink;
-  return callOutside(m_window, [&] { return unit->Command(sink.get(), static_cast<int>(code)); });
+  return callOutside(m_life, [&] { return m_unit->Command(m_sink.get(), static_cast<int>(code)); });
 }
 
 bool ScannerConnection::isLoaded() const {
-  const auto unit = m_unit;
-  return callOutside(m_window, [&] { return unit->Command(nullptr, static_cast<int>(UnitCommand::IsLoaded)); }) !=
+  return callOutside(m_life, [&] { return m_unit->Command(nullptr, static_cast<int>(UnitCommand::IsLoaded)); }) !=
          0;
 }
 
 bool ScannerConnection::take(IParam* request) const {
-  const auto unit = m_unit;
-  const auto sink = m_sink;
-  return callOutside(m_window, [&] { return unit->Scan(sink.get(), request); }) != 0;
+  return callOutside(m_life, [&] { return m_unit->Scan(m_sink.get(), request); }) != 0;
 }
 
 UnitFault ScannerConnection::fault() const {

@@ -10,7 +10,7 @@ namespace quillbay {
 /// the unit may run an event loop and throw `WindowGone`.
 class ScannerConnection {
  public:
-  ScannerConnection(QObject* window, IScanSink* sink) : m_window(window), m_sink(KxPtr<IScanSink>::share(sink)) {}
+  ScannerConnection(const PanelLife& life, IScanSink* sink) : m_life(life), m_sink(KxPtr<IScanSink>::share(sink)) {}
 
   /// Opens the current scanner; while it is none that the panel can use, the user may choose another one. False
   /// when there is none. `station` gets the scanner's keys.
@@ -41,7 +41,7 @@ class ScannerConnection {
   [[nodiscard]] bool openCurrent(CSharedScanParams& params, const PanelHost& host);
   void initialiseManager(IApp* app);
 
-  QObject* m_window;
+  const PanelLife& m_life;
   KxPtr<IScanSink> m_sink;
   KxPtr<IScanManager> m_manager;
   KxPtr<IQuillbayUnit> m_unit;

@@ -309,8 +309,7 @@ bool CScanToView::isInteractive() const {
 
 void CScanToView::tell(const std::string& text) {
   logLine(LogLevel::Warning, "quillbay.store", text);
-  if (const auto host = events())
-    host->Message(static_cast<int>(EventKind::Information), text.c_str(), 0, static_cast<int>(EventButtons::Ok));
+  m_context.controller->Message(EventKind::Information, text, EventButtons::Ok);
 }
 
 }  // namespace quillbay

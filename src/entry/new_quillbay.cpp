@@ -3,6 +3,7 @@
 #include <QThread>
 
 #include "control/maindlg.h"
+#include "control/panel_window.h"
 #include "entry/entry_thread.h"
 #include "platform/base_services.h"
 #include "quillbay/quillbay.h"
@@ -19,17 +20,17 @@ bool onEntryThread(const char* entryPoint) {
 HWND New_Quillbay(IApp* app, CWnd* parent, IKxView* view, IScriptCmdSink* script, IQuillbaySink** out,
                   eTarnwellMode mode) {
   if (!onEntryThread("New_Quillbay")) return nullptr;
-  // Owned by `parent`, which the host may destroy while it shows a message.
-  const QPointer<CMaindlg> dialog(new CMaindlg(app, view, parent, script, mode));
-  if (!dialog->ConnectScanner() || !dialog || !dialog->StartUp() || !dialog) {
-    delete dialog.data();
+  // Owned by `parent`, which the host may destroy while a message is shown.
+  const QPointer<PanelWindow> window(new PanelWindow(parent));
+  auto* panel = new CMaindlg(app, view, window, script, mode);
+  window->hold(panel);
+  const KxPtr<IQuillbaySink> sink = KxPtr<IQuillbaySink>::share(panel->sink());
+  if (!panel->ConnectScanner() || !window || !panel->StartUp() || !window) {
+    delete window.data();
     return nullptr;
   }
-  if (out) {
-    *out = dialog->sink();
-    (*out)->AddRef();
-  }
-  return dialog.data();
+  if (out) *out = KxPtr(sink).detach();
+  return window.data();
 }
 
 }  // namespace quillbay

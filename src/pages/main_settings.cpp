@@ -348,10 +348,8 @@ void CMainSettings::toggleDetection(int bit) {
 void CMainSettings::detectArea() {
   const bool widthOnly = params().values().scanType == kAreaFixedWidth;
   if (controller().DetectArea(widthOnly ? kDetectWidthMask : kDetectAllMask) == 0) {
-    if (const auto events = query<IEvents>(params().app()))
-      events->Message(static_cast<int>(EventKind::Information),
-                      Supp_Translate("No document was found; the scan area stays as it is.").c_str(), 0,
-                      static_cast<int>(EventButtons::Ok));
+    controller().Message(EventKind::Information,
+                         Supp_Translate("No document was found; the scan area stays as it is."), EventButtons::Ok);
     return;
   }
   takeCentring(params().values().centring == kAlwaysCentres ? 1 : 0);

@@ -31,7 +31,8 @@ class IPanelController {
   /// Sends a script command to the host; 0 for success, also without a host sink.
   virtual int ExecCommand(const char* command, IParam* arguments) = 0;
   /// Shows a message through the host's `IEvents`; hosts that listen to the panel hear of it too. Answers the
-  /// host's answer. Throws when the panel's window was destroyed while it was shown: let it pass.
+  /// host's answer. Pages and destination outlive this call and the one above, also when the host closes the panel
+  /// in it.
   virtual int Message(EventKind kind, const std::string& text, EventButtons buttons) = 0;
 
   /// Posts a command of the panel; it is handled after the current event, as if its button had been pressed.

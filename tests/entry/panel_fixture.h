@@ -143,6 +143,8 @@ class PanelTest : public testing::Test {
     return m_app.get();
   }
   [[nodiscard]] QWidget* window() { return m_window; }
+  /// The panel in its window: where commands are posted to.
+  [[nodiscard]] QWidget* panel() { return m_window->findChild<QWidget*>(QString(), Qt::FindDirectChildrenOnly); }
   [[nodiscard]] std::string file(const std::string& name) const { return out.path() + "/" + name; }
 
   test::TempDir out, settings;

@@ -4,6 +4,7 @@
 #include <QLineEdit>
 #include <QPushButton>
 #include <QVBoxLayout>
+#include <fstream>
 #include <stdexcept>
 
 #include "control/focus_keeper.h"
@@ -103,6 +104,12 @@ TEST_F(PanelTest, APanelThatTheHostClosesInTheMiddleIsNotUsedAnyMore) {
          recorder->waitEnded();
        }},
       {"no folder", "sim:size=210x120,at=10x3", StartKind::Scan, [&] { set("m_Dir", ""); }},
+      {"a file that stands there", "sim:size=210x120,at=10x3", StartKind::Scan,
+       [&] {
+         set("m_fFileFate", 2);
+         set("m_fUseAutoCounter", 0);
+         std::ofstream(file("page.tif")) << "somebody's";
+       }},
       {"a jam", "sim:size=210x120,at=10x3,jam-after=100", StartKind::Scan, asks},
       {"a jam of a preview", "sim:size=210x120,at=10x3,jam-after=40", StartKind::Prescan, asks},
       {"the next document", "sim:size=210x120,at=10x3,source=flatbed", StartKind::Batch, asks},
@@ -118,6 +125,7 @@ TEST_F(PanelTest, APanelThatTheHostClosesInTheMiddleIsNotUsedAnyMore) {
     smallPages();
     c.setUp();
     bool asked = false;
+    answer = EventAnswer::Yes;
     onMessage = [&] {
       asked = true;
       close();

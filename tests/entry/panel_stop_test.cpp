@@ -129,7 +129,7 @@ TEST_F(PanelTest, ClosingKeepsAWholePageThatOnlyWaitsForItsWriter) {
     set("m_fMultiPage", multiPage);
     // The writer's report does not come through before the panel is closed.
     const auto written = std::make_unique<HeldReport>(&recorder->loop);
-    window()->installEventFilter(written.get());
+    panel()->installEventFilter(written.get());
     ASSERT_TRUE(control->Start(StartKind::Batch, 0));
     recorder->loop.exec();
     close();

@@ -92,9 +92,8 @@ class NotingController final : public IPanelController {
     return commands.back() == refused ? 1 : 0;
   }
 
-  int Message(EventKind, const std::string& text, EventButtons) override {
-    messages.push_back(text);
-    return static_cast<int>(EventAnswer::Ok);
+  int Message(EventKind kind, const std::string& text, EventButtons buttons) override {
+    return events ? events->Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons)) : 0;
   }
   void PostPanelCommand(int command) override { posted.push_back(command); }
   int IsCommandEnabled(int) override { return 1; }
@@ -105,7 +104,7 @@ class NotingController final : public IPanelController {
   std::vector<IUIScanPage*> AllPages() override { return {}; }
   int LoadPage(IUIScanPage*, IParam*) override { return 0; }
 
-  std::vector<std::string> messages;
+  KxPtr<IEvents> events;
   std::vector<int> posted;
   KxPtr<NotedUnit> unit = KxPtr<NotedUnit>::adopt(new NotedUnit);
   int offersDetection = 1;
@@ -131,6 +130,7 @@ struct PanelWorld {
     };
     options.onNote = [this](const std::string&, const std::string& text) { notes.push_back(text); };
     app = New_HostApp(options);
+    controller.events = query<IEvents>(app.get());
     params = CSharedScanParams::acquire(app.get(), [] { return KxPtr<ISStripStor>::adopt(new NotingStore); });
     params->quiet().dir = dir.file("out");
   }
