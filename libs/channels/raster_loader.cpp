@@ -140,7 +140,7 @@ class Loader {
 
 KxPtr<IRStor> load(PictureFile& file, int page, IProgress* progress) {
   const Lie lie = lieOf(file.openPage(page).orientation);
-  const KxPtr<IRStor> raster = Loader(file, lie, progress).load();
+  KxPtr<IRStor> raster = Loader(file, lie, progress).load();
   if (lie.quarters == 0) return raster;
   Share rest(progress, kLoadSteps / 2, kLoadSteps / 2, kOpSteps);
   return rotateQuarters(raster.get(), lie.quarters, &rest);

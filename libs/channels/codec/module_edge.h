@@ -1,7 +1,6 @@
 #pragma once
 #include <cstdint>
 #include <memory>
-#include <optional>
 
 #include "channels/codec/module_support.h"
 
@@ -69,22 +68,24 @@ class SinglePageWriter {
  public:
   explicit SinglePageWriter(const QbFile* file) : m_file(file), m_pages(Page::isFinishedIn(m_file) ? 1 : 0) {}
   [[nodiscard]] std::int32_t pages() const noexcept { return m_pages; }
-  void begin(const QbPage& page, const QbOptions* options) { m_page.emplace(m_file, page, options); }
+  void begin(const QbPage& page, const QbOptions* options) {
+    m_page = std::make_unique<Page>(m_file, page, options);
+  }
   void write(const QbBlock& block) { m_page->write(block); }
   void end() {
     m_page->finish();
-    m_page.reset();
+    m_page = nullptr;
     m_pages = 1;
   }
   void drop() noexcept {
-    m_page.reset();
+    m_page = nullptr;
     m_pages = 0;
   }
 
  private:
   EdgeFile m_file;
   std::int32_t m_pages;
-  std::optional<Page> m_page;
+  std::unique_ptr<Page> m_page;
 };
 
 }  // namespace quillbay

@@ -5,7 +5,7 @@
 namespace quillbay {
 
 void PnmReader::openPage(std::int32_t, QbPicture* out) {
-  m_bytes.emplace(EdgeFile(m_file));
+  m_bytes = std::make_unique<ByteStream>(EdgeFile(m_file));
   m_header = readPnmHeader(*m_bytes);
   if (m_header.height < 1)
     throw ModuleError(QB_E_DAMAGED, "its head says 0 lines: it was never written to its end");

@@ -1,6 +1,6 @@
 #pragma once
 #include <cstdint>
-#include <optional>
+#include <memory>
 #include <vector>
 
 #include "channels/pnm/pnm_header.h"
@@ -22,7 +22,7 @@ class PnmReader {
   [[nodiscard]] std::uint8_t level(std::int32_t sample) const noexcept;
 
   const QbFile* m_file;
-  std::optional<ByteStream> m_bytes;
+  std::unique_ptr<ByteStream> m_bytes;
   PnmHeader m_header;
   std::vector<std::uint8_t> m_wide;  // a line of samples of 16 bits
 };

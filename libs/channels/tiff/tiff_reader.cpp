@@ -172,7 +172,7 @@ TiffReader::~TiffReader() = default;
 void TiffReader::openPage(std::int32_t page, QbPicture* out) {
   m_page = nullptr;
   const auto i = static_cast<std::size_t>(page);
-  if (i >= m_offsets.size()) throw *m_broken;
+  if (i >= m_offsets.size() && m_broken) throw ModuleError(*m_broken);
   m_page = std::make_unique<Page>(m_file, m_offsets[i]);
   m_page->describe(out);
 }

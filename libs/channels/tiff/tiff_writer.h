@@ -1,6 +1,6 @@
 #pragma once
 #include <cstdint>
-#include <optional>
+#include <memory>
 
 #include "channels/tiff/tiff_page.h"
 
@@ -14,15 +14,15 @@ class TiffWriter {
   [[nodiscard]] std::int32_t pages() const noexcept { return m_state.pages; }
   void begin(const QbPage& page, const QbOptions* options) {
     m_before = m_state;
-    m_page.emplace(m_file, m_state, page, options);
+    m_page = std::make_unique<TiffPage>(m_file, m_state, page, options);
   }
   void write(const QbBlock& block) { m_page->write(block); }
   void end() {
     m_state = m_page->finish();
-    m_page.reset();
+    m_page = nullptr;
   }
   void drop() noexcept {
-    m_page.reset();
+    m_page = nullptr;
     m_state = m_before;
   }
 
@@ -39,7 +39,7 @@ class TiffWriter {
   EdgeFile m_file;
   TiffState m_state;   // with the page that was ended last
   TiffState m_before;  // without it
-  std::optional<TiffPage> m_page;
+  std::unique_ptr<TiffPage> m_page;
 };
 
 }  // namespace quillbay
