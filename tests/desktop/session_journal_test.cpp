@@ -271,6 +271,7 @@ TEST_F(Journal, AScannerThatComesBackIsOpened) {
   };
   put("dll.conf", "test\n");
   put("test.conf", "number_of_devices 1\n");
+  const QByteArray before = qgetenv("SANE_CONFIG_DIR");
   qputenv("SANE_CONFIG_DIR", config.toUtf8());
   open();
   window->guard().watch().setDelays(std::chrono::milliseconds(1), std::chrono::milliseconds(20));
@@ -278,7 +279,8 @@ TEST_F(Journal, AScannerThatComesBackIsOpened) {
   ASSERT_TRUE(quillbay::query<quillbay::IScanManager>(window->app())->SetCurrent("test:1", &why)) << why;
   EXPECT_FALSE(window->reopenPanel());
   EXPECT_TRUE(window->guard().watch().isWatching());
-  const auto* label = window->panelDock().findChild<QLabel*>();
+  const auto* label = window->panelDock().findChild<QLabel*>("trouble");
+  ASSERT_TRUE(label);
   EXPECT_TRUE(label->text().contains("Looking for test:1")) << label->text().toStdString();
   const auto buttons = window->panelDock().findChildren<QPushButton*>();
   buttons.last()->click();
@@ -292,7 +294,7 @@ TEST_F(Journal, AScannerThatComesBackIsOpened) {
   EXPECT_TRUE(window->log().text().contains("test:1 is there again")) << window->log().text().toStdString();
   EXPECT_TRUE(messages.isEmpty()) << "no question on the way";
   EXPECT_TRUE(window->close());
-  qunsetenv("SANE_CONFIG_DIR");
+  qputenv("SANE_CONFIG_DIR", before);
 }
 
 }  // namespace

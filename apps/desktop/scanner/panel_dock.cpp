@@ -166,6 +166,7 @@ void PanelDock::showMissing(const QString& reason) {
   auto* holder = new QWidget;
   auto* column = new QVBoxLayout(holder);
   m_trouble = new QLabel(tr("No scanner could be opened.") + (reason.isEmpty() ? QString() : "\n\n" + reason));
+  m_trouble->setObjectName("trouble");
   m_trouble->setTextFormat(Qt::PlainText);
   m_trouble->setWordWrap(true);
   m_trouble->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
