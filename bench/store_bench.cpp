@@ -16,7 +16,7 @@
 #include "quillbay/run_list.h"
 #include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
-#include "scanners/line_pipeline.h"
+#include "scanners/lines/line_pipeline.h"
 #include "scanners/sim/sim_scan.h"
 #include "stores/scan_to_file_stor.h"
 

@@ -1,4 +1,4 @@
-#include "scanners/line_crop.h"
+#include "scanners/lines/line_crop.h"
 
 #include <gtest/gtest.h>
 

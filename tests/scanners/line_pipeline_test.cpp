@@ -1,4 +1,4 @@
-#include "scanners/line_pipeline.h"
+#include "scanners/lines/line_pipeline.h"
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,7 @@
 #include "quillbay/errors.h"
 #include "quillbay/run_list.h"
 #include "recording_sink.h"
-#include "scanners/line_convert.h"
+#include "scanners/lines/line_convert.h"
 
 namespace quillbay {
 namespace {

@@ -1,4 +1,4 @@
-#include "scanners/stripe.h"
+#include "scanners/lines/stripe.h"
 
 #include <gtest/gtest.h>
 

@@ -7,7 +7,7 @@
 #include <optional>
 
 #include "quillbay/scan_buffer.h"
-#include "scanners/line_crop.h"
+#include "scanners/lines/line_crop.h"
 #include "scanners/sane/sane_device.h"
 
 namespace quillbay {

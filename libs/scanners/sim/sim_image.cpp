@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "quillbay/geometry.h"
-#include "scanners/line_convert.h"
+#include "scanners/lines/line_convert.h"
 
 namespace quillbay {
 

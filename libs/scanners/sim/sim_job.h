@@ -4,7 +4,7 @@
 #include <vector>
 
 #include "quillbay/param.h"
-#include "scanners/line_pipeline.h"
+#include "scanners/lines/line_pipeline.h"
 #include "scanners/scan_request.h"
 #include "scanners/sim/sim_config.h"
 
@@ -39,8 +39,8 @@ struct SimJob {
 /// Reads a request (keys: `IQuillbayUnit::Scan`). Answers false with the reason in `*fault`.
 [[nodiscard]] bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, UnitFault* fault);
 
-/// Whether the page goes out with the job. A piece of a burst leaves it in place; one that begins beyond its end, and
-/// has no lines, ends it.
+/// Whether the page goes out with the job. A piece of a burst leaves it in place; one that begins beyond its end,
+/// and has no lines, ends it.
 [[nodiscard]] bool takesPage(const SimJob& job);
 
 /// How a job ended.

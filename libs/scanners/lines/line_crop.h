@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "scanners/line_pipeline.h"
+#include "scanners/lines/line_pipeline.h"
 
 namespace quillbay {
 

@@ -1,4 +1,4 @@
-#include "scanners/line_pipeline.h"
+#include "scanners/lines/line_pipeline.h"
 
 #include <algorithm>
 #include <cstring>
@@ -6,7 +6,7 @@
 
 #include "quillbay/errors.h"
 #include "quillbay/run_list.h"
-#include "scanners/line_convert.h"
+#include "scanners/lines/line_convert.h"
 
 namespace quillbay {
 

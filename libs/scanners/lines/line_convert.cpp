@@ -1,4 +1,4 @@
-#include "scanners/line_convert.h"
+#include "scanners/lines/line_convert.h"
 
 #include <algorithm>
 #include <bit>

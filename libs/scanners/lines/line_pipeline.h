@@ -4,7 +4,7 @@
 
 #include "quillbay/kx_unknown.h"
 #include "quillbay/param.h"
-#include "scanners/stripe.h"
+#include "scanners/lines/stripe.h"
 
 namespace quillbay {
 
