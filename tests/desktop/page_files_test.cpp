@@ -55,6 +55,23 @@ TEST_F(DesktopTest, PagesOfOneFileComeBackAsTheyWere) {
       << "written over: the file holds the third page only";
 }
 
+TEST_F(DesktopTest, WhatCanBeReadOfATruncatedFileIsOpened) {
+  const std::string file = dir.file("cut.tif");
+  quillbay::SaveRasterFile(nullptr, {greyPage(40, 30, 3), greyPage(25, 60, 5), greyPage(300, 300, 1)}, file, false,
+                           nullptr);
+  const std::string whole = quillbay::test::readFile(file);
+  quillbay::test::writeFile(file, whole.substr(0, whole.size() - 1000));
+  open();
+  window->openFiles({QString::fromStdString(file)});
+  EXPECT_EQ(pages().size(), 2U);
+  ASSERT_EQ(messages.size(), 1);
+  EXPECT_TRUE(messages[0].contains("the file is truncated")) << messages[0].toStdString();
+  window->document().replace(pages()[0].id, greyPage(9, 20, 1));
+  agrees = false;
+  EXPECT_FALSE(window->saveAll());
+  EXPECT_EQ(agreed, QStringList{"cut.tif holds 3 pages; saving would leave 2.|&Save 2 pages"});
+}
+
 TEST_F(DesktopTest, SavingNeverShrinksAFileWithoutAsking) {
   std::vector<KxPtr<quillbay::IRStor>> five;
   for (int i = 0; i < 5; ++i) five.push_back(greyPage(30 + i, 20, i + 1));

@@ -76,11 +76,13 @@ std::optional<PageFiles::Opened> PageFiles::open(const QStringList& files) {
       if (progress.IsCancelled()) return;
       ReadFile one{QFileInfo(file).absoluteFilePath(), {}, {}};
       QString why;
-      if (guarded(one.file, &why, [&] { return readPages(one, of, progress); })) {
-        read.push_back(std::move(one));
-      } else if (!why.isEmpty()) {
+      const bool whole = guarded(one.file, &why, [&] { return readPages(one, of, progress); });
+      if (!whole && why.isEmpty()) return;  // cancelled
+      if (!whole) opened.failures += why;
+      if (one.rasters.empty()) {
         opened.failed += file;
-        opened.failures += why;
+      } else {
+        read.push_back(std::move(one));  // of a truncated file what could be read of it
       }
     }
   });

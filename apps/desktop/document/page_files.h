@@ -19,8 +19,9 @@ class PageFiles {
       : m_app(app), m_document(document), m_window(window) {}
 
   struct Opened {
-    QStringList files;             ///< whose pages the document has now
-    QStringList failed, failures;  ///< files that could not be read, and why
+    QStringList files;     ///< whose pages the document has now
+    QStringList failed;    ///< files that could not be read
+    QStringList failures;  ///< why, also of files of which only the first pages could be read
   };
   /// Reads files on a thread of its own, one after the other, and adds all their pages to the document at the end.
   /// A file that cannot be read does not keep the others from being opened. None when the user cancelled it: the
