@@ -30,7 +30,7 @@ void appendPage(IIOParams* io, const std::string& file, IRStor* raster) {
   }
   PageTarget target;
   target.path = file;
-  target.joinsPart = true;
+  target.joinsPart = target.addsToFile = true;
   target.expectedLines = raster->GetHeight();
   channel->SetTarget(target);
   if (!save->Save(raster, nullptr)) throw CXFileException(formatText("%s: the page was given up.", {file}), file);

@@ -87,6 +87,7 @@ int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* dra
   adopt(params, name);
   if (!setAsideLeftover(events, name.path)) return 0;
   draft->names.moment = context.moment;
+  draft->addsToFile = params.values().multiPage && name.exists;
   draft->mayReplace = !params.values().multiPage && (asks || params.values().fileFate == kFateOverwrite);
   return 1;
 }

@@ -19,6 +19,7 @@ void namePage(const PageDraft& draft, NamedPage& page) {
   values.useAutoCounter = name.useAutoCounter;
   // What a person agreed to was the prepared name.
   page.target.mayReplace = draft.mayReplace && (values.fileFate == kFateOverwrite || name.path == prepared);
+  page.target.addsToFile = page.target.joinsPart && (name.path == prepared ? draft.addsToFile : name.exists);
   if (name.path == prepared) return;
   try {
     fio::createFolder(fio::folderOf(name.path));
@@ -41,6 +42,7 @@ NamedPage makePageTarget(const PageDraft& draft, const ScannedAs& scanned) {
   page.target.expectedLines = scanned.lines > 0 ? scanned.lines : draft.expectedLines;
   if (!draft.openPart.empty()) {
     page.target.path = values.outputFile = draft.openPart;
+    page.target.addsToFile = draft.addsToFile;
   } else if (!values.outputFile.empty()) {
     namePage(draft, page);
   }

@@ -12,6 +12,7 @@ struct PageDraft {
   NameContext names;               ///< `names.values.outputFile` is the prepared name; empty: no file
   std::string openPart;            ///< the run's multi-page file, which the page joins; empty: it has none yet
   bool mayReplace = false;         ///< a file of the prepared name may be replaced
+  bool addsToFile = false;         ///< a multi-page file of the prepared name was there already
   bool isLast = true;              ///< no page of the run follows, as far as is known
   std::int64_t expectedLines = 0;  ///< as far as the settings tell; 0: unknown
 };

@@ -47,6 +47,7 @@ bool CScanToView::prepareFile() {
   const auto host = events();
   if (v.multiPage && !m_open.target.path.empty()) {
     m_draft.openPart = m_params.quiet().outputFile = m_open.target.path;
+    m_draft.addsToFile = m_open.target.addsToFile;
   } else if (!PrepareOutputFile(m_params, host.get(), &m_draft)) {
     refreshNextName();
     return false;
@@ -151,7 +152,7 @@ RunFile CScanToView::endRun() {
   if (file.empty()) return {};
   const std::int32_t pages = std::exchange(m_openPages, 0);
   // Pages that were added to an existing file went into it in place.
-  if (!fio::exists(file + ".part")) return {RunFile::Fate::Published, file, pages};
+  if (open.target.addsToFile && !fio::exists(file + ".part")) return {RunFile::Fate::Published, file, pages};
   const PartFate fate = publishByRule(open, events().get());
   if (fate.why.empty()) return {RunFile::Fate::Published, fate.file, pages};
   tell(fate.why);

@@ -14,9 +14,9 @@ namespace quillbay {
 /// used on one thread at a time.
 ///
 /// Files: a single page is written as NAME.part beside its target and published by `Commit`. A paged save appends
-/// to NAME.part while that belongs to this process's running batch, else to NAME when it exists (in place, old
-/// bytes written last), else it starts NAME.part. A NAME.part that a killed program left is never written over: see
-/// `SetAsideLeftover`.
+/// to NAME.part while that belongs to this process's running batch, else to NAME when the target says so and it
+/// exists (in place, old bytes written last), else it starts NAME.part. A NAME.part that a killed program left is
+/// never written over: see `SetAsideLeftover`.
 class IKxFileChanel : public IKxUnknown {
  public:
   [[nodiscard]] virtual std::string GetFileName() = 0;

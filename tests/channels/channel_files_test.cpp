@@ -62,6 +62,9 @@ TEST_F(ChannelFiles, BatchStaysAPartUntilItIsPublished) {
 TEST_F(ChannelFiles, PageCountGrowsWithEachPage) {
   for (int i = 0; i < 2; ++i) {
     const auto channel = new_FileChanel(nullptr, m_file, nullptr, nullptr);
+    PageTarget target;
+    target.joinsPart = target.addsToFile = true;
+    channel->SetTarget(target);
     const auto paged = channel.as<IKxRasterSavePagedChanel>();
     EXPECT_EQ(paged->GetPageCount(), i);
     paged->Save(raster(0).get(), nullptr);
@@ -69,6 +72,21 @@ TEST_F(ChannelFiles, PageCountGrowsWithEachPage) {
     channel->Commit();
     EXPECT_EQ(paged->GetPageCount(), i + 1);
   }
+}
+
+TEST_F(ChannelFiles, AFileThatNobodyMeantGetsNoPage) {
+  savePaged(m_file, raster(0).get(), End::Commit);
+  const std::string before = contentOf(m_file);
+  const auto channel = new_FileChanel(nullptr, m_file, nullptr, nullptr);
+  PageTarget target;
+  target.joinsPart = true;  // the file was not there when the page was prepared
+  channel->SetTarget(target);
+  ASSERT_EQ(channel.as<IKxRasterSavePagedChanel>()->Save(raster(1).get(), nullptr), 1);
+  EXPECT_THROW(channel->Commit(), CXFileException);
+  EXPECT_NE(channel->IsWritten(), 0);
+  EXPECT_TRUE(contentOf(m_file) == before);
+  PublishPartAs(m_file, m_file + ".tif", false);
+  expectPages(m_file + ".tif", {m_pages[1]});
 }
 
 TEST_F(ChannelFiles, AbandonedPagesLeaveTheFileAsItWas) {

@@ -298,7 +298,7 @@ int savePaged(const std::string& file, IRStor* raster, End end, IIOParams* param
   const KxPtr<IKxFileChanel> channel = new_FileChanel(params, file, nullptr, nullptr);
   PageTarget target;
   target.path = file;
-  target.joinsPart = true;
+  target.joinsPart = target.addsToFile = true;
   target.isLast = end != End::KeepPart;
   channel->SetTarget(target);
   const int saved = channel.as<IKxRasterSavePagedChanel>()->Save(raster, nullptr);

@@ -1,3 +1,5 @@
+#include <QLineEdit>
+#include <QThread>
 #include <filesystem>
 #include <fstream>
 
@@ -26,6 +28,12 @@ TEST_F(PanelTest, ScansOnePageIntoANamedFile) {
   EXPECT_EQ(get("m_nCounter").toInt(), 1);
   EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page000.tif"});
   EXPECT_TRUE(messages.empty()) << messages[0];
+  const auto* next = window()->findChild<QLineEdit*>("nextName");
+  for (int i = 0; i < 1000 && next->text() != "page001.tif"; ++i) {
+    QApplication::processEvents();
+    QThread::msleep(10);
+  }
+  EXPECT_EQ(next->text(), "page001.tif");
 }
 
 TEST_F(PanelTest, AScannerWithoutColourScansGrey) {
@@ -164,6 +172,36 @@ TEST_F(PanelTest, AFileThatAppearsUnderThePagesNameIsMetByTheRule) {
     close();
     fs::remove_all(out.path());
     fs::create_directory(out.path());
+  }
+}
+
+TEST_F(PanelTest, ATakenNameOfAMultiPageFileIsMetByTheRuleOnce) {
+  for (const bool counts : {true, false}) {
+    for (const int wanted : {2, 0}) {
+      SCOPED_TRACE(testing::Message() << (counts ? "increment, " : "ask, ") << wanted);
+      ASSERT_TRUE(open("sim:size=210x120,at=10x3,count=2"));
+      smallPages();
+      set("m_nCounter", 0);
+      set("m_fMultiPage", 1);
+      set("m_fFileFate", counts ? 0 : 2);
+      messages.clear();
+      // Perhaps before the page's file is begun, perhaps after.
+      recorder->onStarted = [&] { std::ofstream(file("page.tif")) << "somebody's"; };
+      ASSERT_TRUE(control->Start(StartKind::Batch, wanted));
+      ASSERT_TRUE(recorder->waitEnded());
+      EXPECT_EQ(recorder->cause, !counts ? EndCause::Output : wanted == 2 ? EndCause::Done : EndCause::Media);
+      EXPECT_EQ(messages.size(), counts ? 0U : 1U);
+      EXPECT_EQ(filesIn(out.path()),
+                (std::vector<std::string>{"page.tif", counts ? "page000.tif" : "page.tif.part"}));
+      if (counts) {
+        EXPECT_EQ(pagesIn(file("page000.tif")), 2);
+      } else {
+        EXPECT_NE(messages.at(0).find("page.tif.part"), std::string::npos) << messages.at(0);
+      }
+      close();
+      fs::remove_all(out.path());
+      fs::create_directory(out.path());
+    }
   }
 }
 
