@@ -35,6 +35,16 @@ NameContext context(bool scanTags = true) {
   return c;
 }
 
+TEST(Macros, TheListOfTheProcessFollowsTheMode) {
+  ScanValues values;
+  for (const auto& [mode, scanTags] : {std::pair{kModeRgb, true}, {kModeDirect, false}, {kModeGrey, true}}) {
+    values.currMode = mode;
+    const std::string tags = MacroList::process(values)->tagList();
+    EXPECT_EQ(tags.find("<DPI>") != std::string::npos, scanTags) << mode;
+    EXPECT_NE(tags.find("<COUNTER>"), std::string::npos) << mode;
+  }
+}
+
 TEST(FileNames, ExpandFolderMaskCounterAndExtension) {
   struct Case {
     const char *why, *dir, *mask, *want;
