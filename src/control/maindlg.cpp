@@ -20,16 +20,22 @@ namespace {
 constexpr int kPreviewTicks = 25;
 constexpr const char* kLog = "quillbay.control";
 
-/// The start that a command stands for.
-std::optional<RunKind> startOf(int id) {
-  switch (id) {
-    case command::kScan: return RunKind::Scan;
-    case command::kBatch: return RunKind::Batch;
-    case command::kPrescan: return RunKind::Prescan;
-    case command::kAreaPrescan:
-    case command::kPreviewTimer: return RunKind::AreaPrescan;
-    default: return std::nullopt;
+/// The commands that start something.
+struct StartCommand {
+  int id;
+  StartKind start;
+  RunKind run;
+};
+constexpr StartCommand kStarts[] = {{command::kScan, StartKind::Scan, RunKind::Scan},
+                                    {command::kBatch, StartKind::Batch, RunKind::Batch},
+                                    {command::kPrescan, StartKind::Prescan, RunKind::Prescan},
+                                    {command::kAreaPrescan, StartKind::AreaPrescan, RunKind::AreaPrescan}};
+
+const StartCommand* startOf(int id) {
+  for (const StartCommand& c : kStarts) {
+    if (c.id == id || (id == command::kPreviewTimer && c.id == command::kAreaPrescan)) return &c;
   }
+  return nullptr;
 }
 
 }  // namespace
@@ -40,18 +46,22 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
       m_sink(KxPtr<PanelSink>::adopt(new PanelSink(this))),
       m_changeSink(this),
       m_viewSync(view),
-      m_host(m_life, m_params, script),
+      m_host(m_guard.life(), m_params, script),
       m_router(std::make_shared<ScanRouter>(this)),
       m_scanSink(KxPtr<ScanSinkForwarder>::adopt(new ScanSinkForwarder(m_router))),
-      m_scanner(m_life, m_scanSink.get()),
+      m_scanner(m_guard.life(), m_scanSink.get()),
       m_pages(*this, m_params),
       m_parts{*m_params, m_run, m_host, m_scanner, m_pages, m_steps},
       m_settings(m_parts),
       m_performer(this, m_parts, m_router, m_viewSync, m_previewTimer),
       m_progress(KxPtr<PanelProgress>::adopt(new PanelProgress)),
       m_focus(this) {
+  m_guard.onFailure([this](const std::string& what) { m_performer.fail(what); });
   m_parts.stateChanged = [this] { showState(); };
-  m_parts.settingsApplied = [this](bool modeChanged) { settingsApplied(modeChanged); };
+  m_parts.settingsApplied = [this](bool modeChanged) {
+    if (modeChanged) OnParamChanging(scan_key::CurrMode.name);
+    AreaChanged();
+  };
   ScanValues& v = quiet();
   v.multiPageRequested = mode == ScanToViewMultiPage ? 1 : 0;
   v.mode = mode == ScanToViewMultiPage ? ScanToView : mode;
@@ -70,23 +80,21 @@ CMaindlg::~CMaindlg() {
 }
 
 void CMaindlg::leaveWindow() {
-  ++m_life.calls;
-  m_previewTimer.destroy();
-  if (m_scanner.isConnected()) {
-    m_performer.close();
-    if (m_initialised) SaveSettings();
-    m_scanner.disconnect();
-  }
+  m_guard.guarded([&] {
+    m_previewTimer.destroy();
+    if (m_scanner.isConnected()) {
+      m_performer.close();
+      if (m_initialised) SaveSettings();
+      m_scanner.disconnect();
+    }
+    return 1;
+  });
   m_sink->dialogIsGone();
   m_changeSink.Unsubscribe();
   // Another panel of the process may have put its own there.
   if (m_params->destination == m_destination.get()) m_params->destination = nullptr;
   if (m_params->progress.get() == m_progress.get()) m_params->progress = nullptr;
-  m_life.gone = true;
-  if (--m_life.calls == 0) {
-    delete this;
-    return;
-  }
+  if (m_guard.leave()) return delete this;
   hide();
   setParent(nullptr);
 }
@@ -94,13 +102,13 @@ void CMaindlg::leaveWindow() {
 IQuillbaySink* CMaindlg::sink() const noexcept { return m_sink.get(); }
 
 int CMaindlg::ConnectScanner() {
-  return guarded([&] { return m_scanner.connect(*m_params, m_host, m_sink.get()) ? 1 : 0; });
+  return m_guard.guarded([&] { return m_scanner.connect(*m_params, m_host, m_sink.get()) ? 1 : 0; });
 }
 
 int CMaindlg::StartUp() {
-  return guarded([&] {
+  return m_guard.guarded([&] {
     quiet().hasScriptSyntax = static_cast<bool>(query<IScriptSyntaxParam>(m_params->app()));
-    takeDirectMode();
+    m_directMode = m_scanner.takeDirectMode(*m_params);  // before lists and pages, which follow it
     makeForm();
     makeDestination();
     if (!m_destination) return 0;
@@ -117,16 +125,6 @@ int CMaindlg::StartUp() {
     m_previewTimer.start(kPreviewTicks, false);
     return 1;
   });
-}
-
-/// Before anything else: lists and pages follow it.
-void CMaindlg::takeDirectMode() {
-  m_directMode = m_scanner.isDirect();
-  if (!m_directMode) return;
-  m_params->set(scan_key::CurrMode, kModeDirect);
-  quiet().colorSpace = colorSpaceOfMode(kModeDirect);
-  quiet().autoAnswer = 0;
-  m_params->set(scan_key::ScanType, kAreaFixedWidth);
 }
 
 void CMaindlg::makeForm() {
@@ -167,7 +165,7 @@ void CMaindlg::makeDestination() {
 }
 
 int CMaindlg::SaveSettings() {
-  return guarded([&] { return m_settings.save(m_layout); });
+  return m_guard.guarded([&] { return m_settings.save(m_layout); });
 }
 
 void CMaindlg::layoutPanel() {
@@ -208,22 +206,9 @@ void CMaindlg::showState() {
   m_pages.enable(!busy);
   if (m_steps.preview) m_steps.preview->Enable(busy ? 0 : 1);
   if (m_destination) m_destination->Enable(busy ? 0 : 1);
-  m_form->status().setText(m_scanner.name() + " " + Supp_Translate(statusText()));
+  m_form->status().setText(m_scanner.name() + " " + Supp_Translate(statusTextOf(m_run.state(), m_run.kind())));
   if (!m_run.isRunning()) m_form->status().setLines(-1, 0);
   if (m_run.state() != RunState::Waiting) m_performer.wait().close();
-}
-
-const char* CMaindlg::statusText() const {
-  switch (m_run.state()) {
-    case RunState::Detecting: return "Detecting margins....";
-    case RunState::FindingPalette: return "Calculate palette....";
-    case RunState::Prescanning:
-    case RunState::AreaPrescanning: return "Scanning preview....";
-    case RunState::Preparing: return isPreview(m_run.kind()) ? "Scanning preview...." : "Scanning....";
-    case RunState::Scanning:
-    case RunState::Finishing: return "Scanning....";
-    default: return "Ready...";
-  }
 }
 
 void CMaindlg::showHelp() {
@@ -274,51 +259,14 @@ void CMaindlg::AreaChanged() {
   m_viewSync.setArea(values().rcScan, static_cast<std::uint32_t>(values().dpi));
 }
 
-void CMaindlg::settingsApplied(bool modeChanged) {
-  if (modeChanged) OnParamChanging(scan_key::CurrMode.name);
-  AreaChanged();
-}
-
 // --- commands
 
-/// The object stays while one lives. It goes later than the last one: pages may be on the way back to their own.
-class CMaindlg::Call {
- public:
-  explicit Call(CMaindlg& panel) : m_panel(panel) { ++panel.m_life.calls; }
-  ~Call() {
-    if (--m_panel.m_life.calls == 0 && m_panel.m_life.gone) m_panel.deleteLater();
-  }
-  Call(const Call&) = delete;
-  Call& operator=(const Call&) = delete;
-
- private:
-  CMaindlg& m_panel;
-};
-
-/// Nothing that a host, a unit or a page throws leaves the panel: a run ends by it, and the user hears what failed.
-template <class F>
-std::invoke_result_t<F> CMaindlg::guarded(F&& f) {
-  const Call call(*this);
-  std::string what;
-  try {
-    return f();
-  } catch (const WindowGone&) {
-    return {};
-  } catch (const std::exception& e) {
-    what = e.what();
-  } catch (...) {
-    what = Supp_Translate("unknown error");
-  }
-  m_performer.fail(what);
-  return {};
-}
-
 bool CMaindlg::OnCommand(int id, int code, std::int64_t value) {
-  return guarded([&] { return handle(id, code, value); });
+  return m_guard.guarded([&] { return handle(id, code, value); });
 }
 
 bool CMaindlg::handle(int id, int code, std::int64_t value) {
-  if (m_life.gone) return true;
+  if (m_guard.life().gone) return true;
   if (handleStart(id, value)) return true;
   if (m_performer.handle(id, code, value)) {
     m_settings.applyWaiting();
@@ -340,10 +288,10 @@ bool CMaindlg::handle(int id, int code, std::int64_t value) {
 }
 
 bool CMaindlg::handleStart(int id, std::int64_t value) {
-  const auto kind = startOf(id);
-  if (!kind) return false;
+  const StartCommand* start = startOf(id);
+  if (!start) return false;
   if (id != command::kPreviewTimer) m_run.startDelivered();
-  m_performer.start(*kind, kind == RunKind::Batch ? static_cast<int>(value) : 1, m_directMode);
+  m_performer.start(start->run, start->run == RunKind::Batch ? static_cast<int>(value) : 1, m_directMode);
   m_settings.applyWaiting();
   return true;
 }
@@ -354,12 +302,10 @@ void CMaindlg::perform(const Actions& todo) {
 }
 
 void CMaindlg::buttonPressed(int id) {
-  switch (id) {
-    case command::kScan: Start(StartKind::Scan, 1); break;
-    case command::kBatch: Start(StartKind::Batch, 0); break;
-    case command::kPrescan: Start(StartKind::Prescan, 1); break;
-    case command::kAreaPrescan: Start(StartKind::AreaPrescan, 1); break;
-    default: OnCommand(id, 1, 0);
+  if (const StartCommand* start = startOf(id)) {
+    Start(start->start, 0);
+  } else {
+    OnCommand(id, 1, 0);
   }
 }
 
@@ -370,17 +316,14 @@ void CMaindlg::postStart(int id, std::int64_t value) {
 
 int CMaindlg::Start(StartKind kind, int count) {
   if (m_run.startWaits() || IsBusy()) return 0;
-  switch (kind) {
-    case StartKind::Scan: postStart(command::kScan, 0); break;
-    case StartKind::Prescan: postStart(command::kPrescan, 0); break;
-    case StartKind::AreaPrescan: postStart(command::kAreaPrescan, 0); break;
-    case StartKind::Batch: postStart(command::kBatch, count); break;
+  for (const StartCommand& c : kStarts) {
+    if (c.start == kind) postStart(c.id, count);
   }
   return 1;
 }
 
 int CMaindlg::StopRun(StopKind kind) {
-  return guarded([&] {
+  return m_guard.guarded([&] {
     if (m_run.startWaits()) {  // after the start that waits
       PostCommand(this, kind == StopKind::Now ? command::kStop : command::kStopAfterPage, 1);
     } else {
@@ -391,7 +334,7 @@ int CMaindlg::StopRun(StopKind kind) {
 }
 
 int CMaindlg::EjectDocument() {
-  return guarded([&] {
+  return m_guard.guarded([&] {
     if (IsBusy()) return 0;
     m_performer.leaveDocument();
     return 1;
@@ -405,31 +348,20 @@ int CMaindlg::ApplyParams(IParam* params) {
 }
 
 int CMaindlg::SetParam(std::string_view key, const CKxVariant& value, std::string* why) {
-  return guarded([&] { return m_settings.setParam(key, value, why); });
+  return m_guard.guarded([&] { return m_settings.setParam(key, value, why); });
 }
 
 int CMaindlg::GetParam(std::string_view key, CKxVariant* out) { return m_settings.getParam(key, out); }
 
 int CMaindlg::GetPageParams(IParam* out) {
-  return guarded([&] {
+  return m_guard.guarded([&] {
     m_settings.getPageParams(out);
     return 1;
   });
 }
 
-std::string CMaindlg::GetNextFileName() const {
-  const auto* files = m_parts.files();
-  return files ? files->nextFile() : std::string();
-}
-
-IRStor* CMaindlg::viewRaster() {
-  IRStor* raster = nullptr;
-  m_params->viewStore->Finish(&raster, 0, 0);
-  return raster;
-}
-
 void CMaindlg::PageChanged() {
-  guarded([&] {
+  m_guard.guarded([&] {
     if (m_initialised) m_performer.pushSettings();
     if (!values().disablePreview) m_previewTimer.restart();
     return 1;
@@ -438,25 +370,15 @@ void CMaindlg::PageChanged() {
 
 int CMaindlg::ExecCommand(const char* name, IParam* arguments) {
   constexpr int kFailed = 1;
-  const Call call(*this);
-  try {
-    return m_host.execCommand(name, arguments);
-  } catch (const WindowGone&) {
-    return kFailed;
-  }
+  return m_guard.passed([&] { return m_host.execCommand(name, arguments); }, kFailed);
 }
 
 int CMaindlg::Message(EventKind kind, const std::string& text, EventButtons buttons) {
-  const Call call(*this);
-  try {
-    return m_host.message(kind, text, buttons);
-  } catch (const WindowGone&) {
-    return static_cast<int>(EventAnswer::GiveUp);
-  }
+  return m_guard.passed([&] { return m_host.message(kind, text, buttons); }, static_cast<int>(EventAnswer::GiveUp));
 }
 
 int CMaindlg::DetectArea(int mask) {
-  return guarded([&] { return m_performer.detectArea(mask) ? 1 : 0; });
+  return m_guard.guarded([&] { return m_performer.detectArea(mask) ? 1 : 0; });
 }
 
 void CMaindlg::PostPanelCommand(int id) {

@@ -5,6 +5,7 @@
 
 #include "control/focus_keeper.h"
 #include "control/panel_form.h"
+#include "control/panel_guard.h"
 #include "control/panel_parts.h"
 #include "control/panel_settings.h"
 #include "control/panel_status.h"
@@ -56,10 +57,11 @@ class CMaindlg final : public CDialog, private IPanelController {
   int StopRun(StopKind kind);
   int EjectDocument();
   [[nodiscard]] int IsBusy() const { return m_run.isBusy() ? 1 : 0; }
-  [[nodiscard]] std::string GetNextFileName() const;
+  [[nodiscard]] std::string GetNextFileName() const { return m_parts.files() ? m_parts.files()->nextFile() : ""; }
   [[nodiscard]] RunEvents& listeners() noexcept { return m_host.listeners(); }
   int SaveSettings();
-  [[nodiscard]] IRStor* viewRaster();
+  /// With a reference; null without one.
+  [[nodiscard]] IRStor* viewRaster() { return m_parts.viewRaster(); }
   [[nodiscard]] CRDirectTfm viewTransform() const { return m_viewSync.transform(); }
   void postStart(int command, std::int64_t value);
 
@@ -99,25 +101,19 @@ class CMaindlg final : public CDialog, private IPanelController {
   void makeForm();
   void chooseTab(int index);
   void makeDestination();
-  void takeDirectMode();
   void layoutPanel();
   void switchLayout();
   void showState();
   void showHelp();
   void buttonPressed(int id);
   [[nodiscard]] PanelState panelState() const;
-  [[nodiscard]] const char* statusText() const;
   int OnParamChanging(const char* key);
   int OnParamChanged(const char* key);
-  void settingsApplied(bool modeChanged);
 
   bool handle(int id, int code, std::int64_t value);
   [[nodiscard]] bool handleStart(int id, std::int64_t value);
   /// Carries out events of the run, and afterwards what waited for a page's end.
   void perform(const Actions& todo);
-  class Call;
-  template <class F>
-  std::invoke_result_t<F> guarded(F&& f);
 
   [[nodiscard]] ScanValues& quiet() { return m_params->quiet(); }
   [[nodiscard]] const ScanValues& values() const { return m_params->values(); }
@@ -126,7 +122,7 @@ class CMaindlg final : public CDialog, private IPanelController {
     void operator()(CScanTo* p) const { p->Destroy(); }
   };
 
-  PanelLife m_life;
+  PanelGuard m_guard{this};
   KxPtr<CSharedScanParams> m_params;
   KxPtr<PanelSink> m_sink;
   CIChangeParams m_changeSink;

@@ -30,6 +30,12 @@ struct PanelParts {
 
   [[nodiscard]] ScanValues& quiet() const { return params.quiet(); }
   [[nodiscard]] const ScanValues& values() const { return params.values(); }
+  /// The view store's raster with a reference, or null.
+  [[nodiscard]] IRStor* viewRaster() const {
+    IRStor* raster = nullptr;
+    params.viewStore->Finish(&raster, 0, 0);
+    return raster;
+  }
   /// The destination as one that names files, or null.
   [[nodiscard]] IFileDestination* files() const { return dynamic_cast<IFileDestination*>(destination); }
 };

@@ -42,14 +42,17 @@ void PanelStatus::setLines(std::int64_t lines, std::int64_t expected) {
 
 std::string PanelStatus::text() const { return m_text->text().toStdString(); }
 
-void PanelProgress::SetText(const char* text) {
-  const std::lock_guard lock(m_mutex);
-  m_pendingText = text ? text : "";
-}
-
-std::string PanelProgress::takeText() {
-  const std::lock_guard lock(m_mutex);
-  return std::exchange(m_pendingText, {});
+const char* statusTextOf(RunState state, RunKind kind) noexcept {
+  switch (state) {
+    case RunState::Detecting: return "Detecting margins....";
+    case RunState::FindingPalette: return "Calculate palette....";
+    case RunState::Prescanning:
+    case RunState::AreaPrescanning: return "Scanning preview....";
+    case RunState::Preparing: return isPreview(kind) ? "Scanning preview...." : "Scanning....";
+    case RunState::Scanning:
+    case RunState::Finishing: return "Scanning....";
+    default: return "Ready...";
+  }
 }
 
 }  // namespace quillbay

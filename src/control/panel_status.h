@@ -1,9 +1,9 @@
 #pragma once
 #include <QWidget>
 #include <atomic>
-#include <mutex>
 #include <string>
 
+#include "control/scan_run.h"
 #include "quillbay/raster.h"
 
 class QLabel;
@@ -25,23 +25,21 @@ class PanelStatus final : public QWidget {
   QProgressBar* m_bar;
 };
 
-/// The progress interface over a status area, for channels and stores on other threads: a running number. The text
-/// is shown when the user-interface thread next takes it.
+/// What the status line says of a run's state, in English.
+[[nodiscard]] const char* statusTextOf(RunState state, RunKind kind) noexcept;
+
+/// The progress interface for channels and stores on other threads: a running number. The status area has the run's
+/// own text, and a run is stopped through its unit.
 class PanelProgress final : public CKxUnknownImpl<IProgress> {
  public:
-  void SetText(const char* text) override;
+  void SetText(const char*) override {}
   void Step() override { m_position.fetch_add(1, std::memory_order_relaxed); }
   int SetPosition(int position) override { return m_position.exchange(position, std::memory_order_relaxed); }
   void Reset() override { m_position.store(0, std::memory_order_relaxed); }
-  int IsCancelled() override { return m_cancelled.load(std::memory_order_relaxed) ? 1 : 0; }
-  void setCancelled(bool cancelled) { m_cancelled.store(cancelled, std::memory_order_relaxed); }
-  [[nodiscard]] std::string takeText();
+  int IsCancelled() override { return 0; }
 
  private:
   std::atomic<int> m_position{0};
-  std::atomic<bool> m_cancelled{false};
-  std::mutex m_mutex;
-  std::string m_pendingText;
 };
 
 }  // namespace quillbay

@@ -13,24 +13,21 @@ namespace quillbay {
 
 /// What the panel is doing. Only Idle takes a start; every other state refuses it.
 ///
-///            scan, preview            .----------. searched
-///        .------------------> Preparing <-------> Detecting, FindingPalette <---> (also from Idle: a page asks)
-///        |                     ^  |  |  refused
-///        |   batch   document  |  |  '-----------------------------------.
-///      Idle -----> Waiting ----'  |                                      |
-///        ^ |          ^ ^         | prepared: a page       a preview     |
-///        | |          | | OK      v                    '-> Prescanning   |
-///        | |          | Asking  Scanning                   AreaPrescanning
-///        | |          |   ^       | lines                      | end     |
-///        | | fragment |   |       v                            |         |
-///        | '----------|---|--> Finishing                       |         |
-///        |   no feeder|   |       | page handled; the run      |         |
-///        |            '---+---- Between  goes on               |         |
-///        |                        |  (the next piece of a burst: Preparing)
-///        |  ended                 v                            v         v
-///        '--------------------- Ending <------ stop, refusal, failure, the last page
+///   Idle --scan, preview--> Preparing --prepared--> Scanning ---end---> Finishing --handled--> Ending --> Idle
+///    | |                     ^ ^ |  |                                    ^     |                 ^
+///    | |                     | | |  '--> Prescanning, AreaPrescanning ---|-----|------ end ------'
+///    | |                     | | '<--> Detecting, FindingPalette         |     |
+///    | |                     | |                                         |     | the run goes on
+///    | |     document loaded | '------- next piece of a burst -----.     |     v
+///    | '-batch--> Waiting ---'                                      '----|-- Between
+///    |             ^   ^                                                 |    |   |
+///    |             |   '---- OK ---- Asking <--- no feeder --------------|----'   |
+///    |             '---------------- next document ----------------------|--------'
+///    '-fragment----------------------------------------------------------'
+///   From every state a refusal, a stop and a failure lead to Ending; where a device runs, after its end.
 ///
-/// Finishing waits for the writer, Waiting for a document in the device, Asking for the user's next one.
+/// Detecting and FindingPalette return to where they began; a page of the panel begins them from Idle, too. Waiting
+/// is for a document in the device, Asking for the user's next one, Finishing for the writer.
 enum class RunState : int {
   Idle,
   Preparing,

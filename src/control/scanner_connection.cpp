@@ -98,6 +98,13 @@ bool ScannerConnection::hasFeeder() const {
   return !media || media->HasFeeder() != 0;
 }
 
-bool ScannerConnection::isDirect() const { return m_unit && m_unit->HasMode(kModeDirect) != 0; }
+bool ScannerConnection::takeDirectMode(CSharedScanParams& params) const {
+  if (!m_unit || !m_unit->HasMode(kModeDirect)) return false;
+  params.set(scan_key::CurrMode, kModeDirect);
+  params.quiet().colorSpace = colorSpaceOfMode(kModeDirect);
+  params.quiet().autoAnswer = 0;
+  params.set(scan_key::ScanType, kAreaFixedWidth);
+  return true;
+}
 
 }  // namespace quillbay

@@ -16,7 +16,6 @@ class CViewSync {
   explicit CViewSync(IKxView* view) : m_view(KxPtr<IKxView>::share(view)) {}
   /// Answers 32 and does nothing without a view, else 1.
   int enable(int enable);
-  [[nodiscard]] bool isEnabled() const noexcept { return m_enabled; }
   [[nodiscard]] bool hasView() const noexcept { return static_cast<bool>(m_view); }
   void invalidate();
   /// The area being scanned, in millimetres, and its resolution.

@@ -308,8 +308,11 @@ void CMainSettings::applyMode() {
 }
 
 void CMainSettings::setOrientation(bool portrait) {
-  params().set(scan_key::Portrait, portrait ? 1 : 0);
-  applyArea();
+  {
+    const QScopedValueRollback applying(m_applying, true);
+    params().set(scan_key::Portrait, portrait ? 1 : 0);
+  }
+  applyArea();  // outside that broadcast: others hear of the area, too
 }
 
 void CMainSettings::takeCentring(std::int32_t wished) {

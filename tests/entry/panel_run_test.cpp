@@ -1,4 +1,5 @@
 /// Runs of several pages, previews, and what hosts and settings see of them meanwhile.
+#include <QAbstractButton>
 #include <algorithm>
 
 #include "fake_scanner.h"
@@ -197,6 +198,35 @@ TEST_F(PanelTest, TheViewIsDrawnWithTheLastLinesAndKnowsWhereTheyLie) {
     EXPECT_DOUBLE_EQ(source->GetTransform().offsetY, 30);
   }
   close();
+}
+
+TEST_F(PanelTest, EveryChangeOfTheAreaIsHeardOf) {
+  ASSERT_TRUE(open("sim:size=210x120,width=914"));
+  const auto source = query<IRGetSource>(sink());
+  set("m_CurrMode", 5);
+  set("m_fCenter", 1);
+  const auto left = [&] { return source->GetTransform().offsetX; };
+  const auto area = [&] { return get("m_rcScan").get<tagRRECT>()->left; };
+  set("m_PaperName", "A4");
+  set("m_eScanType", 4);
+  EXPECT_DOUBLE_EQ(left(), area()) << "a paper";
+  const double before = area();
+  for (auto* button : window()->findChildren<QAbstractButton*>()) {
+    if (button->property("controlId").toInt() == (get("m_bPortrait").toInt() ? 112 : 111)) {
+      button->click();
+      break;
+    }
+  }
+  EXPECT_NE(area(), before);
+  EXPECT_DOUBLE_EQ(left(), area()) << "an orientation";
+  set("m_uiDPI", 300);
+  EXPECT_DOUBLE_EQ(source->GetTransform().scaleX, 25.4 / 300) << "a resolution";
+  const auto params = new_MemParam();
+  params->SetValue("RECT", tagRRECT{7, 0, 207, 100});
+  params->SetValue("ImageDPI", 600);
+  sink()->ApplyParams(params.get());
+  QCoreApplication::processEvents();
+  EXPECT_DOUBLE_EQ(left(), area()) << "a host's set";
 }
 
 TEST_F(PanelTest, ABatchWithoutAFeederAsksForEveryFurtherDocument) {
