@@ -4,6 +4,8 @@
 #include <algorithm>
 
 #include "desktop_fixture.h"
+#include "quillbay/scan_keys.h"
+#include "quillbay/scan_mode.h"
 #include "view/document_view_layout.h"
 
 namespace desktop {
@@ -139,6 +141,29 @@ TEST_F(LivePageTest, FilesThatWereScannedJoinTheDocumentAndTheLastOnesStay) {
   ASSERT_TRUE(scan());
   EXPECT_EQ(pages().size(), 2U);
   EXPECT_EQ(QDir(QString::fromStdString(dir.path())).entryList({"page*.tif"}).size(), 5);
+}
+
+TEST_F(LivePageTest, AFileThatIsScannedOverIsNoFileOfThePageThatItHeld) {
+  open();
+  const QString file = QString::fromStdString(dir.file("sheet.tif"));
+  quillbay::SaveRasterFile(nullptr, {quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 300, 200, 100)},
+                           file.toStdString(), false, nullptr);
+  window->openFiles({file});
+  ASSERT_EQ(pages().size(), 1U);
+  EXPECT_TRUE(pages()[0].isSaved());
+  toFiles();
+  std::string why;
+  EXPECT_TRUE(control()->SetParam(quillbay::key::Mask, "sheet", &why)) << why;
+  EXPECT_TRUE(control()->SetParam(quillbay::key::FileFate, int{quillbay::kFateOverwrite}, &why)) << why;
+  EXPECT_TRUE(control()->SetParam(quillbay::key::UseAutoCounter, 0, &why)) << why;
+  ASSERT_TRUE(scan());
+  ASSERT_EQ(pages().size(), 2U);
+  EXPECT_EQ(window->document().unsaved(), std::vector<int>{pages()[0].id}) << messages.join(' ').toStdString();
+  EXPECT_EQ(pages()[0].file(), QString());
+  window->settings().setNumber("KeepScannedPages", 0);
+  ASSERT_TRUE(scan());
+  EXPECT_EQ(pages().size(), 2U);
+  EXPECT_EQ(window->document().unsaved().size(), 2U) << "also by a page that does not stay";
 }
 
 TEST(PageRows, FillAWindowWithoutOverlaps) {

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <algorithm>
+#include <map>
 
 namespace desktop {
 
@@ -26,28 +27,35 @@ struct Group {
   [[nodiscard]] bool needsSaving() const { return isChanged || isReordered || file.source->closed > 0; }
 };
 
-Group& groupOf(std::vector<Group>& groups, const PageSourcePtr& source) {
-  const auto at =
-      std::find_if(groups.begin(), groups.end(), [&](const Group& group) { return group.file.source == source; });
-  if (at != groups.end()) return *at;
-  groups.push_back({{source, {}}});
-  return groups.back();
-}
+/// The files of pages, in the order of their first ones.
+class Groups {
+ public:
+  Group& of(const PageSourcePtr& source) {
+    const auto [at, isNew] = m_index.try_emplace(source.get(), m_groups.size());
+    if (isNew) m_groups.push_back({{source, {}}});
+    return m_groups[at->second];
+  }
+  [[nodiscard]] std::vector<Group>& all() { return m_groups; }
+
+ private:
+  std::vector<Group> m_groups;
+  std::map<const PageSource*, std::size_t> m_index;
+};
 
 template <class Wanted>
 SavePlan plan(const std::vector<Page>& pages, Wanted isWanted) {
   SavePlan plan;
-  std::vector<Group> groups;
+  Groups groups;
   for (const Page& page : pages) {
     if (page.file().isEmpty()) {
       if (isWanted(page.id)) plan.loose.push_back(page.id);
       continue;
     }
-    Group& group = groupOf(groups, page.source);
+    Group& group = groups.of(page.source);
     group.add(page);
     group.isWanted = group.isWanted || isWanted(page.id);
   }
-  for (Group& group : groups) {
+  for (Group& group : groups.all()) {
     if (group.isWanted && group.needsSaving()) plan.files.push_back(std::move(group.file));
   }
   return plan;
@@ -64,12 +72,12 @@ SavePlan planSave(const std::vector<Page>& pages, const std::vector<int>& ids) {
 }
 
 std::vector<PageSourcePtr> reorderedFiles(const std::vector<Page>& pages) {
-  std::vector<Group> groups;
+  Groups groups;
   for (const Page& page : pages) {
-    if (!page.file().isEmpty()) groupOf(groups, page.source).add(page);
+    if (!page.file().isEmpty()) groups.of(page.source).add(page);
   }
   std::vector<PageSourcePtr> files;
-  for (const Group& group : groups) {
+  for (const Group& group : groups.all()) {
     if (group.isReordered) files.push_back(group.file.source);
   }
   return files;

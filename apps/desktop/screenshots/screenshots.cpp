@@ -14,6 +14,7 @@
 #include <cstdio>
 
 #include "document/page_list.h"
+#include "document/save_plan.h"
 #include "quillbay/events.h"
 #include "quillbay/formats.h"
 #include "quillbay/scan_keys.h"
@@ -196,6 +197,11 @@ class Shooting {
            saveModal("unsaved",
                      [this] {
                        m_window.prompts().unsaved({"Page 1", "Page 2", "Page 3"});
+                     }) &&
+           saveModal("loses-pages",
+                     [this] {
+                       const SaveRisk risk{5, 3, true};
+                       m_window.prompts().agree(riskText("/srv/maps/plan.tif", risk), riskAnswer(risk));
                      }) &&
            saveModal("message", [this] { m_window.prompts().message(troubleMessage()); }) && saveRecovery();
   }
