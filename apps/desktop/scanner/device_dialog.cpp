@@ -21,6 +21,7 @@ using quillbay::UnitOption;
 namespace {
 constexpr double kMostOfScreen = 0.8;
 constexpr int kMargin = 24;
+constexpr int kMostNumbers = 8;  // a table of more is nothing to type for most users
 }  // namespace
 
 DeviceDialog::DeviceDialog(quillbay::KxPtr<quillbay::IUnitOptions> unit, const QString& name, QWidget* parent)
@@ -90,14 +91,14 @@ void DeviceDialog::addRow(QFormLayout& form, QGroupBox* group, const UnitOption&
   auto* field = new OptionField(option);
   QLabel* label = nullptr;
   if (field->label().isEmpty()) {
-    form.addRow(field);
+    form.addRow(field->control());
   } else {
     label = new QLabel(field->label());
     label->setBuddy(field->control());
     label->setToolTip(field->control()->toolTip());
-    form.addRow(label, field);
+    form.addRow(label, field->control());
   }
-  m_rows.push_back({field, label, group, option.advanced});
+  m_rows.push_back({field, label, group, option.advanced || option.count > kMostNumbers});
   connect(field, &OptionField::changed, this, [this, field](const QString& value) { set(*field, value); });
 }
 
@@ -115,9 +116,9 @@ void DeviceDialog::showValues() {
   for (const Row& row : m_rows) {
     const auto is = [&](const UnitOption& option) { return option.name == row.field->name(); };
     const auto option = std::find_if(options.begin(), options.end(), is);
-    row.field->setEnabled(option != options.end());
+    row.field->control()->setEnabled(option != options.end());
     if (option != options.end()) row.field->show(*option);
-    if (row.label) row.label->setEnabled(row.field->isEnabled());
+    if (row.label) row.label->setEnabled(row.field->control()->isEnabled());
   }
 }
 
@@ -127,12 +128,12 @@ void DeviceDialog::showRows() {
   for (const Row& row : m_rows) {
     hasAdvanced = hasAdvanced || row.isAdvanced;
     const bool isShown = showsAll || !row.isAdvanced;
-    row.field->setVisible(isShown);
+    row.field->control()->setVisible(isShown);
     if (row.label) row.label->setVisible(isShown);
   }
   for (const Row& row : m_rows) {
     const bool isShown = std::any_of(m_rows.begin(), m_rows.end(), [&](const Row& other) {
-      return other.group == row.group && !other.field->isHidden();
+      return other.group == row.group && !other.field->control()->isHidden();
     });
     row.group->setVisible(isShown);
   }

@@ -4,7 +4,6 @@
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QEvent>
-#include <QHBoxLayout>
 #include <QLineEdit>
 #include <QPushButton>
 #include <algorithm>
@@ -18,6 +17,7 @@ using quillbay::UnitOptionType;
 namespace {
 
 constexpr int kMostDecimals = 4;
+constexpr int kChoiceColumns = 16;
 
 QString shown(const std::string& text) { return QString::fromStdString(text); }
 
@@ -53,13 +53,9 @@ OptionField::Kind OptionField::kindOf(const UnitOption& option) {
   return isNumber && option.count == 1 ? Kind::Number : Kind::Text;
 }
 
-OptionField::OptionField(const UnitOption& option, QWidget* parent)
-    : QWidget(parent), m_option(option), m_kind(kindOf(option)) {
-  auto* row = new QHBoxLayout(this);
-  row->setContentsMargins(0, 0, 0, 0);
+OptionField::OptionField(const UnitOption& option) : m_option(option), m_kind(kindOf(option)) {
   make();
-  row->addWidget(m_control, 1);
-  setFocusProxy(m_control);
+  setParent(m_control);
   if (m_kind == Kind::Choice || m_kind == Kind::Number) m_control->setFocusPolicy(Qt::StrongFocus);
   m_control->installEventFilter(this);
   m_control->setAccessibleName(shown(option.title));
@@ -86,7 +82,8 @@ void OptionField::make() {
   switch (m_kind) {
     case Kind::Choice: {
       auto* box = new QComboBox;
-      box->setSizeAdjustPolicy(QComboBox::AdjustToContents);
+      box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+      box->setMinimumContentsLength(kChoiceColumns);
       connect(box, &QComboBox::activated, this, [this, box] { emit changed(box->currentData().toString()); });
       m_control = box;
       break;
@@ -126,7 +123,7 @@ void OptionField::makeNumber() {
 }
 
 bool OptionField::eventFilter(QObject* watched, QEvent* event) {
-  if (event->type() != QEvent::Wheel || m_control->hasFocus()) return QWidget::eventFilter(watched, event);
+  if (event->type() != QEvent::Wheel || m_control->hasFocus()) return QObject::eventFilter(watched, event);
   event->ignore();
   return true;
 }
@@ -156,7 +153,7 @@ void OptionField::fill() {
     line->setText(value);
   }
   m_control->setToolTip(tip());
-  setEnabled(m_option.active);
+  m_control->setEnabled(m_option.active);
   m_isShowing = false;
 }
 

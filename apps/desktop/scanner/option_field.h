@@ -1,20 +1,23 @@
 #pragma once
-#include <QWidget>
+#include <QObject>
+#include <QString>
 
 #include "quillbay/scanner.h"
+
+class QWidget;
 
 namespace desktop {
 
 /// One option of a device as a control: a list for choices, a switch, a number with its range and unit, a text, or
 /// a button.
-class OptionField : public QWidget {
+class OptionField : public QObject {
   Q_OBJECT
  public:
-  explicit OptionField(const quillbay::UnitOption& option, QWidget* parent = nullptr);
+  explicit OptionField(const quillbay::UnitOption& option);
   [[nodiscard]] const std::string& name() const { return m_option.name; }
   /// The label that belongs in front of it; empty where the control has its text itself.
   [[nodiscard]] QString label() const;
-  /// What a label's mnemonic goes to.
+  /// The control, to be put into a form.
   [[nodiscard]] QWidget* control() const { return m_control; }
   /// Shows the value, and the range or choices when they have changed.
   void show(const quillbay::UnitOption& option);

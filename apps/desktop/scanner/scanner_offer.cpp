@@ -45,7 +45,8 @@ ScannerOffer::ScannerOffer(quillbay::IScanManager* manager, QWidget* parent)
   column->addStretch();
   connect(m_use, &QPushButton::clicked, this, &ScannerOffer::useChosen);
   connect(m_list, &QListWidget::itemActivated, this, &ScannerOffer::useChosen);
-  connect(m_list, &QListWidget::currentRowChanged, this, [this](int row) { m_use->setEnabled(row >= 0); });
+  connect(m_list, &QListWidget::itemSelectionChanged, this,
+          [this] { m_use->setEnabled(!m_list->selectedItems().isEmpty()); });
   connect(m_again, &QPushButton::clicked, this, &ScannerOffer::search);
   connect(m_other, &QPushButton::clicked, this, &ScannerOffer::otherAsked);
   connect(m_simulated, &QPushButton::clicked, this, [this] {
@@ -88,13 +89,17 @@ void ScannerOffer::showFound() {
   m_list->setVisible(hasFound);
   m_use->setVisible(hasFound);
   if (!hasFound) return;
-  m_list->setCurrentRow(0);
-  // Unless the user is busy elsewhere, Return takes it.
-  if (const QWidget* focus = window()->focusWidget(); !focus || isAncestorOf(focus)) m_use->setFocus();
+  // The only one is what Return takes; of several the user chooses one. Unless the user is busy elsewhere.
+  const bool isOnly = m_devices.size() == 1;
+  m_list->setCurrentRow(isOnly ? 0 : -1);
+  m_use->setEnabled(isOnly);
+  const QWidget* focus = window()->focusWidget();
+  if (!focus || isAncestorOf(focus)) (isOnly ? static_cast<QWidget*>(m_use) : m_list)->setFocus();
 }
 
 void ScannerOffer::useChosen() {
-  const int row = m_list->currentRow();
+  // A list with the focus has a current row also when nothing is selected.
+  const int row = m_list->selectedItems().isEmpty() ? -1 : m_list->currentRow();
   if (row >= 0 && row < m_devices.size()) emit chosen(m_devices[row]);
 }
 
