@@ -103,6 +103,14 @@ class Desk:
     def click(self, x, y, button=1, times=1):
         self.xdotool("mousemove", "--sync", x, y, "click", "--repeat", times, "--delay", 20, button)
 
+    def drag(self, start, end, steps=12):
+        """With the left button, in steps: a single leap is no drag."""
+        places = [tuple(round(a + (b - a) * i / steps) for a, b in zip(start, end)) for i in range(steps + 1)]
+        self.xdotool("mousemove", "--sync", *places[0], "mousedown", 1)
+        for place in places[1:]:
+            self.xdotool("mousemove", "--sync", *place)
+        self.xdotool("mouseup", 1)
+
     def keys(self, *names):
         self.xdotool("key", "--delay", 4, *names)
 

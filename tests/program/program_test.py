@@ -2,6 +2,8 @@
 
 import unittest
 
+import numpy
+import tifffile
 from desk import wait_until
 from program_case import Case, short
 
@@ -112,6 +114,43 @@ class View(Story):
             self.expect_end()
             self.expect_files(saved.name, later.name)
             self.check_file(later.name)
+
+
+    def test_pages_are_moved_by_dragging_and_saved_as_a_whole(self):
+        def shapes():
+            with tifffile.TiffFile(plan) as tiff:
+                return [page.shape for page in tiff.pages]
+
+        with self.shown_on_failure():
+            plan = self.out / "plan.tif"
+            with tifffile.TiffWriter(plan) as tiff:
+                for length in (100, 200, 300):
+                    tiff.write(numpy.full((length, 200), length // 2, "u1"), resolution=(DPI, DPI),
+                               resolutionunit="INCH")
+            self.menu("File", "Open...")
+            self.answer_file_dialog("Open pages", plan, "Open")
+            self.focus_window("Quillbay")
+            short, middle, long = sizes = ("102 × 51", "102 × 102", "102 × 152")
+            self.expect_pages(*sizes)
+
+            entries = [item for item in self.find("list", "Pages").children() if item.role == "list item"]
+            x, y, width, height = entries[2].rectangle()
+            self.desk.drag(self.place(entries[0]), (x + width // 2, y + height - 4))
+            self.expect_pages(middle, long, short)
+            self.keys("ctrl+z")
+            self.expect_pages(*sizes)
+            self.keys("ctrl+shift+z")
+            self.expect_pages(middle, long, short)
+            self.keys("ctrl+s")
+            wait_until(shapes, lambda: shapes() == [(200, 200), (300, 200), (100, 200)])
+
+            self.desk.click(x + width // 2, y + height // 2)  # the entries are others now
+            self.keys("Delete")
+            self.expect_pages(middle, long)
+            self.keys("ctrl+s")
+            self.focus_window("Quillbay")
+            self.press("Save 2 pages")
+            wait_until(shapes, lambda: shapes() == [(200, 200), (300, 200)])
 
 
 class Files(Story):
