@@ -3,12 +3,15 @@
 #include <QComboBox>
 #include <QDialogButtonBox>
 #include <QDoubleSpinBox>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 
 #include "desktop_fixture.h"
+#include "recovery/session_guard.h"
+#include "scanner/job_bar.h"
 #include "scanner/scanner_offer.h"
 #include "scanner/sim_setup.h"
 
@@ -87,6 +90,73 @@ TEST_F(DesktopTest, RealScannersAreOfferedAndTheOnlyOneIsTheDefault) {
     }
     EXPECT_EQ(taken, row.taken);
   }
+}
+
+/// The system's driver for tests, with one device.
+class DeviceTest : public DesktopTest {
+ protected:
+  void SetUp() override {
+    m_before = qgetenv("SANE_CONFIG_DIR");
+    write("dll.conf", "test\n");
+    write("test.conf", "number_of_devices 1\n");
+    qputenv("SANE_CONFIG_DIR", QByteArray::fromStdString(dir.path()));
+  }
+  void TearDown() override {
+    window.reset();
+    qputenv("SANE_CONFIG_DIR", m_before);
+  }
+  /// What the device that is open has under a name.
+  std::string value(const char* name) {
+    const auto manager = quillbay::query<quillbay::IScanManager>(window->app());
+    const auto scanner = quillbay::KxPtr<quillbay::IScan>::adopt(manager->GetCurrent());
+    for (const auto& option : scanner.as<quillbay::IUnitOptions>()->GetOptions()) {
+      if (option.name == name) return option.value;
+    }
+    return {};
+  }
+  void press(const char* text) {
+    for (QPushButton* button : window->panelDock().bar().findChildren<QPushButton*>()) {
+      if (button->text() == text) button->click();
+    }
+  }
+
+ private:
+  void write(const char* name, const char* text) {
+    QFile file(QString::fromStdString(dir.file(name)));
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(text);
+  }
+  QByteArray m_before;
+};
+
+TEST_F(DeviceTest, WhatWasSetOfADeviceIsSetAgainAtTheNextStart) {
+  open("test:0");
+  window->prompts().device = [&](const quillbay::KxPtr<quillbay::IUnitOptions>& unit, const QString&) {
+    EXPECT_TRUE(unit->SetOption("test-picture", "Grid", nullptr));
+    return true;
+  };
+  auto* source = window->panelDock().bar().findChild<QComboBox*>();
+  ASSERT_EQ(source->currentText(), "Flatbed");
+  source->setCurrentIndex(1);
+  emit source->activated(1);
+  EXPECT_NE(control(), nullptr);
+  EXPECT_EQ(source->currentText(), "Feeder");
+  press("Scanner...");
+  EXPECT_TRUE(window->close());
+  window.reset();
+  open({});
+  EXPECT_EQ(value("test-picture"), "Grid");
+  EXPECT_EQ(value("source"), "Automatic Document Feeder");
+  EXPECT_EQ(window->panelDock().bar().findChild<QComboBox*>()->currentText(), "Feeder");
+}
+
+TEST_F(DesktopTest, AScannerOnTheNetworkIsLookedForBeforeItIsOpened) {
+  open("net:127.0.0.1:test:0", false);
+  EXPECT_TRUE(window->guard().watch().isWatching());
+  const auto* label = window->panelDock().findChild<QLabel*>("trouble");
+  ASSERT_TRUE(label);
+  EXPECT_TRUE(label->text().contains("Looking for net:127.0.0.1:test:0")) << label->text().toStdString();
+  EXPECT_FALSE(label->text().contains("There is no scanner")) << "nothing was opened";
 }
 
 TEST_F(DesktopTest, TheSetUpAndTheDeviceFollowEachOther) {
