@@ -203,8 +203,7 @@ void setPage(IQuillbayControl& control, int megabytes) {
   std::string why;
   const double lineBytes = kPageWidth / kMmPerInch * 300 * 3;
   const double length = megabytes * 1e6 / lineBytes / 300 * kMmPerInch;
-  const std::pair<const char*, CKxVariant> values[] = {{key::Autodetect, 0},
-                                                       {key::Center, 0},
+  const std::pair<const char*, CKxVariant> values[] = {{key::Center, 0},
                                                        {key::CurrMode, 7},
                                                        {key::Dpi, 300},
                                                        {key::RcScan, tagRRECT{0, 0, kPageWidth, length}},

@@ -90,7 +90,6 @@ PanelSetup::PanelSetup(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const
       m_saved(saved) {}
 
 void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
-  set(quillbay::key::Autodetect, 0, "--area", kUsage);  // the area is the one that was asked for
   applyMode();
   applyResolution();
   applyArea();

@@ -47,8 +47,8 @@ bool set(qb::IQuillbayControl& control, const char* key, const qb::CKxVariant& v
 
 // One grey A4 page at 150 dpi into `file`.
 bool scanInto(qb::IQuillbayControl& control, const QFileInfo& file) {
-  return set(control, qb::key::Autodetect, 0) && set(control, qb::key::CurrMode, qb::kModeGrey) &&
-         set(control, qb::key::Dpi, 150) && set(control, qb::key::ScanAreaType, qb::kAreaCustom) &&
+  return set(control, qb::key::CurrMode, qb::kModeGrey) && set(control, qb::key::Dpi, 150) &&
+         set(control, qb::key::ScanAreaType, qb::kAreaCustom) &&
          set(control, qb::key::RcScan, qb::tagRRECT{0, 0, 210, 297}) &&
          set(control, qb::key::Dir, file.absolutePath().toStdString()) &&
          set(control, qb::key::Mask, file.completeBaseName().toStdString()) &&

@@ -65,7 +65,6 @@ class DesktopTest : public testing::Test {
   }
   void smallPages() {
     std::string why;
-    EXPECT_TRUE(control()->SetParam("m_dwAutodetect", 0, &why)) << why;
     EXPECT_TRUE(control()->SetParam("m_CurrMode", 5, &why)) << why;
     EXPECT_TRUE(control()->SetParam("m_uiDPI", 100, &why)) << why;
     EXPECT_TRUE(control()->SetParam("m_rcScan", quillbay::tagRRECT{0, 0, 254, 127}, &why)) << why;

@@ -108,7 +108,6 @@ class PanelTest : public testing::Test {
     set("m_Dir", out.path());
     set("m_Mask", "page");
     set("m_fCenter", 0);
-    set("m_dwAutodetect", 0);
   }
   void close() {
     control = nullptr;

@@ -306,7 +306,6 @@ class Shooting {
     return false;
   }
   void choose(QSizeF size, int mode, int dpi) {
-    control()->SetParam(quillbay::key::Autodetect, 0, nullptr);
     control()->SetParam(quillbay::key::CurrMode, mode, nullptr);
     control()->SetParam(quillbay::key::ScanAreaType, quillbay::kAreaCustom, nullptr);
     control()->SetParam(quillbay::key::Center, 1, nullptr);

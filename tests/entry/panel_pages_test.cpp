@@ -5,7 +5,7 @@
 namespace quillbay {
 namespace {
 
-class PanelLayout : public PanelTest {
+class PanelPagesTest : public PanelTest {
  protected:
   [[nodiscard]] QWidget* part(const char* name) { return window()->findChild<QWidget*>(name); }
   [[nodiscard]] QRect placeOf(const char* name) {
@@ -20,7 +20,7 @@ class PanelLayout : public PanelTest {
   }
 };
 
-TEST_F(PanelLayout, OnlyPagesAndDestinationAreScrolled) {
+TEST_F(PanelPagesTest, OnlyPagesAndDestinationAreScrolled) {
   ASSERT_TRUE(open("sim:size=200x100"));
   showPanel({window()->minimumSizeHint().width(), 240});
   for (const char* name : {"commandToolbar", "nextName", "statusPlace"}) {
@@ -34,7 +34,7 @@ TEST_F(PanelLayout, OnlyPagesAndDestinationAreScrolled) {
       << "nothing is cut off at the side";
 }
 
-TEST_F(PanelLayout, TheSmallLayoutDoesNotSpreadItsRows) {
+TEST_F(PanelPagesTest, TheSmallLayoutDoesNotSpreadItsRows) {
   ASSERT_TRUE(open("sim:size=200x100"));
   showPanel({500, 900});
   const int rows = part("mask")->y() - part("dir")->y();
@@ -45,6 +45,19 @@ TEST_F(PanelLayout, TheSmallLayoutDoesNotSpreadItsRows) {
   EXPECT_FALSE(part("modeList")->isVisible());
   EXPECT_EQ(part("mask")->y() - part("dir")->y(), rows);
   EXPECT_LT(placeOf("mask").bottom(), 300) << "at the top";
+}
+
+TEST_F(PanelPagesTest, ARunIsRefusedWithThePagesMessage) {
+  ASSERT_TRUE(open("sim:size=254x127"));
+  smallPages();
+  set("m_rcScan", tagRRECT{0, 0, 254, 0});
+  EXPECT_TRUE(recorder->messages.empty()) << "not while it is set";
+  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+  ASSERT_TRUE(recorder->waitEnded());
+  EXPECT_EQ(recorder->cause, EndCause::Refused);
+  ASSERT_EQ(recorder->messages.size(), 1U);
+  EXPECT_NE(recorder->messages[0].find("length of 0"), std::string::npos) << recorder->messages[0];
+  EXPECT_TRUE(filesIn(out.path()).empty());
 }
 
 }  // namespace
