@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
 #include <QFileInfo>
 #include <QStringList>
 #include <map>
@@ -155,6 +156,18 @@ TEST_F(DocumentTest, AFileThatIsWrittenOverHoldsItsPagesNoMore) {
   document.noteScanned(write("closed.tif", 1), false);
   document.undo();
   EXPECT_FALSE(document.page(ids[0])->isSaved()) << "also what comes back";
+}
+
+TEST_F(DocumentTest, FilesThatAreNotThereAreToldApart) {
+  const QString one = write("one.tif", 1), link = QString::fromStdString(dir.file("link.tif"));
+  ASSERT_TRUE(QFile::link(one, link));
+  const auto missing = [this](const char* name) { return QString::fromStdString(dir.file(name)); };
+  EXPECT_TRUE(isSameFile(one, link));
+  EXPECT_TRUE(isSameFile(missing("a.tif"), missing("a.tif")));
+  EXPECT_FALSE(isSameFile(missing("a.tif"), missing("b.tif")));
+  const int first = document.addScanned(sheet(), "a.tif", missing("a.tif"), false);  // both still grow as parts
+  document.addScanned(sheet(), "b.tif", missing("b.tif"), false);
+  EXPECT_TRUE(document.page(first)->isSaved());
 }
 
 TEST_F(DocumentTest, EverythingIsUndoneAndDoneAgain) {

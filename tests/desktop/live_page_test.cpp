@@ -161,7 +161,14 @@ TEST_F(LivePageTest, AFileThatIsScannedOverIsNoFileOfThePageThatItHeld) {
   EXPECT_EQ(window->document().unsaved(), std::vector<int>{pages()[0].id}) << messages.join(' ').toStdString();
   EXPECT_EQ(pages()[0].file(), QString());
   window->settings().setNumber("KeepScannedPages", 0);
+  bool refused = false;
+  const auto link = QObject::connect(&window->panelDock(), &PanelDock::started, window.get(), [&] {
+    saveName = file;
+    refused = !window->saveCurrentAs();  // its file is written just now
+  });
   ASSERT_TRUE(scan());
+  QObject::disconnect(link);
+  EXPECT_TRUE(refused && messages.join(' ').contains("is being scanned")) << messages.join(' ').toStdString();
   EXPECT_EQ(pages().size(), 2U);
   EXPECT_EQ(window->document().unsaved().size(), 2U) << "also by a page that does not stay";
 }

@@ -21,7 +21,7 @@ PageSourcePtr Document::sourceOf(const QString& file, bool continues) {
   PageSourcePtr source;
   for (const auto& known : m_sources) {
     const auto now = known.lock();
-    if (now && QFileInfo(now->file) == QFileInfo(file) && !now->file.isEmpty()) source = now;  // the latest
+    if (now && !now->file.isEmpty() && isSameFile(now->file, file)) source = now;  // the latest
   }
   if (!source || (!continues && pagesInFile(file) <= source->held)) {
     detach(file, nullptr);
@@ -37,8 +37,7 @@ void Document::detach(const QString& file, const PageSource* keep) {
   const std::vector<int> before = saved();
   for (const auto& known : m_sources) {
     const auto source = known.lock();
-    if (!source || source.get() == keep || source->file.isEmpty() || QFileInfo(source->file) != QFileInfo(file))
-      continue;
+    if (!source || source.get() == keep || source->file.isEmpty() || !isSameFile(source->file, file)) continue;
     source->file.clear();
     ++source->writing;
   }
@@ -88,7 +87,8 @@ void Document::noteScanned(const QString& file, bool continues) { static_cast<vo
 
 void Document::notePublished(const QString& file) {
   for (const auto& known : m_sources) {
-    if (const auto source = known.lock(); source && QFileInfo(source->file) == QFileInfo(file)) {
+    const auto source = known.lock();
+    if (source && !source->file.isEmpty() && isSameFile(source->file, file)) {
       source->stamp = stampOf(file);
     }
   }

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <QFile>
+#include <QFileInfo>
 
 #include "quillbay/errors.h"
 #include "quillbay/formats.h"
@@ -19,6 +20,13 @@ FileStamp stampOf(const QString& file) {
   struct stat now {};
   if (::stat(QFile::encodeName(file).constData(), &now) != 0) return {};
   return {now.st_size, now.st_mtim.tv_sec * kNanoseconds + now.st_mtim.tv_nsec, now.st_ino};
+}
+
+bool isSameFile(const QString& one, const QString& other) {
+  const QFileInfo first(one), second(other);
+  if (first.absoluteFilePath() == second.absoluteFilePath()) return true;
+  const QString path = first.canonicalFilePath();  // empty for a file that is not there
+  return !path.isEmpty() && path == second.canonicalFilePath();
 }
 
 int pagesInFile(const QString& file) {

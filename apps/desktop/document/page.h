@@ -18,6 +18,8 @@ struct FileStamp {
 };
 
 [[nodiscard]] FileStamp stampOf(const QString& file);
+/// Whether two names are of one file, which need not be there.
+[[nodiscard]] bool isSameFile(const QString& one, const QString& other);
 /// The pages of a picture file on the disk; 0 when it is not there or is no picture.
 [[nodiscard]] int pagesInFile(const QString& file);
 

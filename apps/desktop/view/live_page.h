@@ -39,6 +39,8 @@ class LivePage : public QObject {
   [[nodiscard]] bool isRunning() const { return m_running; }
   /// Number of the page within its run, from 1.
   [[nodiscard]] int number() const { return m_info.page; }
+  /// The file that the page goes to, or the last one went to; empty without one.
+  [[nodiscard]] QString file() const { return QString::fromStdString(m_info.file); }
   /// Null until the first lines have come.
   [[nodiscard]] const quillbay::KxPtr<quillbay::IRStor>& raster() const { return m_raster; }
   [[nodiscard]] double dpi() const;

@@ -159,6 +159,7 @@ void MainWindow::makeLivePage() {
   m_pages->setLive(m_live);
   connect(m_panel, &PanelDock::pageStarted, m_live, &LivePage::begin);
   connect(m_panel, &PanelDock::pageDone, m_live, &LivePage::finish);
+  connect(m_panel, &PanelDock::published, m_document, &Document::notePublished);
   connect(m_panel, &PanelDock::ended, m_live, &LivePage::end);
   connect(m_live, &LivePage::note, m_log, &LogDock::note);
 }

@@ -75,6 +75,10 @@ void MainWindow::openFiles(const QStringList& files) {
 
 /// False when a file would lose something that the user wants to keep.
 bool MainWindow::mayReplace(const QString& file, const FileStamp& known, int pages) {
+  if (m_panel->isBusy() && !m_live->file().isEmpty() && isSameFile(m_live->file(), file)) {
+    tell(tr("%1 is being scanned. Save it when the scan has ended.").arg(file));
+    return false;
+  }
   const SaveRisk risk = riskOfReplacing(file, known, pages);
   return risk.isNone() || m_prompts.agree(riskText(file, risk), riskAnswer(risk));
 }
