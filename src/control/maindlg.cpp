@@ -128,10 +128,11 @@ int CMaindlg::StartUp() {
 }
 
 void CMaindlg::makeForm() {
-  m_form.emplace(this);
+  m_form = std::make_unique<PanelForm>(this);
   m_parts.status = &m_form->status();
-  m_toolbar.emplace(m_form->toolbar(), this, static_cast<bool>(query<IHelp>(m_params->app())),
-                    [this](int id) { buttonPressed(id); });
+  m_toolbar =
+      std::make_unique<PanelToolbar>(m_form->toolbar(), this, static_cast<bool>(query<IHelp>(m_params->app())),
+                                     [this](int id) { buttonPressed(id); });
   attachControls();
   connect(m_form->tabs(), &QTabBar::currentChanged, this, [this](int index) { chooseTab(index); });
 }

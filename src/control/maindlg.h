@@ -1,6 +1,5 @@
 #pragma once
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "control/focus_keeper.h"
@@ -141,8 +140,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   KxPtr<PanelProgress> m_progress;
   std::unique_ptr<CScanTo, DestinationReleaser> m_destination;
   FocusKeeper m_focus;
-  std::optional<PanelForm> m_form;
-  std::optional<PanelToolbar> m_toolbar;
+  std::unique_ptr<PanelForm> m_form;
+  std::unique_ptr<PanelToolbar> m_toolbar;
 
   int m_layout = 0;  ///< 0 full, 1 small ("m_fMinSize")
   bool m_initialised = false;

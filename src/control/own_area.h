@@ -10,7 +10,7 @@ class OwnArea {
  public:
   OwnArea(CSharedScanParams& params, ScanRun& run)
       : m_params(params), m_run(run), m_moved(params.values().rcScan), m_burst(run.burst()) {
-    if (m_burst) m_params.quiet().rcScan = *run.ownArea();
+    if (m_burst) m_params.quiet().rcScan = run.ownArea();
   }
   ~OwnArea() {
     if (!m_burst) return;

@@ -74,6 +74,7 @@ void PanelForm::orderTabbing() const {
   QWidget* last = nullptr;
   for (const QWidget* part :
        std::initializer_list<QWidget*>{m_toolbar, m_tabs, m_pageArea, m_destinationPlace, m_footerPlace}) {
+    if (!part) continue;
     for (QWidget* w : ring) {
       if (w != part && !part->isAncestorOf(w)) continue;
       if (last) QWidget::setTabOrder(last, w);

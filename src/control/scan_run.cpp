@@ -82,7 +82,7 @@ Actions ScanRun::start(RunKind kind, int wanted) {
   m_batch = kind == RunKind::Batch;
   m_fragment = kind == RunKind::Fragment;
   m_stopAsked = m_stopAfterPage = m_writerFinishes = m_wholePage = m_dropsPage = false;
-  m_ownArea.reset();
+  m_burst = false;
   m_expectedLines = m_lines = m_prescanRows = 0;
   m_start = {};
   m_record.begin(wanted);
@@ -118,7 +118,8 @@ Actions ScanRun::prepared(const Prepared& page) {
     return {{Do::ShowState}, {Do::StartUnit}};
   }
   m_fragment = page.fragment;
-  if (page.bursting && !m_ownArea) {
+  if (page.bursting && !m_burst) {
+    m_burst = true;
     m_ownArea = page.area;
     m_pieces = 0;
   }
@@ -243,8 +244,8 @@ Actions ScanRun::endBurst() {
   Actions todo;
   if (m_pieces > 0) m_record.addDocument();
   if (m_pieces > 0 && m_batch && !stops() && !m_record.hasAllWanted()) {
-    m_piece = *m_ownArea;
-    m_ownArea.reset();
+    m_piece = m_ownArea;
+    m_burst = false;
     enter(RunState::Between);
     return {{Do::MoveArea}, {Do::NextDocumentLater}};
   }
@@ -324,9 +325,9 @@ Actions ScanRun::end(EndCause cause, const UnitFault& fault, bool told) {
   enter(RunState::Ending);
   Actions todo;
   if (std::exchange(m_dropsPage, false)) todo.push_back({Do::DropPage});
-  if (m_ownArea) {
-    m_piece = *m_ownArea;
-    m_ownArea.reset();
+  if (m_burst) {
+    m_piece = m_ownArea;
+    m_burst = false;
     todo.push_back({Do::MoveArea});
   }
   todo.push_back({Do::ForgetFragment});

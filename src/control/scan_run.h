@@ -1,7 +1,6 @@
 #pragma once
 #include <atomic>
 #include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -109,7 +108,7 @@ class ScanRun {
   [[nodiscard]] bool isRunning() const noexcept;
   [[nodiscard]] RunKind kind() const noexcept { return m_kind; }
   [[nodiscard]] bool batch() const noexcept { return m_batch; }
-  [[nodiscard]] bool burst() const noexcept { return m_ownArea.has_value(); }
+  [[nodiscard]] bool burst() const noexcept { return m_burst; }
   [[nodiscard]] bool fragment() const noexcept { return m_fragment; }
   [[nodiscard]] bool stopAsked() const noexcept { return m_stopAsked; }
   [[nodiscard]] bool stopsAfterPage() const noexcept { return m_stopAfterPage; }
@@ -118,7 +117,7 @@ class ScanRun {
   /// Whether another page of this run follows the one that runs, as far as is known.
   [[nodiscard]] bool goesOn() const noexcept;
   /// The scan area that the user chose while a burst has moved it.
-  [[nodiscard]] const std::optional<tagRRECT>& ownArea() const noexcept { return m_ownArea; }
+  [[nodiscard]] const tagRRECT& ownArea() const noexcept { return m_ownArea; }
   /// The area of the next piece.
   [[nodiscard]] const tagRRECT& pieceArea() const noexcept { return m_piece; }
   [[nodiscard]] std::int64_t expectedLines() const noexcept { return m_expectedLines; }
@@ -176,7 +175,7 @@ class ScanRun {
   void clearBatch() noexcept { m_batch = false; }
   /// The user's own area of a burst was changed by the host.
   void setOwnArea(const tagRRECT& area) {
-    if (m_ownArea) m_ownArea = area;
+    if (m_burst) m_ownArea = area;
   }
   /// A whole page was handed to the writer, which has not reported yet.
   void writerBegins() noexcept { m_writerFinishes = true; }
@@ -202,10 +201,11 @@ class ScanRun {
   bool m_stopAsked = false;
   bool m_stopAfterPage = false;
   bool m_writerFinishes = false;
-  bool m_wholePage = false;           // scanned to its end, not handed over
-  bool m_dropsPage = false;           // a page is open that nobody takes
-  std::optional<tagRRECT> m_ownArea;  // set while a burst runs
-  int m_pieces = 0;                   // of the burst's document
+  bool m_wholePage = false;  // scanned to its end, not handed over
+  bool m_dropsPage = false;  // a page is open that nobody takes
+  bool m_burst = false;
+  tagRRECT m_ownArea{};  // the user's, while a burst runs
+  int m_pieces = 0;      // of the burst's document
   tagRRECT m_piece{};
   std::int64_t m_expectedLines = 0;
   std::int64_t m_lines = 0;
