@@ -182,11 +182,16 @@ TEST_F(Manager, RememberedScannerIsFoundAgainUnderAnotherName) {
 }
 
 TEST_F(Manager, AHostThatWatchesIsNotKeptWaiting) {
-  remember("test:7", "frontend-tester");
   const auto asked = saneConfig.folder() / "asked";
   replaceHelper("touch '" + asked.string() + "'");
-  manager = new_IScanManagerEx(app.get(), 2);
-  manager->Initialise("", settings.get(), 0);
+  const auto fresh = [&] {
+    manager = new_IScanManagerEx(app.get(), 2);
+    manager->Initialise("", settings.get(), 0);
+  };
+  fresh();
+  EXPECT_EQ(current().as<IUnitFault>()->GetFault().code, UnitFaultCode::NotChosen);
+  remember("test:7", "frontend-tester");
+  fresh();
   EXPECT_FALSE(isUnit(current()));
   EXPECT_FALSE(std::filesystem::exists(asked)) << "devices were listed";
   EXPECT_NE(faultText(current()).find("no scanner test:7"), std::string::npos) << faultText(current());

@@ -214,6 +214,29 @@ TEST(SaneFaults, FeederRunsEmptyAfterTenSheets) {
   expectWorks(scanner);
 }
 
+// A device of unknown length takes no area: a sheet in the feeder is read to its end, so that the next one follows;
+// a page on the bed only as far as it is wanted.
+TEST(SaneFaults, PagesThatAreCutFollowOneAnother) {
+  SaneScanner scanner;
+  scanner.set({{"hand-scanner", "yes"}});
+  for (const char* source : {"Automatic Document Feeder", "Flatbed"}) {
+    SCOPED_TRACE(source);
+    scanner.set({{"source", source}});
+    Request page{5, 100, {10, 0, 60, 50}};
+    page.batch = true;
+    for (int i = 0; i < 3; ++i) {
+      WaitingSink sink;
+      ASSERT_TRUE(scanner.scan(page, &sink)) << scanner.fault().text;
+      EXPECT_EQ(sink.ended, std::vector<int>{1}) << scanner.fault().text;
+      EXPECT_EQ(sink.width, 197);
+      EXPECT_EQ(sink.lineCount, 197);
+      EXPECT_EQ(sink.announced, -1) << "the sheet may end before";
+    }
+  }
+  scanner.set({{"hand-scanner", "no"}});
+  expectWorks(scanner);
+}
+
 TEST(SaneFaults, RefusesWhatTheDeviceDoesNotOffer) {
   struct Case {
     const char* why;
