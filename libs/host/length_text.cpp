@@ -159,6 +159,20 @@ std::optional<double> millimetresOf(const TypedLength& typed, const std::string&
   return std::isfinite(length) ? std::optional(length) : std::nullopt;
 }
 
+/// What a text may mean.
+struct Candidate {
+  std::string number;
+  double mm = 0;
+};
+
+std::optional<Candidate> candidateOf(const TypedLength& typed, char decimal, double factor) {
+  auto number = numberText(typed.parts, decimal);
+  if (!number) return std::nullopt;
+  const auto mm = millimetresOf(typed, *number, factor);
+  if (!mm) return std::nullopt;
+  return Candidate{std::move(*number), *mm};
+}
+
 LengthReading lengthOf(double mm) { return {LengthReading::Kind::Length, mm, {}, {}}; }
 
 /// "1.189" where a comma is the decimal mark: a fraction, or a thousand and 189.
@@ -185,19 +199,14 @@ LengthReading readLength(std::string_view text, double factor, bool decimalComma
   if (trimmed(text).empty()) return lengthOf(0);
   const auto typed = takeApart(text);
   if (!typed) return {};
-  const auto grouped = numberText(typed->parts, decimalComma ? ',' : '.');
+  const auto grouped = candidateOf(*typed, decimalComma ? ',' : '.', factor);
   // A dot is taken for the decimal mark everywhere, unless commas stand beside it.
   const bool hasComma =
       std::any_of(typed->parts.begin(), typed->parts.end(), [](const Part& p) { return p.mark == ','; });
-  const auto dotted = decimalComma && !hasComma ? numberText(typed->parts, '.') : std::nullopt;
-  const auto asGrouped = grouped ? millimetresOf(*typed, *grouped, factor) : std::nullopt;
-  const auto asFraction = dotted ? millimetresOf(*typed, *dotted, factor) : std::nullopt;
-  const double one = asGrouped.value_or(0), other = asFraction.value_or(0);
-  if (asGrouped && asFraction && one != other) {
-    return range.holds(other) ? ambiguous(*typed, *dotted, *grouped) : lengthOf(one);
-  }
-  if (!asGrouped && !asFraction) return {};
-  return lengthOf(asGrouped ? one : other);
+  const auto fraction = decimalComma && !hasComma ? candidateOf(*typed, '.', factor) : std::nullopt;
+  if (!grouped) return fraction ? lengthOf(fraction->mm) : LengthReading{};
+  const bool isOpen = fraction && fraction->mm != grouped->mm && range.holds(fraction->mm);
+  return isOpen ? ambiguous(*typed, fraction->number, grouped->number) : lengthOf(grouped->mm);
 }
 
 std::string formatDecimal(double value, int decimals, char point) {

@@ -206,18 +206,20 @@ void CDialog::attach(QWidget* control, int id) {
       logLine(LogLevel::Error, "quillbay.widgets",
               formatText("control %s is a %s, which raises no commands",
                          {std::to_string(id), control->metaObject()->className()}));
-      assert(!"a control of a kind that CDialog does not know");
+      assert(knows(*control));
       break;
   }
   guardFromWheel(control);
 }
 
+void CDialog::entryChosen(int id, int index) {
+  const QPointer<CDialog> self(this);
+  command(id, kCodeAccepted, index);
+  if (self) command(id, kCodeSelected, index);
+}
+
 void CDialog::connectCombo(QComboBox* combo, int id) {
-  connect(combo, &QComboBox::activated, this, [this, id](int index) {
-    const QPointer<CDialog> self(this);
-    command(id, kCodeAccepted, index);
-    if (self) command(id, kCodeSelected, index);
-  });
+  connect(combo, &QComboBox::activated, this, [this, id](int index) { entryChosen(id, index); });
   if (auto* edit = combo->lineEdit())
     connect(edit, &QLineEdit::textEdited, this, [this, id] { command(id, kCodeComboEdited, 0); });
 }

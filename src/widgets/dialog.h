@@ -83,6 +83,7 @@ class CDialog : public QWidget {
   void attachTools(const QToolBar& bar);
   void attach(QWidget* control, int id);
   void connectCombo(QComboBox* combo, int id);
+  void entryChosen(int id, int index);
   void connectList(QListWidget* list, int id);
   void guardFromWheel(QWidget* control);
   /// A command of a control; one that ends a modal dialog does so unless it was handled.
