@@ -95,8 +95,7 @@ void CMaindlg::leaveWindow() {
   if (m_params->destination == m_destination.get()) m_params->destination = nullptr;
   if (m_params->progress.get() == m_progress.get()) m_params->progress = nullptr;
   if (m_guard.leave()) return delete this;
-  hide();
-  setParent(nullptr);
+  setParent(nullptr);  // hides it, too
 }
 
 IQuillbaySink* CMaindlg::sink() const noexcept { return m_sink.get(); }
@@ -157,6 +156,7 @@ void CMaindlg::makeDestination() {
     return KxPtr<ISStripStor>::adopt(new CScanToFileStor(m_params->app(), m_progress.get()));
   };
   context.controller = this;
+  context.events = m_host.toldEvents();
   context.parent = m_form->destinationPlace();
   m_destination.reset(quillbay::makeDestination(context).release());
   if (!m_destination) return;

@@ -1,5 +1,7 @@
 #include "control/panel_host.h"
 
+#include "control/told_events.h"
+
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 
@@ -26,7 +28,7 @@ int PanelHost::execCommand(const char* command, IParam* arguments) const {
 }
 
 int PanelHost::message(EventKind kind, const std::string& text, EventButtons buttons) const {
-  callOutside(m_life, [&] { m_listeners.message(text); });
+  callOutside(m_life, [&] { m_listeners.message(splitEventText(text).text); });
   const auto events = query<IEvents>(m_params->app());
   if (!events) {
     logLine(LogLevel::Warning, "quillbay.control", text);
@@ -37,7 +39,7 @@ int PanelHost::message(EventKind kind, const std::string& text, EventButtons but
 }
 
 int PanelHost::event(int code, const std::string& text, EventButtons buttons) const {
-  callOutside(m_life, [&] { m_listeners.message(text); });
+  callOutside(m_life, [&] { m_listeners.message(splitEventText(text).text); });
   const auto events = query<IEvents>(m_params->app());
   if (!events) {
     logLine(LogLevel::Warning, "quillbay.control", text);
@@ -48,6 +50,11 @@ int PanelHost::event(int code, const std::string& text, EventButtons buttons) co
 
 void PanelHost::note(const std::string& text) const {
   if (const auto events = query<IEvents>(m_params->app())) events->Note("quillbay.control", text.c_str());
+}
+
+KxPtr<IEvents> PanelHost::toldEvents() const {
+  auto events = query<IEvents>(m_params->app());
+  return events ? KxPtr<IEvents>::adopt(new ToldEvents(std::move(events), m_listeners)) : KxPtr<IEvents>{};
 }
 
 bool PanelHost::isInteractive() const {

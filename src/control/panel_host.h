@@ -30,6 +30,8 @@ class PanelHost {
   /// The same for an event by number.
   int event(int code, const std::string& text, EventButtons buttons) const;
   void note(const std::string& text) const;
+  /// The host's events for the destination; null where the host has none.
+  [[nodiscard]] KxPtr<IEvents> toldEvents() const;
   /// Whether a user sits before the program.
   [[nodiscard]] bool isInteractive() const;
   /// Asks the host to let go of its rasters; false: it refuses. `inRun`: it must ask nobody.

@@ -15,6 +15,7 @@ struct DestinationContext {
   eTarnwellMode mode = ScanToFile;  ///< 0-3
   KxPtr<CSharedScanParams> params;
   IPanelController* controller = nullptr;  ///< carries the script commands as well
+  KxPtr<IEvents> events;                   ///< the host's; null: as the application object has them
   CWnd* parent = nullptr;
   /// Makes the store for a page of the mode: one that writes a file for Scan To File and Scan To Net, one that
   /// collects the page for the others.

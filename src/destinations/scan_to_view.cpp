@@ -300,7 +300,9 @@ int CScanToView::Show(int command) {
 
 void CScanToView::GetTargetText(std::string* out) { *out = buildOutputPath(makeNameContext(m_params)); }
 
-KxPtr<IEvents> CScanToView::events() const { return query<IEvents>(m_params.app()); }
+KxPtr<IEvents> CScanToView::events() const {
+  return m_context.events ? m_context.events : query<IEvents>(m_params.app());
+}
 
 bool CScanToView::isInteractive() const {
   const auto interior = query<IAppInterior>(m_params.app());

@@ -261,6 +261,7 @@ TEST_F(PanelTest, RefusalsLeaveThePanelIdle) {
   ASSERT_TRUE(recorder->waitEnded());
   EXPECT_EQ(recorder->cause, EndCause::Output);
   EXPECT_FALSE(control->IsBusy());
+  EXPECT_EQ(recorder->messages, messages) << "listeners hear of it, too";
   ASSERT_EQ(messages.size(), 1U);
   set("m_Dir", out.path());
   ASSERT_TRUE(control->Start(StartKind::Scan, 1));
