@@ -77,6 +77,7 @@ bool Document::isNamed(const QString& name) const {
 
 std::vector<int> Document::order() const {
   std::vector<int> ids;
+  ids.reserve(m_pages.size());
   for (const Page& page : m_pages) ids.push_back(page.id);
   return ids;
 }
@@ -205,6 +206,7 @@ void Document::doAgain(PageChange& change) {
     if (Page* page = find(replaced->id)) show(*page, replaced->after);
   } else if (auto* closed = std::get_if<PagesClosed>(&change)) {
     std::vector<int> ids;
+    ids.reserve(closed->pages.size());
     for (const auto& [place, page] : closed->pages) ids.push_back(page.id);
     *closed = closeNow(ids);  // as they are now: they may have been saved meanwhile
   } else if (const auto* moved = std::get_if<PagesMoved>(&change)) {
