@@ -27,7 +27,7 @@ class DeviceWatch : public QObject {
   [[nodiscard]] bool isWatching() const { return m_watching; }
   /// The device string of the scanner that it waits for.
   [[nodiscard]] QString device() const { return QString::fromStdString(m_lost.device); }
-  /// What it waits for, for a person: vendor and model, else the device string.
+  /// What it waits for, as a user knows it: vendor and model, else the device string.
   [[nodiscard]] QString name() const;
   /// How long it waits between the first looks and at most.
   void setDelays(std::chrono::milliseconds first, std::chrono::milliseconds most);

@@ -16,9 +16,9 @@ namespace desktop {
 /// Whether the settings hold choices for the current scanner, from a panel that was closed.
 bool knowsScanner(quillbay::IApp* app);
 
-/// What a person gets who meets a scanner for the first time: nothing of the document is cut off, and pages have a
+/// What a user gets who meets a scanner for the first time: nothing of the document is cut off, and pages have a
 /// place to go to. Colour at 200 dpi where the device has them, the whole bed to the document's end, files in the
-/// person's folder for documents.
+/// user's folder for documents.
 void makeFirstChoices(quillbay::IApp* app, quillbay::IQuillbayControl* control);
 
 }  // namespace desktop

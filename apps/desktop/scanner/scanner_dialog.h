@@ -14,7 +14,7 @@ namespace desktop {
 
 class SimSetup;
 
-/// Lets the person choose a scanner from the list of devices, or type the device's name. The simulated scanner's
+/// Lets the user choose a scanner from the list of devices, or type the device's name. The simulated scanner's
 /// name holds its set-up ("sim:width=600,size=420x297"); a form shows it and follows it.
 class ScannerDialog : public QDialog {
   Q_OBJECT

@@ -219,7 +219,7 @@ void SimSetup::makePlace(Part& part) {
   m_left = newNumber(-100000, 100000, 3, tr(" mm"));
   m_top = newNumber(-100000, 100000, 3, tr(" mm"));
   add(part, tr("&From the left"), m_left, tr("From the bed's left edge to the paper's top left corner"));
-  add(part, tr("From the &top"), m_top, tr("From the begin of the scan to the paper's top left corner"));
+  add(part, tr("From the &top"), m_top, tr("From the start of the scan to the paper's top left corner"));
   bind({"at",
         {},
         [this](const QString& text) {
@@ -328,7 +328,7 @@ void SimSetup::makeAdvanced() {
   addNumber(part, tr("&Longest scan"), "length", 0, 0, 1e6, 3, tr(" mm"), tr("No scan is longer"))
       ->setSpecialValueText(tr("no limit"));
   addChoice(part, tr("Ce&ntring"), "centring", "0",
-            {{"0", tr("The person chooses")}, {"1", tr("Always")}, {"2", tr("Never")}},
+            {{"0", tr("The user chooses")}, {"1", tr("Always")}, {"2", tr("Never")}},
             tr("Whether the device takes the paper for centred"));
   addChoice(part, tr("&Bits a sample"), "depth", "8", {{"8", "8"}, {"16", "16"}},
             tr("What the device delivers; pages have 8"));

@@ -29,7 +29,7 @@ class SimSetup : public QWidget {
   void showPart(int part);
 
  signals:
-  /// A field was changed by the person.
+  /// A field was changed by the user.
   void changed();
 
  private:
