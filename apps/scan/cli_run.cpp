@@ -59,7 +59,8 @@ void CliRun::stop() {
 void CliRun::OnPageFinished(const quillbay::PageInfo& page) {
   m_reporter.page(page);
   const bool isLast = !m_options.batch || (*m_options.batch != 0 && page.page >= *m_options.batch);
-  if (!isLast && m_next.comesBetween() && !m_next.wait()) m_control->Stop(StopKind::AfterPage);
+  if (!isLast && m_next.comesBetween() && !m_next.wait("Ready for the next page."))
+    m_control->Stop(StopKind::AfterPage);
 }
 
 int CliRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {

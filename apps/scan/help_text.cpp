@@ -62,7 +62,9 @@ constexpr std::array kSections{
     Section{"EXIT STATUS",
             ".TP\n.B 0\nDone. An empty feeder after at least one page is success.\n"
             ".TP\n.B 1\nThe command line is wrong; nothing was created.\n"
-            ".TP\n.B 2\nThe device cannot be used, does not offer what was asked, or failed.\n"
+            ".TP\n.B 2\nThe device cannot be used, does not offer what was asked, or failed; or none was named and "
+            "there is "
+            "not exactly one.\n"
             ".TP\n.B 3\nA file could not be written, or was in the way.\n"
             ".TP\n.B 4\nThere was no document.\n"
             ".TP\n.B 128 + N\nStopped by signal N.\n"},

@@ -27,7 +27,7 @@ bool NextPage::comesBetween() const { return m_feeds && (m_options.batchPrompt |
 
 bool NextPage::wait(const std::string& what) {
   if (m_options.batchDelay) return sleep(false, *m_options.batchDelay) == Woken::Time;
-  m_reporter.prompt(what + (what.empty() ? "" : " ") + "Return scans the next page, Ctrl-D ends: ");
+  m_reporter.prompt(what + " Return scans it, Ctrl-D ends: ");
   const bool goesOn = readLine();
   m_reporter.promptEnded(goesOn);
   m_ended = !goesOn && Interrupts::number() == 0;

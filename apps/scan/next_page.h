@@ -18,7 +18,7 @@ class NextPage {
   [[nodiscard]] bool comesBetween() const;
   /// Waits; `what` goes before the question. Answers whether the next page is scanned; a signal and the end of
   /// standard input mean no.
-  bool wait(const std::string& what = {});
+  bool wait(const std::string& what);
   /// Whether the person has ended the batch.
   [[nodiscard]] bool isEnded() const noexcept { return m_ended; }
 

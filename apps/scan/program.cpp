@@ -50,7 +50,9 @@ KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter
                                                    : quillbay::HostLog::Debug;
   host.onMessage = [&](const quillbay::HostMessage& message) {
     if (message.event == quillbay::kEventNextDocument) {
-      return next.wait(message.text) ? quillbay::EventAnswer::Ok : quillbay::EventAnswer::GiveUp;
+      // The event's own text speaks of buttons.
+      return next.wait("Put the next document on the scanner.") ? quillbay::EventAnswer::Ok
+                                                                : quillbay::EventAnswer::GiveUp;
     }
     reporter.message(message, hintFor(message));
     refusals.hear(message);

@@ -298,19 +298,33 @@ class Batches(Case):
                 self.assertEqual(tags["ResolutionUnit"].value, tifffile.RESUNIT.INCH)
             self.assertTrue((raw.pages[0].asarray() != raw.pages[99].asarray()).any())
 
-    def test_a_prompt_comes_between_the_pages(self):
-        cases = [  # what is typed, the exit status, the pages
-            ("", 0, 1), ("\n", 0, 2), ("next\n\n", 0, 3), ("\n\n\n", 0, 3),
+    def test_a_prompt_comes_between_the_documents(self):
+        flatbed = SMALL + ",source=flatbed"
+        halves = ["--area", "custom:0,0,200,75", "--bursting"]
+        cases = [  # device, arguments, what is typed, the exit status, the pages
+            (self.FEEDER, ["--batch-prompt"], "", 0, 1),
+            (self.FEEDER, ["--batch-prompt"], "\n", 0, 2),
+            (self.FEEDER, ["--batch-prompt"], "next\n\n", 0, 3),
+            (self.FEEDER, ["--batch-prompt"], "\n\n\n", 0, 3),
+            (flatbed, ["--batch-prompt"], "\n", 0, 2),
+            (flatbed, ["--batch-prompt", "--batch=2"], "\n\n\n", 0, 2),
+            (flatbed, ["--batch-prompt", *halves], "\n", 0, 4),
+            (flatbed, ["--batch-delay", "0.01", "--batch=2"], "", 0, 2),
+            (flatbed, ["--batch=1"], "", 0, 1),
+            (flatbed, [], "\n", 1, 0),  # nobody sits before a pipe
+            (self.FEEDER, ["--batch-prompt", *halves], "\n", 1, 0),
         ]
-        for typed, status, pages in cases:
-            with self.subTest(typed=typed):
-                done = subprocess.run(self.command(*A_PAGE, "--batch", "--batch-prompt", "--multipage", "-o", "m.tif",
-                                                   device=self.FEEDER), cwd=self.out, env=self.env, timeout=LIMIT,
-                                      input=typed, capture_output=True, text=True)
-                self.assertEqual((done.returncode, done.stdout), (status, f"{self.out}/m.tif\n"), done.stderr)
-                self.assertIn("Return", done.stderr)
-                self.assertEqual(len(self.pages("m.tif")), pages)
-                (self.out / "m.tif").unlink()
+        for device, arguments, typed, status, pages in cases:
+            with self.subTest(device=device, arguments=arguments, typed=typed):
+                command = self.command(*A_PAGE, "--batch", *arguments, "--multipage", "-o", "m.tif", device=device)
+                done = subprocess.run(command, cwd=self.out, env=self.env, timeout=LIMIT, input=typed,
+                                      capture_output=True, text=True)
+                self.assertEqual(done.returncode, status, done.stderr)
+                self.assertEqual(len(done.stdout.splitlines()), int(pages > 0))
+                self.assertEqual("Return" in done.stderr, "--batch-prompt" in arguments and pages > 0)
+                if pages:
+                    self.assertEqual(len(self.pages("m.tif")), pages)
+                    (self.out / "m.tif").unlink()
 
     def pieces_and_sheets(self, device, area, *batch):
         """The pieces of a burst, and the sheets of the same device in one piece each, as lists of lines."""
