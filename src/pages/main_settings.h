@@ -41,7 +41,7 @@ class CMainSettings final : public CTab {
     kTop = 1403,
     kLength = 1404,
     kAddedWidth = 1405,
-    kDetectWidth = 1411,     ///< toggles bit 2 of "m_dwAutodetect"
+    kDetectWidth = 1411,     ///< toggles bit 2 of `key::Autodetect`
     kDetectLength = 1412,    ///< bit 4
     kDetectPosition = 1413,  ///< bit 8
     kDetectSkew = 1414,      ///< bit 16
@@ -127,7 +127,7 @@ class CMainSettings final : public CTab {
   CIChangeParams m_changes{this};
   CountdownTimer m_applyTimer;
   std::optional<DpiRange> m_dpiRange;
-  bool m_areaTyped = false;  // the fields hold an area that "m_rcScan" does not have yet
+  bool m_areaTyped = false;  // the fields hold an area that `key::RcScan` does not have yet
   bool m_allPapers = false;  // the list shows the seldom used papers as well
   QString m_fieldNote;       // why a field does not show what was typed
   QString m_lengthTip;       // of a length that counts

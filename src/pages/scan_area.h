@@ -14,8 +14,8 @@ struct AreaFields {
 
 /// Whether offsets are computed from centring with these settings: automatic areas bring their own position.
 [[nodiscard]] bool showsCentred(const ScanValues& values) noexcept;
-/// The fields for "m_rcScan": the width held to the bed (and to exactly it within 0.001 mm), the offset so that the
-/// area stays on the bed.
+/// The fields for `key::RcScan`: the width held to the bed (and to exactly it within 0.001 mm), the offset so that
+/// the area stays on the bed.
 [[nodiscard]] AreaFields fieldsOf(const ScanValues& values) noexcept;
 /// The area that edited fields mean: on the bed, at least the minimum width wide (the bed wins when it is
 /// narrower), centred when centring is on.
@@ -48,7 +48,7 @@ struct AutodetectEffect {
 };
 [[nodiscard]] AutodetectEffect autodetectEffect(const ScanValues& values) noexcept;
 
-/// "m_fCenter" as the scanner lets it be: forced where it always or never centres.
+/// `key::Center` as the scanner lets it be: forced where it always or never centres.
 [[nodiscard]] std::int32_t allowedCentring(std::int32_t centring, std::int32_t wished) noexcept;
 
 }  // namespace quillbay
