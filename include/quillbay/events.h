@@ -54,7 +54,7 @@ struct EventText {
 /// Parts a message from its help topic. A topic is "$BOOK:IDH_NAME$" at the very end of the message, BOOK and NAME
 /// of letters, digits and underscores; every other dollar sign belongs to the text, which may hold paths.
 [[nodiscard]] inline EventText splitEventText(const std::string& message) {
-  const EventText plain{message, {}};
+  EventText plain{message, {}};
   if (message.size() < 2 || message.back() != '$') return plain;
   const auto first = message.rfind('$', message.size() - 2);
   if (first == std::string::npos) return plain;
