@@ -143,7 +143,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   std::unique_ptr<PanelForm> m_form;
   std::unique_ptr<PanelToolbar> m_toolbar;
 
-  int m_layout = 0;  ///< 0 full, 1 small ("m_fMinSize")
+  int m_layout = 0;  ///< 0 full, 1 small (`key::Layout`)
   bool m_initialised = false;
   bool m_directMode = false;
 };

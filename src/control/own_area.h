@@ -4,7 +4,7 @@
 
 namespace quillbay {
 
-/// While one lives, "m_rcScan" is the area that the user chose, also in a burst, which moves it from piece to
+/// While one lives, `key::RcScan` is the area that the user chose, also in a burst, which moves it from piece to
 /// piece: for whatever saves, reports or changes settings. Stores silently. Nothing that scans runs meanwhile.
 class OwnArea {
  public:

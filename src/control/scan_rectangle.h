@@ -6,11 +6,11 @@ namespace quillbay {
 
 /// What the scan rectangle is computed from; lengths in millimetres.
 struct ScanRectangleInput {
-  tagRRECT area;            ///< "m_rcScan"
+  tagRRECT area;            ///< `key::RcScan`
   int addWidthPercent = 0;  ///< widens the area by this percentage
   double bedWidth = 900;
   double minWidth = 110;
-  bool centre = false;        ///< "m_fCenter"
+  bool centre = false;        ///< `key::Center`
   bool fragment = false;      ///< the fragment is scanned, not the area
   bool areaWasFound = false;  ///< the area comes from a detection that found it
 };

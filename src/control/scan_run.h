@@ -86,7 +86,7 @@ using Actions = std::vector<Action>;
 struct Prepared {
   bool bursting = false;           ///< the page is the first piece of a burst
   bool fragment = false;           ///< the fragment is scanned, not the area
-  tagRRECT area{};                 ///< "m_rcScan"
+  tagRRECT area{};                 ///< `key::RcScan`
   std::int64_t expectedLines = 0;  ///< 0: unknown
 };
 

@@ -17,8 +17,8 @@ class IAreaDetection {
   virtual ~IAreaDetection() = default;
   /// Whether this panel can find a document at all.
   [[nodiscard]] virtual bool IsOffered() const = 0;
-  /// Looks for the document with the settings of `request`; `mask` -1 takes "m_dwAutodetect", otherwise bits of it.
-  /// Answers 1 to go on (the area may have been found, or detection is off), 0 when the person declined.
+  /// Looks for the document with the settings of `request`; `mask` -1 takes `key::Autodetect`, otherwise bits of
+  /// it. Answers 1 to go on (the area may have been found, or detection is off), 0 when the person declined.
   virtual int Detect(IParam* request, int mask) = 0;
   /// Whether the last `Detect` found the area.
   [[nodiscard]] virtual bool AreaFound() const = 0;

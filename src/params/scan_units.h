@@ -7,7 +7,7 @@
 
 namespace quillbay {
 
-/// The panel's unit switch: holds the host's millimetres and inches and forwards to the one that "m_nUnits"
+/// The panel's unit switch: holds the host's millimetres and inches and forwards to the one that `key::Units`
 /// selects. Lengths come and go in millimetres. While the host handed out no unit, no text can be made: empty, and
 /// parsing answers 0. Any index other than 0 counts as inches.
 class CScanUnits final : public CKxUnknownImpl<IUnit> {

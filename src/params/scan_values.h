@@ -72,7 +72,7 @@ struct ScanValues {
   std::string summary;
 };
 
-/// What is detected: "m_dwAutodetect", and nothing where the panel cannot detect.
+/// What is detected: `key::Autodetect`, and nothing where the panel cannot detect.
 [[nodiscard]] inline std::int32_t detectionOf(const ScanValues& values) noexcept {
   return values.offersDetection ? values.autodetect : 0;
 }

@@ -64,7 +64,7 @@ class CSharedScanParams final : public CKxUnknownImpl<IKxUnknown> {
   [[nodiscard]] IApp* app() const noexcept { return m_app.get(); }
   /// Replaces the application and takes its linear units.
   void setApp(IApp* app);
-  /// The unit switch; its unit follows "m_nUnits".
+  /// The unit switch; its unit follows `key::Units`.
   [[nodiscard]] CScanUnits& units() noexcept { return *m_units; }
 
   KxPtr<ISStripStor> destinationStore;  ///< a scan's stripes go here

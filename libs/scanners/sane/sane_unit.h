@@ -12,9 +12,9 @@ namespace quillbay {
 /// The scanner unit of a SANE device.
 ///
 /// - An area without a length ("RECT" with top = bottom) goes to the device's longest scan when its source feeds
-///   sheets, since a feeder finds their end; elsewhere it is "m_Edit" millimetres long, or without that as long as
-///   the bed. A device without an area (webcams, the "pnm" driver) delivers what it has, and the unit cuts the area
-///   out of it; without a resolution of its own, its pages get the request's.
+///   sheets, since a feeder finds their end; elsewhere it is `key::PaperLength` millimetres long, or without that
+///   as long as the bed. A device without an area (webcams, the "pnm" driver) delivers what it has, and the unit
+///   cuts the area out of it; without a resolution of its own, its pages get the request's.
 /// - Scan modes 0-4 use the device's own line art where it has some, else the unit thresholds its grey.
 /// - "batchmode" with a feeder: the next page is started without a cancel in between.
 /// - `SetOption` does not take what a request settles: mode, resolution and the area's corners.
