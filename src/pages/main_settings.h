@@ -56,8 +56,6 @@ class CMainSettings final : public CTab {
   int Save(IParam* store) override;
   std::string GetTitle() override;
   std::string GetRefusal() override;
-  /// Whether an area was typed that the view has not been told of yet.
-  [[nodiscard]] bool awaitsArea() const noexcept { return m_applyTimer.countdown() >= 0; }
 
  protected:
   void createForm(int mode) override;
