@@ -56,7 +56,10 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
       m_performer(this, m_parts, m_router, m_viewSync, m_previewTimer),
       m_progress(KxPtr<PanelProgress>::adopt(new PanelProgress)),
       m_focus(this) {
-  m_guard.onFailure([this](const std::string& what) { m_performer.fail(what); });
+  m_guard.onFailure([this](const std::string& what) {
+    m_performer.fail(what);
+    PostCommand(this, command::kApplyParams, 1);  // what waited for the end of the page
+  });
   m_parts.stateChanged = [this] { showState(); };
   m_parts.settingsApplied = [this](bool modeChanged) {
     if (modeChanged) OnParamChanging(scan_key::CurrMode.name);
@@ -133,18 +136,23 @@ void CMaindlg::makeForm() {
       std::make_unique<PanelToolbar>(m_form->toolbar(), this, static_cast<bool>(query<IHelp>(m_params->app())),
                                      [this](int id) { buttonPressed(id); });
   attachControls();
-  connect(m_form->tabs(), &QTabBar::currentChanged, this, [this](int index) { chooseTab(index); });
+  connect(m_form->tabs(), &QTabBar::currentChanged, this,
+          [this](int index) { m_guard.guarded([&] { return chooseTab(index); }); });
 }
 
 /// A page that cannot mean its values is not left.
-void CMaindlg::chooseTab(int index) {
+bool CMaindlg::chooseTab(int index) {
   const int shown = m_form->shownTab(m_pages);
   IUIScanPage* left =
       shown < 0 || shown == index ? nullptr : m_pages.windowsOf(values().currMode)[static_cast<std::size_t>(shown)];
   const std::string why = left ? left->GetRefusal() : std::string();
-  if (why.empty()) return m_form->showTab(m_pages, index);
+  if (why.empty()) {
+    m_form->showTab(m_pages, index);
+    return true;
+  }
   setTab(m_form->tabs(), shown);
   m_host.message(EventKind::Information, why, EventButtons::Ok);
+  return false;
 }
 
 void CMaindlg::makeDestination() {
@@ -256,7 +264,8 @@ int CMaindlg::OnParamChanged(const char* key) {
 }
 
 void CMaindlg::AreaChanged() {
-  if (m_run.isRunning()) return;  // what runs has an area of its own
+  // What fills the view has an area of its own.
+  if (m_run.isRunning() && m_run.kind() != RunKind::Prescan) return;
   m_viewSync.setArea(values().rcScan, static_cast<std::uint32_t>(values().dpi));
 }
 

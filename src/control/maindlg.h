@@ -79,6 +79,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   };
 
   // IPanelController
+  bool Guarded(const std::function<bool()>& command) override { return m_guard.guarded(command); }
   IQuillbayUnit* Unit() override { return m_scanner.unit(); }
   void PageChanged() override;
   void ForgetPalette() override { m_steps.palette->Forget(); }
@@ -98,7 +99,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   int LoadPage(IUIScanPage* page, IParam* params) override;
 
   void makeForm();
-  void chooseTab(int index);
+  bool chooseTab(int index);
   void makeDestination();
   void layoutPanel();
   void switchLayout();

@@ -41,7 +41,8 @@ bool PagePreparation::arePagesAcceptable() const {
 /// The destination's page where it collects one; otherwise a picture only while somebody looks.
 KxPtr<ISStripStor> PagePreparation::makeViewStore() const {
   using Raster = CViewStor::Raster;
-  const bool collects = m_parts.values().mode == ScanToView;
+  const IFileDestination* files = m_parts.files();  // another panel may have set the mode since
+  const bool collects = files && !files->writesFile();
   const Raster raster = collects ? Raster::Shared : m_seen ? Raster::Own : Raster::None;
   return KxPtr<ISStripStor>::adopt(new CViewStor(raster, m_parts.params.destinationStore.get()));
 }

@@ -18,12 +18,14 @@ int RunEvents::unadvise(IQuillbayEvents* events) {
 
 template <class F>
 void RunEvents::tell(const char* what, F&& call) const {
-  const auto listeners = m_listeners;  // one may leave, or the panel go, while it is told
+  const auto listeners = m_listeners;  // a call may remove one, or destroy the panel
   for (const auto& listener : listeners) {
     try {
       call(*listener);
     } catch (const std::exception& e) {
       logLine(LogLevel::Error, "quillbay.control", std::string("a host failed at ") + what + ": " + e.what());
+    } catch (...) {
+      logLine(LogLevel::Error, "quillbay.control", std::string("a host failed at ") + what);
     }
   }
 }

@@ -27,6 +27,9 @@ bool quietly(F&& step) {
     return false;
   } catch (const WindowGone&) {
     return false;  // closing has done the rest
+  } catch (...) {
+    logLine(LogLevel::Error, kLog, "ending a run: an unknown error");
+    return false;
   }
 }
 
@@ -216,7 +219,7 @@ void RunPerformer::onStarted() {
   const ScanStarted started = m_router->takeStarted();
   if (!started.plan) return;
   const bool hasPlace = m_ending.begin(started);
-  m_view.setArea(started.plan->area, started.dpi);
+  if (started.plan->kind != RunKind::Prescan) m_view.setArea(started.plan->area, started.dpi);
   ScanStartInfo info;
   info.width = started.width;
   info.expectedLines = started.lines;
@@ -273,18 +276,22 @@ void RunPerformer::performRest(const Actions& todo) {
 void RunPerformer::fail(const std::string& what) {
   logLine(LogLevel::Error, kLog, "a command failed: " + what);
   const bool ran = m_run.isBusy();
-  const Actions todo = m_run.failed();
-  const bool ends = m_run.state() == RunState::Ending;
-  if (!ends) performRest(todo);  // a device that runs is stopped first
+  Actions todo = m_run.failed();
+  // The end follows the message; a device stops and a burst's area goes back before it, since it runs an event
+  // loop.
+  const bool ends = std::erase(todo, Action{Do::End}) != 0;
+  performRest(todo);
   quietly([&] {
     const char* text = ran ? "The scan was ended, because a part of the program or the scanner's driver failed: %s"
                            : "A part of the program or the scanner's driver failed: %s";
     m_parts.host.message(EventKind::Information, formatText(Supp_Translate(text), {what}), EventButtons::Ok);
   });
-  if (ends) performRest(todo);
+  if (ends) performRest({{Do::End}});
   // Nothing runs that could still report its end.
-  if (m_run.isRunning() && !m_router->isRunning())
-    performRest(m_run.unitEnded(2, true, {UnitFaultCode::Cancelled, {}}));
+  if (m_run.isRunning() && !m_router->isRunning()) {
+    const bool empty = m_parts.params.destinationStore->IsEmpty();
+    performRest(m_run.unitEnded(2, empty, {UnitFaultCode::Cancelled, {}}));
+  }
 }
 
 void RunPerformer::close() {

@@ -303,7 +303,7 @@ Actions ScanRun::stopAfterPage() {
 Actions ScanRun::failed() {
   endSearch();
   if (m_state == RunState::Idle) return {{Do::ShowState}};
-  if (m_state == RunState::Ending) return ended();
+  if (m_state == RunState::Ending) return {{Do::End}};  // the file of the run still gets its name
   m_record.note(EndCause::Refused, {}, true);
   m_batch = false;
   m_stopAfterPage = true;
@@ -324,12 +324,12 @@ Actions ScanRun::end(EndCause cause, const UnitFault& fault, bool told) {
   m_batch = m_fragment = m_writerFinishes = m_wholePage = false;
   enter(RunState::Ending);
   Actions todo;
-  if (std::exchange(m_dropsPage, false)) todo.push_back({Do::DropPage});
-  if (m_burst) {
+  if (m_burst) {  // first: what follows shows messages, and settings are saved meanwhile
     m_piece = m_ownArea;
     m_burst = false;
     todo.push_back({Do::MoveArea});
   }
+  if (std::exchange(m_dropsPage, false)) todo.push_back({Do::DropPage});
   todo.push_back({Do::ForgetFragment});
   todo.push_back({Do::End});
   return todo;

@@ -111,6 +111,10 @@ int CScanToView::paramChanged(const char* key) {
 }
 
 bool CScanToView::OnCommand(int id, int code, std::int64_t) {
+  return m_context.controller->Guarded([&] { return handle(id, code); });
+}
+
+bool CScanToView::handle(int id, int code) {
   switch (id) {
     case kRefreshName: refreshNextName(); return true;
     case kNameFound:
@@ -230,10 +234,15 @@ bool CScanToView::pastePath(const std::string& text, PasteField field) {
   return true;
 }
 
+bool CScanToView::pasteInto(const QLineEdit* edit) {
+  return m_context.controller->Guarded(
+      [&] { return pastePath(QGuiApplication::clipboard()->text().toStdString(), fieldOf(edit)); });
+}
+
 bool CScanToView::eventFilter(QObject* watched, QEvent* event) {
   auto* edit = qobject_cast<QLineEdit*>(watched);
   if (edit && event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->matches(QKeySequence::Paste) &&
-      pastePath(QGuiApplication::clipboard()->text().toStdString(), fieldOf(edit)))
+      pasteInto(edit))
     return true;
   if (edit && event->type() == QEvent::ContextMenu)
     return showPasteMenu(edit, static_cast<const QContextMenuEvent&>(*event));
@@ -247,7 +256,7 @@ bool CScanToView::showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event)
   if (auto* paste = menu->findChild<QAction*>(QStringLiteral("edit-paste"))) {
     paste->disconnect(edit);
     connect(paste, &QAction::triggered, this, [this, edit] {
-      if (!pastePath(QGuiApplication::clipboard()->text().toStdString(), fieldOf(edit))) edit->paste();
+      if (!pasteInto(edit)) edit->paste();
     });
   }
   menu->popup(event.globalPos());

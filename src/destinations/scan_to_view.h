@@ -73,6 +73,7 @@ class CScanToView final : public CDialog,
   /// Posted: the next name is out of date; it was found.
   static constexpr int kRefreshName = 1390, kNameFound = 1391;
 
+  [[nodiscard]] bool handle(int id, int code);
   void setUpForm();
   int paramChanged(const char* key);
   void showNextName(const OutputName& name);
@@ -85,6 +86,7 @@ class CScanToView final : public CDialog,
   void remember();
   void saveHistories();
   void installStore();
+  [[nodiscard]] bool pasteInto(const QLineEdit* edit);
   [[nodiscard]] std::string askFolder();
   [[nodiscard]] bool showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event);
 

@@ -172,10 +172,8 @@ int CScanToView::handToHost(KxPtr<IRStor> raster) {
   if (m_page.target.joinsPart) arguments->SetValue(script_key::MultiPage, 1);
   if (v.batch) arguments->SetValue(script_key::BatchScan, 1);
   try {
-    if (m_context.controller->ExecCommand(script_key::AddRaster, arguments.get()) != 0) {
-      tell(Supp_Translate("The program did not take the scanned page."));
-      return 0;
-    }
+    if (m_context.controller->ExecCommand(script_key::AddRaster, arguments.get()) != 0)
+      logLine(LogLevel::Warning, "quillbay.store", "the host did not take the raster of a page");
   } catch (const CXException& e) {
     tell(e.what());
     return 0;

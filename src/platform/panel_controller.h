@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -14,6 +15,9 @@ class IUIScanPage;
 class IPanelController {
  public:
   virtual ~IPanelController() = default;
+  /// Carries out a command of a page or destination. What it throws ends the run with a message, and false is
+  /// returned. Page and destination outlive the call, also when the host closes the panel in it.
+  virtual bool Guarded(const std::function<bool()>& command) = 0;
   /// The connected scanner unit; never null while a page exists.
   virtual IQuillbayUnit* Unit() = 0;
   /// The user changed something on a page: pushes the settings to the unit and restarts the preview's countdown.

@@ -11,7 +11,7 @@
 namespace quillbay {
 
 namespace {
-bool isPersonsChange(int id, int code) {
+bool isUsersChange(int id, int code) {
   if (id == CTab::kControlChanged) return true;
   switch (code) {
     case kCodeClicked:
@@ -37,9 +37,11 @@ int CTab::Create(CWnd* parent, int mode) {
 }
 
 bool CTab::OnCommand(int id, int code, std::int64_t value) {
-  const bool handled = onMenuCommand(id) || OnPageCommand(id, code, value);
-  if (isPersonsChange(id, code)) reportChange();
-  return handled;
+  return m_controller.Guarded([&] {
+    const bool handled = onMenuCommand(id) || OnPageCommand(id, code, value);
+    if (isUsersChange(id, code)) reportChange();
+    return handled;
+  });
 }
 
 bool CTab::onMenuCommand(int id) {

@@ -71,6 +71,7 @@ class NotedUnit final : public CKxUnknownImpl<IQuillbayUnit, IUnitOptions> {
 /// The controller as pages and destinations see it: notes every call.
 class NotingController final : public IPanelController {
  public:
+  bool Guarded(const std::function<bool()>& command) override { return command(); }
   IQuillbayUnit* Unit() override { return unit.get(); }
   void PageChanged() override {
     ++pageChanges;

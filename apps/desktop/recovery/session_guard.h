@@ -37,7 +37,6 @@ class SessionGuard : public QObject {
 
   [[nodiscard]] SessionJournal& journal() { return m_journal; }
   [[nodiscard]] DeviceWatch& watch() { return *m_watch; }
-  [[nodiscard]] SleepInhibitor& inhibitor() { return m_inhibitor; }
 
  private:
   void followScans();

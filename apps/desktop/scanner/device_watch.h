@@ -24,7 +24,6 @@ class DeviceWatch : public QObject {
   /// was of no use is looked for no oftener than before.
   bool start();
   void stop();
-  [[nodiscard]] bool isWatching() const { return m_watching; }
   /// The device string of the scanner that it waits for.
   [[nodiscard]] QString device() const { return QString::fromStdString(m_lost.device); }
   /// What it waits for, as a user knows it: vendor and model, else the device string.
