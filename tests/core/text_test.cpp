@@ -3,13 +3,12 @@
 #include <cfloat>
 #include <clocale>
 #include <cstdio>
-#include <cstdlib>
 #include <limits>
 
 #include "core/param_tree.h"
 #include "core/store_json.h"
 #include "platform/base_services.h"
-#include "support/temp_dir.h"
+#include "support/german_locale.h"
 
 namespace quillbay {
 namespace {
@@ -65,32 +64,10 @@ TEST(Text, ParsesWholeNumbersOnly) {
   }
 }
 
-/// Switches the C locale to one with a decimal comma; builds one from the system's sources when none is installed.
-class CommaLocale {
- public:
-  CommaLocale() {
-    if (std::setlocale(LC_ALL, "de_DE.UTF-8") || build()) m_active = std::localeconv()->decimal_point[0] == ',';
-  }
-  ~CommaLocale() {
-    std::setlocale(LC_ALL, "C");
-    ::unsetenv("LOCPATH");
-  }
-  [[nodiscard]] bool active() const { return m_active; }
-
- private:
-  bool build() {
-    const std::string make = "localedef -i de_DE -f UTF-8 '" + m_dir.file("de_DE.UTF-8") + "' >/dev/null 2>&1";
-    if (std::system(make.c_str()) != 0) return false;
-    ::setenv("LOCPATH", m_dir.path().c_str(), 1);
-    return std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
-  }
-  test::TempDir m_dir;
-  bool m_active = false;
-};
-
 TEST(Text, NumbersInFilesIgnoreTheLocale) {
-  const CommaLocale locale;
-  if (!locale.active()) GTEST_SKIP() << "no locale with a decimal comma here";
+  const test::GermanLocale german;
+  if (!german.usable()) GTEST_SKIP() << "de_DE.UTF-8 is neither installed nor can it be built";
+  ASSERT_TRUE(std::setlocale(LC_ALL, "de_DE.UTF-8"));
   char shown[16];
   std::snprintf(shown, sizeof shown, "%.1f", 1.5);
   ASSERT_STREQ(shown, "1,5");
@@ -104,6 +81,7 @@ TEST(Text, NumbersInFilesIgnoreTheLocale) {
   tree.setValue("m_Edit", 200.25);
   EXPECT_NE(toJson(tree).find("200.25"), std::string::npos);
   EXPECT_TRUE(sameTree(fromJson(toJson(tree)), tree));
+  std::setlocale(LC_ALL, "C");
 }
 
 std::string g_lines;

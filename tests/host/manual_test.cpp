@@ -1,16 +1,8 @@
 // The manual has a page for every topic, and its links lead somewhere; messages are shown and answered.
 #include <gtest/gtest.h>
 
-#include <QApplication>
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QDir>
-#include <QFile>
-#include <QPushButton>
-#include <QRegularExpression>
 #include <QTest>
-#include <QTextEdit>
-#include <QTimer>
+#include <QtWidgets>
 #include <filesystem>
 #include <set>
 

@@ -1,23 +1,18 @@
 #pragma once
-#include <QTemporaryDir>
-#include <fstream>
-#include <sstream>
 #include <string>
 
 #include "quillbay/host.h"
+#include "support/temp_dir.h"
 
 /// A folder that goes with the test, and a host that keeps everything in it.
-class TempFolder {
+class TempFolder : public quillbay::test::TempDir {
  public:
-  [[nodiscard]] std::string path(const std::string& name) const {
-    return m_dir.filePath(QString::fromStdString(name)).toStdString();
+  using TempDir::path;
+  [[nodiscard]] std::string path(const std::string& name) const { return file(name); }
+  void write(const std::string& name, const std::string& text) const {
+    quillbay::test::writeFile(file(name), text);
   }
-  void write(const std::string& name, const std::string& text) const { std::ofstream(path(name)) << text; }
-  [[nodiscard]] std::string read(const std::string& name) const {
-    std::stringstream text;
-    text << std::ifstream(path(name)).rdbuf();
-    return text.str();
-  }
+  [[nodiscard]] std::string read(const std::string& name) const { return quillbay::test::readFile(file(name)); }
   [[nodiscard]] quillbay::HostOptions options() const {
     quillbay::HostOptions o;
     o.configFolder = path("config");
@@ -26,7 +21,4 @@ class TempFolder {
     o.log = quillbay::HostLog::Quiet;
     return o;
   }
-
- private:
-  QTemporaryDir m_dir;
 };

@@ -2,15 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <QAbstractButton>
-#include <QApplication>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QLocale>
-#include <QSpinBox>
 #include <QTest>
-#include <set>
+#include <QtWidgets>
 
 #include "pages/paper_delegate.h"
 #include "pages/paper_list.h"
@@ -150,18 +143,6 @@ TEST(MainSettings, LoadWithoutCentring) {
   }
 }
 
-TEST(MainSettings, LoadIgnoresIndicesThatNoListHas) {
-  Page p;
-  p.load([](IParam& s) {
-    s.SetValue("m_ctrlModes", 99);
-    s.SetValue("m_ctrlDPI", -7);
-    s.SetValue("m_ctrlPaperList", "text");
-  });
-  EXPECT_EQ(p.v().currMode, 0);
-  EXPECT_EQ(p.v().dpi, 100);
-  EXPECT_EQ(p.v().scanType, kAreaFixedWidth);
-}
-
 TEST(MainSettings, ScannerKeysStepTheListsAndWrap) {
   Page p;
   const int papers = p.list(CMainSettings::kAreaList)->count() - 1;  // "More papers" is none
@@ -237,11 +218,6 @@ TEST(MainSettings, ReactsByItselfWhereNothingIsBroadcast) {
   EXPECT_EQ(p.v().bursting, 0);
   EXPECT_EQ(p.v().center, 0);
   EXPECT_EQ(p.v().boundDetectDirty, 1);
-
-  p.params->set(scan_key::Autodetect, 0);
-  p.params->set(scan_key::Bursting, 1);
-  p.pick(CMainSettings::kAreaList, kAreaFixedWidth);
-  EXPECT_EQ(p.v().bursting, 0) << "to the end of the document there is one piece";
 }
 
 TEST(MainSettings, ListsAreRestoredByValueThenByIndex) {
@@ -253,6 +229,11 @@ TEST(MainSettings, ListsAreRestoredByValueThenByIndex) {
   };
   const int a5 = kAreaPaper + 5;
   const Case cases[] = {
+      {"indices that no list has",
+       [](IParam& s) {
+         s.SetValue("m_ctrlModes", 99), s.SetValue("m_ctrlDPI", -7), s.SetValue("m_ctrlPaperList", "text");
+       },
+       0, 100, kAreaFixedWidth, ""},
       {"values over indices",
        [&](IParam& s) {
          s.SetValue("MODE", 5), s.SetValue("m_ctrlModes", 0);
@@ -343,20 +324,15 @@ TEST(MainSettings, WhatIsNoLengthRestoresTheValueBeforeAndSaysWhy) {
   };
   const Case cases[] = {
       {"en_US", 0, "1 189", 900, "900.0 mm is used"},
-      {"en_US", 0, "841", 841, ""},
       {"en_US", 0, "841 x 1189", 300, "\"841 x 1189\" is not a length. 300.0 mm is kept."},
-      {"en_US", 0, "841,5", 300, "is not a length"},
       {"en_US", 0, "36.5 in", 900, "outside the range from 110.0 mm to 900.0 mm. 900.0 mm is used."},
       {"en_US", 1, "36.5", 900, "outside the range from 4.33 inch to 35.43 inch"},
       {"en_US", 1, "20 cm", 200, ""},
       {"en_US", 1, "wide", 300, "11.81 inch is kept"},
       {"en_US", 0, "", 110, "110.0 mm is used"},
       {"de_DE", 0, "589,5", 589.5, ""},
-      {"de_DE", 0, "589.5", 589.5, ""},
-      {"de_DE", 0, "1.189,0", 900, "900,0 mm is used"},
       {"de_DE", 0, "1.189", 900, "900,0 mm is used"},
       {"de_DE", 1, "8.189", 300, "can mean 8,189 or 8189"},
-      {"de_DE", 1, "8,189", 8.189 * 25.4, ""},
   };
   const QLocale before;
   for (const Case& c : cases) {
@@ -449,20 +425,6 @@ TEST(MainSettings, SeldomUsedPapersComeWithMore) {
   EXPECT_EQ(list->findText("Letter"), letter + 14) << "papers keep their order";
 }
 
-TEST(MainSettings, APaperThatFitsOnlyOneWayTurns) {
-  Page p;
-  ASSERT_EQ(p.v().portrait, 0);
-  p.pickPaper("A0");
-  EXPECT_EQ(p.v().scanType, kAreaPaper);
-  EXPECT_EQ(p.v().portrait, 1);
-  EXPECT_FALSE(p.button(CMainSettings::kLandscape)->isEnabled());
-  EXPECT_NEAR(p.v().rcScan.width(), 841, 0.5);
-  p.pickPaper("A4");
-  EXPECT_TRUE(p.button(CMainSettings::kLandscape)->isEnabled());
-  p.page->OnCommand(CMainSettings::kLandscape, kCodeClicked, 1);
-  EXPECT_NEAR(p.v().rcScan.width(), 297, 0.5);
-}
-
 TEST(MainSettings, WhereNothingFindsDocumentsNoAutomaticAreaIsChosen) {
   Page p;
   p.controller.offersDetection = 0;
@@ -474,6 +436,9 @@ TEST(MainSettings, WhereNothingFindsDocumentsNoAutomaticAreaIsChosen) {
   EXPECT_FALSE(p.v().offersDetection);
   EXPECT_EQ(p.list(CMainSettings::kAreaList)->model()->index(kAreaPaper, 0).flags() & Qt::ItemIsEnabled,
             Qt::ItemIsEnabled);
+  p.pickPaper("A0");
+  EXPECT_EQ(p.v().portrait, 1) << "it fits only upright";
+  EXPECT_FALSE(p.button(CMainSettings::kLandscape)->isEnabled());
   p.params->quiet().bedWidth = 200;
   p.load([](IParam&) {});
   EXPECT_EQ(p.list(CMainSettings::kAreaList)->model()->index(kAreaPaper, 0).flags() & Qt::ItemIsEnabled, 0)
@@ -491,11 +456,9 @@ TEST(MainSettings, TypedLengthsAreTakenInTheUnitsShown) {
   EXPECT_NE(p.v().rcScan.width(), 254) << "a moment later";
   const auto request = p.save();
   EXPECT_NEAR(p.v().rcScan.width(), 254, 1e-9) << "or with the next request";
-  EXPECT_TRUE(p.page->awaitsArea()) << "the view hears of it all the same";
   p.page->OnCommand(CMainSettings::kApplyArea, 1, 0);
   EXPECT_EQ(p.v().updateRect, 1);
   EXPECT_EQ(p.controller.areaChanges, 1);
-  EXPECT_FALSE(p.page->awaitsArea());
 
   Q_EMIT edit->textEdited("12");
   p.params->set(scan_key::RcScan, {0, 0, 50, 60});
@@ -534,21 +497,6 @@ TEST(MainSettings, APaperKeepsItsSizeWhateverItsPlaceAndTheUnits) {
   EXPECT_EQ(p.v().rcScan, (tagRRECT{0, 20, 210, 317})) << "what was typed counts before the next choice";
 }
 
-TEST(MainSettings, LengthsFollowTheLocale) {
-  Page p;
-  p.pick(CMainSettings::kAreaList, kAreaCustom);
-  const QLocale before;
-  QLocale::setDefault(QLocale("de_DE"));
-  p.params->set(scan_key::RcScan, {0, 0, 210.5, 297});
-  auto* edit = p.field(CMainSettings::kWidth)->findChild<QLineEdit*>();
-  EXPECT_EQ(edit->text(), "210,5");
-  for (const auto& [text, want] : {std::pair{"400,25", 400.25}, {"500.5", 500.5}, {"20 in", 508.0}, {"x", 508.0}}) {
-    p.enter(CMainSettings::kWidth, text);
-    EXPECT_NEAR(p.field(CMainSettings::kWidth)->millimetres(), want, 1e-9) << text;
-  }
-  QLocale::setDefault(before);
-}
-
 TEST(MainSettings, TypedResolutionsWithinTheDevicesRange) {
   Page p(0, "50..1200");
   auto* list = p.list(CMainSettings::kResolutionList);
@@ -566,33 +514,6 @@ TEST(MainSettings, TypedResolutionsWithinTheDevicesRange) {
   p.pick(CMainSettings::kResolutionList, 0);
   p.page->Load(typed.get());
   EXPECT_EQ(p.v().dpi, 275);
-}
-
-TEST(MainSettings, TheDetectionButtonAsksTheController) {
-  Page p;
-  p.params->set(scan_key::ScanType, kAreaFixedWidth);
-  p.page->OnCommand(CMainSettings::kDetect, kCodeClicked, 0);
-  EXPECT_EQ(p.controller.detectMask, 8);
-  EXPECT_EQ(p.v().center, 1) << "nothing was found";
-  p.params->set(scan_key::ScanType, kAreaCustom);
-  p.controller.detects = 1;
-  p.page->OnCommand(CMainSettings::kDetect, kCodeClicked, 0);
-  EXPECT_EQ(p.controller.detectMask, 30);
-  EXPECT_EQ(p.v().center, 0);
-}
-
-TEST(MainSettings, EveryControlHasANameAndItsOwnMnemonic) {
-  const Page p;
-  std::set<QString> mnemonics;
-  for (const QWidget* control : p.page->findChildren<QWidget*>()) {
-    if (control->property("controlId").isValid()) {
-      EXPECT_FALSE(control->accessibleName().isEmpty()) << control->objectName().toStdString();
-    }
-    const QString text = control->property("text").toString();
-    const auto at = text.indexOf('&');
-    if (at < 0 || at + 1 >= text.size()) continue;
-    EXPECT_TRUE(mnemonics.insert(text.mid(at + 1, 1).toLower()).second) << text.toStdString();
-  }
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <QApplication>
-#include <QImage>
-#include <QWidget>
+#include <QtWidgets>
 #include <vector>
 
 #include "quillbay/view.h"

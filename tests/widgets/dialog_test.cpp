@@ -2,26 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <QCalendarWidget>
-#include <QCheckBox>
-#include <QComboBox>
-#include <QCoreApplication>
-#include <QDoubleSpinBox>
-#include <QGroupBox>
-#include <QKeyEvent>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPlainTextEdit>
-#include <QPointer>
-#include <QPushButton>
-#include <QSlider>
-#include <QSpinBox>
-#include <QTabBar>
 #include <QTest>
-#include <QTimer>
-#include <QToolBar>
-#include <QWheelEvent>
+#include <QtWidgets>
 #include <functional>
 #include <memory>
 #include <thread>
@@ -74,28 +56,6 @@ void press(QWidget* control, int key, const QString& text = {}) {
   QCoreApplication::sendEvent(control, &up);
 }
 
-/// A control of every kind: how the user works it, the commands that this raises, and how a program changes it.
-struct KindCase {
-  const char* why;
-  std::function<QWidget*(Form&)> make;
-  std::function<void(QWidget*)> change;  // by the program
-  std::function<void(QWidget*)> use;     // by the user
-  Gots want;
-};
-
-template <class T>
-std::function<QWidget*(Form&)> make(std::function<void(T&)> fill = [](T&) {}) {
-  return [fill](Form& form) {
-    T* control = form.add<T>(7);
-    fill(*control);
-    return control;
-  };
-}
-template <class T>
-std::function<void(QWidget*)> on(std::function<void(T&)> act) {
-  return [act](QWidget* control) { act(dynamic_cast<T&>(*control)); };
-}
-
 void fillList(QListWidget& list) {
   list.addItems({"one", "two", "three"});
   for (int row = 0; row < list.count(); ++row) list.item(row)->setCheckState(Qt::Unchecked);
@@ -107,110 +67,67 @@ void typeInto(QWidget& field, const char* text) {
   QTest::keyClicks(field.findChild<QLineEdit*>(), text);
 }
 
-std::vector<KindCase> choiceCases() {
-  return {
-      {"button",
-       make<QCheckBox>(),
-       on<QCheckBox>([](auto& c) { c.setChecked(true); }),
-       on<QCheckBox>([](auto& c) { c.click(); }),
-       {{7, kCodeClicked, 0}}},
-      {"check group",
-       make<QGroupBox>([](auto& c) { c.setCheckable(true); }),
-       on<QGroupBox>([](auto& c) { c.setChecked(true); }),
-       on<QGroupBox>([](auto& c) { press(&c, Qt::Key_Space); }),
-       {{7, kCodeClicked, 0}}},
-      {"combo box",
-       make<QComboBox>([](auto& c) {
-         c.addItems({"one", "two", "three"});
-       }),
-       on<QComboBox>([](auto& c) { c.setCurrentIndex(1); }),
-       on<QComboBox>([](auto& c) { press(&c, Qt::Key_Down); }),
-       {{7, kCodeAccepted, 2}, {7, kCodeSelected, 2}}},
-      {"combo box's text",
-       make<QComboBox>([](auto& c) { c.setEditable(true); }),
-       on<QComboBox>([](auto& c) { c.setEditText("x"); }),
-       on<QComboBox>([](auto& c) { press(c.lineEdit(), Qt::Key_Y, "y"); }),
-       {{7, kCodeComboEdited, 0}}},
-      {"list's entry",
-       make<QListWidget>(fillList),
-       on<QListWidget>([](auto& c) { CDialog::setListRow(&c, 1); }),
-       on<QListWidget>([](auto& c) { press(&c, Qt::Key_Down); }),
-       {{7, kCodeSelected, 2}}},
-      {"list's check",
-       make<QListWidget>(fillList),
-       on<QListWidget>([](auto& c) { CDialog::setListCheck(&c, 0, true); }),
-       on<QListWidget>([](auto& c) { press(&c, Qt::Key_Space, " "); }),
-       {{7, kCodeClicked, 0}}},
-      {"tab bar",
-       make<QTabBar>([](auto& c) { c.addTab("one"), c.addTab("two"), c.addTab("three"); }),
-       on<QTabBar>([](auto& c) { CDialog::setTab(&c, 1); }),
-       on<QTabBar>([](auto& c) { press(&c, Qt::Key_Right); }),
-       {{7, kCodeSelected, 2}}},
-      {"slider",
-       make<QSlider>(),
-       on<QSlider>([](auto& c) { c.setValue(3); }),
-       on<QSlider>([](auto& c) { c.triggerAction(QAbstractSlider::SliderSingleStepAdd); }),
-       {{7, kCodeScrolled, 4}}},
-      {"label", make<QLabel>(), on<QLabel>([](auto& c) { c.setText("x"); }), [](QWidget*) {}, {}},
-  };
-}
-
-std::vector<KindCase> fieldCases() {
-  const auto setUp = [](CSpinScrollEdit& c) { c.SetUp(nullptr, 0, 10, 0, 255); };
-  return {
-      {"edit field",
-       make<QLineEdit>(),
-       on<QLineEdit>([](auto& c) { c.setText("x"); }),
-       on<QLineEdit>([](auto& c) { press(&c, Qt::Key_Z, "z"); }),
-       {{7, kCodeEdited, 0}}},
-      {"plain text",
-       make<QPlainTextEdit>(),
-       on<QPlainTextEdit>([](auto& c) { CDialog::setText(&c, "x"); }),
-       on<QPlainTextEdit>([](auto& c) { press(&c, Qt::Key_Z, "z"); }),
-       {{7, kCodeEdited, 0}}},
-      {"spin box",
-       make<QSpinBox>(),
-       on<QSpinBox>([](auto& c) { CDialog::setSpinValue(&c, 4); }),
-       on<QSpinBox>([](auto& c) { c.stepUp(); }),
-       {{7, kCodeEdited, 5}}},
-      {"double spin box",
-       make<QDoubleSpinBox>(),
-       on<QDoubleSpinBox>([](auto& c) { CDialog::setSpinValue(&c, 4.5); }),
-       on<QDoubleSpinBox>([](auto& c) { c.stepUp(); }),
-       {{7, kCodeEdited, 0}}},
-      {"number field",
-       make<NumberSpin>(),
-       on<NumberSpin>([](auto& c) { c.setValue(4); }),
-       on<NumberSpin>([](auto& c) { c.stepUp(); }),
-       {{7, kCodeEdited, 0}}},
-      {"slider edit, its slider",
-       make<CSpinScrollEdit>(setUp),
-       on<CSpinScrollEdit>([](auto& c) { c.setValue(12.5); }),
-       on<CSpinScrollEdit>([](auto& c) { c.slider()->triggerAction(QAbstractSlider::SliderSingleStepAdd); }),
-       {{7, kCodeEdited, 0}}},
-      {"slider edit, its field",
-       make<CSpinScrollEdit>(setUp),
-       on<CSpinScrollEdit>([](auto& c) { c.setValue(12.5); }),
-       on<CSpinScrollEdit>([](auto& c) { typeInto(c, "9"); }),
-       {{7, kCodeEdited, 0}}},
-  };
+/// A control of one kind: how it is filled, how a program changes it, how the user works it, and what that raises.
+template <class T, class Fill, class Change, class Use>
+void checkKind(const char* why, Fill fill, Change change, Use use, const Gots& want) {
+  SCOPED_TRACE(why);
+  Form form;
+  T* control = form.add<T>(7);
+  fill(*control);
+  form.attachControls();
+  EXPECT_EQ(form.GetDlgItem(7), control);
+  EXPECT_TRUE(CDialog::knows(*control));
+  change(*control);
+  EXPECT_EQ(form.take(), Gots{}) << "set by the program";
+  use(*control);
+  EXPECT_EQ(form.take(), want);
 }
 
 TEST(Dialog, OnlyTheUserRaisesCommands) {
-  std::vector<KindCase> cases = choiceCases();
-  for (KindCase& c : fieldCases()) cases.push_back(std::move(c));
-  for (const KindCase& c : cases) {
-    SCOPED_TRACE(c.why);
-    Form form;
-    QWidget* control = c.make(form);
-    form.attachControls();
-    EXPECT_EQ(form.GetDlgItem(7), control);
-    EXPECT_TRUE(CDialog::knows(*control));
-    c.change(control);
-    EXPECT_EQ(form.take(), Gots{}) << "set by the program";
-    c.use(control);
-    EXPECT_EQ(form.take(), c.want);
-  }
+  using Spin = CSpinScrollEdit;
+  const auto none = [](auto&) {};
+  const auto three = [](auto& c) { c.addItems({"one", "two", "three"}); };
+  const auto step = [](auto& c) { c.stepUp(); };
+  const auto typeZ = [](auto& c) { press(&c, Qt::Key_Z, "z"); };
+  const auto setUp = [](Spin& c) { c.SetUp(nullptr, 0, 10, 0, 255); };
+  const auto add = [](QAbstractSlider& c) { c.triggerAction(QAbstractSlider::SliderSingleStepAdd); };
+  const Gots clicked{{7, kCodeClicked, 0}}, edited{{7, kCodeEdited, 0}}, selected{{7, kCodeSelected, 2}};
+  checkKind<QCheckBox>(
+      "button", none, [](auto& c) { c.setChecked(true); }, [](auto& c) { c.click(); }, clicked);
+  checkKind<QGroupBox>(
+      "check group", [](auto& c) { c.setCheckable(true); }, [](auto& c) { c.setChecked(true); },
+      [](auto& c) { press(&c, Qt::Key_Space); }, clicked);
+  checkKind<QComboBox>(
+      "combo box", three, [](auto& c) { c.setCurrentIndex(1); }, [](auto& c) { press(&c, Qt::Key_Down); },
+      {{7, kCodeAccepted, 2}, {7, kCodeSelected, 2}});
+  checkKind<QComboBox>(
+      "combo box's text", [](auto& c) { c.setEditable(true); }, [](auto& c) { c.setEditText("x"); },
+      [](auto& c) { press(c.lineEdit(), Qt::Key_Y, "y"); }, {{7, kCodeComboEdited, 0}});
+  checkKind<QListWidget>(
+      "list's entry", fillList, [](auto& c) { CDialog::setListRow(&c, 1); },
+      [](auto& c) { press(&c, Qt::Key_Down); }, selected);
+  checkKind<QListWidget>(
+      "list's check", fillList, [](auto& c) { CDialog::setListCheck(&c, 0, true); },
+      [](auto& c) { press(&c, Qt::Key_Space, " "); }, clicked);
+  checkKind<QTabBar>(
+      "tab bar", [](auto& c) { c.addTab("one"), c.addTab("two"), c.addTab("three"); },
+      [](auto& c) { CDialog::setTab(&c, 1); }, [](auto& c) { press(&c, Qt::Key_Right); }, selected);
+  checkKind<QSlider>("slider", none, [](auto& c) { c.setValue(3); }, add, {{7, kCodeScrolled, 4}});
+  checkKind<QLabel>("label", none, [](auto& c) { c.setText("x"); }, none, {});
+  checkKind<QLineEdit>(
+      "edit field", none, [](auto& c) { c.setText("x"); }, typeZ, edited);
+  checkKind<QPlainTextEdit>(
+      "plain text", none, [](auto& c) { CDialog::setText(&c, "x"); }, typeZ, edited);
+  checkKind<QSpinBox>("spin box", none, [](auto& c) { CDialog::setSpinValue(&c, 4); }, step, {{7, kCodeEdited, 5}});
+  checkKind<QDoubleSpinBox>(
+      "double spin box", none, [](auto& c) { CDialog::setSpinValue(&c, 4.5); }, step, edited);
+  checkKind<NumberSpin>(
+      "number field", none, [](auto& c) { c.setValue(4); }, step, edited);
+  const auto half = [](Spin& c) { c.setValue(12.5); };
+  checkKind<Spin>(
+      "slider edit, its slider", setUp, half, [&](Spin& c) { add(*c.slider()); }, edited);
+  checkKind<Spin>(
+      "slider edit, its field", setUp, half, [](Spin& c) { typeInto(c, "9"); }, edited);
   EXPECT_FALSE(CDialog::knows(QCalendarWidget()));
 }
 
