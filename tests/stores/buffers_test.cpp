@@ -42,18 +42,6 @@ TEST(ScanBuffer, KeepsManyLinesInPlace) {
   }
 }
 
-TEST(ScanBuffer, TrimsRunListsAsTheyCome) {
-  const auto buffer = newBuffer(KxColorSpace::Bitonal, {10, 2});
-  const std::vector<std::uint32_t> empty = {RunEnd};
-  const std::vector<std::uint32_t> wide = {static_cast<std::uint32_t>(-4), 2, 8, 40, RunEnd};
-  buffer->AddLine(0, reinterpret_cast<const std::uint8_t*>(empty.data()));
-  buffer->AddLine(1, reinterpret_cast<const std::uint8_t*>(wide.data()));
-  const std::uint32_t want0[] = {RunEnd, 0}, want1[] = {0, 2, 8, 9, RunEnd, 0};
-  EXPECT_EQ(std::memcmp(buffer->GetLine(0), want0, sizeof want0), 0);
-  EXPECT_EQ(std::memcmp(buffer->GetLine(1), want1, sizeof want1), 0);
-  EXPECT_EQ(buffer->GetLine(1) - buffer->GetLine(0), 8) << "a line without runs takes 8 bytes";
-}
-
 TEST(ScanBuffer, AppendsCopiesOfItsOwnKind) {
   for (const KxColorSpace cs : {KxColorSpace::Bitonal, KxColorSpace::Palette}) {
     const auto buffer = newBuffer(cs, {40, 4});

@@ -4,7 +4,6 @@
 
 #include "fake_channel.h"
 #include "stores/scan_to_file_stor.h"
-#include "stores/simple_stor.h"
 #include "stripes.h"
 
 namespace quillbay {
@@ -48,24 +47,6 @@ TEST(LargePage, GoesThroughTheFileStoreWhole) {
     EXPECT_EQ(wrong, 0);
     EXPECT_EQ(store->GetLines(), kLines);
   }
-}
-
-TEST(LargePage, IsKeptWholeInASimpleStore) {
-  SetRasterBudget({std::int64_t{64} << 20, {}, false});
-  const auto store = makeEmptyStore();
-  const auto stripe = markedStripe();
-  for (std::int32_t i = 0; i < kStripes; ++i) ASSERT_EQ(store->AddStripe(stripe.get()), 1) << "stripe " << i;
-  KxPtr<IRStor> raster;
-  ASSERT_EQ(store->Finish(raster.put(), 0, 1), 1);
-  ASSERT_EQ(raster->GetSize(), (KxSize{kWidth, kLines}));
-  const auto context = KxPtr<IAccessContext>::adopt(raster->GetAccessContext(0, 0));
-  std::vector<std::uint8_t> line(std::size_t{kWidth} * 3);
-  for (std::int32_t i = 0; i < kLines; i += 101) {
-    ASSERT_EQ(context->ReadLine(i, 0, kWidth, line.data()), 1);
-    ASSERT_TRUE(marked(i, line.data())) << "line " << i;
-  }
-  ASSERT_EQ(context->ReadLine(kLines - 1, 0, kWidth, line.data()), 1);
-  EXPECT_TRUE(marked(kLines - 1, line.data()));
 }
 
 }  // namespace

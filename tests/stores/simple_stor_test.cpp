@@ -96,31 +96,6 @@ TEST(ViewStor, HandsOutTheDestinationsRasterOrItsOwnOrNone) {
   EXPECT_EQ(finish(destination.get(), 0).get(), page.get()) << "the view's end is not the page's";
 }
 
-TEST(Stores, ExtentIsInclusiveAndEmptyIsMinusOne) {
-  const KxPtr<ISStripStor> stores[] = {makeEmptyStore(), newViewStore(CViewStor::Raster::None),
-                                       newViewStore(CViewStor::Raster::Own)};
-  for (const auto& store : stores) {
-    double rect[4], mm[4];
-    const auto expect = [&](double right, double bottom, double rightMM, double bottomMM) {
-      store->GetRect(rect);
-      store->GetRectMM(mm);
-      EXPECT_EQ(rect[0] + rect[1] + mm[0] + mm[1], 0);
-      EXPECT_EQ(rect[2], right);
-      EXPECT_EQ(rect[3], bottom);
-      EXPECT_DOUBLE_EQ(mm[2], rightMM);
-      EXPECT_DOUBLE_EQ(mm[3], bottomMM);
-    };
-    expect(-1, -1, -25.4 / 75, -25.4 / 75);
-    store->AddStripe(pageStripe(KxColorSpace::Rgb, 201, 0, 60).get());
-    store->AddStripe(pageStripe(KxColorSpace::Rgb, 201, 60, 41).get());
-    EXPECT_FALSE(store->IsEmpty());
-    expect(200, 100, 25.4, 12.7);
-    store->Finish(nullptr, 0, 1);
-    EXPECT_TRUE(store->IsEmpty());
-    expect(-1, -1, -25.4 / 200, -25.4 / 200);
-  }
-}
-
 // A stripe that has lines but no room to put them.
 class HomelessStripe final : public CKxUnknownImpl<IScanBuffer> {
  public:
@@ -146,36 +121,25 @@ class HomelessStripe final : public CKxUnknownImpl<IScanBuffer> {
   bool m_throws;
 };
 
-TEST(SimpleStor, WantOfSpaceSticksUntilReset) {
-  const auto store = makeEmptyStore();
-  const auto outcome = store.as<IStoreOutcome>();
-  store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get());
-  const auto throwing = KxPtr<IScanBuffer>::adopt(new HomelessStripe(true));
-  EXPECT_EQ(store->AddStripe(throwing.get()), 0);
-  EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 10, 10).get()), 0);
-  EXPECT_EQ(outcome->GetError(), "no scratch space");
-  EXPECT_FALSE(store->IsEmpty());
-  KxPtr<IRStor> raster;
-  EXPECT_EQ(store->Finish(raster.put(), 0, 0), 0);
-  EXPECT_TRUE(holdsPage(raster.get(), KxColorSpace::Grey, 10)) << "what was stored stays";
-  store->Reset();
-  EXPECT_EQ(outcome->GetError(), "");
-  EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get()), 1);
-}
-
-TEST(SimpleStor, AStripeThatCannotBeStoredEndsThePage) {
-  const auto refusing = KxPtr<IScanBuffer>::adopt(new HomelessStripe(false));
-  for (const int before : {0, 10}) {
+TEST(SimpleStor, AStripeThatCannotBeStoredEndsThePageUntilReset) {
+  for (const auto& [throws, before] : {std::pair{true, 10}, {false, 10}, {false, 0}}) {
+    SCOPED_TRACE(testing::Message() << throws << before);
     const auto store = makeEmptyStore();
+    const auto outcome = store.as<IStoreOutcome>();
     if (before > 0) store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, before).get());
-    EXPECT_EQ(store->AddStripe(refusing.get()), 1) << "what the stripe answers is not passed on";
-    EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get()), 0);
-    EXPECT_NE(store.as<IStoreOutcome>()->GetError(), "");
-    EXPECT_EQ(store.as<IStoreOutcome>()->GetLines(), before);
+    const auto stripe = KxPtr<IScanBuffer>::adopt(new HomelessStripe(throws));
+    EXPECT_EQ(store->AddStripe(stripe.get()), throws ? 0 : 1) << "what the stripe answers is not passed on";
+    EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, before, 10).get()), 0);
+    EXPECT_EQ(outcome->GetError() == "no scratch space", throws);
+    EXPECT_NE(outcome->GetError(), "");
+    EXPECT_EQ(outcome->GetLines(), before);
     EXPECT_FALSE(store->IsEmpty()) << "an error waits to be told";
     KxPtr<IRStor> raster;
     EXPECT_EQ(store->Finish(raster.put(), 0, 0), 0);
-    EXPECT_EQ(static_cast<bool>(raster), before > 0) << "what was stored stays";
+    EXPECT_TRUE(before == 0 || holdsPage(raster.get(), KxColorSpace::Grey, before)) << "what was stored stays";
+    store->Reset();
+    EXPECT_EQ(outcome->GetError(), "");
+    EXPECT_EQ(store->AddStripe(pageStripe(KxColorSpace::Grey, 20, 0, 10).get()), 1);
   }
 }
 
