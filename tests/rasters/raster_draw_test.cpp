@@ -4,38 +4,15 @@
 #include <cmath>
 
 #include "raster_tools.h"
+#include "support/progress.h"
 
 namespace quillbay::test {
 namespace {
 
 using enum KxColorSpace;
-using Pixels = std::vector<std::uint32_t>;
 
-constexpr std::uint32_t kUntouched = 0x12345678;
 constexpr std::uint32_t kWhite = 0xFFFFFFFF;
 constexpr std::uint32_t kBlack = 0xFF000000;
-
-class Surface final : public CKxUnknownImpl<IRasterDC> {
- public:
-  Surface(std::int32_t width, std::int32_t height)
-      : size{width, height},
-        clip{0, 0, width, height},
-        pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), kUntouched) {}
-  KxSize GetDeviceSize() override { return size; }
-  KxRect GetClip() override { return clip; }
-  std::uint32_t* GetRow(std::int32_t y) override {
-    return pixels.data() + static_cast<std::ptrdiff_t>(y) * size.width;
-  }
-  Pixels row(std::int32_t y) { return {GetRow(y), GetRow(y) + size.width}; }
-
-  KxSize size;
-  KxRect clip;
-  Pixels pixels;
-};
-
-KxPtr<Surface> newSurface(std::int32_t width, std::int32_t height) {
-  return KxPtr<Surface>::adopt(new Surface(width, height));
-}
 
 int draw(IRStor& raster, Surface& target, const CRDirectTfm& tfm, IProgress* progress = nullptr) {
   return KxPtr<IRStorDraw>::adopt(raster.GetDrawing())->Draw(&target, tfm, progress);
@@ -100,15 +77,6 @@ TEST(RasterDraw, ThinLinesKeepTheirInkAtOddReductions) {
   }
 }
 
-TEST(RasterDraw, DustIsFainterThanLines) {
-  const auto raster = new_IRStor(Bitonal, 20, 20, 300);
-  const Runs speck{3, 3, RunEnd};
-  contextOf(*raster, 1)->WriteLine(3, 0, 20, speck.data());
-  const auto target = newSurface(1, 1);
-  ASSERT_EQ(draw(*raster, *target, {0.05, 0.05, 0, 0}), 1);
-  EXPECT_EQ(target->pixels[0], grey(255 - 13));  // 1/400 of the area, 20 times as dark
-}
-
 TEST(RasterDraw, TonesAverageAreas) {
   struct Case {
     const char* what;
@@ -117,6 +85,8 @@ TEST(RasterDraw, TonesAverageAreas) {
     Pixels row;
   };
   const Bytes oddWidth = {0, 90, 255};
+  const auto speck = new_IRStor(Bitonal, 20, 20, 300);
+  contextOf(*speck, 1)->WriteLine(3, 0, 20, Runs{3, 3, RunEnd}.data());
   const Case cases[] = {
       {"grey 2:1", rasterOf(Grey, 4, {{0, 100, 20, 20}, {100, 0, 20, 41}}), {0.5, 0.5, 0, 0}, {grey(50), grey(25)}},
       {"grey 3:2", rasterOf(Grey, 3, {oddWidth}), {2 / 3.0, 1, 0, 0}, {grey(30), grey(200)}},
@@ -130,6 +100,7 @@ TEST(RasterDraw, TonesAverageAreas) {
        rasterOf(Palette, 2, {{1, 9}}, {{1, {200, 0, 0, 0}}, {9, {0, 100, 0, 0}}}),
        {0.5, 1, 0, 0},
        {0xFF643200}},
+      {"a speck of ink: 1/400 of the area, 20 times as dark", speck, {0.05, 0.05, 0, 0}, {grey(255 - 13)}},
       {"4 bits", rasterOf(Four, 4, {{0x0F, 0x33}}), {0.5, 1, 0, 0}, {grey(128), grey(51)}},
       {"the last part of a pixel", rasterOf(Grey, 3, {{10, 30, 77}}), {0.5, 1, 0, 0}, {grey(20), grey(77)}},
   };
@@ -194,18 +165,10 @@ TEST(RasterDraw, AClipShowsItsPartOfTheWholePictureAndNothingElse) {
 }
 
 TEST(RasterDraw, ACancelledDrawingAnswersSo) {
-  class Cancelled final : public CKxUnknownImpl<IProgress> {
-   public:
-    void SetText(const char*) override {}
-    void Step() override {}
-    int SetPosition(int) override { return 0; }
-    void Reset() override {}
-    int IsCancelled() override { return 1; }
-  };
-  const auto progress = KxPtr<IProgress>::adopt(new Cancelled);
+  Progress cancelled(0);
   const auto raster = new_IRStor(Grey, 10, 10, 300);
   const auto target = newSurface(10, 10);
-  EXPECT_EQ(draw(*raster, *target, {}, progress.get()), 0);
+  EXPECT_EQ(draw(*raster, *target, {}, &cancelled), 0);
   EXPECT_EQ(target->pixels, Pixels(100, kUntouched));
 }
 

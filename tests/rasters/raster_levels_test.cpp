@@ -11,24 +11,10 @@ namespace quillbay::test {
 namespace {
 
 using enum KxColorSpace;
-using Pixels = std::vector<std::uint32_t>;
 
-/// Rows of pixels; those that nothing was drawn on are 0.
-class Picture final : public CKxUnknownImpl<IRasterDC> {
- public:
-  Picture(std::int32_t width, std::int32_t height)
-      : size{width, height}, pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height)) {}
-  KxSize GetDeviceSize() override { return size; }
-  KxRect GetClip() override { return {0, 0, size.width, size.height}; }
-  std::uint32_t* GetRow(std::int32_t y) override { return pixels.data() + std::ptrdiff_t{y} * size.width; }
-
-  KxSize size;
-  Pixels pixels;
-};
-
-KxPtr<Picture> drawn(IRStor& raster, double scale, double offset = 0) {
+KxPtr<Surface> drawn(IRStor& raster, double scale, double offset = 0) {
   const auto side = [&](std::int32_t n) { return static_cast<std::int32_t>(std::ceil(n * scale + offset)); };
-  auto picture = KxPtr<Picture>::adopt(new Picture(side(raster.GetWidth()), side(raster.GetHeight())));
+  auto picture = newSurface(side(raster.GetWidth()), side(raster.GetHeight()));
   KxPtr<IRStorDraw>::adopt(raster.GetDrawing())->Draw(picture.get(), {scale, scale, offset, offset}, nullptr);
   return picture;
 }
@@ -65,7 +51,7 @@ TEST(RasterLevels, AreTheExactAverages) {
   for (const KxColorSpace code : {Grey, Rgb, Bgr, Rgba, Bgra, Palette, Four}) {
     const auto raster = new_IRStor(code, kWidth, 0, 300);
     append(*raster, kHeight);
-    std::vector<KxPtr<Picture>> expected;  // what the lines themselves give
+    std::vector<KxPtr<Surface>> expected;  // what the lines themselves give
     for (int shift = 2; shift <= 5; ++shift) expected.push_back(drawn(*raster, 1.0 / (1 << shift)));
     ASSERT_EQ(levelsOf(*raster)->MakeLevels(-1), 1);
     EXPECT_GT(raster->GetLevelCount(), 2);

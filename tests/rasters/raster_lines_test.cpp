@@ -142,20 +142,6 @@ TEST(RasterLines, AStripeBringsItsPaletteOnlyInCode8) {
   }
 }
 
-TEST(RasterLines, ContextsFitTheColourSpace) {
-  for (const KxColorSpace code : {Bitonal, BitonalRle, Four, Palette, Grey, Rgba, Bgra, Rgb, Bgr}) {
-    SCOPED_TRACE(static_cast<int>(code));
-    const auto raster = new_IRStor(code, 3, 1, 300);
-    const auto context = contextOf(*raster);
-    const bool palette = code == Four || code == Palette || code == Grey;
-    EXPECT_EQ(!!context.as<IARSContext>(), isRunList(code));
-    EXPECT_EQ(!!context.as<IPalContext>(), palette);
-    EXPECT_EQ(!!context.as<IRGBContext>(), !palette && !isRunList(code));
-    EXPECT_EQ(!!raster.as<IPalContext>(), palette);
-    EXPECT_TRUE(raster.as<IRStorAddStripe>() && raster.as<IRStorColors>() && raster.as<IRStor>());
-  }
-}
-
 TEST(RasterLines, StripesThatDoNotFit) {
   const auto grey = newStripe(Grey, 3);
   grey->add(Bytes{1, 2, 3});
@@ -171,6 +157,38 @@ TEST(RasterLines, StripesThatDoNotFit) {
   EXPECT_EQ(ScanBuffer_AddToRaster(grey.get(), 0, wide.get()), 1) << "over lines that are there; it still grows";
   EXPECT_EQ(wide->GetHeight(), 5);
   EXPECT_EQ(readLine(*wide, 1), (Bytes{4, 5, 6, 255, 255}));
+}
+
+constexpr std::uint32_t E = RunEnd;
+constexpr auto neg(std::int32_t v) { return static_cast<std::uint32_t>(v); }
+
+TEST(RunStor, RewrittenLinesLeaveTheOthersAlone) {
+  constexpr std::int32_t kWidth = 1000;
+  const auto raster = new_IRStor(KxColorSpace::Bitonal, kWidth, 0, 300);
+  ASSERT_EQ(raster.as<IRStorAddStripe>()->AddLines(0, 0, 9), 1);
+  const auto context = contextOf(*raster, 1);
+  const Runs one{4, 5, E};
+  for (std::int32_t i = 0; i < 9; ++i) context->WriteLine(i, 0, kWidth, one.data());
+  const Runs longer = patternRuns(kWidth, 3);
+  const Runs shorter{7, 7, 9, 9, E, 0};
+  const Runs invalid{neg(-9), neg(-1), 3, 4, 998, 1000, 1001, 1002, E};
+  context->WriteLine(4, 0, kWidth, invalid.data());
+  EXPECT_EQ(readRuns(*raster, 4), (Runs{3, 4, 998, 999, E, 0})) << "stored repaired";
+  for (const Runs& next : {longer, shorter, longer, Runs{E, 0}, shorter}) {
+    context->WriteLine(4, 0, kWidth, next.data());
+    EXPECT_EQ(readRuns(*raster, 4), next);
+    EXPECT_EQ(readRuns(*raster, 3), (Runs{4, 5, E, 0}));
+    EXPECT_EQ(readRuns(*raster, 5), (Runs{4, 5, E, 0}));
+  }
+  EXPECT_EQ(context.as<IARSContext>()->GetLineSize(4), 24U);
+  EXPECT_EQ(context.as<IARSContext>()->GetLineSize(9), 0U);
+  EXPECT_EQ(context.as<IARSContext>()->GetLinePointer(-1), nullptr);
+
+  ASSERT_EQ(raster.as<IRStorAddStripe>()->AddLines(0, 4, 1), 1);
+  EXPECT_EQ(readRuns(*raster, 4), (Runs{E, 0}));
+  EXPECT_EQ(readRuns(*raster, 5), shorter);
+  context->WriteLine(4, 0, kWidth, one.data());
+  EXPECT_EQ(readRuns(*raster, 5), shorter);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 
 #include "quillbay/errors.h"
 #include "raster_tools.h"
+#include "support/progress.h"
 
 namespace quillbay::test {
 namespace {
@@ -14,21 +15,6 @@ namespace {
 using enum KxColorSpace;
 
 constexpr KxColorSpace kCodes[] = {Bitonal, BitonalRle, Four, Palette, Grey, Rgba, Bgra, Rgb, Bgr};
-
-/// Asks to cancel once it was told of a position.
-class CancelAfter final : public CKxUnknownImplStatic<IProgress> {
- public:
-  explicit CancelAfter(int position) : m_limit(position) {}
-  void SetText(const char*) override {}
-  void Step() override {}
-  int SetPosition(int position) override { return std::exchange(m_position, position); }
-  void Reset() override {}
-  int IsCancelled() override { return m_position >= m_limit; }
-  [[nodiscard]] int position() const noexcept { return m_position; }
-
- private:
-  int m_limit, m_position = -1;
-};
 
 KxPtr<IRStor> patternRaster(KxColorSpace code, std::int32_t width, std::int32_t height) {
   const auto raster = new_IRStor(code, width, height, 300);
@@ -289,13 +275,13 @@ TEST(RasterOps, ACancelGivesNothing) {
     const auto source = patternRaster(code, 1000, 2100);
     for (std::size_t i = 0; i < std::size(ops); ++i) {
       for (const int limit : {0, kOpSteps / 3}) {
-        CancelAfter cancel(limit);
+        Progress cancel(Progress::kNever, limit);
         EXPECT_FALSE(ops[i](source.get(), &cancel)) << "operation " << i;
-        EXPECT_LT(cancel.position(), kOpSteps);
+        EXPECT_LT(cancel.position, kOpSteps);
       }
-      CancelAfter never(kOpSteps + 1);
+      Progress never;
       EXPECT_TRUE(ops[i](source.get(), &never)) << "operation " << i;
-      EXPECT_EQ(never.position(), kOpSteps);
+      EXPECT_EQ(never.position, kOpSteps);
     }
   }
 }

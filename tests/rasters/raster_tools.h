@@ -117,6 +117,32 @@ inline Runs readRuns(IRStor& raster, std::int32_t line) {
   return r;
 }
 
+using Pixels = std::vector<std::uint32_t>;
+constexpr std::uint32_t kUntouched = 0x12345678;
+
+/// What is drawn on; untouched pixels stay `kUntouched`.
+class Surface final : public CKxUnknownImpl<IRasterDC> {
+ public:
+  Surface(std::int32_t width, std::int32_t height)
+      : size{width, height},
+        clip{0, 0, width, height},
+        pixels(static_cast<std::size_t>(width) * static_cast<std::size_t>(height), kUntouched) {}
+  KxSize GetDeviceSize() override { return size; }
+  KxRect GetClip() override { return clip; }
+  std::uint32_t* GetRow(std::int32_t y) override {
+    return pixels.data() + static_cast<std::ptrdiff_t>(y) * size.width;
+  }
+  Pixels row(std::int32_t y) { return {GetRow(y), GetRow(y) + size.width}; }
+
+  KxSize size;
+  KxRect clip;
+  Pixels pixels;
+};
+
+inline KxPtr<Surface> newSurface(std::int32_t width, std::int32_t height) {
+  return KxPtr<Surface>::adopt(new Surface(width, height));
+}
+
 /// Sets the budget for one test, and the default again at its end.
 class ScopedBudget {
  public:
