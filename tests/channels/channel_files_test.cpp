@@ -4,21 +4,15 @@
 #include <sys/stat.h>
 #include <tiffio.h>
 #include <unistd.h>
+#include <algorithm>
 
-#include <fstream>
-
+#include "quillbay/formats.h"
+#include "support/progress.h"
 #include "test_pages.h"
 #include "tiff_readback.h"
 
 namespace quillbay::test {
 namespace {
-
-std::string contentOf(const std::string& file) {
-  std::ifstream from(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(from), {}};
-}
-
-void write(const std::string& file, const std::string& text) { std::ofstream(file, std::ios::binary) << text; }
 
 /// The file holds exactly these pages.
 void expectPages(const std::string& file, const std::vector<TestPage>& pages) {
@@ -76,7 +70,7 @@ TEST_F(ChannelFiles, PageCountGrowsWithEachPage) {
 
 TEST_F(ChannelFiles, AFileThatNobodyMeantGetsNoPage) {
   savePaged(m_file, raster(0).get(), End::Commit);
-  const std::string before = contentOf(m_file);
+  const std::string before = readFile(m_file);
   const auto channel = new_FileChanel(nullptr, m_file, nullptr, nullptr);
   PageTarget target;
   target.joinsPart = true;  // the file was not there when the page was prepared
@@ -84,23 +78,23 @@ TEST_F(ChannelFiles, AFileThatNobodyMeantGetsNoPage) {
   ASSERT_EQ(channel.as<IKxRasterSavePagedChanel>()->Save(raster(1).get(), nullptr), 1);
   EXPECT_THROW(channel->Commit(), CXFileException);
   EXPECT_NE(channel->IsWritten(), 0);
-  EXPECT_TRUE(contentOf(m_file) == before);
+  EXPECT_TRUE(readFile(m_file) == before);
   PublishPartAs(m_file, m_file + ".tif", false);
   expectPages(m_file + ".tif", {m_pages[1]});
 }
 
 TEST_F(ChannelFiles, AbandonedPagesLeaveTheFileAsItWas) {
   savePaged(m_file, raster(0).get(), End::Commit);
-  const std::string before = contentOf(m_file);
+  const std::string before = readFile(m_file);
   savePaged(m_file, raster(1).get(), End::Abandon);
-  EXPECT_TRUE(contentOf(m_file) == before);
+  EXPECT_TRUE(readFile(m_file) == before);
   savePaged(m_file, abandonedRaster(m_pages[1], 14).get(), End::Commit);
-  EXPECT_TRUE(contentOf(m_file) == before);
+  EXPECT_TRUE(readFile(m_file) == before);
   {  // the last release without an end
     const auto channel = new_FileChanel(nullptr, m_file, nullptr, nullptr);
     EXPECT_EQ(channel.as<IKxRasterSavePagedChanel>()->Save(raster(1).get(), nullptr), 1);
   }
-  EXPECT_TRUE(contentOf(m_file) == before);
+  EXPECT_TRUE(readFile(m_file) == before);
   EXPECT_EQ(m_folder.list(), "plan.tif ");
 
   const std::string other = m_folder.file("other.tif");
@@ -117,22 +111,25 @@ TEST_F(ChannelFiles, AbandonPartKeepsFinishedPagesOnly) {
   savePaged(m_file, raster(1).get(), End::KeepPart);
   EXPECT_EQ(m_folder.list(), "plan.tif.part plan.tif.part.1 ");
   expectPages(m_file + ".part.1", {m_pages[0]});
+  AbandonPart(m_file);  // as the end of a killed program does
   PublishPart(m_file, false);
   expectPages(m_file, {m_pages[1]});
   AbandonPart(m_file);  // nothing to forget
+  writeFile(m_folder.file("empty.tif.part"), "");
+  EXPECT_THROW(PublishPart(m_folder.file("empty.tif"), false), CXFileException);
 }
 
 TEST_F(ChannelFiles, NothingIsReplacedUnlessAgreed) {
   const auto channel = new_FileChanel(nullptr, m_file, nullptr, nullptr);
   EXPECT_EQ(channel.as<IKxRasterSaveFileChanel>()->Save(raster(0).get(), nullptr), 1);
-  write(m_file, "appeared meanwhile");
+  writeFile(m_file, "appeared meanwhile");
   try {
     channel->Commit();
     ADD_FAILURE() << "replaced";
   } catch (const CXFileException& e) {
     EXPECT_EQ(e.systemError(), EEXIST);
   }
-  EXPECT_EQ(contentOf(m_file), "appeared meanwhile");
+  EXPECT_EQ(readFile(m_file), "appeared meanwhile");
   EXPECT_EQ(m_folder.list(), "plan.tif plan.tif.part ");
   EXPECT_THROW(PublishPart(m_file, false), CXFileException);
   PublishPart(m_file, true);
@@ -148,7 +145,7 @@ TEST_F(ChannelFiles, NothingIsReplacedUnlessAgreed) {
 }
 
 TEST_F(ChannelFiles, AnUnpublishedPageDoesNotBlockTheNextScan) {
-  write(m_file, "in the way");
+  writeFile(m_file, "in the way");
   EXPECT_THROW(saveSingle(m_file, raster(0).get()), CXFileException);
   saveSingle(m_file, raster(1).get(), nullptr, true);
   EXPECT_EQ(m_folder.list(), "plan.tif plan.tif.part.1 ");
@@ -158,33 +155,24 @@ TEST_F(ChannelFiles, AnUnpublishedPageDoesNotBlockTheNextScan) {
 
 TEST_F(ChannelFiles, LeftoversAreSetAside) {
   EXPECT_EQ(SetAsideLeftover(m_file), "");
-  write(m_file + ".part", "first");
+  writeFile(m_file + ".part", "first");
   EXPECT_EQ(SetAsideLeftover(m_file), m_file + ".part.1");
-  write(m_file + ".part", "second");
+  writeFile(m_file + ".part", "second");
   saveSingle(m_file, raster(0).get());
   EXPECT_EQ(m_folder.list(), "plan.tif plan.tif.part.1 plan.tif.part.2 ");
-  EXPECT_EQ(contentOf(m_file + ".part.1"), "first");
-  EXPECT_EQ(contentOf(m_file + ".part.2"), "second");
-}
-
-TEST_F(ChannelFiles, AKilledBatchCanBePublishedLater) {
-  savePaged(m_file, raster(0).get(), End::KeepPart);
-  AbandonPart(m_file);  // as the end of the program does
-  PublishPart(m_file, false);
-  expectPages(m_file, {m_pages[0]});
-  write(m_folder.file("empty.tif.part"), "");
-  EXPECT_THROW(PublishPart(m_folder.file("empty.tif"), false), CXFileException);
+  EXPECT_EQ(readFile(m_file + ".part.1"), "first");
+  EXPECT_EQ(readFile(m_file + ".part.2"), "second");
 }
 
 TEST_F(ChannelFiles, WhatAnotherProgramWritesIsLeftAlone) {
   const std::string part = m_file + ".part";
-  write(part, "theirs");
+  writeFile(part, "theirs");
   const int theirs = ::open(part.c_str(), O_RDONLY | O_CLOEXEC);
   ASSERT_EQ(::flock(theirs, LOCK_EX), 0);
   EXPECT_THROW((void)SetAsideLeftover(m_file), CXFileException);
   EXPECT_THROW((void)new_FileChanel(nullptr, m_file, nullptr, nullptr), CXFileException);
   EXPECT_THROW(PublishPart(m_file, false), CXFileException);
-  EXPECT_EQ(contentOf(part), "theirs");
+  EXPECT_EQ(readFile(part), "theirs");
   ::close(theirs);
   EXPECT_NE(SetAsideLeftover(m_file), "");
 }
@@ -243,28 +231,34 @@ TEST_F(ChannelFiles, UmaskIsHonoured) {
   EXPECT_EQ(info.st_mode & 0777, 0640U);
 }
 
-class Cancel final : public CKxUnknownImpl<IProgress> {
- public:
-  explicit Cancel(int after) : m_after(after) {}
-  void SetText(const char*) override {}
-  void Step() override {}
-  int SetPosition(int) override { return 0; }
-  void Reset() override {}
-  int IsCancelled() override { return m_after-- <= 0; }
-
- private:
-  int m_after;
-};
-
 TEST_F(ChannelFiles, CancellingDropsThePage) {
   for (const int after : {0, 1, 5}) {
-    const auto progress = KxPtr<Cancel>::adopt(new Cancel(after));
+    Progress progress(after);
     const auto channel = new_FileChanel(nullptr, m_file, nullptr, nullptr);
-    EXPECT_EQ(channel.as<IKxRasterSaveFileChanel>()->Save(raster(0).get(), progress.get()), 0);
+    EXPECT_EQ(channel.as<IKxRasterSaveFileChanel>()->Save(raster(0).get(), &progress), 0);
     EXPECT_THROW(channel->Commit(), CXException);
     channel->Abandon();
     EXPECT_EQ(m_folder.list(), "");
   }
+}
+
+TEST(FormatModules, ColourSpacesAndNamesThatNoModuleTakes) {
+  const std::vector<FormatInfo> formats = ListFormats();
+  for (const auto& [name, paged] : {std::pair{"TIFF", true}, {"PNG", false}}) {
+    const auto found =
+        std::find_if(formats.begin(), formats.end(), [&](const FormatInfo& format) { return format.name == name; });
+    ASSERT_NE(found, formats.end()) << "beside the program";
+    EXPECT_EQ(found->paged, paged);
+  }
+  const TempFolder folder;
+  const auto channel = new_FileChanel(nullptr, folder.file("a.TIFF"), nullptr, nullptr);  // letters of any case
+  const auto save = channel.as<IKxRasterSaveFileChanel>();
+  EXPECT_TRUE(save->AcceptColorSpace(KxColorSpace::Bitonal));
+  EXPECT_TRUE(save->AcceptColorSpace(KxColorSpace::Bgra));
+  EXPECT_FALSE(save->AcceptColorSpace(KxColorSpace::Four));
+  EXPECT_FALSE(save->AcceptColorSpace(KxColorSpace::None));
+  EXPECT_THROW(new_FileChanel(nullptr, folder.file("a.xyz"), nullptr, nullptr), CXFileException);
+  EXPECT_THROW(new_FileChanel(nullptr, folder.file("none/a.tif"), nullptr, nullptr), CXFileException);
 }
 
 }  // namespace

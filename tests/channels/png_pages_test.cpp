@@ -2,10 +2,8 @@
 #include <png.h>
 
 #include <cstdio>
-#include <fstream>
 
 #include "test_pages.h"
-#include "tiff_readback.h"
 
 namespace quillbay::test {
 namespace {
@@ -91,43 +89,6 @@ TEST(PngPages, EveryColourAndSourceReadsBackEqual) {
       }
     }
   }
-}
-
-TEST(PngPages, LoadGivesBackWhatWasSaved) {
-  const TempFolder folder;
-  for (const KxColorSpace colorSpace :
-       {KxColorSpace::Bitonal, KxColorSpace::Palette, KxColorSpace::Grey, KxColorSpace::Rgb}) {
-    SCOPED_TRACE(static_cast<int>(colorSpace));
-    const TestPage page = makePage(colorSpace, 301, 60);
-    const std::string file = folder.file("load.png"), tiff = folder.file("load.tif");
-    saveSingle(file, rasterOf(page, Source::Stripes).get(), nullptr, true);
-    const KxPtr<IRStor> raster = new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->Load(0, nullptr);
-    ASSERT_EQ(raster->GetColorSpace(), colorSpace);
-    EXPECT_EQ(raster->GetResolution(), 300U);
-    saveSingle(tiff, raster.get(), nullptr, true);
-    EXPECT_EQ(difference(readTiff(tiff).pages.at(0), page), "");
-  }
-}
-
-TEST(PngPages, CutFilesAreRefused) {
-  const TempFolder folder;
-  const std::string good = folder.file("good.png"), cut = folder.file("cut.png");
-  saveSingle(good, rasterOf(makePage(KxColorSpace::Rgb, 100, 60), Source::Stripes).get());
-  std::ifstream from(good, std::ios::binary);
-  const std::string whole((std::istreambuf_iterator<char>(from)), {});
-  for (std::size_t size = 8; size < whole.size(); size += 1 + size / 3) {
-    std::ofstream(cut, std::ios::binary) << whole.substr(0, size);
-    EXPECT_THROW((void)new_OpenFileChanel(nullptr, cut).as<IKxRasterLoadFileChanel>()->Load(0, nullptr),
-                 CXFileException)
-        << size;
-  }
-}
-
-TEST(PngPages, OnePageOnly) {
-  const TempFolder folder;
-  const auto channel = new_FileChanel(nullptr, folder.file("one.png"), nullptr, nullptr);
-  EXPECT_FALSE(channel.as<IKxRasterSavePagedChanel>());
-  EXPECT_TRUE(channel.as<IKxRasterSaveFileChanel>());
 }
 
 }  // namespace

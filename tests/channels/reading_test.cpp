@@ -3,10 +3,10 @@
 #include <tiffio.h>
 
 #include <cmath>
-#include <fstream>
 
 #include "quillbay/formats.h"
 #include "quillbay/run_list.h"
+#include "support/progress.h"
 #include "test_pages.h"
 
 namespace quillbay::test {
@@ -33,15 +33,6 @@ Bytes lineOf(IRStor& raster, std::int32_t y) {
   runsToBits(runs.data(), raster.GetWidth(), bits.data());
   bitsToBytes(bits.data(), width, 255, 0, line.data());
   return line;
-}
-
-void writeText(const std::string& file, const std::string& bytes) {
-  std::ofstream(file, std::ios::binary) << bytes;
-}
-
-std::string textOf(const std::string& file) {
-  std::ifstream from(file, std::ios::binary);
-  return {std::istreambuf_iterator<char>(from), {}};
 }
 
 std::string loadError(const std::string& file, int page = 0) {
@@ -163,7 +154,7 @@ TEST(Reading, ATruncatedFileSaysSoAndWhatCanBeRead) {
   const auto saved = [&](const char* name) {
     const std::string file = folder.file(name);
     saveSingle(file, rasterOf(page, Source::Stripes).get());
-    return textOf(file);
+    return readFile(file);
   };
   struct Case {
     const char* name;
@@ -173,7 +164,7 @@ TEST(Reading, ATruncatedFileSaysSoAndWhatCanBeRead) {
   };
   const Case cases[] = {
       {"first.tif", directoryFirst(4000, 900), 0.5, "of 900 lines of page 1 the first "},
-      {"last.tif", saved("a.tif"), 0.5, "its page 1 lies beyond the file's end"},
+      {"last.tif", saved("a.tif"), 0.5, "its page 1 lies after the end of the file"},
       {"head.tif", saved("b.tif"), 0, "it ends within its head"},
       {"cut.png", saved("c.png"), 0.6, "of 900 lines of page 1 the first "},
       {"head.png", saved("d.png"), 0, "no line of page 1 can be read"},
@@ -185,7 +176,7 @@ TEST(Reading, ATruncatedFileSaysSoAndWhatCanBeRead) {
     SCOPED_TRACE(c.name);
     const std::string file = folder.file(c.name);
     const auto size = c.kept == 0 ? 10 : static_cast<std::size_t>(static_cast<double>(c.whole.size()) * c.kept);
-    writeText(file, c.whole.substr(0, size));
+    writeFile(file, c.whole.substr(0, size));
     const std::string text = loadError(file);
     EXPECT_NE(text.find("read " + file + ": the file is truncated"), std::string::npos) << text;
     EXPECT_NE(text.find(c.says), std::string::npos) << text;
@@ -200,13 +191,13 @@ TEST(Reading, ThePagesBeforeTheBreakOfATruncatedTiffCanBeRead) {
   std::vector<std::size_t> sizes;
   for (int i = 0; i < 3; ++i) {
     savePaged(file, rasterOf(page, Source::Stripes).get(), End::Commit);
-    sizes.push_back(textOf(file).size());
+    sizes.push_back(readFile(file).size());
   }
-  writeText(file, textOf(file).substr(0, (sizes[1] + sizes[2]) / 2));
+  writeFile(file, readFile(file).substr(0, (sizes[1] + sizes[2]) / 2));
   ASSERT_EQ(open(file)->GetPageCount(), 3);
   for (const int whole : {0, 1}) EXPECT_EQ(open(file)->Load(whole, nullptr)->GetHeight(), 200);
   const std::string text = loadError(file, 2);
-  EXPECT_NE(text.find("truncated: its page 3 lies beyond the file's end; the pages before it can be read"),
+  EXPECT_NE(text.find("truncated: its page 3 lies after the end of the file; the pages before it can be read"),
             std::string::npos)
       << text;
   EXPECT_THROW(savePaged(file, rasterOf(page, Source::Stripes).get(), End::Commit), CXFileException);
@@ -234,7 +225,7 @@ TEST(Reading, PortableAnymapsOfEveryKind) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.bytes.substr(0, 12));
-    writeText(file, c.bytes);
+    writeFile(file, c.bytes);
     const KxPtr<IRStor> raster = open(file)->Load(0, nullptr);
     ASSERT_EQ(raster->GetColorSpace(), c.colorSpace);
     ASSERT_EQ(raster->GetHeight(), static_cast<std::int32_t>(c.lines.size()));
@@ -248,7 +239,7 @@ TEST(Reading, PortableAnymapsOfEveryKind) {
                                                      {"P1 2 1\n12", "text where a pixel"},
                                                      {"P5\n10          0\n255\nabc", "never written to its end"}};
   for (const auto& [bytes, says] : bad) {
-    writeText(file, bytes);
+    writeFile(file, bytes);
     EXPECT_NE(loadError(file).find(says), std::string::npos) << bytes << ": " << loadError(file);
   }
 }
@@ -278,7 +269,7 @@ TEST(Reading, AnymapsAreWrittenWithTheirHeightLast) {
         }
       }
       saveSingle(folder.file(c.name), rasterOf(page, source).get(), nullptr, true);
-      EXPECT_TRUE(textOf(folder.file(c.name)) == want);
+      EXPECT_TRUE(readFile(folder.file(c.name)) == want);
     }
   }
   const auto grey = new_FileChanel(nullptr, folder.file("f.pbm"), nullptr, nullptr);
@@ -300,18 +291,42 @@ TEST(Reading, TransparentPixelsLieOnWhite) {
   for (std::size_t i = 0; i < want.size(); ++i) EXPECT_NEAR(line.at(i), want[i], 1) << i;
 }
 
-class Watch final : public CKxUnknownImpl<IProgress> {
- public:
-  void SetText(const char*) override {}
-  void Step() override {}
-  int SetPosition(int position) override {
-    EXPECT_GE(position, last);
-    return std::exchange(last, position);
+TEST(Reading, TilesAndInvertedGrey) {
+  const TempFolder folder;
+  constexpr int kWidth = 211, kHeight = 150;
+  const auto at = [](int x, int y) { return static_cast<std::uint8_t>(x * 5 + y * 3 + x * y); };
+  for (const auto& [samples, tile] : {std::pair{3, 64}, {1, 64}, {1, 16}}) {
+    const std::string file = folder.file("tiled.tif");
+    TIFF* tiff = TIFFOpen(file.c_str(), "w");
+    for (const auto& [tag, value] : std::vector<std::pair<std::uint32_t, int>>{
+             {TIFFTAG_IMAGEWIDTH, kWidth},
+             {TIFFTAG_IMAGELENGTH, kHeight},
+             {TIFFTAG_BITSPERSAMPLE, 8},
+             {TIFFTAG_SAMPLESPERPIXEL, samples},
+             {TIFFTAG_TILEWIDTH, tile},
+             {TIFFTAG_TILELENGTH, tile},
+             {TIFFTAG_PHOTOMETRIC, samples == 3 ? PHOTOMETRIC_RGB : PHOTOMETRIC_MINISWHITE},
+             {TIFFTAG_PLANARCONFIG, PLANARCONFIG_CONTIG}}) {
+      TIFFSetField(tiff, tag, value);
+    }
+    for (int top = 0; top < kHeight; top += tile) {
+      for (int left = 0; left < kWidth; left += tile) {
+        Bytes bytes;
+        for (int i = 0; i < tile * tile * samples; ++i)
+          bytes.push_back(at((left + i / samples % tile) * samples + i % samples, top + i / samples / tile));
+        TIFFWriteTile(tiff, bytes.data(), static_cast<std::uint32_t>(left), static_cast<std::uint32_t>(top), 0, 0);
+      }
+    }
+    TIFFClose(tiff);
+    const KxPtr<IRStor> raster = open(file)->Load(0, nullptr);
+    for (int y = 0; y < kHeight; ++y) {
+      Bytes want;
+      for (int x = 0; x < kWidth * samples; ++x)
+        want.push_back(static_cast<std::uint8_t>(samples == 3 ? at(x, y) : 255 - at(x, y)));
+      ASSERT_EQ(lineOf(*raster, y), want) << samples << " samples, line " << y;
+    }
   }
-  void Reset() override {}
-  int IsCancelled() override { return ++asked > cancelAt; }
-  int last = 0, asked = 0, cancelAt = 1 << 30;
-};
+}
 
 TEST(Reading, ProgressIsToldAndCancellingIsPrompt) {
   const TempFolder folder;
@@ -326,17 +341,15 @@ TEST(Reading, ProgressIsToldAndCancellingIsPrompt) {
                 [](int x, int y, int) { return static_cast<std::uint8_t>(x ^ y); });
   for (const std::string& file : files) {
     SCOPED_TRACE(file);
-    const auto whole = KxPtr<Watch>::adopt(new Watch);
-    EXPECT_TRUE(open(file)->Load(0, whole.get()));
-    EXPECT_GT(whole->last, kLoadSteps * 9 / 10);
-    EXPECT_LE(whole->last, kLoadSteps);
-    EXPECT_GE(whole->asked, 10) << "12 MB";
+    Progress whole;
+    EXPECT_TRUE(open(file)->Load(0, &whole));
+    EXPECT_TRUE(whole.rises && whole.position > kLoadSteps * 9 / 10 && whole.position <= kLoadSteps);
+    EXPECT_GE(whole.asked, 10) << "12 MB";
     for (const int at : {0, 1, 6}) {
-      const auto stopped = KxPtr<Watch>::adopt(new Watch);
-      stopped->cancelAt = at;
+      Progress stopped(at);
       const auto channel = open(file);
-      EXPECT_FALSE(channel->Load(0, stopped.get()));
-      EXPECT_EQ(stopped->asked, at + 1) << "nothing goes on after the answer";
+      EXPECT_FALSE(channel->Load(0, &stopped));
+      EXPECT_EQ(stopped.asked, at + 1) << "nothing goes on after the answer";
       if (at == 1) {
         EXPECT_TRUE(channel->Load(0, nullptr)) << "the channel stays usable";
       }

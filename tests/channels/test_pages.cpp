@@ -1,32 +1,10 @@
 #include "test_pages.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cstring>
 #include <random>
-#include <set>
 
 namespace quillbay::test {
-
-TempFolder::TempFolder() {
-  std::string name = (std::filesystem::temp_directory_path() / "quillbay_channels_XXXXXX").string();
-  if (!::mkdtemp(name.data())) throw std::runtime_error("no temporary folder");
-  m_path = name;
-}
-
-TempFolder::~TempFolder() {
-  std::error_code ignored;
-  std::filesystem::remove_all(m_path, ignored);
-}
-
-std::string TempFolder::list() const {
-  std::set<std::string> names;
-  for (const auto& entry : std::filesystem::directory_iterator(m_path)) names.insert(entry.path().filename());
-  std::string all;
-  for (const std::string& name : names) all += name + " ";
-  return all;
-}
 
 TestPage bitonalPage(const std::vector<std::vector<bool>>& rows, std::int32_t width) {
   TestPage page;

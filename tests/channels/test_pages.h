@@ -1,5 +1,4 @@
 #pragma once
-#include <filesystem>
 #include <map>
 #include <string>
 #include <vector>
@@ -7,22 +6,19 @@
 #include "platform/file_channel.h"
 #include "quillbay/param.h"
 #include "quillbay/raster.h"
+#include "support/temp_dir.h"
 
 namespace quillbay::test {
 
 /// A folder of its own that goes with the test.
-class TempFolder {
+class TempFolder : public TempDir {
  public:
-  TempFolder();
-  ~TempFolder();
-  TempFolder(const TempFolder&) = delete;
-  TempFolder& operator=(const TempFolder&) = delete;
-  [[nodiscard]] std::string file(const std::string& name) const { return (m_path / name).string(); }
   /// The names of what it holds, sorted, each followed by a space.
-  [[nodiscard]] std::string list() const;
-
- private:
-  std::filesystem::path m_path;
+  [[nodiscard]] std::string list() const {
+    std::string all;
+    for (const std::string& name : names()) all += name + " ";
+    return all;
+  }
 };
 
 /// A page in the line format of its colour space, and what a reader must see: bits (1 is black), bytes, or red,

@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 #include <tiff.h>
 
-#include <fstream>
 #include <random>
 
 #include "platform/base_services.h"
@@ -213,22 +212,23 @@ TEST(TiffPages, RunsOutsideTheLineOrTouchingAreTakenAsTheyShow) {
 
 TEST(TiffPages, LoadGivesBackWhatWasSaved) {
   const TempFolder folder;
-  const std::string file = folder.file("load.tif");
   for (const KxColorSpace colorSpace :
        {KxColorSpace::Bitonal, KxColorSpace::Palette, KxColorSpace::Grey, KxColorSpace::Rgb}) {
-    SCOPED_TRACE(static_cast<int>(colorSpace));
-    const TestPage page = makePage(colorSpace, 301, 60);
-    saveSingle(file, rasterOf(page, Source::Stripes).get(), nullptr, true);
-    const auto loader = new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>();
-    ASSERT_EQ(loader->GetPageCount(), 1);
-    const KxPtr<IRStor> raster = loader->Load(0, nullptr);
-    ASSERT_EQ(raster->GetColorSpace(), colorSpace);
-    ASSERT_EQ(raster->GetResolution(), 300U);
-    // Saved once more, so that the lines, and the palette, are compared by libtiff.
-    saveSingle(file, raster.get(), nullptr, true);
-    const ReadFile read = readTiff(file);
-    EXPECT_EQ(difference(read.pages.at(0), page), "");
-    EXPECT_EQ(read.pages.at(0).palette, page.palette);
+    for (const char* name : {"load.tif", "load.png"}) {
+      SCOPED_TRACE(testing::Message() << name << ", code " << static_cast<int>(colorSpace));
+      const TestPage page = makePage(colorSpace, 301, 60);
+      saveSingle(folder.file(name), rasterOf(page, Source::Stripes).get(), nullptr, true);
+      const auto loader = new_OpenFileChanel(nullptr, folder.file(name)).as<IKxRasterLoadFileChanel>();
+      ASSERT_EQ(loader->GetPageCount(), 1);
+      const KxPtr<IRStor> raster = loader->Load(0, nullptr);
+      ASSERT_EQ(raster->GetColorSpace(), colorSpace);
+      ASSERT_EQ(raster->GetResolution(), 300U);
+      // Saved once more, so that the lines, and the palette, are compared by libtiff.
+      saveSingle(folder.file("again.tif"), raster.get(), nullptr, true);
+      const ReadFile read = readTiff(folder.file("again.tif"));
+      EXPECT_EQ(difference(read.pages.at(0), page), "");
+      EXPECT_EQ(read.pages.at(0).palette, page.palette);
+    }
   }
 }
 
@@ -237,17 +237,15 @@ TEST(TiffPages, DamagedFilesAreRefusedWithTheirName) {
   const std::string good = folder.file("good.tif");
   const TestPage page = makePage(KxColorSpace::Rgb, 100, 60);
   savePaged(good, rasterOf(page, Source::Stripes).get(), End::Commit);
-  std::ifstream from(good, std::ios::binary);
-  const std::string whole((std::istreambuf_iterator<char>(from)), {});
+  const std::string whole = readFile(good);
   for (std::size_t size = 0; size < whole.size(); size += 1 + size / 3) {
     SCOPED_TRACE(size);
     const std::string file = folder.file("cut.tif");
-    std::ofstream(file, std::ios::binary) << whole.substr(0, size);
+    writeFile(file, whole.substr(0, size));
     EXPECT_THROW(new_OpenFileChanel(nullptr, file), CXFileException);
     if (size == 0) continue;  // an empty file takes pages
     EXPECT_THROW(savePaged(file, rasterOf(page, Source::Stripes).get(), End::Commit), CXFileException);
-    std::ifstream again(file, std::ios::binary);
-    EXPECT_TRUE(std::string((std::istreambuf_iterator<char>(again)), {}) == whole.substr(0, size));
+    EXPECT_TRUE(readFile(file) == whole.substr(0, size));
   }
 }
 
