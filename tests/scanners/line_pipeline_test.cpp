@@ -2,13 +2,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cstring>
 #include <numeric>
 #include <random>
+#include <vector>
 
 #include "quillbay/errors.h"
 #include "quillbay/run_list.h"
 #include "recording_sink.h"
 #include "scanners/lines/line_convert.h"
+#include "scanners/lines/line_crop.h"
+#include "scanners/lines/stripe.h"
 
 namespace quillbay {
 namespace {
@@ -243,6 +247,77 @@ TEST(LinePipeline, PackedLinesStayPackedAndGiveTheSameRuns) {
     pipeline.flush();
     EXPECT_EQ(checked, 5);
   }
+}
+
+TEST(LineCrop, TakesTheWantedRowsAndBytes) {
+  struct Case {
+    DeviceSamples samples;
+    std::size_t bytes;  // a pixel
+  };
+  for (const Case& c : {Case{DeviceSamples::Grey8, 1}, {DeviceSamples::Grey16, 2}, {DeviceSamples::Rgb16, 6}}) {
+    LineCrop crop({7, 5, 2, 3}, c.samples);
+    const std::vector<std::uint8_t> line(20 * c.bytes);
+    for (int y = 0; y < 8; ++y) {
+      const std::uint8_t* wanted = crop.take(line.data());
+      EXPECT_EQ(wanted, y >= 2 && y < 5 ? line.data() + 7 * c.bytes : nullptr) << "row " << y;
+      EXPECT_EQ(crop.isDone(), y >= 4) << "row " << y;
+    }
+  }
+  LineCrop open({0, 5, 1, -1}, DeviceSamples::Grey8);
+  const std::vector<std::uint8_t> line(20);
+  EXPECT_EQ(open.take(line.data()), nullptr);
+  for (int y = 1; y < 100; ++y) EXPECT_EQ(open.take(line.data()), line.data());
+  EXPECT_FALSE(open.isDone());
+}
+
+TEST(LineCrop, ShiftsBits) {
+  const std::vector<std::uint8_t> line{0b10110011, 0b00011110, 0b11001010};  // no byte behind: it must not be read
+  const auto bit = [](const std::uint8_t* bits, int x) { return bits[x / 8] >> (7 - x % 8) & 1; };
+  for (int left = 0; left < 24; ++left) {
+    for (int width = 1; left + width <= 24; ++width) {
+      LineCrop crop({left, width, 0, -1}, DeviceSamples::Bits);
+      const std::uint8_t* wanted = crop.take(line.data());
+      for (int x = 0; x < width; ++x)
+        ASSERT_EQ(bit(wanted, x), bit(line.data(), left + x))
+            << "left " << left << ", width " << width << ", " << x;
+    }
+  }
+}
+
+KxPtr<CStripe> newLineStripe(std::shared_ptr<StripePool> pool, KxColorSpace cs, int width, int capacity) {
+  return KxPtr<CStripe>::adopt(new CStripe(std::move(pool), cs, width, capacity, 300));
+}
+
+TEST(Stripe, RunListsGrowAndStayAligned) {
+  const KxPtr<CStripe> stripe = newLineStripe(std::make_shared<StripePool>(), KxColorSpace::Bitonal, 4000, 2);
+  std::vector<std::uint32_t> runs;
+  for (std::uint32_t x = 0; x < 4000; x += 4) runs.insert(runs.end(), {x, x + 1});
+  runs.push_back(RunEnd);
+  const std::uint32_t none[] = {RunEnd};
+  stripe->appendRuns(none, 0);
+  for (int i = 0; i < 20; ++i) stripe->appendRuns(runs.data(), 1000);
+  ASSERT_EQ(stripe->lineCount(), 21);
+  const auto* first = reinterpret_cast<const std::uint32_t*>(stripe->GetLine(0));
+  EXPECT_EQ(first[0], RunEnd);
+  EXPECT_EQ(first[1], 0U);
+  const std::uint8_t* last = stripe->GetLine(20);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(last) % 8, 0U);
+  EXPECT_EQ(std::memcmp(last, runs.data(), runs.size() * 4), 0);
+  EXPECT_EQ(stripe->usedBytes(), 8 + 20 * runListBytes(1000));
+  EXPECT_FALSE(query<IContiguousLines>(static_cast<IScanBuffer*>(stripe.get())));
+}
+
+TEST(Stripe, PoolGivesBlocksOfOneSizeAgainAndOutlivesItsOwner) {
+  auto pool = std::make_shared<StripePool>();
+  KxPtr<CStripe> stripe = newLineStripe(pool, KxColorSpace::Grey, 100, 10);
+  const std::uint8_t* block = stripe->data();
+  stripe = nullptr;
+  stripe = newLineStripe(pool, KxColorSpace::Grey, 100, 10);
+  EXPECT_EQ(stripe->data(), block);
+  const KxPtr<CStripe> other = newLineStripe(pool, KxColorSpace::Grey, 200, 10);
+  pool = nullptr;
+  stripe->data()[999] = 1;
+  EXPECT_EQ(stripe->GetPalette()[200], (KXRGBQUAD{200, 200, 200, 0}));
 }
 
 }  // namespace

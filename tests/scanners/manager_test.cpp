@@ -41,13 +41,6 @@ class Manager : public ::testing::Test {
   KxPtr<IScan> current() { return KxPtr<IScan>::adopt(manager->GetCurrent()); }
   static bool isUnit(const KxPtr<IScan>& scan) { return static_cast<bool>(scan.as<IQuillbayUnit>()); }
   static std::string faultText(const KxPtr<IScan>& scan) { return scan.as<IUnitFault>()->GetFault().text; }
-  void remember(const char* device, const char* model) {
-    settings->SetValue("Device", device);
-    settings->SetValue("Vendor", "Noname");
-    settings->SetValue("Model", model);
-    settings->SetValue("Type", "virtual device");
-    settings->SetValue("Name", "my scanner");
-  }
 
   KxPtr<TestApp> app = KxPtr<TestApp>::adopt(new TestApp);
   KxPtr<IParam> settings = new_MemParam();
@@ -105,7 +98,7 @@ TEST_F(Manager, CurrentScannerComesFromWhatWasSetThenTheEnvironmentThenTheSettin
   EXPECT_EQ(manager->HasCurrent(), 0);
   EXPECT_FALSE(isUnit(current()));
 
-  remember("pnm:0", "PNM file reader");
+  remember(*settings, "pnm:0", "PNM file reader");
   const auto fresh = [&] {
     manager = new_IScanManagerEx(app.get(), 0);
     manager->Initialise("", settings.get(), 0);
@@ -172,7 +165,7 @@ TEST_F(Manager, WithoutAKnownScannerTheOnlyRealOneIsTaken) {
 }
 
 TEST_F(Manager, RememberedScannerIsFoundAgainUnderAnotherName) {
-  remember("test:7", "frontend-tester");
+  remember(*settings, "test:7", "frontend-tester");
   const KxPtr<IScan> found = current();
   ASSERT_TRUE(isUnit(found)) << faultText(found);
   EXPECT_EQ(found->GetName(), "my scanner") << "its settings stay its own";
@@ -190,7 +183,7 @@ TEST_F(Manager, AHostThatWatchesIsNotKeptWaiting) {
   };
   fresh();
   EXPECT_EQ(current().as<IUnitFault>()->GetFault().code, UnitFaultCode::NotChosen);
-  remember("test:7", "frontend-tester");
+  remember(*settings, "test:7", "frontend-tester");
   fresh();
   EXPECT_FALSE(isUnit(current()));
   EXPECT_FALSE(std::filesystem::exists(asked)) << "devices were listed";

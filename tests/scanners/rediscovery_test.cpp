@@ -45,12 +45,8 @@ class Rediscovery : public ::testing::Test {
       text += (line.starts_with("number_of") ? "number_of_devices " + std::to_string(devices) : line) + "\n";
     std::ofstream(conf()) << text;
   }
-  void remember(const char* device, const char* model) {
-    settings->SetValue("Device", device);
-    settings->SetValue("Vendor", "Noname");
-    settings->SetValue("Model", model);
-    settings->SetValue("Type", "virtual device");
-    settings->SetValue("Name", "my scanner");
+  void remember(const char* device) {
+    testing::remember(*settings, device, "frontend-tester");
     manager->Initialise("", settings.get(), 0);
   }
   KxPtr<IScan> current() { return KxPtr<IScan>::adopt(manager->GetCurrent()); }
@@ -62,7 +58,7 @@ class Rediscovery : public ::testing::Test {
 };
 
 TEST_F(Rediscovery, ADeviceThatComesLaterIsFoundOpenedAndKeepsItsName) {
-  remember("test:2", "frontend-tester");
+  remember("test:2");
   plug(2);  // two alike, neither of the name: nobody guesses
   EXPECT_FALSE(current().as<IQuillbayUnit>());
   ScannerEntry lost, found;
@@ -77,7 +73,7 @@ TEST_F(Rediscovery, ADeviceThatComesLaterIsFoundOpenedAndKeepsItsName) {
   ASSERT_EQ(watch->Reopen(found, &why), 1) << why;
   ASSERT_TRUE(current().as<IQuillbayUnit>());
   EXPECT_EQ(current()->GetName(), "my scanner");
-  EXPECT_NE(app->heard().find("The scanner test:2 is there again."), std::string::npos) << app->heard();
+  EXPECT_NE(app->heard().find("The scanner test:2 is available again."), std::string::npos) << app->heard();
 
   EXPECT_EQ(watch->Find(lost, &found, &why, [] { return true; }), 0) << "given up";
 }
@@ -103,7 +99,7 @@ TEST_F(Rediscovery, AnotherNameAndADeviceThatNoDriverLists) {
     EXPECT_EQ(watch->Find({c.device, vendor, c.model, type}, &found, &why, {}), *c.found ? 1 : 0) << why;
     EXPECT_EQ(found.device, c.found);
   }
-  remember("test:7", "frontend-tester");
+  remember("test:7");
   std::string why;
   ASSERT_EQ(watch->Reopen({"test:0", "Noname", "frontend-tester", "virtual device"}, &why), 1) << why;
   EXPECT_EQ(manager->Remember(), 1);

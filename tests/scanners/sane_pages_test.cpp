@@ -59,6 +59,7 @@ TEST(SanePages, EqualWhatScanimageDelivers) {
        {0, 50, {0, 0, 30, 30}},
        {{"read-limit", "yes"}, {"read-limit-size", "3"}}},
       {"a grid", {5, 200, {0, 0, 60, 60}}, {{"test-picture", "Grid"}}},
+      {"reads that do not block", {5, 60, {0, 0, 50, 50}}, {{"non-blocking", "yes"}, {"select-fd", "yes"}}},
       {"a sheet from the feeder", {5, 100, {0, 0, 50, 50}}, {{"source", "Automatic Document Feeder"}}},
       {"the highest resolution", {5, 9600, {0, 0, 2, 2}}, {}},
       {"the lowest resolution", {5, 1, {0, 0, 300, 300}}, {}},
@@ -157,35 +158,6 @@ TEST(SanePages, Areas) {
   }
 }
 
-TEST(SanePages, PicturesOfADeviceWithoutAnArea) {
-  struct Case {
-    const char* why;
-    const char* header;
-    std::size_t bytes;
-    int mode;
-  };
-  const Case cases[] = {
-      {"colour", "P6\n37 23\n255\n", 37 * 23 * 3, 7},
-      {"grey", "P5\n41 19\n255\n", 41 * 19, 5},
-      {"line art", "P4\n43 17\n", 6 * 17, 0},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    std::string file = c.header;
-    for (std::size_t i = 0; i < c.bytes; ++i) file.push_back(static_cast<char>(i * 7 + i / 11));
-    const auto path = saneConfig.folder() / "picture.pnm";
-    std::ofstream(path, std::ios::binary) << file;
-    SaneScanner scanner("pnm:0");
-    ASSERT_TRUE(scanner.unit) << scanner.openFault.text;
-    scanner.set({{"filename", path.string()}});
-    WaitingSink sink;
-    ASSERT_TRUE(scanner.scan({c.mode, 300}, &sink)) << scanner.fault().text;
-    EXPECT_EQ(sink.ended, std::vector<int>{1}) << scanner.fault().text;
-    EXPECT_EQ(sink.dpi, 300u);
-    EXPECT_TRUE(same(pictureOf(sink), readPnm(file)));
-  }
-}
-
 // The driver of files has no area: what is wanted is cut out of what it delivers.
 TEST(SanePages, AnAreaThatTheDeviceCannotCut) {
   struct Case {
@@ -197,6 +169,7 @@ TEST(SanePages, AnAreaThatTheDeviceCannotCut) {
   };
   const Case cases[] = {
       {"colour", "P6\n37 23\n255\n", 37 * 23 * 3, 7, {3, 5, 20, 17}},
+      {"the whole picture", "P6\n37 23\n255\n", 37 * 23 * 3, 7, {0, 0, 100, 100}},
       {"grey, beyond the picture", "P5\n41 19\n255\n", 41 * 19, 5, {9, 2, 100, 100}},
       {"grey, to its end", "P5\n41 19\n255\n", 41 * 19, 5, {9, 6, 40, 0}},
       {"line art", "P4\n43 17\n", 6 * 17, 0, {11, 4, 30, 16}},
@@ -230,9 +203,13 @@ TEST(SanePages, AnAreaThatTheDeviceCannotCut) {
     EXPECT_TRUE(same(pictureOf(sink), want));
     EXPECT_EQ(sink.announced, want.height);
   }
+  std::ofstream(path, std::ios::binary) << "P5\n41 19\n255\n" << std::string(41 * 12 + 20, 'x');
   SaneScanner scanner("pnm:0");
   scanner.set({{"filename", path.string()}});
-  WaitingSink sink;
+  WaitingSink torn, sink;
+  ASSERT_TRUE(scanner.scan({5, 100}, &torn));
+  EXPECT_EQ(torn.ended, std::vector<int>{1}) << scanner.fault().text;
+  EXPECT_EQ(torn.lineCount, 12) << "as long as its lines";
   ASSERT_TRUE(scanner.scan({5, 100, {500, 0, 600, 10}}, &sink));
   EXPECT_EQ(sink.started, 0);
   EXPECT_NE(scanner.fault().text.find("outside"), std::string::npos) << scanner.fault().text;

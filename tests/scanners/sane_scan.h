@@ -87,6 +87,15 @@ struct Request {
   }
 };
 
+/// Settings as a manager keeps them of a scanner.
+inline void remember(IParam& settings, const char* device, const char* model) {
+  settings.SetValue("Device", device);
+  settings.SetValue("Vendor", "Noname");
+  settings.SetValue("Model", model);
+  settings.SetValue("Type", "virtual device");
+  settings.SetValue("Name", "my scanner");
+}
+
 /// A SANE device opened by itself.
 class SaneScanner {
  public:
@@ -102,6 +111,8 @@ class SaneScanner {
            {"three-pass-order", "RGB"},
            {"read-limit", "no"},
            {"read-delay", "no"},
+           {"non-blocking", "no"},
+           {"select-fd", "no"},
            {"read-return-value", "Default"},
            {"fuzzy-parameters", "no"},
            {"ppl-loss", "0"}});

@@ -93,26 +93,19 @@ TEST(SimFeeder, AFaultWithoutLinesRefusesEveryScan) {
   EXPECT_EQ(rig.scan(sink), 1);
 }
 
-// A sink that holds the unit's thread in `StripeArrived` until it is let go.
+// Holds the unit's thread in `StripeArrived` until it is let go.
 struct Gate {
-  std::mutex mutex;
-  std::condition_variable changed;
-  bool reached = false, open = false;
+  std::atomic<bool> reached{false}, open{false};
   int pass() {
-    std::unique_lock lock(mutex);
     reached = true;
-    changed.notify_all();
-    changed.wait(lock, [this] { return open; });
+    reached.notify_all();
+    open.wait(false);
     return 1;
   }
-  void waitReached() {
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [this] { return reached; });
-  }
+  void waitReached() { reached.wait(false); }
   void release() {
-    const std::lock_guard lock(mutex);
     open = true;
-    changed.notify_all();
+    open.notify_all();
   }
 };
 
