@@ -108,27 +108,20 @@ Event ended() {
   return {"ended", [](ScanRun& r) { return r.ended(); }};
 }
 
-struct RunCase {
-  const char* why;
-  std::vector<Event> events;
-  Actions last;  ///< of the last event
-  RunState state;
-  EndCause cause = EndCause::Done;
-  int pages = 0, documents = 0;
-};
-
-void check(const RunCase& c) {
-  SCOPED_TRACE(c.why);
+/// A row of the table: what happens, the actions of the last event, and what the run is then.
+void check(const char* why, const std::vector<Event>& events, const Actions& last, RunState state,
+           EndCause cause = EndCause::Done, int pages = 0, int documents = 0) {
+  SCOPED_TRACE(why);
   ScanRun run;
   Actions got;
-  for (const Event& e : c.events) got = e.happens(run);
-  EXPECT_EQ(nameOf(run.state()), nameOf(c.state));
-  EXPECT_EQ(run.record().cause(), c.cause);
-  EXPECT_EQ(run.record().pages(), c.pages);
-  EXPECT_EQ(run.record().documents(), c.documents);
+  for (const Event& e : events) got = e.happens(run);
+  EXPECT_EQ(nameOf(run.state()), nameOf(state));
+  EXPECT_EQ(run.record().cause(), cause);
+  EXPECT_EQ(run.record().pages(), pages);
+  EXPECT_EQ(run.record().documents(), documents);
   std::vector<std::pair<int, int>> gotCodes, wantedCodes;
   for (const Action& a : got) gotCodes.emplace_back(static_cast<int>(a.what), a.value);
-  for (const Action& a : c.last) wantedCodes.emplace_back(static_cast<int>(a.what), a.value);
+  for (const Action& a : last) wantedCodes.emplace_back(static_cast<int>(a.what), a.value);
   EXPECT_EQ(gotCodes, wantedCodes);
 }
 
@@ -138,53 +131,31 @@ const Actions kEnd{{Do::ForgetFragment}, {Do::End}};
 const Actions kPageAndEnd{{Do::ForgetFragment}, {Do::TellPage}, {Do::ForgetFragment}, {Do::End}};
 
 TEST(ScanRun, APageAndWhatEndsIt) {
-  const RunCase cases[] = {
-      {"a start", {start(K::Scan)}, {{Do::ShowState}, {Do::Prepare}}, S::Preparing},
-      {"nothing refused", {start(K::Scan), prepared()}, {{Do::ShowState}, {Do::StartUnit}}, S::Scanning},
-      {"a whole page", {start(K::Scan), prepared(), ends(1)}, {{Do::EndPageLater, 0}}, S::Finishing},
-      {"it is taken",
-       {start(K::Scan), prepared(), ends(1), page(true)},
-       kPageAndEnd,
-       S::Ending,
-       EndCause::Done,
-       1,
-       1},
-      {"the run is over",
-       {start(K::Scan), prepared(), ends(1), page(true), ended()},
-       {{Do::ShowState}, {Do::TellEnded}},
-       S::Idle,
-       EndCause::Done,
-       1,
-       1},
-      {"nobody takes it",
-       {start(K::Scan), prepared(), ends(1), page(false)},
-       {{Do::ForgetFragment}, {Do::ForgetFragment}, {Do::End}},
-       S::Ending,
-       EndCause::Output},
-      {"a host refuses", {start(K::Scan), refused(EndCause::Refused)}, kEnd, S::Ending, EndCause::Refused},
-      {"the unit refuses",
-       {start(K::Scan), prepared(), refused(EndCause::Device, kJam)},
-       kEnd,
-       S::Ending,
-       EndCause::Device},
-      {"a jam",
-       {start(K::Scan), prepared(), ends(2, false, kJam)},
-       {{Do::EndPageLater, 1}},
-       S::Finishing,
-       EndCause::Device},
-      {"a jam before a line", {start(K::Scan), prepared(), ends(2, true, kJam)}, kEnd, S::Ending, EndCause::Device},
-      {"nothing came", {start(K::Scan), prepared(), ends(1, true)}, kEnd, S::Ending, EndCause::Media},
-      {"a page in the store", {start(K::Fragment)}, {{Do::ShowState}, {Do::EndPageLater, 0}}, S::Finishing},
-      {"it is no document of a batch", {start(K::Fragment), page(true)}, kPageAndEnd, S::Ending, EndCause::Done, 1},
-      {"a preview", {start(K::Prescan), prepared()}, {{Do::ShowState}, {Do::StartUnit}}, S::Prescanning},
-      {"its end",
-       {start(K::Prescan), prepared(), ends(1, true)},
-       {{Do::ForgetFragment}, {Do::End}, {Do::RestartPreview}},
-       S::Ending},
-      {"it jams", {start(K::Prescan), prepared(), ends(2, true, kJam)}, kEnd, S::Ending, EndCause::Device},
-      {"the preview of a part", {start(K::AreaPrescan), prepared(), ends(1, true)}, kEnd, S::Ending},
-  };
-  for (const RunCase& c : cases) check(c);
+  check("a start", {start(K::Scan)}, {{Do::ShowState}, {Do::Prepare}}, S::Preparing);
+  check("nothing refused", {start(K::Scan), prepared()}, {{Do::ShowState}, {Do::StartUnit}}, S::Scanning);
+  check("a whole page", {start(K::Scan), prepared(), ends(1)}, {{Do::EndPageLater, 0}}, S::Finishing);
+  check("it is taken", {start(K::Scan), prepared(), ends(1), page(true)}, kPageAndEnd, S::Ending, EndCause::Done, 1,
+        1);
+  check("the run is over", {start(K::Scan), prepared(), ends(1), page(true), ended()},
+        {{Do::ShowState}, {Do::TellEnded}}, S::Idle, EndCause::Done, 1, 1);
+  check("nobody takes it", {start(K::Scan), prepared(), ends(1), page(false)},
+        {{Do::ForgetFragment}, {Do::ForgetFragment}, {Do::End}}, S::Ending, EndCause::Output);
+  check("a host refuses", {start(K::Scan), refused(EndCause::Refused)}, kEnd, S::Ending, EndCause::Refused);
+  check("the unit refuses", {start(K::Scan), prepared(), refused(EndCause::Device, kJam)}, kEnd, S::Ending,
+        EndCause::Device);
+  check("a jam", {start(K::Scan), prepared(), ends(2, false, kJam)}, {{Do::EndPageLater, 1}}, S::Finishing,
+        EndCause::Device);
+  check("a jam before a line", {start(K::Scan), prepared(), ends(2, true, kJam)}, kEnd, S::Ending,
+        EndCause::Device);
+  check("nothing came", {start(K::Scan), prepared(), ends(1, true)}, kEnd, S::Ending, EndCause::Media);
+  check("a page in the store", {start(K::Fragment)}, {{Do::ShowState}, {Do::EndPageLater, 0}}, S::Finishing);
+  check("it is no document of a batch", {start(K::Fragment), page(true)}, kPageAndEnd, S::Ending, EndCause::Done,
+        1);
+  check("a preview", {start(K::Prescan), prepared()}, {{Do::ShowState}, {Do::StartUnit}}, S::Prescanning);
+  check("its end", {start(K::Prescan), prepared(), ends(1, true)},
+        {{Do::ForgetFragment}, {Do::End}, {Do::RestartPreview}}, S::Ending);
+  check("it jams", {start(K::Prescan), prepared(), ends(2, true, kJam)}, kEnd, S::Ending, EndCause::Device);
+  check("the preview of a part", {start(K::AreaPrescan), prepared(), ends(1, true)}, kEnd, S::Ending);
 }
 
 TEST(ScanRun, EveryStateButIdleRefusesAStart) {
@@ -219,57 +190,26 @@ TEST(ScanRun, ABatchGoesFromDocumentToDocument) {
     return all;
   };
   const Actions stopped{{Do::StopUnit}, {Do::ForgetFragment}, {Do::End}};
-  const RunCase cases[] = {
-      {"a page follows",
-       first,
-       {{Do::ForgetFragment}, {Do::TellPage}, {Do::NextDocumentLater}},
-       S::Between,
-       EndCause::Done,
-       1,
-       1},
-      {"a feeder",
-       then({document()}),
-       {{Do::LeaveDocument}, {Do::WaitForDocument}},
-       S::Waiting,
-       EndCause::Done,
-       1,
-       1},
-      {"none: the user is asked",
-       then({document(false)}),
-       {{Do::LeaveDocument}, {Do::AskForDocument}},
-       S::Asking,
-       EndCause::Done,
-       1,
-       1},
-      {"OK", then({document(false), answered(true)}), {{Do::WaitForDocument}}, S::Waiting, EndCause::Done, 1, 1},
-      {"Cancel", then({document(false), answered(false)}), kEnd, S::Ending, EndCause::Done, 1, 1},
-      {"an answer that comes too late",
-       then({document(false), stop(), answered(true)}),
-       {},
-       S::Ending,
-       EndCause::Stopped,
-       1,
-       1},
-      {"all that were wanted",
-       then({document(), loaded(), prepared(), ends(1), page(true)}),
-       {{Do::ForgetFragment}, {Do::TellPage}, {Do::StopUnit}, {Do::ForgetFragment}, {Do::End}},
-       S::Ending,
-       EndCause::Done,
-       2,
-       2},
-      {"stop while waiting", then({document(), stop()}), stopped, S::Ending, EndCause::Stopped, 1, 1},
-      {"stop between", then({stop()}), stopped, S::Ending, EndCause::Stopped, 1, 1},
-      {"stop after this page",
-       {start(K::Batch, 0), loaded(), prepared(), stopAfterPage(), ends(1), page(true)},
-       {{Do::ForgetFragment}, {Do::TellPage}, {Do::StopUnit}, {Do::ForgetFragment}, {Do::End}},
-       S::Ending,
-       EndCause::Done,
-       1,
-       1},
-      {"the feeder ran empty in the middle", then({document(), loaded(), prepared(), ends(2, true, kEmpty)}), kEnd,
-       S::Ending, EndCause::Media, 1, 1},
-  };
-  for (const RunCase& c : cases) check(c);
+  check("a page follows", first, {{Do::ForgetFragment}, {Do::TellPage}, {Do::NextDocumentLater}}, S::Between,
+        EndCause::Done, 1, 1);
+  check("a feeder", then({document()}), {{Do::LeaveDocument}, {Do::WaitForDocument}}, S::Waiting, EndCause::Done, 1,
+        1);
+  check("none: the user is asked", then({document(false)}), {{Do::LeaveDocument}, {Do::AskForDocument}}, S::Asking,
+        EndCause::Done, 1, 1);
+  check("OK", then({document(false), answered(true)}), {{Do::WaitForDocument}}, S::Waiting, EndCause::Done, 1, 1);
+  check("Cancel", then({document(false), answered(false)}), kEnd, S::Ending, EndCause::Done, 1, 1);
+  check("an answer that comes too late", then({document(false), stop(), answered(true)}), {}, S::Ending,
+        EndCause::Stopped, 1, 1);
+  check("all that were wanted", then({document(), loaded(), prepared(), ends(1), page(true)}),
+        {{Do::ForgetFragment}, {Do::TellPage}, {Do::StopUnit}, {Do::ForgetFragment}, {Do::End}}, S::Ending,
+        EndCause::Done, 2, 2);
+  check("stop while waiting", then({document(), stop()}), stopped, S::Ending, EndCause::Stopped, 1, 1);
+  check("stop between", then({stop()}), stopped, S::Ending, EndCause::Stopped, 1, 1);
+  check("stop after this page", {start(K::Batch, 0), loaded(), prepared(), stopAfterPage(), ends(1), page(true)},
+        {{Do::ForgetFragment}, {Do::TellPage}, {Do::StopUnit}, {Do::ForgetFragment}, {Do::End}}, S::Ending,
+        EndCause::Done, 1, 1);
+  check("the feeder ran empty in the middle", then({document(), loaded(), prepared(), ends(2, true, kEmpty)}), kEnd,
+        S::Ending, EndCause::Media, 1, 1);
 }
 
 TEST(ScanRun, ABurstCutsADocumentToItsEnd) {
@@ -280,66 +220,30 @@ TEST(ScanRun, ABurstCutsADocumentToItsEnd) {
     return all;
   };
   const Actions home{{Do::MoveArea}, {Do::ForgetFragment}, {Do::End}};
-  const RunCase cases[] = {
-      {"a piece follows",
-       one,
-       {{Do::ForgetFragment}, {Do::TellPage}, {Do::NextPieceLater}},
-       S::Between,
-       EndCause::Done,
-       1,
-       0},
-      {"it is prepared", then({piece()}), {{Do::MoveArea}, {Do::Prepare}}, S::Preparing, EndCause::Done, 1, 0},
-      {"the bed ends", then({piece(127)}), {{Do::EndBurstLater}}, S::Between, EndCause::Done, 1, 0},
-      {"a piece without lines",
-       then({piece(), prepared(true), ends(1, true)}),
-       {{Do::EndBurstLater}},
-       S::Finishing,
-       EndCause::Done,
-       1,
-       0},
-      {"the next document",
-       then({piece(), prepared(true), ends(1, true), burstEnds()}),
-       {{Do::MoveArea}, {Do::NextDocumentLater}},
-       S::Between,
-       EndCause::Done,
-       1,
-       1},
-      {"its first piece is empty",
-       then({piece(), prepared(true), ends(1, true), burstEnds(), document(), loaded(), prepared(true),
-             ends(1, true), burstEnds()}),
-       home, S::Ending, EndCause::Media, 1, 1},
-      {"stopped",
-       then({piece(), prepared(true), stop(), ends(2, false, kCancelled)}),
-       {{Do::EndBurstLater}},
-       S::Finishing,
-       EndCause::Stopped,
-       1,
-       0},
-      {"its open page is dropped",
-       then({piece(), prepared(true), stop(), ends(2, false, kCancelled), burstEnds()}),
-       {{Do::DropPage}, {Do::MoveArea}, {Do::ForgetFragment}, {Do::End}},
-       S::Ending,
-       EndCause::Stopped,
-       1,
-       1},
-      {"stop after this page",
-       then({piece(), prepared(true), stopAfterPage(), ends(1), page(true)}),
-       {{Do::ForgetFragment}, {Do::TellPage}, {Do::StopUnit}, {Do::MoveArea}, {Do::ForgetFragment}, {Do::End}},
-       S::Ending,
-       EndCause::Done,
-       2,
-       1},
-      {"a refusal in the middle", then({piece(), refused(EndCause::Output)}), home, S::Ending, EndCause::Output, 1,
-       0},
-      {"the panel closes",
-       then({piece(), prepared(true), closes()}),
-       {{Do::DropPage}, {Do::MoveArea}, {Do::ForgetFragment}, {Do::End}},
-       S::Ending,
-       EndCause::Stopped,
-       1,
-       0},
-  };
-  for (const RunCase& c : cases) check(c);
+  check("a piece follows", one, {{Do::ForgetFragment}, {Do::TellPage}, {Do::NextPieceLater}}, S::Between,
+        EndCause::Done, 1, 0);
+  check("it is prepared", then({piece()}), {{Do::MoveArea}, {Do::Prepare}}, S::Preparing, EndCause::Done, 1, 0);
+  check("the bed ends", then({piece(127)}), {{Do::EndBurstLater}}, S::Between, EndCause::Done, 1, 0);
+  check("a piece without lines", then({piece(), prepared(true), ends(1, true)}), {{Do::EndBurstLater}},
+        S::Finishing, EndCause::Done, 1, 0);
+  check("the next document", then({piece(), prepared(true), ends(1, true), burstEnds()}),
+        {{Do::MoveArea}, {Do::NextDocumentLater}}, S::Between, EndCause::Done, 1, 1);
+  check("its first piece is empty",
+        then({piece(), prepared(true), ends(1, true), burstEnds(), document(), loaded(), prepared(true),
+              ends(1, true), burstEnds()}),
+        home, S::Ending, EndCause::Media, 1, 1);
+  check("stopped", then({piece(), prepared(true), stop(), ends(2, false, kCancelled)}), {{Do::EndBurstLater}},
+        S::Finishing, EndCause::Stopped, 1, 0);
+  check("its open page is dropped",
+        then({piece(), prepared(true), stop(), ends(2, false, kCancelled), burstEnds()}),
+        {{Do::MoveArea}, {Do::DropPage}, {Do::ForgetFragment}, {Do::End}}, S::Ending, EndCause::Stopped, 1, 1);
+  check("stop after this page", then({piece(), prepared(true), stopAfterPage(), ends(1), page(true)}),
+        {{Do::ForgetFragment}, {Do::TellPage}, {Do::StopUnit}, {Do::MoveArea}, {Do::ForgetFragment}, {Do::End}},
+        S::Ending, EndCause::Done, 2, 1);
+  check("a refusal in the middle", then({piece(), refused(EndCause::Output)}), home, S::Ending, EndCause::Output, 1,
+        0);
+  check("the panel closes", then({piece(), prepared(true), closes()}),
+        {{Do::MoveArea}, {Do::DropPage}, {Do::ForgetFragment}, {Do::End}}, S::Ending, EndCause::Stopped, 1, 0);
   ScanRun run;
   for (const Event& e : then({piece()})) static_cast<void>(e.happens(run));
   EXPECT_EQ(run.pieceArea(), kSecond);
@@ -348,59 +252,30 @@ TEST(ScanRun, ABurstCutsADocumentToItsEnd) {
 }
 
 TEST(ScanRun, AStopReachesWhateverRuns) {
-  const RunCase cases[] = {
-      {"nothing runs", {stop()}, {{Do::StopUnit}}, S::Idle},
-      {"while questions are asked", {start(K::Scan), stop(), prepared()}, kEnd, S::Ending, EndCause::Stopped},
-      {"a refusal after it",
-       {start(K::Scan), stop(), refused(EndCause::Media)},
-       kEnd,
-       S::Ending,
-       EndCause::Stopped},
-      {"a page", {start(K::Scan), prepared(), stop()}, {{Do::StopUnit}, {Do::WakeStore}}, S::Scanning},
-      {"a preview", {start(K::Prescan), prepared(), stop()}, {{Do::StopUnit}}, S::Prescanning},
-      {"a search for the area", {start(K::Scan), search(), stop()}, {{Do::CancelSearch}}, S::Detecting},
-      {"the device was through already",
-       {start(K::Scan), prepared(), stop(), ends(1), page(true)},
-       kPageAndEnd,
-       S::Ending,
-       EndCause::Stopped,
-       1,
-       1},
-      {"a failure of the device outranks it",
-       {start(K::Scan), prepared(), stop(), ends(2, true, kJam)},
-       kEnd,
-       S::Ending,
-       EndCause::Device},
-  };
-  for (const RunCase& c : cases) check(c);
+  check("nothing runs", {stop()}, {{Do::StopUnit}}, S::Idle);
+  check("while questions are asked", {start(K::Scan), stop(), prepared()}, kEnd, S::Ending, EndCause::Stopped);
+  check("a refusal after it", {start(K::Scan), stop(), refused(EndCause::Media)}, kEnd, S::Ending,
+        EndCause::Stopped);
+  check("a page", {start(K::Scan), prepared(), stop()}, {{Do::StopUnit}, {Do::WakeStore}}, S::Scanning);
+  check("a preview", {start(K::Prescan), prepared(), stop()}, {{Do::StopUnit}}, S::Prescanning);
+  check("a search for the area", {start(K::Scan), search(), stop()}, {{Do::CancelSearch}}, S::Detecting);
+  check("the device was through already", {start(K::Scan), prepared(), stop(), ends(1), page(true)}, kPageAndEnd,
+        S::Ending, EndCause::Stopped, 1, 1);
+  check("a failure of the device outranks it", {start(K::Scan), prepared(), stop(), ends(2, true, kJam)}, kEnd,
+        S::Ending, EndCause::Device);
 }
 
 TEST(ScanRun, AFailureEndsTheRunAsRefused) {
-  const RunCase cases[] = {
-      {"nothing runs", {breaks()}, {{Do::ShowState}}, S::Idle},
-      {"before the paper moves", {start(K::Scan), breaks()}, kEnd, S::Ending, EndCause::Refused},
-      {"while it moves: the device stops first",
-       {start(K::Batch), loaded(), prepared(), breaks()},
-       {{Do::StopUnit}, {Do::WakeStore}},
-       S::Scanning,
-       EndCause::Refused},
-      {"then its end comes",
-       {start(K::Scan), prepared(), breaks(), ends(2, true, kCancelled)},
-       kEnd,
-       S::Ending,
-       EndCause::Refused},
-      {"while the page is handed over",
-       {start(K::Scan), prepared(), ends(1), breaks()},
-       {{Do::DropPage}, {Do::ForgetFragment}, {Do::End}},
-       S::Ending,
-       EndCause::Refused},
-      {"while the end is told",
-       {start(K::Scan), refused(EndCause::Media), breaks()},
-       {{Do::ShowState}, {Do::TellEnded}},
-       S::Idle,
-       EndCause::Media},
-  };
-  for (const RunCase& c : cases) check(c);
+  check("nothing runs", {breaks()}, {{Do::ShowState}}, S::Idle);
+  check("before the paper moves", {start(K::Scan), breaks()}, kEnd, S::Ending, EndCause::Refused);
+  check("while it moves: the device stops first", {start(K::Batch), loaded(), prepared(), breaks()},
+        {{Do::StopUnit}, {Do::WakeStore}}, S::Scanning, EndCause::Refused);
+  check("then its end comes", {start(K::Scan), prepared(), breaks(), ends(2, true, kCancelled)}, kEnd, S::Ending,
+        EndCause::Refused);
+  check("while the page is handed over", {start(K::Scan), prepared(), ends(1), breaks()},
+        {{Do::DropPage}, {Do::ForgetFragment}, {Do::End}}, S::Ending, EndCause::Refused);
+  check("while the end is told", {start(K::Scan), refused(EndCause::Media), breaks()}, {{Do::End}}, S::Ending,
+        EndCause::Media);
 }
 
 TEST(RunRecord, TheWeightiestCauseIsWhatARunEndedOf) {
