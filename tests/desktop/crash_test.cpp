@@ -1,8 +1,4 @@
 // The program is killed in the middle of a batch; its next start brings back every finished page, bit for bit.
-#include <QCryptographicHash>
-#include <QDir>
-#include <QProcess>
-#include <QStringList>
 #include <algorithm>
 #include <cstdio>
 #include <map>
@@ -59,12 +55,11 @@ TEST_F(Crash, DISABLED_Child) {
   const QString folder = qEnvironmentVariable(kFolder);
   openIn(folder);
   ASSERT_NE(control(), nullptr);
-  std::string why;
   if (qEnvironmentVariableIsSet(kToFile)) {
     ASSERT_TRUE(window->setMode(quillbay::ScanToFile));
-    ASSERT_TRUE(control()->SetParam("m_Dir", folder.toStdString(), &why)) << why;
-    ASSERT_TRUE(control()->SetParam("m_Mask", "all", &why)) << why;
-    ASSERT_TRUE(control()->SetParam("m_fMultiPage", 1, &why)) << why;
+    set("m_Dir", folder.toStdString());
+    set("m_Mask", "all");
+    set("m_fMultiPage", 1);
   }
   smallPages();
   QObject::connect(&window->document(), &Document::added, [this](int id) {

@@ -1,8 +1,7 @@
 #pragma once
 #include <gtest/gtest.h>
 
-#include <QApplication>
-#include <QElapsedTimer>
+#include <QtWidgets>
 #include <functional>
 #include <memory>
 
@@ -63,12 +62,15 @@ class DesktopTest : public testing::Test {
     }
     return true;
   }
-  void smallPages() {
+  void set(const char* key, const quillbay::CKxVariant& value) {
     std::string why;
-    EXPECT_TRUE(control()->SetParam("m_CurrMode", 5, &why)) << why;
-    EXPECT_TRUE(control()->SetParam("m_uiDPI", 100, &why)) << why;
-    EXPECT_TRUE(control()->SetParam("m_rcScan", quillbay::tagRRECT{0, 0, 254, 127}, &why)) << why;
-    EXPECT_TRUE(control()->SetParam("m_eScanType", 3, &why)) << why;
+    EXPECT_TRUE(control()->SetParam(key, value, &why)) << why;
+  }
+  void smallPages() {
+    set("m_CurrMode", 5);
+    set("m_uiDPI", 100);
+    set("m_rcScan", quillbay::tagRRECT{0, 0, 254, 127});
+    set("m_eScanType", 3);
   }
   bool scan() {
     bool ended = false;

@@ -1,12 +1,7 @@
 #include "scanner/device_options.h"
 
 #include <gtest/gtest.h>
-#include <QApplication>
-#include <QCheckBox>
-#include <QDialogButtonBox>
-#include <QDoubleSpinBox>
-#include <QGroupBox>
-#include <QPushButton>
+#include <QtWidgets>
 
 #include "scanner/device_dialog.h"
 #include "scanner/option_field.h"

@@ -3,9 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QFileInfo>
-#include <QStringList>
+#include <QtWidgets>
 #include <map>
 #include <random>
 

@@ -1,10 +1,6 @@
 #include "window/manual_window.h"
 
-#include <QComboBox>
-#include <QMenuBar>
 #include <QTest>
-#include <QTextBrowser>
-#include <QTreeWidget>
 
 #include "desktop_fixture.h"
 

@@ -1,10 +1,5 @@
 #include "document/page_commands.h"
 
-#include <QAction>
-#include <QMenuBar>
-#include <QProgressDialog>
-#include <QTimer>
-
 #include "desktop_fixture.h"
 
 namespace desktop {
@@ -37,47 +32,6 @@ TEST_F(DesktopTest, ACommandOfTheMenuPageIsShownMarkedAndTakenBack) {
   ASSERT_TRUE(window->document().undo());
   EXPECT_FALSE(pages()[0].isSaved()) << "its file holds the inverted page";
   EXPECT_TRUE(messages.isEmpty());
-}
-
-TEST_F(DesktopTest, AScriptThatIsWrongIsToldAndChangesNothing) {
-  open();
-  PageCommands& commands = window->pageCommands();
-  EXPECT_FALSE(commands.run("Invert", "/Invert")) << "there is no page";
-  smallPages();
-  ASSERT_TRUE(scan());
-  const auto before = pages()[0].raster;
-  const std::string script = dir.file("wrong.kxf");
-  quillbay::test::writeFile(script, "/Invert\n/Sharpen\n");
-  EXPECT_FALSE(commands.runFile(QString::fromStdString(script)));
-  ASSERT_EQ(messages.size(), 2);
-  for (const char* word : {"wrong.kxf", "line 2", "/Sharpen"}) {
-    EXPECT_TRUE(messages[1].contains(word)) << messages[1].toStdString();
-  }
-  EXPECT_EQ(pages()[0].raster.get(), before.get());
-  EXPECT_FALSE(commands.isRunning());
-}
-
-TEST_F(DesktopTest, PagesBeforeAScanGoAsThePersonSays) {
-  open();
-  smallPages();
-  window->app()->SetClearPolicy(quillbay::ClearPolicy::Ask);
-  ASSERT_TRUE(scan());
-  ASSERT_TRUE(window->setMode(quillbay::ScanToView)) << "a panel that opens asks nothing";
-  ASSERT_TRUE(messages.isEmpty());
-  window->startScan();  // the policy of the tests answers No
-  ASSERT_TRUE(waitFor([&] { return !messages.isEmpty(); }));
-  EXPECT_TRUE(messages[0].contains("Discard")) << messages[0].toStdString();
-  ASSERT_TRUE(waitFor([&] { return !control()->IsBusy(); }));
-  EXPECT_EQ(pages().size(), 1U);
-
-  window->app()->SetClearPolicy(quillbay::ClearPolicy::Discard);
-  smallPages();
-  ASSERT_TRUE(scan());
-  ASSERT_EQ(pages().size(), 2U) << "the first page is in no file";
-  saveName = QString::fromStdString(dir.path());
-  ASSERT_TRUE(window->saveAll());
-  ASSERT_TRUE(scan());
-  EXPECT_EQ(pages().size(), 1U);
 }
 
 TEST_F(DesktopTest, ALongCommandShowsAWindowThatCancelsIt) {

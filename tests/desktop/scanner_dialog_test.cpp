@@ -1,14 +1,5 @@
 #include "scanner/scanner_dialog.h"
 
-#include <QComboBox>
-#include <QDialogButtonBox>
-#include <QDoubleSpinBox>
-#include <QFile>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
-
 #include "desktop_fixture.h"
 #include "recovery/session_guard.h"
 #include "scanner/job_bar.h"
@@ -175,7 +166,7 @@ TEST_F(DesktopTest, TheSetUpAndTheDeviceFollowEachOther) {
   labelled<QDoubleSpinBox>(dialog, "Paper width")->setValue(200.25);
   EXPECT_EQ(paper->currentIndex(), 0) << "a size of its own";
   labelled<QDoubleSpinBox>(dialog, "Skew")->setValue(0);
-  labelled<QDoubleSpinBox>(dialog, "Speed (lines a second)")->setValue(12.5);
+  labelled<QDoubleSpinBox>(dialog, "Speed (lines per second)")->setValue(12.5);
   labelled<QComboBox>(dialog, "Fault")->setCurrentIndex(3);
   EXPECT_EQ(dialog.device(), "sim:size=200.25x297,at=10x20,speed=12.5,fault=jam");
   for (const char* bad : {"sim:skew=99", "sim:odd=1", "sim:images=/nowhere/x.tif", "sim:size=210", ""}) {

@@ -1,12 +1,4 @@
 // Copies of unsaved pages while the program runs, and what a start makes of journals that it finds.
-#include <QAction>
-#include <QDir>
-#include <QFile>
-#include <QLabel>
-#include <QMessageBox>
-#include <QPushButton>
-#include <QTimer>
-#include <QTreeWidget>
 
 #include "desktop_fixture.h"
 #include "recovery/recovery_dialog.h"
@@ -288,7 +280,7 @@ TEST_F(Journal, AScannerThatComesBackIsOpened) {
   EXPECT_FALSE(window->reopenPanel());
   put("test.conf", "number_of_devices 2\n");
   EXPECT_TRUE(waitFor([&] { return control() != nullptr; }));
-  EXPECT_TRUE(window->log().text().contains("test:1 is there again")) << window->log().text().toStdString();
+  EXPECT_TRUE(window->log().text().contains("test:1 is available again")) << window->log().text().toStdString();
   EXPECT_TRUE(messages.isEmpty()) << "no question on the way";
   EXPECT_TRUE(window->close());
   qputenv("SANE_CONFIG_DIR", before);

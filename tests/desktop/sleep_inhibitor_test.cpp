@@ -3,7 +3,6 @@
 #include <unistd.h>
 
 #include <QDBusContext>
-#include <QProcess>
 
 #include "desktop_fixture.h"
 #include "recovery/sleep_inhibitor.h"

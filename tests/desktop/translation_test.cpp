@@ -1,13 +1,5 @@
 #include "quillbay/translation.h"
 
-#include <QAbstractButton>
-#include <QAction>
-#include <QComboBox>
-#include <QGroupBox>
-#include <QLabel>
-#include <QRegularExpression>
-#include <QTabBar>
-
 #include "desktop_fixture.h"
 #include "window/toolkit_texts.h"
 
