@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <QApplication>
-#include <QThread>
-#include <QWidget>
+#include <QtWidgets>
 #include <condition_variable>
 #include <mutex>
 

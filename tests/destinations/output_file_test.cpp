@@ -4,9 +4,14 @@
 
 #include <filesystem>
 
+#include "destinations/disk_space.h"
+#include "destinations/file_names.h"
 #include "destinations/history.h"
+#include "destinations/macro_list.h"
+#include "destinations/page_draft.h"
 #include "support/ordinary_user.h"
 #include "support/panel_world.h"
+#include "support/temp_dir.h"
 
 namespace quillbay {
 namespace {
@@ -160,6 +165,101 @@ TEST(History, KeepsTheNewestSixteen) {
   EXPECT_EQ(again.items().front(), "/maps/19");
   EXPECT_EQ(again.items().back(), "/maps/4");
   EXPECT_TRUE(masks.items().empty());
+}
+
+TEST(PageTarget, IsMadeOfTheDraftAndOfWhatTheScannerSays) {
+  struct Case {
+    const char* why;
+    std::int32_t fate;
+    std::uint32_t dpi;
+    bool agreed, taken;  ///< a file may be replaced; one stands under the name that comes out
+    std::string openPart;
+    const char* name;  ///< in the folder
+    bool mayReplace, refused;
+    std::int64_t lines, expected;
+    std::int32_t least;
+  };
+  const Case cases[] = {
+      {"as prepared", kFateIncrement, 100, false, false, "", "100.tif", false, false, -1, 77, 393},
+      {"the scanner knows its lines", kFateIncrement, 100, false, false, "", "100.tif", false, false, 90, 90, 393},
+      {"another resolution", kFateIncrement, 254, false, false, "", "254.tif", false, false, -1, 77, 1000},
+      {"agreed to for this name", kFateAsk, 100, true, true, "", "100.tif", true, false, -1, 77, 393},
+      {"but not for another one", kFateAsk, 254, true, true, "", "", false, true, -1, 77, 1000},
+      {"any may be replaced", kFateOverwrite, 254, true, true, "", "254.tif", true, false, -1, 77, 1000},
+      {"joins the run's file", kFateIncrement, 254, false, false, "first.tif", "first.tif", false, false, -1, 77,
+       1000},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    const test::TempDir dir;
+    PageDraft draft;
+    ScanValues& v = draft.names.values;
+    v.dir = dir.path();
+    v.mask = "<DPI>";
+    v.useAutoCounter = 0;
+    v.fileFate = c.fate;
+    v.scanType = kAreaCustom;
+    v.rcScan = {0, 0, 50, 100};
+    draft.names.macros = std::make_shared<MacroList>("ann", true);
+    draft.mayReplace = c.agreed;
+    draft.expectedLines = 77;
+    draft.isLast = false;
+    v.outputFile = buildOutputPath(draft.names);
+    if (!c.openPart.empty()) draft.openPart = dir.file(c.openPart);
+    if (c.taken) test::writeFile(dir.file(std::to_string(c.dpi) + ".tif"), "old");
+    const NamedPage page = makePageTarget(draft, {KxColorSpace::Grey, c.dpi, c.lines});
+    EXPECT_EQ(!page.refused.empty(), c.refused) << page.refused;
+    EXPECT_EQ(page.target.path, *c.name ? dir.file(c.name) : "");
+    EXPECT_EQ(page.target.mayReplace, c.mayReplace);
+    EXPECT_EQ(page.target.expectedLines, c.expected);
+    EXPECT_EQ(page.target.leastLines, c.least);
+    EXPECT_FALSE(page.target.isLast);
+  }
+}
+
+TEST(DiskSpace, ExpectsThePageUncompressed) {
+  struct Case {
+    const char* why;
+    std::int32_t scanType, dpi, added, fragment;
+    KxColorSpace colorSpace;
+    std::int64_t want;
+  };
+  // An area of 254 x 508 mm, a fragment of 25.4 x 25.4 mm.
+  const Case cases[] = {
+      {"colour", kAreaCustom, 300, 0, 0, KxColorSpace::Rgb, 3000LL * 3 * 6000},
+      {"grey", kAreaPaper, 300, 0, 0, KxColorSpace::Grey, 3000LL * 6000},
+      {"bitonal", kAreaCustom, 300, 0, 0, KxColorSpace::Bitonal, 375LL * 6000},
+      {"past 32 bits", kAreaCustom, 9600, 0, 0, KxColorSpace::Rgb, 96000LL * 3 * 192000},
+      {"widened by 10 %", kAreaCustom, 300, 10, 0, KxColorSpace::Grey, 3300LL * 6000},
+      {"to the end of the document", kAreaFixedWidth, 300, 0, 0, KxColorSpace::Grey, -1},
+      {"a fragment is never open", kAreaFixedWidth, 300, 10, 1, KxColorSpace::Grey, 300LL * 300},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.why);
+    ScanValues v;
+    v.rcScan = {0, 0, 254, 508};
+    v.rcCustomScan = {0, 0, 25.4, 25.4};
+    v.scanType = c.scanType;
+    v.dpi = c.dpi;
+    v.addWidthPercent = c.added;
+    v.customScanValid = c.fragment;
+    v.colorSpace = c.colorSpace;
+    EXPECT_EQ(expectedBytes(v), c.want);
+  }
+}
+
+TEST(DiskSpace, WarnsWithNumbersAndRefusesOnlyWhenNextToNothingIsFree) {
+  constexpr std::int64_t kMiB = 1024 * 1024;
+  EXPECT_EQ(judgeSpace("/out/", -1, 5 * kMiB).fate, SpaceVerdict::Enough) << "unknown";
+  EXPECT_EQ(judgeSpace("/out/", 100 * kMiB, -1).fate, SpaceVerdict::Enough);
+  EXPECT_EQ(judgeSpace("/out/", 100 * kMiB, 100 * kMiB).fate, SpaceVerdict::Enough);
+  const SpaceVerdict tight = judgeSpace("/out/", 3'200'000'000, 8'600'000'000);
+  EXPECT_EQ(tight.fate, SpaceVerdict::Tight);
+  EXPECT_NE(tight.text.find("8.6 GB"), std::string::npos) << tight.text;
+  EXPECT_NE(tight.text.find("3.2 GB"), std::string::npos) << tight.text;
+  EXPECT_EQ(judgeSpace("/out/", 16 * kMiB - 1, 1).fate, SpaceVerdict::Full);
+  EXPECT_EQ(judgeSpace("/out/", 16 * kMiB, 1).fate, SpaceVerdict::Enough);
+  EXPECT_EQ(byteText(999'950), "1 MB");
 }
 
 }  // namespace
