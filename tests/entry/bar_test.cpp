@@ -1,8 +1,4 @@
 /// The panel in a docking bar.
-#include <QDockWidget>
-#include <QMainWindow>
-#include <QPointer>
-#include <QSplitter>
 
 #include "control/command_ids.h"
 #include "panel_fixture.h"
@@ -153,8 +149,7 @@ TEST_F(BarTest, TheViewShowsAllOfAPageWhoseLengthNobodyKnewUnlessThePersonZoomed
       if (action->text() == text) return action;
     return static_cast<QAction*>(nullptr);
   };
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  ASSERT_TRUE(recorder->waitEnded());
+  run();
   ASSERT_EQ(recorder->pages.size(), 1U);
   const PageInfo& page = recorder->pages[0];
   const double shape = static_cast<double>(page.width) / static_cast<double>(page.lines);
@@ -164,26 +159,11 @@ TEST_F(BarTest, TheViewShowsAllOfAPageWhoseLengthNobodyKnewUnlessThePersonZoomed
   EXPECT_NEAR(whole.width(), whole.height() * shape, 3);
 
   recorder->onStarted = [&] { button("Zoom in")->trigger(); };
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  ASSERT_TRUE(recorder->waitEnded());
+  run();
   EXPECT_NE(drawnPart(view->grab().toImage()), whole);
   button("Back")->trigger();
   button("Whole page")->trigger();
   EXPECT_EQ(drawnPart(view->grab().toImage()), whole);
-}
-
-TEST_F(BarTest, ClosingInTheMiddleEndsTheScanAndKeepsTheFinishedPage) {
-  ASSERT_TRUE(openBar("sim:size=210x120,at=10x3,speed=400"));
-  smallPages();
-  recorder->onLines = [&](std::int64_t) {
-    if (recorder->pages.size() == 1) recorder->loop.quit();
-  };
-  ASSERT_TRUE(control->Start(StartKind::Batch, 0));
-  recorder->loop.exec();
-  closeBar();
-  EXPECT_TRUE(recorder->ended);
-  EXPECT_EQ(recorder->cause, EndCause::Stopped);
-  EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page000.tif"});
 }
 
 }  // namespace

@@ -1,10 +1,7 @@
 #pragma once
 #include <gtest/gtest.h>
 
-#include <QApplication>
-#include <QEventLoop>
-#include <QTimer>
-#include <QWidget>
+#include <QtWidgets>
 #include <algorithm>
 #include <filesystem>
 #include <functional>
@@ -108,6 +105,16 @@ class PanelTest : public testing::Test {
     set("m_Dir", out.path());
     set("m_Mask", "page");
     set("m_fCenter", 0);
+  }
+  bool openSmall(const std::string& device, eTarnwellMode mode = ScanToFile) {
+    if (!open(device, mode)) return false;
+    smallPages();
+    return true;
+  }
+  /// Starts a run and waits for its end; answers what it ended of.
+  EndCause run(StartKind kind = StartKind::Scan, int count = 1) {
+    EXPECT_TRUE(control->Start(kind, count) && recorder->waitEnded());
+    return recorder->cause;
   }
   void close() {
     control = nullptr;

@@ -1,9 +1,4 @@
 /// Hosts and scanners that break, panels that go in the middle of something, and a scanner with its own settings.
-#include <QAction>
-#include <QDeadlineTimer>
-#include <QLineEdit>
-#include <QPushButton>
-#include <QVBoxLayout>
 #include <fstream>
 #include <stdexcept>
 
@@ -64,28 +59,21 @@ TEST_F(PanelTest, WhateverAHostOrAScannerThrowsEndsTheRunWithAMessage) {
     };
     messages.clear();
     recorder->pages.clear();
-    ASSERT_TRUE(control->Start(c.kind, 1));
-    ASSERT_TRUE(recorder->waitEnded());
-    EXPECT_EQ(recorder->cause, c.cause);
+    EXPECT_EQ(run(c.kind), c.cause);
     EXPECT_EQ(messages.size(), c.messages) << messages.back();
     EXPECT_EQ(recorder->pages.size(), c.pages);
     EXPECT_FALSE(control->IsBusy());
     noted->onCommand = nullptr;
     unit->onCall = nullptr;
-    ASSERT_TRUE(control->Start(StartKind::Scan, 1)) << "the panel goes on";
-    ASSERT_TRUE(recorder->waitEnded());
-    EXPECT_EQ(recorder->cause, EndCause::Done);
+    EXPECT_EQ(run(), EndCause::Done) << "the panel goes on";
     close();
   }
 }
 
 TEST_F(PanelTest, AListenerThatThrowsIsPassedOver) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3"));
-  smallPages();
+  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3"));
   recorder->onStarted = recorder->onPage = [] { breakDown(); };
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Done);
+  EXPECT_EQ(run(), EndCause::Done);
   EXPECT_EQ(filesIn(out.path()).size(), 1U);
 }
 
@@ -121,8 +109,7 @@ TEST_F(PanelTest, APanelThatTheHostClosesInTheMiddleIsNotUsedAnyMore) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
-    ASSERT_TRUE(open(c.device));
-    smallPages();
+    ASSERT_TRUE(openSmall(c.device));
     c.setUp();
     bool asked = false;
     answer = EventAnswer::Yes;
@@ -179,9 +166,7 @@ TEST_F(PanelTest, AScannerWithItsOwnSettingsKeepsThemWhateverWasSaved) {
   ASSERT_TRUE(openOn(front.get()));
   EXPECT_EQ(get("m_CurrMode").toInt(), kModeDirect);
   EXPECT_EQ(get("m_eScanType").toInt(), kAreaFixedWidth);
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Done) << (messages.empty() ? "" : messages[0]);
+  EXPECT_EQ(run(), EndCause::Done) << (messages.empty() ? "" : messages[0]);
   const auto commands = unit->commands.size();
   ASSERT_TRUE(control->Start(StartKind::AreaPrescan, 1));
   QCoreApplication::processEvents();

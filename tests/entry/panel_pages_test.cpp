@@ -1,4 +1,3 @@
-#include <QComboBox>
 
 #include "entry/panel_fixture.h"
 
@@ -48,13 +47,10 @@ TEST_F(PanelPagesTest, TheSmallLayoutDoesNotSpreadItsRows) {
 }
 
 TEST_F(PanelPagesTest, ARunIsRefusedWithThePagesMessage) {
-  ASSERT_TRUE(open("sim:size=254x127"));
-  smallPages();
+  ASSERT_TRUE(openSmall("sim:size=254x127"));
   set("m_rcScan", tagRRECT{0, 0, 254, 0});
   EXPECT_TRUE(recorder->messages.empty()) << "not while it is set";
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Refused);
+  EXPECT_EQ(run(), EndCause::Refused);
   ASSERT_EQ(recorder->messages.size(), 1U);
   EXPECT_NE(recorder->messages[0].find("length of 0"), std::string::npos) << recorder->messages[0];
   EXPECT_TRUE(filesIn(out.path()).empty());

@@ -1,6 +1,4 @@
 /// Runs of several pages, previews, and what hosts and settings see of them meanwhile.
-#include <QAbstractButton>
-#include <QComboBox>
 #include <algorithm>
 
 #include "fake_scanner.h"
@@ -8,19 +6,6 @@
 
 namespace quillbay {
 namespace {
-
-/// The lines of a grey page, one after another.
-std::vector<std::string> linesOf(const std::string& file, int page = 0) {
-  const auto raster = new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->Load(page, nullptr);
-  const auto pixels = raster.as<IPalContext>();
-  const KxSize size = raster->GetSize();
-  std::vector<std::string> lines(static_cast<std::size_t>(size.height),
-                                 std::string(static_cast<std::size_t>(size.width), '\0'));
-  for (std::int32_t y = 0; y < size.height; ++y) {
-    EXPECT_EQ(pixels->ReadLine(y, 0, size.width, lines[static_cast<std::size_t>(y)].data()), 1);
-  }
-  return lines;
-}
 
 /// A view that tells when it is to be drawn anew.
 class NotedView final : public CKxUnknownImpl<IKxView> {
@@ -33,63 +18,12 @@ class NotedView final : public CKxUnknownImpl<IKxView> {
   std::function<void()> onInvalidate;
 };
 
-constexpr const char* kTwoSheets = "sim:size=210x500,at=10x0,count=2,seed=7";
 const tagRRECT kPiece{0, 0, 254, 127};
-
-TEST_F(PanelTest, ABatchWithBurstingCutsEverySheetToItsEnd) {
-  // What the pieces must be parts of.
-  ASSERT_TRUE(open(kTwoSheets));
-  smallPages();
-  set("m_rcScan", tagRRECT{0, 0, 254, 508});
-  set("m_Mask", "sheet");
-  ASSERT_TRUE(control->Start(StartKind::Batch, 0));
-  ASSERT_TRUE(recorder->waitEnded());
-  const std::vector<std::string> sheets[] = {linesOf(file("sheet000.tif")), linesOf(file("sheet001.tif"))};
-  close();
-
-  struct Case {
-    const char* why;
-    int wanted, multiPage;
-    std::size_t pages;
-    EndCause cause;
-  };
-  const Case cases[] = {{"to the last sheet", 0, 0, 8, EndCause::Media},
-                        {"one document is wanted", 1, 0, 4, EndCause::Done},
-                        {"all in one file", 0, 1, 8, EndCause::Media}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
-    std::filesystem::remove_all(out.path());
-    std::filesystem::create_directory(out.path());
-    ASSERT_TRUE(open(kTwoSheets));
-    smallPages();
-    set("m_nCounter", 0);
-    set("m_rcScan", kPiece);
-    set("m_fBursting", 1);
-    set("m_fMultiPage", c.multiPage);
-    recorder->pages.clear();
-    ASSERT_TRUE(control->Start(StartKind::Batch, c.wanted));
-    ASSERT_TRUE(recorder->waitEnded());
-    EXPECT_EQ(recorder->cause, c.cause);
-    ASSERT_EQ(recorder->pages.size(), c.pages);
-    EXPECT_EQ(filesIn(out.path()).size(), c.multiPage ? 1U : c.pages);
-    for (std::size_t i = 0; i < c.pages; ++i) {
-      const std::string name = file(c.multiPage ? "page.tif" : "page00" + std::to_string(i) + ".tif");
-      const auto piece = linesOf(name, c.multiPage ? static_cast<int>(i) : 0);
-      const auto& sheet = sheets[i / 4];
-      ASSERT_EQ(piece.size(), 250U);
-      const auto from = sheet.begin() + static_cast<std::ptrdiff_t>(i % 4 * 250);
-      EXPECT_TRUE(std::equal(piece.begin(), piece.end(), from)) << "piece " << i;
-    }
-    EXPECT_EQ(*get("m_rcScan").get<tagRRECT>(), kPiece);
-    close();
-  }
-}
 
 TEST_F(PanelTest, ABurstsMovedAreaIsNeitherSavedNorReported) {
   for (const bool saves : {true, false}) {
     SCOPED_TRACE(saves ? "saved meanwhile" : "closed in the middle");
-    ASSERT_TRUE(open("sim:size=210x500,at=10x0,speed=400"));
-    smallPages();
+    ASSERT_TRUE(openSmall("sim:size=210x500,at=10x0,speed=400"));
     set("m_rcScan", kPiece);
     set("m_fBursting", 1);
     recorder->starts.clear();
@@ -118,16 +52,13 @@ TEST_F(PanelTest, ABurstsMovedAreaIsNeitherSavedNorReported) {
 }
 
 TEST_F(PanelTest, AStoppedBurstEndsItsFile) {
-  ASSERT_TRUE(open("sim:size=210x500,at=10x0,speed=400"));
-  smallPages();
+  ASSERT_TRUE(openSmall("sim:size=210x500,at=10x0,speed=400"));
   set("m_fBursting", 1);
   set("m_fMultiPage", 1);
   recorder->onLines = [&](std::int64_t) {
     if (recorder->pages.size() == 1) control->Stop(StopKind::Now);
   };
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Stopped);
+  EXPECT_EQ(run(), EndCause::Stopped);
   EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page.tif"});
   EXPECT_EQ(pagesIn(file("page.tif")), 1);
   EXPECT_EQ(*get("m_rcScan").get<tagRRECT>(), kPiece);
@@ -136,8 +67,7 @@ TEST_F(PanelTest, AStoppedBurstEndsItsFile) {
 TEST_F(PanelTest, WhatAHostChangesDuringAPageCountsFromTheNextOn) {
   for (const bool asSet : {false, true}) {
     SCOPED_TRACE(asSet ? "ApplyParams" : "SetParam");
-    ASSERT_TRUE(open("sim:size=210x120,at=10x3"));
-    smallPages();
+    ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3"));
     recorder->pages.clear();
     recorder->onStarted = [&] {
       if (!asSet) return set("m_uiDPI", 600);
@@ -146,8 +76,7 @@ TEST_F(PanelTest, WhatAHostChangesDuringAPageCountsFromTheNextOn) {
       params->SetValue("m_ctrlDPI", -1);
       EXPECT_EQ(sink()->ApplyParams(params.get()), 1);
     };
-    ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-    ASSERT_TRUE(recorder->waitEnded());
+    run();
     ASSERT_EQ(recorder->pages.size(), 1U);
     EXPECT_EQ(recorder->pages[0].lines, 250);
     recorder->onStarted = nullptr;
@@ -168,14 +97,11 @@ TEST_F(PanelTest, APreviewTellsItsStartItsLinesAndHowItEnded) {
   for (const Case& c : {Case{"sim:size=210x290,at=10x0", EndCause::Done, 0},
                         Case{"sim:size=210x290,at=10x0,jam-after=40", EndCause::Device, 1}}) {
     SCOPED_TRACE(c.device);
-    ASSERT_TRUE(open(c.device));
-    smallPages();
+    ASSERT_TRUE(openSmall(c.device));
     recorder->starts.clear();
     recorder->lastLines = 0;
     messages.clear();
-    ASSERT_TRUE(control->Start(StartKind::Prescan, 1));
-    ASSERT_TRUE(recorder->waitEnded());
-    EXPECT_EQ(recorder->cause, c.cause);
+    EXPECT_EQ(run(StartKind::Prescan), c.cause);
     EXPECT_EQ(messages.size(), c.messages);
     EXPECT_EQ(recorder->messages.size(), c.messages) << "listeners hear of it, too";
     ASSERT_EQ(recorder->starts.size(), 1U);
@@ -206,8 +132,7 @@ TEST_F(PanelTest, TheViewIsDrawnWithTheLastLinesAndKnowsWhereTheyLie) {
     noted->onInvalidate = [&] {
       if (const auto raster = KxPtr<IRStor>::adopt(source->GetRaster())) drawn = raster->GetSize().height;
     };
-    ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-    ASSERT_TRUE(recorder->waitEnded());
+    run();
     noted->onInvalidate = nullptr;
     EXPECT_EQ(drawn, 64);
     EXPECT_EQ(recorder->lastLines, 64);
@@ -238,6 +163,8 @@ TEST_F(PanelTest, EveryChangeOfTheAreaIsHeardOf) {
   EXPECT_DOUBLE_EQ(left(), area()) << "an orientation";
   set("m_uiDPI", 300);
   EXPECT_DOUBLE_EQ(source->GetTransform().scaleX, 25.4 / 300) << "a resolution";
+  run(StartKind::Prescan);
+  EXPECT_DOUBLE_EQ(source->GetTransform().scaleX, 25.4 / 300) << "no preview is shown in the view";
   const auto params = new_MemParam();
   params->SetValue("RECT", tagRRECT{7, 0, 207, 100});
   params->SetValue("ImageDPI", 600);
@@ -257,23 +184,19 @@ TEST_F(PanelTest, ABatchWithoutAFeederAsksForEveryFurtherDocument) {
     EXPECT_FALSE(window()->findChild<QComboBox*>("modeList")->isEnabled()) << "pages rest between the documents";
     if (messages.size() == 2) answer = EventAnswer::GiveUp;
   };
-  ASSERT_TRUE(control->Start(StartKind::Batch, 0));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Done);
+  EXPECT_EQ(run(StartKind::Batch, 0), EndCause::Done);
   EXPECT_EQ(recorder->pages.size(), 2U);
   ASSERT_EQ(messages.size(), 2U);
   EXPECT_NE(messages[0].find("next document"), std::string::npos) << messages[0];
 }
 
 TEST_F(PanelTest, AStartThatWaitsRefusesAnotherOneInPlaceOfLosingIt) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3,count=3"));
-  smallPages();
+  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3,count=3"));
   sink()->DoCommand(0);
   EXPECT_FALSE(control->Start(StartKind::Batch, 0));
   ASSERT_TRUE(recorder->waitEnded());
   EXPECT_EQ(recorder->pages.size(), 1U);
-  ASSERT_TRUE(control->Start(StartKind::Batch, 0));
-  ASSERT_TRUE(recorder->waitEnded());
+  run(StartKind::Batch, 0);
   EXPECT_EQ(recorder->pages.size(), 3U);
 }
 

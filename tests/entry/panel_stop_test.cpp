@@ -22,8 +22,7 @@ class HeldReport final : public QObject {
 };
 
 TEST_F(PanelTest, StopDropsThePageKeepsTheFinishedOnesAndTheNextScanWorks) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3,speed=400"));
-  smallPages();
+  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3,speed=400"));
   set("m_fMultiPage", 1);
   recorder->onLines = [&](std::int64_t) {
     if (recorder->pages.size() == 1) control->Stop(StopKind::Now);
@@ -36,9 +35,7 @@ TEST_F(PanelTest, StopDropsThePageKeepsTheFinishedOnesAndTheNextScanWorks) {
   EXPECT_EQ(pagesIn(file("page.tif")), 1);
   EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page.tif"});
   recorder->onLines = nullptr;
-  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Done);
+  EXPECT_EQ(run(), EndCause::Done);
   EXPECT_EQ(pagesIn(file("page.tif")), 2) << "a page added to the file of before";
 }
 
@@ -55,8 +52,7 @@ TEST_F(PanelTest, AStopThatComesBetweenTheStepsOfARunEndsIt) {
                         {"while a burst's piece is handed over", StartKind::Scan, 1, false, 1}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
-    ASSERT_TRUE(open(c.atOnce ? "sim:size=210x400,at=10x0,speed=200" : "sim:size=210x400,at=10x0"));
-    smallPages();
+    ASSERT_TRUE(openSmall(c.atOnce ? "sim:size=210x400,at=10x0,speed=200" : "sim:size=210x400,at=10x0"));
     set("m_fBursting", c.bursting);
     recorder->pages.clear();
     recorder->onPage = [&] { control->Stop(StopKind::Now); };
@@ -71,28 +67,13 @@ TEST_F(PanelTest, AStopThatComesBetweenTheStepsOfARunEndsIt) {
 }
 
 TEST_F(PanelTest, AStopEndsTheQuestionForADocument) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3,count=1"));
-  smallPages();
+  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3,count=1"));
   answer = EventAnswer::Retry;
   onMessage = [&] { control->Stop(StopKind::Now); };
   for (const EndCause cause : {EndCause::Done, EndCause::Stopped}) {
-    ASSERT_TRUE(control->Start(StartKind::Scan, 1));
-    ASSERT_TRUE(recorder->waitEnded());
-    EXPECT_EQ(recorder->cause, cause);
+    EXPECT_EQ(run(), cause);
   }
   EXPECT_EQ(messages.size(), 1U);
-}
-
-TEST_F(PanelTest, StopAfterThisPageFinishesIt) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3"));
-  smallPages();
-  recorder->onStarted = [&] {
-    if (recorder->starts.size() == 2) control->Stop(StopKind::AfterPage);
-  };
-  ASSERT_TRUE(control->Start(StartKind::Batch, 0));
-  ASSERT_TRUE(recorder->waitEnded());
-  EXPECT_EQ(recorder->cause, EndCause::Done);
-  EXPECT_EQ(filesIn(out.path()), (std::vector<std::string>{"page000.tif", "page001.tif"}));
 }
 
 TEST_F(PanelTest, TheSinkOutlivesItsWindow) {
@@ -105,8 +86,7 @@ TEST_F(PanelTest, TheSinkOutlivesItsWindow) {
 }
 
 TEST_F(PanelTest, ClosingInTheMiddleEndsTheScanAndLeavesNothing) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3,speed=200"));
-  smallPages();
+  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3,speed=200"));
   bool closed = false;
   recorder->onLines = [&](std::int64_t) {
     if (closed) return;
@@ -124,8 +104,7 @@ TEST_F(PanelTest, ClosingInTheMiddleEndsTheScanAndLeavesNothing) {
 TEST_F(PanelTest, ClosingKeepsAWholePageThatOnlyWaitsForItsWriter) {
   for (const int multiPage : {0, 1}) {
     SCOPED_TRACE(multiPage);
-    ASSERT_TRUE(open("sim:size=210x120,at=10x3"));
-    smallPages();
+    ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3"));
     set("m_fMultiPage", multiPage);
     // The writer's report does not come through before the panel is closed.
     const auto written = std::make_unique<HeldReport>(&recorder->loop);
