@@ -4,8 +4,8 @@
 
 namespace quillbay {
 
-/// Brings the keyboard's focus back to the control that it was taken from when controls were disabled, unless the
-/// user moved it meanwhile. User-interface thread only.
+/// Restores the keyboard focus to the control that lost it by being disabled, unless the user moved the focus
+/// meanwhile. User-interface thread only.
 class FocusKeeper {
  public:
   explicit FocusKeeper(QWidget* panel) : m_panel(panel) {}

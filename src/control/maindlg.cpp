@@ -6,6 +6,7 @@
 
 #include "control/command_ids.h"
 #include "control/panel_sink.h"
+#include "control/start_commands.h"
 #include "destinations/destination_factory.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
@@ -19,24 +20,6 @@ namespace {
 
 constexpr int kPreviewTicks = 25;
 constexpr const char* kLog = "quillbay.control";
-
-/// The commands that start something.
-struct StartCommand {
-  int id;
-  StartKind start;
-  RunKind run;
-};
-constexpr StartCommand kStarts[] = {{command::kScan, StartKind::Scan, RunKind::Scan},
-                                    {command::kBatch, StartKind::Batch, RunKind::Batch},
-                                    {command::kPrescan, StartKind::Prescan, RunKind::Prescan},
-                                    {command::kAreaPrescan, StartKind::AreaPrescan, RunKind::AreaPrescan}};
-
-const StartCommand* startOf(int id) {
-  for (const StartCommand& c : kStarts) {
-    if (c.id == id || (id == command::kPreviewTimer && c.id == command::kAreaPrescan)) return &c;
-  }
-  return nullptr;
-}
 
 }  // namespace
 
@@ -55,7 +38,8 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
       m_settings(m_parts),
       m_performer(this, m_parts, m_router, m_viewSync, m_previewTimer),
       m_progress(KxPtr<PanelProgress>::adopt(new PanelProgress)),
-      m_focus(this) {
+      m_focus(this),
+      m_valuesBefore(m_params->values()) {
   m_guard.onFailure([this](const std::string& what) {
     m_performer.fail(what);
     PostCommand(this, command::kApplyParams, 1);  // what waited for the end of the page
@@ -94,6 +78,11 @@ void CMaindlg::leaveWindow() {
   });
   m_sink->dialogIsGone();
   m_changeSink.Unsubscribe();
+  if (!m_initialised) {
+    quiet() = m_valuesBefore;
+    m_params->NotifyParam(scan_key::Dir.name);
+    m_params->NotifyParam(scan_key::Mask.name);
+  }
   // Another panel of the process may have put its own there.
   if (m_params->destination == m_destination.get()) m_params->destination = nullptr;
   if (m_params->progress.get() == m_progress.get()) m_params->progress = nullptr;
@@ -137,22 +126,18 @@ void CMaindlg::makeForm() {
                                      [this](int id) { buttonPressed(id); });
   attachControls();
   connect(m_form->tabs(), &QTabBar::currentChanged, this,
-          [this](int index) { m_guard.guarded([&] { return chooseTab(index); }); });
+          [this](int index) { m_guard.guarded([&] { return chooseTab(index), true; }); });
 }
 
 /// A page that cannot mean its values is not left.
-bool CMaindlg::chooseTab(int index) {
+void CMaindlg::chooseTab(int index) {
   const int shown = m_form->shownTab(m_pages);
   IUIScanPage* left =
       shown < 0 || shown == index ? nullptr : m_pages.windowsOf(values().currMode)[static_cast<std::size_t>(shown)];
   const std::string why = left ? left->GetRefusal() : std::string();
-  if (why.empty()) {
-    m_form->showTab(m_pages, index);
-    return true;
-  }
+  if (why.empty()) return m_form->showTab(m_pages, index);
   setTab(m_form->tabs(), shown);
   m_host.message(EventKind::Information, why, EventButtons::Ok);
-  return false;
 }
 
 void CMaindlg::makeDestination() {
@@ -326,9 +311,9 @@ void CMaindlg::postStart(int id, std::int64_t value) {
 
 int CMaindlg::Start(StartKind kind, int count) {
   if (m_run.startWaits() || IsBusy()) return 0;
-  for (const StartCommand& c : kStarts) {
-    if (c.start == kind) postStart(c.id, count);
-  }
+  const StartCommand* start = startOf(kind);
+  if (!start) return 0;
+  postStart(start->id, count);
   return 1;
 }
 

@@ -25,10 +25,10 @@ class PanelSink;
 /// `RunPerformer` carries out.
 ///
 /// Threads: the user-interface thread only. The scanner's notifications go to `ScanRouter`, which posts back here.
-/// Life: made by an entry point for its `PanelWindow`, then `ConnectScanner` and `StartUp`. When the window goes,
-/// the scan ends and the settings are saved at once; the object follows when no call of it is under way. What it
-/// hands out (`sink`) outlives it and answers that there is no window.
-/// Failures: an exception of a host, a unit or a page that comes out of a command ends the run, with a message.
+/// Life: an entry point creates it for its `PanelWindow` and calls `ConnectScanner` and `StartUp`. When the window
+/// is destroyed, the scan ends and the settings are saved at once; the object is deleted when its last call has
+/// returned. The handed-out `sink` outlives it and then reports that there is no window.
+/// Failures: an exception of a host, a unit or a page during a command ends the run with a message.
 class CMaindlg final : public CDialog, private IPanelController {
  public:
   CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* script, eTarnwellMode mode);
@@ -99,7 +99,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   int LoadPage(IUIScanPage* page, IParam* params) override;
 
   void makeForm();
-  bool chooseTab(int index);
+  void chooseTab(int index);
   void makeDestination();
   void layoutPanel();
   void switchLayout();
@@ -144,7 +144,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   std::unique_ptr<PanelForm> m_form;
   std::unique_ptr<PanelToolbar> m_toolbar;
 
-  int m_layout = 0;  ///< 0 full, 1 small (`key::Layout`)
+  const ScanValues m_valuesBefore;  // of the process: another panel keeps them when this one cannot be made
+  int m_layout = 0;                 ///< 0 full, 1 small (`key::Layout`)
   bool m_initialised = false;
   bool m_directMode = false;
 };

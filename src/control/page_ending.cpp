@@ -5,8 +5,7 @@
 
 namespace quillbay {
 
-bool PageEnding::begin(const ScanStarted& started) {
-  m_started = started;
+bool PageEnding::begin(const ScanStarted& started) const {
   if (!started.plan || started.plan->kind != RunKind::Scan) return true;  // a preview's resolution is no setting
   const NotifyGuard guard;
   m_parts.quiet().dpi = static_cast<std::int32_t>(started.dpi);
@@ -21,7 +20,7 @@ void PageEnding::unload() const {
   m_parts.scanner.command(rewind == 0 ? UnitCommand::UnloadForward : UnitCommand::UnloadBack);
 }
 
-bool PageEnding::release(bool cancelled, void (*done)(void*), void* dialog) {
+bool PageEnding::release(const ScanStarted& page, bool cancelled, void (*done)(void*), void* dialog) {
   const bool isPiece = m_parts.run.burst() && !cancelled;  // the document stays in until its last one
   if (m_parts.run.batch() && !isPiece) {
     try {
@@ -34,19 +33,19 @@ bool PageEnding::release(bool cancelled, void (*done)(void*), void* dialog) {
   const auto outcome = query<IStoreOutcome>(m_parts.params.destinationStore.get());
   if (cancelled || !outcome) return false;
   m_parts.run.writerBegins();
-  const std::int32_t least = m_started.plan ? m_started.page.target.leastLines : leastPageLines(m_parts.values());
+  const std::int32_t least = page.plan ? page.page.target.leastLines : leastPageLines(m_parts.values());
   outcome->BeginFinish(least, done, dialog);
   return true;
 }
 
-PageEnd PageEnding::handOver(bool cancelled, std::int64_t lines) {
+PageEnd PageEnding::handOver(const ScanStarted& page, bool cancelled, std::int64_t lines) {
   PageEnd end;
   end.cancelled = cancelled;
   CSharedScanParams& params = m_parts.params;
   const auto outcome = query<IStoreOutcome>(params.destinationStore.get());
   const bool failed = outcome && !outcome->GetError().empty();
-  end.info.width = m_started.width;
-  end.info.dpi = m_started.dpi;
+  end.info.width = page.width;
+  end.info.dpi = page.dpi;
   end.info.lines = outcome && !cancelled ? outcome->GetLines() : lines;
   if (outcome && !cancelled && !failed) {
     end.info.file = outcome->GetFile();
@@ -65,7 +64,6 @@ PageEnd PageEnding::handOver(bool cancelled, std::int64_t lines) {
   const bool keepsPalette = m_parts.run.fragment() || m_parts.values().bursting != 0;
   ScanRouter::resetProgress();
   if (!keepsPalette) m_parts.steps.palette->Forget();
-  m_started = {};
   return end;
 }
 
@@ -75,7 +73,6 @@ void PageEnding::drop() {
   m_parts.host.call([&] { return destination->EndScan(1); });
   m_parts.params.viewStore->Reset();
   ScanRouter::resetProgress();
-  m_started = {};
 }
 
 void PageEnding::leaveDocument() {

@@ -15,8 +15,8 @@ KxPtr<IParam> PagePreparation::collectRequest() const {
   return request;
 }
 
-/// False, with a message, when the area is to be found and this panel cannot find any: what would be scanned
-/// instead is an area that nobody chose.
+/// False, with a message, when the area is to be found but this panel cannot find any. It would scan an area that
+/// the user did not choose.
 bool PagePreparation::canFindArea() const {
   if (m_parts.values().scanType != kAreaAuto || m_parts.steps.detection->IsOffered()) return true;
   m_parts.host.message(
@@ -27,7 +27,7 @@ bool PagePreparation::canFindArea() const {
   return false;
 }
 
-/// False, with its message, when a page of the mode refuses what stands on it.
+/// False, with its message, when a page of the mode refuses its values.
 bool PagePreparation::arePagesAcceptable() const {
   for (const PageRole role : m_parts.pages.current()) {
     const std::string why = m_parts.pages.page(role)->GetRefusal();
@@ -38,7 +38,7 @@ bool PagePreparation::arePagesAcceptable() const {
   return true;
 }
 
-/// The destination's page where it collects one; otherwise a picture only while somebody looks.
+/// Shares the raster of a destination that collects the page; otherwise keeps one only while a view shows it.
 KxPtr<ISStripStor> PagePreparation::makeViewStore() const {
   using Raster = CViewStor::Raster;
   const IFileDestination* files = m_parts.files();  // another panel may have set the mode since
@@ -79,13 +79,13 @@ Preparation PagePreparation::page() {
 
 /// The host lets go of its pages, and the destination takes one.
 bool PagePreparation::makeRoom(Preparation& out) {
-  // Before questions are asked: nothing of it would be of use.
+  // Before any question: its answer would be useless.
   if (m_parts.values().customScanValid == 0 && !(arePagesAcceptable() && canFindArea())) return false;
   if (!m_parts.host.clearRasters(ClearFor::Scan, m_parts.run.batch() || m_parts.run.burst())) {
     m_parts.scanner.command(UnitCommand::Stop);
     return false;
   }
-  // What was typed last counts already for the name and the room that the file needs.
+  // File name and disk space depend on what the user typed last.
   if (IUIScanPage* main = m_parts.pages.page(PageRole::Main)) main->Save(new_MemParam().get());
   CScanTo* destination = m_parts.destination;
   if (m_parts.host.call([&] { return destination->BeginScan(); })) return true;
@@ -149,7 +149,7 @@ void PagePreparation::putRectangle(Preparation& out, ScanPlan& plan) {
   plan.area = rect;
 }
 
-/// A run whose pages come out wider than they were asked for is told so, once.
+/// Notes once for each run that its pages are wider than the user asked for.
 void PagePreparation::noteWidening(double width) const {
   const double asked = m_parts.values().rcScan.width() * (1 + m_parts.values().addWidthPercent * 0.01);
   if (width <= asked + 0.01) return;

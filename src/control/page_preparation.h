@@ -6,7 +6,7 @@
 
 namespace quillbay {
 
-/// What a preparation came to.
+/// The result of a preparation.
 struct Preparation {
   bool isReady = false;
   EndCause cause = EndCause::Refused;  ///< when it is not
@@ -16,12 +16,12 @@ struct Preparation {
   std::shared_ptr<const ScanPlan> plan;
 };
 
-/// Everything that comes before the paper moves: the host's room, the destination, the settings of the pages, the
-/// searches for area and palette, a loaded document. Each step may refuse (the user was told why), show messages
-/// and run event loops. User-interface thread only.
+/// All steps before the document moves: the host frees its rasters, the destination prepares a file, the pages give
+/// their settings, area and palette are found, a document is loaded. Each step may refuse (it tells the user why),
+/// show messages and run event loops. User-interface thread only.
 class PagePreparation {
  public:
-  /// `seen`: whether anybody looks at the page while it is scanned.
+  /// `seen`: whether a view shows the page during the scan.
   PagePreparation(PanelParts& parts, bool seen) : m_parts(parts), m_seen(seen) {}
 
   [[nodiscard]] Preparation page();

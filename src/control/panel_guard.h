@@ -9,9 +9,8 @@
 
 namespace quillbay {
 
-/// Stands between the panel and whoever calls it. What a host, a unit or a page throws does not leave the panel:
-/// `failed` gets its text. The panel's object stays until the last call has come back; then it is deleted, if its
-/// window is gone.
+/// Guards every call of the panel. What a host, a unit or a page throws does not leave the panel: `failed` gets its
+/// text. The panel's object is deleted after its window was destroyed and its last call has returned.
 class PanelGuard {
  public:
   using Failed = std::function<void(const std::string& what)>;

@@ -32,7 +32,7 @@ class PanelHost {
   void note(const std::string& text) const;
   /// The host's events for the destination; null where the host has none.
   [[nodiscard]] KxPtr<IEvents> toldEvents() const;
-  /// Whether a user sits before the program.
+  /// Whether a user can answer questions.
   [[nodiscard]] bool isInteractive() const;
   /// Asks the host to let go of its rasters; false: it refuses. `inRun`: it must ask nobody.
   [[nodiscard]] bool clearRasters(ClearFor what, bool inRun) const;

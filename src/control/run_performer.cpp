@@ -12,7 +12,7 @@ namespace {
 
 /// How long closing waits for a device that does not answer before it is left to itself.
 constexpr std::chrono::seconds kCloseLimit{10};
-/// What a unit is told when a detection or palette prescan is given up: it stops, and stays usable.
+/// The command that cancels a detection or palette prescan: the unit stops and stays usable.
 constexpr UnitCommand kCancelSearch = UnitCommand::Close;
 constexpr const char* kLog = "quillbay.control";
 
@@ -167,7 +167,7 @@ void RunPerformer::startUnit() {
   }
   const UnitFault fault = m_parts.scanner.fault();
   const bool media = fault.code == UnitFaultCode::NoDocuments;
-  // A feeder that ran empty after a page is how a batch ends.
+  // An empty feeder after a page is the normal end of a batch.
   const bool expected = media && m_run.record().pages() > 0;
   perform(m_run.refused(media ? EndCause::Media : EndCause::Device, fault, expected));
 }
@@ -214,7 +214,7 @@ void RunPerformer::pushSettings() {
   if (const auto request = preparation().collectRequest()) static_cast<void>(m_parts.scanner.take(request.get()));
 }
 
-/// The scanner has said what it will deliver.
+/// The scanner has reported what it will deliver.
 void RunPerformer::onStarted() {
   const ScanStarted started = m_router->takeStarted();
   if (!started.plan) return;
@@ -243,6 +243,11 @@ void RunPerformer::onPrescanStripes() {
   }
 }
 
+/// What the scanner reported of the page; nothing for one that was in the store before the run.
+ScanStarted RunPerformer::started() const {
+  return m_run.kind() == RunKind::Fragment ? ScanStarted{} : m_router->takeStarted();
+}
+
 /// The page's end: the panel stays alive while the writer finishes, and refuses every start.
 void RunPerformer::onScanDone(bool cancelled) {
   if (!m_run.isBusy() && !m_parts.params.destinationStore->IsEmpty()) {
@@ -251,13 +256,13 @@ void RunPerformer::onScanDone(bool cancelled) {
   }
   if (m_run.state() != RunState::Finishing || m_run.awaitsWriter()) return;
   const auto written = [](void* window) { PostCommand(static_cast<QWidget*>(window), command::kWritten, 1); };
-  if (!m_ending.release(cancelled, written, m_window)) finishPage(cancelled);
+  if (!m_ending.release(started(), cancelled, written, m_window)) finishPage(cancelled);
 }
 
 void RunPerformer::finishPage(bool cancelled) {
   if (m_run.state() != RunState::Finishing) return;
   const auto shown = m_parts.params.viewStore;  // hosts may take its picture when they hear of the page's end
-  perform(m_run.pageHandled(m_ending.handOver(cancelled, m_router->lines())));
+  perform(m_run.pageHandled(m_ending.handOver(started(), cancelled, m_router->lines())));
   shown->Reset();
 }
 
@@ -303,7 +308,7 @@ void RunPerformer::close() {
             "scanner " + m_parts.scanner.name() + " did not end its scan; the panel closes without waiting for it");
   }
   m_router->disarm();
-  // What its end would have set off if the window had lived to hear of it.
+  // The end of the scan was posted, but the window is destroyed before it is delivered.
   if (const auto end = m_router->takeEnd()) {
     quietly([&] { static_cast<void>(m_ending.begin(m_router->takeStarted())); });
     static_cast<void>(m_run.unitEnded(end->status, end->isEmpty, m_parts.scanner.fault()));

@@ -11,7 +11,7 @@
 
 namespace quillbay {
 
-/// Carries out what `ScanRun` decides, and turns what comes of it into the run's next events. User-interface thread
+/// Carries out what `ScanRun` decides, and turns the results into the run's next events. User-interface thread
 /// only. Everything here may run event loops and throw `WindowGone`.
 class RunPerformer {
  public:
@@ -24,16 +24,17 @@ class RunPerformer {
   [[nodiscard]] bool handle(int id, int code, std::int64_t value);
   /// Starts what a command starts; nothing when a preview would have nothing to show.
   void start(RunKind kind, int wanted, bool isDirect);
-  /// What goes into the next run's files and stores from the one before.
+  /// Empties the stores and unloads the document.
   void leaveDocument();
   /// Looks for the area for a page of the panel; answers whether it was found.
   [[nodiscard]] bool detectArea(int mask);
   /// The unit takes over the current settings; nothing moves.
   void pushSettings();
 
-  /// Something broke in the middle of a run: it ends, whatever else breaks.
+  /// A command threw an exception: the run ends, even when further steps throw.
   void fail(const std::string& what);
-  /// The panel goes: stops the unit, waits for it, keeps what is whole, and tells whoever heard the run begin.
+  /// The panel closes: stops the unit, waits for it, keeps whole pages, and reports the end of the run to the
+  /// hosts.
   void close();
 
   /// The box of a batch that waits.
@@ -51,6 +52,7 @@ class RunPerformer {
   void waitForDocument();
   void askForDocument();
   void pollDocument();
+  [[nodiscard]] ScanStarted started() const;
   void onStarted();
   void onProgress();
   void onPrescanStripes();

@@ -29,7 +29,7 @@ struct ScanPlan {
   int previewDpi = 0;  ///< of a preview
 };
 
-/// What the scanner said when it started.
+/// What the scanner reported when it started.
 struct ScanStarted {
   std::shared_ptr<const ScanPlan> plan;
   KxColorSpace colorSpace = KxColorSpace::None;
@@ -45,9 +45,9 @@ struct ScanEnd {
 };
 
 /// The scanner thread's side of a panel: names the output when the scan starts, routes stripes to the stores, and
-/// turns the end into a posted command. It touches no window and no shared parameter: what it learns waits here
-/// until the user-interface thread takes it. Threads: `arm`, `take...`, `disarm`, `waitIdle` on the user-interface
-/// thread; the notifications on the scanner's.
+/// turns the end into a posted command. It touches no window and no shared parameter; it keeps what the scanner
+/// reports until the user-interface thread takes it. Threads: `arm`, `take...`, `disarm`, `waitIdle` on the
+/// user-interface thread; the notifications on the scanner's.
 class ScanRouter {
  public:
   explicit ScanRouter(QObject* dialog) : m_dialog(dialog) {}

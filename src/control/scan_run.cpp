@@ -9,7 +9,7 @@ namespace quillbay {
 namespace {
 
 constexpr int kStopped = 2;
-/// A piece that begins so near to the bed's end is none.
+/// A piece that starts this close to the end of the bed is not scanned.
 constexpr double kTolerance = 0.001;
 
 [[nodiscard]] Actions joined(Actions first, const Actions& rest) {
@@ -224,7 +224,7 @@ Actions ScanRun::pageHandled(const PageEnd& page) {
     todo.push_back({Do::NextDocumentLater});
     return todo;
   }
-  // A batch told the scanner that a page follows; it may rest now.
+  // A batch announced another page to the scanner; there is none.
   if (m_kind == RunKind::Batch) todo.push_back({Do::StopUnit});
   return joined(std::move(todo), end(m_stopAsked ? EndCause::Stopped : EndCause::Done));
 }

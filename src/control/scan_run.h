@@ -24,6 +24,8 @@ namespace quillbay {
 ///    |             '---------------- next document ----------------------|--------'
 ///    '-fragment----------------------------------------------------------'
 ///   From every state a refusal, a stop and a failure lead to Ending; where a device runs, after its end.
+///   So do a page without lines, a batch without a document, and Cancel in Asking. In a burst, a document that
+///   ended with its last piece leads from Preparing and Scanning to Between.
 ///
 /// Detecting and FindingPalette return to where they began; a page of the panel begins them from Idle, too. Waiting
 /// is for a document in the device, Asking for the user's next one, Finishing for the writer.
@@ -43,13 +45,13 @@ enum class RunState : int {
 };
 [[nodiscard]] const char* nameOf(RunState state) noexcept;
 
-/// What a run was started as. A fragment's page is in the store already.
+/// How a run was started. The page of a fragment is in the store already.
 enum class RunKind : int { Scan, Batch, Fragment, Prescan, AreaPrescan };
 [[nodiscard]] constexpr bool isPreview(RunKind kind) noexcept {
   return kind == RunKind::Prescan || kind == RunKind::AreaPrescan;
 }
 
-/// What the controller does next. What is done later is posted, so that events of the window come in between.
+/// What the controller does next. Actions named `Later` are posted, so that the window handles its events first.
 enum class Do : int {
   ShowState,        ///< buttons, pages and status follow the state
   Prepare,          ///< everything before the paper moves; then `prepared` or `refused`
@@ -58,9 +60,9 @@ enum class Do : int {
   AskForDocument,   ///< ask the user; then `documentAnswered`
   StopUnit,         ///< the unit stops
   CancelSearch,     ///< the unit ends a detection or palette prescan
-  WakeStore,        ///< whoever waits on a full queue notices the stop
+  WakeStore,        ///< the scanner's thread stops waiting for a full queue
   EndPageLater,     ///< value 1: the page is dropped
-  DropPage,         ///< the destination lets the open page and the open file of it go
+  DropPage,         ///< the destination drops the open page
   NextPieceLater,
   EndBurstLater,
   NextDocumentLater,
@@ -90,7 +92,7 @@ struct Prepared {
   std::int64_t expectedLines = 0;  ///< 0: unknown
 };
 
-/// How the end of a page went.
+/// How a page ended.
 struct PageEnd {
   bool cancelled = false;
   bool taken = false;   ///< the destination has the page
@@ -112,7 +114,7 @@ class ScanRun {
   [[nodiscard]] bool fragment() const noexcept { return m_fragment; }
   [[nodiscard]] bool stopAsked() const noexcept { return m_stopAsked; }
   [[nodiscard]] bool stopsAfterPage() const noexcept { return m_stopAfterPage; }
-  /// Whether a page runs, from the moment that its settings count to the end of it.
+  /// Whether a page runs: from when it takes its settings to its end.
   [[nodiscard]] bool holdsSettings() const noexcept;
   /// Whether another page of this run follows the one that runs, as far as is known.
   [[nodiscard]] bool goesOn() const noexcept;
@@ -121,7 +123,7 @@ class ScanRun {
   /// The area of the next piece.
   [[nodiscard]] const tagRRECT& pieceArea() const noexcept { return m_piece; }
   [[nodiscard]] std::int64_t expectedLines() const noexcept { return m_expectedLines; }
-  /// What is told to the hosts.
+  /// What hosts are told.
   [[nodiscard]] const ScanStartInfo& startInfo() const noexcept { return m_start; }
   [[nodiscard]] const PageInfo& page() const noexcept { return m_page; }
   [[nodiscard]] std::int64_t lines() const noexcept { return m_lines; }
@@ -131,42 +133,42 @@ class ScanRun {
   /// A start was posted and waits in the event queue; any thread.
   void queueStart() noexcept { ++m_startsQueued; }
   [[nodiscard]] bool startWaits() const noexcept { return m_startsQueued > 0; }
-  /// It is being delivered.
+  /// The posted start is delivered.
   void startDelivered() noexcept {
     if (m_startsQueued > 0) --m_startsQueued;
   }
 
   /// A start. `wanted` documents of a batch; 0: until none comes.
   [[nodiscard]] Actions start(RunKind kind, int wanted);
-  /// A search for the area or the palette begins: from Idle or Preparing. False: it must not.
+  /// Starts a search for the area or the palette, from Idle or Preparing. False in any other state.
   [[nodiscard]] bool beginSearch(RunState search);
-  /// It ended; back to where it began.
+  /// The search ended; the state before it returns.
   void endSearch();
   /// Nothing refused; the paper may move.
   [[nodiscard]] Actions prepared(const Prepared& page);
-  /// Something refused before it did. `told`: the user knows why.
+  /// Something refused the page or preview. `told`: the user knows why.
   [[nodiscard]] Actions refused(EndCause cause, const UnitFault& fault = {}, bool told = true);
-  /// The scanner said what it will deliver. `refused`: the page can have no file (the user is told).
+  /// The scanner reported what it will deliver. `refused`: the page cannot have a file, and the user is told why.
   [[nodiscard]] Actions started(const ScanStartInfo& info, bool refused);
   [[nodiscard]] Actions linesArrived(std::int64_t lines);
   /// The unit's end notification: status 1 complete, 2 stopped or failed. `empty`: nothing for the destination (an
   /// error that waits to be told is something).
   [[nodiscard]] Actions unitEnded(int status, bool empty, const UnitFault& fault);
-  /// The destination is through with the page.
+  /// The destination has handled the page.
   [[nodiscard]] Actions pageHandled(const PageEnd& page);
   /// The posted steps between pages. `limit`: where the bed ends in millimetres; 0: nowhere.
   [[nodiscard]] Actions nextPiece(const tagRRECT& area, double limit);
   [[nodiscard]] Actions endBurst();
   [[nodiscard]] Actions nextDocument(bool hasFeeder);
   [[nodiscard]] Actions documentLoaded();
-  /// No document came: the device said so once, or the user gave up.
+  /// There is no document: the device reported it, or the user gave up.
   [[nodiscard]] Actions waitEnded(bool byUser, const UnitFault& fault);
   [[nodiscard]] Actions documentAnswered(bool goesOn);
   [[nodiscard]] Actions stop();
   [[nodiscard]] Actions stopAfterPage();
-  /// A host or a unit broke in the middle of something (the user is told).
+  /// A host or a unit threw an exception during a step; the user is told.
   [[nodiscard]] Actions failed();
-  /// The panel closes, and the device has come to rest.
+  /// The panel closes, and the device has stopped.
   [[nodiscard]] Actions closed();
   /// `End` was carried out.
   [[nodiscard]] Actions ended();

@@ -8,8 +8,8 @@
 
 namespace quillbay {
 
-/// The steps of a scan that a panel may have or not. Each is a seam of the controller: it asks in the same way
-/// whether or not the step is there, and a step that is not there answers that there is nothing to do.
+/// The optional steps of a scan. The controller calls each of them in the same way; a step that the panel does not
+/// have does nothing.
 
 /// Finds the scan area before a scan.
 class IAreaDetection {
@@ -18,7 +18,7 @@ class IAreaDetection {
   /// Whether this panel can find a document at all.
   [[nodiscard]] virtual bool IsOffered() const = 0;
   /// Looks for the document with the settings of `request`; `mask` -1 takes `key::Autodetect`, otherwise bits of
-  /// it. Answers 1 to go on (the area may have been found, or detection is off), 0 when the person declined.
+  /// it. Answers 1 to go on (the area may have been found, or detection is off), 0 when the user declined.
   virtual int Detect(IParam* request, int mask) = 0;
   /// Whether the last `Detect` found the area.
   [[nodiscard]] virtual bool AreaFound() const = 0;
@@ -71,7 +71,7 @@ class IPreviewPage {
   virtual HWND GetHwnd() = 0;
 };
 
-/// A panel's steps. What was not made stands on a step that does nothing.
+/// A panel's steps. A step that was not created does nothing.
 struct ScanSteps {
   ScanSteps();
   IAreaDetection* detection;

@@ -24,7 +24,7 @@ class IFileDestination {
   /// The page's target was made: takes over its name and counter without a broadcast, and ends the page by it.
   virtual void pageStarted(const NamedPage& page) = 0;
   /// The run is over: a multi-page file of it that is still a part gets its final name. When that was taken
-  /// meanwhile, the rule for existing files gives another one, or the part stays and the person was told where.
+  /// meanwhile, the rule for existing files gives another one, or the part stays and the user was told where it is.
   [[nodiscard]] virtual RunFile endRun() = 0;
   /// The folder-and-mask name that the next page would get, after the rule for existing files; no side effects.
   [[nodiscard]] virtual std::string nextFile() const = 0;

@@ -14,9 +14,9 @@ class MacroList;
 /// its name again on the scanner's thread, after the scanner reported another resolution or colour space.
 struct NameContext {
   ScanValues values;
-  std::string sizeText;               ///< what <SIZE> stands for, in the person's units
+  std::string sizeText;               ///< what <SIZE> stands for, in the user's units
   std::int64_t moment = 0;            ///< what <TIME> and <DATE> show: seconds since 1970, UTC
-  std::string locale;                 ///< of date and time; empty: the person's own
+  std::string locale;                 ///< of date and time; empty: the user's own
   std::shared_ptr<MacroList> macros;  ///< empty: the list of the process
 };
 

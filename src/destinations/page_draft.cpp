@@ -17,7 +17,7 @@ void namePage(const PageDraft& draft, NamedPage& page) {
   page.target.path = values.outputFile = name.path;
   values.counter = name.counter;
   values.useAutoCounter = name.useAutoCounter;
-  // What a person agreed to was the prepared name.
+  // The user agreed to replace the prepared name only.
   page.target.mayReplace = draft.mayReplace && (values.fileFate == kFateOverwrite || name.path == prepared);
   page.target.addsToFile = page.target.joinsPart && (name.path == prepared ? draft.addsToFile : name.exists);
   if (name.path == prepared) return;

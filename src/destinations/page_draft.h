@@ -28,7 +28,7 @@ struct ScannedAs {
 struct NamedPage {
   PageTarget target;
   NameContext names;    ///< the draft's, with what the scanner said, and the counter and its switch moved
-  std::string refused;  ///< why the page can have no file, for a person; empty when `target` holds
+  std::string refused;  ///< why the page can have no file, for the user; empty when `target` is valid
 };
 
 /// Makes the page's target, with its folder. The prepared name stays unless resolution or colours change it: then

@@ -7,7 +7,7 @@
 
 namespace quillbay {
 
-/// Why a folder or a path cannot be used, as a sentence for a person; empty when it can.
+/// Why a folder or a path cannot be used, as a sentence for the user; empty when it can.
 /// Characters that the path rules would replace (" * ? | and angle brackets that form no tag) are refused in a
 /// folder, so that files never land beside the folder that was chosen.
 [[nodiscard]] std::string folderProblem(const std::string& folder, const MacroList& macros);

@@ -195,7 +195,7 @@ int CScanToView::savePage() {
   try {
     if (!sendSave()) return 0;
   } catch (const CXException& e) {
-    // The page is in the document already: it is only not saved, which the person can do there.
+    // The page is in the document already: it is only not saved, which the user can do there.
     tell(e.what());
   }
   if (!m_page.target.joinsPart) advanceCounter();

@@ -192,7 +192,7 @@ QSize CMHolder::panelRoom() const {
   return m_panel->sizeHint().expandedTo(m_panel->minimumSizeHint()) + QSize(bar, 0);
 }
 
-/// The panel needs more room (a tab or a bar came), or less: what it once needed stays its.
+/// Gives the panel more room when it needs more. It keeps the room when it needs less again.
 bool CMHolder::eventFilter(QObject* watched, QEvent* event) {
   if (event->type() == QEvent::LayoutRequest && watched == m_place && panelRoom().height() > m_panelHeight)
     layOut();

@@ -32,7 +32,7 @@ class CMHolder final : public CDialog {
   [[nodiscard]] CWnd* panelPlace() const noexcept { return m_place; }
   /// Takes in the panel that was made for `panelPlace`, with its sink.
   void takePanel(HWND panel, KxPtr<IQuillbaySink> sink);
-  /// Who is asked when the holder shall close, and told when it goes; may be null.
+  /// The host that is asked before the holder closes and told when it is destroyed; may be null.
   void holdScript(IScriptCmdSink* script) { m_script = KxPtr<IScriptCmdSink>::share(script); }
 
   bool OnCommand(int id, int code, std::int64_t value) override;
@@ -106,7 +106,7 @@ class CMHolder final : public CDialog {
   QPointer<QWidget> m_place;  // in the scroll area, with the panel in it
   QPointer<QWidget> m_panel;
   int m_panelHeight = 0;   // the most that the panel has needed in its present layout
-  bool m_divided = false;  // the person has moved the line between panel and view
+  bool m_divided = false;  // the user has moved the line between panel and view
   bool m_asking = false;   // the host is being asked whether the holder may close
 };
 

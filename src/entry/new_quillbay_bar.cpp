@@ -1,3 +1,4 @@
+#include <QPointer>
 #include <exception>
 #include <memory>
 
@@ -13,6 +14,20 @@ namespace quillbay {
 
 namespace {
 
+/// Puts a panel into the bar. False when it cannot be made.
+bool fillBar(KxDockBar& bar, IApp* app, IScriptCmdSink* script, IQuillbaySink** out, eTarnwellMode mode) {
+  auto holder = std::make_unique<CMHolder>(app, bar.GetWindow()).release();  // the bar's window owns it
+  KxPtr<IQuillbaySink> sink;
+  const HWND panel = New_Quillbay(app, holder->panelPlace(), holder->view(), script, sink.put(), mode);
+  if (!panel) return false;
+  holder->takePanel(panel, sink);
+  sink->EnableViewSync(1);
+  holder->holdScript(script);
+  bar.Attach(holder);
+  if (out) *out = sink.detach();
+  return true;
+}
+
 KxDockBar* makeBar(IScriptCmdSink* script, IQuillbaySink** out, eTarnwellMode mode) {
   const auto app = KxPtr<IApp>::adopt(KxAcApp::GetApp());
   if (!app) {
@@ -22,32 +37,21 @@ KxDockBar* makeBar(IScriptCmdSink* script, IQuillbaySink** out, eTarnwellMode mo
   const auto interior = query<IAppInterior>(app.get());
   KxDockBar* bar = new_DocBar(interior ? interior->GetMainWindow() : nullptr, loadString(kTextBarCaption),
                               kBarDocksAtSides | kBarFloats, kBarAtRight);
-  // Both go again when the panel cannot be made.
-  std::unique_ptr<QWidget> window(bar->GetWindow());
-  auto holder = std::make_unique<CMHolder>(app.get(), window.get());
-
-  KxPtr<IQuillbaySink> sink;
-  const HWND panel = New_Quillbay(app.get(), holder->panelPlace(), holder->view(), script, sink.put(), mode);
-  if (!panel) return nullptr;
-  holder->takePanel(panel, sink);
-  sink->EnableViewSync(1);
-  holder->holdScript(script);
-  bar->Attach(holder.release());
-  if (out) *out = sink.detach();
-  static_cast<void>(window.release());
-  return bar;
+  // The host may destroy its main window, and the bar in it, while a message is shown.
+  const QPointer<QWidget> window(bar->GetWindow());
+  try {
+    if (fillBar(*bar, app.get(), script, out, mode)) return bar;
+  } catch (const std::exception& e) {
+    logLine(LogLevel::Error, "quillbay.entry", std::string("the panel's bar could not be made: ") + e.what());
+  }
+  delete window.data();
+  return nullptr;
 }
 
 }  // namespace
 
 KxDockBar* New_QuillbayBar(IScriptCmdSink* script, IQuillbaySink** out, eTarnwellMode mode) {
-  if (!onEntryThread("New_QuillbayBar")) return nullptr;
-  try {
-    return makeBar(script, out, mode);
-  } catch (const std::exception& e) {
-    logLine(LogLevel::Error, "quillbay.entry", std::string("the panel's bar could not be made: ") + e.what());
-    return nullptr;
-  }
+  return onEntryThread("New_QuillbayBar") ? makeBar(script, out, mode) : nullptr;
 }
 
 }  // namespace quillbay

@@ -44,6 +44,7 @@ void CMainSettings::createForm(int) {
       m_fieldNote = why;
       showNote();
     });
+    connect(field, &UnitSpin::edited, this, &CMainSettings::forgetNote);
   }
   m_form->areaList->setItemDelegate(new PaperDelegate(m_form->areaList));
   const double maxLength = controller().Unit()->GetMaxLength();
@@ -106,8 +107,14 @@ bool CMainSettings::choose(int id, int) {
 
 bool CMainSettings::edited(int id) {
   switch (id) {
-    case kResolutionList: resolutionTyped(); return true;
-    case kAddedWidth: params().quiet().addWidthPercent = m_form->added->value(); return true;
+    case kResolutionList:
+      forgetNote();
+      resolutionTyped();
+      return true;
+    case kAddedWidth:
+      forgetNote();
+      params().quiet().addWidthPercent = m_form->added->value();
+      return true;
     case kWidth:
     case kOffset:
     case kTop:

@@ -106,6 +106,7 @@ class CMainSettings final : public CTab {
   void showAutodetect();
   void showCentring();
   void showNote();
+  void forgetNote();
   void updateSummary();
 
   int paramChanged(const char* key);

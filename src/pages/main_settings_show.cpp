@@ -66,6 +66,12 @@ void CMainSettings::showAccess() {
   showNote();
 }
 
+/// What was typed before is no longer what the user is about.
+void CMainSettings::forgetNote() {
+  m_fieldNote.clear();
+  showNote();
+}
+
 /// What keeps a field or the whole page from meaning what was typed.
 void CMainSettings::showNote() {
   const ScanValues& v = params().values();

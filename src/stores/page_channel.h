@@ -6,7 +6,7 @@
 
 namespace quillbay {
 
-/// Makes the channel for a page. Answers why there is none, for a person; empty when `*out` is ready to save.
+/// Makes the channel for a page. Answers why there is none, for the user; empty when `*out` is ready to save.
 /// Throws what the channel's format throws.
 [[nodiscard]] std::string openPageChannel(IApp* app, const PageTarget& target, KxColorSpace colorSpace,
                                           KxPtr<IKxFileChanel>* out);

@@ -11,13 +11,13 @@ class QMenu;
 
 namespace quillbay {
 
-/// Base of the settings pages: a form that tells the controller when the person changed something on it.
-/// A page belongs to its parent window and goes with `Release`, whichever comes first.
+/// Base of the settings pages: a form that tells the controller when the user changed something on it.
+/// A page is destroyed with its parent window or by `Release`, whichever comes first.
 class CTab : public CDialog, public IUIScanPage {
  public:
   /// `controller` must outlive the page.
   CTab(IPanelController& controller, KxPtr<CSharedScanParams> params, int number);
-  /// The private message by which a control of a page's own says that the person changed it.
+  /// The private message by which a control of a page's own says that the user changed it.
   static constexpr int kControlChanged = 7526;
 
   int Create(CWnd* parent, int mode) override;
@@ -47,7 +47,7 @@ class CTab : public CDialog, public IUIScanPage {
   /// The menu of the page; none where the scanner uses its own settings.
   void contextMenuEvent(QContextMenuEvent* event) final;
 
-  /// While one lives the page takes values over, and nothing that happens is the person's doing.
+  /// While one lives the page takes values over, and no change counts as the user's.
   class Loading {
    public:
     explicit Loading(CTab& page) : m_page(page) { ++m_page.m_loading; }

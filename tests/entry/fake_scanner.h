@@ -15,6 +15,7 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
  public:
   std::string GetName() override { return "fake"; }
   int GetResolutions(std::vector<UnitResolution>* out, int) override {
+    if (onCall) onCall("GetResolutions");
     *out = {{"100", 100}, {"400", 400}};
     return 2;
   }
@@ -37,7 +38,7 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   IConnectionPoint<IScanSink>* GetScanSinks() override { return nullptr; }
   double GetMaxLength() override { return 0; }
   int GetCentring() override { return 0; }
-  UnitFault GetFault() override { return {}; }
+  UnitFault GetFault() override { return fault; }
   int GetSources(std::vector<UnitSource>* out) override {
     *out = {feeder ? UnitSource::Feeder : UnitSource::Flatbed};
     return 1;
@@ -49,6 +50,7 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   bool direct = false, feeder = true;
   std::function<void(const std::string& call)> onCall;
   std::vector<int> commands, modes;
+  UnitFault fault;  ///< what its pages end with
 
  private:
   void deliver() {
@@ -59,7 +61,7 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
     const std::vector<std::uint8_t> line(static_cast<std::size_t>(kSize.width), 128);
     for (std::int32_t y = 0; y < kSize.height; ++y) stripe->AddLine(y, line.data());
     sink->StripeArrived(0, stripe.get(), 0);
-    sink->ScanEnded(1);
+    sink->ScanEnded(fault.code == UnitFaultCode::None ? 1 : 2);
   }
 
   KxPtr<IScanSink> m_sink;

@@ -1,0 +1,78 @@
+/// What stays whole when a host or a scanner breaks while a run goes on or ends.
+#include <QComboBox>
+#include <stdexcept>
+
+#include "fake_scanner.h"
+#include "panel_fixture.h"
+
+namespace quillbay {
+namespace {
+
+/// A host that breaks when it is asked for room.
+class BreakingScript final : public CKxUnknownImpl<IScriptCmdSink> {
+ public:
+  int ExecCommand(const char*, IParam*) override {
+    if (breaks && breaks()) throw std::runtime_error("it broke");
+    return 0;
+  }
+  std::function<bool()> breaks;
+};
+
+TEST_F(PanelTest, ARunThatBreaksKeepsItsFileAndTheUsersArea) {
+  auto* script = new BreakingScript;
+  hostScript = KxPtr<IScriptCmdSink>::adopt(script);
+  for (const bool closes : {true, false}) {
+    SCOPED_TRACE(closes ? "closed while the message is shown" : "the message of a jam breaks, too");
+    const auto unit = KxPtr<FakeUnit>::adopt(new FakeUnit);
+    const auto front = KxPtr<FakeScannerApp>::adopt(new FakeScannerApp(app(), unit));
+    ASSERT_TRUE(openOn(front.get()));
+    smallPages(100);
+    set("m_fBursting", 1);
+    set("m_fMultiPage", 1);
+    recorder->pages.clear();
+    script->breaks = [&] { return closes && recorder->pages.size() == 1; };
+    recorder->onPage = [&] {
+      if (!closes) unit->fault = {UnitFaultCode::Jammed, "a jam"};
+    };
+    onMessage = [&] {
+      if (!closes) throw std::runtime_error("it broke");
+      close();
+    };
+    ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+    ASSERT_TRUE(recorder->waitEnded());
+    EXPECT_EQ(recorder->cause, closes ? EndCause::Refused : EndCause::Device);
+    EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page.tif"});
+    QCoreApplication::processEvents();
+    onMessage = nullptr;
+    script->breaks = nullptr;
+    unit->fault = {};
+    close();
+    ASSERT_TRUE(openOn(front.get()));
+    EXPECT_EQ(*get("m_rcScan").get<tagRRECT>(), (tagRRECT{0, 0, 254, 127}));
+    close();
+  }
+}
+
+TEST_F(PanelTest, APanelThatCannotBeMadeLeavesTheSettingsOfTheOneThatIsThere) {
+  ASSERT_TRUE(open("sim:size=210x120,at=10x3"));
+  QWidget place;
+  ASSERT_EQ(New_Quillbay(app(), &place, nullptr, nullptr, nullptr, static_cast<eTarnwellMode>(9)), nullptr);
+  EXPECT_EQ(*get("m_Dir").get<std::string>(), out.path());
+  EXPECT_EQ(*get("m_Mask").get<std::string>(), "page");
+}
+
+TEST_F(PanelTest, APagesOwnCommandThatBreaksIsAMessage) {
+  const auto unit = KxPtr<FakeUnit>::adopt(new FakeUnit);
+  const auto front = KxPtr<FakeScannerApp>::adopt(new FakeScannerApp(app(), unit));
+  ASSERT_TRUE(openOn(front.get()));
+  unit->onCall = [](const std::string& call) {
+    if (call == "GetResolutions") throw std::runtime_error("it broke");
+  };
+  Q_EMIT window()->findChild<QComboBox*>("modeList")->activated(0);
+  EXPECT_EQ(messages.size(), 1U);
+  unit->onCall = nullptr;
+  close();
+}
+
+}  // namespace
+}  // namespace quillbay
