@@ -8,15 +8,16 @@
 #include "names.h"
 #include "quillbay/host.h"
 #include "quillbay/scan_keys.h"
+#include "translated.h"
 
 using quillbay::IParam;
 using quillbay::KxPtr;
 
 namespace {
 
-/// A bed may be this much smaller than what is asked of it; drivers round.
+/// Drivers round: a bed may be smaller than the requested area by this much, in mm.
 constexpr double kBedTolerance = 1.0;
-/// Beds up to this length are flatbeds, whose whole bed is a sensible page.
+/// Beds up to this length (mm) are flatbeds; the whole bed is then the default area.
 constexpr double kFlatbedLength = 500;
 
 [[noreturn]] void refuse(const std::string& text, const std::string& what) {
@@ -26,12 +27,12 @@ constexpr double kFlatbedLength = 500;
 double lengthOf(const std::string& text, const std::string& all) {
   double mm = 0;
   if (!quillbay::ParseLengthMm(text, &mm)) {
-    refuse(all, "\"" + text + "\" is no length; write 25.4, 25.4mm, 2.54cm or 1in");
+    refuse(all, translated("\"%s\" is not a length; write 25.4, 25.4mm, 2.54cm or 1in", {text}));
   }
   return mm;
 }
 
-/// The text behind "kind:", or nothing when the text is of another kind.
+/// The text after "kind:"; nothing if the text is of another kind.
 std::optional<std::string> behind(const std::string& text, const std::string& kind) {
   const auto colon = text.find(':');
   if (!names::same(text.substr(0, colon), kind)) return std::nullopt;
@@ -45,10 +46,11 @@ quillbay::tagRRECT parseCustom(const std::string& list, const std::string& all) 
     edges.push_back(lengthOf(list.substr(begin, comma - begin), all));
     begin = comma + 1;
   }
-  if (edges.size() != 4) refuse(all, "a custom area has four edges: custom:LEFT,TOP,RIGHT,BOTTOM");
+  if (edges.size() != 4) refuse(all, translated("a custom area has four edges: custom:LEFT,TOP,RIGHT,BOTTOM"));
   const quillbay::tagRRECT rect{edges[0], edges[1], edges[2], edges[3]};
-  if (rect.left < 0 || rect.top < 0) refuse(all, "an edge lies before the bed's corner");
-  if (!(rect.width() > 0) || !(rect.height() > 0)) refuse(all, "right and bottom must lie behind left and top");
+  if (rect.left < 0 || rect.top < 0) refuse(all, translated("left and top must not be negative"));
+  if (!(rect.width() > 0) || !(rect.height() > 0))
+    refuse(all, translated("right must be greater than left, and bottom greater than top"));
   return rect;
 }
 
@@ -66,7 +68,7 @@ AreaChoice paperArea(const std::string& name, const std::vector<Paper>& papers, 
   if (paper == papers.end()) {
     std::vector<std::string> all{"auto-width", "fixed-width", "custom:L,T,R,B"};
     for (const Paper& p : papers) all.push_back(p.name);
-    refuse(name, "unknown paper or area; " + names::allowed(all, name, "--all-options"));
+    refuse(name, translated("unknown paper or area; %s", {names::allowed(all, name, "--all-options")}));
   }
   const auto width = [&](bool upright) { return upright ? paper->width : paper->height; };
   const auto length = [&](bool upright) { return upright ? paper->height : paper->width; };
@@ -82,9 +84,9 @@ AreaChoice paperArea(const std::string& name, const std::vector<Paper>& papers, 
         fitting.push_back(p.name);
       }
     }
-    refuse(name, sizeText(width(upright), length(upright)) + " is more than the bed of " +
-                     (bed.length > 0 ? sizeText(bed.width, bed.length) : sizeText(bed.width, 0)) +
-                     "; upright papers that fit: " + names::joined(fitting));
+    refuse(name, translated("%s is larger than the bed of %s; upright papers that fit: %s",
+                            {sizeText(width(upright), length(upright)), sizeText(bed.width, bed.length),
+                             names::joined(fitting)}));
   }
   AreaChoice choice = whole(quillbay::kAreaPaper, std::min(width(upright), bed.width),
                             bed.length > 0 ? std::min(length(upright), bed.length) : length(upright));
@@ -105,7 +107,8 @@ std::string numberText(double value) {
 }  // namespace
 
 std::string sizeText(double width, double height) {
-  return numberText(width) + (height > 0 ? " x " + numberText(height) + " mm" : " mm wide");
+  return height > 0 ? numberText(width) + " x " + numberText(height) + " mm"
+                    : translated("%s mm wide", {numberText(width)});
 }
 
 AreaRequest parseArea(const std::string& text) {
@@ -116,14 +119,16 @@ AreaRequest parseArea(const std::string& text) {
     request.rect = parseCustom(*edges, text);
   } else if (const auto autoWidth = behind(text, "auto-width")) {
     request.kind = AreaRequest::Kind::AutoWidth;
-    if (!autoWidth->empty()) refuse(text, "auto-width takes no width; use fixed-width:WIDTH");
+    if (!autoWidth->empty()) refuse(text, translated("auto-width takes no width; use fixed-width:WIDTH"));
   } else if (const auto width = behind(text, "fixed-width")) {
     request.kind = AreaRequest::Kind::FixedWidth;
     if (!width->empty()) request.width = lengthOf(*width, text);
-    if (request.width && !(*request.width > 0)) refuse(text, "the width must be more than 0");
+    if (request.width && !(*request.width > 0)) refuse(text, translated("the width must be greater than 0"));
   } else if (names::same(text, "auto")) {
-    refuse(text,
-           "finding the document by itself is not offered yet; use auto-width, fixed-width, custom or a paper");
+    refuse(
+        text,
+        translated(
+            "the document cannot be detected automatically yet; use auto-width, fixed-width, custom or a paper"));
   } else {
     request.kind = AreaRequest::Kind::Paper;
     request.paper = text;
@@ -162,7 +167,8 @@ AreaChoice chooseArea(const AreaRequest& request, const std::vector<Paper>& pape
     case AreaRequest::Kind::FixedWidth: {
       const double width = request.width.value_or(bed.width);
       if (width > bed.width + kBedTolerance) {
-        refuse("fixed-width", sizeText(width, 0) + " is more than the bed, which is " + sizeText(bed.width, 0));
+        refuse("fixed-width",
+               translated("it is %s; the bed is only %s", {sizeText(width, 0), sizeText(bed.width, 0)}));
       }
       return whole(quillbay::kAreaFixedWidth, std::min(width, bed.width), bed.width);
     }
@@ -171,8 +177,9 @@ AreaChoice chooseArea(const AreaRequest& request, const std::vector<Paper>& pape
       choice.rect = request.rect;
       if (choice.rect.right > bed.width + kBedTolerance ||
           (bed.length > 0 && choice.rect.bottom > bed.length + kBedTolerance)) {
-        refuse("custom", "right and bottom end at " + sizeText(choice.rect.right, choice.rect.bottom) +
-                             ", outside the bed of " + sizeText(bed.width, bed.length));
+        refuse("custom",
+               translated("right and bottom are %s, outside the bed of %s",
+                          {sizeText(choice.rect.right, choice.rect.bottom), sizeText(bed.width, bed.length)}));
       }
       choice.rect.right = std::min(choice.rect.right, bed.width);
       if (bed.length > 0) choice.rect.bottom = std::min(choice.rect.bottom, bed.length);

@@ -1,4 +1,5 @@
 #include "cli_run.h"
+#include "translated.h"
 
 #include <csignal>
 
@@ -43,7 +44,7 @@ int CliRun::run() {
   const StartKind kind = m_options.batch ? StartKind::Batch : StartKind::Scan;
   if (!m_control->Start(kind, m_options.batch.value_or(kOnce))) {
     m_control->Unadvise(this);
-    throw Failure(kDevice, "the panel takes no scan now");
+    throw Failure(kDevice, translated("the scanner panel cannot start a scan now"));
   }
   m_loop.exec();
   m_control->Unadvise(this);
@@ -51,23 +52,22 @@ int CliRun::run() {
 }
 
 void CliRun::stop() {
-  m_reporter.note(m_options.finishPage ? "stopping after this page; once more ends at once"
-                                       : "stopping; once more ends at once");
+  m_reporter.note(translated(m_options.finishPage ? "stopping after this page; interrupt again to end at once"
+                                                  : "stopping; interrupt again to end at once"));
   m_control->Stop(m_options.finishPage ? StopKind::AfterPage : StopKind::Now);
 }
 
 void CliRun::OnPageFinished(const quillbay::PageInfo& page) {
   m_reporter.page(page);
   const bool isLast = !m_options.batch || (*m_options.batch != 0 && page.page >= *m_options.batch);
-  if (!isLast && m_next.comesBetween() && !m_next.wait("Ready for the next page."))
+  if (!isLast && m_next.comesBetween() && !m_next.wait(translated("Ready for the next page.")))
     m_control->Stop(StopKind::AfterPage);
 }
 
 int CliRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
   if (Interrupts::number() != 0) return kSignal + Interrupts::number();
-  const bool endedByPerson =
-      m_next.isEnded() && pages > 0 && cause != EndCause::Output && cause != EndCause::Device;
-  if (endedByPerson) return m_refusals.outputFailed() ? kOutput : kDone;
+  const bool endedByUser = m_next.isEnded() && pages > 0 && cause != EndCause::Output && cause != EndCause::Device;
+  if (endedByUser) return m_refusals.outputFailed() ? kOutput : kDone;
   switch (cause) {
     case EndCause::Done: return m_refusals.outputFailed() ? kOutput : kDone;
     case EndCause::Media: return pages > 0 ? kDone : kMedia;
@@ -82,7 +82,7 @@ int CliRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
 
 void CliRun::OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) {
   m_status = statusOf(cause, fault, pages);
-  // The unit's fault tells of a stop too; it is news only when the scanner itself made it.
+  // The unit's fault reports a stop as well; it is news only if the scanner caused it.
   const bool isNews =
       cause == EndCause::Stopped ? Interrupts::number() == 0 : fault.code != UnitFaultCode::Cancelled;
   if (m_status != kDone && isNews && !fault.text.empty()) m_reporter.error(fault.text);

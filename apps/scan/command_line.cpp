@@ -6,6 +6,7 @@
 #include "failure.h"
 #include "names.h"
 #include "option_table.h"
+#include "translated.h"
 
 namespace {
 
@@ -34,8 +35,8 @@ const OptionRow& findLong(const std::string& name) {
     }
   }
   if (found.size() == 1) return *found.front();
-  if (!found.empty()) refuse("\"--" + name + "\" is not unique: " + names::joined(candidates));
-  refuse("unknown option \"--" + name + "\"; " + names::allowed(shownNames(), "--" + name, "--help"));
+  if (!found.empty()) refuse(translated("\"--%s\" is not unique: %s", {name, names::joined(candidates)}));
+  refuse(translated("unknown option \"--%s\"; %s", {name, names::allowed(shownNames(), "--" + name, "--help")}));
 }
 
 const OptionRow& findShort(char letter) {
@@ -46,15 +47,15 @@ const OptionRow& findShort(char letter) {
   for (const OptionRow& row : table) {
     if (row.letter) letters += std::string(letters.empty() ? "-" : ", -") + row.letter;
   }
-  refuse("unknown option \"-" + std::string(1, letter) + "\"; there are: " + letters + "; --help lists all");
+  refuse(translated("unknown option \"-%s\"; available: %s; --help lists all", {std::string(1, letter), letters}));
 }
 
-/// Walks over the arguments.
+/// Reads the arguments in turn.
 class Reader {
  public:
   explicit Reader(const std::vector<std::string>& arguments) : m_arguments(arguments) {}
 
-  /// Reads on after a fault: whether the person wants events counts for the telling of it. Stores the first fault.
+  /// Stores the first fault in `wrong` and reads on: a later --json decides how the fault is reported.
   ScanOptions read(std::string* wrong) {
     while (m_next < m_arguments.size()) {
       try {
@@ -73,7 +74,8 @@ class Reader {
     } else if (argument.starts_with("-") && argument.size() > 1 && argument != "--") {
       readShort(argument.substr(1));
     } else {
-      refuse("unexpected argument \"" + argument + "\"; the output file goes behind -o, --help lists the options");
+      refuse(translated("unexpected argument \"%s\"; write the output file after -o; --help lists the options",
+                        {argument}));
     }
   }
 
@@ -84,7 +86,7 @@ class Reader {
     if (equals == std::string::npos) {
       apply(row, shown, row.argument == Argument::Required ? nextValue(row, shown) : std::string());
     } else if (row.argument == Argument::None) {
-      refuse("\"" + shown + "\" takes no value");
+      refuse(translated("\"%s\" takes no value", {shown}));
     } else {
       apply(row, shown, text.substr(equals + 1));
     }
@@ -105,7 +107,7 @@ class Reader {
   }
 
   std::string nextValue(const OptionRow& row, const std::string& shown) {
-    if (m_next == m_arguments.size()) refuse("\"" + shown + "\" needs a value: " + row.value);
+    if (m_next == m_arguments.size()) refuse(translated("\"%s\" needs a value: %s", {shown, row.value}));
     return m_arguments[m_next++];
   }
 

@@ -2,6 +2,8 @@
 
 #include <array>
 
+#include "translated.h"
+
 namespace {
 
 using Test = bool (*)(const ScanOptions&);
@@ -13,7 +15,7 @@ bool setsEdges(const ScanOptions& o) {
   return o.area.starts_with("custom") || o.area.starts_with("auto-width") || o.area.starts_with("fixed-width");
 }
 
-/// An option, by what is set when it is given.
+/// An option, and the test whether it was given.
 struct Given {
   const char* name;
   Test test;
@@ -40,35 +42,37 @@ struct Pair {
 };
 
 constexpr std::array kPairs{
-    Pair{kOverwrite, kIncrement, "choose what happens to a file in the way"},
+    Pair{kOverwrite, kIncrement, "choose what happens to an existing file"},
     Pair{kOverwrite, kMultipage, "pages are added to an existing file; delete it first"},
     Pair{kIncrement, kMultipage, "pages are added to an existing file; choose another name"},
-    Pair{kOutput, kDir, "--output names folder and file"},
-    Pair{kOutput, kMask, "--output names folder and file"},
+    Pair{kOutput, kDir, "--output gives the folder and the file name"},
+    Pair{kOutput, kMask, "--output gives the folder and the file name"},
     Pair{kStdout, kBatch, "standard output takes one page"},
     Pair{kStdout, kBursting, "standard output takes one page"},
     Pair{kStdout, kMultipage, "standard output takes one page"},
-    Pair{kStdout, kOverwrite, "standard output is no file"},
-    Pair{kStdout, kIncrement, "standard output is no file"},
+    Pair{kStdout, kOverwrite, "standard output is not a file"},
+    Pair{kStdout, kIncrement, "standard output is not a file"},
     Pair{kStdout, kDryRun, "standard output has no name"},
     Pair{kStdout, kRecover, "give the recovered file a name"},
     Pair{kStdout, kJson, "both write to standard output"},
-    Pair{kPrompt, kDelay, "wait for the person or for the time"},
+    Pair{kPrompt, kDelay, "choose one"},
     Pair{{"--quiet", [](const ScanOptions& o) { return o.quiet; }},
          {"--verbose", [](const ScanOptions& o) { return o.verbose > 0; }},
          "choose one"},
     Pair{{"--portrait", [](const ScanOptions& o) { return o.portrait == true; }},
-         {"--area with edges or a width", setsEdges},
-         "only a paper has an orientation"},
+         {"--area", setsEdges},
+         "only a paper has an orientation, edges and widths have none"},
     Pair{{"--landscape", [](const ScanOptions& o) { return o.portrait == false; }},
-         {"--area with edges or a width", setsEdges},
-         "only a paper has an orientation"},
+         {"--area", setsEdges},
+         "only a paper has an orientation, edges and widths have none"},
     Pair{kRecover, kDir, "use --output"},
     Pair{kRecover, kMask, "use --output"},
     Pair{kRecover, kMultipage, "nothing is scanned"},
     Pair{kRecover, kBatch, "nothing is scanned"},
     Pair{kRecover, {"--device", [](const ScanOptions& o) { return !o.device.empty(); }}, "nothing is scanned"},
-    Pair{kRecover, {"--format", [](const ScanOptions& o) { return !o.format.empty(); }}, "pages stay as they are"},
+    Pair{kRecover,
+         {"--format", [](const ScanOptions& o) { return !o.format.empty(); }},
+         "the pages keep their format"},
 };
 
 }  // namespace
@@ -76,10 +80,11 @@ constexpr std::array kPairs{
 std::string contradiction(const ScanOptions& o) {
   for (const Pair& pair : kPairs) {
     if (!pair.one.test(o) || !pair.other.test(o)) continue;
-    return std::string(pair.one.name) + " and " + pair.other.name + " exclude each other: " + pair.advice;
+    return translated("%s and %s cannot be used together: %s",
+                      {pair.one.name, pair.other.name, translated(pair.advice)});
   }
   for (const Given& given : {kPrompt, kDelay}) {
-    if (given.test(o) && !batches(o)) return std::string(given.name) + " needs --batch";
+    if (given.test(o) && !batches(o)) return translated("%s needs --batch", {given.name});
   }
   return {};
 }

@@ -4,6 +4,7 @@
 
 #include "names.h"
 #include "option_table.h"
+#include "translated.h"
 
 namespace {
 
@@ -20,65 +21,66 @@ struct Section {
 constexpr std::array kSections{
     Section{
         "OUTPUT",
-        "The name of every file that got its final name is printed on standard output, one a line. Messages and, "
-        "on a terminal, the progress go to standard error. With \\-o \\- the page itself goes to standard output, "
-        "once "
-        "it is complete.\n"
+        "The program prints the name of each finished file on standard output, one per line. It writes messages, "
+        "and on a terminal the progress, to standard error. With \\-o \\- it writes the page to standard output "
+        "when the page is complete.\n"
         ".PP\n"
-        "A file is written as NAME.part beside its target and gets its name when it is complete; a file that "
-        "exists is never replaced without \\-\\-overwrite. A page that is abandoned leaves nothing behind. What a "
-        "killed program left of a multi\\-page file is published by \\-\\-recover.\n"},
+        "A file is written as NAME.part in the folder of its target and gets its name when it is complete. An "
+        "existing file is never replaced without \\-\\-overwrite. A cancelled page leaves no file. "
+        "\\-\\-recover saves the pages of a multi\\-page file that a killed program left.\n"},
     Section{
         "QUESTIONS",
-        "The program asks only between the pages of a batch: when the device has no feeder, or with "
-        "\\-\\-batch\\-prompt. Return scans the next page, Ctrl\\-D ends the batch, and what was scanned stays. On "
-        "a "
-        "device without a feeder a batch of several pages is refused before its first page (exit status 1) when "
-        "standard input is no terminal, unless \\-\\-batch\\-delay or \\-\\-batch\\-prompt is given.\n"
+        "The program asks only between the pages of a batch: if the device has no feeder, or with "
+        "\\-\\-batch\\-prompt. Return scans the next page. Ctrl\\-D ends the batch; the scanned pages are kept. "
+        "If the device has no feeder and standard input is not a terminal, a batch of several pages is refused "
+        "before its first page (exit status 1), unless \\-\\-batch\\-delay or \\-\\-batch\\-prompt is given.\n"
         ".PP\n"
-        "Every other question is answered by the options: \"File exists. Overwrite?\" with no, and with yes under "
-        "\\-\\-overwrite; a scanner without a document is asked once and not waited for; everything else is "
-        "answered "
-        "with no.\n"},
+        "The options answer all other questions. \"File exists. Overwrite?\" is answered with no, or with yes if "
+        "\\-\\-overwrite is given. The program does not wait for a document if the scanner has none. Every "
+        "other question is answered with no.\n"},
     Section{
         "JSON EVENTS",
-        "With \\-\\-json every line of standard output is an object with the field \"event\":\n"
+        "With \\-\\-json, each line of standard output is an object with the field \"event\":\n"
         ".TP\n.B started\npage, width (pixels), dpi, color (bitonal, grey, palette, colour), file, and "
-        "expectedLines when it is known.\n"
+        "expectedLines if it is known.\n"
         ".TP\n.B lines\npage, lines: the lines received so far.\n"
-        ".TP\n.B page\npage, width, lines, dpi, file, published (false while a multi\\-page file still grows).\n"
-        ".TP\n.B published\nfile, pages: a file got its final name.\n"
-        ".TP\n.B message\nkind (information, question, retry), text, and, where there is one, path and answer "
+        ".TP\n.B page\npage, width, lines, dpi, file, published (false until a multi\\-page file is complete).\n"
+        ".TP\n.B published\nfile, pages: a file is complete and has its name.\n"
+        ".TP\n.B message\nkind (information, question, retry), text, and, if there are any, path and answer "
         "(yes, no, retry, give\\-up, ok, cancel).\n"
-        ".TP\n.B prompt\ntext: a line on standard input scans the next page, its end ends the batch.\n"
+        ".TP\n.B prompt\ntext: a line on standard input scans the next page; the end of standard input ends the "
+        "batch.\n"
         ".TP\n.B note\ntext.\n"
         ".TP\n.B ended\ncause (done, stopped, device, output, media, refused), pages, status (the exit status), "
-        "and fault (code, text) when the scanner has one.\n"
-        ".TP\n.B failed\ntext, status: the program ends before a scan could start; the command line was wrong, for "
-        "example.\n"
+        "and fault (code, text) if the scanner reports one.\n"
+        ".TP\n.B failed\ntext, status: the program ended before a scan started, for example because the command "
+        "line "
+        "is wrong.\n"
         ".TP\n.B device\ndevice, vendor, model, type: one for each line of \\-\\-list\\-devices.\n"
         ".TP\n.B options\nwhat \\-\\-all\\-options lists.\n"
         ".TP\n.B name\nfile: what \\-\\-dry\\-run prints.\n"},
     Section{"EXIT STATUS",
             ".TP\n.B 0\nDone. An empty feeder after at least one page is success.\n"
             ".TP\n.B 1\nThe command line is wrong; nothing was created.\n"
-            ".TP\n.B 2\nThe device cannot be used, does not offer what was asked, or failed; or none was named and "
-            "there is "
-            "not exactly one.\n"
-            ".TP\n.B 3\nA file could not be written, or was in the way.\n"
+            ".TP\n.B 2\nThe device cannot be used, does not offer a requested setting, or failed; or no device was "
+            "named "
+            "and there are none or several.\n"
+            ".TP\n.B 3\nA file could not be written, or exists already.\n"
             ".TP\n.B 4\nThere was no document.\n"
             ".TP\n.B 128 + N\nStopped by signal N.\n"},
     Section{
         "SIGNALS",
-        "The first SIGINT, SIGTERM or SIGHUP stops the scanner, leaves no partial file and keeps every finished "
-        "page; with \\-\\-finish\\-page it waits for the end of the page. The second one ends the program at "
-        "once.\n"},
+        "The first SIGINT, SIGTERM or SIGHUP stops the scanner, deletes the unfinished page and keeps all finished "
+        "pages; with \\-\\-finish\\-page, the current page is finished first. The second signal ends the program "
+        "at once.\n"},
     Section{"ENVIRONMENT",
-            ".TP\n.B SANE_DEFAULT_DEVICE\nThe device without \\-\\-device; it comes before the one of the saved "
+            ".TP\n.B SANE_DEFAULT_DEVICE\nThe default device. It takes precedence over the device of the saved "
             "settings.\n"
-            ".TP\n.B SANE_CONFIG_DIR\nWhere the scanner drivers have their configuration.\n"
-            ".TP\n.B TMPDIR\nWhere a page for standard output is kept until it is complete; /var/tmp without it.\n"
-            ".TP\n.B XDG_CONFIG_HOME, XDG_STATE_HOME\nHold quillbay/settings.json and quillbay/state.json.\n"},
+            ".TP\n.B SANE_CONFIG_DIR\nThe configuration folder of the scanner drivers.\n"
+            ".TP\n.B TMPDIR\nThe folder for a page that goes to standard output, until it is complete. Default: "
+            "/var/tmp.\n"
+            ".TP\n.B XDG_CONFIG_HOME, XDG_STATE_HOME\nThe folders of quillbay/settings.json and "
+            "quillbay/state.json.\n"},
     Section{
         "EXAMPLES",
         ".nf\n"
@@ -98,7 +100,7 @@ std::string synopsis(const OptionRow& row) {
   return text;
 }
 
-/// The text in lines that begin at the indent.
+/// The text in lines that start at the indent.
 std::string wrapped(const std::string& text) {
   std::string result;
   std::size_t column = 0;
@@ -133,20 +135,20 @@ std::string roff(const std::string& text) {
 namespace help_text {
 
 std::string help() {
-  std::string text =
-      "Usage: quillbay-scan [OPTION]...\n"
-      "Scan large documents into files.\n";
+  std::string text = translated("Usage: quillbay-scan [OPTION]...\nScan large documents into files.") + "\n";
   const char* group = "";
   for (const OptionRow& row : optionTable()) {
     if (!row.group) continue;
-    if (std::string(group) != row.group) text += "\n" + std::string(group = row.group) + ":\n";
+    if (std::string(group) != row.group) text += "\n" + translated(group = row.group) + ":\n";
     std::string line = "  " + synopsis(row);
     line += line.size() + 2 > kIndent ? "\n" + std::string(kIndent, ' ') : std::string(kIndent - line.size(), ' ');
-    text += line + wrapped(row.help) + "\n";
+    text += line + wrapped(translated(row.help)) + "\n";
   }
-  text +=
-      "\nExit status: 0 done, 1 usage, 2 device, 3 output, 4 no document, 128 + N after\n"
-      "signal N. The man page quillbay-scan(1) tells the rest.\n";
+  text += "\n" +
+          translated(
+              "Exit status: 0 done, 1 usage, 2 device, 3 output, 4 no document, 128 + N after\n"
+              "signal N. See the man page quillbay-scan(1).") +
+          "\n";
   return text;
 }
 
@@ -159,10 +161,11 @@ std::string manPage(const std::string& version) {
       ".SH NAME\nquillbay\\-scan \\- scan large documents into files\n"
       ".SH SYNOPSIS\n.B quillbay\\-scan\n[\\fIOPTION\\fR]...\n"
       ".SH DESCRIPTION\n"
-      "Scans maps, drawings, plans and long rolls with any scanner that SANE knows, or with a simulated one, into "
-      "files that are written while the page is scanned. Needs no display.\n"
+      "Scans maps, drawings, plans and long rolls into files with any SANE scanner or with a simulated one. The "
+      "files "
+      "are written during the scan. No display is needed.\n"
       ".SH OPTIONS\n"
-      "Long options may be cut as long as they stay unique.\n";
+      "A long option may be abbreviated if the abbreviation is unique.\n";
   const char* group = "";
   for (const OptionRow& row : optionTable()) {
     if (!row.group) continue;

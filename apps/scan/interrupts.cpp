@@ -8,10 +8,11 @@
 #include <csignal>
 
 #include "failure.h"
+#include "translated.h"
 
 namespace {
 
-// All that a signal's handler may touch.
+// The only state that the signal handler may touch.
 std::atomic<int> g_first{0};
 std::atomic<int> g_pipe{-1};
 static_assert(std::atomic<int>::is_always_lock_free);
@@ -38,7 +39,7 @@ void install(int number, void (*handler)(int)) {
 
 Interrupts::Interrupts() {
   if (pipe2(m_pipe, O_CLOEXEC | O_NONBLOCK) != 0) {
-    throw Failure(kUsage, "no pipe can be made; too many files are open in this session");
+    throw Failure(kUsage, translated("no pipe can be made: too many files are open; close other programs"));
   }
   g_pipe = m_pipe[1];
   install(SIGPIPE, SIG_IGN);

@@ -9,6 +9,7 @@
 #include "quillbay/formats.h"
 #include "quillbay/scan_keys.h"
 #include "setting_names.h"
+#include "translated.h"
 
 namespace {
 
@@ -41,7 +42,7 @@ std::string barred(const std::vector<std::string>& list) {
   return result;
 }
 
-/// Everything that --all-options tells.
+/// Everything that --all-options lists.
 struct Inventory {
   std::string device;
   Bed bed;
@@ -119,7 +120,7 @@ QJsonObject asJson(const Inventory& all) {
           {"pageKeys", pairs(all.pageKeys)}};
 }
 
-/// A value that is a table is told by its beginning.
+/// Only the start of a value that is a table.
 std::string shortened(const std::string& value) {
   return value.size() <= kLongestValue ? value : value.substr(0, kLongestValue) + "...";
 }
@@ -130,15 +131,15 @@ void printOption(const quillbay::UnitOption& o, Reporter& out) {
   const bool inNumbers = !o.range.empty() && o.range.find_first_of("-0123456789") == 0;
   const std::string unit = o.unit.empty() ? "" : " " + o.unit;
   if (!o.active) {
-    line += "inactive now";
+    line += translated("inactive now");
   } else if (o.type == quillbay::UnitOptionType::Button) {
-    line += "a button";
+    line += translated("a button");
   } else {
     const std::string allowed = o.choices.empty() ? o.range : barred(o.choices);
     if (!allowed.empty()) line += allowed + (inNumbers ? unit : "") + ", ";
-    line += "now " + (o.value.empty() ? "empty" : shortened(o.value) + unit);
+    line += translated("now %s", {o.value.empty() ? translated("empty") : shortened(o.value) + unit});
   }
-  out.line(line + (o.settable ? "" : ", read-only"));
+  out.line(line + (o.settable ? "" : translated(", read-only")));
   const bool repeats = !o.title.empty() && o.description.starts_with(o.title + ":");
   if (o.description.empty() || repeats) return;
   std::string text = o.description;
@@ -148,31 +149,35 @@ void printOption(const quillbay::UnitOption& o, Reporter& out) {
 }
 
 void print(const Inventory& all, Reporter& out) {
-  out.line("All options of device `" + all.device + "':");
-  out.line("  Bed: " + sizeText(all.bed.width, all.bed.length) + (all.bed.length > 0 ? "" : ", any length"));
-  out.line("  Modes:");
+  out.line(translated("All options of device `%s':", {all.device}));
+  out.line("  " + translated(all.bed.length > 0 ? "Bed: %s" : "Bed: %s, any length",
+                             {sizeText(all.bed.width, all.bed.length)}));
+  out.line("  " + translated("Modes:"));
   out.line("    --mode " + barred(all.modes));
-  out.line("  Resolutions:");
+  out.line("  " + translated("Resolutions:"));
   out.line("    --resolution " + barred(all.resolutions) +
            (all.resolutionRange.empty() ? "" : " (" + all.resolutionRange + ")"));
-  out.line("  Papers and areas:");
+  out.line("  " + translated("Papers and areas:"));
   out.line("    --area custom:L,T,R,B|auto-width|fixed-width[:WIDTH]");
   for (const Paper& p : all.papers) out.line("    --area \"" + p.name + "\" (" + sizeText(p.width, p.height) + ")");
   for (const auto& f : all.formats) {
-    out.line("  Format " + f.name + " (" + names::joined(f.extensions) + (f.paged ? ", several pages" : "") + "):");
+    out.line("  " + translated(f.paged ? "Format %s (%s, several pages):" : "Format %s (%s):",
+                               {f.name, names::joined(f.extensions)}));
     out.line("    --format " + f.name);
     for (const auto& o : f.options) {
       out.line("    --option " + o.key + "=" + (o.choices.empty() ? "..." : barred(o.choices)));
-      if (!o.help.empty()) out.line("        " + o.help);
+      if (!o.help.empty()) out.line("        " + translated(o.help));
     }
   }
   if (!all.options.empty())
-    out.line("  Options of the device (--device-option NAME=VALUE; the name is in brackets):");
+    out.line("  " + translated("Options of the device (--device-option NAME=VALUE; the name is in brackets):"));
   for (const auto& o : all.options) printOption(o, out);
   out.line(
-      "  Parameters of the panel (--set KEY=VALUE; the key is in brackets, with the option that sets it too):");
+      "  " +
+      translated(
+          "Parameters of the panel (--set KEY=VALUE; in brackets: the key, and the option that also sets it):"));
   for (const auto& pair : all.parameters) out.line(setting(pair));
-  out.line("  Settings of its pages (--set KEY=VALUE):");
+  out.line("  " + translated("Settings of its pages (--set KEY=VALUE):"));
   for (const auto& pair : all.pageKeys) out.line(setting(pair));
 }
 
@@ -192,7 +197,7 @@ std::string valueText(const quillbay::CKxVariant& value) {
 
 void listDevices(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter) {
   const auto manager = quillbay::query<quillbay::IScanManager>(app);
-  if (!manager) throw Failure(kDevice, "this build has no scanner manager");
+  if (!manager) throw Failure(kDevice, translated("this build has no scanner manager"));
   std::vector<quillbay::ScannerEntry> entries;
   std::string why;
   const bool complete = manager->List(&entries, &why) != 0;
@@ -204,10 +209,10 @@ void listDevices(quillbay::IApp* app, const ScanOptions& options, Reporter& repo
                      {"model", text(e.model)},
                      {"type", text(e.type)}});
     } else {
-      reporter.line("device `" + e.device + "' is a " + e.vendor + " " + e.model + " " + e.type);
+      reporter.line(translated("device `%s' is a %s %s %s", {e.device, e.vendor, e.model, e.type}));
     }
   }
-  if (!complete) throw Failure(kDevice, "not all devices could be listed: " + why);
+  if (!complete) throw Failure(kDevice, translated("not all devices could be listed: %s", {why}));
 }
 
 void listAllOptions(quillbay::IApp* app, const ScannerChoice& scanner, quillbay::IQuillbayControl* control,

@@ -13,7 +13,7 @@ namespace {
 
 void print(const std::string& text) { std::fputs(text.c_str(), stdout); }
 
-/// What needs neither scanner nor panel. False for everything else.
+/// Prints what needs neither scanner nor panel; false if the options ask for something else.
 bool printTexts(const ScanOptions& options) {
   switch (options.action) {
     case ScanOptions::Action::Help: print(help_text::help()); return true;
@@ -26,11 +26,11 @@ bool printTexts(const ScanOptions& options) {
   }
 }
 
-/// The toolkit's own warnings are of use to whoever looks for a fault, and noise to everybody else.
+/// The toolkit's warnings help developers only; -v -v shows them.
 void dropMessage(QtMsgType, const QMessageLogContext&, const QString&) {}
 
 int runWithApplication(const ScanOptions& options, Reporter& reporter, char* name) {
-  qputenv("QT_QPA_PLATFORM", "offscreen");  // no display is needed, whatever the environment says
+  qputenv("QT_QPA_PLATFORM", "offscreen");  // the program needs no display
   if (options.verbose < 2) qInstallMessageHandler(dropMessage);
   int count = 1;  // Qt reads none of our arguments
   char* arguments[] = {name, nullptr};

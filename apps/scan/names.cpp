@@ -1,4 +1,5 @@
 #include "names.h"
+#include "translated.h"
 
 #include <algorithm>
 #include <numeric>
@@ -53,7 +54,7 @@ bool same(std::string_view a, std::string_view b) { return folded(a) == folded(b
 std::string joined(const std::vector<std::string>& list) {
   std::string text;
   for (const std::string& item : list) text += (text.empty() ? "" : ", ") + item;
-  return text.empty() ? "none" : text;
+  return text.empty() ? translated("none") : text;
 }
 
 std::vector<std::string> nearest(const std::vector<std::string>& list, std::string_view given, std::size_t most) {
@@ -73,8 +74,8 @@ std::vector<std::string> nearest(const std::vector<std::string>& list, std::stri
 }
 
 std::string allowed(const std::vector<std::string>& list, std::string_view given, std::string_view how) {
-  if (list.size() <= kShortList) return "there are: " + joined(list);
-  return "nearest: " + joined(nearest(list, given, kNearest)) + "; " + std::string(how) + " lists all";
+  if (list.size() <= kShortList) return translated("available: %s", {joined(list)});
+  return translated("nearest: %s; %s lists all", {joined(nearest(list, given, kNearest)), std::string(how)});
 }
 
 }  // namespace names

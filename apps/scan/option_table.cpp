@@ -4,6 +4,7 @@
 #include <charconv>
 
 #include "names.h"
+#include "translated.h"
 
 namespace {
 
@@ -19,12 +20,12 @@ constexpr int kMaxDpi = 100000;
 constexpr int kMaxPages = 1000000;
 constexpr int kMaxDelay = 86400;
 
-std::string takeNumber(std::string_view text, int least, int most, const char* what, std::optional<int>* out) {
+std::string takeNumber(std::string_view text, int least, int most, std::optional<int>* out) {
   int value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size() || value < least || value > most) {
-    return "takes " + std::string(what) + ", a whole number from " + std::to_string(least) + " to " +
-           std::to_string(most);
+    return translated("the value must be a whole number from %s to %s",
+                      {std::to_string(least), std::to_string(most)});
   }
   *out = value;
   return {};
@@ -32,20 +33,20 @@ std::string takeNumber(std::string_view text, int least, int most, const char* w
 
 std::string takePair(std::string_view text, std::vector<ScanOptions::KeyValue>* out) {
   const auto equals = text.find('=');
-  if (equals == std::string_view::npos || equals == 0) return "takes KEY=VALUE";
+  if (equals == std::string_view::npos || equals == 0) return translated("the value must be KEY=VALUE");
   out->emplace_back(text.substr(0, equals), text.substr(equals + 1));
   return {};
 }
 
 std::string takeText(std::string_view text, std::string* out) {
-  if (text.empty()) return "takes a text that is not empty";
+  if (text.empty()) return translated("the value must not be empty");
   *out = text;
   return {};
 }
 
 std::string takeMode(ScanOptions& o, std::string_view v) {
   const int mode = names::modeOf(v);
-  if (mode < 0) return "unknown mode; " + names::allowed(names::modes(), v, "--help");
+  if (mode < 0) return translated("unknown mode; %s", {names::allowed(names::modes(), v, "--help")});
   o.mode = mode;
   return {};
 }
@@ -55,11 +56,11 @@ std::string takeTarget(ScanOptions& o, std::string_view v) {
     o.toView = v == "view";
     return {};
   }
-  return "there are: file, view";
+  return names::allowed({"file", "view"}, v, "--help");
 }
 
 std::string takeBatch(ScanOptions& o, std::string_view v) {
-  if (!v.empty()) return takeNumber(v, 1, kMaxPages, "a count of pages", &o.batch);
+  if (!v.empty()) return takeNumber(v, 1, kMaxPages, &o.batch);
   o.batch = 0;
   return {};
 }
@@ -68,7 +69,7 @@ std::string takeDelay(ScanOptions& o, std::string_view v) {
   double seconds = 0;
   const auto [end, error] = std::from_chars(v.data(), v.data() + v.size(), seconds);
   if (error != std::errc() || end != v.data() + v.size() || !(seconds >= 0) || seconds > kMaxDelay) {
-    return "takes seconds, a number from 0 to " + std::to_string(kMaxDelay);
+    return translated("the value must be a number of seconds from 0 to %s", {std::to_string(kMaxDelay)});
   }
   o.batchDelay = seconds;
   return {};
@@ -84,7 +85,7 @@ const char* nameOf(Action action) {
   }
 }
 
-/// Whoever asks for help gets it, whatever else is asked for.
+/// Help is printed whatever else is on the command line.
 bool isText(Action action) { return action >= Action::Help; }
 
 std::string setAction(ScanOptions& o, Action action) {
@@ -93,7 +94,7 @@ std::string setAction(ScanOptions& o, Action action) {
   } else if (o.action == Action::Scan || o.action == action) {
     o.action = action;
   } else if (!isText(o.action)) {
-    return "excludes " + std::string(nameOf(o.action)) + ", choose one";
+    return translated("cannot be used together with %s", {nameOf(o.action)});
   }
   return {};
 }
@@ -103,9 +104,9 @@ std::string act(ScanOptions& o, std::string_view) {
   return setAction(o, action);
 }
 
-/// One of two that exclude each other; `other` names the other one.
+/// Sets one of two options that exclude each other; `other` is the name of the other one.
 std::string choose(std::optional<bool>& choice, bool value, const char* other) {
-  if (choice && *choice != value) return "excludes " + std::string(other) + ", choose one";
+  if (choice && *choice != value) return translated("cannot be used together with %s", {other});
   choice = value;
   return {};
 }
@@ -129,121 +130,119 @@ std::string takeInto(ScanOptions& o, std::string_view v) {
 constexpr std::array kTable{
     OptionRow{
         "device", 'd', Argument::Required, "DEVICE", kScanner,
-        "Scan with this device, as --list-devices names it; sim: is the simulated scanner. Without it: the "
-        "environment's SANE_DEFAULT_DEVICE, else the device of the saved settings, else the only device that is "
-        "there; with several of them, or none, the program ends with their list (exit status 2).",
+        "Scan with this device, named as in --list-devices; sim: is the simulated scanner. Default: the "
+        "environment "
+        "variable SANE_DEFAULT_DEVICE, else the device of the saved settings, else the only device found. If there "
+        "are several devices or none, the program lists them and exits with status 2.",
         take<&ScanOptions::device>},
     OptionRow{"list-devices", 'L', Argument::None, nullptr, kScanner, "List the devices and exit.",
               act<Action::ListDevices>},
-    OptionRow{
-        "all-options", 'A', Argument::None, nullptr, kScanner,
-        "List what the device and the program take, with the values of the moment: modes, resolutions, papers, "
-        "formats, options of the device, parameters; then exit.",
-        act<Action::AllOptions>},
+    OptionRow{"all-options", 'A', Argument::None, nullptr, kScanner,
+              "List what the device and the program accept, with the current values: modes, resolutions, papers, "
+              "formats, "
+              "device options, parameters; then exit.",
+              act<Action::AllOptions>},
     OptionRow{"device-option", 0, Argument::Required, "NAME=VALUE", kScanner,
-              "Set an option of the device itself, e.g. source=feeder. May be repeated.",
+              "Set an option of the device, e.g. source=feeder. May be repeated.",
               takeInto<&ScanOptions::deviceOptions>},
 
     OptionRow{"mode", 0, Argument::Required, "MODE", kPage,
-              "What is scanned: bw-threshold, bw-adaptive, bw-copy-normal, bw-copy-photo, bw-copy-adaptive, grey, "
+              "Scan mode: bw-threshold, bw-adaptive, bw-copy-normal, bw-copy-photo, bw-copy-adaptive, grey, "
               "palette or rgb.",
               takeMode},
-    OptionRow{
-        "resolution", 'r', Argument::Required, "DPI", kPage, "Dots per inch.",
-        [](ScanOptions& o, std::string_view v) { return takeNumber(v, 1, kMaxDpi, "dots per inch", &o.dpi); }},
+    OptionRow{"resolution", 'r', Argument::Required, "DPI", kPage, "Dots per inch.",
+              [](ScanOptions& o, std::string_view v) { return takeNumber(v, 1, kMaxDpi, &o.dpi); }},
     OptionRow{
         "area", 0, Argument::Required, "AREA", kPage,
         "custom:L,T,R,B (edges on the bed, in millimetres or with a unit: custom:0,0,24in,36in), the name of a "
-        "paper (A1, ARCH E), auto-width or fixed-width (to the end of the document; fixed-width:WIDTH). "
-        "Without it: as in the saved settings, else the whole bed of a flatbed, else the full width to the end "
-        "of the document.",
+        "paper (A1, ARCH E), auto-width (full width) or fixed-width:WIDTH, both to the end of the document. "
+        "Default: the saved area, else the whole bed of a flatbed, else the full width to the end of the "
+        "document.",
         take<&ScanOptions::area>},
-    OptionRow{"center", 0, Argument::None, nullptr, kPage, "The document lies in the middle of the bed.",
+    OptionRow{"center", 0, Argument::None, nullptr, kPage, "The document is centred on the bed.",
               [](ScanOptions& o, std::string_view) { return choose(o.center, true, "--no-center"); }},
-    OptionRow{"no-center", 0, Argument::None, nullptr, kPage, "The document lies at the left of the bed.",
+    OptionRow{"no-center", 0, Argument::None, nullptr, kPage, "The document is at the left edge of the bed.",
               [](ScanOptions& o, std::string_view) { return choose(o.center, false, "--center"); }},
-    OptionRow{"portrait", 0, Argument::None, nullptr, kPage, "The paper lies upright.",
+    OptionRow{"portrait", 0, Argument::None, nullptr, kPage, "The paper is upright.",
               [](ScanOptions& o, std::string_view) { return choose(o.portrait, true, "--landscape"); }},
-    OptionRow{"landscape", 0, Argument::None, nullptr, kPage, "The paper lies across.",
+    OptionRow{"landscape", 0, Argument::None, nullptr, kPage, "The paper is sideways.",
               [](ScanOptions& o, std::string_view) { return choose(o.portrait, false, "--portrait"); }},
 
     OptionRow{
         "output", 'o', Argument::Required, "FILE", kOutput,
-        "Write this file; its extension chooses the format. With --batch or --bursting and without --multipage "
-        "every page gets a counter behind the name, unless it holds <COUNTER>. A file in the way ends the run "
-        "(exit "
-        "status 3), unless --overwrite or --increment is given. - is standard output, for one page (TIFF without "
-        "--format).",
+        "Write to this file; its extension selects the format. With --batch or --bursting, and without "
+        "--multipage, a "
+        "counter follows the name of each page, unless the name contains <COUNTER>. If the file exists, the run "
+        "ends with exit status 3, unless --overwrite or --increment is given. - is standard output, for one page "
+        "(TIFF unless --format is given).",
         take<&ScanOptions::output>},
     OptionRow{"dir", 0, Argument::Required, "FOLDER", kOutput,
-              "Write into this folder, which is made when missing. Without it: the current one.",
+              "Write into this folder, which is created if it is missing. Default: the current folder.",
               take<&ScanOptions::dir>},
     OptionRow{"mask", 0, Argument::Required, "MASK", kOutput,
               "Name files by this mask; tags are <COUNTER>, <DATE>, <TIME>, <USER>, <COLORSPACE>, <DPI>, <SIZE>. "
-              "Without <COUNTER> a counter follows the name. The characters \" * ? < > | outside of tags become -. "
-              "Without a mask: scan.",
+              "Without <COUNTER>, a counter follows the name. The characters \" * ? < > | outside tags become -. "
+              "Default: scan.",
               take<&ScanOptions::mask>},
     OptionRow{"format", 0, Argument::Required, "FORMAT", kOutput,
-              "The file format, TIFF without it; --all-options lists them.", take<&ScanOptions::format>},
+              "File format; --all-options lists them. Default: TIFF.", take<&ScanOptions::format>},
     OptionRow{"option", 0, Argument::Required, "KEY=VALUE", kOutput,
               "Set an option of the file format, e.g. compression=lzw. May be repeated.",
               takeInto<&ScanOptions::formatOptions>},
     OptionRow{"multipage", 0, Argument::None, nullptr, kOutput,
-              "All pages go into one file. Pages are added to an existing file, whose pages stay as they are.",
+              "Write all pages into one file. If the file exists, the pages are added to those in it.",
               raise<&ScanOptions::multipage>},
-    OptionRow{"overwrite", 0, Argument::None, nullptr, kOutput, "Replace files that exist.",
+    OptionRow{"overwrite", 0, Argument::None, nullptr, kOutput, "Replace existing files.",
               raise<&ScanOptions::overwrite>},
-    OptionRow{"increment", 0, Argument::None, nullptr, kOutput, "Count on until a name is free.",
+    OptionRow{"increment", 0, Argument::None, nullptr, kOutput, "Use the next free number if a file exists.",
               raise<&ScanOptions::increment>},
-    OptionRow{
-        "to", 0, Argument::Required, "TARGET", kOutput,
-        "file (the default) writes the page while it is scanned; view keeps it whole, as a program with a view "
-        "does, and saves it then when --output, --dir or --mask is given.",
-        takeTarget},
+    OptionRow{"to", 0, Argument::Required, "TARGET", kOutput,
+              "file (the default) writes each page while it is scanned; view first stores the complete page, as a "
+              "program "
+              "with a view does, and then saves it if --output, --dir or --mask is given.",
+              takeTarget},
 
     OptionRow{
         "batch", 0, Argument::Optional, "COUNT", kRun,
-        "Scan COUNT pages one after another; without COUNT, until no document comes. A device without a feeder "
-        "waits between the pages: Return scans the next one, Ctrl-D ends.",
+        "Scan COUNT pages; without COUNT, until there are no more documents. With a device that has no feeder, the "
+        "program waits between pages: Return scans the next page, Ctrl-D ends the batch.",
         takeBatch},
     OptionRow{"batch-prompt", 0, Argument::None, nullptr, kRun,
-              "Wait for Return between the pages with a feeder too, and whatever standard input is.",
+              "Wait for Return between pages, also with a feeder, and also if standard input is not a terminal.",
               raise<&ScanOptions::batchPrompt>},
     OptionRow{"batch-delay", 0, Argument::Required, "SECONDS", kRun,
-              "Wait so long between the pages, and ask nobody.", takeDelay},
+              "Wait this long between pages, not for Return.", takeDelay},
     OptionRow{"bursting", 0, Argument::None, nullptr, kRun,
-              "Scan a long document in pieces of the area's height, without a line lost or doubled.",
+              "Scan a long document in pieces of the area's height. No line is lost or repeated.",
               raise<&ScanOptions::bursting>},
     OptionRow{"set", 0, Argument::Required, "KEY=VALUE", kRun,
-              "Set any parameter of the panel or its pages; --all-options lists them. A rectangle is L,T,R,B in "
+              "Set a parameter of the panel or its pages; --all-options lists them. A rectangle is L,T,R,B in "
               "millimetres. May be repeated.",
               takeInto<&ScanOptions::settings>},
     OptionRow{"save-settings", 0, Argument::None, nullptr, kRun,
-              "Keep the settings of this run and its device. Otherwise saved settings are read and nothing is "
-              "changed.",
+              "Save the settings of this run and its device. Otherwise, saved settings are read and not changed.",
               raise<&ScanOptions::saveSettings>},
-    OptionRow{"finish-page", 0, Argument::None, nullptr, kRun,
-              "The first interrupt waits for the end of the page that is being scanned.",
+    OptionRow{"finish-page", 0, Argument::None, nullptr, kRun, "The first interrupt stops after the current page.",
               raise<&ScanOptions::finishPage>},
     OptionRow{"dry-run", 0, Argument::None, nullptr, kRun,
-              "Print the name that the first page would get, create nothing, and exit.", act<Action::DryRun>},
+              "Print the file name of the first page, create nothing, and exit.", act<Action::DryRun>},
     OptionRow{
         "recover", 0, Argument::Required, "FILE.part", kRun,
-        "Publish the finished pages of a file that a killed program left under its name, or under --output, "
-        "print the name, and exit. A file in the way stays (exit status 3), unless --overwrite or --increment "
-        "is given.",
+        "Recover the finished pages that a killed program left in FILE.part: save them as FILE or as --output, "
+        "print "
+        "the name, and exit. An existing file is kept (exit status 3), unless --overwrite or --increment is given.",
         [](ScanOptions& o, std::string_view v) {
           const std::string wrong = setAction(o, Action::Recover);
           return wrong.empty() ? takeText(v, &o.recover) : wrong;
         }},
 
     OptionRow{"json", 0, Argument::None, nullptr, kMore,
-              "One event a line on standard output, as a JSON object, in place of the names.",
+              "Print one event per line on standard output, as a JSON object, instead of file names.",
               raise<&ScanOptions::json>},
-    OptionRow{"quiet", 'q', Argument::None, nullptr, kMore, "Only errors on standard error.",
+    OptionRow{"quiet", 'q', Argument::None, nullptr, kMore, "Print only errors on standard error.",
               raise<&ScanOptions::quiet>},
     OptionRow{"verbose", 'v', Argument::None, nullptr, kMore,
-              "Say what is done; twice: with every step of the scanner.",
+              "Print what is done; if repeated, also each step of the scanner.",
               [](ScanOptions& o, std::string_view) {
                 ++o.verbose;
                 return std::string();

@@ -13,9 +13,9 @@ struct OptionRow {
   char letter;       ///< 0: none
   Argument argument;
   const char* value;  ///< the argument's name in the help; null without one
-  const char* group;  ///< heading; null: not shown
-  const char* help;
-  /// Takes the value over. Answers what is wrong with it, empty for nothing.
+  const char* group;  ///< heading, in English; null: not shown
+  const char* help;   ///< in English
+  /// Stores the value. Returns what is wrong with it, in the user's language; empty if nothing is.
   std::string (*apply)(ScanOptions& options, std::string_view value);
 };
 

@@ -7,6 +7,7 @@
 #include "failure.h"
 #include "names.h"
 #include "quillbay/formats.h"
+#include "translated.h"
 
 namespace {
 
@@ -35,8 +36,8 @@ const FormatInfo& formatNamed(const std::vector<FormatInfo>& formats, const std:
   for (const FormatInfo& f : formats) {
     if (names::same(f.name, name)) return f;
   }
-  throw Failure(kUsage, "--format \"" + name + "\": unknown format; " +
-                            names::allowed(namesOf(formats), name, "--all-options"));
+  throw Failure(kUsage, translated("--format \"%s\": unknown format; %s",
+                                   {name, names::allowed(namesOf(formats), name, "--all-options")}));
 }
 
 const FormatInfo* formatOfExtension(const std::vector<FormatInfo>& formats, const std::string& extension) {
@@ -67,14 +68,14 @@ std::string withoutTags(std::string text) {
 
 bool hasCounter(const std::string& text) { return findTag(text, kCounterTag) < text.size(); }
 
-/// The path rules of the panel replace these characters; a name that was typed shall be the name that is written.
+/// The panel replaces these characters in paths. The name that the user typed must be the name of the file, so they
+/// are refused.
 void refuseReplaced(const std::string& option, const std::string& text) {
   const auto at = withoutTags(text).find_first_of(kReplaced);
   if (at == std::string::npos) return;
-  throw Failure(kUsage, "--" + option + " \"" + text +
-                            "\": the characters \" * ? < > | cannot be in a name, except as "
-                            "one of the tags " +
-                            names::joined({kTags.begin(), kTags.end()}));
+  throw Failure(kUsage,
+                translated("--%s \"%s\": a name cannot contain the characters \" * ? < > |, except in the tags %s",
+                           {option, text, names::joined({kTags.begin(), kTags.end()})}));
 }
 
 std::string absolute(const std::string& folder) {
@@ -87,7 +88,8 @@ void takeFile(const ScanOptions& options, const std::vector<FormatInfo>& formats
   const fs::path file = options.output;
   const std::string name = file.filename().string();
   if (name.empty() || name == "." || name == "..") {
-    throw Failure(kUsage, "--output \"" + options.output + "\": names no file; use --dir for a folder");
+    throw Failure(kUsage,
+                  translated("--output \"%s\": this is not a file name; use --dir for a folder", {options.output}));
   }
   choice.named = true;
   choice.folder = absolute(file.parent_path().string());
@@ -97,12 +99,12 @@ void takeFile(const ScanOptions& options, const std::vector<FormatInfo>& formats
   if (choice.extension.empty()) return;
   const FormatInfo* format = formatOfExtension(formats, choice.extension);
   if (!format) {
-    throw Failure(kUsage, "--output \"" + options.output + "\": no format has the extension \"" + choice.extension +
-                              "\"; there are: " + names::joined(extensionsOf(formats)));
+    throw Failure(kUsage, translated("--output \"%s\": no format has the extension \"%s\"; available: %s",
+                                     {options.output, choice.extension, names::joined(extensionsOf(formats))}));
   }
   if (!options.format.empty() && !names::same(options.format, format->name)) {
-    throw Failure(kUsage, "--output \"" + options.output + "\": this extension is of " + format->name +
-                              ", not of " + options.format);
+    throw Failure(kUsage, translated("--output \"%s\": this extension belongs to %s, not to %s",
+                                     {options.output, format->name, options.format}));
   }
   choice.format = format->name;
 }
@@ -111,12 +113,13 @@ void takeFile(const ScanOptions& options, const std::vector<FormatInfo>& formats
 
 OutputChoice chooseOutput(const ScanOptions& options) {
   const std::vector<FormatInfo> formats = quillbay::ListFormats();
-  if (formats.empty()) throw Failure(kOutput, "no format modules were found; the installation is incomplete");
+  if (formats.empty())
+    throw Failure(kOutput, translated("no format modules were found; the installation is incomplete"));
   OutputChoice choice;
   if (!options.format.empty()) choice.format = formatNamed(formats, options.format).name;
   if (options.output == "-") {
     choice.named = true;
-    choice.mask = "page";  // the folder is of the one who copies it
+    choice.mask = "page";  // the caller of chooseOutput sets the folder
   } else if (!options.output.empty()) {
     takeFile(options, formats, choice);
   } else {
@@ -129,9 +132,10 @@ OutputChoice chooseOutput(const ScanOptions& options) {
   const FormatInfo& format = formatNamed(formats, choice.format);
   if (choice.extension.empty()) choice.extension = format.extensions.empty() ? "" : format.extensions.front();
   if (options.multipage && !format.paged) {
-    throw Failure(kUsage, "--multipage: " + format.name + " holds one page a file; use " + kDefaultFormat);
+    throw Failure(kUsage,
+                  translated("--multipage: a %s file holds one page; use %s", {format.name, kDefaultFormat}));
   }
-  // A file of its own for every page needs a name of its own.
+  // With one file per page, each page needs its own name.
   const bool several = (options.batch && *options.batch != 1) || options.bursting;
   choice.counter = (!choice.named || (several && !options.multipage)) && !hasCounter(choice.mask);
   return choice;

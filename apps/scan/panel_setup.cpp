@@ -8,6 +8,7 @@
 #include "names.h"
 #include "quillbay/scan_keys.h"
 #include "setting_names.h"
+#include "translated.h"
 
 using quillbay::CKxVariant;
 
@@ -32,7 +33,8 @@ std::vector<double> numbersOf(const std::string& text) {
 /// The text as a value of the type that `like` has. Throws Failure.
 CKxVariant valueLike(const CKxVariant& like, const std::string& key, const std::string& text) {
   const auto refuse = [&](const char* what) {
-    throw Failure(kUsage, "--set " + key + "=" + text + ": takes " + what + "; it is " + valueText(like) + " now");
+    throw Failure(kUsage, translated("--set %s=%s: it takes %s; its value is %s now",
+                                     {key, text, translated(what), valueText(like)}));
   };
   const auto list = numbersOf(text);
   if (like.get<std::int32_t>()) {
@@ -53,7 +55,7 @@ CKxVariant valueLike(const CKxVariant& like, const std::string& key, const std::
     if (list.size() != 2) refuse("two numbers, X,Y");
     return quillbay::tagRPOINT{list[0], list[1]};
   }
-  if (!like.get<std::string>() && !like.isEmpty()) refuse("nothing that can be typed");
+  if (!like.get<std::string>() && !like.isEmpty()) refuse("no value from the command line");
   return text;
 }
 
@@ -73,8 +75,7 @@ std::string nearestTo(std::vector<int> list, int dpi) {
   std::vector<std::string> texts;
   texts.reserve(list.size());
   for (const int value : list) texts.push_back(std::to_string(value));
-  return (shortened ? "nearest: " : "there are: ") + names::joined(texts) +
-         (shortened ? "; --all-options lists all" : "");
+  return translated(shortened ? "nearest: %s; --all-options lists all" : "available: %s", {names::joined(texts)});
 }
 
 }  // namespace
@@ -102,18 +103,19 @@ void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
 void PanelSetup::set(const std::string& key, const CKxVariant& value, const std::string& what, ExitStatus status) {
   std::string why;
   if (m_control->SetParam(key, value, &why)) return;
-  // "m_Mask takes text" is for whoever has typed the key; "--mask: takes text" for the others.
+  // "m_Mask takes text" if the user typed the key, "--mask: takes text" otherwise.
   const std::string said = what.starts_with("--set") ? why : setting_names::withOptions(why);
   const std::string option = what.substr(0, what.find(' '));
   const bool repeats = said.starts_with(option + " ");
   throw Failure(status, what + ": " + (repeats ? said.substr(option.size() + 1) : said));
 }
 
-/// Says when the panel has another value than the one that was asked for.
+/// Reports that the panel took another value than the requested one.
 void PanelSetup::tellChanged(const ScanOptions::KeyValue& asked, const CKxVariant& wanted,
                              const CKxVariant& taken) const {
   if (valueText(taken) == valueText(wanted)) return;
-  m_reporter.note(typed("--set", asked) + ": out of range or not possible now; it is " + valueText(taken));
+  m_reporter.note(
+      translated("%s: out of range or not possible now; %s is used", {typed("--set", asked), valueText(taken)}));
 }
 
 int PanelSetup::number(const std::string& key) const {
@@ -126,8 +128,9 @@ void PanelSetup::applyMode() {
   if (!m_options.mode) return;
   const std::string name = names::modes()[static_cast<std::size_t>(*m_options.mode)];
   if (!m_scanner.unit()->HasMode(*m_options.mode)) {
-    throw Failure(kDevice, "--mode " + name + ": the device " + m_scanner.name() + " does not offer it; " +
-                               names::allowed(m_scanner.modes(), name, "--all-options"));
+    throw Failure(kDevice,
+                  translated("--mode %s: the device %s does not offer it; %s",
+                             {name, m_scanner.name(), names::allowed(m_scanner.modes(), name, "--all-options")}));
   }
   set(quillbay::key::CurrMode, *m_options.mode, "--mode " + name, kDevice);
 }
@@ -138,9 +141,10 @@ void PanelSetup::applyResolution() {
   if (m_control->SetParam(quillbay::key::Dpi, *m_options.dpi, &why)) return;
   const int mode = number(quillbay::key::CurrMode);
   const std::string range = m_scanner.resolutionRange(mode);
-  throw Failure(kDevice, "--resolution " + std::to_string(*m_options.dpi) + ": the device " + m_scanner.name() +
-                             " does not offer it; " +
-                             (range.empty() ? nearestTo(m_scanner.resolutions(mode), *m_options.dpi) : range));
+  throw Failure(kDevice,
+                translated("--resolution %s: the device %s does not offer it; %s",
+                           {std::to_string(*m_options.dpi), m_scanner.name(),
+                            range.empty() ? nearestTo(m_scanner.resolutions(mode), *m_options.dpi) : range}));
 }
 
 void PanelSetup::applyArea() {
@@ -173,7 +177,7 @@ void PanelSetup::applyOutput(const OutputChoice& output) {
   if (m_options.increment) {
     set(quillbay::key::FileFate, quillbay::kFateIncrement, "--increment", kUsage);
   } else if (output.named || m_options.overwrite) {
-    set(quillbay::key::FileFate, quillbay::kFateAsk, "--output", kUsage);  // the answer is the policy's
+    set(quillbay::key::FileFate, quillbay::kFateAsk, "--output", kUsage);  // the answer comes from the policy
   }
 }
 
@@ -190,14 +194,15 @@ void PanelSetup::applyFormatOptions(const OutputChoice& output) {
 void PanelSetup::applyBursting() {
   const int type = number(quillbay::key::ScanAreaType);
   if (m_options.bursting && type != quillbay::kAreaCustom && type != quillbay::kAreaPaper) {
-    throw Failure(kUsage,
-                  "--bursting needs an area with a length, which is that of the pieces: --area "
-                  "custom:L,T,R,B or the name of a paper");
+    throw Failure(
+        kUsage,
+        translated("--bursting needs an area that sets the length of the pieces: --area custom:L,T,R,B or the name "
+                   "of a paper"));
   }
   set(quillbay::key::Bursting, m_options.bursting ? 1 : 0, "--bursting", kUsage);
 }
 
-/// What lies outside of the bed is refused, as --area refuses it.
+/// Refuses an area outside the bed, as --area does.
 void PanelSetup::checkOnBed(const ScanOptions::KeyValue& pair, const CKxVariant& value) const {
   const auto* rect = value.get<quillbay::tagRRECT>();
   const bool isArea =
@@ -207,7 +212,8 @@ void PanelSetup::checkOnBed(const ScanOptions::KeyValue& pair, const CKxVariant&
   const bool inside = rect->left >= 0 && rect->top >= 0 && rect->right <= bed.width &&
                       (bed.length <= 0 || rect->bottom <= bed.length);
   if (!inside) {
-    throw Failure(kUsage, typed("--set", pair) + ": lies outside the bed of " + sizeText(bed.width, bed.length));
+    throw Failure(kUsage,
+                  translated("%s: outside the bed of %s", {typed("--set", pair), sizeText(bed.width, bed.length)}));
   }
 }
 
@@ -233,12 +239,13 @@ void PanelSetup::applySettings(bool writesFile) {
     } else {
       std::vector<std::string> known = keys;
       for (const std::string& name : page->GetKeys()) known.push_back(name);
-      throw Failure(kUsage, "--set " + key + ": unknown key; " + names::allowed(known, key, "--all-options"));
+      throw Failure(kUsage,
+                    translated("--set %s: unknown key; %s", {key, names::allowed(known, key, "--all-options")}));
     }
   }
   if (chosen->GetKeys().empty()) return;
   m_sink->ApplyParams(chosen.get());
-  QCoreApplication::processEvents();  // the panel takes them later on this thread
+  QCoreApplication::processEvents();  // the panel applies them in an event of this thread
   m_control->GetPageParams(page.get());
   for (const auto& pair : m_options.settings) {
     CKxVariant wanted, taken;

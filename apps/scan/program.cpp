@@ -16,6 +16,7 @@
 #include "quillbay/scan_keys.h"
 #include "scanner_choice.h"
 #include "stdout_page.h"
+#include "translated.h"
 
 using quillbay::KxPtr;
 using quillbay::query;
@@ -24,17 +25,17 @@ namespace {
 
 constexpr const char* kScriptLog = "quillbay.script";
 
-/// The path as a shell takes it.
+/// The path quoted for a shell.
 std::string quoted(const std::string& path) {
   std::string text = "'";
   for (const char c : path) text += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return text + "'";
 }
 
-/// What the command line can do about a message.
+/// What the user can do about a message on the command line.
 std::string hintFor(const quillbay::HostMessage& message) {
   if (!message.helpTopic.ends_with("IDH_Recovering") || message.path.empty()) return {};
-  return " To publish it: quillbay-scan --increment --recover " + quoted(message.path);
+  return " " + translated("To recover it: %s", {"quillbay-scan --increment --recover " + quoted(message.path)});
 }
 
 KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter, NextPage& next,
@@ -50,17 +51,16 @@ KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter
                                                    : quillbay::HostLog::Debug;
   host.onMessage = [&](const quillbay::HostMessage& message) {
     if (message.event == quillbay::kEventNextDocument) {
-      // The event's own text speaks of buttons.
-      return next.wait("Put the next document on the scanner.") ? quillbay::EventAnswer::Ok
-                                                                : quillbay::EventAnswer::GiveUp;
+      // The text of the event names buttons, which a terminal has not.
+      return next.wait(translated("Put the next document on the scanner.")) ? quillbay::EventAnswer::Ok
+                                                                            : quillbay::EventAnswer::GiveUp;
     }
     reporter.message(message, hintFor(message));
     refusals.hear(message);
     return message.answer;
   };
   host.onNote = [&](const std::string& category, const std::string& text) {
-    category == kScriptLog ? reporter.detail(text)
-                           : reporter.note(text);  // each step of a saving is one of a script
+    category == kScriptLog ? reporter.detail(text) : reporter.note(text);  // saving runs as a script, step by step
   };
   host.onSaved = [&](const std::string& file) { reporter.published(file, 1); };
   host.chooseScanner = [](quillbay::IScanManager*, std::string*) { return false; };
@@ -73,10 +73,10 @@ class HiddenPanel {
   HiddenPanel(quillbay::IApp* app, quillbay::eTarnwellMode mode) {
     const auto script = query<quillbay::IScriptCmdSink>(app);
     if (!quillbay::New_Quillbay(app, &m_window, nullptr, script.get(), m_sink.put(), mode) || !m_sink) {
-      throw Failure(kDevice, "the scanner cannot be used by the panel");
+      throw Failure(kDevice, translated("the panel cannot use the scanner"));
     }
     m_control = m_sink.as<quillbay::IQuillbayControl>();
-    if (!m_control) throw Failure(kDevice, "the panel cannot be controlled");
+    if (!m_control) throw Failure(kDevice, translated("the panel cannot be controlled"));
   }
   [[nodiscard]] quillbay::IQuillbaySink* sink() const { return m_sink.get(); }
   [[nodiscard]] quillbay::IQuillbayControl* control() const { return m_control.get(); }
@@ -84,7 +84,7 @@ class HiddenPanel {
  private:
   KxPtr<quillbay::IQuillbaySink> m_sink;
   KxPtr<quillbay::IQuillbayControl> m_control;
-  QWidget m_window;  // goes first
+  QWidget m_window;  // is destroyed first
 };
 
 bool writesFile(const ScanOptions& o) {
@@ -93,12 +93,13 @@ bool writesFile(const ScanOptions& o) {
 
 int dryRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter) {
   const std::string name = control->GetNextFileName();
-  if (name.empty()) throw Failure(kOutput, "no name can be made; give --output, or --dir and --mask");
+  if (name.empty())
+    throw Failure(kOutput, translated("no file name can be made; give --output, or --dir and --mask"));
   quillbay::CKxVariant fate;
   control->GetParam(quillbay::key::FileFate, &fate);
   const bool refused = fate.toInt() == quillbay::kFateAsk && !options.overwrite && !options.multipage;
   if (refused && std::filesystem::exists(name))
-    throw Failure(kOutput, "the file " + name + " is in the way; use --overwrite or --increment");
+    throw Failure(kOutput, translated("the file %s exists; use --overwrite or --increment", {name}));
   if (options.json) {
     reporter.json({{"event", "name"}, {"file", QString::fromStdString(name)}});
   } else {
@@ -116,7 +117,8 @@ int recover(const ScanOptions& options, Reporter& reporter) {
 }
 
 void stopIfSignalled() {
-  if (Interrupts::number() != 0) throw Failure(static_cast<ExitStatus>(kSignal + Interrupts::number()), "stopped");
+  if (Interrupts::number() != 0)
+    throw Failure(static_cast<ExitStatus>(kSignal + Interrupts::number()), translated("stopped"));
 }
 
 /// What a scan needs beside its options.
@@ -134,7 +136,7 @@ int scanPages(quillbay::IQuillbayControl* control, const ScanOptions& options, c
 }
 
 int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
-  (void)parseArea(options.area);  // what is wrong whatever the device comes before the device is opened
+  (void)parseArea(options.area);  // reports wrong syntax before the device is opened
   OutputChoice output = chooseOutput(options);
   std::optional<StdoutPage> page;
   if (options.output == "-") output.folder = page.emplace().folder();
@@ -150,9 +152,9 @@ int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
     return kDone;
   }
   if (output.changesMask) {
-    run.reporter.note("--mask \"" + options.mask +
-                      "\": the characters \" * ? < > | become - in names; the first is " +
-                      panel.control()->GetNextFileName());
+    run.reporter.note(
+        translated("--mask \"%s\": the characters \" * ? < > | become - in names; the first name is %s",
+                   {options.mask, panel.control()->GetNextFileName()}));
   }
   if (options.action == ScanOptions::Action::DryRun) return dryRun(panel.control(), options, run.reporter);
   run.next.begin(scanner.feeds());

@@ -10,6 +10,7 @@
 #include "area.h"
 #include "names.h"
 #include "quillbay/geometry.h"
+#include "translated.h"
 
 using quillbay::EndCause;
 using quillbay::EventAnswer;
@@ -103,7 +104,7 @@ void Reporter::put(const std::string& line) {
 void Reporter::write(const std::string& line) {
   if (m_sharesScreen) eraseProgress();
   std::fputs((line + "\n").c_str(), stdout);
-  std::fflush(stdout);  // whoever reads our output waits for this line
+  std::fflush(stdout);  // the reader of the output waits for this line
 }
 
 void Reporter::line(const std::string& line) {
@@ -125,7 +126,7 @@ void Reporter::failure(int status, const std::string& line) {
 
 void Reporter::error(const std::string& line) {
   const std::lock_guard lock(m_mutex);
-  if (line == m_lastMessage) return;  // the panel has told it already
+  if (line == m_lastMessage) return;  // the panel has reported it already
   put("quillbay-scan: " + line);
 }
 
@@ -153,7 +154,7 @@ void Reporter::prompt(const std::string& line) {
 }
 
 void Reporter::promptEnded(bool byReturn) {
-  const bool lineEnded = byReturn && isatty(STDIN_FILENO) != 0;  // the terminal has shown it
+  const bool lineEnded = byReturn && isatty(STDIN_FILENO) != 0;  // the terminal has echoed it
   if (!m_quiet && !lineEnded) std::fputs("\n", stderr);
 }
 
@@ -169,7 +170,7 @@ void Reporter::message(const quillbay::HostMessage& message, const std::string& 
     m_lastMessage = message.text;
     // A question that the options answered with yes is no error.
     const bool agreed = question && (message.answer == EventAnswer::Yes || message.answer == EventAnswer::Ok);
-    if (!m_quiet || !agreed) put("quillbay-scan: " + line + (question ? std::string(" [") + answer + "]" : ""));
+    if (!m_quiet || !agreed) put("quillbay-scan: " + line + (question ? " [" + translated(answer) + "]" : ""));
   }
   if (!m_json) return;
   QJsonObject event{{"event", "message"}, {"kind", nameOf(message.kind)}, {"text", text(message.text + hint)}};
@@ -184,9 +185,10 @@ void Reporter::started(const quillbay::ScanStartInfo& info) {
     m_info = info;
     m_pageStart = m_lastShown = Clock::now();
   }
-  detail("page " + std::to_string(info.page) + ": " + std::to_string(info.width) + " pixels wide, " +
-         std::to_string(info.dpi) + " dpi, " + nameOf(info.colorSpace) +
-         (info.file.empty() ? "" : ", to " + info.file));
+  detail(translated("page %s: %s pixels wide, %s dpi, %s",
+                    {std::to_string(info.page), std::to_string(info.width), std::to_string(info.dpi),
+                     translated(nameOf(info.colorSpace))}) +
+         (info.file.empty() ? "" : translated(", to %s", {info.file})));
   if (!m_json) return;
   QJsonObject event{{"event", "started"},
                     {"page", info.page},
@@ -213,16 +215,18 @@ void Reporter::showProgress(std::int64_t count) {
       static_cast<double>(count) * static_cast<double>(m_info.width) * bytesPerPixel(m_info.colorSpace);
   std::array<char, 160> rate{};
   std::snprintf(rate.data(), rate.size(), "  %.0f MB/s", bytes / seconds / 1e6);
-  std::string shown = "page " + std::to_string(m_info.page) + ": " + std::to_string(count);
+  const std::string page = std::to_string(m_info.page), done = std::to_string(count);
+  std::string shown;
   if (m_info.expectedLines > 0) {
     const double part = std::min(1.0, static_cast<double>(count) / static_cast<double>(m_info.expectedLines));
-    shown += "/" + std::to_string(m_info.expectedLines) + " lines  " +
-             std::to_string(static_cast<int>(part * 100)) + " %" + rate.data();
-    if (part > 0) shown += "  " + clockText(seconds / part - seconds) + " left";
+    const std::string percent = std::to_string(static_cast<int>(part * 100));
+    shown = translated("page %s: %s/%s lines  %s %", {page, done, std::to_string(m_info.expectedLines), percent}) +
+            rate.data();
+    if (part > 0) shown += "  " + translated("%s left", {clockText(seconds / part - seconds)});
   } else {
     const double mm = m_info.dpi ? static_cast<double>(count) * quillbay::kMmPerInch / m_info.dpi : 0;
-    shown +=
-        " lines  " + std::to_string(static_cast<long long>(mm)) + " mm" + rate.data() + "  " + clockText(seconds);
+    shown = translated("page %s: %s lines  %s mm", {page, done, std::to_string(static_cast<long long>(mm))}) +
+            rate.data() + "  " + clockText(seconds);
   }
   std::fputs(("\r\x1b[K" + shown).c_str(), stderr);
   std::fflush(stderr);
@@ -230,8 +234,8 @@ void Reporter::showProgress(std::int64_t count) {
 }
 
 void Reporter::page(const quillbay::PageInfo& page) {
-  detail("page " + std::to_string(page.page) + " finished: " + std::to_string(page.width) + " x " +
-         std::to_string(page.lines) + " pixels");
+  detail(translated("page %s finished: %s x %s pixels",
+                    {std::to_string(page.page), std::to_string(page.width), std::to_string(page.lines)}));
   if (m_json) {
     json({{"event", "page"},
           {"page", page.page},
@@ -245,7 +249,7 @@ void Reporter::page(const quillbay::PageInfo& page) {
 }
 
 void Reporter::published(const std::string& file, int pages) {
-  // A page that was added to a multi-page file is told with its page and once more with its file.
+  // A page added to a multi-page file is reported with the page and again with the file.
   if (file == m_lastPublished) return;
   m_lastPublished = file;
   if (m_json) {

@@ -5,6 +5,7 @@
 
 #include "failure.h"
 #include "names.h"
+#include "translated.h"
 
 using quillbay::KxPtr;
 using quillbay::query;
@@ -17,7 +18,7 @@ constexpr const char* kSimulated = "sim:";
 
 ScannerChoice::ScannerChoice(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter)
     : m_manager(query<quillbay::IScanManager>(app)) {
-  if (!m_manager) throw Failure(kDevice, "this build has no scanner manager");
+  if (!m_manager) throw Failure(kDevice, translated("this build has no scanner manager"));
   choose(options.device);
   open(options.device, reporter);
   for (const auto& [key, value] : options.deviceOptions) setOption(key, value);
@@ -26,7 +27,7 @@ ScannerChoice::ScannerChoice(quillbay::IApp* app, const ScanOptions& options, Re
 void ScannerChoice::choose(const std::string& device) {
   std::string why;
   if (!device.empty() && !m_manager->SetCurrent(device, &why)) {
-    throw Failure(kDevice, "device \"" + device + "\": " + why);
+    throw Failure(kDevice, translated("device \"%s\": %s", {device, why}));
   }
 }
 
@@ -37,9 +38,9 @@ void ScannerChoice::open(const std::string& device, Reporter& reporter) {
   if (!m_unit) refuse(device);
   const std::string full = m_manager->GetScannerName(m_scanner.get());
   if (!isKnown) {
-    reporter.note("scanning with " + full + ", the only scanner that was found");
+    reporter.note(translated("scanning with %s, the only scanner found", {full}));
   } else if (device.empty() && !std::getenv("SANE_DEFAULT_DEVICE") && full.starts_with(kSimulated)) {
-    reporter.note("scanning with the simulated scanner (" + full + "), which the saved settings name");
+    reporter.note(translated("scanning with the simulated scanner (%s) of the saved settings", {full}));
   }
 }
 
@@ -49,16 +50,19 @@ void ScannerChoice::refuse(const std::string& device) const {
   if (fault.code == quillbay::UnitFaultCode::NotChosen) {
     std::vector<quillbay::ScannerEntry> choices;
     m_manager->GetChoices(&choices);
-    std::string text = "several scanners are there, choose one with -d DEVICE:";
+    std::string text = translated("several scanners were found; choose one with -d DEVICE:");
     for (const auto& e : choices) text += "\n  " + e.device + "  " + e.vendor + " " + e.model;
     throw Failure(kDevice, text);
   }
   if (fault.code == quillbay::UnitFaultCode::NoScanner) {
-    throw Failure(kDevice, fault.text + " -d DEVICE takes one that is not listed, -d sim: is the simulated one");
+    throw Failure(
+        kDevice,
+        fault.text + " " +
+            translated("Use -d DEVICE for a device that is not listed, or -d sim: for the simulated scanner"));
   }
-  std::string text = "device \"" + (device.empty() ? m_scanner->GetName() : device) + "\" cannot be used";
+  std::string text = translated("device \"%s\" cannot be used", {device.empty() ? m_scanner->GetName() : device});
   if (!fault.text.empty()) text += ": " + fault.text;
-  // What is wrong in a simulated one's own string is told; the list of devices would not help.
+  // The fault lies in the options of a simulated scanner; the list of devices would not help.
   if (device.starts_with(kSimulated)) throw Failure(kDevice, text);
 
   std::vector<quillbay::ScannerEntry> entries;
@@ -80,15 +84,17 @@ bool ScannerChoice::feeds() const {
 void ScannerChoice::setOption(const std::string& key, const std::string& value) {
   const auto own = m_unit.as<quillbay::IUnitOptions>();
   if (!own) {
-    throw Failure(kDevice, "--device-option " + key + ": the device " + name() + " has no options of its own");
+    throw Failure(kDevice, translated("--device-option %s: the device %s has no options", {key, name()}));
   }
   std::string why;
   if (own->SetOption(key, value, &why)) return;
   std::vector<std::string> known;
   for (const auto& option : own->GetOptions()) known.push_back(option.name);
   const bool exists = std::find(known.begin(), known.end(), key) != known.end();
-  throw Failure(kDevice, "--device-option " + key + "=" + value + ": " +
-                             (exists ? why : "unknown option; " + names::allowed(known, key, "--all-options")));
+  throw Failure(
+      kDevice,
+      "--device-option " + key + "=" + value + ": " +
+          (exists ? why : translated("unknown option; %s", {names::allowed(known, key, "--all-options")})));
 }
 
 std::vector<std::string> ScannerChoice::modes() const {
@@ -112,7 +118,7 @@ std::string ScannerChoice::resolutionRange(int mode) const {
   const auto range = m_unit.as<quillbay::IUnitResolutionRange>();
   std::int32_t least = 0, most = 0;
   if (!range || !range->GetRange(mode, &least, &most)) return {};
-  return "it takes " + std::to_string(least) + " to " + std::to_string(most) + " dpi";
+  return translated("it takes %s to %s dpi", {std::to_string(least), std::to_string(most)});
 }
 
 std::vector<quillbay::UnitOption> ScannerChoice::options() const {

@@ -5,6 +5,7 @@
 
 #include "names.h"
 #include "quillbay/scan_keys.h"
+#include "translated.h"
 
 namespace setting_names {
 namespace {
@@ -22,33 +23,33 @@ constexpr std::array kSettings{
     Setting{key::Mode, "Mode of the request", nullptr},
     Setting{key::Dpi, "Resolution in dpi", "--resolution"},
     Setting{key::ImageDpi, "Resolution of the request in dpi", nullptr},
-    Setting{key::ScanAreaType, "Area: 1 bed's width, 2 fixed width, 3 edges, 4 paper", "--area"},
-    Setting{key::RcScan, "Area's edges in mm", "--area"},
+    Setting{key::ScanAreaType, "Area: 1 full width, 2 fixed width, 3 edges, 4 paper", "--area"},
+    Setting{key::RcScan, "Edges of the area in mm", "--area"},
     Setting{key::Rect, "Area of the request in mm", nullptr},
     Setting{key::PaperName, "Paper", "--area"},
-    Setting{key::Portrait, "Paper upright", "--portrait"},
-    Setting{key::Center, "Document in the middle of the bed", "--center"},
-    Setting{key::AddWidth, "Added width in per cent", nullptr},
-    Setting{key::PaperLength, "Length in mm where no end is found", nullptr},
-    Setting{key::Autodetect, "Detection, in bits", nullptr},
+    Setting{key::Portrait, "Portrait", "--portrait"},
+    Setting{key::Center, "Document centred on the bed", "--center"},
+    Setting{key::AddWidth, "Added width in percent", nullptr},
+    Setting{key::PaperLength, "Length in mm if no end is found", nullptr},
+    Setting{key::Autodetect, "Detection, as bits", nullptr},
     Setting{key::Bursting, "Long documents in pieces", "--bursting"},
     Setting{key::Dir, "Folder", "--dir"},
-    Setting{key::Mask, "Mask of names", "--mask"},
-    Setting{key::Extension, "Extension of files", "--format"},
-    Setting{key::MultiPage, "All pages into one file", "--multipage"},
-    Setting{key::UseAutoCounter, "Counter behind the name", nullptr},
-    Setting{key::Counter, "Next number of the counter", nullptr},
-    Setting{key::CounterFormat, "Digits of the counter", nullptr},
-    Setting{key::FileFate, "File in the way: 0 counts on, 1 is replaced, 2 is asked about", "--overwrite"},
-    Setting{key::UseFileOut, "Pages of a view are saved", "--to"},
-    Setting{key::Threshold, "Threshold of black, 0 to 255", nullptr},
+    Setting{key::Mask, "File name mask", "--mask"},
+    Setting{key::Extension, "File extension", "--format"},
+    Setting{key::MultiPage, "All pages in one file", "--multipage"},
+    Setting{key::UseAutoCounter, "Counter after the name", nullptr},
+    Setting{key::Counter, "Next counter value", nullptr},
+    Setting{key::CounterFormat, "Format of the counter", nullptr},
+    Setting{key::FileFate, "Existing file: 0 count up, 1 replace, 2 ask", "--overwrite"},
+    Setting{key::UseFileOut, "Save the pages of a view", "--to"},
+    Setting{key::Threshold, "Black threshold, 0 to 255", nullptr},
     Setting{key::Brightness, "Brightness", nullptr},
     Setting{key::Units, "Unit of lengths: 0 mm, 1 inch", nullptr},
     Setting{key::PreviewDpi, "Resolution of previews in dpi", nullptr},
     Setting{key::MinDpi, "Least resolution in dpi", nullptr},
     Setting{key::RcPreview, "Area of the preview in mm", nullptr},
     Setting{key::RcCustomScan, "Fragment in mm", nullptr},
-    Setting{key::CustomScanValid, "The fragment is scanned", nullptr},
+    Setting{key::CustomScanValid, "Scan the fragment", nullptr},
     Setting{key::DisablePreview, "No preview", nullptr},
 };
 
@@ -66,7 +67,7 @@ bool isWord(char c) {
 
 std::string titleOf(std::string_view key) {
   const Setting* setting = find(key);
-  return setting ? setting->title : "";
+  return setting ? translated(setting->title) : "";
 }
 
 std::string optionOf(std::string_view key) {

@@ -32,7 +32,7 @@ PictureFile::PictureFile(const std::string& fileName) : m_file(fileName, PageFil
   if (size > 0) check(readBytes(0, head, size), why);
   m_format = formatForContent(head, size);
   if (!m_format) {
-    const std::string what = size == 0 ? "the file is empty" : "this is no picture file that the program knows";
+    const std::string what = size == 0 ? "the file is empty" : "this is not a picture file of a known format";
     throw CXFileException(
         "read " + fileName + ": " + what + "; choose a file of one of these formats: " + knownFormats(), fileName);
   }

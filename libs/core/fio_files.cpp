@@ -63,7 +63,7 @@ void testTarget(const std::string& path) {
   if (S_ISDIR(info.st_mode)) cannotWrite(path, EISDIR);
   // Renaming a page onto a device would replace the device.
   if (!S_ISREG(info.st_mode)) {
-    cannotWrite(path, Supp_Translate("this is no ordinary file; choose another name"), ENOTSUP);
+    cannotWrite(path, Supp_Translate("this is not a regular file; choose another name"), ENOTSUP);
   }
   if (::faccessat(AT_FDCWD, path.c_str(), W_OK, AT_EACCESS) != 0) {
     const int error = errno;
@@ -76,7 +76,7 @@ const char* advisedText(int error) noexcept {
   switch (error) {
     case ENOSPC: return "no space left on the device: delete something there or choose a folder on another device";
     case EDQUOT: return "your disk quota is used up: delete something or choose a folder on another device";
-    case EACCES: return "permission denied: choose another folder or ask its owner for the right to write there";
+    case EACCES: return "permission denied: choose another file or folder, or ask the owner for access";
     case EPERM: return "not permitted here: choose another folder or name";
     case EROFS: return "the file system is read-only: choose a folder on another device";
     case ENAMETOOLONG: return "the name is too long for this file system: choose a shorter one";
@@ -84,7 +84,7 @@ const char* advisedText(int error) noexcept {
     case EEXIST: return "a file of this name exists already: choose another name";
     case ENOENT: return "no such file or folder";
     case ENOTDIR: return "a part of the path is a file, not a folder";
-    case EISDIR: return "a folder of this name is in the way: choose another name";
+    case EISDIR: return "this is a folder: choose another name";
     case EXDEV: return "the two names are on different devices: choose one folder for both";
     case EMFILE:
     case ENFILE: return "too many files are open: close something and try again";

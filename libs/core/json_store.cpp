@@ -24,7 +24,7 @@ std::optional<ParamTree> readTree(const std::string& path) {
 std::string DamagedFile::text() const {
   if (aside.empty()) {
     return formatText(
-        Supp_Translate("The settings file \"%s\" is damaged (%s). It stays as it is; defaults are used."),
+        Supp_Translate("The settings file \"%s\" is damaged (%s). It is kept as it is; defaults are used."),
         {path, reason});
   }
   return formatText(

@@ -42,7 +42,7 @@ void syncFolder(const std::string& folder) {
   if (synced || error == EINVAL || error == EACCES)
     return;  // file systems without it; folders that may not be read
   logLine(LogLevel::Warning, "quillbay.core",
-          formatText("The folder \"%s\" could not be synced: %s", {folder, fio::errorText(error)}));
+          formatText(Supp_Translate("The folder \"%s\" could not be synced: %s"), {folder, fio::errorText(error)}));
 }
 
 }  // namespace

@@ -52,11 +52,11 @@ StoreLock::StoreLock(const std::string& path) : m_lock(std::make_unique<QLockFil
     case QLockFile::PermissionError: fail(kPattern, path, fio::errorText(EACCES), EACCES);
     case QLockFile::LockFailedError:
       fail(kPattern, path,
-           formatText(Supp_Translate("%s holds it; end that program, or delete \"%s\" when it is gone"),
+           formatText(Supp_Translate("%s has locked it; end that program, or delete \"%s\" if it no longer runs"),
                       {lockHolder(*m_lock), path + ".lock"}),
            EAGAIN);
     default:
-      fail(kPattern, path, Supp_Translate("the lock file cannot be written; look whether the device is full"), 0);
+      fail(kPattern, path, Supp_Translate("the lock file cannot be written; check whether the disk is full"), 0);
   }
 }
 
@@ -71,7 +71,8 @@ std::optional<std::string> readStoreFile(const std::string& path) {
     fail(kPattern, path, fio::errorText(error), error);
   }
   // A pipe would wait for a writer forever.
-  if (!S_ISREG(info.st_mode)) fail(kPattern, path, Supp_Translate("it is no ordinary file; move it away"), EINVAL);
+  if (!S_ISREG(info.st_mode))
+    fail(kPattern, path, Supp_Translate("it is not a regular file; move it away"), EINVAL);
   QFile file(qtPath(path));
   if (!file.open(QIODevice::ReadOnly)) failWith(kPattern, path, file);
   const QByteArray bytes = file.readAll();

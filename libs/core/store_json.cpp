@@ -194,7 +194,7 @@ ParamTree fromJson(std::string_view json) {
   }
   const QJsonObject root = document.object();
   if (root.value(kFormatKey).toString() != kFormat) {
-    throw StoreFormatError(Supp_Translate("it is no settings file of this program"));
+    throw StoreFormatError(Supp_Translate("it is not a settings file of this program"));
   }
   if (root.value(kVersionKey).toInt() != kVersion) {
     throw StoreFormatError(Supp_Translate("another version of this program wrote it"));

@@ -39,10 +39,10 @@ int CHostEvents::Finished(int pages) {
 
 int CHostEvents::Event(int code, const char* detail, int buttons) {
   const Pending subject = std::exchange(m_pending, {});
-  const std::string cause = subject.cause.empty() ? orEmpty(detail) : subject.cause;
-  std::string text;
+  std::string text, cause = subject.cause.empty() ? orEmpty(detail) : subject.cause;
   if (code == kEventNextDocument) {
-    text = cause.empty() ? Supp_Translate("Put the next document on the scanner.") : std::string();
+    text = Supp_Translate("Put the next document on the scanner.");
+    cause.clear();  // it names buttons; those of the message window tell themselves what they do
   } else if (code != kEventCannotWrite) {
     text = formatText(Supp_Translate("Event %d"), {std::to_string(code)});
   } else if (subject.path.empty() || cause.find(subject.path) == std::string::npos) {

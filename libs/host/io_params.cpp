@@ -42,13 +42,13 @@ bool CIOParams::setOption(const std::vector<FormatInfo>& formats, std::string_vi
       std::find_if(formats.begin(), formats.end(), [&](const FormatInfo& f) { return sameKey(f.name, format); });
   if (known == formats.end()) {
     return refuse(why,
-                  formatText("unknown format \"%s\"; there are: %s",
+                  formatText(Supp_Translate("unknown format \"%s\"; available: %s"),
                              {std::string(format), joined(formats, [](const FormatInfo& f) { return f.name; })}));
   }
   const auto option = std::find_if(known->options.begin(), known->options.end(),
                                    [&](const FormatOption& o) { return sameKey(o.key, key); });
   if (option == known->options.end()) {
-    return refuse(why, formatText("%s has no option \"%s\"; it has: %s",
+    return refuse(why, formatText(Supp_Translate("%s has no option \"%s\"; available: %s"),
                                   {known->name, std::string(key),
                                    joined(known->options, [](const FormatOption& o) { return o.key; })}));
   }
@@ -56,7 +56,7 @@ bool CIOParams::setOption(const std::vector<FormatInfo>& formats, std::string_vi
   const auto choice =
       std::find_if(choices.begin(), choices.end(), [&](const std::string& c) { return sameKey(c, value); });
   if (!choices.empty() && choice == choices.end()) {
-    return refuse(why, formatText("%s takes no %s \"%s\"; it takes: %s",
+    return refuse(why, formatText(Supp_Translate("%s has no %s \"%s\"; available: %s"),
                                   {known->name, option->key, std::string(value),
                                    joined(choices, [](const std::string& c) { return c; })}));
   }

@@ -47,8 +47,7 @@ KxPtr<Saving> savingOf(const KxPtr<IKxFileChanel>& channel, IRStor* raster, cons
   if (!saving) throw CXFileException(formatText(Supp_Translate(without), {path}), path);
   if (!saving->AcceptColorSpace(raster->GetColorSpace())) {
     throw CXFileException(
-        formatText(Supp_Translate("%s: this format takes no pages of this kind of colour; choose another format."),
-                   {path}),
+        formatText(Supp_Translate("%s: this format cannot store these colours; choose another format."), {path}),
         path);
   }
   return saving;
@@ -56,7 +55,7 @@ KxPtr<Saving> savingOf(const KxPtr<IKxFileChanel>& channel, IRStor* raster, cons
 
 bool saveOne(IIOParams* io, IRStor* page, const std::string& path, bool mayReplace, IProgress* progress) {
   const auto channel = new_FileChanel(io, path, nullptr, nullptr);
-  const auto saving = savingOf<IKxRasterSaveFileChanel>(channel, page, path, "%s: this format takes no page.");
+  const auto saving = savingOf<IKxRasterSaveFileChanel>(channel, page, path, "%s: this format cannot be written.");
   PageTarget target;
   target.path = path;
   target.mayReplace = mayReplace;
@@ -89,7 +88,7 @@ bool saveAll(IIOParams* io, const std::vector<KxPtr<IRStor>>& pages, const std::
 
 KxPtr<IKxRasterLoadFileChanel> openPicture(const std::string& path) {
   auto loading = new_OpenFileChanel(nullptr, path).as<IKxRasterLoadFileChanel>();
-  if (!loading) throw CXFileException(formatText(Supp_Translate("%s holds no picture."), {path}), path);
+  if (!loading) throw CXFileException(formatText(Supp_Translate("%s contains no picture."), {path}), path);
   return loading;
 }
 

@@ -61,8 +61,9 @@ void publishCopy(const std::string& part, const std::string& name, const std::st
   std::error_code error;
   if (!std::filesystem::copy_file(part, copy, std::filesystem::copy_options::none, error) || error) {
     if (error != std::errc::file_exists) drop(copy);
-    throw CXFileException(formatText("%s cannot be copied to %s: %s", {part, copy, error.message()}), copy,
-                          error.value());
+    throw CXFileException(
+        formatText(Supp_Translate("%s cannot be copied to %s: %s"), {part, copy, error.message()}), copy,
+        error.value());
   }
   try {
     PublishLeftover(copy, name, file, mayReplace);
@@ -112,14 +113,19 @@ std::string publishWhere(const std::string& part, const std::string& name, const
 int RecoverPart(const std::string& part, const RecoverTarget& target, std::string* file, std::string* why) {
   const std::string name = nameOfPart(part);
   if (name.empty()) {
-    return refuse(why, part + " is no leftover of a scan: its name does not end in \".part\" or \".part.N\".");
+    return refuse(
+        why, formatText(
+                 Supp_Translate(
+                     "%s is not an unfinished file of a scan: its name does not end in \".part\" or \".part.N\"."),
+                 {part}));
   }
-  if (!fio::exists(part)) return refuse(why, part + " does not exist.");
+  if (!fio::exists(part)) return refuse(why, formatText(Supp_Translate("%s does not exist."), {part}));
   RecoverTarget complete = target;
   if (!target.file.empty() && fio::extensionOf(target.file).empty()) complete.file += fio::extensionOf(name);
   if (!target.file.empty() && !hasFormatOf(complete.file, name)) {
-    return refuse(why, part + " is not of the format that " + complete.file +
-                           " names; give the new name the extension " + fio::extensionOf(name) + ".");
+    return refuse(why,
+                  formatText(Supp_Translate("%s has another format than %s; give the new name the extension %s."),
+                             {part, complete.file, fio::extensionOf(name)}));
   }
   try {
     const std::string published = publishWhere(part, name, complete);

@@ -133,7 +133,7 @@ bool ScriptRun::perform(const std::vector<ScriptStep>& steps) {
   bool allDone = true, skipping = false;
   for (const ScriptStep& step : steps) {
     if (step.ignored) {
-      log(formatText(Supp_Translate("  line %d: %s: left out"), {toText(std::int64_t{step.line}), step.text()}));
+      log(formatText(Supp_Translate("  line %d: %s: skipped"), {toText(std::int64_t{step.line}), step.text()}));
       continue;
     }
     if (skipping && step.action != ScriptAction::Open) continue;

@@ -20,11 +20,12 @@ void appendPage(IIOParams* io, const std::string& file, IRStor* raster) {
   const auto channel = new_FileChanel(io, file, nullptr, nullptr);
   const auto save = channel.as<IKxRasterSavePagedChanel>();
   if (!save)
-    throw CXFileException(formatText("%s: this format takes no such page; choose another one.", {file}), file);
+    throw CXFileException(
+        formatText(Supp_Translate("%s: this format cannot store this page; choose another one."), {file}), file);
   if (!save->AcceptColorSpace(raster->GetColorSpace())) {
     throw CXFileException(
-        formatText("%s: this format takes no pages of this kind of colour; choose another format or "
-                   "another scan mode.",
+        formatText(Supp_Translate("%s: this format cannot store these colours; choose another format or "
+                                  "another scan mode."),
                    {file}),
         file);
   }
@@ -33,7 +34,8 @@ void appendPage(IIOParams* io, const std::string& file, IRStor* raster) {
   target.joinsPart = target.addsToFile = true;
   target.expectedLines = raster->GetHeight();
   channel->SetTarget(target);
-  if (!save->Save(raster, nullptr)) throw CXFileException(formatText("%s: the page was given up.", {file}), file);
+  if (!save->Save(raster, nullptr))
+    throw CXFileException(formatText(Supp_Translate("%s: the page was cancelled."), {file}), file);
   channel->Commit();
 }
 

@@ -28,22 +28,19 @@ constexpr Rule kRules[] = {
     {"Open", ScriptAction::Open, true, {{{"FNAME", "picture file to work on"}}}},
     {"SaveAs", ScriptAction::SaveAs, true, {{{"FNAME", "picture file to write"}}}},
     {"Close", ScriptAction::Close, true, {}},
-    {"Deskew", ScriptAction::Deskew, false, {{{"ANGLE", "degrees clockwise; without it the skew is found"}}}},
+    {"Deskew", ScriptAction::Deskew, false, {{{"ANGLE", "degrees clockwise; default: the detected skew"}}}},
     {"Crop",
      ScriptAction::Crop,
      false,
-     {{{"LEFT", "mm"},
-       {"TOP", "mm"},
-       {"WIDTH", "mm; without a rectangle the content is found"},
-       {"HEIGHT", "mm"}}}},
-    {"Despeckle", ScriptAction::Despeckle, false, {{{"SIZE", "mm, the largest speck that goes"}}}},
+     {{{"LEFT", "mm"}, {"TOP", "mm"}, {"WIDTH", "mm; default: the detected content"}, {"HEIGHT", "mm"}}}},
+    {"Despeckle", ScriptAction::Despeckle, false, {{{"SIZE", "mm, the largest speck that is removed"}}}},
     {"Invert", ScriptAction::Invert, false, {}},
     {"Rotate", ScriptAction::Rotate, false, {{{"ANGLE", "degrees clockwise"}}}},
     {"Autocorrect", ScriptAction::Autocorrect, false, {}},
 };
 
 /// What every command may carry.
-constexpr Key kCommon[] = {{kIgnoreCommand, "1: the command is left out; 0: it runs whatever the settings say"},
+constexpr Key kCommon[] = {{kIgnoreCommand, "1: the command is skipped; 0: it runs regardless of the settings"},
                            {"DontProcessErrors", "1: a failure is not listed"}};
 
 /// A command with the words for what is wrong with it.
@@ -82,7 +79,7 @@ class Checker {
       const auto same = [&key = name](const Key& k) { return k.name && sameKey(k.name, key); };
       if (std::none_of(rule.keys.begin(), rule.keys.end(), same) &&
           std::none_of(std::begin(kCommon), std::end(kCommon), same)) {
-        refuse(formatText(Supp_Translate("it takes no %s"), {name}));
+        refuse(formatText(Supp_Translate("it has no argument %s"), {name}));
       }
     }
   }
@@ -102,7 +99,7 @@ const Rule& ruleOf(const ScriptCommand& command, const Checker& check) {
   for (const Rule& rule : kRules) {
     if (sameKey(std::string_view(command.name).substr(1), rule.name)) return rule;
   }
-  check.refuse(formatText(Supp_Translate("unknown command; there are %s"), {listCommands()}));
+  check.refuse(formatText(Supp_Translate("unknown command; available: %s"), {listCommands()}));
 }
 
 std::string wholePath(const Checker& check, const std::string& script) {
@@ -146,7 +143,7 @@ ScriptStep compileStep(const ScriptCommand& command, const std::string& file, co
       break;
     case ScriptAction::Rotate:
       step.by = check.number("ANGLE", -kMaxTurn, kMaxTurn);
-      if (!step.by) check.refuse(Supp_Translate("ANGLE must tell the degrees, clockwise"));
+      if (!step.by) check.refuse(Supp_Translate("ANGLE is missing; give it in degrees, clockwise"));
       break;
     case ScriptAction::Close:
     case ScriptAction::Invert:

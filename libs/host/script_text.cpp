@@ -8,8 +8,9 @@ namespace {
 constexpr std::string_view kBlanks = " \t";
 
 [[noreturn]] void refuse(const std::string& file, int line, const char* what) {
-  throw CXException(formatText("%s, line %d: %s. Write /COMMAND KEY:value KEY:\"value with blanks\".",
-                               {file, std::to_string(line), what}));
+  throw CXException(
+      formatText(Supp_Translate("%s, line %d: %s. Write /COMMAND KEY:value KEY:\"value with blanks\"."),
+                 {file, std::to_string(line), what}));
 }
 
 /// Takes the next "KEY:value" off `rest`.

@@ -84,9 +84,11 @@ class CStdPapers final : public CKxUnknownImpl<IStdPapersParam> {
     if (!own) return;
     for (const std::string& name : own->GetSubStores()) {
       if (addOwn(m_papers.get(), own, name)) continue;
-      logLine(LogLevel::Warning, "quillbay.host",
-              formatText("The paper %s of the settings is left out: it needs a Size above 0, in Units mm or inch.",
-                         {name}));
+      logLine(
+          LogLevel::Warning, "quillbay.host",
+          formatText(Supp_Translate(
+                         "The paper %s in the settings is ignored: it needs a Size above 0, in Units mm or inch."),
+                     {name}));
     }
   }
   IParam* GetPapers() override { return KxPtr(m_papers).detach(); }

@@ -33,7 +33,7 @@ void RasterSpace::openScratch() {
     m_file = std::make_unique<ScratchFile>(m_policy.scratchFolder, m_policy.allowMemoryBacked);
   } catch (const CXFileException& e) {
     throw CXMemException(
-        formatText(Supp_Translate("A raster has used up its memory of %s and cannot go on in a file. %s"),
+        formatText(Supp_Translate("A raster has used its %s of memory and cannot continue in a file. %s"),
                    {memoryText(m_policy.budgetBytes), e.what()}));
   }
   logLine(LogLevel::Info, "quillbay.raster", "a raster goes on in the scratch folder " + m_policy.scratchFolder);
@@ -49,8 +49,7 @@ RasterSpace::Piece RasterSpace::allocateScratch(std::size_t bytes, std::int64_t 
     std::uint8_t* data = m_file->map(offset, windowBytes);
     if (!data) {
       throw CXMemException(formatText(
-          Supp_Translate(
-              "Mapping %s of a raster's scratch file failed: the process may use no more address space."),
+          Supp_Translate("Mapping %s of a raster's scratch file failed: the process has no address space left."),
           {memoryText(static_cast<std::int64_t>(windowBytes))}));
     }
     m_windows.push_back({data, windowBytes});

@@ -56,7 +56,7 @@ std::string memoryText(std::int64_t bytes) {
 ScratchFile::ScratchFile(const std::string& folder, bool allowMemoryBacked) : m_folder(folder) {
   const unsigned long type = fileSystemType(folder);
   if (!allowMemoryBacked && (type == TMPFS_MAGIC || type == RAMFS_MAGIC)) {
-    throwFolder(folder, Supp_Translate("it lives in memory, which scratch files are there to save"), 0);
+    throwFolder(folder, Supp_Translate("it is in memory, which scratch files have to save"), 0);
   }
   m_fd = openNameless(folder);
   if (m_fd < 0) throwFolder(folder, fio::errorText(errno), errno);
@@ -75,9 +75,9 @@ std::int64_t ScratchFile::reserve(std::int64_t bytes, std::int64_t stillNeeded) 
     if (ftruncate(m_fd, m_size) != 0) {
       logLine(LogLevel::Warning, "quillbay.raster", "scratch file in " + m_folder + ": " + fio::errorText(errno));
     }
-    throw CXMemException(formatText(
-        Supp_Translate("A raster needs %s more in the scratch folder %s, where it holds %s already: %s."),
-        {memoryText(stillNeeded), m_folder, memoryText(m_size), fio::errorText(error)}));
+    throw CXMemException(
+        formatText(Supp_Translate("A raster needs %s more in the scratch folder %s, where it already uses %s: %s."),
+                   {memoryText(stillNeeded), m_folder, memoryText(m_size), fio::errorText(error)}));
   }
   const std::int64_t offset = m_size;
   m_size += bytes;

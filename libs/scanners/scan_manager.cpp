@@ -227,7 +227,7 @@ int ScanManager::SetCurrent(std::string_view device, std::string* why) {
   const bool hasControls =
       std::any_of(device.begin(), device.end(), [](char c) { return static_cast<unsigned char>(c) < 0x20; });
   if (device.empty() || hasControls) {
-    if (why) *why = Supp_Translate("The name of a scanner is empty or holds control characters.");
+    if (why) *why = Supp_Translate("The name of a scanner is empty or contains control characters.");
     return 0;
   }
   m_set = device;

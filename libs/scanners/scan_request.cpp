@@ -46,10 +46,9 @@ class Reader {
       return;
     }
     if (m_why.empty())
-      m_why =
-          formatText(Supp_Translate("The scan area (left, top, right, bottom in mm: %s) is none: the right must "
-                                    "lie beyond the left, and the bottom not above the top."),
-                     {textOf(value)});
+      m_why = formatText(Supp_Translate("The scan area (left, top, right, bottom in mm: %s) is empty: right must "
+                                        "be greater than left, and bottom not less than top."),
+                         {textOf(value)});
   }
 
   void curves(ScanRequest* out) {

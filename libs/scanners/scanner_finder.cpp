@@ -94,7 +94,7 @@ std::string serialOf(IScan* scanner) {
 
 void tellFoundAgain(IApp* app, const std::string& lost, const std::string& found) {
   const std::string told = lost == found
-                               ? formatText(Supp_Translate("The scanner %s is there again."), {found})
+                               ? formatText(Supp_Translate("The scanner %s is available again."), {found})
                                : formatText(Supp_Translate("The scanner %s was found again as %s."), {lost, found});
   logLine(LogLevel::Info, "quillbay.scanner", told);
   if (const KxPtr<IEvents> events = query<IEvents>(app)) events->Note("quillbay.scanner", told.c_str());

@@ -63,7 +63,7 @@ TEST(TestWritable, RefusesWhatCannotBeWrittenAndTouchesNothing) {
       {"open/old.tif/new.tif", ENOTDIR, "is a file"},
       {"locked/new.tif", EACCES, "permission denied"},
       {"open/protected.tif", EACCES, "write-protected"},
-      {"open/folder", EISDIR, "a folder of this name"},
+      {"open/folder", EISDIR, "this is a folder"},
       {"open/", EISDIR, "no file name"},
       {"open/..", EISDIR, "no file name"},
       {"open/pipe", ENOTSUP, "not a regular file"},

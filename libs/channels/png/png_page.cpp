@@ -16,7 +16,7 @@ constexpr double kInchesPerMetre = 1 / 0.0254;
 }  // namespace
 
 const QbOptionInfo kPngOptions[] = {
-    {"Level", "How hard the compression tries, 0 (not at all), 1 (fastest, as set) to 9.", nullptr},
+    {"Level", "Compression effort: 0 (none), 1 (fastest, the default) to 9.", nullptr},
     {nullptr, nullptr, nullptr},
 };
 

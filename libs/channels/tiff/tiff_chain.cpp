@@ -45,7 +45,7 @@ TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offset
     const auto end = static_cast<std::uint64_t>(size);
     const std::string page = "its page " + std::to_string(state.pages + 1);
     const auto damaged = [&] { return ModuleError(QB_E_DAMAGED, page + " is damaged"); };
-    const auto cutOff = [&] { return ModuleError(QB_E_TRUNCATED, page + " lies beyond the file's end"); };
+    const auto cutOff = [&] { return ModuleError(QB_E_TRUNCATED, page + " lies after the end of the file"); };
     if (next >= end || end - next < static_cast<std::uint64_t>(countSize)) throw cutOff();
     if (!seen.insert(next).second) throw damaged();
     file.read(static_cast<std::int64_t>(next), bytes, static_cast<std::size_t>(countSize));

@@ -50,10 +50,10 @@ const QbOptionInfo kTiffOptions[] = {
      "small and "
      "fastest, but many programs cannot read it.",
      kCompressions},
-    {"Level", "How hard Deflate (1 to 12) and Zstandard (1 to 19) try; 1 is fastest.", nullptr},
+    {"Level", "Effort of Deflate (1 to 12) and Zstandard (1 to 19); 1 is fastest.", nullptr},
     {"Predictor", "Stores differences of neighbouring pixels with LZW, Deflate and Zstandard.", kPredictors},
-    {"TiffKind", "auto: BigTIFF where a page may pass 4 GB, its length is unknown, or pages follow.", kKinds},
-    {"StripBytes", "Bytes of a strip before compression, 4096 to 16777216.", nullptr},
+    {"TiffKind", "auto: BigTIFF if the file may exceed 4 GB, the length is unknown, or pages follow.", kKinds},
+    {"StripBytes", "Bytes per strip before compression, 4096 to 16777216.", nullptr},
     {nullptr, nullptr, nullptr},
 };
 
@@ -101,8 +101,7 @@ void TiffPage::chooseFormat(const QbPage& page, const QbOptions* options) {
                          : bitonal       ? TiffCompression::G4
                                          : TiffCompression::Lzw;
   if (m_format.compression == TiffCompression::G4 && !bitonal) {
-    throw ModuleError(QB_E_REFUSED,
-                      "G4 compression holds black-and-white pages only; choose another one for this page");
+    throw ModuleError(QB_E_REFUSED, "G4 compression is for black-and-white pages only; choose another compression");
   }
   const bool differences = m_format.compression == TiffCompression::Lzw ||
                            m_format.compression == TiffCompression::Deflate ||
@@ -130,8 +129,8 @@ void TiffPage::chooseKind(const QbPage& page, const QbOptions* options) {
   if (m_big || m_mayGrow || page.expected_lines <= 0 || fits) return;
   throw ModuleError(QB_E_REFUSED,
                     m_before.started
-                        ? "the page may not fit into this classic TIFF, which ends at 4 GB; choose a new file"
-                        : "the page may not fit into a classic TIFF, which ends at 4 GB; set TiffKind to auto "
+                        ? "the page may not fit into this classic TIFF, whose limit is 4 GB; choose a new file"
+                        : "the page may not fit into a classic TIFF, whose limit is 4 GB; set TiffKind to auto "
                           "or big, or scan at a lower resolution");
 }
 
@@ -148,7 +147,7 @@ void TiffPage::checkRoom(std::int64_t more) const {
   if (m_file.size() + more + directoryBytes(m_lines, m_stripLines) * 2 <= kClassicLimit) return;
   throw ModuleError(
       QB_E_REFUSED,
-      "the file would pass 4 GB, where a classic TIFF ends; choose a new file with TiffKind auto or big");
+      "the file would exceed 4 GB, the limit of a classic TIFF; choose a new file with TiffKind auto or big");
 }
 
 void TiffPage::appendStrip(const std::uint8_t* bytes, std::size_t size) {

@@ -43,9 +43,8 @@ KxPtr<IRStor> cropRaster(IRStor* source, const KxRect& pixels, IProgress* progre
   const KxRect part{std::max(0, pixels.left), std::max(0, pixels.top), std::min(size.width, pixels.right),
                     std::min(size.height, pixels.bottom)};
   if (part.left >= part.right || part.top >= part.bottom) {
-    throw CXIFaceException(
-        formatText(Supp_Translate("The part to crop to lies outside the page of %d x %d pixels."),
-                   {toText(std::int64_t{size.width}), toText(std::int64_t{size.height})}));
+    throw CXIFaceException(formatText(Supp_Translate("The area to keep lies outside the page of %d x %d pixels."),
+                                      {toText(std::int64_t{size.width}), toText(std::int64_t{size.height})}));
   }
   const auto target = newLike(*source, part.right - part.left, 0);
   const LineCopy copy{part};

@@ -72,7 +72,8 @@ KxPtr<IRStor> despeckleRaster(IRStor* source, double millimetres, IProgress* pro
   const auto size = std::max(1, roundHalfUp(mmToPixels(millimetres, resolutionOf(*source))));
   if (size > kMostPixels) {
     throw CXIFaceException(formatText(
-        Supp_Translate("Specks of %s mm are %d pixels of this page, and %d at most can be removed: give less."),
+        Supp_Translate(
+            "Specks of %s mm are %d pixels on this page; the largest size is %d pixels. Give a smaller size."),
         {toText(millimetres), toText(std::int64_t{size}), toText(std::int64_t{kMostPixels})}));
   }
   const auto target = newLike(*source, source->GetWidth(), 0);

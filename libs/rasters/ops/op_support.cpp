@@ -71,7 +71,7 @@ void checkSize(std::int64_t width, std::int64_t height) {
   constexpr std::int64_t kMost = std::numeric_limits<std::int32_t>::max();
   if (width > kMost || height > kMost) {
     throw CXIFaceException(
-        formatText(Supp_Translate("A picture of %d x %d pixels is more than a raster can be. Crop the page first."),
+        formatText(Supp_Translate("A picture of %d x %d pixels is too large. Crop the page first."),
                    {toText(width), toText(height)}));
   }
 }

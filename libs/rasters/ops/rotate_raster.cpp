@@ -225,7 +225,7 @@ bool rotate(IRStor& source, RasterBase& target, const RotateFrame& frame, IProgr
 KxPtr<IRStor> rotateRaster(IRStor* source, double radians, IProgress* progress) {
   requireLines(source);
   if (!std::isfinite(radians))
-    throw CXIFaceException(Supp_Translate("The angle to turn the page by is no number."));
+    throw CXIFaceException(Supp_Translate("The angle to rotate the page by is not a number."));
   constexpr double kExact = 1e-7;  // less than a tenth of a pixel at the end of the largest page
   const double quarters = std::remainder(radians, 2 * std::numbers::pi) / (std::numbers::pi / 2);
   const double whole = std::round(quarters);

@@ -55,7 +55,7 @@ SmallPicture drawSmall(IRStor& source, const KxRect& part, double scale, IProgre
   static const bool quiet = setMsgSeverity(L_SEVERITY_NONE) >= 0;
   (void)quiet;
   const auto drawing = KxPtr<IRStorDraw>::adopt(source.GetDrawing());
-  if (!drawing) throw CXIFaceException(Supp_Translate("The picture cannot be looked at: it has no drawing."));
+  if (!drawing) throw CXIFaceException(Supp_Translate("The picture cannot be read: it cannot draw itself."));
   const auto pixels = [scale](std::int32_t length) {
     return std::max(1, static_cast<std::int32_t>(std::floor(length * scale)));
   };

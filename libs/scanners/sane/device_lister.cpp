@@ -128,9 +128,9 @@ void parseLines(const std::string& text, std::vector<ScannerEntry>* out) {
 
 std::string describeEnd(int status) {
   if (WIFSIGNALED(status))
-    return formatText(Supp_Translate("looking for scanners crashed in one of the scanner drivers (%s)"),
+    return formatText(Supp_Translate("the search for scanners crashed in a scanner driver (%s)"),
                       {strsignal(WTERMSIG(status))});
-  return Supp_Translate("looking for scanners failed: the scanner drivers (SANE) cannot be used");
+  return Supp_Translate("the search for scanners failed: the scanner drivers (SANE) cannot be used");
 }
 
 }  // namespace
@@ -167,7 +167,7 @@ bool listSaneDevices(const std::string& programFolder, std::chrono::milliseconds
   parseLines(text, out);
   if (ended && WIFEXITED(status) && WEXITSTATUS(status) == 0) return true;
   *why = ended ? describeEnd(status)
-               : formatText(Supp_Translate("looking for scanners took longer than %s seconds and was given up; "
+               : formatText(Supp_Translate("the search for scanners was cancelled after %s seconds; "
                                            "a scanner whose name is known can be opened directly"),
                             {toText(static_cast<double>(limit.count()) / 1000)});
   return false;

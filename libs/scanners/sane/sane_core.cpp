@@ -81,7 +81,7 @@ bool SaneCore::arm(IScanSink* sink, IParam* settings) {
     if (known.maxDpi > 0) allowed = toText(known.minDpi) + ".." + toText(known.maxDpi);
     for (std::size_t i = 0; i < known.resolutions.size() && known.maxDpi <= 0; ++i)
       allowed.append(i ? ", " : "").append(toText(std::int64_t{known.resolutions[i]}));
-    return refuse(UnitFaultCode::Invalid, formatText(Supp_Translate("%s dpi is no resolution of this scanner; "
+    return refuse(UnitFaultCode::Invalid, formatText(Supp_Translate("this scanner does not offer %s dpi; "
                                                                     "allowed: %s"),
                                                      {toText(std::int64_t{request.dpi}), allowed}));
   }
@@ -316,10 +316,10 @@ std::string SaneCore::reasonAgainst(std::string_view name, std::string_view valu
                       {m_name, std::string(name), names});
   }
   if (followsRequest(name))
-    return formatText(Supp_Translate("the option \"%s\" of %s follows from the scan mode, resolution and area"),
+    return formatText(Supp_Translate("the option \"%s\" of %s is set by the scan mode, resolution and area"),
                       {std::string(name), m_name});
   if (!it->isSettable())
-    return formatText(Supp_Translate("the option \"%s\" of %s can only be read"), {std::string(name), m_name});
+    return formatText(Supp_Translate("the option \"%s\" of %s is read-only"), {std::string(name), m_name});
   *isButton = it->type == SANE_TYPE_BUTTON;
   std::string why;
   return parseSaneValue(*it, value, parsed, &why) ? std::string() : why;

@@ -14,7 +14,7 @@ struct StatusText {
 
 constexpr StatusText kTexts[] = {
     {SANE_STATUS_UNSUPPORTED, UnitFaultCode::Unsupported,
-     "The scanner %s does not support what was asked of it. Choose another mode, resolution or paper source."},
+     "The scanner %s does not support these settings. Choose another mode, resolution or paper source."},
     {SANE_STATUS_CANCELLED, UnitFaultCode::Cancelled,
      "The scanner %s cancelled the scan, perhaps because its cancel key was pressed. Start the scan again."},
     {SANE_STATUS_DEVICE_BUSY, UnitFaultCode::Busy,
@@ -22,7 +22,7 @@ constexpr StatusText kTexts[] = {
     {SANE_STATUS_INVAL, UnitFaultCode::Invalid,
      "The scanner %s refused a setting as invalid. Choose another area, resolution or mode."},
     {SANE_STATUS_EOF, UnitFaultCode::InputOutput,
-     "The scanner %s ended before the page began. Start the scan again."},
+     "The scanner %s ended before the page started. Start the scan again."},
     {SANE_STATUS_JAMMED, UnitFaultCode::Jammed,
      "The document feeder of the scanner %s is jammed. Open it, remove the paper and start again."},
     {SANE_STATUS_NO_DOCS, UnitFaultCode::NoDocuments,
@@ -30,7 +30,7 @@ constexpr StatusText kTexts[] = {
     {SANE_STATUS_COVER_OPEN, UnitFaultCode::CoverOpen,
      "The cover of the scanner %s is open. Close it and start again."},
     {SANE_STATUS_IO_ERROR, UnitFaultCode::InputOutput,
-     "The exchange with the scanner %s failed (input/output error). Check its power and its cable or network "
+     "The communication with the scanner %s failed (input/output error). Check its power and its cable or network "
      "connection, and start again."},
     {SANE_STATUS_NO_MEM, UnitFaultCode::NoMemory,
      "The scanner %s or its driver ran out of memory. Scan a smaller area or at a lower resolution."},

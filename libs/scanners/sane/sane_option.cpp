@@ -88,7 +88,7 @@ std::string allowedText(const SaneOption& o) {
 }
 
 bool refuse(const SaneOption& o, std::string_view text, std::string* why) {
-  *why = formatText(Supp_Translate("\"%s\" is no value of the scanner's option \"%s\"; allowed: %s"),
+  *why = formatText(Supp_Translate("\"%s\" is not a value of the option \"%s\"; allowed: %s"),
                     {std::string(text), o.name, allowedText(o)});
   return false;
 }

@@ -110,7 +110,7 @@ void applyAxis(SaneDevice& device, const char* tl, const char* br, double low, d
   const double to = clampTo(device, *second, high, wiggle);
   if (from >= to)
     refuse(device, UnitFaultCode::Invalid,
-           formatText(Supp_Translate("the scan area lies outside the scanner's, which is %s to %s."),
+           formatText(Supp_Translate("the scan area is outside that of the scanner, %s to %s."),
                       {toText(second->min), toText(second->max)}));
   if (from <= second->number()) {
     device.setNumber(tl, from);

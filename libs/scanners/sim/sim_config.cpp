@@ -16,7 +16,7 @@ struct SimKey {
   const char* name;
   const char* title;
   const char* unit;
-  const char* allowed;  // completes "KEY takes ..."; for choices: the words, parted by "|"
+  const char* allowed;  // completes "KEY takes ..."; for choices: the words, separated by "|"
   bool choices;
   bool (*set)(SimConfig& config, std::string_view value);
   std::string (*get)(const SimConfig& config);
@@ -142,13 +142,13 @@ constexpr SimKey kKeys[] = {
     SimKey{"width", "Width of the bed", "mm", "millimetres from 10 to 2000", false,
            [](C& c, V v) { return setDouble<&C::width>(c, v, 10, 2000); },
            [](const C& c) { return toText(c.width); }},
-    SimKey{"length", "Longest scan", "mm", "millimetres from 0 (no limit) to 1000000", false,
+    SimKey{"length", "Maximum length of a scan", "mm", "millimetres from 0 (no limit) to 1000000", false,
            [](C& c, V v) { return setDouble<&C::length>(c, v, 0, 1000000); },
            [](const C& c) { return toText(c.length); }},
     SimKey{"size", "Size of the paper", "mm", "WIDTHxLENGTH in millimetres, each from 5 to 1000000", false,
            [](C& c, V v) { return setPair(v, 5, 1000000, &c.paperWidth, &c.paperLength); },
            [](const C& c) { return pairText(c.paperWidth, c.paperLength); }},
-    SimKey{"at", "Place of the paper", "mm", "XxY in millimetres, each from -100000 to 100000", false, setPlace,
+    SimKey{"at", "Position of the paper", "mm", "XxY in millimetres, each from -100000 to 100000", false, setPlace,
            [](const C& c) { return c.placed ? pairText(c.x, c.y) : std::string(); }},
     SimKey{"skew", "Skew of the paper", "", "degrees clockwise from -45 to 45", false,
            [](C& c, V v) { return setDouble<&C::skew>(c, v, -45, 45); }, [](const C& c) { return toText(c.skew); }},
@@ -158,25 +158,25 @@ constexpr SimKey kKeys[] = {
     SimKey{"source", "Source", "", kSources, true,
            [](C& c, V v) { return setWord<bool, &C::flatbed>(kSources, c, v); },
            [](const C& c) { return wordAt(kSources, static_cast<int>(c.flatbed)); }},
-    SimKey{"count", "Pages in the feeder", "", "a number of pages from 0 (endless) on", false,
+    SimKey{"count", "Pages in the feeder", "", "a number of pages, 0 (endless) or more", false,
            [](C& c, V v) { return inRange<std::int64_t>(v, 0, kMany, &c.count); },
            [](const C& c) { return toText(c.count); }},
-    SimKey{"speed", "Speed", "", "lines per second from 0 (as fast as possible) on", false,
+    SimKey{"speed", "Speed", "", "lines per second, 0 (as fast as possible) or more", false,
            [](C& c, V v) { return setDouble<&C::speed>(c, v, 0, 1e9); },
            [](const C& c) { return toText(c.speed); }},
-    SimKey{"seed", "Seed of the drawings", "", "a whole number from 0 on", false,
+    SimKey{"seed", "Seed of the drawings", "", "a whole number, 0 or more", false,
            [](C& c, V v) { return inRange<std::int64_t>(v, 0, INT64_MAX, &c.seed); },
            [](const C& c) { return toText(c.seed); }},
     SimKey{"drawing", "Kind of drawing", "", kDrawings, true,
            [](C& c, V v) { return setWord<C::Drawing, &C::drawing>(kDrawings, c, v); },
            [](const C& c) { return wordAt(kDrawings, static_cast<int>(c.drawing)); }},
-    SimKey{"jam-after", "Jam after lines", "", "a number of lines from 0 (never) on", false,
+    SimKey{"jam-after", "Jam after lines", "", "a number of lines, 0 (never) or more", false,
            [](C& c, V v) { return inRange<std::int64_t>(v, 0, kMany, &c.jamAfter); },
            [](const C& c) { return toText(c.jamAfter); }},
     SimKey{"fault", "Fault", "", kFaults, true,
            [](C& c, V v) { return setWord<UnitFaultCode, &C::fault>(kFaults, c, v); },
            [](const C& c) { return wordAt(kFaults, static_cast<int>(c.fault)); }},
-    SimKey{"unknown-length", "Length is not announced", "", kSwitch, true,
+    SimKey{"unknown-length", "Length not reported in advance", "", kSwitch, true,
            [](C& c, V v) { return setWord<bool, &C::unknownLength>(kSwitch, c, v); },
            [](const C& c) { return toText(std::int64_t{c.unknownLength}); }},
     SimKey{"finds-end", "Finds the end of the paper", "", kSwitch, true,
@@ -185,7 +185,7 @@ constexpr SimKey kKeys[] = {
     SimKey{"centring", "Centring", "", "0|1|2", true,
            [](C& c, V v) { return setWord<int, &C::centring>("0|1|2", c, v); },
            [](const C& c) { return toText(std::int64_t{c.centring}); }},
-    SimKey{"depth", "Bits a sample", "bit", "8|16", true,
+    SimKey{"depth", "Bits per sample", "bit", "8|16", true,
            [](C& c, V v) {
              const int index = wordIndex("8|16", v);
              if (index >= 0) c.depth = index == 0 ? 8 : 16;
@@ -198,15 +198,15 @@ constexpr SimKey kKeys[] = {
     SimKey{"image-dpi", "Resolution of image files without one", "dpi", "dots per inch from 10 to 4800", false,
            [](C& c, V v) { return setDouble<&C::imageDpi>(c, v, 10, 4800); },
            [](const C& c) { return toText(c.imageDpi); }},
-    SimKey{"images", "Image files", "", "file names parted by colons (PNM, TIFF, PNG)", false, setImages,
+    SimKey{"images", "Image files", "", "file names separated by colons (PNM, TIFF, PNG)", false, setImages,
            imagesText},
 };
 
 std::string allowedText(const SimKey& key) {
-  if (!key.choices) return key.allowed;
-  std::string text = "one of ";
-  for (const char* c = key.allowed; *c != 0; ++c) text += *c == '|' ? std::string(", ") : std::string(1, *c);
-  return text;
+  if (!key.choices) return Supp_Translate(key.allowed);
+  std::string words;
+  for (const char* c = key.allowed; *c != 0; ++c) words += *c == '|' ? std::string(", ") : std::string(1, *c);
+  return formatText(Supp_Translate("one of %s"), {words});
 }
 
 }  // namespace
@@ -219,20 +219,22 @@ bool setSimKey(std::string_view key, std::string_view value, SimConfig* out, std
   const auto* found =
       std::find_if(std::begin(kKeys), std::end(kKeys), [&](const SimKey& k) { return key == k.name; });
   if (found == std::end(kKeys)) {
-    *why = "The simulated scanner has no key \"" + std::string(key) + "\"; it takes ";
-    for (const SimKey& k : kKeys) *why += (&k == kKeys ? "" : ", ") + std::string(k.name);
-    *why += ".";
+    std::string names;
+    for (const SimKey& k : kKeys) names += (&k == kKeys ? "" : ", ") + std::string(k.name);
+    *why = formatText(Supp_Translate("The simulated scanner has no key \"%s\"; it takes %s."),
+                      {std::string(key), names});
     return false;
   }
   if (found->set(*out, value)) return true;
-  *why = "The simulated scanner does not take \"" + std::string(key) + "=" + std::string(value) +
-         "\": " + found->name + " takes " + allowedText(*found) + ".";
+  *why = formatText(Supp_Translate("The simulated scanner does not take \"%s=%s\": %s takes %s."),
+                    {std::string(key), std::string(value), found->name, allowedText(*found)});
   return false;
 }
 
 bool parseSimDevice(std::string_view deviceString, SimConfig* out, std::string* why) {
   if (!isSimDevice(deviceString)) {
-    *why = "\"" + std::string(deviceString) + "\" is no simulated scanner: its name begins with \"sim:\".";
+    *why = formatText(Supp_Translate("\"%s\" is not a simulated scanner: its name starts with \"sim:\"."),
+                      {std::string(deviceString)});
     return false;
   }
   SimConfig config;
@@ -254,8 +256,8 @@ std::vector<UnitOption> simOptions(const SimConfig& config) {
   std::vector<UnitOption> options;
   for (const SimKey& key : kKeys) {
     UnitOption option{key.name,
-                      key.title,
-                      std::string(key.title) + ": " + allowedText(key) + ".",
+                      Supp_Translate(key.title),
+                      Supp_Translate(key.title) + ": " + allowedText(key) + ".",
                       key.get(config),
                       key.unit,
                       {},

@@ -30,11 +30,14 @@ bool placeArea(SimJob* job, UnitFault* fault) {
   job->top = pixelsOf(std::clamp(area.top, 0.0, longest), job->dpi);
   job->bottom = area.bottom > area.top ? pixelsOf(std::clamp(area.bottom, 0.0, longest), job->dpi) : job->top;
   const bool isEmpty = job->right <= job->left || (area.bottom > area.top && job->bottom <= job->top);
-  return !isEmpty || refuse(fault, UnitFaultCode::Invalid,
-                            "The scan area (left " + toText(area.left) + ", top " + toText(area.top) + ", right " +
-                                toText(area.right) + ", bottom " + toText(area.bottom) +
-                                " mm) holds no pixel on the bed of the simulated scanner, which is " +
-                                toText(config.width) + " mm wide: choose an area on the bed.");
+  return !isEmpty ||
+         refuse(fault, UnitFaultCode::Invalid,
+                formatText(
+                    Supp_Translate("The scan area (left %s, top %s, right %s, bottom %s mm) contains no pixel on "
+                                   "the bed of the simulated scanner, which is %s mm wide: choose an "
+                                   "area on the bed."),
+                    {toText(area.left), toText(area.top), toText(area.right), toText(area.bottom),
+                     toText(config.width)}));
 }
 
 // The line at which the scan ends, exclusive; at least one line is scanned.
@@ -129,18 +132,21 @@ bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, Unit
   job->config = config;
   ScanRequest& request = job->request;
   const std::string wrong = readScanRequest(settings, &request);
-  if (!wrong.empty()) return refuse(fault, UnitFaultCode::Invalid, "The simulated scanner: " + wrong);
+  if (!wrong.empty())
+    return refuse(fault, UnitFaultCode::Invalid, formatText(Supp_Translate("The simulated scanner: %s"), {wrong}));
   const int most = config.colour ? kModeRgb : kModeGrey;
   if (request.mode < 0 || request.mode > most)
-    return refuse(fault, UnitFaultCode::Unsupported,
-                  "The simulated scanner has no scan mode " + std::to_string(request.mode) +
-                      ": choose one of the modes 0 to " + std::to_string(most) + ".");
+    return refuse(
+        fault, UnitFaultCode::Unsupported,
+        formatText(Supp_Translate("The simulated scanner has no scan mode %d: choose one of the modes 0 to %d."),
+                   {std::to_string(request.mode), std::to_string(most)}));
   const std::int32_t dpi = request.dpi == 0 ? kUsualDpi : request.dpi;
   if (dpi < kSimLeastDpi || dpi > kSimMostDpi)
     return refuse(fault, UnitFaultCode::Invalid,
-                  "The simulated scanner does not scan at " + std::to_string(dpi) +
-                      " dpi: choose a resolution from " + std::to_string(kSimLeastDpi) + " to " +
-                      std::to_string(kSimMostDpi) + " dpi.");
+                  formatText(Supp_Translate(
+                                 "The simulated scanner does not scan at %d dpi: choose a resolution from %d to %d "
+                                 "dpi."),
+                             {std::to_string(dpi), std::to_string(kSimLeastDpi), std::to_string(kSimMostDpi)}));
   job->dpi = static_cast<std::uint32_t>(dpi);
   return placeArea(job, fault);
 }
@@ -176,14 +182,14 @@ UnitFault simFault(UnitFaultCode code) {
   const auto text = [&]() -> const char* {
     switch (code) {
       case UnitFaultCode::Cancelled: return "The scan on the simulated scanner was stopped.";
-      case UnitFaultCode::NoDocuments: return "The feeder of the simulated scanner is empty: put in paper.";
+      case UnitFaultCode::NoDocuments: return "The feeder of the simulated scanner is empty: load documents.";
       case UnitFaultCode::Jammed:
-        return "The paper has jammed in the simulated scanner: take it out, put it in again and repeat the scan.";
+        return "The paper is jammed in the simulated scanner: remove it, load it again and repeat the scan.";
       case UnitFaultCode::CoverOpen: return "The cover of the simulated scanner is open: close it.";
       case UnitFaultCode::Busy:
         return "The simulated scanner is busy: wait until its scan has ended, or stop it, and try again.";
       case UnitFaultCode::AccessDenied:
-        return "The access to the simulated scanner was denied: ask the person who runs it for permission.";
+        return "Access to the simulated scanner was denied: ask its administrator for permission.";
       case UnitFaultCode::InputOutput:
         return "The connection to the simulated scanner failed: check its cable and try again.";
       case UnitFaultCode::NoMemory:
@@ -193,7 +199,7 @@ UnitFault simFault(UnitFaultCode code) {
       default: return "The simulated scanner failed: switch it off and on.";
     }
   };
-  return {code, text()};
+  return {code, Supp_Translate(text())};
 }
 
 }  // namespace quillbay
