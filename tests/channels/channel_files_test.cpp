@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <tiffio.h>
 #include <unistd.h>
+
 #include <algorithm>
 
 #include "quillbay/formats.h"

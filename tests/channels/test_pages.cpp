@@ -4,6 +4,8 @@
 #include <cstring>
 #include <random>
 
+#include "support/test_stripe.h"
+
 namespace quillbay::test {
 
 TestPage bitonalPage(const std::vector<std::vector<bool>>& rows, std::int32_t width) {
@@ -84,60 +86,6 @@ TestPage makePage(KxColorSpace colorSpace, std::int32_t width, std::int32_t heig
 
 namespace {
 
-/// A stripe of some lines of a page, in memory of its own so that a reader of freed stripes is found out.
-class TestStripe : public CKxUnknownImpl<IScanBuffer, IContiguousLines, IPackedLines> {
- public:
-  TestStripe(const TestPage& page, std::int32_t first, std::int32_t lines, bool contiguous)
-      : m_page(page),
-        m_contiguous(contiguous && !isRunList(page.colorSpace)),
-        m_packed(contiguous && isRunList(page.colorSpace)) {
-    for (std::int32_t i = 0; i < lines; ++i) {
-      const auto& line = page.lines[static_cast<std::size_t>(first + i)];
-      m_offsets.push_back(m_bytes.size());
-      m_bytes.insert(m_bytes.end(), line.begin(), line.end());
-      const auto& bits = page.seen[static_cast<std::size_t>(first + i)];
-      if (m_packed) m_bits.insert(m_bits.end(), bits.begin(), bits.end());
-    }
-    std::copy(page.palette.begin(), page.palette.end(), m_palette);
-  }
-  ~TestStripe() override {
-    std::fill(m_bytes.begin(), m_bytes.end(), std::uint8_t{0xdd});
-    std::fill(m_bits.begin(), m_bits.end(), std::uint8_t{0xdd});
-  }
-  KxSize* GetSize(KxSize* out) override {
-    *out = {m_page.width, static_cast<std::int32_t>(m_offsets.size())};
-    return out;
-  }
-  const std::uint8_t* GetLine(std::int32_t i) override {
-    return m_bytes.data() + m_offsets[static_cast<std::size_t>(i)];
-  }
-  KxColorSpace GetColorSpace() override { return m_page.colorSpace; }
-  int GetColorCount() override { return paletteSize(m_page.colorSpace); }
-  const KXRGBQUAD* GetPalette() override { return m_palette; }
-  std::uint32_t GetResolution() override { return m_page.dpi; }
-  int AddToRaster(std::int32_t, IRStor*) override { return 0; }
-  int CreateRaster(IRStor**) override { return 0; }
-  int AppendBuffer(IScanBuffer*) override { return 0; }
-  const std::uint8_t* GetBytes() override { return m_bytes.data(); }
-  const std::uint8_t* GetBits() override { return m_bits.data(); }
-  std::size_t GetStride() override {
-    return m_packed ? (static_cast<std::size_t>(m_page.width) + 7) / 8
-                    : fixedLineBytes(m_page.colorSpace, m_page.width);
-  }
-  int QueryInterface(const std::type_info& wanted, void** out) override {
-    if (wanted == typeid(IContiguousLines) && !m_contiguous) return 0;
-    if (wanted == typeid(IPackedLines) && !m_packed) return 0;
-    return CKxUnknownImpl::QueryInterface(wanted, out);
-  }
-
- private:
-  const TestPage& m_page;
-  bool m_contiguous, m_packed;
-  std::vector<std::uint8_t> m_bytes, m_bits;
-  std::vector<std::size_t> m_offsets;
-  KXRGBQUAD m_palette[256];
-};
-
 /// What a raster over a page answers whatever the way that it is read.
 template <class... More>
 class PageRaster : public CKxUnknownImpl<IRStor, More...> {
@@ -176,7 +124,12 @@ class StripeRaster final : public PageRaster<IStripeReader> {
   int NextStripe(IScanBuffer** out, std::int32_t* lines) override {
     if (WasAbandoned() || m_height >= m_page.height()) return 0;
     *lines = std::min(m_stripeLines, m_page.height() - m_height);
-    *out = new TestStripe(m_page, m_height, *lines, m_contiguous);
+    auto stripe =
+        newStripe(m_page.colorSpace, m_page.width, m_contiguous ? Shape::Packed : Shape::LineByLine, m_page.dpi);
+    std::copy(m_page.palette.begin(), m_page.palette.end(), stripe->palette().begin());
+    for (auto y = static_cast<std::size_t>(m_height); y < static_cast<std::size_t>(m_height + *lines); ++y)
+      stripe->add(m_page.lines[y], m_contiguous && isRunList(m_page.colorSpace) ? m_page.seen[y] : Bytes());
+    *out = stripe.detach();
     m_height += *lines;
     return 1;
   }

@@ -3,6 +3,7 @@
 #include <sys/mount.h>
 #include <sys/vfs.h>
 #include <unistd.h>
+
 #include <atomic>
 #include <thread>
 

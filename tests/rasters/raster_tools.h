@@ -8,68 +8,9 @@
 
 #include "quillbay/raster.h"
 #include "rasters/raster_memory.h"
+#include "support/test_stripe.h"
 
 namespace quillbay::test {
-
-using Bytes = std::vector<std::uint8_t>;
-using Runs = std::vector<std::uint32_t>;
-
-/// How a stripe shows its lines.
-enum class Shape { LineByLine, Packed, Padded };
-
-/// A stripe with any content.
-class TestStripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines> {
- public:
-  TestStripe(KxColorSpace colorSpace, std::int32_t width, Shape shape)
-      : m_colorSpace(colorSpace), m_width(width), m_shape(shape), m_palette(256) {}
-
-  void add(const Bytes& line) {
-    m_lines.push_back(line);
-    m_block.insert(m_block.end(), line.begin(), line.end());
-    if (m_shape == Shape::Padded) m_block.insert(m_block.end(), kPadding, 0xEE);
-  }
-  void add(const Runs& runs) {
-    const auto* bytes = reinterpret_cast<const std::uint8_t*>(runs.data());
-    m_lines.emplace_back(bytes, bytes + runs.size() * 4);
-  }
-  std::vector<KXRGBQUAD>& palette() { return m_palette; }
-
-  int QueryInterface(const std::type_info& wanted, void** out) override {
-    if (m_shape == Shape::LineByLine && wanted == typeid(IContiguousLines)) return 0;
-    return CKxUnknownImpl::QueryInterface(wanted, out);
-  }
-  KxSize* GetSize(KxSize* out) override {
-    *out = {m_width, static_cast<std::int32_t>(m_lines.size())};
-    return out;
-  }
-  const std::uint8_t* GetLine(std::int32_t i) override { return m_lines[static_cast<std::size_t>(i)].data(); }
-  KxColorSpace GetColorSpace() override { return m_colorSpace; }
-  int GetColorCount() override { return paletteSize(m_colorSpace); }
-  const KXRGBQUAD* GetPalette() override { return m_palette.data(); }
-  std::uint32_t GetResolution() override { return 300; }
-  int AddToRaster(std::int32_t first, IRStor* raster) override {
-    return ScanBuffer_AddToRaster(this, first, raster);
-  }
-  int CreateRaster(IRStor** out) override { return ScanBuffer_CreateRaster(this, out); }
-  int AppendBuffer(IScanBuffer*) override { return 0; }
-  const std::uint8_t* GetBytes() override { return m_block.data(); }
-  std::size_t GetStride() override {
-    return fixedLineBytes(m_colorSpace, m_width) + (m_shape == Shape::Padded ? kPadding : 0);
-  }
-
- private:
-  static constexpr std::size_t kPadding = 5;
-  KxColorSpace m_colorSpace;
-  std::int32_t m_width;
-  Shape m_shape;
-  std::vector<KXRGBQUAD> m_palette;
-  std::vector<Bytes> m_lines;
-  Bytes m_block;
-};
-
-inline KxPtr<TestStripe> newStripe(KxColorSpace colorSpace, std::int32_t width, Shape shape = Shape::Packed) {
-  return KxPtr<TestStripe>::adopt(new TestStripe(colorSpace, width, shape));
-}
 
 /// Bytes that differ from line to line and place to place.
 inline Bytes patternLine(std::size_t bytes, std::int64_t line) {

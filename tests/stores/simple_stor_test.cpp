@@ -8,6 +8,7 @@
 #include "quillbay/errors.h"
 #include "stores/view_stor.h"
 #include "stripes.h"
+#include "support/test_stripe.h"
 
 namespace quillbay {
 namespace {
@@ -97,27 +98,16 @@ TEST(ViewStor, HandsOutTheDestinationsRasterOrItsOwnOrNone) {
 }
 
 // A stripe that has lines but no room to put them.
-class HomelessStripe final : public CKxUnknownImpl<IScanBuffer> {
+class HomelessStripe final : public test::TestStripe {
  public:
-  explicit HomelessStripe(bool throws) : m_throws(throws) {}
-  KxSize* GetSize(KxSize* out) override {
-    *out = {20, 5};
-    return out;
+  explicit HomelessStripe(bool throws) : TestStripe(KxColorSpace::Grey, 20, test::Shape::Packed), m_throws(throws) {
+    for (int i = 0; i < 5; ++i) add(test::Bytes(20));
   }
-  const std::uint8_t* GetLine(std::int32_t) override { return nullptr; }
-  KxColorSpace GetColorSpace() override { return KxColorSpace::Grey; }
-  int GetColorCount() override { return 0; }
-  const KXRGBQUAD* GetPalette() override { return nullptr; }
-  std::uint32_t GetResolution() override { return 200; }
   int AddToRaster(std::int32_t, IRStor*) override { return fail(); }
   int CreateRaster(IRStor**) override { return fail(); }
-  int AppendBuffer(IScanBuffer*) override { return 0; }
 
  private:
-  int fail() const {
-    if (m_throws) throw CXMemException("no scratch space");
-    return 0;
-  }
+  int fail() const { return m_throws ? throw CXMemException("no scratch space") : 0; }
   bool m_throws;
 };
 
