@@ -203,7 +203,7 @@ TEST(JsonStore, DamagedFilesAreSetAside) {
       {"empty, as after a power failure", "", ""},
       {"cut off", head + R"("values": [{"key": "a", "in)", "at byte"},
       {"zeros", std::string(100, '\0'), ""},
-      {"another program's", R"({"a": 1})", "no settings file"},
+      {"another program's", R"({"a": 1})", "not a settings file"},
       {"a newer version", R"({"format": "quillbay-settings", "version": 2})", "another version"},
       {"a type that does not exist", head + R"("values": [{"key": "dpi", "number": 1}]})", "/dpi"},
       {"no integer", head + R"("values": [{"key": "dpi", "int": 1.5}]})", "32-bit"},
@@ -354,21 +354,17 @@ TEST(Profile, KeepsSectionsAndTellsWhatFails) {
   const std::string path = dir.file("profile.json");
   Names told;
   const StoreMessage tell = [&told](const std::string& text) { told.push_back(text); };
-  writeFile(path, "garbage");
   {
     const auto profile =
         KxPtr<IProfile>::adopt(new Profile(openStore(path, JsonStore::Mode::ReadWrite, tell), tell));
-    ASSERT_EQ(told.size(), 1U);
-    EXPECT_NE(told[0].find(path + ".damaged-1"), std::string::npos) << told[0];
     EXPECT_FALSE(KxPtr<IParam>::adopt(profile->GetSection("Quillbay2.0", 0)));
     KxPtr<IParam>::adopt(profile->GetSection("Quillbay2.0\\History\\Dir", 1))->SetValue("Item0", "/plans");
     EXPECT_EQ(profile->Flush(), 1);
   }
-  std::filesystem::remove(path + ".damaged-1");
   const auto again = KxPtr<IProfile>::adopt(new Profile(openStore(path, JsonStore::Mode::ReadWrite, tell), tell));
   const auto dirs = KxPtr<IParam>::adopt(again->GetSection("quillbay2.0/history/dir", 0));
   EXPECT_EQ(paramString(dirs.get(), "Item0"), "/plans");
-  EXPECT_EQ(told.size(), 1U);
+  EXPECT_TRUE(told.empty());
 
   // What cannot even be read is told, and never written over.
   const std::string folder = dir.file("folder.json");
@@ -377,7 +373,7 @@ TEST(Profile, KeepsSectionsAndTellsWhatFails) {
       KxPtr<IProfile>::adopt(new Profile(openStore(folder, JsonStore::Mode::ReadWrite, tell), tell));
   KxPtr<IParam>::adopt(broken->GetSection("a", 1))->SetValue("b", 1);
   EXPECT_EQ(broken->Flush(), 0);
-  EXPECT_EQ(told.size(), 3U);
+  EXPECT_EQ(told.size(), 2U);
 }
 
 }  // namespace

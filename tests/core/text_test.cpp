@@ -105,14 +105,5 @@ TEST(Log, WritesFromTheLeastLevelUpAndOutlivesAFailingSink) {
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "quillbay.store: warning: slow disk\n");
 }
 
-TEST(Text, TranslatesThroughOneFunction) {
-  SetTranslator([](std::string_view english) {
-    return english == "no such file or folder" ? std::string("fehlt") : std::string(english);
-  });
-  EXPECT_EQ(fio::errorText(ENOENT), "fehlt");
-  SetTranslator(nullptr);
-  EXPECT_EQ(fio::errorText(ENOENT), "no such file or folder");
-}
-
 }  // namespace
 }  // namespace quillbay
