@@ -289,12 +289,5 @@ TEST(SaneFaults, OptionsAreCheckedWhenTheyAreSet) {
   }
 }
 
-TEST(SaneFaults, DeviceThatIsNotThere) {
-  SaneScanner scanner("test:7");
-  EXPECT_FALSE(scanner.unit);
-  EXPECT_EQ(scanner.openFault.code, UnitFaultCode::Invalid);
-  EXPECT_NE(scanner.openFault.text.find("no scanner test:7"), std::string::npos) << scanner.openFault.text;
-}
-
 }  // namespace
 }  // namespace quillbay::testing
