@@ -354,13 +354,11 @@ TEST(ScanToFilePanel, RefusesFoldersWhoseNameWouldBeReplaced) {
 }
 
 TEST(ScanToFilePanel, RemembersWhatWasScannedTo) {
-  test::PanelWorld* world = nullptr;
   Panel p(ScanToFile);
-  world = &p;
   ASSERT_TRUE(p.begin());
   p.to.release()->Destroy();
   History masks("Mask");
-  masks.load(world->app.as<IProfile>().get());
+  masks.load(p.app.as<IProfile>().get());
   EXPECT_EQ(masks.items(), std::vector<std::string>{"scan"});
   EXPECT_NE(test::readFile(p.dir.file("config/settings.json")).find("History"), std::string::npos) << "on disk";
 }

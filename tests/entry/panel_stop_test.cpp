@@ -76,15 +76,6 @@ TEST_F(PanelTest, AStopEndsTheQuestionForADocument) {
   EXPECT_EQ(messages.size(), 1U);
 }
 
-TEST_F(PanelTest, TheSinkOutlivesItsWindow) {
-  ASSERT_TRUE(open("sim:size=210x120"));
-  EXPECT_EQ(sink()->EnableViewSync(1), 32) << "the host gave no view";
-  const auto kept = KxPtr<IQuillbaySink>::share(sink());
-  close();
-  EXPECT_EQ(kept->EnableViewSync(1), kNoWindow);
-  EXPECT_EQ(kept->DoCommand(0), kNoWindow);
-}
-
 TEST_F(PanelTest, ClosingInTheMiddleEndsTheScanAndLeavesNothing) {
   ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3,speed=200"));
   bool closed = false;

@@ -1,5 +1,4 @@
 #include "params/shared_scan_params.h"
-#include "params/scan_units.h"
 
 #include <gtest/gtest.h>
 
@@ -8,6 +7,8 @@
 #include <string>
 #include <thread>
 #include <vector>
+
+#include "params/scan_units.h"
 
 namespace quillbay {
 namespace {
