@@ -150,21 +150,6 @@ class Driver(SaneCase):
         self.assertEqual(done.returncode, 0, done.stderr)
         self.assertEqual(len(self.pages("m.tif")), 4)
 
-    def test_the_whole_bed_without_an_area(self):
-        self.expect(0, "--mode", "grey", "-r", "50", "-o", "a.tif", device="test:0")
-        for side in self.pages("a.tif")[0]:
-            self.assertAlmostEqual(side, 400 * 50 / 25.4, delta=2)
-
-    def test_the_feeder_runs_empty(self):
-        feeder = ["--device-option", "source=Automatic Document Feeder"]
-        done = self.expect(0, *A_PAGE, "--batch", "--multipage", "-o", "m.tif", *feeder, device="test:0")
-        self.assertEqual(done.stdout, f"{self.out}/m.tif\n")
-        self.assertEqual(len(self.pages("m.tif")), 10)
-        self.expect(0, *A_PAGE, "-o", "one.tif", *feeder, device="test:0")
-        want = read_picture(self.out / "one.tif")
-        for page in range(10):
-            self.assertTrue((read_picture(self.out / "m.tif", page) == want).all(), page)
-
 
 if __name__ == "__main__":
     unittest.main(verbosity=2)
