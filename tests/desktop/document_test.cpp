@@ -122,7 +122,7 @@ TEST_F(DocumentTest, ClosedPagesAloneAreAskedAboutAndNothingIsForgotten) {
   const FileStamp known = document.page(ids[0])->source->stamp;
   EXPECT_TRUE(riskOfReplacing(file, known, 3).isNone());
   const SaveRisk loss = riskOfReplacing(file, known, 2);
-  EXPECT_TRUE(riskText(file, loss).contains("three.tif holds 3 pages; saving would leave 2."))
+  EXPECT_TRUE(riskText(file, loss).contains("three.tif has 3 pages; saving would keep only 2."))
       << riskText(file, loss).toStdString();
   EXPECT_EQ(riskAnswer(loss), "&Save 2 pages");
   write("three.tif", 4);

@@ -42,7 +42,7 @@ TEST_F(DesktopTest, PagesOfOneFileComeBackAsTheyWere) {
   window->openFiles({QString::fromStdString(file)});
   saveName = QString::fromStdString(file);
   ASSERT_TRUE(window->saveCurrentAs());
-  EXPECT_EQ(agreed, QStringList{"pages.tif holds 3 pages; saving would leave 1.|&Save 1 page"});
+  EXPECT_EQ(agreed, QStringList{"pages.tif has 3 pages; saving would keep only 1.|&Save 1 page"});
   EXPECT_EQ(window->document().unsaved(), (std::vector<int>{pages()[0].id, pages()[1].id}))
       << "written over: the file holds the third page only";
 }
@@ -61,7 +61,7 @@ TEST_F(DesktopTest, WhatCanBeReadOfATruncatedFileIsOpened) {
   window->document().replace(pages()[0].id, greyPage(9, 20, 1));
   agrees = false;
   EXPECT_FALSE(window->saveAll());
-  EXPECT_EQ(agreed, QStringList{"cut.tif holds 3 pages; saving would leave 2.|&Save 2 pages"});
+  EXPECT_EQ(agreed, QStringList{"cut.tif has 3 pages; saving would keep only 2.|&Save 2 pages"});
 }
 
 TEST_F(DesktopTest, SavingNeverShrinksAFileWithoutAsking) {
@@ -90,7 +90,7 @@ TEST_F(DesktopTest, SavingNeverShrinksAFileWithoutAsking) {
   ASSERT_TRUE(window->closePages({pages()[0].id, pages()[4].id}));
   agrees = false;
   EXPECT_FALSE(window->saveAll());
-  EXPECT_EQ(agreed, QStringList{"plan.tif holds 5 pages; saving would leave 3.|&Save 3 pages"});
+  EXPECT_EQ(agreed, QStringList{"plan.tif has 5 pages; saving would keep only 3.|&Save 3 pages"});
   EXPECT_EQ(widths().size(), 5U);
   agrees = true;
   ASSERT_TRUE(window->saveAll());
@@ -113,7 +113,7 @@ TEST_F(DesktopTest, SavingNeverShrinksAFileWithoutAsking) {
   unsaved = UnsavedAnswer::Save;
   EXPECT_FALSE(window->close());
   ASSERT_EQ(agreed.size(), 1);
-  EXPECT_TRUE(agreed[0].contains("Another program has changed plan.tif")) << agreed[0].toStdString();
+  EXPECT_TRUE(agreed[0].contains("Another program changed plan.tif")) << agreed[0].toStdString();
   agrees = true;
   EXPECT_TRUE(window->close());
   EXPECT_EQ(widths(), (std::vector<int>{34, 33, 99, 31, 30}));

@@ -73,27 +73,27 @@ void PageCommands::addScript(QMenu* menu, const QString& text, const QKeySequenc
 
 void PageCommands::fill(QMenu* menu) {
   menu->setToolTipsVisible(true);
-  addScript(menu, tr("Rotate &left"), QKeySequence("Ctrl+Shift+R"), tr("Turns the page by 90° anticlockwise"),
+  addScript(menu, tr("Rotate &left"), QKeySequence("Ctrl+Shift+R"), tr("Rotates the page by 90° anticlockwise"),
             "/Rotate ANGLE:-90");
-  addScript(menu, tr("Rotate &right"), QKeySequence("Ctrl+R"), tr("Turns the page by 90° clockwise"),
+  addScript(menu, tr("Rotate &right"), QKeySequence("Ctrl+R"), tr("Rotates the page by 90° clockwise"),
             "/Rotate ANGLE:90");
-  addScript(menu, tr("&Straighten"), QKeySequence("Ctrl+Shift+D"), tr("Finds the skew and turns the page straight"),
+  addScript(menu, tr("&Straighten"), QKeySequence("Ctrl+Shift+D"), tr("Detects the skew and straightens the page"),
             "/Deskew");
   addScript(menu, tr("&Crop to content"), QKeySequence("Ctrl+Shift+C"),
             tr("Cuts off the border around the content"), "/Crop");
   menu->addSeparator();
   addScript(menu, tr("&Despeckle"), QKeySequence("Ctrl+Shift+E"), tr("Removes small specks"), "/Despeckle");
-  addScript(menu, tr("&Invert"), QKeySequence("Ctrl+I"), tr("Makes dark what is light"), "/Invert");
+  addScript(menu, tr("&Invert"), QKeySequence("Ctrl+I"), tr("Swaps dark and light"), "/Invert");
   menu->addSeparator();
   m_needsPage.push_back(
       add(menu, tr("&Autocorrect"), QKeySequence("Ctrl+E"),
           tr("Straightens and crops the page, and removes specks from black and white; or runs your own script"),
           [this] { execute(tr("Autocorrect"), nullptr, {}); }));
-  m_needsPage.push_back(add(menu, tr("R&un script..."), QKeySequence("Ctrl+Shift+U"),
-                            tr("Runs the commands of a script file over the page"), [this] {
-                              const QString file = chooseScript();
-                              if (!file.isEmpty()) runFile(file);
-                            }));
+  m_needsPage.push_back(
+      add(menu, tr("R&un script..."), QKeySequence("Ctrl+Shift+U"), tr("Runs a script file on the page"), [this] {
+        const QString file = chooseScript();
+        if (!file.isEmpty()) runFile(file);
+      }));
   menu->addSeparator();
   fillPolicies(menu->addMenu(tr("&Before each scan")));
   update(m_scanning);
@@ -107,9 +107,9 @@ void PageCommands::fillPolicies(QMenu* menu) {
     QString text, tip;
   };
   const Choice choices[] = {
-      {ClearPolicy::Keep, tr("&Keep all pages"), tr("Scanned pages join those that are there")},
-      {ClearPolicy::Discard, tr("Close &saved pages"), tr("Pages that are in no file stay")},
-      {ClearPolicy::Ask, tr("Close &all pages"), tr("Asks first when some are in no file; a batch keeps them all")},
+      {ClearPolicy::Keep, tr("&Keep all pages"), tr("Adds scanned pages to the open pages")},
+      {ClearPolicy::Discard, tr("Close &saved pages"), tr("Keeps the pages that are not saved")},
+      {ClearPolicy::Ask, tr("Close &all pages"), tr("Asks first if pages are not saved; a batch keeps all pages")},
   };
   const int chosen = m_settings->number(kPolicySetting, static_cast<int>(ClearPolicy::Keep));
   for (const Choice& choice : choices) {

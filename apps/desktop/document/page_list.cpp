@@ -185,7 +185,7 @@ void PageList::refresh(int id) {
   entry->setText(page->name + (page->isSaved() ? "" : " *") + "\n" + detail);
   entry->setData(Qt::AccessibleTextRole,
                  page->name + ", " + detail + (page->isSaved() ? "" : ", " + tr("not saved")));
-  entry->setToolTip(page->file().isEmpty() ? tr("In no file yet") : page->file());
+  entry->setToolTip(page->file().isEmpty() ? tr("Not saved yet") : page->file());
   entry->setIcon(
       iconOf(pictureOf(page->sizeMm(), page->overview, true, devicePixelRatioF(), palette().color(QPalette::Mid))));
 }

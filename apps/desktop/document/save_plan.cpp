@@ -93,11 +93,10 @@ QString riskText(const QString& file, const SaveRisk& risk) {
   const QString name = QFileInfo(file).fileName();
   QStringList sentences;
   if (risk.isChanged) {
-    sentences +=
-        text("Another program has changed %1 since it was opened. Saving replaces what is in it now.").arg(name);
+    sentences += text("Another program changed %1 after it was opened. Saving replaces those changes.").arg(name);
   }
   if (risk.losesPages()) {
-    sentences += text("%1 holds %2 pages; saving would leave %3.").arg(name).arg(risk.held).arg(risk.left);
+    sentences += text("%1 has %2 pages; saving would keep only %3.").arg(name).arg(risk.held).arg(risk.left);
   }
   return sentences.join("\n\n");
 }

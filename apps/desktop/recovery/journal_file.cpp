@@ -114,7 +114,7 @@ std::unique_ptr<JournalFile> JournalFile::create(const QString& folder, QString*
                            .arg(QDateTime::currentMSecsSinceEpoch());
   const QByteArray name = QFile::encodeName(path + kJournalSuffix), making = QFile::encodeName(path + ".new");
   if (!QDir().mkpath(folder)) {
-    *why = text("The folder %1 cannot be made.").arg(folder);
+    *why = text("The folder %1 cannot be created.").arg(folder);
     return {};
   }
   ::chmod(QFile::encodeName(folder).constData(), S_IRWXU);  // pages are nobody else's business

@@ -35,7 +35,7 @@ QString sizeText(const Leftover& item) {
 QString whereText(const Leftover& item) {
   const QString folder = QDir::toNativeSeparators(QFileInfo(item.file).absolutePath());
   switch (item.kind) {
-    case Leftover::Kind::Page: return RecoveryDialog::tr("in no file yet");
+    case Leftover::Kind::Page: return RecoveryDialog::tr("not saved yet");
     case Leftover::Kind::Part: return RecoveryDialog::tr("unfinished in %1, pages: %2").arg(folder).arg(item.pages);
     case Leftover::Kind::File: break;
   }
@@ -76,7 +76,7 @@ RecoveryDialog::RecoveryDialog(const std::vector<Leftover>& items, const QString
   auto* label = new QLabel(tr("Quillbay was not closed as usual. These &pages were finished:"));
   label->setBuddy(m_list);
   QStringList told = troubles.mid(0, kMostTroubles);
-  if (told.size() < troubles.size()) told += tr("More is in the log: %1").arg(troubles.size() - told.size());
+  if (told.size() < troubles.size()) told += tr("See the log for more: %1").arg(troubles.size() - told.size());
   auto* note = new QLabel(told.join('\n'));
   note->setTextFormat(Qt::PlainText);
   note->setTextInteractionFlags(Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard);
@@ -84,11 +84,11 @@ RecoveryDialog::RecoveryDialog(const std::vector<Leftover>& items, const QString
   note->setVisible(!troubles.isEmpty());
   auto* buttons = new QDialogButtonBox;
   m_open = buttons->addButton(tr("&Open"), QDialogButtonBox::AcceptRole);
-  m_open->setToolTip(tr("Takes the checked pages into the document"));
+  m_open->setToolTip(tr("Adds the checked pages to the document"));
   m_discard = buttons->addButton(tr("&Discard..."), QDialogButtonBox::ActionRole);
-  m_discard->setToolTip(tr("Deletes the checked pages that are in no finished file, after asking"));
+  m_discard->setToolTip(tr("Deletes the checked pages that are in no complete file; asks first"));
   auto* later = buttons->addButton(tr("Decide &later"), QDialogButtonBox::RejectRole);
-  later->setToolTip(tr("Keeps everything; the next start asks again, and so does the menu File"));
+  later->setToolTip(tr("Keeps everything. The program asks again at its next start; see also the menu File"));
   m_open->setDefault(true);
 
   auto* column = new QVBoxLayout(this);
@@ -121,7 +121,7 @@ void RecoveryDialog::fill(const std::vector<Leftover>& items) {
     row->setText(ColumnTime, QLocale().toString(item.time.toLocalTime(), QLocale::ShortFormat));
     row->setText(ColumnWhere, whereText(item));
     const QString tip =
-        item.kind == Leftover::Kind::Part ? tr("%1: opening gives it its name").arg(item.file) : item.file;
+        item.kind == Leftover::Kind::Part ? tr("%1: gets its final name when opened").arg(item.file) : item.file;
     for (const Column column : {ColumnName, ColumnWhere}) row->setToolTip(column, tip);
     row->setData(ColumnName, Qt::UserRole, item.kind != Leftover::Kind::File);
     row->setCheckState(ColumnName, item.kind == Leftover::Kind::File ? Qt::Unchecked : Qt::Checked);
@@ -155,7 +155,7 @@ std::vector<std::size_t> RecoveryDialog::chosen(bool deletable) const {
 void RecoveryDialog::updateButtons() { m_discard->setEnabled(!chosen(true).empty()); }
 
 void RecoveryDialog::discard() {
-  const auto question = tr("The checked pages (%1) are in no finished file. Delete them for good?");
+  const auto question = tr("The checked pages (%1) are in no complete file. Delete them permanently?");
   if (QMessageBox::question(this, windowTitle(), question.arg(chosen(true).size()),
                             QMessageBox::Yes | QMessageBox::No, QMessageBox::No) != QMessageBox::Yes) {
     return;

@@ -55,8 +55,8 @@ void SessionGuard::followScans() {
 }
 
 void SessionGuard::addCommands(QMenu* menu) {
-  QAction* keep = menu->addAction(tr("&Keep unsaved pages for the case of a crash"));
-  keep->setStatusTip(tr("Copies pages that are in no file yet, until they are saved or closed"));
+  QAction* keep = menu->addAction(tr("&Keep recovery copies of unsaved pages"));
+  keep->setStatusTip(tr("Copies each unsaved page until it is saved or closed, to recover it after a crash"));
   keep->setCheckable(true);
   keep->setChecked(m_journal.isKeeping());
   connect(keep, &QAction::triggered, this, [this](bool keeps) {
@@ -67,10 +67,10 @@ void SessionGuard::addCommands(QMenu* menu) {
 
 void SessionGuard::addRecovery(QMenu* menu) {
   m_recover = menu->addAction(tr("Reco&ver pages..."));
-  m_recover->setStatusTip(tr("Offers again the pages that a crash has left"));
+  m_recover->setStatusTip(tr("Lists the pages that can be recovered after a crash"));
   m_recover->setEnabled(false);
   connect(m_recover, &QAction::triggered, this, [this] {
-    if (!offerLeftovers()) m_window->statusBar()->showMessage(tr("Nothing is left to recover"));
+    if (!offerLeftovers()) m_window->statusBar()->showMessage(tr("There is nothing to recover"));
   });
 }
 
@@ -151,8 +151,8 @@ void SessionGuard::panelTried(bool opened) {
   if (!m_watch->start()) return;
   m_window->panelDock().showLookingFor(m_watch->name());
   if (before == m_watch->device()) return;  // it is known already
-  m_window->log().note(
-      tr("The scanner %1 is opened as soon as it is there; it is looked for now and then").arg(m_watch->device()));
+  m_window->log().note(tr("The scanner %1 is not available. The program looks for it regularly and opens it")
+                           .arg(m_watch->device()));
 }
 
 void SessionGuard::close() {
@@ -162,8 +162,8 @@ void SessionGuard::close() {
 
 void SessionGuard::cameBack(const QString& was, const QString& device) {
   if (!m_window->reopenPanel()) return;
-  m_window->statusBar()->showMessage(was == device ? tr("The scanner %1 is there again").arg(device)
-                                                   : tr("The scanner %1 is found again as %2").arg(was, device));
+  m_window->statusBar()->showMessage(was == device ? tr("The scanner %1 is available again").arg(device)
+                                                   : tr("The scanner %1 was found again as %2").arg(was, device));
 }
 
 }  // namespace desktop

@@ -23,7 +23,7 @@ SessionJournal::SessionJournal(Document* document, QString folder, QObject* pare
     const Page* page = m_document->page(id);
     // Once until there is room again: it may be a batch of hundreds.
     if (page && !std::exchange(m_told, true)) {
-      emit noted(tr("%1 has no copy for the case of a crash: %2").arg(page->name, why));
+      emit noted(tr("%1 has no recovery copy: %2").arg(page->name, why));
     }
   });
 }
@@ -35,7 +35,7 @@ bool SessionJournal::begin() {
   QString why;
   m_journal = JournalFile::create(m_folder, &why);
   m_failed = !m_journal;
-  if (m_failed) emit noted(tr("Pages that are not saved cannot be kept for the case of a crash: %1").arg(why));
+  if (m_failed) emit noted(tr("Recovery copies of unsaved pages cannot be written: %1").arg(why));
   return !m_failed;
 }
 

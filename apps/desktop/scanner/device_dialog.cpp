@@ -41,7 +41,7 @@ DeviceDialog::DeviceDialog(quillbay::KxPtr<quillbay::IUnitOptions> unit, const Q
   m_groups->setContentsMargins(0, 0, 0, 0);
   makeForm();
   m_scroll->setWidget(page);
-  m_advanced->setToolTip(tr("Shows also what the scanner's driver says that few people need"));
+  m_advanced->setToolTip(tr("Also shows the settings that the driver marks as advanced"));
   m_reason->setWordWrap(true);
   m_reason->setTextFormat(Qt::PlainText);
   m_reason->hide();
@@ -83,7 +83,7 @@ void DeviceDialog::makeForm() {
     }
     addRow(*form, group, option);
   }
-  if (m_rows.empty()) m_groups->addWidget(new QLabel(tr("This scanner has no settings of its own.")));
+  if (m_rows.empty()) m_groups->addWidget(new QLabel(tr("This scanner has no settings.")));
   m_groups->addStretch(1);
 }
 

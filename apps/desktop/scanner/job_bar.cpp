@@ -39,7 +39,7 @@ JobBar::JobBar(QWidget* parent)
   m_files->setAccessibleName(tr("File settings"));
   m_files->setToolTip(tr("Format, one file for all pages, and the counter"));
   m_device->setAccessibleName(tr("Scanner settings"));
-  m_device->setToolTip(tr("The scanner's own settings"));
+  m_device->setToolTip(tr("Settings of the scanner"));
   row->addWidget(m_sourceLabel);
   row->addWidget(m_source, 1);
   row->addStretch();

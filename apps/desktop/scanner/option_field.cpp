@@ -73,7 +73,7 @@ QString OptionField::tip() const {
   QStringList lines;
   if (!m_option.description.empty()) lines += shown(m_option.description);
   if (!m_option.range.empty()) lines += tr("Range: %1").arg(shown(m_option.range) + suffixOf(m_option));
-  if (!m_option.active) lines += tr("Not available with the other settings as they are");
+  if (!m_option.active) lines += tr("Not available with the current settings");
   return "<qt>" + lines.join('\n').toHtmlEscaped().replace('\n', "<br>") + "</qt>";
 }
 

@@ -186,7 +186,7 @@ void PanelDock::showLookingFor(const QString& name) {
   if (!m_trouble) return;
   const QString why = m_trouble->text().section("\n\n", 1);
   m_trouble->setText(tr("Looking for %1...").arg(name) + "\n\n" +
-                     tr("The panel opens by itself when the scanner is there.") +
+                     tr("The panel opens when the scanner is available.") +
                      (why.isEmpty() ? QString() : "\n\n" + why));
 }
 

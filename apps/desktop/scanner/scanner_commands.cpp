@@ -58,7 +58,7 @@ void ScannerCommands::fill(QMenu* menu) {
   connect(sources, &QMenu::aboutToShow, this, [this, sources] { fillSources(sources); });
   m_files = add(tr("&File settings..."), tr("Format, one file for all pages, and the counter"),
                 &ScannerCommands::chooseFiles);
-  m_device = add(tr("Scanner setti&ngs..."), tr("The scanner's own settings"), &ScannerCommands::chooseDevice);
+  m_device = add(tr("Scanner setti&ngs..."), tr("Settings of the scanner"), &ScannerCommands::chooseDevice);
 }
 
 void ScannerCommands::updateActions(bool busy) {

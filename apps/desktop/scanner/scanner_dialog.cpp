@@ -69,7 +69,7 @@ void ScannerDialog::makeList() {
   m_list->setMinimumSize(kListWidth, kListHeight);
   m_state->setWordWrap(true);
   m_searchAgain->setAutoDefault(false);
-  m_searchAgain->setToolTip(tr("Looks once more which scanners are there"));
+  m_searchAgain->setToolTip(tr("Searches for scanners again"));
   column->addWidget(label);
   column->addWidget(m_list, 1);
   auto* row = new QHBoxLayout;
@@ -83,9 +83,9 @@ void ScannerDialog::makeDevice() {
   auto* label = new QLabel(tr("&Device"));
   label->setBuddy(m_device);
   m_device->setAccessibleName(tr("Device"));
-  m_device->setToolTip(tr(
-      "What opens the scanner; a scanner that is not listed can be typed. The simulated one has its set-up here, "
-      "for instance sim:width=900,size=841x594,drawing=map"));
+  m_device->setToolTip(
+      tr("The device name; type it if the scanner is not listed. The simulated scanner has its options here, "
+         "for instance sim:width=900,size=841x594,drawing=map"));
   auto* row = new QHBoxLayout;
   row->addWidget(label);
   row->addWidget(m_device, 1);
@@ -94,7 +94,7 @@ void ScannerDialog::makeDevice() {
   m_reasonIcon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(side));
   m_reason->setWordWrap(true);
   m_reason->setTextFormat(Qt::PlainText);
-  m_reason->setAccessibleName(tr("What is wrong with the device"));
+  m_reason->setAccessibleName(tr("Fault of the device"));
   auto* reason = new QHBoxLayout;
   reason->addWidget(m_reasonIcon, 0, Qt::AlignTop);
   reason->addWidget(m_reason, 1);

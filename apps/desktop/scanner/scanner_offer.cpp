@@ -32,9 +32,9 @@ ScannerOffer::ScannerOffer(quillbay::IScanManager* manager, QWidget* parent)
   m_list->setWordWrap(true);
   m_list->setFixedHeight(m_list->fontMetrics().lineSpacing() * kLinesShown + 2 * m_list->frameWidth() + 4);
   m_use->setToolTip(tr("Opens the chosen scanner and remembers it"));
-  m_again->setToolTip(tr("Searches once more for scanners"));
+  m_again->setToolTip(tr("Searches for scanners again"));
   m_other->setToolTip(tr("Opens a scanner by its name"));
-  m_simulated->setToolTip(tr("Scans drawings that the program makes up, without a device"));
+  m_simulated->setToolTip(tr("Scans generated drawings, without a device"));
   column->addWidget(m_state);
   column->addWidget(m_list);
   for (QPushButton* button : {m_use, m_again, m_other, m_simulated}) {

@@ -165,10 +165,10 @@ void SimSetup::makePaper() {
   makeSize(part);
   makePlace(part);
   addNumber(part, tr("S&kew"), "skew", 0, -45, 45, 3, QString(QChar(0xB0)),
-            tr("Turns the paper about its top left corner, clockwise when positive"));
+            tr("Rotates the paper about its top left corner, clockwise if positive"));
   addChoice(part, tr("Backgro&und"), "background", "dark",
             {{"dark", tr("Dark")}, {"light", tr("Light")}, {"white", tr("White")}},
-            tr("The bed around the paper; on a bright one the paper casts a shadow"));
+            tr("The bed around the paper; on a light bed the paper casts a shadow"));
 }
 
 void SimSetup::makeSize(Part& part) {
@@ -215,7 +215,7 @@ void SimSetup::showPaper() {
 
 void SimSetup::makePlace(Part& part) {
   m_centred = new QCheckBox(tr("Paper in the &middle of the bed, at its top"));
-  addWide(part, m_centred, tr("Otherwise the paper's top left corner lies where the two fields below say"));
+  addWide(part, m_centred, tr("Off: the two fields below set the top left corner of the paper"));
   m_left = newNumber(-100000, 100000, 3, tr(" mm"));
   m_top = newNumber(-100000, 100000, 3, tr(" mm"));
   add(part, tr("&From the left"), m_left, tr("From the bed's left edge to the paper's top left corner"));
@@ -242,12 +242,12 @@ void SimSetup::makeDrawings() {
   makePictures(part);
   m_dpi = addNumber(part, tr("Resolution of p&ictures"), "image-dpi", 300, 10, 4800, 3, tr(" dpi"), {});
   addChoice(part, tr("Sour&ce"), "source", "feeder", {{"feeder", tr("Feeder")}, {"flatbed", tr("Flatbed")}},
-            tr("On a flatbed every page of a batch is laid down by hand"));
+            tr("With a flatbed, a batch asks for each document"));
   addNumber(part, tr("Pages i&n the feeder"), "count", 0, 0, kMany, 0, {},
-            tr("How many pages are there; the feeder can also be endless"))
+            tr("The number of pages in the feeder, or endless"))
       ->setSpecialValueText(tr("endless"));
-  auto* speed = addNumber(part, tr("Speed (&lines a second)"), "speed", 0, 0, 1e9, 3, {},
-                          tr("How fast the paper goes through"));
+  auto* speed =
+      addNumber(part, tr("Speed (&lines per second)"), "speed", 0, 0, 1e9, 3, {}, tr("How fast lines are scanned"));
   speed->setSpecialValueText(tr("as fast as possible"));
   speed->setSingleStep(100);
 }
@@ -255,13 +255,13 @@ void SimSetup::makeDrawings() {
 void SimSetup::makePictures(Part& part) {
   m_files = new QLineEdit;
   m_files->setReadOnly(true);
-  m_files->setPlaceholderText(tr("none: drawings are fed"));
+  m_files->setPlaceholderText(tr("none: drawings are scanned"));
   auto* label = new QLabel(tr("Picture &files"));
   label->setBuddy(m_files);
   auto* choose = new QPushButton(tr("&Browse..."));
-  choose->setToolTip(tr("Chooses picture files that are fed in place of drawings"));
+  choose->setToolTip(tr("Chooses picture files to scan instead of drawings"));
   m_noFiles = new QPushButton(tr("N&one"));
-  m_noFiles->setToolTip(tr("Feeds drawings again"));
+  m_noFiles->setToolTip(tr("Scans drawings again"));
   auto* row = new QHBoxLayout;
   row->addWidget(m_files, 1);
   for (QPushButton* button : {choose, m_noFiles}) {
@@ -302,7 +302,7 @@ void SimSetup::showPictures() {
   for (const QString& file : m_pictures) names += QFileInfo(file).fileName();
   m_files->setText(names.join(", "));
   m_files->setCursorPosition(0);
-  m_files->setToolTip(m_pictures.isEmpty() ? tr("Pictures that are fed in place of drawings (PNM, TIFF, PNG)")
+  m_files->setToolTip(m_pictures.isEmpty() ? tr("Pictures to scan instead of drawings (PNM, TIFF, PNG)")
                                            : m_pictures.join('\n').toHtmlEscaped().prepend("<pre>") + "</pre>");
 }
 
@@ -321,42 +321,42 @@ void SimSetup::makeAdvanced() {
              {"unsupported", tr("Unsupported")},
              {"invalid", tr("Invalid setting")},
              {"other", tr("Another one")}},
-            tr("What every scan ends with; with a number of lines, what happens there instead of a jam"));
+            tr("The fault of each scan; with a number of lines, the fault at that line"));
   addNumber(part, tr("After l&ines"), "jam-after", 0, 0, kMany, 0, {},
-            tr("A scan fails once after so many lines: a paper jam, or the fault that is chosen"))
+            tr("One scan fails after this many lines, with a paper jam or the chosen fault"))
       ->setSpecialValueText(tr("never"));
-  addNumber(part, tr("&Longest scan"), "length", 0, 0, 1e6, 3, tr(" mm"), tr("No scan is longer"))
+  addNumber(part, tr("&Longest scan"), "length", 0, 0, 1e6, 3, tr(" mm"), tr("The greatest length of a scan"))
       ->setSpecialValueText(tr("no limit"));
   addChoice(part, tr("Ce&ntring"), "centring", "0",
             {{"0", tr("The user chooses")}, {"1", tr("Always")}, {"2", tr("Never")}},
-            tr("Whether the device takes the paper for centred"));
-  addChoice(part, tr("&Bits a sample"), "depth", "8", {{"8", "8"}, {"16", "16"}},
+            tr("Whether the device expects centred paper"));
+  addChoice(part, tr("&Bits per sample"), "depth", "8", {{"8", "8"}, {"16", "16"}},
             tr("What the device delivers; pages have 8"));
   ++part.row;
   part.column = 0;
   addSwitch(part, tr("&With colour"), "colour", true, tr("Off: a device for grey and bitonal pages only"));
   addSwitch(part, tr("Finds the &end of the paper"), "finds-end", true,
-            tr("Off: a scan to the end is as long as was asked for instead"));
+            tr("Off: a scan to the end has the requested length"));
   addSwitch(part, tr("&Unknown length"), "unknown-length", false,
-            tr("The scan's start does not tell how many lines will come"));
+            tr("The number of lines is not known when the scan starts"));
 }
 
 void SimSetup::updateEnabled() {
   const bool pictures = !m_pictures.isEmpty();
-  const QString own = tr("A picture brings its own size");
+  const QString own = tr("A picture has its own size");
   for (QWidget* field :
        {static_cast<QWidget*>(m_paper), static_cast<QWidget*>(m_width), static_cast<QWidget*>(m_length)}) {
     field->setEnabled(!pictures);
     field->setToolTip(pictures ? own : field == m_paper ? tr("The paper that is fed") : tr("Of the paper"));
   }
   for (QDoubleSpinBox* field : {m_left, m_top}) field->setEnabled(!m_centred->isChecked());
-  const QString instead = tr("Picture files are fed in place of drawings");
+  const QString instead = tr("Picture files are scanned instead of drawings");
   m_drawing->setEnabled(!pictures);
   m_drawing->setToolTip(pictures ? instead : tr("What is drawn on the paper"));
   m_seed->setEnabled(!pictures);
-  m_seed->setToolTip(pictures ? instead : tr("Another number, other drawings"));
+  m_seed->setToolTip(pictures ? instead : tr("Each number gives other drawings"));
   m_dpi->setEnabled(pictures);
-  m_dpi->setToolTip(pictures ? tr("Of pictures that do not tell theirs") : tr("Counts when picture files are fed"));
+  m_dpi->setToolTip(pictures ? tr("For pictures without a resolution") : tr("Used when picture files are scanned"));
   m_noFiles->setEnabled(pictures);
 }
 

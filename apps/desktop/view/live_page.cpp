@@ -123,8 +123,8 @@ void LivePage::finish(const quillbay::PageInfo& page) {
 bool LivePage::keepPage(const quillbay::PageInfo& page, const QString& file, bool continues) {
   if (file.isEmpty() || m_settings->number("KeepScannedPages", kUsuallyKept) <= 0) return false;
   if (!isWhole(page)) {
-    emit note(
-        tr("%1 is written, but its picture is not complete and is not kept. Open the file to see it.").arg(file));
+    emit note(tr("%1 is written, but the page in the view is incomplete and was removed. Open the file to see it.")
+                  .arg(file));
     return false;
   }
   const QString name = QFileInfo(file).fileName();
@@ -151,7 +151,7 @@ void LivePage::keepLast() {
     m_kept.pop_front();
     const Page* page = m_document->page(oldest);
     if (!page || !page->isSaved()) continue;
-    emit note(tr("%1 leaves the view; it is in its file. Pages that stay: %2").arg(page->name).arg(stay));
+    emit note(tr("%1 was removed from the view; it is saved. Pages in the view: %2").arg(page->name).arg(stay));
     m_document->remove(oldest);
   }
 }

@@ -37,10 +37,11 @@ constexpr int kStateVersion = 1, kPagesWidth = 226, kLogHeight = 130;
 QString answerText(quillbay::EventButtons buttons, quillbay::EventAnswer answer) {
   if (buttons == quillbay::EventButtons::RetryCancel) {
     return answer == quillbay::EventAnswer::Retry ? MainWindow::tr("Answer: try again")
-                                                  : MainWindow::tr("Answer: given up");
+                                                  : MainWindow::tr("Answer: cancel");
   }
   if (buttons == quillbay::EventButtons::OkCancel) {
-    return answer == quillbay::EventAnswer::Ok ? MainWindow::tr("Answer: go on") : MainWindow::tr("Answer: finish");
+    return answer == quillbay::EventAnswer::Ok ? MainWindow::tr("Answer: continue")
+                                               : MainWindow::tr("Answer: finish");
   }
   return answer == quillbay::EventAnswer::Yes ? MainWindow::tr("Answer: yes") : MainWindow::tr("Answer: no");
 }

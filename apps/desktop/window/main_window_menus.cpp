@@ -41,16 +41,15 @@ void MainWindow::makeFileMenu() {
   m_needsPage = {
       m_saveAs,
       addAction(menu, tr("&Save"), QKeySequence::Save,
-                tr("Writes changed pages back into their files, and asks for names of pages that are in none"),
-                [this] { saveAll(); }),
+                tr("Saves changed pages in their files, and asks for names of new pages"), [this] { saveAll(); }),
       addAction(menu, tr("Save all in one &file..."), {}, tr("Saves all pages as one multi-page file"),
                 [this] { saveAllInOneFile(); })};
   menu->addSeparator();
-  m_close = addAction(menu, tr("&Close page"), QKeySequence::Close, tr("Takes the chosen pages off the document"),
+  m_close = addAction(menu, tr("&Close page"), QKeySequence::Close, tr("Closes the selected pages"),
                       [this] { closePages(m_pages->selected()); });
   m_needsPage.push_back(m_close);
   m_needsPage.push_back(addAction(menu, tr("C&lose all pages"), QKeySequence("Ctrl+Shift+W"),
-                                  tr("Takes all pages off the document"), [this] { closeAll(); }));
+                                  tr("Closes all pages"), [this] { closeAll(); }));
   menu->addSeparator();
   addAction(menu, tr("&Quit"), QKeySequence::Quit, tr("Ends the program"), [this] {
     QWidget::close();
@@ -92,10 +91,10 @@ void MainWindow::makeScanMenu() {
                              [this] { startBatch(); });
   QAction* stop = addAction(menu, tr("S&top"), QKeySequence(Qt::Key_Escape), tr("Stops the scan at once"),
                             [this] { this->stop(quillbay::StopKind::Now); });
-  QAction* after = addAction(menu, tr("Stop &after this page"), QKeySequence("Shift+Esc"),
-                             tr("Ends a batch when the page that is being scanned is complete"),
-                             [this] { this->stop(quillbay::StopKind::AfterPage); });
-  QAction* eject = addAction(menu, tr("&Eject"), {}, tr("Takes the document out of the scanner"),
+  QAction* after =
+      addAction(menu, tr("Stop &after this page"), QKeySequence("Shift+Esc"),
+                tr("Ends the batch after the current page"), [this] { this->stop(quillbay::StopKind::AfterPage); });
+  QAction* eject = addAction(menu, tr("&Eject"), {}, tr("Ejects the document from the scanner"),
                              [this] { m_panel->control()->Eject(); });
   menu->addSeparator();
   m_scanner = new ScannerCommands(this);
@@ -122,15 +121,14 @@ void MainWindow::makePageMenu() {
 
 /// The commands that change what pages there are, and undo.
 void MainWindow::makeEditMenu(QMenu* menu) {
-  m_undo =
-      addAction(menu, tr("U&ndo"), QKeySequence::Undo, tr("Takes back what was done last"), [this] { undo(); });
-  m_redo = addAction(menu, tr("Red&o"), {}, tr("Does again what was undone last"), [this] { redo(); });
+  m_undo = addAction(menu, tr("U&ndo"), QKeySequence::Undo, tr("Undoes the last change"), [this] { undo(); });
+  m_redo = addAction(menu, tr("Red&o"), {}, tr("Repeats the last undone change"), [this] { redo(); });
   m_redo->setShortcuts({QKeySequence("Ctrl+Shift+Z"), QKeySequence("Ctrl+Y")});
   menu->addSeparator();
-  m_moveUp = addAction(menu, tr("Move u&p"), QKeySequence("Ctrl+Up"),
-                       tr("Moves the chosen pages one place towards the first"), [this] { movePages(-1); });
+  m_moveUp = addAction(menu, tr("Move u&p"), QKeySequence("Ctrl+Up"), tr("Moves the selected pages up by one"),
+                       [this] { movePages(-1); });
   m_moveDown = addAction(menu, tr("Mo&ve down"), QKeySequence("Ctrl+Down"),
-                         tr("Moves the chosen pages one place towards the last"), [this] { movePages(1); });
+                         tr("Moves the selected pages down by one"), [this] { movePages(1); });
   for (QAction* action : {m_moveUp, m_moveDown}) {
     // Not in the panel, where these keys change numbers.
     action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
@@ -177,7 +175,8 @@ void MainWindow::makeViewMenu() {
                         [this] { m_view->fitPage(m_view->current()); });
   page(m_fitPage);
   page(addAction(menu, tr("Pixel by pixel (&1:1)"), QKeySequence("Ctrl+1"),
-                 tr("Shows every pixel of the page as one of the screen"), [this] { m_view->actualPixels(); }));
+                 tr("Shows each pixel of the page as one pixel of the screen"),
+                 [this] { m_view->actualPixels(); }));
   menu->addSeparator();
   QMenu* units = menu->addMenu(tr("&Units"));
   auto* group = new QActionGroup(this);
@@ -228,14 +227,15 @@ void MainWindow::applyUnit() {
 
 void MainWindow::startScan() {
   if (!m_panel->control()) return;
-  if (!m_panel->control()->Start(quillbay::StartKind::Scan, 1)) statusBar()->showMessage(tr("A scan runs already"));
+  if (!m_panel->control()->Start(quillbay::StartKind::Scan, 1))
+    statusBar()->showMessage(tr("A scan is already running"));
 }
 
 void MainWindow::startBatch() {
   const int pages = m_prompts.batchPages();
   if (pages < 0 || !m_panel->control()) return;
   if (!m_panel->control()->Start(quillbay::StartKind::Batch, pages)) {
-    statusBar()->showMessage(tr("A scan runs already"));
+    statusBar()->showMessage(tr("A scan is already running"));
   }
 }
 

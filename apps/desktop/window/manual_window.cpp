@@ -131,14 +131,14 @@ QAction* ManualWindow::addAction(const QString& text, const QString& tip, const 
 void ManualWindow::makeActions() {
   m_bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
   m_bar->setAccessibleName(tr("Commands of the manual"));
-  QAction* back = addAction(tr("Back"), tr("The page that was shown before"), {QKeySequence("Alt+Left")},
+  QAction* back = addAction(tr("Back"), tr("Shows the previous page"), {QKeySequence("Alt+Left")},
                             [this] { m_browser->backward(); });
-  QAction* forward = addAction(tr("Forward"), tr("The page that was left with Back"), {QKeySequence("Alt+Right")},
+  QAction* forward = addAction(tr("Forward"), tr("Shows the next page"), {QKeySequence("Alt+Right")},
                                [this] { m_browser->forward(); });
   addAction(tr("Contents"), tr("The first page"), {QKeySequence("Alt+Home"), QKeySequence::HelpContents}, [this] {
     showPage(firstPage());
   })->setIcon(style()->standardIcon(QStyle::SP_DirHomeIcon));
-  addAction(tr("Find"), tr("Looks for a text on all pages"), {QKeySequence::Find}, [this] {
+  addAction(tr("Find"), tr("Searches all pages for a text"), {QKeySequence::Find}, [this] {
     m_findBar->show();
     m_wanted->setFocus();
     m_wanted->selectAll();
@@ -244,7 +244,7 @@ bool ManualWindow::find(const QString& text, bool backwards) {
 
 void ManualWindow::findAgain(bool backwards) {
   const bool found = find(m_wanted->text(), backwards);
-  m_found->setText(found || m_wanted->text().isEmpty() ? QString() : tr("On no page"));
+  m_found->setText(found || m_wanted->text().isEmpty() ? QString() : tr("Not found"));
 }
 
 void ManualWindow::leave() {

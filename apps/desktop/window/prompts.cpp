@@ -75,7 +75,7 @@ UnsavedAnswer askUnsaved(QWidget* parent, const QStringList& pages) {
   QMessageBox box(QMessageBox::Warning, text("Unsaved pages"), {}, QMessageBox::NoButton, parent);
   box.setText(pages.size() == 1 ? text("The page %1 is not saved.").arg(pages.front())
                                 : text("%1 pages are not saved.").arg(pages.size()));
-  box.setInformativeText(text("Without saving, what was scanned is lost."));
+  box.setInformativeText(text("If you do not save, the scan is lost."));
   box.setTextInteractionFlags(kSelectable);
   if (pages.size() > 1) box.setDetailedText(pages.join('\n'));
   auto* save = box.addButton(pages.size() == 1 ? text("&Save...") : text("&Save all..."), QMessageBox::AcceptRole);
@@ -99,8 +99,9 @@ bool askToAgree(QWidget* parent, const QString& question, const QString& yes) {
 
 int askBatchPages(QWidget* parent) {
   bool accepted = false;
-  const int pages = QInputDialog::getInt(parent, text("Scan batch"), text("&Pages (0: until no document comes)"), 0,
-                                         0, 100000, 1, &accepted);
+  const int pages =
+      QInputDialog::getInt(parent, text("Scan batch"), text("&Pages (0: until there are no more documents)"), 0, 0,
+                           100000, 1, &accepted);
   return accepted ? pages : -1;
 }
 
@@ -108,10 +109,10 @@ int askBatchPages(QWidget* parent) {
 bool askStop(QWidget* parent) {
   QMessageBox box(QMessageBox::Question, QCoreApplication::applicationName(), text("A scan is running."),
                   QMessageBox::NoButton, parent);
-  box.setInformativeText(text("The page that is being scanned is dropped when it is stopped."));
+  box.setInformativeText(text("Stopping deletes the page that is being scanned."));
   box.setTextInteractionFlags(kSelectable);
   const auto* stop = box.addButton(text("&Stop the scan"), QMessageBox::DestructiveRole);
-  auto* goOn = box.addButton(text("&Go on scanning"), QMessageBox::RejectRole);
+  auto* goOn = box.addButton(text("&Continue scanning"), QMessageBox::RejectRole);
   box.setDefaultButton(goOn);
   box.setEscapeButton(goOn);
   box.exec();
