@@ -127,6 +127,8 @@ TEST_F(DeviceTest, WhatWasSetOfADeviceIsSetAgainAtTheNextStart) {
     return true;
   };
   auto* source = window->panelDock().bar().findChild<QComboBox*>();
+  QWheelEvent wheel({5, 5}, {5, 5}, {}, {0, -120}, Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+  QCoreApplication::sendEvent(source, &wheel);  // it is merely under the pointer
   ASSERT_EQ(source->currentText(), "Flatbed");
   source->setCurrentIndex(1);
   emit source->activated(1);

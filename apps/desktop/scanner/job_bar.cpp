@@ -5,6 +5,8 @@
 #include <QLabel>
 #include <QPushButton>
 
+#include "window/wheel_guard.h"
+
 namespace desktop {
 
 using quillbay::query;
@@ -35,6 +37,7 @@ JobBar::JobBar(QWidget* parent)
   auto* row = new QHBoxLayout(this);
   row->setContentsMargins(6, 2, 6, 2);
   m_sourceLabel->setBuddy(m_source);
+  new WheelGuard(m_source);
   m_source->setToolTip(tr("Where documents come from"));
   m_files->setAccessibleName(tr("File settings"));
   m_files->setToolTip(tr("Format, one file for all pages, and the counter"));

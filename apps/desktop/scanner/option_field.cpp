@@ -3,11 +3,12 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDoubleSpinBox>
-#include <QEvent>
 #include <QLineEdit>
 #include <QPushButton>
 #include <algorithm>
 #include <cmath>
+
+#include "window/wheel_guard.h"
 
 namespace desktop {
 
@@ -56,8 +57,7 @@ OptionField::Kind OptionField::kindOf(const UnitOption& option) {
 OptionField::OptionField(const UnitOption& option) : m_option(option), m_kind(kindOf(option)) {
   make();
   setParent(m_control);
-  if (m_kind == Kind::Choice || m_kind == Kind::Number) m_control->setFocusPolicy(Qt::StrongFocus);
-  m_control->installEventFilter(this);
+  if (m_kind == Kind::Choice || m_kind == Kind::Number) new WheelGuard(m_control);
   m_control->setAccessibleName(shown(option.title));
   fill();
 }
@@ -120,12 +120,6 @@ void OptionField::makeNumber() {
     if (!m_isShowing) emit changed(QString::number(value, 'f', spin->decimals()));
   });
   m_control = spin;
-}
-
-bool OptionField::eventFilter(QObject* watched, QEvent* event) {
-  if (event->type() != QEvent::Wheel || m_control->hasFocus()) return QObject::eventFilter(watched, event);
-  event->ignore();
-  return true;
 }
 
 void OptionField::show(const UnitOption& option) {

@@ -26,10 +26,6 @@ class OptionField : public QObject {
   /// The user changed the value, or pressed the button.
   void changed(const QString& value);
 
- protected:
-  /// The wheel scrolls the form: it changes only what has the focus.
-  bool eventFilter(QObject* watched, QEvent* event) override;
-
  private:
   enum class Kind { Choice, Switch, Number, Text, Button };
   [[nodiscard]] static Kind kindOf(const quillbay::UnitOption& option);

@@ -11,6 +11,7 @@
 #include <limits>
 
 #include "quillbay/formats.h"
+#include "window/wheel_guard.h"
 
 namespace desktop {
 
@@ -22,6 +23,7 @@ constexpr int kMostDigits = 8;
 template <class W>
 W* addField(QFormLayout& form, const QString& label, W* field, const QString& tip) {
   form.addRow(label, field);
+  new WheelGuard(field);
   field->setAccessibleName(QString(label).remove('&'));
   field->setToolTip(tip);
   return field;

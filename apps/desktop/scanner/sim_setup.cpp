@@ -13,6 +13,8 @@
 #include <QTabWidget>
 #include <QVBoxLayout>
 
+#include "window/wheel_guard.h"
+
 namespace desktop {
 
 namespace {
@@ -112,6 +114,7 @@ void SimSetup::addWide(Part& part, QWidget* widget, const QString& tip) {
 
 QDoubleSpinBox* SimSetup::newNumber(double least, double most, int decimals, const QString& suffix) {
   auto* spin = new NumberSpin;
+  new WheelGuard(spin);
   spin->setDecimals(decimals);
   spin->setRange(least, most);
   spin->setSuffix(suffix);
@@ -134,6 +137,7 @@ QDoubleSpinBox* SimSetup::addNumber(Part& part, const QString& label, const QStr
 QComboBox* SimSetup::addChoice(Part& part, const QString& label, const QString& key, const QString& standard,
                                const std::vector<std::pair<QString, QString>>& choices, const QString& tip) {
   auto* box = new QComboBox;
+  new WheelGuard(box);
   for (const auto& [value, text] : choices) box->addItem(text, value);
   add(part, label, box, tip);
   bind({key, standard,
@@ -173,6 +177,7 @@ void SimSetup::makePaper() {
 
 void SimSetup::makeSize(Part& part) {
   m_paper = new QComboBox;
+  new WheelGuard(m_paper);
   m_paper->addItem(tr("Own size"));
   for (const Paper& paper : kPapers) {
     m_paper->addItem(tr("%1 landscape").arg(paper.name), simPair(paper.length, paper.width));
