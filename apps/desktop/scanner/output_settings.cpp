@@ -76,6 +76,10 @@ void keepOutput(ProgramSettings& settings, const OutputSettings& output) {
   settings.save();
 }
 
+void keepCounter(ProgramSettings& settings, quillbay::IQuillbayControl& control) {
+  if (!settings.text(kExtension).isEmpty()) settings.setNumber(kCounter, readOutput(control).counter);
+}
+
 bool recallOutput(const ProgramSettings& settings, OutputSettings* output) {
   const QString extension = settings.text(kExtension);
   if (extension.isEmpty()) return false;

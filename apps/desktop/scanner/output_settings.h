@@ -27,6 +27,8 @@ bool applyOutput(quillbay::IQuillbayControl& control, const OutputSettings& outp
 
 /// Keeps them for the next start; the counter is the one from which that starts.
 void keepOutput(ProgramSettings& settings, const OutputSettings& output);
+/// Keeps the number of the next file where settings are kept: a panel that opens later goes on from there.
+void keepCounter(ProgramSettings& settings, quillbay::IQuillbayControl& control);
 /// False when nothing was kept: `*output` stays as it was.
 bool recallOutput(const ProgramSettings& settings, OutputSettings* output);
 

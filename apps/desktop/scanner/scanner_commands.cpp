@@ -78,6 +78,11 @@ bool ScannerCommands::looksFirst() {
   return true;
 }
 
+void ScannerCommands::keepForNext() {
+  if (quillbay::IQuillbayControl* control = m_window->panelDock().control())
+    keepCounter(m_window->settings(), *control);
+}
+
 void ScannerCommands::prepare() {
   const auto scanner = currentScanner(m_window->app());
   const auto options = scanner.as<quillbay::IUnitOptions>();

@@ -23,6 +23,8 @@ class ScannerCommands : public QObject {
   /// The remembered scanner is on the network, where opening it may take long: it is looked for first, without the
   /// window. False: it can be opened at once, or there is none.
   bool looksFirst();
+  /// Before a panel closes: what the next one goes on from.
+  void keepForNext();
   /// Before a panel opens: the scanner gets its kept settings.
   void prepare();
   /// A panel was opened, or could not be.

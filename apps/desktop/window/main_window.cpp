@@ -277,6 +277,7 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
     return false;
   }
   m_mode = mode;
+  m_scanner->keepForNext();
   m_settings->setNumber("Mode", mode);
   m_settings->save();
   m_panel->closePanel();
@@ -302,6 +303,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   if (m_panel->isBusy() && !m_prompts.stopScan()) return;
   // Before the pages are asked about: what the scan still hands over counts as well.
   const bool hadPanel = m_panel->control() != nullptr;
+  m_scanner->keepForNext();
   m_panel->closePanel();
   if (!maySurrenderPages(m_document->unsaved(), reorderedFiles(m_document->pages()))) {
     if (hadPanel) setMode(m_mode);
