@@ -18,7 +18,7 @@ struct Bed {
   double length = 0;  ///< 0: no limit
 };
 
-/// What --area says.
+/// The value of --area.
 struct AreaRequest {
   enum class Kind { None, Custom, AutoWidth, FixedWidth, Paper };
   Kind kind = Kind::None;
@@ -41,9 +41,9 @@ struct AreaChoice {
 /// The papers of the application, in its order.
 [[nodiscard]] std::vector<Paper> listPapers(quillbay::IApp* app);
 
-/// The area on this bed. `portrait` is what the person wants, else `savedPortrait` when it fits, else what fits.
-/// `kind` None gives the default: the whole bed of a flatbed, else the full width to the end of the document.
-/// Throws Failure (usage) for an unknown paper and for what lies outside the bed.
+/// The area on this bed. `portrait` is the orientation that the user chose; without it `savedPortrait` if it fits,
+/// else the other one. `kind` None gives the default: the whole bed of a flatbed, else the full width to the end of
+/// the document. Throws Failure (usage) for an unknown paper and for what lies outside the bed.
 [[nodiscard]] AreaChoice chooseArea(const AreaRequest& request, const std::vector<Paper>& papers, const Bed& bed,
                                     std::optional<bool> portrait, bool savedPortrait);
 

@@ -34,7 +34,7 @@ class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEv
   void OnLines(std::int64_t lines) override { m_reporter.lines(lines); }
   void OnPageFinished(const quillbay::PageInfo& page) override;
   void OnPublished(const std::string& file, std::int32_t pages) override { m_reporter.published(file, pages); }
-  void OnMessage(const std::string&) override {}  // the host has told it already
+  void OnMessage(const std::string&) override {}  // the host has reported it already
   void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override;
 
  private:

@@ -6,5 +6,5 @@
 
 /// Reads the arguments (without the program's name) by the option table. Long names may be cut as long as they are
 /// unique; "--name=value", "--name value", "-n value" and "-nvalue" are all taken.
-/// What is wrong first is stored in `*wrong`, with what is allowed; it stays empty when nothing is.
+/// Stores the first fault in `*wrong`, with the allowed values; empty without a fault.
 [[nodiscard]] ScanOptions parseCommandLine(const std::vector<std::string>& arguments, std::string* wrong);

@@ -4,7 +4,7 @@
 #include <functional>
 #include <memory>
 
-/// SIGINT, SIGTERM and SIGHUP: the first one is told to the event loop, the second one ends the program at once
+/// SIGINT, SIGTERM and SIGHUP: the first one wakes the event loop, the second one ends the program at once
 /// with 128 + its number, whatever the program is doing. SIGPIPE is ignored (the readers of scanner drivers raise
 /// it). One object per process.
 class Interrupts {

@@ -3,7 +3,7 @@
 #include <string_view>
 #include <vector>
 
-/// Names of modes and papers, and what to offer somebody who mistyped one.
+/// Names of modes and papers, and suggestions for mistyped ones.
 namespace names {
 
 /// The modes of --mode, by their number (0-7).

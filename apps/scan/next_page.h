@@ -5,21 +5,21 @@
 #include "reporter.h"
 #include "scan_options.h"
 
-/// What happens between the pages of a batch: nothing, a pause, or a wait for the person at standard input.
+/// What happens between the pages of a batch: nothing, a pause, or a wait for the user at standard input.
 class NextPage {
  public:
   NextPage(const ScanOptions& options, Reporter& reporter, const Interrupts& interrupts)
       : m_options(options), m_reporter(reporter), m_interrupts(interrupts) {}
 
-  /// Before the first page: `feeds` tells whether the device brings the next document by itself. Throws Failure
-  /// (usage) when it does not and nobody could say that the next one lies there.
+  /// To be called before the first page. `feeds`: the device feeds the next document. Throws Failure (usage)
+  /// if it does not and no terminal can ask for the next document.
   void begin(bool feeds);
   /// Whether the device feeds, and something happens between its pages all the same.
   [[nodiscard]] bool comesBetween() const;
   /// Waits; `what` goes before the question. Answers whether the next page is scanned; a signal and the end of
   /// standard input mean no.
   bool wait(const std::string& what);
-  /// Whether the person has ended the batch.
+  /// Whether the user has ended the batch.
   [[nodiscard]] bool isEnded() const noexcept { return m_ended; }
 
  private:

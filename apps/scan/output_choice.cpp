@@ -49,7 +49,7 @@ const FormatInfo* formatOfExtension(const std::vector<FormatInfo>& formats, cons
   return nullptr;
 }
 
-/// Where a tag begins, in any letter case; the text's size without it.
+/// Where a tag starts, in any letter case; the text's size without it.
 std::size_t findTag(const std::string& text, std::string_view tag) {
   const auto matches = [](char a, char b) {
     return a == b || (b >= 'A' && b <= 'Z' && a == static_cast<char>(b - 'A' + 'a'));

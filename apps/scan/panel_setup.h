@@ -13,7 +13,7 @@
 /// Brings the options into a panel.
 class PanelSetup {
  public:
-  /// `saved`: the person has saved settings for this scanner.
+  /// `saved`: the user has saved settings for this scanner.
   PanelSetup(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const ScannerChoice& scanner,
              const ScanOptions& options, Reporter& reporter, bool saved);
 

@@ -18,7 +18,7 @@ class Reporter {
   void failure(int status, const std::string& text);
   /// A line on standard error whatever the options say, unless a message has just said the same.
   void error(const std::string& text);
-  /// A line for the person; not with --quiet.
+  /// A line for the user; not with --quiet.
   void note(const std::string& text);
   /// A line with --verbose.
   void detail(const std::string& text);
@@ -26,7 +26,7 @@ class Reporter {
   void message(const quillbay::HostMessage& message, const std::string& hint = {});
   /// A question that waits for a line on standard input; on standard error not with --quiet.
   void prompt(const std::string& text);
-  /// The question is over; the terminal has ended its line when somebody pressed Return.
+  /// Ends the line of the question; with Return the terminal has ended it already.
   void promptEnded(bool byReturn);
   /// A line of plain output (a listing).
   void line(const std::string& text);

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-/// What the person asked for on the command line, before anything was looked up.
+/// The options of the command line, before anything is looked up.
 struct ScanOptions {
   enum class Action { Scan, ListDevices, AllOptions, DryRun, Recover, Help, Version, HelpMan, HelpCompletion };
   using KeyValue = std::pair<std::string, std::string>;

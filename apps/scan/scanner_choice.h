@@ -25,7 +25,7 @@ class ScannerChoice {
   /// "it takes 50 to 1200 dpi" for a device with a range; empty for one that takes the listed ones alone.
   [[nodiscard]] std::string resolutionRange(int mode) const;
   [[nodiscard]] std::vector<quillbay::UnitOption> options() const;
-  /// Whether the device brings the next document by itself.
+  /// Whether the device feeds the next document.
   [[nodiscard]] bool feeds() const;
 
  private:

@@ -9,7 +9,7 @@ namespace setting_names {
 [[nodiscard]] std::string titleOf(std::string_view key);
 /// "--resolution"; empty for a key that only --set reaches.
 [[nodiscard]] std::string optionOf(std::string_view key);
-/// The text with every key that an option sets replaced by that option: what the panel says, for a person who has
+/// The text with every key that an option sets replaced by that option: what the panel says, for the user who has
 /// typed options.
 [[nodiscard]] std::string withOptions(std::string text);
 

@@ -13,7 +13,7 @@ namespace quillbay {
 
 /// The host's application object. The panel queries it for: `IAppInterior`, `IEvents`, `IHelp`, `IProfile`,
 /// `IParam` (the host's parameter root), `IIOParams`, `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`,
-/// `IScanManager`, `IScannerChooser`. What is missing is done without.
+/// `IScanManager`, `IScannerChooser`. All of them are optional.
 class IApp : public IKxUnknown {
  public:
   /// The program's name and version for messages and for software tags in files.
@@ -24,8 +24,8 @@ class IAppInterior : public IKxUnknown {
  public:
   virtual QWidget* GetMainWindow() = 0;  // 3
   virtual int IsClosing() = 0;           // 4
-  virtual int IsInteractive() = 0;       // 5: 0 when nobody sits before it
-  /// The program's path; its folder is the scanner manager's. 6
+  virtual int IsInteractive() = 0;       // 5: 0 if no user can answer
+  /// The path of the program; the scanner manager uses its folder. 6
   [[nodiscard]] virtual std::string GetModulePath() = 0;
 };
 
@@ -34,11 +34,11 @@ class IProfile : public IKxUnknown {
  public:
   /// The section of a name with a reference; null when it does not exist and `create` is 0.
   virtual IParam* GetSection(std::string_view name, int create) = 0;
-  /// Writes what changed. Answers 1, or 0 (the host has said why).
+  /// Writes the changes. Answers 1, or 0 (the host has reported why).
   virtual int Flush() = 0;
 };
 
-/// What the file channels take their options from.
+/// The source of the file channels' options.
 class IIOParams : public IKxUnknown {
  public:
   /// The options of a format ("TIFF", "PNG") with a reference, or null. Keys are the format module's.
@@ -58,8 +58,8 @@ class IStdPapersParam : public IKxUnknown {
 class IScriptSyntaxParam : public IKxUnknown {
  public:
   /// The settings of the script commands, with a reference: a sub-store for each ("SaveAs"). An entry therein with
-  /// "KeyWord" and "KeyName" = "_ignore_command_" and the int "_ignore_command_" = 1 has the host leave "Open",
-  /// "SaveAs" or "Close" out of scripts until the entry is removed. They are the host's own, for this run.
+  /// "KeyWord" and "KeyName" = "_ignore_command_" and the int "_ignore_command_" = 1 makes the host skip "Open",
+  /// "SaveAs" or "Close" in scripts until the entry is removed. The settings apply to this run of the program.
   virtual IParam* GetSyntax() = 0;
 };
 

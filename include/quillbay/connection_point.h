@@ -19,7 +19,7 @@ class IConnectionEnum : public IKxUnknown {
 };
 
 /// A list of subscribed sinks of interface `I`. Thread-safe. Holds no reference to a sink: a sink is embedded in
-/// its subscriber and withdraws itself before the subscriber goes.
+/// its subscriber and withdraws itself before the subscriber is destroyed.
 template <class I>
 class IConnectionPoint : public IKxUnknown {
  public:
@@ -83,7 +83,7 @@ class TConnectionPointImpl final : public CKxUnknownImpl<IConnectionPoint<I>> {
 };
 
 /// The sink that a subscriber `T` embeds. Derive from it, forward the calls of `I` to `owner()`, and let it
-/// remember the connection point that it is subscribed to; it withdraws itself when it goes.
+/// remember the connection point that it is subscribed to; it withdraws itself when it is destroyed.
 template <class I, class T>
 class TSinkImpl : public CKxUnknownImplStatic<I> {
  public:

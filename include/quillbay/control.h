@@ -16,15 +16,15 @@ enum class StopKind : int { Now = 0, AfterPage = 1 };
 
 /// Why a run (a scan with all its batch pages or burst pieces) ended.
 enum class EndCause : int {
-  Done = 0,     ///< all pages that were asked for
-  Stopped = 1,  ///< by the person or the host
+  Done = 0,     ///< all requested pages
+  Stopped = 1,  ///< by the user or the host
   Device = 2,   ///< the scanner failed
   Output = 3,   ///< the file, raster or job could not be written
   Media = 4,    ///< no document, or the feeder ran empty
-  Refused = 5,  ///< something refused before the paper moved; a message said what
+  Refused = 5,  ///< refused before the paper moved; a message gave the reason
 };
 
-/// What is known when a page or a preview starts.
+/// The properties of a page or a preview at its start.
 struct ScanStartInfo {
   StartKind kind = StartKind::Scan;  ///< `Prescan` and `AreaPrescan` are previews: no page follows
   std::int32_t page = 0;             ///< from 1, within the run
@@ -32,7 +32,7 @@ struct ScanStartInfo {
   std::int64_t expectedLines = -1;   ///< -1 when unknown
   std::uint32_t dpi = 0;
   KxColorSpace colorSpace = KxColorSpace::None;
-  std::string file;  ///< where it goes; empty without a file
+  std::string file;  ///< the target; empty without a file
 };
 
 /// A finished page.
@@ -41,14 +41,14 @@ struct PageInfo {
   std::int64_t width = 0, lines = 0;
   std::uint32_t dpi = 0;
   std::string file;        ///< the file that holds it; empty without a file
-  bool published = false;  ///< false while a multi-page file still grows as ".part"
+  bool published = false;  ///< false until a multi-page file (".part") is complete
 };
 
-/// Told about a panel's scans and previews, always on the user-interface thread.
+/// Receives the events of a panel's scans and previews, always on the user-interface thread.
 class IQuillbayEvents : public IKxUnknown {
  public:
   virtual void OnStarted(const ScanStartInfo& info) = 0;
-  /// Lines received so far; merged, at most some twenty a second.
+  /// Lines received so far; merged, at most about twenty a second.
   virtual void OnLines(std::int64_t lines) = 0;
   virtual void OnPageFinished(const PageInfo& page) = 0;
   /// A multi-page file got its final name.
@@ -59,7 +59,7 @@ class IQuillbayEvents : public IKxUnknown {
   virtual void OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) = 0;
 };
 
-/// What a host does with a panel beyond `IQuillbaySink`; queried from it. Called on the user-interface thread.
+/// The operations of a panel beyond `IQuillbaySink`; queried from it. Called on the user-interface thread.
 class IQuillbayControl : public IKxUnknown {
  public:
   /// Sets a scan parameter through its setter (with its broadcast). Answers 1, or 0 with the reason, which lists
@@ -72,8 +72,8 @@ class IQuillbayControl : public IKxUnknown {
   /// Every key that a page of the current mode or the destination knows, with its value: what
   /// `IQuillbaySink::ApplyParams` takes.
   virtual int GetPageParams(IParam* out) = 0;
-  /// Starts, later on this thread. `count` pages for a batch, 0: until no document comes. Answers 1, or 0 when
-  /// something runs already, or a start waits.
+  /// Starts, later on this thread. `count` pages for a batch, 0: until there are no more documents. Answers 1, or 0
+  /// when something runs already, or a start waits.
   virtual int Start(StartKind kind, int count) = 0;
   virtual int Stop(StopKind kind) = 0;
   virtual int Eject() = 0;
@@ -88,7 +88,7 @@ class IQuillbayControl : public IKxUnknown {
 };
 
 /// Non-zero when the settings of a panel for a scanner of this name (`IScan::GetName`) are in the profile of `app`.
-/// Asked before the panel opens; one that is closed has saved its own.
+/// Meant for the time before the panel opens; a panel saves its settings when it closes.
 QUILLBAY_API int HasSavedSettings(IApp* app, std::string_view scannerName);
 
 }  // namespace quillbay

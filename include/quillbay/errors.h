@@ -5,7 +5,7 @@
 
 namespace quillbay {
 
-/// Base of every exception that the libraries throw. `what()` is a sentence that a person can act on: what failed,
+/// Base of every exception that the libraries throw. `what()` is a sentence for users: what failed,
 /// on which file or device, and what to do. UTF-8.
 class CXException : public std::runtime_error {
  public:

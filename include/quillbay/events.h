@@ -15,7 +15,7 @@ enum class EventAnswer : int { Yes = 1, Retry = 1, No = 2, GiveUp = 3, Ok = 7 };
 /// Event "this file or folder cannot be written".
 inline constexpr int kEventCannotWrite = 9;
 /// Event "put the next document on the scanner": a batch on a device without a feeder asks so between its
-/// documents, with `EventButtons::OkCancel`. The detail is the whole text. OK goes on, Cancel ends the batch.
+/// documents, with `EventButtons::OkCancel`. The detail is the whole text. OK continues, Cancel ends the batch.
 inline constexpr int kEventNextDocument = 10;
 
 /// The host's messages and events. Called on the user-interface thread, except `Note`.
@@ -23,7 +23,7 @@ class IEvents : public IKxUnknown {
  public:
   /// Writes a line to the host's log; any thread. `category` is e.g. "quillbay.store".
   virtual int Note(const char* category, const char* text) = 0;
-  /// What the next event of this thread is about: a file or folder, and the cause.
+  /// Sets the subject of the next event of this thread: a file or folder, and the cause.
   virtual int Subject(const char* path, const char* cause) = 0;
   /// A page or a batch was finished; for hosts that sound or show it.
   virtual int Finished(int pages) = 0;
@@ -32,27 +32,28 @@ class IEvents : public IKxUnknown {
   /// Shows a message. A help topic may end the text, between dollar signs ("...$QBHelp:IDH_MaskEmpty$",
   /// see splitEventText).
   virtual int Message(int kind, const char* text, int flags, int buttons) = 0;
-  /// Asks for a line of text; `secret` hides what is typed. Answers 1, or 0 when nobody answered. Any thread that
-  /// is not holding up the user-interface thread.
+  /// Asks for a line of text; `secret` hides what is typed. Answers 1, or 0 without an answer. Any thread that
+  /// does not block the user-interface thread.
   virtual int AskText(const char* prompt, int secret, std::string* answer) = 0;
 };
 
 /// The host's manual; a host without one answers no query for it. User-interface thread.
 class IHelp : public IKxUnknown {
  public:
-  /// Opens the manual at a topic: "QBHelp:IDH_MaskEmpty", or "SCANNER:IDH_ScanToFile" for what a scanner has of its
-  /// own. Empty, or a topic that the manual does not know: its beginning. Answers 1, or 0 when nothing was shown.
+  /// Opens the manual at a topic: "QBHelp:IDH_MaskEmpty", or "SCANNER:IDH_ScanToFile" for a topic of a
+  /// scanner. Empty or unknown: the first page. Answers 1, or 0 when nothing was shown.
   virtual int ShowTopic(const char* topic) = 0;
 };
 
-/// A message parted into what is shown and the topic that its help button opens.
+/// A message split into the text to show and the topic of its help button.
 struct EventText {
   std::string text;
   std::string helpTopic;  ///< e.g. "QBHelp:IDH_ScanError"; empty without one
 };
 
-/// Parts a message from its help topic. A topic is "$BOOK:IDH_NAME$" at the very end of the message, BOOK and NAME
-/// of letters, digits and underscores; every other dollar sign belongs to the text, which may hold paths.
+/// Splits a message into its text and its help topic. A topic is "$BOOK:IDH_NAME$" at the very end of the message,
+/// BOOK and NAME of letters, digits and underscores; every other dollar sign belongs to the text, which may hold
+/// paths.
 [[nodiscard]] inline EventText splitEventText(const std::string& message) {
   EventText plain{message, {}};
   if (message.size() < 2 || message.back() != '$') return plain;

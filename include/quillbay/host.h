@@ -1,5 +1,5 @@
 #pragma once
-/// A ready-made host for programs that have none of their own: an application object that answers everything the
+/// A ready-made host for programs without one: an application object that answers everything the
 /// panel asks for, a sink for its script commands, and a policy for its questions.
 #include <functional>
 #include <memory>
@@ -14,27 +14,28 @@
 
 namespace quillbay {
 
-/// What "IntClearAllRasters" does with the pages that the host holds. Nothing happens, and nobody is asked, before
-/// a preview; a multi-page document stays.
+/// The effect of "IntClearAllRasters" on the pages that the host holds. It has no effect before a preview, and none
+/// on a multi-page document.
 enum class ClearPolicy {
-  Keep,  ///< they stay
-  /// They go; a person is asked first when some are not saved, and may refuse the scan. In a batch they stay.
+  Keep,  ///< all pages are kept
+  /// All are closed. If some are not saved, the user is asked first and may refuse the scan. In a batch they are
+  /// kept.
   Ask,
-  /// The saved ones go. Those that are not saved go only where nobody sits before the program.
+  /// Saved pages are closed; unsaved ones only if the host is not interactive.
   Discard,
 };
 
-/// How much of the log goes to standard error; messages for a person are no part of it.
+/// The level of the log on standard error; messages for users are not part of the log.
 enum class HostLog { Quiet, Warnings, Info, Debug };
 
-/// Answers to questions when nobody sits before the program. What is not named here is answered with No, a retry
-/// question with giving up.
+/// Answers to questions if the host is not interactive. Every other question is answered with No, a retry question
+/// with giving up.
 struct AnswerPolicy {
   bool overwrite = false;      ///< "File ... already exists. Overwrite?"
   bool scanWholeImage = true;  ///< "Could not autodetect bounds, scan whole image?"
 };
 
-/// A message, as the host's program gets it.
+/// A message to the program of the host.
 struct HostMessage {
   EventKind kind = EventKind::Information;
   EventButtons buttons = EventButtons::Ok;
@@ -42,8 +43,8 @@ struct HostMessage {
   std::string text;                      ///< without its help topic
   std::string helpTopic;                 ///< "QBHelp:IDH_MaskEmpty"
   std::string path;                      ///< the file or folder that an event is about; empty without one
-  std::string cause;                     ///< why, in a sentence of its own; empty when it is not known
-  EventAnswer answer = EventAnswer::Ok;  ///< what the policy answers
+  std::string cause;                     ///< the cause, a separate sentence; empty if unknown
+  EventAnswer answer = EventAnswer::Ok;  ///< the answer of the policy
 };
 
 /// A document of the host: the pages of "IntAddRaster".
@@ -53,7 +54,7 @@ struct HostDocument {
   bool saved = false;
 };
 
-/// A page, as the panel or a script hands it to the host's pages.
+/// A page that the panel or a script adds to the pages of the host.
 struct HostPage {
   KxPtr<IRStor> raster;
   std::string file;  ///< the file that holds it (`saved`), or the name that the panel gave it; empty without one
@@ -65,32 +66,32 @@ struct HostPage {
 /// that no other page ever gets. User-interface thread.
 class IHostPages : public IKxUnknown {
  public:
-  /// Takes a page; it is the current one then. Answers its number, or 0 when it was not taken.
+  /// Adds a page and makes it the current one. Answers its number, or 0 if it was refused.
   virtual int Add(const HostPage& page) = 0;
-  /// The page that commands are about; 0 without one.
+  /// The page that commands apply to; 0 without one.
   virtual int GetCurrent() = 0;
   /// Answers 1 and stores the page, or 0 when there is none (any more).
   virtual int GetPage(int id, HostPage* out) = 0;
-  /// Puts a raster in the place of a page's; the page is not saved then. Answers 1, or 0 without the page.
+  /// Replaces the raster of a page, which is then unsaved. Answers 1, or 0 without the page.
   virtual int Replace(int id, IRStor* raster) = 0;
   /// The page was written into a file. Answers 1, or 0 without the page.
   virtual int NoteSaved(int id, const std::string& file) = 0;
-  /// A file was written over: pages that it held are in it no more, unless `NoteSaved` says so afterwards.
+  /// A file was overwritten: its pages are no longer in it, unless `NoteSaved` follows.
   virtual void NoteOverwritten(const std::string&) {}
-  /// Lets go of a page. Answers 1, or 0 without it.
+  /// Closes a page. Answers 1, or 0 without it.
   virtual int Remove(int id) = 0;
   [[nodiscard]] virtual int CountUnsaved() = 0;
-  /// Lets go of all pages, or with `unsavedToo` 0 of those that are saved.
+  /// Closes all pages, or with `unsavedToo` 0 the saved ones.
   virtual void Clear(int unsavedToo) = 0;
 };
 
 struct HostOptions {
   std::string productName = "Quillbay";
-  /// The running program's file; empty: found out. Its folder is the scanner manager's.
+  /// The path of the program; empty: detected. The scanner manager uses its folder.
   std::string modulePath;
   /// Folder of the settings; empty: $XDG_CONFIG_HOME/quillbay.
   std::string configFolder;
-  /// Folder of what a program can lose (the last scanner); empty: $XDG_STATE_HOME/quillbay.
+  /// Folder of data that may be lost (the last scanner); empty: $XDG_STATE_HOME/quillbay.
   std::string stateFolder;
   /// False: saved settings are read, and nothing is ever written.
   bool keepSettings = true;
@@ -99,76 +100,76 @@ struct HostOptions {
   AnswerPolicy answers;
   ClearPolicy clear = ClearPolicy::Keep;
   HostLog log = HostLog::Warnings;
-  /// Takes every message in place of windows and of standard error, and answers it (`HostMessage::answer` is the
-  /// policy's). User-interface thread; already called while the application object is made.
+  /// Receives every message instead of windows and standard error, and answers it (`HostMessage::answer` is the
+  /// policy's). User-interface thread; may be called while the application object is being made.
   std::function<EventAnswer(const HostMessage& message)> onMessage;
-  /// Takes every line that the panel notes (`IEvents::Note`), on whatever thread; empty: they go to the log.
+  /// Receives every line of `IEvents::Note`, on any thread; empty: lines go to the log.
   std::function<void(const std::string& category, const std::string& text)> onNote;
-  /// Told about every file that a script command of the panel wrote a page into ("IntAddPage", "/SaveAs").
+  /// Called for every file that a script command of the panel wrote a page into ("IntAddPage", "/SaveAs").
   std::function<void(const std::string& file)> onSaved;
-  /// Lets the person choose a scanner: stores what opens it and answers true, or false when the person gave up.
+  /// Lets the user choose a scanner: stores its device name and answers true, or false if the user cancelled.
   /// Empty: giving up. A simulated scanner is used only when it is chosen by its name.
   std::function<bool(IScanManager* manager, std::string* device)> chooseScanner;
-  /// The program waits itself for a scanner that is gone (`IScannerWatch`): opening the current one never searches.
+  /// The program watches for a missing scanner (`IScannerWatch`): opening the current one never searches.
   bool watchesScanner = false;
-  /// Shows a page of the manual in a window of the program, and answers that window, or null when it cannot: `page`
-  /// is what `FindManualPage` gives. The window is brought to the front for it, over an open message as well.
-  /// Empty: a plain window.
+  /// Shows a page of the manual in a window of the program and answers that window, or null on failure; `page`
+  /// comes from `FindManualPage`. The window is brought to the front for it, over an open message as well. Empty: a
+  /// plain window.
   std::function<QWidget*(const std::string& page)> showManual;
 };
 
 /// The application object. It answers queries for `IAppInterior`, `IEvents`, `IProfile`, `IParam`, `IIOParams`,
 /// `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`, `IScannerChooser`,
-/// `IScriptServices` and `IScriptCmdSink`, and with a person before it (`HostOptions::interactive`) for `IHelp`.
-/// User-interface thread only, except what `IEvents` and `IIOParams` say.
+/// `IScriptServices` and `IScriptCmdSink`, and, if `HostOptions::interactive`, for `IHelp`.
+/// User-interface thread only, except as `IEvents` and `IIOParams` state.
 ///
-/// Beside the panel's own commands the script sink takes from a program:
+/// Besides the commands of the panel, the script sink accepts from a program:
 /// - "ProcessScript": runs a script over the current page, from the file "FileName", or from the text "Script".
 /// - "Autocorrect": runs the script "FileName", else the one that the profile names (section "Scripts", key
 ///   "Autocorrect"), else the built-in correction.
-/// "_ignore_command_" = 1 makes them do nothing. docs/scripts.md tells the language.
+/// "_ignore_command_" = 1 makes them do nothing. docs/scripts.md describes the language.
 class IHostApp : public IApp {
  public:
-  /// The window that messages belong to; may be null. The host must withdraw it before it goes.
+  /// The window that messages belong to; may be null. The host must withdraw it before it is destroyed.
   virtual void SetMainWindow(QWidget* window) = 0;
   virtual void SetAnswers(const AnswerPolicy& answers) = 0;
   virtual void SetClearPolicy(ClearPolicy clear) = 0;
-  /// Told about every raster that came in ("IntAddRaster"); its page is the document's last.
+  /// Called for every added raster ("IntAddRaster"); its page is the last of the document.
   virtual void SetRasterHandler(std::function<void(const HostDocument&)> handler) = 0;
-  /// Asked when the panel's holder wants to close ("KillCommand"): false keeps it open. Null: it may.
+  /// Called when the holder of the panel is about to close ("KillCommand"): false keeps it open. Null: it closes.
   virtual void SetCloseHandler(std::function<bool()> handler) = 0;
-  /// What the host's own list holds. A page that is saved leaves it when the next one comes.
+  /// The documents of the host's own list. A saved page leaves it when the next page is added.
   [[nodiscard]] virtual std::vector<HostDocument> GetDocuments() = 0;
   /// Sets an option of a file format for this run, over the saved one. Answers 1, or 0 with the reason, which lists
   /// what is allowed, in `*why`.
   virtual int SetFormatOption(std::string_view format, std::string_view key, std::string_view value,
                               std::string* why) = 0;
-  /// The program's pages take the place of the host's own list; null goes back to that one. The program withdraws
-  /// them before they go.
+  /// Replaces the host's own list by the pages of the program; null restores it. The program withdraws them before
+  /// they are destroyed.
   virtual void SetPages(IHostPages* pages) = 0;
 };
 
 /// A new application object. Needs a running QApplication, on its thread. A damaged settings file is set aside
-/// under a new name, with a message; the defaults hold then. Settings are written when the panel or its host saves
-/// them, and what was remembered of the scanner when the object goes.
+/// under a new name, with a message, and defaults are used. Settings are written when the panel or its host saves
+/// them; the remembered scanner is written when the object is destroyed.
 QUILLBAY_API KxPtr<IHostApp> New_HostApp(const HostOptions& options);
 
 /// Where `RecoverPart` puts the pages.
 struct RecoverTarget {
-  std::string file{};       ///< empty: the name that the leftover was written for
+  std::string file{};       ///< empty: the name without ".part"
   bool mayReplace = false;  ///< a file of this name is replaced
-  bool increment = false;   ///< else a counter behind the name is counted on until a name is free
+  bool increment = false;   ///< otherwise a counter after the name is increased until the name is free
 };
 
-/// Publishes the finished pages of a leftover ("NAME.part", or "NAME.part.N" when it was set aside). Answers 1 and
-/// stores the file's name in `*file`, or 0 with the reason in `*why`, and nothing has changed: no such leftover, no
-/// finished page in it, a running program writes it, a target of another format, or a file in the way.
+/// Publishes the finished pages of a part that a killed program left ("NAME.part", or "NAME.part.N"). Answers 1 and
+/// stores the file's name in `*file`, or 0 with the reason in `*why`, and changes nothing: no such part, no
+/// finished page in it, a running program writes it, the target has another format, or it exists.
 QUILLBAY_API int RecoverPart(const std::string& part, const RecoverTarget& target, std::string* file,
                              std::string* why);
 
-/// Reads a length as people type it: in the user's locale and also with a dot, with or without a unit
-/// ("25,4", "25.4 mm", "1 in", "1\"", "2 cm", "3 ft"); without one it is millimetres. Answers 1, or 0 when the text
-/// is no length.
+/// Reads a length that a user typed: in the user's locale and also with a dot, with or without a unit
+/// ("25,4", "25.4 mm", "1 in", "1\"", "2 cm", "3 ft"); without one it is millimetres. Answers 1, or 0 if the text
+/// is not a length.
 QUILLBAY_API int ParseLengthMm(std::string_view text, double* millimetres);
 
 /// The page of the manual, which is part of the library, for a help topic ("QBHelp:IDH_MaskEmpty", or with anything
@@ -176,8 +177,8 @@ QUILLBAY_API int ParseLengthMm(std::string_view text, double* millimetres);
 /// for an empty topic.
 [[nodiscard]] QUILLBAY_API std::string FindManualPage(std::string_view topic);
 
-/// Shows a message over `parent` (may be null) and waits for the answer. Closing the window gives the harmless one:
-/// No, giving up, OK. `help` opens the manual at the message's topic while the message stays; null: no Help button.
+/// Shows a message over `parent` (may be null) and waits for the answer. Closing the window gives the safe answer:
+/// No, giving up, OK. `help` opens the manual at the topic of the message, which stays open; null: no Help button.
 QUILLBAY_API EventAnswer ShowMessageWindow(QWidget* parent, const HostMessage& message,
                                            const std::function<void(const std::string& topic)>& help);
 

@@ -9,13 +9,13 @@ namespace quillbay {
 
 /// Base of every interface that crosses a boundary: counted, and queried by type identity.
 /// Operations are numbered in declared order; these three are 0, 1 and 2 of every interface.
-/// Reference counting is thread-safe; the object itself is only where its interface says so.
+/// Reference counting is thread-safe; the object itself only if its interface states so.
 /// Interfaces live in named namespaces: a query compares `type_info`, also across loaded libraries.
 class IKxUnknown {
  public:
   /// Adds a reference; answers the new count.
   virtual std::uint32_t AddRef() = 0;
-  /// Gives a reference back; answers the new count. The object may be gone afterwards.
+  /// Gives a reference back; answers the new count. The object may be destroyed.
   virtual std::uint32_t Release() = 0;
   /// Stores the object's `wanted` (a pointer to exactly that interface) in `*out` and adds a reference.
   /// Answers non-zero when the object has it; otherwise `*out` is left as it was.
@@ -69,7 +69,7 @@ class KxPtr {
     *this = KxPtr{};
     return &m_p;
   }
-  /// Hands the reference to the caller.
+  /// Passes the reference to the caller.
   [[nodiscard]] I* detach() noexcept { return std::exchange(m_p, nullptr); }
   /// The object's `J`, or empty.
   template <class J>
@@ -112,7 +112,7 @@ int answerQuery(Self* self, const std::type_info& wanted, void** out) {
 
 }  // namespace detail
 
-/// Implements the counted base for an object on the heap: the count starts at 1, the object goes at 0.
+/// Implements the counted base for an object on the heap: the count starts at 1, the object is destroyed at 0.
 template <class... I>
 class CKxUnknownImpl : public I... {
  public:

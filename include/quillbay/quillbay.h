@@ -13,7 +13,7 @@ using HWND = QWidget*;
 
 namespace quillbay {
 
-/// Where all scans of a panel go; fixed for its life.
+/// The destination of all scans of a panel; fixed for its life.
 enum eTarnwellMode : std::int32_t {
   ScanToFile = 0,
   ScanToPrint = 1,
@@ -25,8 +25,8 @@ enum eTarnwellMode : std::int32_t {
 /// Answer of panel operations that need a window when there is none.
 inline constexpr int kNoWindow = 40;
 
-/// The host's handle on a panel; without its window it answers `kNoWindow`. `ApplyParams` and `DoCommand` take
-/// calls of any thread: they are posted. It also answers queries for `IQuillbayControl` and `IRGetSource`.
+/// The host's handle on a panel; without its window it answers `kNoWindow`. `ApplyParams` and `DoCommand` may be
+/// called on any thread: they are posted. It also answers queries for `IQuillbayControl` and `IRGetSource`.
 class IQuillbaySink : public IKxUnknown {
  public:
   /// Switches the synchronisation with the host's view. Answers 32 when the host gave no view.
@@ -48,7 +48,7 @@ class KxDockBar {
  public:
   /// Puts a window into the bar, which owns it from then on, and shows the bar. Answers 1, or 0 without a window. 0
   virtual int Attach(HWND window) = 0;
-  /// The bar's window: the QDockWidget that a host moves, hides or closes. The bar is this window: it goes with it.
+  /// The bar's window: the QDockWidget that a host moves, hides or closes. The bar is destroyed with this window.
   /// 1
   virtual HWND GetWindow() = 0;
 
@@ -64,18 +64,19 @@ class KxDockBar {
 /// its right side when that is a QMainWindow, and otherwise floats. `script` and `out` may be null.
 ///
 /// When the bar is asked to close, `script` gets "KillCommand": an answer other than 0 keeps it open. A bar that
-/// goes without having been asked (with its main window) sends it as well, and goes whatever the answer. A bar that
-/// goes ends its scan; finished pages are kept.
+/// is destroyed with its main window sends it as well, and ignores the answer. A destroyed bar ends its scan;
+/// finished pages are kept.
 ///
-/// Answers null, with a line in the log, and leaves `out` as it was and nothing behind, when there is no
+/// Answers null, with a line in the log, and changes nothing, `out` included, if there is no
 /// application object, no scanner could be connected or the mode is unknown. Needs a running QApplication, on its
 /// thread.
 QUILLBAY_API KxDockBar* New_QuillbayBar(IScriptCmdSink* script, IQuillbaySink** out, eTarnwellMode mode);
 
 /// Makes `app` the application object of the process, until another one is registered; that of `New_HostApp`
-/// registers and withdraws itself. No reference is held: withdraw it before it goes. User-interface thread only.
+/// registers and withdraws itself. No reference is held: withdraw it before it is destroyed. User-interface thread
+/// only.
 QUILLBAY_API void RegisterApp(IApp* app);
-/// The object registered before counts again.
+/// The object registered before becomes the current one again.
 QUILLBAY_API void WithdrawApp(IApp* app);
 
 }  // namespace quillbay

@@ -81,7 +81,7 @@ class IRasterDC : public IKxUnknown {
   virtual std::uint32_t* GetRow(std::int32_t y) = 0;
 };
 
-/// Told about the progress of a long step, and asked whether it shall go on.
+/// Receives the progress of a long step, and may cancel it.
 class IProgress : public IKxUnknown {
  public:
   virtual void SetText(const char* text) = 0;
@@ -90,7 +90,7 @@ class IProgress : public IKxUnknown {
   /// Sets the position (a running number; 0 is the start); answers the one before.
   virtual int SetPosition(int position) = 0;
   virtual void Reset() = 0;
-  /// Non-zero: the person asked to cancel.
+  /// Non-zero: the user cancelled.
   virtual int IsCancelled() = 0;
 };
 

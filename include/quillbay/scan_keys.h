@@ -2,8 +2,8 @@
 #include <string>
 #include <string_view>
 
-/// The names under which settings, scan requests and script commands carry their values. Nobody spells one out
-/// elsewhere. What the numbers mean: scan_mode.h.
+/// The keys of settings, scan requests and script commands. No other file contains them as
+/// literals. For the meaning of the numbers see scan_mode.h.
 namespace quillbay {
 
 /// Keys of scan parameters, of the pages' settings and of scan requests. Compared without regard to case.

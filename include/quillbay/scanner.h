@@ -22,7 +22,7 @@ class IQuillbaySink;
 enum class UnitCommand : int {
   Run = 0,       ///< run the scan that `Scan` armed
   Stop = 1,      ///< stop it; answers at once, `ScanEnded(2)` follows
-  Close = 2,     ///< stop, and let the device rest; the unit stays usable
+  Close = 2,     ///< stop and close the device; the unit stays usable
   IsLoaded = 4,  ///< is a document loaded? non-zero: yes (or the device cannot tell)
   UnloadForward = 5,
   UnloadBack = 6,
@@ -42,10 +42,10 @@ class IQuillbayUnit : public IKxUnknown {
   /// within it, from 50 dpi or the device's minimum above it. Answers their count.
   virtual int GetResolutions(std::vector<UnitResolution>* out, int mode) = 0;
   /// Takes over the settings of `request` and arms a scan for `sink`. Answers 1, or 0 with the reason in the unit's
-  /// `IUnitFault`: a number that is none or out of its range is told, never replaced.
+  /// `IUnitFault`: an invalid number or one out of range is reported, never replaced.
   /// Keys read (see scan_keys.h): `Mode`, `ImageDpi`, `Rect` (top = bottom: to the end of the document; none: the
   /// whole bed), `RequestType`, `BatchMode`, `PaperLength` (used where the device cannot find the document's end),
-  /// `Bursting` (non-zero: a piece of a long document; a piece that begins beyond its end has no lines), `Level` of
+  /// `Bursting` (non-zero: a piece of a long document; a piece that starts after its end has no lines), `Level` of
   /// a black-and-white mode, without it `Threshold`, and `Gamma`.
   virtual int Scan(IScanSink* sink, IParam* request) = 0;
   /// One of `UnitCommand`. `sink` may be null.
@@ -58,7 +58,7 @@ class IQuillbayUnit : public IKxUnknown {
   virtual IConnectionPoint<IScanSink>* GetScanSinks() = 0;
   /// Longest scan in millimetres; 0: no limit.
   virtual double GetMaxLength() = 0;
-  /// 1 always centres the document, 2 never, others: the person chooses.
+  /// 1 always centres the document, 2 never, others: the user chooses.
   virtual int GetCentring() = 0;
 };
 
@@ -73,23 +73,23 @@ class IUnitResolutionRange : public IKxUnknown {
 /// Where a unit takes its documents from.
 enum class UnitSource : int { Flatbed = 0, Feeder = 1, Duplex = 2 };
 
-/// Whether a unit feeds documents by itself, and from where; queried from the unit. User-interface thread.
+/// Whether a unit feeds documents, and from which source; queried from the unit. User-interface thread.
 class IUnitMedia : public IKxUnknown {
  public:
   /// The sources that the device offers, in the order of `UnitSource`. Answers their count; at least one.
   virtual int GetSources(std::vector<UnitSource>* out) = 0;
   /// The one that the next scan uses.
   [[nodiscard]] virtual UnitSource GetSource() = 0;
-  /// Chooses the source of the next scans. Answers 1, or 0 with the reason (which lists what there is) in `*why`,
+  /// Chooses the source of the next scans. Answers 1, or 0 with the reason (which lists the sources) in `*why`,
   /// which may be null.
   virtual int SetSource(UnitSource source, std::string* why) = 0;
-  /// Non-zero when the current source brings the next document by itself and tells when none is left: a batch then
-  /// goes on until it is empty. With 0 somebody has to place every document, and a batch has to ask. A device
-  /// without a choice of sources counts as one without a feeder until it has told that no document is left.
+  /// Non-zero if the current source feeds the next document and reports when it is empty: a batch then continues
+  /// until it is empty. With 0 the user has to place every document, and a batch has to ask. A device without a
+  /// choice of sources counts as one without a feeder until it has reported that no document is left.
   virtual int HasFeeder() = 0;
 };
 
-/// What a unit takes for a key of a request.
+/// The values that a unit accepts for a key of a request.
 struct UnitKeyRange {
   double initial = 0, least = 0, most = 1, step = 1;
 };
@@ -104,7 +104,7 @@ class IUnitKeyRanges : public IKxUnknown {
 
 class IQuillbayUnitEx : public IKxUnknown {
  public:
-  /// Where the keys of the scanner go (`IQuillbaySink::DoCommand` 10-19); null withdraws it.
+  /// The receiver of the scanner's keys (`IQuillbaySink::DoCommand` 10-19); null withdraws it.
   virtual int SetStationSink(IQuillbaySink* sink) = 0;
 };
 
@@ -122,13 +122,13 @@ enum class UnitFaultCode : int {
   Unsupported,
   Invalid,
   Other,
-  NotChosen,  ///< of `IScanManager::GetCurrent`: there are scanners, and somebody has to choose one
+  NotChosen,  ///< of `IScanManager::GetCurrent`: there are several scanners, and the user has to choose one
   NoScanner,  ///< of `IScanManager::GetCurrent`: there is none
 };
 
 struct UnitFault {
   UnitFaultCode code = UnitFaultCode::None;
-  /// A sentence for a person: what failed on which device, and what to do. UTF-8.
+  /// A sentence for users: what failed on which device, and what to do. UTF-8.
   std::string text;
 };
 
@@ -153,25 +153,25 @@ struct UnitOption {
   bool active = true;
   bool settable = true;
   UnitOptionType type = UnitOptionType::Text;
-  std::string group{};                   ///< title of the group that it stands in; may be empty
+  std::string group{};                   ///< title of its group; may be empty
   double least = 0, most = 0, step = 0;  ///< of a number with a range (least < most); step 0: any number
-  int count = 1;                         ///< numbers in the value; several are parted by commas
-  bool advanced = false;                 ///< the driver says that few people need it
-  bool followsRequest = false;           ///< a scan request settles it (mode, resolution, area): not to be set here
+  int count = 1;                         ///< numbers in the value; several are separated by commas
+  bool advanced = false;                 ///< the driver marks it as advanced
+  bool followsRequest = false;           ///< a scan request sets it (mode, resolution, area): cannot be set here
 };
 
-/// The device's own options, where it has any: what a dialog of device settings is made of. Setting one may change
-/// the values, ranges and activity of others: read them anew afterwards. User-interface thread.
+/// The options of the device, if it has any, for a dialog of device settings. Setting one may change
+/// the values, ranges and activity of others: read them again afterwards. User-interface thread.
 class IUnitOptions : public IKxUnknown {
  public:
   [[nodiscard]] virtual std::vector<UnitOption> GetOptions() = 0;
-  /// What the user wants for the device's option; kept apart from what the device took and applied again before
-  /// every scan. A button is pressed once, whatever the value. Answers 1, or 0 with the reason (which lists what is
-  /// allowed) in `*why`.
+  /// Sets the value that the user wants. It is stored separately from the value of the device and applied again
+  /// before every scan. A button is pressed once, whatever the value. Answers 1, or 0 with the reason (which lists
+  /// the allowed values) in `*why`.
   virtual int SetOption(std::string_view name, std::string_view value, std::string* why) = 0;
-  /// Writes what was set since the unit was opened, a text under each option's name. Answers 1.
+  /// Writes the options set since the unit was opened, a text under each option's name. Answers 1.
   virtual int SaveOptions(IParam* out) = 0;
-  /// Sets what `SaveOptions` wrote. What the device does not take (any more) is left out, with a line in the log.
+  /// Sets the options that `SaveOptions` wrote. Those that the device refuses are skipped, with a line in the log.
   /// Answers 1.
   virtual int LoadOptions(IParam* in) = 0;
 };
@@ -179,18 +179,18 @@ class IUnitOptions : public IKxUnknown {
 /// A scanner as the manager lists it.
 class IScan : public IKxUnknown {
  public:
-  /// The scanner's name for a person and for its settings.
+  /// The scanner's name for users and for its settings.
   [[nodiscard]] virtual std::string GetName() = 0;
 };
 
 /// A listed device.
 struct ScannerEntry {
-  std::string device;  ///< what opens it: "test:0", "net:host:...", "sim:width=900"
+  std::string device;  ///< the device name: "test:0", "net:host:...", "sim:width=900"
   std::string vendor, model, type;
-  std::string serial{};  ///< what an open device tells; lists have none
+  std::string serial{};  ///< of an open device; lists have none
 };
 
-/// How long the list of devices may take, in seconds; after that it has what was found until then.
+/// The longest time for the list of devices, in seconds; it then has the devices found so far.
 inline constexpr int kListLimitSeconds = 15;
 
 /// Finds, remembers and opens scanners. A simulated scanner never stands in for a real one: it is opened only when
@@ -198,20 +198,20 @@ inline constexpr int kListLimitSeconds = 15;
 class IScanManager : public IKxUnknown {
  public:
   /// The devices, listed in a helper process; takes seconds. Simulated ones come last.
-  /// Answers 1, or 0 with the reason in `*why`; what was found before stays in `*out`.
+  /// Answers 1, or 0 with the reason in `*why`; the devices found so far are in `*out`.
   virtual int List(std::vector<ScannerEntry>* out, std::string* why) = 0;
   /// The current scanner with a reference, opened at the first call: the device that was set, else the one of
   /// SANE_DEFAULT_DEVICE, else the remembered one (found again by vendor, model and name when it is gone under its
   /// old name), else the only real one that is listed. Never null: without a scanner that could be opened it lacks
-  /// `IQuillbayUnit` and tells why by `IUnitFault`: `NotChosen` (several are listed; `GetChoices` has them),
-  /// `NoScanner`, or what failed. Nothing is listed for a host that watches (`new_IScanManagerEx`, 2): without a
+  /// `IQuillbayUnit` and reports why by `IUnitFault`: `NotChosen` (several are listed; `GetChoices` has them),
+  /// `NoScanner`, or the fault. Nothing is listed for a host that watches (`new_IScanManagerEx`, 2): without a
   /// known scanner it gets `NotChosen` and no choices at once.
   virtual IScan* GetCurrent() = 0;
   /// Makes a device the current one; nothing is opened yet. Answers 1, or 0 for an empty or malformed string
   /// (reason in `*why`).
   virtual int SetCurrent(std::string_view device, std::string* why) = 0;
-  /// Lets the person choose (through the application's `IScannerChooser`). Answers 1 when another was chosen, 0
-  /// when the person gave up or nobody can be asked.
+  /// Lets the user choose (through the application's `IScannerChooser`). Answers 1 when another was chosen, 0
+  /// if the user cancelled or cannot be asked.
   virtual int Choose(int reason) = 0;
   /// Gives the manager the folder of the host's program, and the store of its settings (null: nothing is kept).
   virtual int Initialise(std::string_view folder, IParam* settings, int flags) = 0;
@@ -226,40 +226,40 @@ class IScanManager : public IKxUnknown {
   virtual int GetChoices(std::vector<ScannerEntry>* out) = 0;
 };
 
-/// Finds a scanner that went away and came back; queried from the manager.
+/// Finds a scanner that was disconnected and connected again; queried from the manager.
 class IScannerWatch : public IKxUnknown {
  public:
-  /// Stores what the current scanner is known by. Answers 1, or 0 when none is known, or it is a simulated one,
-  /// which never goes away. User-interface thread.
+  /// Stores the identity of the current scanner. Answers 1, or 0 if none is known, or it is a simulated one, which
+  /// is never missing. User-interface thread.
   virtual int GetWanted(ScannerEntry* out) = 0;
-  /// Looks, in a helper process, whether the scanner is there: under its name, also when no driver lists it, or
-  /// under another one with the same vendor, model and type. Takes seconds; any thread. `stopped` (may be empty) is
-  /// asked some times a second whether to give up. Answers 1 with the device in `*found`, or 0 (`*why` holds the
-  /// reason when the looking failed).
+  /// Searches for the scanner in a helper process: under its name, also if no driver lists it, or under another
+  /// name with the same vendor, model and type. Takes seconds; any thread. `stopped` (may be empty) is called
+  /// several times a second and ends the search. Answers 1 with the device in `*found`, or 0 (`*why` holds the
+  /// reason if the search failed).
   virtual int Find(const ScannerEntry& lost, ScannerEntry* found, std::string* why,
                    const std::function<bool()>& stopped) = 0;
-  /// Opens what `Find` found as the current scanner; its name and settings stay its own. Answers 1, or 0 with the
-  /// reason in `*why`: the current scanner is an unavailable one then. User-interface thread.
+  /// Opens the device of `Find` as the current scanner, which keeps its name and settings. Answers 1, or 0 with the
+  /// reason in `*why`: the current scanner is then unavailable. User-interface thread.
   virtual int Reopen(const ScannerEntry& found, std::string* why) = 0;
-  /// `IScanManager::List` that can be given up: `stopped` is asked some times a second. Answers 0 when it was, with
-  /// what was found until then.
+  /// `IScanManager::List` that can be cancelled: `stopped` is called several times a second. Answers 0 if it ended
+  /// the search, with the devices found so far.
   virtual int ListUntil(std::vector<ScannerEntry>* out, std::string* why, const std::function<bool()>& stopped) = 0;
 };
 
-/// How a host lets the person choose a scanner.
+/// The host's dialog for the choice of a scanner.
 class IScannerChooser : public IKxUnknown {
  public:
-  /// Stores the chosen device in `*device`. Answers 1, or 0 when the person gave up.
+  /// Stores the chosen device in `*device`. Answers 1, or 0 if the user cancelled.
   virtual int ChooseScanner(IScanManager* manager, std::string* device) = 0;
 };
 
-/// A scanner manager for a host. `flags` 1: simulated scanners are listed as well; 2: the host watches for scanners
-/// that are gone (`IScannerWatch`), so that `GetCurrent` tries the device under its own name only and never lists
+/// A scanner manager for a host. `flags` 1: simulated scanners are listed as well; 2: the host watches for missing
+/// scanners (`IScannerWatch`), so that `GetCurrent` tries the device under its own name only and never lists
 /// devices.
 QUILLBAY_API KxPtr<IScanManager> new_IScanManagerEx(IApp* app, int flags);
 
-/// Whether a device string opens a simulated scanner: its keys, their values, and the begin of its picture files,
-/// which are read. Answers 1, or 0 with the reason (one line for a person) in `*why`. Any thread.
+/// Whether a device string opens a simulated scanner: its keys, their values, and its picture files, whose start
+/// is read. Answers 1, or 0 with the reason (one line for users) in `*why`. Any thread.
 QUILLBAY_API int CheckSimulatedDevice(std::string_view device, std::string* why);
 
 }  // namespace quillbay

@@ -5,10 +5,10 @@
 #include "quillbay/param.h"
 #include "quillbay/raster.h"
 
-/// What a program or the panel may hear of the scripts that a host runs. User-interface thread.
+/// Reports of the scripts that a host runs, for programs and the panel. User-interface thread.
 namespace quillbay {
 
-/// Told what a script does, line by line.
+/// Receives the log of a script, line by line.
 class IScriptLogSink : public IKxUnknown {
  public:
   /// `line` is UTF-8 and ends in a line feed.
@@ -19,22 +19,22 @@ class IScriptLogSink : public IKxUnknown {
 class IScriptProgressFactory : public IKxUnknown {
  public:
   /// A progress for one run of the script `name`, with a reference; null for none. Before each command it gets
-  /// `Reset` and `SetText` with the command; positions run from 0 to 1000, or steps come where no end is known.
+  /// `Reset` and `SetText` with the command; positions run from 0 to 1000, or steps are made if the end is unknown.
   /// `IsCancelled` ends the script. It is called on the user-interface thread, and may dispatch events there.
   virtual IProgress* CreateProgress(const char* name) = 0;
 };
 
-/// Told about the files that a script could not process.
+/// Receives the files that a script could not process.
 class IScriptErrorSink : public IKxUnknown {
  public:
   /// `file` is the picture that was worked on, or the script when there was none. `parameters` are those of the
   /// command that ran the script and of the script's line ("DontProcessErrors" among them when it was given), and
-  /// "Script", "Line", "Command" and "Error". `cancelled` is non-zero when a person gave up: the file may be good.
+  /// "Script", "Line", "Command" and "Error". `cancelled` is non-zero if the user cancelled: the file may be good.
   virtual void FileFailed(const char* file, IParam* parameters, int cancelled) = 0;
 };
 
 /// Where to register; queried from the application object. Sinks may leave at any time, also while they are called.
-/// All logs and error collectors hear everything; of the progress factories the one that came last is used.
+/// All logs and error collectors receive everything; the progress factory registered last is used.
 class IScriptServices : public IKxUnknown {
  public:
   [[nodiscard]] virtual KxPtr<IConnectionPoint<IScriptLogSink>> GetLogs() = 0;

@@ -38,8 +38,8 @@ class ILinearUnit : public IKxUnknown {
   virtual int FormatPattern(double value, const char* pattern, char* buffer, int size) = 0;
   virtual int Reserved8() = 0;
   virtual int Reserved9() = 0;
-  /// Reads what people type in their locale, with or without a unit ("25,4", "25.4 mm", "1 in"); the answer is in
-  /// this unit. Answers 1, or 0 when the text is no length. 10
+  /// Reads what users type in their locale, with or without a unit ("25,4", "25.4 mm", "1 in"); the answer is in
+  /// this unit. Answers 1, or 0 if the text is not a length. 10
   virtual int ParseValue(const char* text, double* value) = 0;
   virtual int Reserved11() = 0;
   virtual int GetDecimals() = 0;        // 12
@@ -49,16 +49,16 @@ class ILinearUnit : public IKxUnknown {
   virtual std::string GetSymbol() = 0;  // 16
 };
 
-/// What a text is as a length.
+/// The reading of a text as a length.
 struct LengthReading {
   enum class Kind {
     Length,
-    None,       ///< no length
-    Ambiguous,  ///< two lengths: its mark may part a fraction or a group of three digits
+    None,       ///< not a length
+    Ambiguous,  ///< two lengths: its mark may separate a fraction or a group of three digits
   };
   Kind kind = Kind::None;
   double value = 0;           ///< of a length
-  std::string first, second;  ///< of an ambiguous one: its readings, each as nobody can mistake it
+  std::string first, second;  ///< of an ambiguous one: its readings, each written without ambiguity
 };
 
 /// What a linear unit of a host may offer besides: reads with a field's range in view. Without it the panel asks

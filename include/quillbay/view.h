@@ -65,7 +65,7 @@ class IKxViewDC : public IKxUnknown {
 
 class IKxViewPort;
 
-/// Asked and told about changes of a view's transform.
+/// May refuse changes of a view's transform, and is notified of them.
 class IKxViewZoomSink : public IKxUnknown {
  public:
   /// Before a change; 0 refuses it. 3
@@ -85,7 +85,7 @@ class IKxViewPaintReactor : public IKxUnknown {
   virtual int Paint(IKxViewPort* view, IKxViewDC* dc, int flags) = 0;
   /// Everything was painted. 5
   virtual int Painted(IKxViewPort* view) = 0;
-  /// The view's window is about to go. 6
+  /// The window of the view is about to be destroyed. 6
   virtual int Closing(IKxViewPort* view) = 0;
   /// The document rectangle (mm, top < bottom) of what is drawn. Answers 1, or 0 when there is nothing. 7
   virtual int GetArea(IKxViewPort* view, tagRRECT* out) = 0;
@@ -94,7 +94,7 @@ class IKxViewPaintReactor : public IKxUnknown {
 /// Buttons and keys that are down during a mouse message.
 enum KxMouseFlags : int { kMouseLeft = 1, kMouseRight = 2, kMouseShift = 4, kMouseControl = 8, kMouseMiddle = 16 };
 
-/// Told about the mouse over an active view. Points are in document millimetres.
+/// Receives the mouse events of an active view. Points are in document millimetres.
 class IKxViewMouseReactor : public IKxUnknown {
  public:
   virtual int MouseLeave() = 0;                                      // 3
@@ -144,7 +144,7 @@ class IKxViewKeySink : public IKxUnknown {
 ///
 /// Others join in through four connection points, queried from it: `IConnectionPoint<IKxViewZoomSink>`,
 /// `...<IKxViewPaintReactor>`, `...<IKxViewMouseReactor>` and `...<IKxViewKeySink>`. Operations answer 1, or 0 when
-/// they did nothing (the transform was refused, or the window is gone).
+/// they did nothing (the transform was refused, or the window is destroyed).
 class IKxViewPort : public IKxUnknown {
  public:
   /// Asks for a repaint of a document rectangle, grown by a pixel, or of everything (null). 3
@@ -200,7 +200,7 @@ class IKxViewPort : public IKxUnknown {
 /// Commands of a view, queried from it.
 class ICmdProcess : public IKxUnknown {
  public:
-  /// `at` goes to the client's centre; the scale becomes the base scale times |factor|. 3
+  /// `at` moves to the client's centre; the scale becomes the base scale times |factor|. 3
   virtual int ZoomByFactor(double factor, const tagRPOINT& at) = 0;
 };
 

@@ -43,9 +43,9 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
         m_part(PartRegistry::instance().take(m_fileName)) {
     m_joined = m_part && m_part->isBatch();
     if (m_joined) return;
-    m_part = nullptr;  // a single page that could not be published: it is set aside like any leftover
+    m_part = nullptr;  // a single page that could not be published: it is renamed like any old part
     if (format->paged && fio::exists(m_fileName)) {
-      fio::testWritable(m_fileName);  // added to, or replaced: the kind of save tells
+      fio::testWritable(m_fileName);  // the kind of save decides between adding and replacing
       return;
     }
     m_part = createPart(format, m_fileName);
@@ -152,7 +152,7 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
     try {
       publishPart(*m_part, m_fileName, m_page.mayReplace);
     } catch (...) {
-      keep();  // for PublishPart, once the reason is gone
+      keep();  // for PublishPart, when the cause is removed
       throw;
     }
   }

@@ -49,7 +49,7 @@ void loadModule(const fs::path& path, std::vector<const QbFormat*>* formats) {
     logLine(LogLevel::Error, kCategory,
             path.string() + (module ? " is a format module of another version; install the one of this program"
                                     : " is not a format module"));
-    return;  // stays loaded: code of it may already run
+    return;  // it is not unloaded: its code may already run
   }
   for (int i = 0; i < module->count; ++i) {
     formats->push_back(module->formats[i]);

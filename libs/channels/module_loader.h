@@ -18,7 +18,7 @@ namespace quillbay {
 /// The format of a file name's extension, or null.
 [[nodiscard]] const QbFormat* formatForName(std::string_view fileName);
 
-/// The format of a file that begins with these bytes, or null.
+/// The format of a file that starts with these bytes, or null.
 [[nodiscard]] const QbFormat* formatForContent(const std::uint8_t* head, std::size_t size);
 
 }  // namespace quillbay

@@ -98,7 +98,7 @@ PageFile::~PageFile() {
   if (m_fd >= 0) ::close(m_fd);
 }
 
-/// The lock tells other programs that the file is being written; it ends with the file or the program.
+/// The lock shows other programs that the file is being written; it ends with the file or the program.
 void PageFile::lock(Mode mode) {
   if (mode == Mode::Read) return;
   if (::flock(m_fd, LOCK_EX | LOCK_NB) == 0) {

@@ -19,7 +19,7 @@ class WriteHook {
 };
 void setWriteHook(WriteHook* hook);
 
-/// A file that grows page by page, such that its finished pages stay whole whenever the program is killed:
+/// A file that grows page by page, so that finished pages survive a kill of the program at any time:
 /// - a page is appended; changes to bytes that are already there (`patch`) are held back;
 /// - `endPage` makes the appended bytes safe on the device first and applies the changes then;
 /// - `dropPage` forgets the changes and cuts the file back.
@@ -40,7 +40,7 @@ class PageFile {
   PageFile& operator=(const PageFile&) = delete;
 
   [[nodiscard]] const std::string& path() const noexcept { return m_path; }
-  /// The file goes under another name from now on.
+  /// The file has another name from now on.
   void renamed(std::string path) { m_path = std::move(path); }
   [[nodiscard]] std::int64_t size() const noexcept { return m_size; }
   /// The error number that sticks; 0 when all is well.

@@ -112,7 +112,7 @@ class PageSaver {
     m_file.beginPage(page, m_options.edge());
   }
 
-  /// A stored raster knows its height; a running scan only what it was told.
+  /// A stored raster knows its height; a running scan only the announced one.
   [[nodiscard]] std::int64_t expectedLines() const {
     if (m_request.expectedLines > 0) return m_request.expectedLines;
     return query<IStripeReader>(m_raster) ? 0 : std::max<std::int64_t>(m_raster->GetHeight(), 0);

@@ -58,7 +58,7 @@ std::unique_ptr<WritingFile> createPart(const QbFormat* format, const std::strin
     try {
       return std::make_unique<WritingFile>(format, partName(fileName), fileName, PageFile::Mode::Create);
     } catch (const CXFileException& e) {
-      // Another program was faster; whether it is alive tells the next look.
+      // Another program was faster; the next check shows whether it still runs.
       if (e.systemError() != EEXIST || attempt >= 3) throw;
     }
   }
@@ -122,7 +122,7 @@ std::string SetAsideLeftover(const std::string& fileName) {
   const std::string part = partName(fileName);
   if (!fio::exists(part)) return {};
   try {
-    const PageFile held(part, PageFile::Mode::Append);  // its lock: nobody starts to write it meanwhile
+    const PageFile held(part, PageFile::Mode::Append);  // its lock: no program starts to write it meanwhile
     for (int i = 1;; ++i) {
       std::string aside = part + "." + std::to_string(i);
       try {

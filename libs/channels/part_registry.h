@@ -12,7 +12,7 @@ namespace quillbay {
 [[nodiscard]] std::string partName(const std::string& fileName);
 
 /// The parts that belong to this program's running batches and that no channel holds at the moment, each kept open
-/// and locked: the next page goes on where the last one ended. Any thread.
+/// and locked: the next page continues where the last one ended. Any thread.
 class PartRegistry {
  public:
   static PartRegistry& instance();
@@ -25,13 +25,13 @@ class PartRegistry {
   std::map<std::string, std::unique_ptr<WritingFile>> m_parts;
 };
 
-/// A new, locked NAME.part; a leftover of that name is set aside first. Throws CXFileException.
+/// A new, locked NAME.part; an old part of that name is renamed first. Throws CXFileException.
 [[nodiscard]] std::unique_ptr<WritingFile> createPart(const QbFormat* format, const std::string& fileName);
 
 /// Syncs the part and gives it its final name. Throws CXFileException; the part then stays as it is.
 void publishPart(WritingFile& part, const std::string& fileName, bool mayReplace);
 
-/// Deletes the part's file; logs what goes wrong.
+/// Deletes the file of the part; logs a failure.
 void deletePart(WritingFile& part) noexcept;
 
 }  // namespace quillbay

@@ -24,7 +24,7 @@ class PictureFile {
 
   [[nodiscard]] const std::string& path() const noexcept { return m_file.path(); }
   [[nodiscard]] int pageCount() const { return m_format->reader_pages(m_reader); }
-  /// Asked every few megabytes of the file whether to go on; null: nobody is asked. Outlives the reading.
+  /// May cancel, every few megabytes of the file; may be null. Outlives the reading.
   void setProgress(IProgress* progress) noexcept { m_progress = progress; }
 
   /// Goes to the first line of page `page` (from 0). Throws CXFileException, CXMemException.

@@ -87,7 +87,7 @@ class Loader {
     context->SetPalette(entries, count);
   }
 
-  /// After line `y`: tells how far it is, and leaves when the user wants to.
+  /// After line `y`: reports the progress, and returns if the user cancelled.
   void advance(std::int32_t y) {
     if ((y + 1) % m_askEvery != 0) return;
     m_progress.SetPosition(y + 1);

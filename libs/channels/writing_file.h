@@ -17,7 +17,7 @@ class WritingFile {
   WritingFile& operator=(const WritingFile&) = delete;
 
   [[nodiscard]] PageFile& file() noexcept { return m_file; }
-  /// A batch goes on with it.
+  /// A batch continues with it.
   [[nodiscard]] bool isBatch() const noexcept { return m_batch; }
   void setBatch() noexcept { m_batch = true; }
   /// Pages that are complete, the one that waits for `endPage` included. Throws CXFileException for a damaged file.

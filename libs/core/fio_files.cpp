@@ -71,7 +71,7 @@ void testTarget(const std::string& path) {
   }
 }
 
-/// Advice for the errors that a person can do something about.
+/// Advice for errors that the user can correct.
 const char* advisedText(int error) noexcept {
   switch (error) {
     case ENOSPC: return "no space left on the device: delete something there or choose a folder on another device";

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::string_view kDelimiters = "/\\";
 
-/// Where the file name begins.
+/// Where the file name starts.
 std::size_t nameStart(std::string_view path) noexcept {
   const std::size_t last = path.find_last_of(kDelimiters);
   return last == std::string_view::npos ? 0 : last + 1;

@@ -10,7 +10,7 @@
 namespace quillbay {
 namespace {
 
-// Quietly: the caller gets it too, to tell the person once.
+// Quietly: the caller gets it too, and reports it once.
 void logDamaged(const DamagedFile& damaged) { logLine(LogLevel::Info, "quillbay.core", damaged.text()); }
 
 /// The tree that the file holds now, nothing without a file. Throws StoreFormatError when it is damaged.

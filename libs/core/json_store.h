@@ -12,13 +12,13 @@ struct DamagedFile {
   std::string path;
   std::string aside;   ///< its new name; empty when it stayed where it was
   std::string reason;  ///< what is wrong with it, or why it could not be renamed
-  /// The message for the person: both names, the reason, and that defaults are used.
+  /// The message for the user: both names, the reason, and that defaults are used.
   [[nodiscard]] std::string text() const;
 };
 
 /// A parameter set that lives between runs in one JSON file (store_json.h has the format). Several processes may
 /// have the same file open: saving takes a lock, reads the file again and changes in it only the keys that this
-/// process set differently or removed, so that nobody loses what he wrote. Of two that write one key the last one
+/// process set differently or removed, so that no process loses its changes. Of two that write one key the last one
 /// wins. Objects as values stay in memory. Not thread-safe.
 class JsonStore {
  public:

@@ -29,7 +29,7 @@ void writeToStandardError(LogLevel level, const char* category, std::string_view
   std::string_view rest = line;
   while (!rest.empty()) {
     const ssize_t written = ::write(STDERR_FILENO, rest.data(), rest.size());
-    if (written <= 0) return;  // nowhere is left where this could be told
+    if (written <= 0) return;  // there is no other place to report this
     rest.remove_prefix(static_cast<std::size_t>(written));
   }
 }

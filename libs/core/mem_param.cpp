@@ -79,7 +79,7 @@ class MemParam final : public CKxUnknownImpl<IParam> {
   int Remove(std::string_view key) override {
     const auto found = findNamed(m_values, key);
     if (found == m_values.end()) return 0;
-    const CKxVariant kept = std::move(found->second);  // an object that goes with its value may call back
+    const CKxVariant kept = std::move(found->second);  // an object that is destroyed with its value may call back
     m_values.erase(found);
     return 1;
   }

@@ -25,7 +25,7 @@ struct ParamTree {
   ParamTree& store(std::string_view name);
   void removeStore(std::string_view name);
 
-  /// Writes all values and nested sets over those of `set`; what is missing here stays there.
+  /// Writes all values and nested sets over those of `set`; entries missing here are kept there.
   void writeTo(IParam* set) const;
 };
 

@@ -26,14 +26,14 @@ int publishNew(const std::string& from, const std::string& to) noexcept {
 
 int publishOver(const std::string& from, const std::string& to) noexcept {
   struct stat info {};
-  // The person agreed to lose a file, not a device or a pipe.
+  // The user agreed to replace a file, not a device or a pipe.
   if (::lstat(to.c_str(), &info) == 0 && !S_ISREG(info.st_mode) && !S_ISLNK(info.st_mode)) {
     return S_ISDIR(info.st_mode) ? EISDIR : ENOTSUP;
   }
   return ::rename(from.c_str(), to.c_str()) == 0 ? 0 : errno;
 }
 
-/// Makes a new name last through a power failure. The file has its name already, so an error is only told.
+/// Makes a new name last through a power failure. The file has its name already, so an error is only reported.
 void syncFolder(const std::string& folder) {
   const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
   const bool synced = fd >= 0 && ::fsync(fd) == 0;

@@ -8,7 +8,7 @@
 namespace quillbay {
 namespace {
 
-/// Tells the person once: aloud in the log only where nobody listens.
+/// Reports to the user once; as a warning in the log only without a listener.
 void tellOrLog(const StoreMessage& tell, const std::string& text) {
   logLine(tell ? LogLevel::Info : LogLevel::Error, "quillbay.core", text);
   if (tell) tell(text);

@@ -8,10 +8,10 @@
 
 namespace quillbay {
 
-/// Takes a message for the person: a settings file was damaged, or could not be read or written.
+/// Takes a message for the user: a settings file was damaged, or could not be read or written.
 using StoreMessage = std::function<void(const std::string& text)>;
 
-/// A store with what its file holds. Never throws over the file: what is wrong is told to `tell` (which may be
+/// A store with what its file holds. Never throws over the file: faults are reported to `tell` (which may be
 /// empty) and logged, and the set is empty. A file that could not be read is also not written later.
 [[nodiscard]] std::shared_ptr<JsonStore> openStore(const std::string& path, JsonStore::Mode mode,
                                                    const StoreMessage& tell);

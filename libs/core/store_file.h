@@ -11,7 +11,7 @@ namespace quillbay {
 /// lock of a process that died is taken over. The folder must exist.
 class StoreLock {
  public:
-  /// Waits up to ten seconds. Throws CXFileException that says who holds the lock, or why there is none.
+  /// Waits up to ten seconds. Throws CXFileException with the holder of the lock, or the reason why there is none.
   explicit StoreLock(const std::string& path);
   ~StoreLock();
   StoreLock(const StoreLock&) = delete;

@@ -86,7 +86,7 @@ void putTree(QJsonObject& object, const ParamTree& tree, int depth) {
   object.insert(kStores, stores);
 }
 
-// --- reading; `where` names the place for the person who edited the file
+// --- reading; `where` names the place for the user who edited the file
 
 QByteArray base64Of(const QJsonValue& value, std::string_view where) {
   const auto decoded =

@@ -13,7 +13,7 @@ std::atomic<Translator> g_translator{nullptr};
 
 constexpr char lowerAscii(char c) noexcept { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; }
 
-/// from_chars takes no plus sign, but a person's "+1.5" is a number.
+/// from_chars takes no plus sign, but a user's "+1.5" is a number.
 std::string_view withoutPlus(std::string_view text) noexcept {
   if (text.size() > 1 && text[0] == '+' && text[1] != '-' && text[1] != '+') text.remove_prefix(1);
   return text;

@@ -44,7 +44,7 @@ void CDockBar::floatAtFirst() {
   resize(sizeHint().boundedTo(screen()->availableSize()));
 }
 
-/// A window that lets go may have taken the bar with it.
+/// A window that releases the bar may have destroyed it.
 BarAnswer CDockBar::askWindow() {
   static_assert(kDockBarClosing == QEvent::User + 101);
   if (!widget()) return BarAnswer::Closes;

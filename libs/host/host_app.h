@@ -77,7 +77,7 @@ class CHostApp final : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerCho
 
   HostOptions m_options;
   const KxPtr<CAppForwarder> m_forwarder;
-  const KxPtr<CHostHelp> m_help;  // null when nobody sits before the program
+  const KxPtr<CHostHelp> m_help;  // null if the host is not interactive
   const KxPtr<CHostEvents> m_events;
   KxPtr<CHostProfile> m_profile;
   KxPtr<CIOParams> m_io;

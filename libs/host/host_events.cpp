@@ -52,7 +52,7 @@ int CHostEvents::Event(int code, const char* detail, int buttons) {
   if (!text.empty() && !cause.empty()) text += ": ";
   const EventKind kind = code == kEventNextDocument ? EventKind::Question : EventKind::Information;
   HostMessage message = makeMessage(static_cast<int>(kind), "", buttons, m_answers);
-  message.text = text + cause;  // not parted at dollar signs: a path may hold some
+  message.text = text + cause;  // not separated at dollar signs: a path may hold some
   message.event = code;
   message.path = subject.path;
   message.cause = cause;

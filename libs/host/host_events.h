@@ -8,8 +8,8 @@
 
 namespace quillbay {
 
-/// The host's messages: to the program's handler, to windows when a person is there, otherwise to standard error,
-/// with the policy's answer. User-interface thread, except `Note` and `AskText`.
+/// The host's messages: to the program's handler, to windows if the host is interactive, otherwise to standard
+/// error, with the policy's answer. User-interface thread, except `Note` and `AskText`.
 class CHostEvents final : public CKxUnknownImpl<IEvents> {
  public:
   /// `help` is what the messages' Help button opens; null without a manual.

@@ -22,7 +22,7 @@ struct LengthRange {
   [[nodiscard]] bool holds(double mm) const noexcept { return mm >= least && mm <= most; }
 };
 
-/// Reads a length that a user types into a field, as `parseLength`, and with groups of three digits: parted by
+/// Reads a length that a user types into a field, as `parseLength`, and with groups of three digits: separated by
 /// blanks, or by the mark that is not the locale's decimal mark. A dot with three digits behind it, where the
 /// decimal mark is the comma, may be either: it groups when the range excludes the fraction, else the text is
 /// ambiguous. An empty text is 0. The value is in millimetres.

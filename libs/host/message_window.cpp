@@ -47,7 +47,7 @@ QDialogButtonBox::StandardButtons buttonsOf(EventButtons kind) {
   return QDialogButtonBox::Ok;
 }
 
-/// What Return answers: nothing that a person could regret.
+/// What Return answers: the answer that loses nothing.
 QDialogButtonBox::StandardButton defaultOf(EventButtons kind) {
   switch (kind) {
     case EventButtons::YesNo: return QDialogButtonBox::No;

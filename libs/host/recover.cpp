@@ -55,7 +55,7 @@ void drop(const std::string& path) noexcept {
   std::filesystem::remove(path, ignored);
 }
 
-/// Publishes across file systems: a copy beside the target gets its name, then the leftover goes.
+/// Publishes across file systems: a copy in the folder of the target gets its name, then the part is deleted.
 void publishCopy(const std::string& part, const std::string& name, const std::string& file, bool mayReplace) {
   const std::string copy = file + std::string(kPart);
   std::error_code error;

@@ -81,7 +81,7 @@ void ScriptRun::takeCurrent() {
   m_work.name = page.file.empty() ? formatText(Supp_Translate("page %d"), {toText(std::int64_t{id})}) : page.file;
 }
 
-/// What stands against running the script at all; empty when nothing does.
+/// The reason against running the script; empty without one.
 std::string ScriptRun::check(const std::vector<ScriptStep>& steps) const {
   bool hasPage = !m_work.rasters.empty();
   std::vector<std::string> written;
@@ -122,7 +122,7 @@ bool ScriptRun::run(const std::vector<ScriptStep>& steps) {
   }
   m_progress = m_world.services->makeProgress(m_title);
   const bool done = perform(steps) && commit();
-  m_progress = nullptr;  // its window goes before a message comes
+  m_progress = nullptr;  // closes its window before a message opens
   log(formatText(Supp_Translate(done ? "Script %s: done" : "Script %s: not done; the document is as it was"),
                  {m_title}));
   tellFailures();
@@ -272,7 +272,7 @@ bool ScriptRun::isAsItWas(const Work& work) const {
 }
 
 bool ScriptRun::commit() {
-  // Pages that a script opened last, and did not close, stay in the document.
+  // Pages that a script opened last, and did not close, are kept in the document.
   bool done = true;
   m_kept.push_back(std::move(m_work));
   for (const Work& work : m_kept) done = commit(work) && done;

@@ -22,17 +22,17 @@ struct ScriptWorld {
 [[nodiscard]] bool mayReplaceFile(IEvents* events, const std::string& file);
 
 /// One run of a script. The current page, and what "/Open" brings, are worked on aside; the document changes at the
-/// end, when no command failed. Files that were written before a failure stay.
+/// end, when no command failed. Files that were written before a failure are kept.
 ///
-/// A command that fails on a file that the script opened ends the work on this file: the script goes on with the
+/// A command that fails on a file that the script opened ends the work on this file: the script continues with the
 /// next "/Open". One that fails on the document's own page ends the script. Everything that failed is told in one
 /// message. User-interface thread; a progress may dispatch events meanwhile, and other scripts may run therein: a
-/// page that was changed or closed by then stays as it is, and the script is told as failed.
+/// page that was changed or closed by then stays as it is, and the script is reported as failed.
 class ScriptRun {
  public:
   /// `title` is how messages call the script; `parameters` (may be null) are those of the command that runs it.
   ScriptRun(ScriptWorld world, std::string title, IParam* parameters);
-  /// False when something failed, or was given up.
+  /// False if something failed or was cancelled.
   bool run(const std::vector<ScriptStep>& steps);
   /// Tells of a script that cannot be run at all.
   void refuse(const std::string& script, const std::string& why);
@@ -43,7 +43,7 @@ class ScriptRun {
     int page = 0;
     std::vector<KxPtr<IRStor>> rasters;
     KxPtr<IRStor> before;  // what the page was when the script began
-    std::string name;      // for a person: the file, or what the page is called
+    std::string name;      // for the user: the file, or what the page is called
     std::string file;      // that holds it, when it is saved
     bool changed = false;  // another raster than the document or the file has
     bool saved = false;

@@ -84,7 +84,7 @@ ScriptWorld CHostScriptSink::world() const {
 }
 
 bool CHostScriptSink::clearRasters(IParam* arguments) {
-  // No page comes after a preview or a connection; what a multi-page document has stays.
+  // No page comes after a preview or a connection; the pages of a multi-page document are kept.
   const bool noPageComes = paramInt(arguments, script_key::Prescan) || paramInt(arguments, script_key::Connect);
   if (m_clear == ClearPolicy::Keep || noPageComes || paramInt(arguments, script_key::MultiPage)) return true;
   const auto held = pages();
@@ -92,7 +92,7 @@ bool CHostScriptSink::clearRasters(IParam* arguments) {
     held->Clear(m_parts.events->interactive() ? 0 : 1);
     return true;
   }
-  if (paramInt(arguments, script_key::BatchScan)) return true;  // nobody shall be asked in the middle of it
+  if (paramInt(arguments, script_key::BatchScan)) return true;  // no questions during a batch
   if (held->CountUnsaved() > 0) {
     const std::string text =
         Supp_Translate("Some scanned pages are not saved. Discard them?$QBHelp:IDH_DiscardPages$");

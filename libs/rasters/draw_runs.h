@@ -21,7 +21,7 @@ class RunReducer {
 
   /// Adds a source line to the row; `weight` in parts of 256.
   void addLine(const RunView& line, std::uint32_t weight);
-  /// Writes the row, one 0xffRRGGBB per column, and begins the next one.
+  /// Writes the row, one 0xffRRGGBB per column, and starts the next one.
   void finishRow(std::uint32_t* out);
 
  private:
@@ -31,7 +31,7 @@ class RunReducer {
   double m_gain;
   std::uint32_t m_low = 0, m_high = 0;  // source pixels that any column shows, inclusive
   std::vector<std::int64_t> m_part;     // ink of pixels that a run covers in part, in parts of 2^16 of the weight
-  std::vector<std::int64_t> m_step;     // where whole coverage begins and ends
+  std::vector<std::int64_t> m_step;     // where whole coverage starts and ends
   std::uint64_t m_totalWeight = 0;
   InkColors m_colors;
 };

@@ -12,7 +12,7 @@ constexpr std::uint32_t kWholeLines = 257;
 constexpr std::uint64_t kSmallWeight = 1U << 23;
 /// The same for floats, whose products of 24 bits are less exact.
 constexpr float kFloatHalf = 0.5F + 1e-4F;
-/// A half, and a little more: what is exactly between two tones goes up, whatever the product was rounded to.
+/// A half, and a little more: what is exactly between two tones is rounded up, whatever the product was rounded to.
 constexpr double kHalf = 0.5 + 1e-7;
 /// The largest weight whose sum of 255s fits 32 bits.
 constexpr std::uint32_t kSumWeight = 0xFFFFFFFFU / 255;

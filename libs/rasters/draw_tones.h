@@ -55,7 +55,7 @@ class ToneReducer {
 
   /// Adds a source line (from its pixel 0) to the row; `weight` in parts of 256.
   void addLine(const std::uint8_t* line, std::uint32_t weight);
-  /// Writes the row, one 0xffRRGGBB per column, and begins the next one.
+  /// Writes the row, one 0xffRRGGBB per column, and starts the next one.
   void finishRow(std::uint32_t* out);
   /// A row that shows one source line, when columns show one source pixel each: no sums needed.
   void copyRow(const std::uint8_t* line, std::uint32_t* out);

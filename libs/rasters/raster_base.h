@@ -64,8 +64,8 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
   int getPalette(KXRGBQUAD* out);
   int setPalette(const KXRGBQUAD* entries, int count);
 
-  /// Adds lines without blanking them: what they hold is not known until each was written, which whoever adds them
-  /// does before the raster is handed on. Throws CXMemException.
+  /// Adds lines without blanking them: what they hold is not known until each was written, which the code that adds
+  /// them does before the raster is handed on. Throws CXMemException.
   void addUnsetLines(std::int32_t count);
 
   /// Appends the lines of a stripe of the same width and kind of lines, without blanking them first.
@@ -74,7 +74,7 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
  protected:
   RasterBase(KxColorSpace colorSpace, std::int32_t width, std::uint32_t dpi);
 
-  /// Makes room up to `lines` lines. Throws CXMemException; what there is stays.
+  /// Makes room up to `lines` lines. Throws CXMemException; the contents are kept.
   virtual void reserveLines(std::int32_t lines) = 0;
   /// Whitens lines for which there is room.
   virtual void blankLines(std::int32_t first, std::int32_t count) = 0;
@@ -97,7 +97,7 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
     return m_colorSpace == KxColorSpace::Four ? m_width / 2 * 2 : m_width;
   }
   void publishHeight(std::int32_t lines) noexcept { m_height.store(lines, std::memory_order_release); }
-  /// Counts a change; only the writer does, so it need not be one step. Never comes back to 0.
+  /// Counts a change; only the writer does, so it need not be one step. Never returns to 0.
   void countChange() noexcept {
     const int before = m_generation.load(std::memory_order_relaxed);
     m_generation.store(before % std::numeric_limits<int>::max() + 1, std::memory_order_relaxed);

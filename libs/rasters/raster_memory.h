@@ -18,7 +18,7 @@ struct RasterPolicy {
 /// Bytes of memory that all rasters of the process hold now, scratch files not counted. Any thread.
 [[nodiscard]] std::int64_t rasterMemoryInUse() noexcept;
 
-/// Zeroed memory that counts towards the budget and is given back to the system when it goes.
+/// Zeroed memory that counts towards the budget and is returned to the system when the object is destroyed.
 class BudgetedMemory {
  public:
   /// Null when `bytes` more would exceed `budgetBytes`, or the system has none.

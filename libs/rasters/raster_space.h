@@ -10,7 +10,7 @@
 namespace quillbay {
 
 /// All the room of one raster: memory while the process's budget allows it, then a scratch file mapped into memory.
-/// Everything goes when the raster goes. Used by the raster's writer only.
+/// Everything is deleted with the raster. Used by the raster's writer only.
 class RasterSpace {
  public:
   explicit RasterSpace(RasterPolicy policy) : m_policy(std::move(policy)) {}

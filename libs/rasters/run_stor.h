@@ -6,8 +6,8 @@
 namespace quillbay {
 
 /// Run lists (codes 1 and 2). Lists are appended to segments one after another; an index of 64-bit offsets finds
-/// them. A list that is replaced by a longer one is appended anew, and its old place stays unused. Lines without a
-/// list of their own are blank and cost eight bytes.
+/// them. A list that is replaced by a longer one is appended again, and its old place is not used again. Lines
+/// without a list of their own are blank and cost eight bytes.
 class CRunStor final : public RasterBase {
  public:
   /// Throws CXMemException when there is no room for the index of `height` lines.

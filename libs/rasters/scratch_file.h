@@ -7,8 +7,8 @@ namespace quillbay {
 
 /// A file without a name: its space is free again when it is closed, also when the process is killed.
 /// When its pages go to the disk is left to the system: starting that early made filling a large raster two to
-/// three times as slow, and most rasters are gone before it is due. Used by one thread; what it maps may be read by
-/// any.
+/// three times as slow, and most rasters are destroyed before it is due. Used by one thread; what it maps may be
+/// read by any.
 class ScratchFile {
  public:
   /// Throws CXFileException when the folder is missing or not writable, and when it lives in memory (tmpfs, ramfs)

@@ -31,7 +31,7 @@ class SegmentStore {
   [[nodiscard]] std::size_t segmentBytes() const noexcept { return m_segmentBytes; }
   /// Segments that there are. Writer only.
   [[nodiscard]] std::uint64_t count() const noexcept { return m_count; }
-  /// Grows to `count` segments, zeroed. Throws CXMemException; what there is stays.
+  /// Grows to `count` segments, zeroed. Throws CXMemException; the contents are kept.
   void grow(std::uint64_t count);
   /// A segment's bytes. Any thread.
   [[nodiscard]] std::uint8_t* at(std::uint64_t segment) const;

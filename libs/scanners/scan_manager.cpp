@@ -108,7 +108,7 @@ KxPtr<IScan> ScanManager::openSane(const ScannerEntry& entry, const std::string&
   return scan;
 }
 
-// Opens a listed device in the place of the one that was lost. The drivers may have to be told to look again.
+// Opens a listed device in the place of the one that was lost. The drivers may have to search again.
 KxPtr<IScan> ScanManager::openAs(const ScannerEntry& lost, const ScannerEntry& found, UnitFault* fault) {
   const bool isKnown = lost.device == remembered().device;
   const std::string kept = isKnown ? paramString(m_settings.get(), "Name") : "";
@@ -204,7 +204,7 @@ int ScanManager::Find(const ScannerEntry& lost, ScannerEntry* found, std::string
     *found = candidate;
     return 1;
   }
-  m_others.clear();  // device strings are given anew: next time they are all looked at again
+  m_others.clear();  // device strings are assigned again: next time all are examined again
   return 0;
 }
 
@@ -252,7 +252,7 @@ std::string ScanManager::GetScannerName(IScan* scanner) {
 int ScanManager::Remember() {
   if (!m_settings) return 0;
   const bool isOpen = m_current && m_current.as<IQuillbayUnit>();
-  if (m_current && !isOpen) return 0;  // nobody wants to meet a scanner again that could not be opened
+  if (m_current && !isOpen) return 0;  // a scanner that could not be opened is not remembered
   const ScannerEntry known = isOpen ? entry() : wanted();
   if (known.device.empty()) return 0;
   const std::string name = isOpen ? m_current->GetName() : known.device;

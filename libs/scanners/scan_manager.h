@@ -15,7 +15,7 @@ namespace quillbay {
 /// The scanner manager. User-interface thread only, except `Find`.
 ///
 /// Its settings store has "Device" (what opens the scanner), "Vendor", "Model", "Type" and "Serial" (what it is
-/// found again by when the device string has changed) and "Name" (its name for its own settings, which stays
+/// found again by when the device string has changed) and "Name" (its name for its settings, which is kept
 /// although the device string changes).
 class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
  public:
@@ -59,7 +59,7 @@ class ScanManager final : public CKxUnknownImpl<IScanManager, IScannerWatch> {
   KxPtr<IParam> m_settings;
   std::string m_set;                        // by SetCurrent; empty: none
   ScannerEntry m_entry;                     // of the scanner that could not be opened, or has no finder
-  std::vector<ScannerEntry> m_choices;      // that nobody has chosen from yet
+  std::vector<ScannerEntry> m_choices;      // not chosen from yet
   std::shared_ptr<ScannerFinder> m_finder;  // of the SANE scanner that is open
   KxPtr<IScan> m_current;
 };

@@ -15,7 +15,7 @@ constexpr double kAnyNumber = 2147483647;
 
 std::string plain(double whole) { return toText(static_cast<std::int64_t>(whole)); }
 
-// Reads one key after another; the first that is wrong is told.
+// Reads one key after another; reports the first wrong one.
 class Reader {
  public:
   explicit Reader(IParam* set) : m_set(set) {}

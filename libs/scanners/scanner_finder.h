@@ -14,7 +14,7 @@ namespace quillbay {
 /// any thread.
 class ScannerFinder {
  public:
-  /// `app` may be null; it is told what was found. `folder` is the one of the host's program.
+  /// `app` may be null; it gets a message about the scanner found. `folder` is the one of the host's program.
   ScannerFinder(KxPtr<IApp> app, std::string folder, ScannerEntry entry);
 
   [[nodiscard]] ScannerEntry entry() const;
@@ -22,7 +22,7 @@ class ScannerFinder {
   /// Lists the devices in the helper process and answers the one that the scanner is now; none when it is nowhere,
   /// several might be it, or `stopped` said so.
   [[nodiscard]] std::optional<ScannerEntry> find(const std::function<bool()>& stopped) const;
-  /// The scanner was opened as `found`: it is known by that from now on, and the host is told.
+  /// The scanner was opened as `found`: it is known by this name from now on, and the host gets a message.
   void take(const ScannerEntry& found);
 
  private:
@@ -48,7 +48,7 @@ class ScannerFinder {
 /// (busy, no access) is there.
 [[nodiscard]] bool mayBeElsewhere(const UnitFault& fault) noexcept;
 
-/// What an open device tells as its serial number; empty when it tells none.
+/// The serial number that an open device reports; empty without one.
 [[nodiscard]] std::string serialOf(IScan* scanner);
 
 /// Says that a scanner is back; `app` may be null.

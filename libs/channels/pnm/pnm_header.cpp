@@ -41,7 +41,7 @@ void ByteStream::take(std::uint8_t* out, std::size_t size) {
       (void)fill();
       continue;
     }
-    // A long line goes straight to where it is wanted.
+    // A long line is read directly into its target.
     const auto direct = static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(size)));
     m_file.read(m_position, out, direct);
     m_position += static_cast<std::int64_t>(direct);

@@ -29,7 +29,7 @@ class ByteStream {
 /// What the head of a portable anymap says: P1 to P3 are plain text, P4 to P6 raw; bits, grey, colour.
 struct PnmHeader {
   int kind = 0;                        ///< 1 to 6
-  std::int32_t width = 0, height = 0;  ///< a file whose writing was not ended says 0 lines
+  std::int32_t width = 0, height = 0;  ///< an incomplete file has 0 lines
   std::int32_t most = 1;               ///< the sample that is white, 1 to 65535
   [[nodiscard]] bool isPlain() const noexcept { return kind < 4; }
   [[nodiscard]] bool isBitonal() const noexcept { return kind == 1 || kind == 4; }

@@ -7,7 +7,7 @@
 
 namespace quillbay {
 
-/// A page on its way into a file: raw (P4 to P6), lines as they come. The height stands in a field of fixed width,
+/// A page on its way into a file: raw (P4 to P6), lines as they come. The height has a field of fixed width,
 /// 0 until the page is complete; writing it is the one change to what was there before, so that a file whose
 /// writing was cut short is never taken for a whole one.
 class PnmPage {

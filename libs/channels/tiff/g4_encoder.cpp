@@ -74,7 +74,7 @@ void putLine(BitWriter& out, const std::int32_t* line, const std::int32_t* above
   std::int32_t a0 = -1;
   bool black = false;
   while (a0 < width) {
-    // `line` stands at the next change of this line, `above` at a change of the line above to the other colour.
+    // `line` is at the next change of this line, `above` at a change of the line above to the other colour.
     while (*above <= a0 && *above < width) above += 2;
     const std::int32_t a1 = line[0], b1 = above[0], b2 = above[1];
     if (b2 < a1) {

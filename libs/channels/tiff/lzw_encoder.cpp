@@ -8,7 +8,7 @@ namespace {
 constexpr std::uint32_t kClear = 256;
 constexpr std::uint32_t kEnd = 257;
 constexpr std::uint32_t kFirstFree = 258;
-constexpr std::uint32_t kFull = 4094;  // the table is started anew at this code
+constexpr std::uint32_t kFull = 4094;  // the table is started again at this code
 
 class CodeWriter {
  public:
@@ -27,7 +27,7 @@ class CodeWriter {
     m_width = 9;
     m_free = kFirstFree;
   }
-  /// A string got the next code. Answers it, or 0 when the table was full and starts anew.
+  /// A string got the next code. Answers it, or 0 when the table was full and starts again.
   std::uint32_t added() noexcept {
     const std::uint32_t code = m_free++;
     if (m_free == kFull) {

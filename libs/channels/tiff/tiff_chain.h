@@ -11,11 +11,11 @@ struct TiffState {
   bool started = false;     ///< it has a header
   bool big = false;         ///< BigTIFF
   bool bigEndian = false;   ///< its byte order
-  std::int64_t linkAt = 0;  ///< where the offset of the next directory goes
+  std::int64_t linkAt = 0;  ///< place of the offset of the next directory
   std::int32_t pages = 0;
 };
 
-/// Follows the chain of directories, two short reads each; `offsets` (may be null) gets where they begin.
+/// Follows the chain of directories, two short reads each; `offsets` (may be null) gets where they start.
 /// An empty file is not started. Throws ModuleError for a file that is damaged or cut off; `offsets` has the pages
 /// before then.
 [[nodiscard]] TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets);

@@ -175,7 +175,7 @@ class ContentFinder {
     return paper;
   }
 
-  /// How far in from one side the paper begins: the least of the lines that go in from there, but for a few.
+  /// How far in from one side the paper starts: the least of the lines that go in from there, but for a few.
   template <class At>
   int depthOfBed(int lines, int depth, At at, PIX* bed) const {
     // A white corner's edge may run along the line nearly, and its soft step is long then.
@@ -187,7 +187,7 @@ class ContentFinder {
       const int white = i;
       while (i < depth && i < white + step && !at(bed, line, i)) ++i;
       if (i >= depth) continue;
-      if (!at(bed, line, i)) {  // paper from the edge on; white paper cannot be told from a white corner
+      if (!at(bed, line, i)) {  // paper from the edge on; white paper cannot be distinguished from a white corner
         if (white == 0 || !m_whitePaper) depths.push_back(white);
         continue;
       }

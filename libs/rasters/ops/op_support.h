@@ -18,7 +18,7 @@ class OpProgress {
  public:
   /// `progress` may be null and outlives this.
   OpProgress(IProgress* progress, std::int64_t total);
-  /// Work up to `done` units was done. False when the person wants to cancel.
+  /// Work up to `done` units was done. False if the user cancelled.
   [[nodiscard]] bool reached(std::int64_t done);
 
  private:

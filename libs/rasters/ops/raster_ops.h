@@ -10,11 +10,11 @@
 /// what is held of it is a band of lines, whatever its length.
 ///
 /// `progress` may be null. An operation sets positions from 0 up to `kOpSteps`, and answers null (or nothing) soon
-/// after the person has asked to cancel. It is called on the calling thread only; the source's lines are read on
+/// after the user has asked to cancel. It is called on the calling thread only; the source's lines are read on
 /// several threads at once.
 ///
 /// Throws CXMemException when memory or scratch space ran out, CXIFaceException for what cannot be done with this
-/// raster (the text says why).
+/// raster (the text gives the reason).
 namespace quillbay {
 
 /// Position of the progress at the end of an operation.
@@ -43,8 +43,8 @@ inline constexpr int kOpSteps = 1000;
 
 /// Removes dark specks of up to `millimetres` (above 0, at most 10) width and height: of bitonal rasters whole
 /// 8-connected components, of others spots that are clearly darker than all that surrounds them, which take on the
-/// ground's colour. Lines stay, however thin. Throws CXIFaceException for a size out of range, which in pixels ends
-/// at 1024: so many lines are held.
+/// ground's colour. Lines are kept, however thin. Throws CXIFaceException for a size out of range, which in pixels
+/// ends at 1024: so many lines are held.
 [[nodiscard]] KxPtr<IRStor> despeckleRaster(IRStor* source, double millimetres, IProgress* progress);
 
 /// The angle that straightens the content when it is given to `rotateRaster`: radians, clockwise positive, within

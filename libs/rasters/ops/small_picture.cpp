@@ -51,7 +51,7 @@ PixPtr madePix(PIX* pix) {
 }
 
 SmallPicture drawSmall(IRStor& source, const KxRect& part, double scale, IProgress* progress) {
-  // It tells its failures on standard error as well as by its answers.
+  // It prints its failures to standard error and returns them as well.
   static const bool quiet = setMsgSeverity(L_SEVERITY_NONE) >= 0;
   (void)quiet;
   const auto drawing = KxPtr<IRStorDraw>::adopt(source.GetDrawing());

@@ -31,7 +31,7 @@ std::uint32_t SpeckFinder::root(std::uint32_t component) noexcept {
 
 std::uint32_t SpeckFinder::join(std::uint32_t a, std::uint32_t b) noexcept {
   if (a == b) return a;
-  if (a > b) std::swap(a, b);  // the older one stays
+  if (a > b) std::swap(a, b);  // the older one is kept
   Component& kept = m_components[a];
   const Component& gone = m_components[b];
   kept.bounds = unite(kept.bounds, gone.bounds);
@@ -72,7 +72,7 @@ void SpeckFinder::collectEnded() {
     const std::uint32_t component = root(run.component);
     const Component& c = m_components[component];
     if (c.large || c.bounds.bottom != m_lines) continue;
-    // A component may have many runs in a line: it is told once, by the last one.
+    // A component may have many runs in a line: it is reported once, by the last one.
     const auto told = std::find_if(m_ended.rbegin(), m_ended.rend(), [&](const Speck& s) {
       return s.component == component || s.bounds.right + m_size < static_cast<std::int32_t>(run.first);
     });

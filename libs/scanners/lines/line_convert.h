@@ -31,7 +31,7 @@ struct ToneCurves {
 
 /// The palette of mode 6 while a scan has none of its own: entries 0-215 are the cube of the levels 0, 51, 102,
 /// 153, 204 and 255 (red slowest, blue fastest), 216-255 forty greys spread between black and white. A colour goes
-/// to the nearest entry, told apart by its upper 5 bits a channel.
+/// to the nearest entry, by its upper 5 bits per channel.
 class FixedPalette {
  public:
   [[nodiscard]] static const FixedPalette& instance();

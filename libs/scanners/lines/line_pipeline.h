@@ -40,7 +40,7 @@ class LinePipeline {
 
   /// The colour space of the stripes.
   [[nodiscard]] KxColorSpace colorSpace() const noexcept;
-  /// Whether a device line is a stripe line as it stands.
+  /// Whether a device line is a stripe line without conversion.
   [[nodiscard]] bool isDirect() const noexcept;
   /// Direct only: room for up to `*lines` consecutive lines in the current stripe.
   [[nodiscard]] std::uint8_t* lineRoom(std::int32_t* lines);

@@ -29,7 +29,7 @@ class StripePool {
 /// The stripe that units hand on. Three shapes:
 /// - lines of equal length in one block, filled in place (`data`, `setLineCount`), without a copy;
 /// - run lists, appended one after another into one block (`appendRuns`);
-/// - packed bitonal lines, filled in place like the first; their run lists are made when somebody asks for them.
+/// - packed bitonal lines, filled in place like the first; their run lists are made on demand.
 /// Filled by one thread; not changed any more once it was handed to a sink.
 class CStripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines, IPackedLines> {
  public:
@@ -85,7 +85,7 @@ class CStripe final : public CKxUnknownImpl<IScanBuffer, IContiguousLines, IPack
   std::size_t m_blockBytes;
   StripePool::Block m_block;
   std::int32_t m_lines = 0;
-  std::vector<std::size_t> m_offsets;  // run lists: where each line begins in the block
+  std::vector<std::size_t> m_offsets;  // run lists: where each line starts in the block
   std::size_t m_used = 0;              // run lists: bytes used of the block
   std::once_flag m_runsMade;           // packed: guards the making of the next, and of the offsets
   std::vector<std::uint32_t> m_runs;   // packed: the run lists, in words

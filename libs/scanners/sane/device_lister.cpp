@@ -94,7 +94,7 @@ int spawnHelper(const std::string& path, const std::string& unlisted, int output
   return error;
 }
 
-// Reads to the end of the output; false when the limit came first, or nobody wants it any more.
+// Reads to the end of the output; false if the limit came first, or it was cancelled.
 bool readAll(int fd, Clock::time_point limit, const std::function<bool()>& stopped, std::string* text) {
   char piece[4096];
   for (;;) {

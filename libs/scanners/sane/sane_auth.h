@@ -8,15 +8,15 @@
 namespace quillbay {
 
 /// User names and passwords for SANE resources. The environment (QUILLBAY_SANE_USER, QUILLBAY_SANE_PASSWORD) comes
-/// first; otherwise a person is asked, once per resource, and the answer serves every later request for it, until
-/// `forget`. Thread-safe; no lock is held while the person is asked.
+/// first; otherwise the user is asked, once per resource, and the answer serves every later request for it, until
+/// `forget`. Thread-safe; no lock is held while the user is asked.
 class SaneAuth {
  public:
-  /// Asks for a line of text (`secret`: hidden); false when nobody answered.
+  /// Asks for a line of text (`secret`: hidden); false without an answer.
   using Ask = std::function<bool(const std::string& prompt, bool secret, std::string* answer)>;
 
   /// Stores what SANE wants for `resource`, which may carry "$MD5$" and a random text: then the password is
-  /// "$MD5$" and the digest of that text and the password. Both stay empty when nobody knows.
+  /// "$MD5$" and the digest of that text and the password. Both are empty if unknown.
   void answer(std::string_view resource, const Ask& ask, std::string* user, std::string* password);
   /// Drops the answers, so that the next request asks again: they were refused.
   void forget();

@@ -139,7 +139,7 @@ std::uint32_t SaneCore::prepare(const ScanRequest& request) {
     const std::lock_guard lock(m_mutex);
     wanted = m_wanted;
   }
-  // Within a batch the feeder goes on with the next sheet; setting options would end it.
+  // Within a batch the feeder continues with the next sheet; setting options would end it.
   if (m_batchOpen && request.isBatch && request == m_lastRequest && wanted == m_lastWanted) return m_lastDpi;
   endBatch();
   m_lastDpi = applyRequest(*m_device, request, wanted);
@@ -266,7 +266,7 @@ void SaneCore::deliverEnd(KxPtr<IScanSink> sink, int status) {
 bool SaneCore::isLoaded() {
   bool loaded = true;
   {
-    // Told once: whether the person has loaded the feeder since, only the next start can tell.
+    // Reported once: only the next start shows whether the user has loaded the feeder.
     const std::lock_guard lock(m_mutex);
     loaded = !std::exchange(m_wasEmpty, false);
   }
@@ -359,7 +359,7 @@ bool SaneCore::setOption(std::string_view name, std::string_view value, std::str
   }
   try {
     SaneThread::instance().call(m_app.get(), [&] {
-      if (!m_device->mayAsk()) return;  // the next scan opens it anew
+      if (!m_device->mayAsk()) return;  // the next scan opens it again
       endBatch();
       if (m_device->settable(name)) m_device->set(name, parsed);
       learn();

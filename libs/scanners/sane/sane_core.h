@@ -16,7 +16,7 @@
 
 namespace quillbay {
 
-/// What a SANE unit does, shared by the unit and its running scan, so that a unit may be given up while its last
+/// What a SANE unit does, shared by the unit and its running scan, so that a unit may be destroyed while its last
 /// notification is still being delivered. Made by `open`.
 ///
 /// Threads: everything but the private functions may be called on any thread. The device is touched on the SANE
@@ -76,7 +76,7 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
   ScanRequest m_lastRequest;  // of an open batch
   WantedOptions m_lastWanted;
   std::uint32_t m_lastDpi = 0;
-  bool m_isLost = false;  // the last scan failed as if the device had gone: it is opened anew before the next
+  bool m_isLost = false;  // the device seems to be disconnected: it is opened again before the next scan
 
   std::atomic<bool> m_stop{false};
   std::atomic<bool> m_isClosed{false};   // a lost device could not be opened again so far
@@ -94,7 +94,7 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
   bool m_isRunning = false;
   int m_jobs = 0;  // scans whose last notification was not delivered yet
   bool m_hasToldEmpty = false;
-  bool m_wasEmpty = false;  // the feeder was empty at the last start, and nobody was told yet
+  bool m_wasEmpty = false;  // the feeder was empty at the last start, not reported yet
 };
 
 }  // namespace quillbay

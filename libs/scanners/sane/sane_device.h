@@ -37,8 +37,8 @@ class SaneDevice {
   /// The same, only when it can be set now.
   [[nodiscard]] const SaneOption* settable(std::string_view name) const noexcept;
 
-  /// Sets an option. When the driver says that others changed, all are read again; otherwise its own value, since a
-  /// driver may take another value than it was given. Throws UnitFaultException that names the option.
+  /// Sets an option. If the driver reports that others changed, all are read again; otherwise its own value, since
+  /// a driver may take another value than it was given. Throws UnitFaultException that names the option.
   void set(std::string_view name, const SaneValue& value);
   void setNumber(std::string_view name, double number);
   void setText(std::string_view name, std::string_view text);

@@ -41,7 +41,7 @@ struct SaneOption {
 [[nodiscard]] double fromWord(SANE_Value_Type type, SANE_Word word) noexcept;
 [[nodiscard]] SANE_Word toWord(SANE_Value_Type type, double number) noexcept;
 
-/// The option as text for a person.
+/// The option as text for the user.
 [[nodiscard]] UnitOption describeOption(const SaneOption& option);
 
 /// A value for an option, ready for the device.
@@ -49,7 +49,7 @@ struct SaneValue {
   std::vector<SANE_Word> words;
   std::string text;
 };
-/// Parses a person's text ("yes", "300", "1,2,3", "Flatbed"; texts of a list without regard to case). Answers false
+/// Parses a user's text ("yes", "300", "1,2,3", "Flatbed"; texts of a list without regard to case). Answers false
 /// with the reason, which lists what is allowed, in `*why`.
 [[nodiscard]] bool parseSaneValue(const SaneOption& option, std::string_view text, SaneValue* out,
                                   std::string* why);

@@ -141,7 +141,7 @@ std::size_t SanePage::readSome(std::uint8_t* to, std::size_t room) {
     if (got > 0) return static_cast<std::size_t>(got);
     // Nothing yet, although reads block: some drivers poll. Do not spin.
     std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    // The network driver's reads do block; it says "nothing yet" again and again only when its server has gone.
+    // The network driver's reads do block; it reports "nothing yet" repeatedly only if its server is gone.
     if (empty == kEmptyReadsOfGone && m_device.isRemote())
       checkSane(SANE_STATUS_IO_ERROR, m_device.name(), SaneStep::Read);
   }

@@ -24,7 +24,7 @@ class SanePage {
     int threshold = 128;
     const KXRGBQUAD* curves = nullptr;
     std::optional<tagRRECT> area{};  ///< mm: cut out of what the device delivers
-    bool readsToEnd = false;         ///< also when no more is wanted: a feeder goes on only from there
+    bool readsToEnd = false;         ///< also when no more is wanted: a feeder continues only from there
     bool isPrescan = false;          ///< smaller stripes, so that a picture grows while it is scanned
   };
   /// `stop` becomes true when the scan is to end, on any thread.

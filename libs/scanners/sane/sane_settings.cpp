@@ -25,7 +25,7 @@ const std::string* wantedValue(const WantedOptions& wanted, std::string_view nam
   return nullptr;
 }
 
-// Sets an option from a person's text; false when it is not active now.
+// Sets an option from a user's text; false when it is not active now.
 bool applyWanted(SaneDevice& device, const std::string& name, const std::string& text) {
   const SaneOption* option = device.settable(name);
   if (!option) return false;

@@ -10,7 +10,7 @@
 
 namespace quillbay {
 
-/// Options that the person set, by name, in the order they were set.
+/// Options that the user set, by name, in the order they were set.
 using WantedOptions = std::vector<std::pair<std::string, std::string>>;
 
 /// Whether an option follows from the scan request (mode, resolution, area), so that it cannot be set by name.
@@ -23,7 +23,7 @@ struct ModeNames {
 };
 [[nodiscard]] ModeNames modeNames(const SaneOption* mode);
 
-/// Sets the device up for a scan: source, mode, depth, the person's options, page size, area, resolution (which is
+/// Sets the device up for a scan: source, mode, depth, the user's options, page size, area, resolution (which is
 /// last, since setting others resets it with some drivers; a device that counts the area in pixels gets it after
 /// the resolution). Answers the resolution that the device took, in dpi. Throws UnitFaultException.
 ///
@@ -32,7 +32,7 @@ struct ModeNames {
 /// request's length, since a flatbed delivers what it is asked for.
 std::uint32_t applyRequest(SaneDevice& device, const ScanRequest& request, const WantedOptions& wanted);
 
-/// Whether the device can be told which area to scan; otherwise it delivers what it has.
+/// Whether the device takes a scan area; otherwise it delivers its whole area.
 [[nodiscard]] bool takesArea(const SaneDevice& device);
 
 }  // namespace quillbay

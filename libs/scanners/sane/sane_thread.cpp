@@ -93,7 +93,7 @@ void SaneThread::call(IApp* app, const std::function<void()>& work) {
     question.done = true;
     m_progress.notify_all();
   }
-  const std::exception_ptr error = std::exchange(task->error, nullptr);  // goes on this thread alone
+  const std::exception_ptr error = std::exchange(task->error, nullptr);  // destroyed on this thread only
   lock.unlock();
   if (error) std::rethrow_exception(error);
 }
@@ -112,7 +112,7 @@ void SaneThread::runTask(Task& task) {
     if (!task.hasCaller) logLine(LogLevel::Error, "quillbay.scanner", e.what());
     task.error = std::current_exception();
   }
-  task.work = nullptr;  // what it held goes on this thread, before the caller goes on
+  task.work = nullptr;  // destroys its captures on this thread, before the caller continues
 }
 
 void SaneThread::startDrivers() {

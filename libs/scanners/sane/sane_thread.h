@@ -21,8 +21,8 @@ class SaneThread {
   static SaneThread& instance();
 
   /// Runs `work` there and waits; what it throws is thrown here. Passwords that SANE asks for meanwhile are asked
-  /// for on the calling thread, through the `IEvents` of `app` (may be null: nobody is asked). From the thread
-  /// itself: runs at once.
+  /// for on the calling thread, through the `IEvents` of `app` (may be null: then without a password). From the
+  /// thread itself: runs at once.
   void call(IApp* app, const std::function<void()>& work);
   /// Runs `work` there later. It must not throw. Passwords are asked for on the SANE thread.
   void post(KxPtr<IApp> app, std::function<void()> work);
@@ -31,7 +31,7 @@ class SaneThread {
   void beginScan() noexcept { ++m_scans; }
   void endScan() noexcept { --m_scans; }
   [[nodiscard]] bool isScanning() const noexcept { return m_scans > 0; }
-  /// Devices that are open; told by `SaneDevice`, on the thread.
+  /// The number of open devices; `SaneDevice` sets it, on the thread.
   void deviceOpened() noexcept { ++m_devices; }
   void deviceClosed() noexcept { --m_devices; }
   /// On the thread: takes the drivers down and up again, since many know only the devices that they found when they

@@ -16,7 +16,7 @@ SaneUnit::SaneUnit(std::shared_ptr<SaneCore> core, std::string name)
 
 SaneUnit::~SaneUnit() {
   m_core->stop();
-  // A sink that lets go of the unit within a notification is on the SANE thread: the scan ends after it returned.
+  // A sink that releases the unit within a notification is on the SANE thread: the scan ends after it returned.
   if (!SaneThread::instance().isCurrent()) m_core->waitUntilIdle();
   m_core->close();
 }

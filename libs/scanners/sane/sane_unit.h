@@ -49,7 +49,7 @@ class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   int SetSource(UnitSource source, std::string* why) override;
   int HasFeeder() override { return GetSource() != UnitSource::Flatbed ? 1 : 0; }
 
-  /// The level of the black-and-white modes; it begins where the device's own threshold stands.
+  /// The level of the black-and-white modes; it starts where the device's own threshold stands.
   int GetKeyRange(std::string_view key, UnitKeyRange* out) override;
 
  private:

@@ -70,7 +70,7 @@ SimBed::SimBed(const SimConfig& config, std::int64_t page, std::uint32_t dpi, st
   const Paper paper = paperOf(config, page);
   SimTransform transform{paper.x * m_scale, paper.y * m_scale, paper.cosine, paper.sine, m_scale};
   if (!paper.image.empty() && config.skew == 0) {
-    // On the grid, so that an image at its own resolution comes back pixel by pixel.
+    // On the grid, so that an image at its own resolution is reproduced pixel by pixel.
     transform.originX = std::floor(transform.originX + 0.5);
     transform.originY = std::floor(transform.originY + 0.5);
   }
@@ -105,7 +105,7 @@ void SimBed::makeGrain(std::uint64_t seed) {
 }
 
 void SimBed::grain(std::uint8_t* out, std::int32_t x, std::int32_t count, std::int64_t y) const noexcept {
-  // Each row begins elsewhere in one of the grain's rows, so that no pattern shows.
+  // Each row starts elsewhere in one of the grain's rows, so that no pattern shows.
   const std::uint64_t h = static_cast<std::uint64_t>(y) * 0x9E3779B97F4A7C15U;
   const std::uint8_t* row =
       m_grain.data() + (h >> 59) % kGrainRows * kGrainWidth * static_cast<std::size_t>(m_channels);

@@ -8,7 +8,7 @@
 
 namespace quillbay {
 
-/// What a simulated scanner does, as its device string says: "sim:key=value,key=value,...".
+/// The configuration of a simulated scanner, from its device string: "sim:key=value,key=value,...".
 struct SimConfig {
   enum class Background : int { Dark, Light, White };
   enum class Drawing : int { Plan, Map, Mix };

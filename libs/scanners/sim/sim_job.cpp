@@ -154,7 +154,7 @@ bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, Unit
 bool takesPage(const SimJob& job) { return !job.request.isPiece || job.top >= documentEnd(job); }
 
 SimEnd runSimJob(const SimJob& job, ISimClock* clock) {
-  // A piece that begins beyond the document has no lines.
+  // A piece that starts beyond the document has no lines.
   if (job.request.isPiece && job.top >= documentEnd(job)) return SimEnd::Complete;
   const std::int32_t end = endOf(job);
   Renderer renderer(job);

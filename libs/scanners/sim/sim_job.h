@@ -39,7 +39,7 @@ struct SimJob {
 /// Reads a request (keys: `IQuillbayUnit::Scan`). Answers false with the reason in `*fault`.
 [[nodiscard]] bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, UnitFault* fault);
 
-/// Whether the page goes out with the job. A piece of a burst leaves it in place; one that begins beyond its end,
+/// Whether the job ejects the page. A piece of a burst does not; one that starts beyond its end,
 /// and has no lines, ends it.
 [[nodiscard]] bool takesPage(const SimJob& job);
 

@@ -8,7 +8,7 @@ namespace quillbay::sim {
 
 namespace {
 
-// Strokes of a letter on a grid 4 wide and 6 high, pairs x y from the top left; a blank begins a new stroke.
+// Strokes of a letter on a grid 4 wide and 6 high, pairs x y from the top left; a blank starts a new stroke.
 struct Glyph {
   char letter;
   const char* strokes;

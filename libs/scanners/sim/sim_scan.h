@@ -7,7 +7,7 @@
 
 namespace quillbay {
 
-/// Opens a simulated scanner: a unit that feeds generated drawings, or image files, as its device string says
+/// Opens a simulated scanner: a unit that scans generated drawings or image files, configured by its device string
 /// ("sim:width=900,skew=1.5"; docs/simulated-scanner.md lists all keys). It offers `IScan`, `IQuillbayUnit`,
 /// `IQuillbayUnitEx`, `IUnitFault` and `IUnitOptions`, whose options are the keys of the device string; a changed
 /// option counts from the next `Scan` on.
