@@ -5,8 +5,6 @@
 #include "control/focus_keeper.h"
 #include "fake_scanner.h"
 #include "panel_fixture.h"
-#include "params/shared_scan_params.h"
-#include "stores/simple_stor.h"
 
 namespace quillbay {
 namespace {
@@ -172,15 +170,6 @@ TEST_F(PanelTest, AScannerWithItsOwnSettingsKeepsThemWhateverWasSaved) {
   QCoreApplication::processEvents();
   EXPECT_FALSE(control->IsBusy());
   EXPECT_EQ(unit->commands.size(), commands) << "there is nothing to preview";
-}
-
-TEST_F(PanelTest, APanelThatCannotBeMadeLeavesTheOneThatIsThere) {
-  ASSERT_TRUE(open("sim:size=210x120,at=10x3"));
-  const auto params = CSharedScanParams::acquire(app(), &makeEmptyStore);
-  const CScanTo* destination = params->destination;
-  QWidget place;
-  EXPECT_EQ(New_Quillbay(app(), &place, nullptr, nullptr, nullptr, static_cast<eTarnwellMode>(9)), nullptr);
-  EXPECT_EQ(params->destination, destination);
 }
 
 TEST_F(PanelTest, ThePanelsEscapeKeyIsItsOwn) {

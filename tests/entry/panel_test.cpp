@@ -1,11 +1,7 @@
-#include <filesystem>
-
 #include "panel_fixture.h"
 
 namespace quillbay {
 namespace {
-
-namespace fs = std::filesystem;
 
 KxSize sizeOf(const std::string& file) {
   return new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->Load(0, nullptr)->GetSize();
@@ -81,38 +77,11 @@ TEST_F(PanelTest, UnsavedPagesAreAskedAboutBeforeAScanNeverInARunOrBeforeAPrevie
   EXPECT_NE(messages[1].find("automatically"), std::string::npos) << messages[1];
 }
 
-TEST_F(PanelTest, RefusalsLeaveThePanelIdle) {
-  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3,count=1"));
-  set("m_Dir", "");
-  EXPECT_EQ(run(), EndCause::Output);
-  EXPECT_FALSE(control->IsBusy());
-  EXPECT_EQ(recorder->messages, messages) << "listeners hear of it, too";
-  ASSERT_EQ(messages.size(), 1U);
-  set("m_Dir", out.path());
-  EXPECT_EQ(run(), EndCause::Done);
-  EXPECT_EQ(run(), EndCause::Media) << "the feeder is empty now";
-  EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page000.tif"});
-}
-
 TEST_F(PanelTest, TheEntryPointRefusesWhatItCannotMake) {
   EXPECT_FALSE(open("sim:", static_cast<eTarnwellMode>(9)));
   EXPECT_FALSE(open("sim:", ScanToPrint)) << "no print destination is in this build";
   ASSERT_TRUE(open("sim:", ScanToViewMultiPage));
   EXPECT_EQ(get("m_fMultiPage").toInt(), 1);
-}
-
-TEST_F(PanelTest, ApplyParamsChangesOnlyWhatItNames) {
-  ASSERT_TRUE(open("sim:size=210x120"));
-  smallPages(100);
-  const auto params = new_MemParam();
-  params->SetValue("m_Add", 7);
-  ASSERT_TRUE(sink()->ApplyParams(params.get()));
-  QCoreApplication::processEvents();
-  const auto now = new_MemParam();
-  control->GetPageParams(now.get());
-  EXPECT_EQ(paramInt(now.get(), "m_Add"), 7);
-  EXPECT_EQ(paramInt(now.get(), "ImageDPI"), 100);
-  EXPECT_EQ(paramInt(now.get(), "MODE"), 5);
 }
 
 TEST_F(PanelTest, ParametersAreCheckedByName) {
@@ -138,6 +107,58 @@ TEST_F(PanelTest, ParametersAreCheckedByName) {
     EXPECT_FALSE(control->SetParam(c.key, c.value, &why)) << c.key;
     EXPECT_NE(why.find(c.wanted), std::string::npos) << why;
   }
+}
+
+class PanelPagesTest : public PanelTest {
+ protected:
+  [[nodiscard]] QWidget* part(const char* name) { return window()->findChild<QWidget*>(name); }
+  [[nodiscard]] QRect placeOf(const char* name) {
+    QWidget* widget = part(name);
+    return {widget->mapTo(window(), QPoint()), widget->size()};
+  }
+  void showPanel(const QSize& size) {
+    window()->parentWidget()->show();
+    window()->show();
+    window()->resize(size);
+    QApplication::processEvents();
+  }
+};
+
+TEST_F(PanelPagesTest, OnlyPagesAndDestinationAreScrolled) {
+  ASSERT_TRUE(open("sim:size=200x100"));
+  showPanel({window()->minimumSizeHint().width(), 240});
+  for (const char* name : {"commandToolbar", "nextName", "statusPlace"}) {
+    EXPECT_TRUE(window()->rect().contains(placeOf(name))) << name;
+    EXPECT_FALSE(part("scroll")->isAncestorOf(part(name))) << name;
+  }
+  for (const char* name : {"modeList", "width", "dir"})
+    EXPECT_TRUE(part("scroll")->isAncestorOf(part(name))) << name;
+  EXPECT_GT(part("scrolled")->height(), part("scroll")->height());
+  EXPECT_LE(part("scrolled")->minimumSizeHint().width(), part("scroll")->width())
+      << "nothing is cut off at the side";
+}
+
+TEST_F(PanelPagesTest, TheSmallLayoutDoesNotSpreadItsRows) {
+  ASSERT_TRUE(open("sim:size=200x100"));
+  showPanel({500, 900});
+  const int rows = part("mask")->y() - part("dir")->y();
+  for (QAction* action : window()->findChildren<QAction*>()) {
+    if (action->text().contains("layout")) action->trigger();
+  }
+  QApplication::processEvents();
+  EXPECT_FALSE(part("modeList")->isVisible());
+  EXPECT_EQ(part("mask")->y() - part("dir")->y(), rows);
+  EXPECT_LT(placeOf("mask").bottom(), 300) << "at the top";
+}
+
+TEST_F(PanelPagesTest, ARunIsRefusedWithThePagesMessage) {
+  ASSERT_TRUE(openSmall("sim:size=254x127"));
+  set("m_rcScan", tagRRECT{0, 0, 254, 0});
+  EXPECT_TRUE(recorder->messages.empty()) << "not while it is set";
+  EXPECT_EQ(run(), EndCause::Refused);
+  ASSERT_EQ(recorder->messages.size(), 1U);
+  EXPECT_NE(recorder->messages[0].find("length of 0"), std::string::npos) << recorder->messages[0];
+  EXPECT_TRUE(filesIn(out.path()).empty());
 }
 
 }  // namespace

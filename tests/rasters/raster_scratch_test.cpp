@@ -65,19 +65,6 @@ TEST(RasterScratch, SpilledLinesAreTheSameLines) {
   }
 }
 
-TEST(RasterScratch, SpilledRunListsAreTheSameLists) {
-  const TempDir folder;
-  const ScopedBudget scoped(1, folder.path());
-  const auto raster = new_IRStor(KxColorSpace::Bitonal, 20000, 0, 300);
-  for (std::int32_t line = 0; line < 1500; line += 50) {
-    const auto stripe = newStripe(KxColorSpace::Bitonal, 20000, Shape::LineByLine);
-    for (std::int32_t i = 0; i < 50; ++i) stripe->add(patternRuns(20000, line + i));
-    ASSERT_EQ(stripe->AddToRaster(line, raster.get()), 1);
-  }
-  EXPECT_EQ(rasterMemoryInUse(), 0);
-  for (std::int32_t i = 1500; i-- > 0;) ASSERT_EQ(readRuns(*raster, i), patternRuns(20000, i)) << i;
-}
-
 TEST(RasterScratch, TheBudgetIsSharedAndGivenBack) {
   const TempDir folder;
   const ScopedBudget scoped(10 * kMiB, folder.path());
