@@ -93,6 +93,10 @@ void CMaindlg::leaveWindow() {
 IQuillbaySink* CMaindlg::sink() const noexcept { return m_sink.get(); }
 
 int CMaindlg::ConnectScanner() {
+  if (m_performer.othersRun()) {
+    logLine(LogLevel::Error, kLog, "another panel of the process is scanning: no panel can be opened now");
+    return 0;
+  }
   return m_guard.guarded([&] { return m_scanner.connect(*m_params, m_host, m_sink.get()) ? 1 : 0; });
 }
 
@@ -330,7 +334,7 @@ int CMaindlg::StopRun(StopKind kind) {
 
 int CMaindlg::EjectDocument() {
   return m_guard.guarded([&] {
-    if (IsBusy()) return 0;
+    if (IsBusy() || m_performer.othersRun()) return 0;
     m_performer.leaveDocument();
     return 1;
   });

@@ -62,7 +62,6 @@ PageEnd PageEnding::handOver(const ScanStarted& page, bool cancelled, std::int64
   }
   if (failed) params.destinationStore->Reset();
   const bool keepsPalette = m_parts.run.fragment() || m_parts.values().bursting != 0;
-  ScanRouter::resetProgress();
   if (!keepsPalette) m_parts.steps.palette->Forget();
   return end;
 }
@@ -72,7 +71,6 @@ void PageEnding::drop() {
   CScanTo* destination = m_parts.destination;
   m_parts.host.call([&] { return destination->EndScan(1); });
   m_parts.params.viewStore->Reset();
-  ScanRouter::resetProgress();
 }
 
 void PageEnding::leaveDocument() {

@@ -27,25 +27,24 @@ int PanelHost::execCommand(const char* command, IParam* arguments) const {
   return callOutside(m_life, [&] { return m_script->ExecCommand(command, arguments); });
 }
 
-int PanelHost::message(EventKind kind, const std::string& text, EventButtons buttons) const {
+int PanelHost::show(const std::string& text, EventButtons buttons,
+                    const std::function<int(IEvents&)>& shown) const {
   callOutside(m_life, [&] { m_listeners.message(splitEventText(text).text); });
-  const auto events = query<IEvents>(m_params->app());
-  if (!events) {
-    logLine(LogLevel::Warning, "quillbay.control", text);
-    return harmlessAnswer(buttons);
-  }
-  return callOutside(
-      m_life, [&] { return events->Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons)); });
+  if (const auto events = query<IEvents>(m_params->app()))
+    return callOutside(m_life, [&] { return shown(*events); });
+  logLine(LogLevel::Warning, "quillbay.control", text);
+  return harmlessAnswer(buttons);
+}
+
+int PanelHost::message(EventKind kind, const std::string& text, EventButtons buttons) const {
+  return show(text, buttons, [&](IEvents& events) {
+    return events.Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons));
+  });
 }
 
 int PanelHost::event(int code, const std::string& text, EventButtons buttons) const {
-  callOutside(m_life, [&] { m_listeners.message(splitEventText(text).text); });
-  const auto events = query<IEvents>(m_params->app());
-  if (!events) {
-    logLine(LogLevel::Warning, "quillbay.control", text);
-    return harmlessAnswer(buttons);
-  }
-  return callOutside(m_life, [&] { return events->Event(code, text.c_str(), static_cast<int>(buttons)); });
+  return show(text, buttons,
+              [&](IEvents& events) { return events.Event(code, text.c_str(), static_cast<int>(buttons)); });
 }
 
 void PanelHost::note(const std::string& text) const {

@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <string>
 
 #include "control/outside_call.h"
@@ -40,6 +41,8 @@ class PanelHost {
   [[nodiscard]] RunEvents& listeners() noexcept { return m_listeners; }
 
  private:
+  int show(const std::string& text, EventButtons buttons, const std::function<int(IEvents&)>& shown) const;
+
   const PanelLife& m_life;
   KxPtr<CSharedScanParams> m_params;
   KxPtr<IScriptCmdSink> m_script;

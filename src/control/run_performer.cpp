@@ -93,6 +93,7 @@ bool RunPerformer::tell(Do what) {
     case Do::TellLines: m_parts.host.call([&] { hosts.lines(m_run.lines()); }); return true;
     case Do::TellPage: m_parts.host.call([&] { hosts.pageFinished(m_run.page()); }); return true;
     case Do::TellEnded:
+      m_parts.params.runs = nullptr;
       m_parts.host.call([&] { hosts.ended(record.cause(), record.fault(), record.pages()); });
       return true;
     default: return false;
@@ -128,7 +129,17 @@ bool RunPerformer::handle(int id, int code, std::int64_t value) {
 void RunPerformer::start(RunKind kind, int wanted, bool isDirect) {
   m_isDirect = isDirect;
   if (kind == RunKind::AreaPrescan && !m_run.isBusy() && (isDirect || !CViewSync::visibleArea())) return;
-  perform(m_run.start(kind, wanted));
+  if (!othersRun()) return performStart(kind, wanted);
+  if (kind == RunKind::AreaPrescan) return m_previewTimer.restart();
+  m_parts.host.message(EventKind::Information,
+                       Supp_Translate("Another panel of this program is scanning. Start again when it has ended."),
+                       EventButtons::Ok);
+}
+
+void RunPerformer::performStart(RunKind kind, int wanted) {
+  const Actions todo = m_run.start(kind, wanted);
+  if (m_run.isBusy()) m_parts.params.runs = this;
+  perform(todo);
 }
 
 void RunPerformer::prepare() {
@@ -203,6 +214,7 @@ void RunPerformer::leaveDocument() {
 }
 
 bool RunPerformer::detectArea(int mask) {
+  if (othersRun()) return false;
   PagePreparation steps = preparation();
   const auto request = steps.collectRequest();
   bool found = false;
@@ -210,7 +222,7 @@ bool RunPerformer::detectArea(int mask) {
 }
 
 void RunPerformer::pushSettings() {
-  if (m_run.isBusy()) return;
+  if (m_run.isBusy() || othersRun()) return;
   if (const auto request = preparation().collectRequest()) static_cast<void>(m_parts.scanner.take(request.get()));
 }
 
@@ -250,8 +262,8 @@ ScanStarted RunPerformer::started() const {
 
 /// The page's end: the panel stays alive while the writer finishes, and refuses every start.
 void RunPerformer::onScanDone(bool cancelled) {
-  if (!m_run.isBusy() && !m_parts.params.destinationStore->IsEmpty()) {
-    perform(m_run.start(RunKind::Fragment, 1));  // the page is in the store already; this comes again
+  if (!m_run.isBusy() && !othersRun() && !m_parts.params.destinationStore->IsEmpty()) {
+    performStart(RunKind::Fragment, 1);  // the page is in the store already; this comes again
     return;
   }
   if (m_run.state() != RunState::Finishing || m_run.awaitsWriter()) return;
@@ -301,6 +313,7 @@ void RunPerformer::fail(const std::string& what) {
 
 void RunPerformer::close() {
   quietly([&] { m_wait.close(); });
+  if (othersRun()) return m_router->disarm();
   quietly([&] { m_parts.scanner.command(UnitCommand::Close); });
   quietly([&] { performOne({Do::WakeStore}); });
   if (!m_router->waitIdle(kCloseLimit)) {

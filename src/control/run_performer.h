@@ -26,6 +26,8 @@ class RunPerformer {
   void start(RunKind kind, int wanted, bool isDirect);
   /// Empties the stores and unloads the document.
   void leaveDocument();
+  /// Whether another panel of the process runs: scanner and stores are its own meanwhile.
+  [[nodiscard]] bool othersRun() const noexcept { return m_parts.params.runs && m_parts.params.runs != this; }
   /// Looks for the area for a page of the panel; answers whether it was found.
   [[nodiscard]] bool detectArea(int mask);
   /// The unit takes over the current settings; nothing moves.
@@ -41,6 +43,7 @@ class RunPerformer {
   [[nodiscard]] DocumentWait& wait() noexcept { return m_wait; }
 
  private:
+  void performStart(RunKind kind, int wanted);
   void performOne(const Action& action);
   [[nodiscard]] bool performUnit(Do what);
   [[nodiscard]] bool tell(Do what);

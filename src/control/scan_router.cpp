@@ -9,15 +9,10 @@
 namespace quillbay {
 
 namespace {
-std::atomic<int> s_progress{0};
-constexpr int kProgressPerStripe = 10;
 /// Hosts hear of new lines some twenty times a second.
 constexpr std::chrono::milliseconds kProgressInterval{50};
 constexpr int kFinished = 1, kStoppedOrFailed = 2;
 }  // namespace
-
-int ScanRouter::progressPosition() noexcept { return s_progress.load(std::memory_order_relaxed); }
-void ScanRouter::resetProgress() noexcept { s_progress.store(0, std::memory_order_relaxed); }
 
 void ScanRouter::arm(std::shared_ptr<const ScanPlan> plan) {
   const std::lock_guard lock(m_mutex);
@@ -102,7 +97,6 @@ int ScanRouter::onStarted(KxColorSpace colorSpace, std::int64_t width, std::int6
 int ScanRouter::onStripe(IScanBuffer* stripe, std::int64_t extra) {
   const auto current = plan();
   if (!current) return 0;
-  s_progress.fetch_add(kProgressPerStripe, std::memory_order_relaxed);
   const auto straight = current->straightening->Pass(stripe, extra);
   return straight ? deliver(*current, straight.get()) : 1;
 }

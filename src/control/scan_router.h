@@ -72,9 +72,6 @@ class ScanRouter {
   void forgetEnd() { static_cast<void>(takeEnd()); }
   [[nodiscard]] std::deque<KxPtr<IScanBuffer>> takeStripes();
   [[nodiscard]] std::int64_t lines() const noexcept { return m_lines.load(std::memory_order_relaxed); }
-  /// Process-wide progress position: advances by 10 with every stripe.
-  [[nodiscard]] static int progressPosition() noexcept;
-  static void resetProgress() noexcept;
 
  private:
   [[nodiscard]] std::shared_ptr<const ScanPlan> plan() const;

@@ -72,6 +72,7 @@ class CSharedScanParams final : public CKxUnknownImpl<IKxUnknown> {
   KxPtr<ISStripStor> viewStore;         ///< what the host view shows
   KxPtr<IProgress> progress;            ///< the panel's status bar
   CScanTo* destination = nullptr;       ///< the active destination, owned by its panel
+  const void* runs = nullptr;           ///< the panel whose run uses the stores; null: none
   std::vector<PaperRecord> papers;
   std::array<std::shared_ptr<const Picture>, 4> pictures;  ///< one per colour class
 

@@ -1,6 +1,7 @@
 /// What stays whole when a host or a scanner breaks while a run goes on or ends.
 #include <QComboBox>
 #include <stdexcept>
+#include <utility>
 
 #include "fake_scanner.h"
 #include "panel_fixture.h"
@@ -51,6 +52,28 @@ TEST_F(PanelTest, ARunThatBreaksKeepsItsFileAndTheUsersArea) {
     EXPECT_EQ(*get("m_rcScan").get<tagRRECT>(), (tagRRECT{0, 0, 254, 127}));
     close();
   }
+}
+
+TEST_F(PanelTest, OnePanelOfTheProcessScansAtATime) {
+  ASSERT_TRUE(open("sim:size=210x120,at=10x3,speed=400"));
+  QWidget place;
+  KxPtr<IQuillbaySink> other;
+  HWND second = New_Quillbay(app(), &place, nullptr, nullptr, other.put(), ScanToFile);
+  ASSERT_TRUE(second);
+  set("m_Dir", out.path());  // that panel has its own
+  smallPages();
+  recorder->onStarted = [&] {
+    query<IQuillbayControl>(other.get())->Eject();
+    query<IQuillbayControl>(other.get())->Start(StartKind::Scan, 1);
+    EXPECT_EQ(New_Quillbay(app(), &place, nullptr, nullptr, nullptr, ScanToFile), nullptr);
+  };
+  onMessage = [&] { delete std::exchange(second, nullptr); };
+  ASSERT_TRUE(control->Start(StartKind::Scan, 1));
+  ASSERT_TRUE(recorder->waitEnded());
+  EXPECT_EQ(recorder->cause, EndCause::Done);
+  ASSERT_EQ(recorder->pages.size(), 1U);
+  EXPECT_EQ(recorder->pages[0].lines, 250);
+  EXPECT_EQ(messages.size(), 1U) << "the other panel's user is told why nothing starts";
 }
 
 TEST_F(PanelTest, APanelThatCannotBeMadeLeavesTheSettingsOfTheOneThatIsThere) {
