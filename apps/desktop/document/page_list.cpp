@@ -21,6 +21,7 @@ namespace {
 /// Number of the page that is being scanned: no page of the document has it.
 constexpr int kLiveId = 0;
 constexpr int kIdRole = Qt::UserRole, kIconWidth = 96, kIconHeight = 72;
+constexpr int kLeastWidth = 132;
 
 /// A page's small picture in the middle of an icon, with a thin edge. Of a page that is still coming the picture
 /// is the upper part: as high as its width tells.
@@ -56,9 +57,17 @@ class PageItems final : public QListWidget {
   PageItems(QWidget* parent, std::function<void(int before)> moveSelected)
       : QListWidget(parent), m_moveSelected(std::move(moveSelected)) {
     setDragDropMode(QAbstractItemView::InternalMove);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    setMinimumWidth(kLeastWidth);
   }
 
  protected:
+  /// A narrow list has smaller pictures, so that names keep their place.
+  void resizeEvent(QResizeEvent* event) override {
+    const QSize full(kIconWidth, kIconHeight);
+    setIconSize(width() < 2 * kIconWidth ? full / 2 : full);
+    QListWidget::resizeEvent(event);
+  }
   Qt::DropActions supportedDropActions() const override { return Qt::MoveAction | Qt::CopyAction; }
   void dropEvent(QDropEvent* event) override {
     if (event->source() != this) return event->ignore();
@@ -82,7 +91,6 @@ PageList::PageList(Document* document, QWidget* parent)
         m_document->reorder(movedOrder(m_document->order(), selected(), before));
       })) {
   setObjectName("pagesDock");
-  m_list->setIconSize({kIconWidth, kIconHeight});
   m_list->setWordWrap(true);
   m_list->setTextElideMode(Qt::ElideMiddle);
   m_list->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);

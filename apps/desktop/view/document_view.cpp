@@ -67,7 +67,7 @@ DocumentView::DocumentView(quillbay::IApp* app, Document* document, QWidget* par
       m_paintLink(std::make_unique<PaintLink>(this)),
       m_zoomLink(std::make_unique<ZoomLink>(this)) {
   makeBars();
-  setMinimumSize(240, 180);
+  setMinimumSize(160, 160);
   setFocusProxy(m_surface);
   m_surface->setAcceptDrops(true);
   m_surface->installEventFilter(this);
@@ -327,7 +327,7 @@ void DocumentView::paintOver(QPainter& painter) const {
     const QColor ground = m_surface->palette().color(QPalette::Window);
     painter.setPen(ground.lightness() > 110 ? Qt::black : Qt::white);
     painter.drawText(m_surface->rect().adjusted(16, 16, -16, -16), Qt::AlignCenter | Qt::TextWordWrap,
-                     tr("No pages yet. Scan one (F5), or drop image files here."));
+                     tr("No pages yet. Scan one (F5), or drop picture files here."));
     return;
   }
   painter.setBrush(Qt::NoBrush);
