@@ -8,6 +8,7 @@
 #include <QLocale>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QScreen>
 #include <QTreeWidget>
 #include <QVBoxLayout>
 #include <cmath>
@@ -72,7 +73,7 @@ RecoveryDialog::RecoveryDialog(const std::vector<Leftover>& items, const QString
   m_list->setIconSize({kPicturePixels, kPicturePixels});
   m_list->viewport()->setBackgroundRole(QPalette::Window);  // empty check boxes are seen on it in dark palettes too
   m_list->setAccessibleName(tr("Pages of the last run"));
-  m_list->setMinimumSize(760, 240);
+  m_list->setMinimumSize(QSize(760, 240).boundedTo(screen()->availableSize() * 0.8));
   auto* label = new QLabel(tr("Quillbay was not closed as usual. These &pages were finished:"));
   label->setBuddy(m_list);
   QStringList told = troubles.mid(0, kMostTroubles);

@@ -65,6 +65,7 @@ void MainWindow::openFiles(const QStringList& files) {
     }
     for (const QString& file : opened->failed) m_settings->forgetRecent(file);
     failures += opened->failures;
+    statusBar()->showMessage(tr("Opened files: %1").arg(opened->files.size()));
   }
   m_view->reveal(m_view->current());
   if (!failures.isEmpty()) tell(failures.join("\n\n"));
@@ -91,6 +92,7 @@ bool MainWindow::isSaved(bool done, const QString& file, const QString& why) {
   }
   m_settings->addRecent(file);
   m_log->note(tr("Saved: %1").arg(file));
+  statusBar()->showMessage(tr("Saved: %1").arg(file));
   return true;
 }
 

@@ -75,7 +75,7 @@ UnsavedAnswer askUnsaved(QWidget* parent, const QStringList& pages) {
   QMessageBox box(QMessageBox::Warning, text("Unsaved pages"), {}, QMessageBox::NoButton, parent);
   box.setText(pages.size() == 1 ? text("The page %1 is not saved.").arg(pages.front())
                                 : text("%1 pages are not saved.").arg(pages.size()));
-  box.setInformativeText(text("If you do not save, the scan is lost."));
+  box.setInformativeText(text("Without saving, scanned pages and changes are lost."));
   box.setTextInteractionFlags(kSelectable);
   if (pages.size() > 1) box.setDetailedText(pages.join('\n'));
   auto* save = box.addButton(pages.size() == 1 ? text("&Save...") : text("&Save all..."), QMessageBox::AcceptRole);
