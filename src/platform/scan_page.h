@@ -16,8 +16,8 @@ class IUIScanPage {
   /// Creates the page's window for a scan mode (0-8) or `kAllModes`. Answers 1, or 0.
   virtual int Create(CWnd* parent, int mode) = 0;
   virtual void Show(int show) = 0;
-  /// Takes the page's values; a key that is missing leaves its control as it is, and with `key::ResetMark` in the set
-  /// brings it to its default.
+  /// Takes the page's values; a key that is missing leaves its control as it is, and with `key::ResetMark` in the
+  /// set brings it to its default.
   virtual int Load(IParam* params) = 0;
   /// Stores the values. Shows nothing: it is called at every key. Answers 1, or 0 when there is nothing to store.
   virtual int Save(IParam* params) = 0;
