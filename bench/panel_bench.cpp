@@ -16,11 +16,11 @@
 #include <vector>
 
 #include "bench_tools.h"
-#include "document_view.h"
-#include "main_window.h"
-#include "panel_dock.h"
 #include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
+#include "scanner/panel_dock.h"
+#include "view/document_view.h"
+#include "window/main_window.h"
 
 namespace quillbay {
 namespace {

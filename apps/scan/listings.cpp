@@ -120,9 +120,14 @@ QJsonObject asJson(const Inventory& all) {
           {"pageKeys", pairs(all.pageKeys)}};
 }
 
-/// Only the start of a value that is a table.
-std::string shortened(const std::string& value) {
-  return value.size() <= kLongestValue ? value : value.substr(0, kLongestValue) + "...";
+/// The current value and its unit; only the start of a table.
+std::string currentValue(const quillbay::UnitOption& o, const std::string& unit) {
+  if (o.value.empty()) return translated("empty");
+  std::string text;
+  text.append(o.value, 0, kLongestValue);
+  if (o.value.size() > kLongestValue) text.append("...");
+  text.append(unit);
+  return text;
 }
 
 /// "Scan source [source]: Flatbed|Feeder, now Flatbed".
@@ -137,7 +142,7 @@ void printOption(const quillbay::UnitOption& o, Reporter& out) {
   } else {
     const std::string allowed = o.choices.empty() ? o.range : barred(o.choices);
     if (!allowed.empty()) line += allowed + (inNumbers ? unit : "") + ", ";
-    line += translated("now %s", {o.value.empty() ? translated("empty") : shortened(o.value) + unit});
+    line += translated("now %s", {currentValue(o, unit)});
   }
   out.line(line + (o.settable ? "" : translated(", read-only")));
   const bool repeats = !o.title.empty() && o.description.starts_with(o.title + ":");
