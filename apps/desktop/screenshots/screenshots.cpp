@@ -183,7 +183,7 @@ class Shooting {
       if (action->text() != title) continue;
       m_window.menuBar()->setActiveAction(action);
       QCoreApplication::processEvents();
-      const QPixmap picture = over(*action->menu());
+      QPixmap picture = over(*action->menu());
       action->menu()->close();
       return picture;
     }

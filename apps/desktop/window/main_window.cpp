@@ -25,8 +25,6 @@
 
 namespace desktop {
 
-using quillbay::query;
-
 namespace {
 
 constexpr int kUndoMiB = 4096;
