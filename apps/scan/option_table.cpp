@@ -89,14 +89,11 @@ const char* nameOf(Action action) {
 bool isText(Action action) { return action >= Action::Help; }
 
 std::string setAction(ScanOptions& o, Action action) {
-  if (isText(action)) {
+  if (isText(action) || o.action == Action::Scan || o.action == action) {
     o.action = action;
-  } else if (o.action == Action::Scan || o.action == action) {
-    o.action = action;
-  } else if (!isText(o.action)) {
-    return translated("cannot be used together with %s", {nameOf(o.action)});
+    return {};
   }
-  return {};
+  return isText(o.action) ? std::string() : translated("cannot be used together with %s", {nameOf(o.action)});
 }
 
 template <Action action>
