@@ -76,13 +76,12 @@ std::optional<OutputName> NextNameFinder::take() {
 
 void NextNameFinder::work(const std::shared_ptr<Shared>& shared) {
   std::unique_lock lock(shared->mutex);
-  while (shared->wanted) {
-    const NameContext context = *std::exchange(shared->wanted, std::nullopt);
+  while (auto context = std::exchange(shared->wanted, std::nullopt)) {
     const int request = shared->request;
     lock.unlock();
     std::optional<OutputName> name;
     try {
-      name = shared->rule(context);
+      name = shared->rule(*context);
     } catch (const std::exception& e) {
       logLine(LogLevel::Warning, kCategory, std::string("the next file's name is not known: ") + e.what());
     }
