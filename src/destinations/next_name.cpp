@@ -76,12 +76,14 @@ std::optional<OutputName> NextNameFinder::take() {
 
 void NextNameFinder::work(const std::shared_ptr<Shared>& shared) {
   std::unique_lock lock(shared->mutex);
-  while (auto context = std::exchange(shared->wanted, std::nullopt)) {
+  while (true) {
+    const auto context = std::exchange(shared->wanted, std::nullopt);
+    if (!context.has_value()) break;
     const int request = shared->request;
     lock.unlock();
     std::optional<OutputName> name;
     try {
-      name = shared->rule(*context);
+      name = shared->rule(context.value());
     } catch (const std::exception& e) {
       logLine(LogLevel::Warning, kCategory, std::string("the next file's name is not known: ") + e.what());
     }
