@@ -313,7 +313,10 @@ void RunPerformer::fail(const std::string& what) {
 
 void RunPerformer::close() {
   quietly([&] { m_wait.close(); });
-  if (othersRun()) return m_router->disarm();
+  if (othersRun()) {
+    m_router->disarm();
+    return m_router->forget();
+  }
   quietly([&] { m_parts.scanner.command(UnitCommand::Close); });
   quietly([&] { performOne({Do::WakeStore}); });
   if (!m_router->waitIdle(kCloseLimit)) {
@@ -333,6 +336,7 @@ void RunPerformer::close() {
   performRest(m_run.closed());
   performRest(m_run.ended());
   quietly([&] { m_parts.params.destinationStore->Reset(); });
+  m_router->forget();
 }
 
 }  // namespace quillbay

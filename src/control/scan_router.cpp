@@ -32,9 +32,17 @@ void ScanRouter::cancelArmed() {
 }
 
 void ScanRouter::disarm() {
+  std::shared_ptr<const ScanPlan> plan;  // its stores are destroyed without the lock
   const std::lock_guard lock(m_mutex);
   m_dialog = nullptr;
-  m_plan.reset();
+  plan.swap(m_plan);
+}
+
+void ScanRouter::forget() {
+  const ScanStarted started = takeStarted();
+  const auto stripes = takeStripes();
+  const std::lock_guard lock(m_mutex);
+  m_started = {};
 }
 
 bool ScanRouter::waitIdle(std::chrono::milliseconds limit) {
@@ -54,7 +62,7 @@ std::optional<ScanEnd> ScanRouter::takeEnd() {
 
 std::shared_ptr<const ScanPlan> ScanRouter::plan() const {
   const std::lock_guard lock(m_mutex);
-  return m_plan;
+  return m_running ? m_plan : nullptr;
 }
 
 void ScanRouter::post(int id, int code, std::int64_t value, bool merge) {
@@ -129,18 +137,20 @@ void ScanRouter::postProgress(const ScanPlan& plan, bool last) {
 
 int ScanRouter::onEnded(int status) {
   if (status != kFinished && status != kStoppedOrFailed) return 1;
-  const auto current = plan();
+  auto current = plan();
   if (!current) return 1;
   if (const auto rest = current->straightening->Pass(nullptr, 0)) deliver(*current, rest.get());
   postProgress(*current, true);
   const bool empty = current->destination->IsEmpty();
+  const int answer = current->kind == RunKind::Scan && empty ? 0 : 1;
+  // The last reference is dropped on the user-interface thread: what the plan holds may be the host's last.
+  current.reset();
   const std::lock_guard lock(m_mutex);
   m_running = false;
-  m_plan.reset();
   m_end = ScanEnd{status, empty};
   if (m_dialog) PostCommand(m_dialog, command::kReady, status, empty ? 1 : 0);
   m_idle.notify_all();
-  return current->kind == RunKind::Scan && empty ? 0 : 1;
+  return answer;
 }
 
 }  // namespace quillbay

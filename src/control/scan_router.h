@@ -57,6 +57,8 @@ class ScanRouter {
   void cancelArmed();
   /// Forgets the dialog: later notifications do nothing.
   void disarm();
+  /// Drops what was learnt from the scanner: units may keep the sink, and with it this object.
+  void forget();
   /// Waits until the armed scan has ended, at most `limit`. Answers whether it has.
   bool waitIdle(std::chrono::milliseconds limit);
   /// Whether what was armed has not ended.

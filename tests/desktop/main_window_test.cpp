@@ -122,7 +122,8 @@ TEST_F(DesktopTest, ThePageListIsWorkedWithByKeysAndMenus) {
   for (QAction* action : window->findChildren<QAction*>()) {
     if (action->text() == "&inch") action->trigger();
   }
-  EXPECT_TRUE(list->item(0)->text().contains("2.54 × 1.27 inch")) << list->item(0)->text().toStdString();
+  const QString inches = QLocale().toString(2.54) + " × " + QLocale().toString(1.27) + " inch";
+  EXPECT_TRUE(list->item(0)->text().contains(inches)) << list->item(0)->text().toStdString();
 
   // In the view: Delete closes, and the right button chooses the page under it.
   QWidget* surface = window->view().surface();

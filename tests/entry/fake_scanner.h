@@ -1,6 +1,7 @@
 #pragma once
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "quillbay/app.h"
@@ -55,7 +56,7 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
  private:
   void deliver() {
     constexpr KxSize kSize{400, 64};
-    const auto sink = m_sink;
+    const auto sink = std::exchange(m_sink, nullptr);
     sink->ScanStarted(KxColorSpace::Grey, kSize.width, kSize.height, m_dpi);
     const auto stripe = KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(m_dpi, kSize, KxColorSpace::Grey, nullptr));
     const std::vector<std::uint8_t> line(static_cast<std::size_t>(kSize.width), 128);
