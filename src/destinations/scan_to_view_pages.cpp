@@ -140,7 +140,10 @@ int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
   } else if (m_page.target.isLast) {
     m_open = {};
   } else {
-    if (m_open.target.path.empty()) m_open = m_page, m_openPages = 0;
+    if (m_open.target.path.empty()) {
+      m_open = m_page;
+      m_openPages = 0;
+    }
     ++m_openPages;
   }
   return 1;
