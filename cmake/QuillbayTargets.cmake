@@ -13,6 +13,20 @@ if(QUILLBAY_SANITIZE)
   target_link_options(quillbay_options INTERFACE -fsanitize=${QUILLBAY_SANITIZE})
 endif()
 
+# quillbay_precompiled(NAME LINK TARGET ... HEADERS HEADER ...)
+# One precompiled header for all targets that reuse it: making one takes longer than most folders' sources. -Winvalid-pch
+# and -Werror tell of a target whose options do not fit it.
+function(quillbay_precompiled name)
+  cmake_parse_arguments(arg "" "" "LINK;HEADERS" ${ARGN})
+  set(source ${PROJECT_BINARY_DIR}/precompiled/${name}.cpp)
+  if(NOT EXISTS ${source})
+    file(WRITE ${source} "// Holds the precompiled header.\n")
+  endif()
+  add_library(${name} OBJECT ${source})
+  target_link_libraries(${name} PRIVATE ${arg_LINK} quillbay_options)
+  target_precompile_headers(${name} PRIVATE ${arg_HEADERS})
+endfunction()
+
 # Folders whose library exists in this tree.
 function(quillbay_add_folders)
   foreach(folder IN LISTS ARGN)
@@ -33,7 +47,7 @@ function(quillbay_library name)
     set_target_properties(quillbay_${name} PROPERTIES AUTOMOC ON AUTOUIC ON
       AUTOUIC_OPTIONS "-tr;quillbay::formText;-include;widgets/form_text.h")
     target_link_libraries(quillbay_${name} PUBLIC Qt6::Widgets)
-    target_precompile_headers(quillbay_${name} PRIVATE <QtWidgets>)
+    target_precompile_headers(quillbay_${name} REUSE_FROM quillbay_qt_headers)
   endif()
 endfunction()
 
@@ -62,7 +76,7 @@ function(quillbay_test name)
   if(arg_QT)
     set_target_properties(test_${name} PROPERTIES AUTOMOC ON)
     target_link_libraries(test_${name} PRIVATE GTest::gtest Qt6::Widgets)
-    target_precompile_headers(test_${name} PRIVATE <QtWidgets> <gtest/gtest.h>)
+    target_precompile_headers(test_${name} REUSE_FROM quillbay_test_headers)
   else()
     target_link_libraries(test_${name} PRIVATE GTest::gtest_main)
   endif()
