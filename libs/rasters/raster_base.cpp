@@ -5,6 +5,7 @@
 
 #include "quillbay/palette.h"
 #include "rasters/line_context.h"
+#include "rasters/straighten/skew_service.h"
 
 namespace quillbay {
 
@@ -29,6 +30,10 @@ int RasterBase::QueryInterface(const std::type_info& wanted, void** out) {
     KxPtr<IPalContext> context = newPalContext(*this, true);
     if (!context) return 0;
     *out = context.detach();
+    return 1;
+  }
+  if (wanted == typeid(IRSDeskew) && isRunList(m_colorSpace)) {
+    *out = newSkewService(*this).detach();
     return 1;
   }
   return CKxUnknownImpl::QueryInterface(wanted, out);

@@ -1,0 +1,90 @@
+#include "rasters/straighten/run_painter.h"
+
+#include <cstdlib>
+
+namespace quillbay {
+namespace {
+
+constexpr std::int64_t kOne = std::int64_t{1} << 32, kHalf = kOne / 2;
+/// An angle below this shifts no pixel of the widest line by half of one: lines stay lines.
+constexpr double kLeastSine = 1e-6;
+
+[[nodiscard]] std::int64_t fixed(double v) noexcept {
+  return static_cast<std::int64_t>(std::floor(v * static_cast<double>(kOne) + 0.5));
+}
+[[nodiscard]] std::int64_t rounded(std::int64_t v) noexcept { return (v + kHalf) >> 32; }
+[[nodiscard]] std::int64_t roundedUp(std::int64_t v) noexcept { return (v + kOne - 1) >> 32; }
+[[nodiscard]] std::int64_t roundedDown(std::int64_t v) noexcept { return v >> 32; }
+[[nodiscard]] std::int64_t scaled(std::int64_t v, double factor) noexcept {
+  return static_cast<std::int64_t>(static_cast<double>(v) * factor);
+}
+
+}  // namespace
+
+RunPainter::RunPainter(const StraightenFrame& frame, BitBand& band)
+    : m_frame(frame), m_band(band), m_cos(fixed(frame.cosine)), m_sin(fixed(frame.sine)) {
+  const bool slants = std::abs(frame.sine) >= kLeastSine;
+  m_cot = slants ? frame.cosine / frame.sine : 0;
+  m_tan = slants ? frame.sine / frame.cosine : 0;
+  m_cotStep = fixed(m_cot);
+  m_tanStep = fixed(m_tan);
+  m_halfLength = slants ? fixed(0.5 / std::abs(frame.sine)) : fixed(1e8);
+  m_halfWidth = fixed(0.5 / frame.cosine);
+  m_reach = fixed((frame.cosine + (slants ? std::abs(frame.sine) : 0)) / 2);
+}
+
+void RunPainter::paint(std::int64_t row, std::span<const Run> above, std::span<const Run> runs) noexcept {
+  const double dx = -m_frame.x0, dy = static_cast<double>(row) - m_frame.y0;
+  m_rowX = fixed(dx * m_frame.cosine - dy * m_frame.sine);
+  m_rowY = fixed(dx * m_frame.sine + dy * m_frame.cosine);
+  std::size_t touching = 0;
+  for (const Run& run : runs) {
+    const Place from = placeOf(run.first), to = placeOf(run.last);
+    paintRun(run, from, to);
+    while (touching < above.size() && above[touching].last + 1 < run.first) ++touching;
+    for (std::size_t i = touching; i < above.size() && above[i].first <= run.last + 1; ++i) join(above[i], run);
+  }
+}
+
+void RunPainter::setNearest(const Place& p) noexcept { m_band.setPixel(rounded(p.y), rounded(p.x)); }
+
+/// The pixels within the turned rectangle of the run's pixels, and those nearest to its ends.
+void RunPainter::paintRun(const Run& run, const Place& from, const Place& to) noexcept {
+  setNearest(from);
+  if (run.last != run.first) setNearest(to);
+  const std::int64_t first = roundedUp(std::min(from.y, to.y) - m_reach);
+  const std::int64_t last = roundedDown(std::max(from.y, to.y) + m_reach);
+  const std::int64_t down = first * kOne - from.y;
+  // Where the line of the output meets the run's middle line, and the lines through its ends.
+  std::int64_t middle = from.x + scaled(down, m_cot);
+  std::int64_t left = from.x - m_halfWidth - scaled(down, m_tan);
+  std::int64_t right = to.x + m_halfWidth - scaled(first * kOne - to.y, m_tan);
+  for (std::int64_t y = first; y <= last; ++y) {
+    m_band.set(y, roundedUp(std::max(left, middle - m_halfLength)),
+               roundedDown(std::min(right, middle + m_halfLength)));
+    middle += m_cotStep;
+    left -= m_tanStep;
+    right -= m_tanStep;
+  }
+}
+
+void RunPainter::join(const Run& upper, const Run& lower) noexcept {
+  const std::int32_t shared = std::max(upper.first, lower.first);
+  if (shared <= std::min(upper.last, lower.last)) {
+    // One of the two is the start of its run, and was set with it.
+    const Place place = placeOf(shared);
+    setNearest(shared == lower.first ? above(place) : place);
+  } else if (upper.last < lower.first) {
+    bridge(above(placeOf(upper.last)), placeOf(lower.first));
+  } else {
+    bridge(above(placeOf(upper.first)), placeOf(lower.last));
+  }
+}
+
+void RunPainter::bridge(const Place& a, const Place& b) noexcept {
+  const std::int64_t x = rounded(a.x), y = rounded(a.y);
+  const std::int64_t stepX = rounded(b.x) - x, stepY = rounded(b.y) - y;
+  if (std::abs(stepX) > 1 || std::abs(stepY) > 1) m_band.setPixel(y + stepY / 2, x + stepX / 2);
+}
+
+}  // namespace quillbay
