@@ -1,25 +1,16 @@
 #include "widgets/countdown_timer.h"
 
-#include "platform/post_command.h"
+#include "widgets/user_interface_thread.h"
 
 namespace quillbay {
 
-int CWND_CLIENT::Fire() {
-  if (m_dialog) PostCommand(m_dialog, m_id, m_code);
-  return 1;
-}
+CountdownTimer::CountdownTimer(int tickMs, std::unique_ptr<TickSource> ticks)
+    : m_ticks(std::move(ticks)), m_tickMs(tickMs) {}
 
-int CCALLBACK_CLIENT::Fire() {
-  m_function(m_argument);
-  return 1;
-}
-
-CountdownTimer::CountdownTimer(int tickMs) {
-  m_timer.setInterval(tickMs);
-  QObject::connect(&m_timer, &QTimer::timeout, &m_timer, [this] { tick(); });
-}
+CountdownTimer::~CountdownTimer() { destroy(); }
 
 void CountdownTimer::start(int period, bool run) {
+  assertUserInterfaceThread();
   m_period = period;
   m_countdown = run ? period : -1;
   m_started = true;
@@ -27,6 +18,7 @@ void CountdownTimer::start(int period, bool run) {
 }
 
 void CountdownTimer::restart() {
+  assertUserInterfaceThread();
   m_countdown = m_period;
   keepTime();
 }
@@ -44,14 +36,18 @@ void CountdownTimer::addCallback(void (*function)(void*), void* argument) {
   addClient(KxPtr<ITIMER_CLIENT>::adopt(new CCALLBACK_CLIENT(function, argument)));
 }
 
+void CountdownTimer::addSync(ITimerSync* object, int value) {
+  if (object) addClient(KxPtr<ITIMER_CLIENT>::adopt(new CSYNC_CLIENT(object, value)));
+}
+
 void CountdownTimer::addClient(KxPtr<ITIMER_CLIENT> client) {
-  if (!m_closed && client) m_clients.push_back(std::move(client));
+  if (!m_closed && client) m_clients->push_back(std::move(client));
 }
 
 void CountdownTimer::destroy() {
   m_closed = true;
   halt();
-  m_clients.clear();
+  m_clients->clear();
 }
 
 void CountdownTimer::tick() {
@@ -59,15 +55,22 @@ void CountdownTimer::tick() {
   if (m_countdown != 0) return;
   m_countdown = -1;
   keepTime();
-  const auto clients = m_clients;  // a client may add one, or destroy the list
-  for (const auto& client : clients) client->Fire();
+  const auto clients = m_clients;
+  const std::size_t count = clients->size();  // a client added meanwhile waits for the next expiry
+  for (std::size_t i = 0; i < count && i < clients->size(); ++i) {
+    const auto client = (*clients)[i];
+    client->Fire();
+  }
 }
 
 void CountdownTimer::keepTime() {
-  if (m_started && m_countdown >= 0) {
-    if (!m_timer.isActive()) m_timer.start();
+  const bool ticking = m_started && m_countdown >= 0;
+  if (ticking == m_ticking) return;
+  m_ticking = ticking;
+  if (ticking) {
+    m_ticks->start(m_tickMs, [this] { tick(); });
   } else {
-    m_timer.stop();
+    m_ticks->stop();
   }
 }
 

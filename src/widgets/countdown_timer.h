@@ -1,39 +1,11 @@
 #pragma once
-#include <QPointer>
-#include <QTimer>
+#include <memory>
 #include <vector>
 
-#include "quillbay/kx_unknown.h"
+#include "widgets/tick_source.h"
+#include "widgets/timer_client.h"
 
 namespace quillbay {
-
-/// Told when a countdown expires.
-class ITIMER_CLIENT : public IKxUnknown {
- public:
-  virtual int Fire() = 0;
-};
-
-/// Posts a command to a dialog; nothing when it is gone.
-class CWND_CLIENT final : public CKxUnknownImpl<ITIMER_CLIENT> {
- public:
-  CWND_CLIENT(QObject* dialog, int id, int code) : m_dialog(dialog), m_id(id), m_code(code) {}
-  int Fire() override;
-
- private:
-  QPointer<QObject> m_dialog;
-  int m_id, m_code;
-};
-
-/// Calls a function with its argument.
-class CCALLBACK_CLIENT final : public CKxUnknownImpl<ITIMER_CLIENT> {
- public:
-  CCALLBACK_CLIENT(void (*function)(void*), void* argument) : m_function(function), m_argument(argument) {}
-  int Fire() override;
-
- private:
-  void (*m_function)(void*);
-  void* m_argument;
-};
 
 /// Counts ticks down after the last of many changes: the clients fire once, in the order they were added, `period`
 /// ticks after a restart, unless another restart comes first. User-interface thread only. The platform's timer runs
@@ -41,7 +13,10 @@ class CCALLBACK_CLIENT final : public CKxUnknownImpl<ITIMER_CLIENT> {
 class CountdownTimer final {
  public:
   static constexpr int kTickMs = 50;
-  explicit CountdownTimer(int tickMs = kTickMs);
+  explicit CountdownTimer(int tickMs = kTickMs, std::unique_ptr<TickSource> ticks = platformTicks());
+  ~CountdownTimer();
+  CountdownTimer(const CountdownTimer&) = delete;
+  CountdownTimer& operator=(const CountdownTimer&) = delete;
 
   /// Stores the period in ticks; with `run` the countdown starts, otherwise it waits for `restart`.
   void start(int period, bool run);
@@ -51,22 +26,27 @@ class CountdownTimer final {
   void halt();
   void addWindow(QObject* dialog, int id, int code = 1);
   void addCallback(void (*function)(void*), void* argument);
+  void addSync(ITimerSync* object, int value = 0);
   void addClient(KxPtr<ITIMER_CLIENT> client);
-  /// Stops and releases all clients; none can be added afterwards.
+  /// Stops and releases all clients; none fires any more, and none can be added.
   void destroy();
 
-  /// One tick, as the platform's timer gives it.
+  /// One tick, as the platform's timer gives it. A client may restart, destroy or delete the timer.
   void tick();
   /// Ticks left; -1 when stopped.
   [[nodiscard]] int countdown() const noexcept { return m_countdown; }
 
  private:
+  using Clients = std::vector<KxPtr<ITIMER_CLIENT>>;
   void keepTime();
 
-  std::vector<KxPtr<ITIMER_CLIENT>> m_clients;
-  QTimer m_timer;
+  // Shared with a tick that is firing them, which outlives the timer when a client deletes it.
+  std::shared_ptr<Clients> m_clients = std::make_shared<Clients>();
+  std::unique_ptr<TickSource> m_ticks;
+  const int m_tickMs;
   int m_countdown = -1;
   int m_period = 0;
+  bool m_ticking = false;
   bool m_started = false;
   bool m_closed = false;
 };

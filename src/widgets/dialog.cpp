@@ -27,6 +27,7 @@
 #include "widgets/number_spin.h"
 #include "widgets/posted_commands.h"
 #include "widgets/spin_scroll_edit.h"
+#include "widgets/user_interface_thread.h"
 
 namespace quillbay {
 
@@ -85,14 +86,19 @@ struct CDialog::Modal {
   int answer = kAnswerCancel;
 };
 
-CDialog::CDialog(QWidget* parent) : QWidget(parent) { posted_commands::open(this); }
+CDialog::CDialog(QWidget* parent) : QWidget(parent) {
+  assertUserInterfaceThread();
+  posted_commands::open(this);
+}
 
 CDialog::~CDialog() {
+  assertUserInterfaceThread();
   posted_commands::close(this);
   if (m_modal) m_modal->loop.quit();
 }
 
 QWidget* CDialog::GetDlgItem(int id) const {
+  assertUserInterfaceThread();
   const auto found = m_controls.find(id);
   return found == m_controls.end() ? nullptr : found->second;
 }
@@ -107,36 +113,45 @@ bool CDialog::OnCommand(int, int, std::int64_t) { return false; }
 bool CDialog::knows(const QWidget& control) { return kindOf(&control) != Kind::Unknown; }
 
 void CDialog::setSpinValue(QSpinBox* spin, int value) {
+  assertUserInterfaceThread();
   const QSignalBlocker quiet(spin);
   spin->setValue(value);
 }
 
 void CDialog::setSpinValue(QDoubleSpinBox* spin, double value) {
+  assertUserInterfaceThread();
   const QSignalBlocker quiet(spin);
   spin->setValue(value);
 }
 
 void CDialog::setListRow(QListWidget* list, int row) {
+  assertUserInterfaceThread();
   const QSignalBlocker quiet(list);
   list->setCurrentRow(row);
 }
 
 void CDialog::setListCheck(QListWidget* list, int row, bool checked) {
+  assertUserInterfaceThread();
   const QSignalBlocker quiet(list);
   if (QListWidgetItem* item = list->item(row)) item->setCheckState(checked ? Qt::Checked : Qt::Unchecked);
 }
 
 void CDialog::setTab(QTabBar* tabs, int index) {
+  assertUserInterfaceThread();
   const QSignalBlocker quiet(tabs);
   tabs->setCurrentIndex(index);
 }
 
 void CDialog::setText(QPlainTextEdit* edit, const QString& text) {
+  assertUserInterfaceThread();
   const QSignalBlocker quiet(edit);
   edit->setPlainText(text);
 }
 
-void CDialog::attachControls() { attachBelow(*this); }
+void CDialog::attachControls() {
+  assertUserInterfaceThread();
+  attachBelow(*this);
+}
 
 void CDialog::attachBelow(const QWidget& parent) {
   for (QObject* child : parent.children()) {
@@ -247,6 +262,7 @@ void CDialog::guardFromWheel(QWidget* control) {
 }
 
 void CDialog::command(int id, int code, std::int64_t value) {
+  assertUserInterfaceThread();
   const QPointer<CDialog> self(this);
   const bool handled = OnCommand(id, code, value);
   if (!self || handled || !m_modal || code != kCodeClicked) return;
@@ -254,6 +270,7 @@ void CDialog::command(int id, int code, std::int64_t value) {
 }
 
 int CDialog::DoModal() {
+  assertUserInterfaceThread();
   if (m_modal) return kAnswerCancel;
   Modal modal;
   m_modal = &modal;

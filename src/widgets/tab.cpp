@@ -7,6 +7,7 @@
 
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
+#include "widgets/user_interface_thread.h"
 
 namespace quillbay {
 
@@ -37,6 +38,7 @@ int CTab::Create(CWnd* parent, int mode) {
 }
 
 bool CTab::OnCommand(int id, int code, std::int64_t value) {
+  assertUserInterfaceThread();
   return m_controller.Guarded([&] {
     const bool handled = onMenuCommand(id) || OnPageCommand(id, code, value);
     if (isUsersChange(id, code)) reportChange();
@@ -89,6 +91,7 @@ void CTab::contextMenuEvent(QContextMenuEvent* event) {
 }
 
 void CTab::reportChange() {
+  assertUserInterfaceThread();
   if (isLoading() || m_params->values().disablePreview != 0) return;
   m_controller.PageChanged();
 }
