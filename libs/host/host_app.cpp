@@ -1,6 +1,7 @@
 #include "host/host_app.h"
 
 #include <QApplication>
+#include <sstream>
 
 #include "core/folders.h"
 #include "host/linear_unit.h"
@@ -104,18 +105,29 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
     *out = static_cast<IApp*>(static_cast<IHostApp*>(this));
     return 1;
   }
+  if (m_registry->answer(wanted, out)) return 1;
   if (wanted == typeid(IScanManager)) return answerWith<IScanManager>(wanted, scanManager(), out) ? 1 : 0;
   if (wanted == typeid(IParam)) return answerWith<IParam>(wanted, m_profile->state(), out) ? 1 : 0;
   if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
       answerWith<IIOParams>(wanted, m_io, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
       answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out) ||
-      answerWith<IScriptServices>(wanted, m_services, out) || answerWith<IHelp>(wanted, m_help, out)) {
+      answerWith<IScriptServices>(wanted, m_services, out) ||
+      answerWith<IInterfaceRegistry>(wanted, m_registry, out) || answerWith<IHelp>(wanted, m_help, out)) {
     return 1;
   }
   return CKxUnknownImpl::QueryInterface(wanted, out);
 }
 
 std::string CHostApp::GetProductName() { return m_options.productName + " " + LibraryVersion(); }
+
+std::uint32_t CHostApp::GetVersion() {
+  unsigned major = 0, minor = 0;
+  std::istringstream text(LibraryVersion());
+  char dot = 0;
+  text.imbue(std::locale::classic());
+  text >> major >> dot >> minor;
+  return (major & 0xFFFFU) | minor << 16U;
+}
 
 void CHostApp::SetRasterHandler(std::function<void(const HostDocument&)> handler) {
   m_script->setRasterHandler(std::move(handler));

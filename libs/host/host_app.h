@@ -5,6 +5,7 @@
 #include "core/registry_store.h"
 #include "host/help_service.h"
 #include "host/host_events.h"
+#include "host/interface_registry.h"
 #include "host/io_params.h"
 #include "host/script_sink.h"
 #include "quillbay/host.h"
@@ -48,7 +49,8 @@ class CHostProfile final : public CKxUnknownImpl<IProfile> {
 };
 
 /// The application object of `New_HostApp`.
-class CHostApp final : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerChooser, IScriptSyntaxParam> {
+class CHostApp final
+    : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerChooser, IScriptSyntaxParam, IOemInfo> {
  public:
   explicit CHostApp(const HostOptions& options);
   ~CHostApp() override;
@@ -71,6 +73,9 @@ class CHostApp final : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerCho
   std::string GetModulePath() override { return m_options.modulePath; }
   int ChooseScanner(IScanManager* manager, std::string* device) override;
   IParam* GetSyntax() override;
+  std::string GetVendorName() override { return m_options.productName; }
+  std::string GetProductTitle() override { return m_options.productName; }
+  std::uint32_t GetVersion() override;
 
  private:
   KxPtr<IScanManager> scanManager();
@@ -79,6 +84,7 @@ class CHostApp final : public CKxUnknownImpl<IHostApp, IAppInterior, IScannerCho
   const KxPtr<CAppForwarder> m_forwarder;
   const KxPtr<CHostHelp> m_help;  // null if the host is not interactive
   const KxPtr<CHostEvents> m_events;
+  const KxPtr<CInterfaceRegistry> m_registry = KxPtr<CInterfaceRegistry>::adopt(new CInterfaceRegistry);
   KxPtr<CHostProfile> m_profile;
   KxPtr<CIOParams> m_io;
   KxPtr<IStyleManager> m_styles;

@@ -17,6 +17,7 @@
 #include <memory>
 
 #include "platform/base_services.h"
+#include "quillbay/host_services.h"
 
 namespace quillbay {
 
@@ -102,6 +103,7 @@ MessageWindow::MessageWindow(const HostMessage& message, const std::function<voi
                              QWidget* parent)
     : QDialog(parent), m_kind(message.buttons), m_buttons(new QDialogButtonBox(buttonsOf(m_kind), this)) {
   setObjectName("messageWindow");
+  setProperty(kMessageWindowMark, true);
   setWindowTitle(QApplication::applicationDisplayName());
   auto* column = new QVBoxLayout(this);
   auto* row = new QHBoxLayout;

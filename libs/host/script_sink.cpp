@@ -79,9 +79,12 @@ KxPtr<IHostPages> CHostScriptSink::pages() const {
   return m_programPages ? m_programPages : KxPtr<IHostPages>::share(m_ownPages.get());
 }
 
-ScriptWorld CHostScriptSink::world() const {
-  return {pages(), KxPtr<IEvents>::share(m_parts.events.get()), m_parts.app, m_parts.services, m_onSaved};
+KxPtr<IEvents> CHostScriptSink::events() const {
+  auto registered = query<IEvents>(m_parts.app.get());
+  return registered ? registered : KxPtr<IEvents>::share(m_parts.events.get());
 }
+
+ScriptWorld CHostScriptSink::world() const { return {pages(), events(), m_parts.app, m_parts.services, m_onSaved}; }
 
 bool CHostScriptSink::clearRasters(IParam* arguments) {
   // No page comes after a preview or a connection; the pages of a multi-page document are kept.
@@ -96,7 +99,7 @@ bool CHostScriptSink::clearRasters(IParam* arguments) {
   if (held->CountUnsaved() > 0) {
     const std::string text =
         Supp_Translate("Some scanned pages are not saved. Discard them?$QBHelp:IDH_DiscardPages$");
-    if (m_parts.events->Message(kQuestion, text.c_str(), 0, kYesNo) != kYes) return false;
+    if (events()->Message(kQuestion, text.c_str(), 0, kYesNo) != kYes) return false;
   }
   held->Clear(1);
   return true;
@@ -126,7 +129,7 @@ bool CHostScriptSink::addPage(IParam* arguments) {
   try {
     appendPage(m_parts.io.get(), file, page.raster.get());
   } catch (const CXException& e) {
-    sayCannotWrite(m_parts.events.get(), file, e.what());
+    sayCannotWrite(events().get(), file, e.what());
     return false;
   }
   held->NoteSaved(m_lastPage, file);

@@ -37,6 +37,8 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
 
  private:
   [[nodiscard]] KxPtr<IHostPages> pages() const;
+  /// As the application object answers them: with what a panel registered.
+  [[nodiscard]] KxPtr<IEvents> events() const;
   [[nodiscard]] ScriptWorld world() const;
   bool clearRasters(IParam* arguments);
   bool addRaster(IParam* arguments);
