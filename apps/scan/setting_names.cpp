@@ -50,6 +50,8 @@ constexpr std::array kSettings{
     Setting{key::RcPreview, "Area of the preview in mm", nullptr},
     Setting{key::RcCustomScan, "Fragment in mm", nullptr},
     Setting{key::CustomScanValid, "Scan the fragment", nullptr},
+    Setting{key::AutoAnswerEnable, "Answer messages automatically", nullptr},
+    Setting{key::AutoAnswerDelay, "Half seconds before an automatic answer", nullptr},
     Setting{key::DisablePreview, "No preview", nullptr},
 };
 

@@ -42,6 +42,9 @@ inline constexpr char Extension[] = "m_Ext";              ///< text: of the outp
 inline constexpr char AddWidth[] = "m_Add";    ///< int: percent
 inline constexpr char AutoSet[] = "AUTO_SET";  ///< `Autodetect` as the main page keeps it
 inline constexpr char DisablePreview[] = "m_fDisablePreview";
+inline constexpr char AutoAnswerEnable[] =
+    "m_AutoAnswerEnable";                                       ///< int: not 0: messages are answered by themselves
+inline constexpr char AutoAnswerDelay[] = "m_AutoAnswerDelay";  ///< int, 1 to 100: half seconds until then
 inline constexpr char ModeIndex[] = "m_ctrlModes";
 inline constexpr char ResolutionIndex[] = "m_ctrlDPI";
 inline constexpr char PaperIndex[] = "m_ctrlPaperList";
@@ -81,6 +84,7 @@ namespace section_name {
 inline constexpr char Panel[] = "Quillbay2.0";                  ///< of `IProfile`: the panel's
 inline constexpr char ScannerSource[] = "ScanManager\\Source";  ///< of the host's `IParam` root
 inline constexpr char Scroll[] = "Scroll";                      ///< of `IProfile`: a view's
+inline constexpr char PreviewPlacement[] = "PagePreview";       ///< of `IProfile`: where the preview floats
 }  // namespace section_name
 
 /// Keys of a view's settings.
@@ -88,6 +92,16 @@ namespace view_key {
 inline constexpr char ArrowsScrollStep[] = "ArrowsScrollStep";  ///< double, per cent of the client size
 inline constexpr char WheelScaleStep[] = "WheelScaleStep";      ///< double
 }  // namespace view_key
+
+/// Keys of the placement of a window that floats; lengths in the screen's logical pixels.
+namespace placement_key {
+inline constexpr char Flags[] = "placment.flags";              ///< int
+inline constexpr char ShowCommand[] = "placment.showCmd";      ///< int: 1 normal, 2 minimised, 3 maximised
+inline constexpr char Minimised[] = "placment.ptMinPosition";  ///< point
+inline constexpr char Maximised[] = "placment.ptMaxPosition";  ///< point
+inline constexpr char Normal[] = "placment.rcNormalPosition";  ///< rectangle: neither minimised nor maximised
+inline constexpr char Floats[] = "placment.floats";            ///< int: the window was open when the program ended
+}  // namespace placement_key
 
 /// Keys of an entry in the list of standard papers (`IStdPapersParam`).
 namespace paper_key {

@@ -20,7 +20,32 @@ int harmlessAnswer(EventButtons buttons) {
 }  // namespace
 
 PanelHost::PanelHost(const PanelLife& life, KxPtr<CSharedScanParams> params, IScriptCmdSink* script)
-    : m_life(life), m_params(std::move(params)), m_script(KxPtr<IScriptCmdSink>::share(script)) {}
+    : m_life(life), m_params(std::move(params)), m_script(KxPtr<IScriptCmdSink>::share(script)) {
+  enterEvents();
+}
+
+PanelHost::~PanelHost() { leaveEvents(); }
+
+void PanelHost::enterEvents() const {
+  m_eventsOf = KxPtr<IApp>::share(m_params->app());
+  m_events = CTimerEvents::enter(m_eventsOf.get(), [params = m_params] {
+    const ScanValues& values = params->values();
+    return AnswerSettings{values.autoAnswer != 0, values.autoAnswerDelay};
+  });
+}
+
+void PanelHost::leaveEvents() const noexcept {
+  if (m_events) m_events->leave();
+  m_events = nullptr;
+}
+
+KxPtr<IEvents> PanelHost::events() const {
+  if (m_eventsOf.get() != m_params->app()) {
+    leaveEvents();
+    enterEvents();
+  }
+  return m_events ? KxPtr<IEvents>::share(m_events.get()) : KxPtr<IEvents>{};
+}
 
 int PanelHost::execCommand(const char* command, IParam* arguments) const {
   if (!m_script) return 0;
@@ -30,8 +55,7 @@ int PanelHost::execCommand(const char* command, IParam* arguments) const {
 int PanelHost::show(const std::string& text, EventButtons buttons,
                     const std::function<int(IEvents&)>& shown) const {
   callOutside(m_life, [&] { m_listeners.message(splitEventText(text).text); });
-  if (const auto events = query<IEvents>(m_params->app()))
-    return callOutside(m_life, [&] { return shown(*events); });
+  if (const auto host = events()) return callOutside(m_life, [&] { return shown(*host); });
   logLine(LogLevel::Warning, "quillbay.control", text);
   return harmlessAnswer(buttons);
 }
@@ -48,12 +72,12 @@ int PanelHost::event(int code, const std::string& text, EventButtons buttons) co
 }
 
 void PanelHost::note(const std::string& text) const {
-  if (const auto events = query<IEvents>(m_params->app())) events->Note("quillbay.control", text.c_str());
+  if (const auto host = events()) host->Note("quillbay.control", text.c_str());
 }
 
 KxPtr<IEvents> PanelHost::toldEvents() const {
-  auto events = query<IEvents>(m_params->app());
-  return events ? KxPtr<IEvents>::adopt(new ToldEvents(std::move(events), m_listeners)) : KxPtr<IEvents>{};
+  auto host = events();
+  return host ? KxPtr<IEvents>::adopt(new ToldEvents(std::move(host), m_listeners)) : KxPtr<IEvents>{};
 }
 
 bool PanelHost::isInteractive() const {

@@ -6,6 +6,7 @@
 #include "control/run_events.h"
 #include "params/shared_scan_params.h"
 #include "quillbay/events.h"
+#include "widgets/timer_events.h"
 
 namespace quillbay {
 
@@ -17,6 +18,9 @@ enum class ClearFor { Connection, Preview, Scan };
 class PanelHost {
  public:
   PanelHost(const PanelLife& life, KxPtr<CSharedScanParams> params, IScriptCmdSink* script);
+  ~PanelHost();
+  PanelHost(const PanelHost&) = delete;
+  PanelHost& operator=(const PanelHost&) = delete;
 
   /// Makes a call of a page, the destination or a step.
   template <class F>
@@ -41,11 +45,17 @@ class PanelHost {
   [[nodiscard]] RunEvents& listeners() noexcept { return m_listeners; }
 
  private:
+  /// The host's events, which answer messages automatically when the settings say so; null where it has none.
+  [[nodiscard]] KxPtr<IEvents> events() const;
+  void enterEvents() const;
+  void leaveEvents() const noexcept;
   int show(const std::string& text, EventButtons buttons, const std::function<int(IEvents&)>& shown) const;
 
   const PanelLife& m_life;
   KxPtr<CSharedScanParams> m_params;
   KxPtr<IScriptCmdSink> m_script;
+  mutable KxPtr<CTimerEvents> m_events;
+  mutable KxPtr<IApp> m_eventsOf;  // the application that they are registered with
   RunEvents m_listeners;
 };
 

@@ -2,24 +2,19 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QProgressBar>
-#include <algorithm>
 
 #include "platform/base_services.h"
 
 namespace quillbay {
 
-PanelStatus::PanelStatus(QWidget* parent)
-    : QWidget(parent), m_text(new QLabel(this)), m_bar(new QProgressBar(this)) {
+PanelStatus::PanelStatus(QWidget* parent) : QWidget(parent), m_text(new QLabel(this)), m_bar(new CProgStat(this)) {
   auto* row = new QHBoxLayout(this);
   row->setContentsMargins(0, 0, 0, 0);
   row->addWidget(m_text, 1);
   row->addWidget(m_bar);
   m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
   m_text->setMinimumWidth(1);  // a long text does not widen the panel
-  m_bar->setAccessibleName(QString::fromStdString(Supp_Translate("Progress of the page")));
-  m_bar->setMaximumWidth(fontMetrics().averageCharWidth() * 20);
-  m_bar->setTextVisible(false);
+  m_bar->setMaximumWidth(m_bar->sizeHint().width());
   m_bar->hide();
   setMinimumHeight(m_bar->sizeHint().height());  // nothing above moves when the bar comes
 }
@@ -31,13 +26,7 @@ void PanelStatus::setText(const std::string& text) {
 
 void PanelStatus::setLines(std::int64_t lines, std::int64_t expected) {
   m_bar->setVisible(lines >= 0);
-  if (lines < 0) return;
-  if (expected <= 0) {
-    m_bar->setRange(0, 0);
-    return;
-  }
-  m_bar->setRange(0, 1000);
-  m_bar->setValue(static_cast<int>(std::min<std::int64_t>(1000, lines * 1000 / expected)));
+  m_bar->setLines(lines, expected);
 }
 
 std::string PanelStatus::text() const { return m_text->text().toStdString(); }

@@ -5,13 +5,14 @@
 
 #include "control/scan_run.h"
 #include "quillbay/raster.h"
+#include "widgets/prog_stat.h"
 
 class QLabel;
-class QProgressBar;
 
 namespace quillbay {
 
-/// The panel's status area: a text, and a bar that moves while lines arrive.
+/// The panel's status area: a text, and a bar that moves while lines arrive, with percent and time left of a page
+/// of known length.
 class PanelStatus final : public QWidget {
  public:
   explicit PanelStatus(QWidget* parent);
@@ -22,7 +23,7 @@ class PanelStatus final : public QWidget {
 
  private:
   QLabel* m_text;
-  QProgressBar* m_bar;
+  CProgStat* m_bar;
 };
 
 /// What the status line says of a run's state, in English.

@@ -131,6 +131,30 @@ void store(CSharedScanParams& params, const ScanKey<tagRRECT>& key, const CKxVar
   params.set(key, *value.get<tagRRECT>());
 }
 
+/// A value that has a name but is not broadcast: nothing that is shown depends on it.
+struct QuietKey {
+  const char* name;
+  std::int32_t ScanValues::*member;
+  std::int32_t least, most;
+};
+constexpr QuietKey kQuietKeys[] = {
+    {key::AutoAnswerEnable, &ScanValues::autoAnswer, 0, 1},
+    {key::AutoAnswerDelay, &ScanValues::autoAnswerDelay, 1, 100},
+};
+
+const QuietKey* findQuietKey(std::string_view name) {
+  const auto* found = std::find_if(std::begin(kQuietKeys), std::end(kQuietKeys),
+                                   [&](const QuietKey& key) { return sameKey(key.name, name); });
+  return found == std::end(kQuietKeys) ? nullptr : found;
+}
+
+std::string checkQuiet(const QuietKey& key, const CKxVariant& value) {
+  const bool isNumber = value.get<std::int32_t>() || value.get<double>();
+  if (isNumber && value.toInt() >= key.least && value.toInt() <= key.most) return {};
+  return formatText("%s takes a whole number from %d to %d",
+                    {key.name, std::to_string(key.least), std::to_string(key.most)});
+}
+
 std::string checkExtension(const CKxVariant& value) {
   const auto* text = value.get<std::string>();
   const bool good = text && text->size() >= 2 && text->front() == '.';
@@ -143,11 +167,13 @@ std::vector<std::string> scanParamNames() {
   std::vector<std::string> names;
   for (const AnyScanKey& key : allScanKeys()) names.emplace_back(nameOf(key));
   names.emplace_back(key::Extension);
+  for (const QuietKey& key : kQuietKeys) names.emplace_back(key.name);
   return names;
 }
 
 std::string ParamAccess::check(std::string_view key, const CKxVariant& value) const {
   if (sameKey(key, key::Extension)) return checkExtension(value);
+  if (const QuietKey* quiet = findQuietKey(key)) return checkQuiet(*quiet, value);
   const AnyScanKey* found = findScanKey(key);
   if (!found) return unknownKey(key);
   return std::visit([&](const auto& k) { return checkValue(m_params, m_unit, k, value); }, *found);
@@ -159,6 +185,8 @@ std::string ParamAccess::set(std::string_view key, const CKxVariant& value) cons
   if (sameKey(key, key::Extension)) {  // of all colour classes: what a host that asks for one file format wants
     m_params.quiet().extensions.fill(*value.get<std::string>());
     m_params.NotifyParam(key::Extension);
+  } else if (const QuietKey* quiet = findQuietKey(key)) {
+    m_params.quiet().*quiet->member = value.toInt();
   } else {
     std::visit([&](const auto& k) { store(m_params, k, value); }, *findScanKey(key));
   }
@@ -168,6 +196,10 @@ std::string ParamAccess::set(std::string_view key, const CKxVariant& value) cons
 int getScanParam(const ScanValues& values, std::string_view key, CKxVariant* out) {
   if (sameKey(key, key::Extension)) {
     *out = values.extensions[static_cast<std::size_t>(colorClassOf(values.colorSpace))];
+    return 1;
+  }
+  if (const QuietKey* quiet = findQuietKey(key)) {
+    *out = CKxVariant(values.*quiet->member);
     return 1;
   }
   const AnyScanKey* found = findScanKey(key);

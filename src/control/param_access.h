@@ -9,7 +9,8 @@
 namespace quillbay {
 
 /// The names that the next two know: the keys of the scan parameters, and `key::Extension`, the output file's
-/// extension (set for all colour classes, read for the current one).
+/// extension (set for all colour classes, read for the current one), and the keys of automatic answering, which are
+/// not broadcast.
 [[nodiscard]] std::vector<std::string> scanParamNames();
 
 /// Changes scan parameters by name. `params` and `unit` outlive it.

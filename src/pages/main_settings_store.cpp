@@ -39,6 +39,10 @@ int CMainSettings::Load(IParam* store) {
   const Stored stored(store);
   ScanValues& v = params().quiet();
   v.disablePreview = stored.number(key::DisablePreview, v.disablePreview, stored.defaults.disablePreview);
+  if (!isDirect()) {  // which answers nothing by itself
+    v.autoAnswer = stored.number(key::AutoAnswerEnable, v.autoAnswer, stored.defaults.autoAnswer);
+    v.autoAnswerDelay = stored.number(key::AutoAnswerDelay, v.autoAnswerDelay, stored.defaults.autoAnswerDelay);
+  }
   takeCentring(paramInt(store, key::Center, 1));
   setSpinValue(m_form->added, paramInt(store, key::AddWidth, 0));
   v.addWidthPercent = m_form->added->value();
@@ -109,6 +113,10 @@ int CMainSettings::Save(IParam* store) {
   takeTypedArea();
   const ScanValues& v = params().values();
   store->SetValue(key::DisablePreview, v.disablePreview);
+  if (!isDirect()) {
+    store->SetValue(key::AutoAnswerEnable, v.autoAnswer);
+    store->SetValue(key::AutoAnswerDelay, v.autoAnswerDelay);
+  }
   store->SetValue(key::Center, v.center);
   store->SetValue(key::AddWidth, m_form->added->value());
   for (std::size_t i = 0; i < v.saveSettings.size(); ++i) store->SetValue(saveSettingsKey(i), v.saveSettings[i]);

@@ -9,7 +9,8 @@ class QSpinBox;
 
 namespace desktop {
 
-/// Lets the user choose the format of files, one file for all pages, and the counter.
+/// Lets the user choose the format of files, one file for all pages, the counter, and whether messages wait for a
+/// user.
 class OutputDialog : public QDialog {
   Q_OBJECT
  public:
@@ -18,11 +19,12 @@ class OutputDialog : public QDialog {
 
  private:
   void makeFormats(const std::string& extension);
+  [[nodiscard]] QWidget* makeAnswering(const OutputSettings& output);
   void updateEnabled();
 
   QComboBox *m_format, *m_fate;
-  QCheckBox *m_multiPage, *m_addsCounter;
-  QSpinBox *m_counter, *m_digits;
+  QCheckBox *m_multiPage, *m_addsCounter, *m_answers;
+  QSpinBox *m_counter, *m_digits, *m_answerDelay;
 };
 
 }  // namespace desktop
