@@ -17,6 +17,10 @@ KxPtr<CSharedScanParams> CSharedScanParams::acquire(IApp* app, StoreFactory empt
   return KxPtr<CSharedScanParams>::adopt(s_instance);
 }
 
+const ScanValues* CSharedScanParams::currentValues() noexcept {
+  return s_instance ? &s_instance->m_values : nullptr;
+}
+
 CSharedScanParams::CSharedScanParams(IApp* app, StoreFactory emptyStore)
     : destinationStore(emptyStore()),
       previewStore(emptyStore()),

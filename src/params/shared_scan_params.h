@@ -37,6 +37,8 @@ class CSharedScanParams final : public CKxUnknownImpl<IKxUnknown> {
 
   /// The object of the process, made when there is none: then its three store slots are filled from `emptyStore`.
   [[nodiscard]] static KxPtr<CSharedScanParams> acquire(IApp* app, StoreFactory emptyStore);
+  /// The values of that object, or null when there is none. Valid until the last panel is closed.
+  [[nodiscard]] static const ScanValues* currentValues() noexcept;
 
   [[nodiscard]] const ScanValues& values() const noexcept { return m_values; }
   /// The values without a broadcast of their own.
