@@ -4,6 +4,7 @@
 #include <QTabBar>
 #include <QVBoxLayout>
 
+#include "analysis/deskew_stage.h"
 #include "control/command_ids.h"
 #include "control/panel_sink.h"
 #include "control/start_commands.h"
@@ -11,6 +12,7 @@
 #include "platform/base_services.h"
 #include "platform/post_command.h"
 #include "quillbay/scan_keys.h"
+#include "stores/scan_buffer.h"
 #include "stores/scan_to_file_stor.h"
 #include "stores/simple_stor.h"
 
@@ -40,6 +42,7 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
       m_progress(KxPtr<PanelProgress>::adopt(new PanelProgress)),
       m_focus(this),
       m_valuesBefore(m_params->values()) {
+  m_steps.straightening = std::make_shared<DeskewStage>(&newScanBuffer);
   m_guard.onFailure([this](const std::string& what) {
     m_performer.fail(what);
     PostCommand(this, command::kApplyParams, 1);  // what waited for the end of the page

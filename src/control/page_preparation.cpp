@@ -169,7 +169,10 @@ void PagePreparation::takeSettings(ScanPlan& plan) const {
   plan.destination = m_parts.params.destinationStore;
   plan.view = m_parts.params.viewStore;
   plan.straightening = m_parts.steps.straightening;
-  m_parts.steps.straightening->Begin({v.skew, plan.area, v.scanType});
+  // A preview shows the bed as it is: areas are drawn on it.
+  const bool isPage = plan.kind == RunKind::Scan;
+  m_parts.steps.straightening->Begin(isPage ? StraighteningBasis{v.skew, plan.area, v.scanType}
+                                            : StraighteningBasis{});
 }
 
 Preparation PagePreparation::prescan() {

@@ -24,7 +24,7 @@ struct ScanPlan {
   RunKind kind = RunKind::Scan;  ///< `Scan` or one of the previews
   PageDraft draft;               ///< with all scan parameters
   KxPtr<ISStripStor> destination, view;
-  IStraightening* straightening = nullptr;
+  std::shared_ptr<IStraightening> straightening;
   tagRRECT area{};     ///< what the scanner was asked for, millimetres
   int previewDpi = 0;  ///< of a preview
 };

@@ -32,11 +32,13 @@ class NoStraightening final : public IStraightening {
 NoDetection s_detection;
 NoPalette s_palette;
 NoTables s_tables;
-NoStraightening s_straightening;
 
 }  // namespace
 
 ScanSteps::ScanSteps()
-    : detection(&s_detection), palette(&s_palette), colors(&s_tables), straightening(&s_straightening) {}
+    : detection(&s_detection),
+      palette(&s_palette),
+      colors(&s_tables),
+      straightening(std::make_shared<NoStraightening>()) {}
 
 }  // namespace quillbay

@@ -1,6 +1,8 @@
 #pragma once
 #include <cstdint>
+#include <memory>
 
+#include "platform/straightening.h"
 #include "quillbay/geometry.h"
 #include "quillbay/param.h"
 #include "quillbay/quillbay.h"
@@ -43,23 +45,6 @@ class IColorTables {
   virtual void Put(IParam* request) = 0;
 };
 
-/// What straightening works from: the settings as they were when the page or preview was started.
-struct StraighteningBasis {
-  double skew = 0;            ///< radians, as detected
-  tagRRECT area{};            ///< of the scan, millimetres
-  std::int32_t scanType = 0;  ///< `ScanAreaType`: what the area's length means
-};
-
-/// Straightens the stripes of a skewed scan, on the scanner's thread.
-class IStraightening {
- public:
-  virtual ~IStraightening() = default;
-  /// Before a page or a preview, on the user-interface thread.
-  virtual void Begin(const StraighteningBasis& basis) = 0;
-  /// The stripe itself, a straightened one, or nothing yet; null flushes what is held back.
-  virtual KxPtr<IScanBuffer> Pass(IScanBuffer* stripe, std::int64_t extra) = 0;
-};
-
 /// Shows the whole-bed prescan and lets the area be drawn on it.
 class IPreviewPage {
  public:
@@ -77,7 +62,7 @@ struct ScanSteps {
   IAreaDetection* detection;
   IPalettePrescan* palette;
   IColorTables* colors;
-  IStraightening* straightening;
+  std::shared_ptr<IStraightening> straightening;  ///< shared with the scanner's thread
   IPreviewPage* preview = nullptr;  ///< null: the panel has no preview page (also in direct mode)
 };
 
