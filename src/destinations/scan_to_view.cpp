@@ -187,9 +187,10 @@ void CScanToView::changeEvent(QEvent* event) {
 }
 
 PageDraft CScanToView::draft(bool isLast) const {
-  PageDraft draft = m_draft;
+  PageDraft draft = m_output ? m_output->draft() : PageDraft{};
+  const auto moment = draft.names.moment;
   draft.names = makeNameContext(m_params);
-  if (m_draft.names.moment != 0) draft.names.moment = m_draft.names.moment;
+  if (moment != 0) draft.names.moment = moment;
   draft.isLast = isLast;
   return draft;
 }

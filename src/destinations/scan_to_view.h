@@ -7,6 +7,7 @@
 #include "destinations/history.h"
 #include "destinations/next_name.h"
 #include "destinations/path_rules.h"
+#include "destinations/run_output.h"
 #include "quillbay/connection_point.h"
 #include "widgets/dialog.h"
 
@@ -55,7 +56,7 @@ class CScanToView final : public CDialog,
   bool OnCommand(int id, int code, std::int64_t value) override;
   /// Looks for the next file's name, without waiting: the field keeps what it shows until that is known.
   void refreshNextName();
-  /// A text pasted into the folder or mask field. Answers false when it is to be pasted as it is.
+  /// A text pasted into the folder or mask field. Returns false when it is to be pasted as it is.
   bool pastePath(const std::string& text, PasteField field);
 
  protected:
@@ -81,11 +82,13 @@ class CScanToView final : public CDialog,
   void showFields();
   void fieldEdited(int id);
   void browse();
-  /// Answers false when the folder is none, or was refused with a message.
+  /// Returns false when the folder is none, or was refused with a message.
   bool applyFolder(const std::string& folder);
   void remember();
   void saveHistories();
   void installStore();
+  /// The files of the run that is under way; the first call in a run makes them.
+  [[nodiscard]] RunOutput& output();
   [[nodiscard]] bool pasteInto(const QLineEdit* edit);
   [[nodiscard]] std::string askFolder();
   [[nodiscard]] bool showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event);
@@ -93,7 +96,7 @@ class CScanToView final : public CDialog,
   [[nodiscard]] int endPage(bool cancelled);
   [[nodiscard]] bool prepareFile();
   [[nodiscard]] int finishFile(const KxPtr<ISStripStor>& store);
-  [[nodiscard]] std::string finishStore(const KxPtr<ISStripStor>& store) const;
+  [[nodiscard]] std::string finishStore(const KxPtr<ISStripStor>& store);
   [[nodiscard]] std::string tryOtherName(const KxPtr<ISStripStor>& store, const std::string& error);
   [[nodiscard]] int handToHost(KxPtr<IRStor> raster);
   [[nodiscard]] int savePage();
@@ -112,10 +115,7 @@ class CScanToView final : public CDialog,
   NextNameFinder m_nextName{this, kNameFound};
   QTimer m_clock;  // runs while the name shows the time
   bool m_useFileOut = true;
-  PageDraft m_draft;             // of the page that `BeginScan` prepared
-  NamedPage m_page;              // the page that is being scanned
-  NamedPage m_open;              // the first page of the run's multi-page file, while that is a part
-  std::int32_t m_openPages = 0;  // pages of the run in it
+  std::unique_ptr<RunOutput> m_output;  // from a run's first page to its end
 };
 
 }  // namespace quillbay

@@ -24,11 +24,15 @@ class WaitCursor {
 };
 }  // namespace
 
+RunOutput& CScanToView::output() {
+  if (!m_output) m_output = std::make_unique<RunOutput>();
+  return *m_output;
+}
+
 void CScanToView::installStore() { m_params.destinationStore = m_context.makeStore(m_mode); }
 
 int CScanToView::BeginScan() {
-  m_draft = {};
-  m_page = {};
+  output().preparePage();
   if (!m_useFileOut) {
     m_params.quiet().outputFile.clear();  // no file: the rule for existing ones refuses nothing
   } else if (!prepareFile()) {
@@ -45,10 +49,10 @@ bool CScanToView::prepareFile() {
     return false;
   }
   const auto host = events();
-  if (v.multiPage && !m_open.target.path.empty()) {
-    m_draft.openPart = m_params.quiet().outputFile = m_open.target.path;
-    m_draft.addsToFile = m_open.target.addsToFile;
-  } else if (!PrepareOutputFile(m_params, host.get(), &m_draft)) {
+  const std::string part = v.multiPage ? output().joinPart() : std::string();
+  if (!part.empty()) {
+    m_params.quiet().outputFile = part;
+  } else if (!PrepareOutputFile(m_params, host.get(), &output().draft())) {
     refreshNextName();
     return false;
   }
@@ -59,7 +63,7 @@ bool CScanToView::prepareFile() {
 }
 
 void CScanToView::pageStarted(const NamedPage& page) {
-  m_page = page;
+  output().startPage(page);
   if (!page.refused.empty()) return;
   ScanValues& v = m_params.quiet();
   v.outputFile = page.target.path;
@@ -69,7 +73,7 @@ void CScanToView::pageStarted(const NamedPage& page) {
 
 int CScanToView::EndScan(int cancelled) {
   const int answer = endPage(cancelled != 0);
-  m_draft = {};
+  output().endPage();
   refreshNextName();  // however the page ended: its start may have moved the counter without a word
   return answer;
 }
@@ -86,7 +90,7 @@ int CScanToView::endPage(bool cancelled) {
   KxPtr<IRStor> raster;
   try {
     const WaitCursor wait;
-    store->Finish(raster.put(), m_page.target.leastLines, 1);
+    store->Finish(raster.put(), output().target().leastLines, 1);
   } catch (const CXException& e) {
     tell(e.what());
     return 0;
@@ -99,29 +103,29 @@ int CScanToView::endPage(bool cancelled) {
   return 0;
 }
 
-/// Answers why the page is not in its file; empty when it is.
-std::string CScanToView::finishStore(const KxPtr<ISStripStor>& store) const {
+/// Returns why the page is not in its file; empty when it is.
+std::string CScanToView::finishStore(const KxPtr<ISStripStor>& store) {
   try {
     const WaitCursor wait;
-    const int finished = store->Finish(nullptr, m_page.target.leastLines, 1);
+    const int finished = store->Finish(nullptr, output().target().leastLines, 1);
     const auto outcome = store.as<IStoreOutcome>();
     if (!outcome) return {};
     if (finished || outcome->GetLines() != 0 || !outcome->GetError().empty()) return outcome->GetError();
-    return formatText(Supp_Translate("The page has no lines; %s was not written."), {m_page.target.path});
+    return formatText(Supp_Translate("The page has no lines; %s was not written."), {output().target().path});
   } catch (const CXException& e) {
     return e.what();
   }
 }
 
-/// A page that is whole in its part, whose name was in the way, gets another one. Answers the error that is left.
+/// A page that is whole in its part, whose name was in the way, gets another one. Returns the error that is left.
 std::string CScanToView::tryOtherName(const KxPtr<ISStripStor>& store, const std::string& error) {
   const auto outcome = store.as<IStoreOutcome>();
   if (!outcome || !outcome->IsWritten()) return error;
-  const PartFate fate = publishByRule(m_page, events().get());
-  if (m_page.target.joinsPart) m_open = {};
+  const PartFate fate = publishByRule(output().page(), events().get());
+  if (output().target().joinsPart) output().forgetPart();
   if (!fate.why.empty()) return fate.why;
   m_params.quiet().outputFile = fate.file;
-  if (m_page.target.joinsPart) return {};
+  if (output().target().joinsPart) return {};
   m_params.setIfChanged(scan_key::Counter, fate.counter);
   m_params.setIfChanged(scan_key::UseAutoCounter, fate.useAutoCounter);
   return {};
@@ -135,31 +139,20 @@ int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
     tell(error);
     return 0;
   }
-  if (!m_page.target.joinsPart) {
+  if (output().target().joinsPart)
+    output().addToPart();
+  else
     advanceCounter();
-  } else if (m_page.target.isLast) {
-    m_open = {};
-  } else {
-    if (m_open.target.path.empty()) {
-      m_open = m_page;
-      m_openPages = 0;
-    }
-    ++m_openPages;
-  }
   return 1;
 }
 
 RunFile CScanToView::endRun() {
-  const NamedPage open = std::exchange(m_open, {});
-  const std::string& file = open.target.path;
-  if (file.empty()) return {};
-  const std::int32_t pages = std::exchange(m_openPages, 0);
-  // Pages that were added to an existing file went into it in place.
-  if (open.target.addsToFile && !fio::exists(file + ".part")) return {RunFile::Fate::Published, file, pages};
-  const PartFate fate = publishByRule(open, events().get());
-  if (fate.why.empty()) return {RunFile::Fate::Published, fate.file, pages};
-  tell(fate.why);
-  return {RunFile::Fate::Failed, file + ".part", pages};
+  const std::unique_ptr<RunOutput> ended = std::move(m_output);
+  if (!ended) return {};
+  std::string why;
+  const RunFile file = ended->publishPart(events().get(), &why);
+  if (!why.empty()) tell(why);
+  return file;
 }
 
 int CScanToView::handToHost(KxPtr<IRStor> raster) {
@@ -172,7 +165,7 @@ int CScanToView::handToHost(KxPtr<IRStor> raster) {
   arguments->SetValue(script_key::Raster, raster.as<IKxUnknown>());
   arguments->SetValue(script_key::FileName,
                       v.outputFile.empty() ? buildOutputPath(draft(true).names) : v.outputFile);
-  if (m_page.target.joinsPart) arguments->SetValue(script_key::MultiPage, 1);
+  if (output().target().joinsPart) arguments->SetValue(script_key::MultiPage, 1);
   if (v.batch) arguments->SetValue(script_key::BatchScan, 1);
   try {
     if (m_context.controller->ExecCommand(script_key::AddRaster, arguments.get()) != 0)
@@ -201,14 +194,14 @@ int CScanToView::savePage() {
     // The page is in the document already: it is only not saved, which the user can do there.
     tell(e.what());
   }
-  if (!m_page.target.joinsPart) advanceCounter();
+  if (!output().target().joinsPart) advanceCounter();
   return 1;
 }
 
 bool CScanToView::sendSave() {
   const std::string& file = m_params.values().outputFile;
   const KxPtr<IParam> arguments = new_MemParam();
-  if (m_page.target.joinsPart) {
+  if (output().target().joinsPart) {
     arguments->SetValue(script_key::FileName, file);
     return m_context.controller->ExecCommand(script_key::AddPage, arguments.get()) == 0;
   }
