@@ -96,4 +96,11 @@ inline void aim(const std::string& what, double value, const char* unit, double 
   std::fflush(stdout);
 }
 
+/// The same for a figure that is to be at least as large.
+inline void aimAtLeast(const std::string& what, double value, const char* unit, double limit) {
+  std::printf("aim  %-58s %7.2f %-4s above %4.1f  %-6s\n", what.c_str(), value, unit, limit,
+              value >= limit ? "met" : "MISSED");
+  std::fflush(stdout);
+}
+
 }  // namespace quillbay::bench

@@ -22,6 +22,14 @@ measure() {
   "$build/bin/store_bench" "$memory"
 
   echo
+  echo "The picture of a scan on the screen beside libvips, one thread each, the same pixels in memory"
+  "$build/bin/reduction_bench" "$memory"
+
+  echo
+  echo "Straightening beside leptonica and libvips, one thread each, the same pixels in memory"
+  "$build/bin/straighten_bench" "$memory"
+
+  echo
   echo "The view over large rasters, their lines in a scratch file"
   "$build/bin/view_bench" 2>"$out/view.err"
 

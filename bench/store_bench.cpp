@@ -14,10 +14,7 @@
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
 #include "quillbay/run_list.h"
-#include "quillbay/scan_keys.h"
-#include "quillbay/scanner.h"
-#include "scanners/lines/line_pipeline.h"
-#include "scanners/sim/sim_scan.h"
+#include "sim_pages.h"
 #include "stores/scan_to_file_stor.h"
 
 namespace quillbay {
@@ -44,42 +41,7 @@ class BenchApp final : public CKxUnknownImpl<IApp, IIOParams> {
   KxPtr<IParam> m_options;
 };
 
-/// Keeps the stripes of a simulated scan.
-class Collector final : public CKxUnknownImpl<IScanSink> {
- public:
-  int ScanEnded(int) override {
-    m_done.set();
-    return 1;
-  }
-  int QueryContinue() override { return 1; }
-  int ScanStarted(KxColorSpace, std::int64_t, std::int64_t, std::uint32_t) override { return 1; }
-  int StripeArrived(std::int64_t, IScanBuffer* stripe, std::int64_t) override {
-    stripes.push_back(KxPtr<IScanBuffer>::share(stripe));
-    return 1;
-  }
-  void wait() { m_done.wait(); }
-  std::vector<KxPtr<IScanBuffer>> stripes;
-
- private:
-  Event m_done{Event::Kind::Manual};
-};
-
-/// A drawing of some megabytes as ready stripes of a scan mode.
-std::vector<KxPtr<IScanBuffer>> drawing(int mode, int dpi, double lengthMm) {
-  std::string why;
-  const auto scan = newSimScan("sim:width=900,size=860x5000,at=10x5,seed=4,drawing=map", &why);
-  const auto unit = scan.as<IQuillbayUnit>();
-  const auto request = new_MemParam();
-  request->SetValue(key::Mode, mode);
-  request->SetValue(key::ImageDpi, dpi);
-  request->SetValue(key::Rect, tagRRECT{0, 0, 880, lengthMm});
-  request->SetValue(key::RequestType, 2);
-  const auto sink = KxPtr<Collector>::adopt(new Collector);
-  unit->Scan(sink.get(), request.get());
-  unit->Command(sink.get(), 0);
-  sink->wait();
-  return std::move(sink->stripes);
-}
+using bench::drawing;
 
 double seconds(std::chrono::steady_clock::time_point since) {
   return std::chrono::duration<double>(std::chrono::steady_clock::now() - since).count();

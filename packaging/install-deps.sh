@@ -1,6 +1,7 @@
 #!/bin/sh
 # Installs what is needed from Debian's packages; does nothing when all of it is there.
-# usage: install-deps.sh [build]    with "build" only what building and running need, else what tests need as well
+# usage: install-deps.sh [build | bench]    with "build" only what building and running need, else what tests need as
+#                                           well; with "bench" also the programs that measurements compare with
 set -eu
 
 build="build-essential cmake ninja-build pkg-config ca-certificates git
@@ -10,9 +11,11 @@ run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
 check="libgtest-dev clang-format-16 clang-tidy-16 python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales
   xdotool dbus-daemon at-spi2-core python3-gi"
+bench="libvips-tools"
 
 wanted="$build $run"
 [ "${1:-}" = build ] || wanted="$wanted $check $tests"
+[ "${1:-}" != bench ] || wanted="$wanted $bench"
 
 missing=""
 for package in $wanted; do

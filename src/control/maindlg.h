@@ -60,6 +60,13 @@ class CMaindlg final : public CDialog, private IPanelController {
   [[nodiscard]] RunEvents& listeners() noexcept { return m_host.listeners(); }
   int SaveSettings();
   /// With a reference; null without one.
+  int GivePreviewCommand(int id);
+  [[nodiscard]] int IsPreviewCommandEnabled(int id);
+  [[nodiscard]] int IsPreviewCommandChecked(int id);
+  int KeepRasters(int keep) {
+    m_parts.keepsRasters = keep != 0;
+    return 1;
+  }
   [[nodiscard]] IRStor* viewRaster() { return m_parts.viewRaster(); }
   [[nodiscard]] CRDirectTfm viewTransform() const { return m_viewSync.transform(); }
   void postStart(int command, std::int64_t value);

@@ -21,7 +21,7 @@ struct Preparation {
 /// show messages and run event loops. User-interface thread only.
 class PagePreparation {
  public:
-  /// `seen`: whether a view shows the page during the scan.
+  /// `seen`: whether a view shows pages and pictures of them.
   PagePreparation(PanelParts& parts, bool seen) : m_parts(parts), m_seen(seen) {}
 
   [[nodiscard]] Preparation page();

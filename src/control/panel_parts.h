@@ -25,6 +25,7 @@ struct PanelParts {
   CScanTo* destination = nullptr;        ///< from the panel's start-up on
   PanelStatus* status = nullptr;         ///< from the start-up on
   std::function<void()> stateChanged{};  ///< shows the run's state
+  bool keepsRasters = false;             ///< the host reads pages while they are scanned
   /// Settings changed without a broadcast; whether the mode did.
   std::function<void(bool modeChanged)> settingsApplied{};
 

@@ -63,6 +63,20 @@ int PanelSink::SaveSettings() { return m_dialog ? m_dialog->SaveSettings() : 0; 
 
 IRStor* PanelSink::GetRaster() { return m_dialog ? m_dialog->viewRaster() : nullptr; }
 
+int PanelSink::KeepRasters(int keep) { return m_dialog ? m_dialog->KeepRasters(keep) : kNoWindow; }
+
+int PanelSink::PreviewCommand(quillbay::PreviewCommand command) {
+  return m_dialog ? m_dialog->GivePreviewCommand(static_cast<int>(command)) : 0;
+}
+
+int PanelSink::IsPreviewCommandEnabled(quillbay::PreviewCommand command) {
+  return m_dialog ? m_dialog->IsPreviewCommandEnabled(static_cast<int>(command)) : 0;
+}
+
+int PanelSink::IsPreviewCommandChecked(quillbay::PreviewCommand command) {
+  return m_dialog ? m_dialog->IsPreviewCommandChecked(static_cast<int>(command)) : 0;
+}
+
 CRDirectTfm PanelSink::GetTransform() { return m_dialog ? m_dialog->viewTransform() : CRDirectTfm{}; }
 
 }  // namespace quillbay

@@ -2,6 +2,8 @@
 #include <mutex>
 
 #include "quillbay/control.h"
+#include "quillbay/keep_rasters.h"
+#include "quillbay/preview_control.h"
 #include "quillbay/quillbay.h"
 
 namespace quillbay {
@@ -11,7 +13,8 @@ class CMaindlg;
 /// What a host holds of a panel: forwards to the dialog while it lives, and answers that there is no window
 /// afterwards. Commands and parameters are posted, so any thread may give them; everything else is the
 /// user-interface thread's.
-class PanelSink final : public CKxUnknownImpl<IQuillbaySink, IQuillbayControl, IRGetSource> {
+class PanelSink final
+    : public CKxUnknownImpl<IQuillbaySink, IQuillbayControl, IRGetSource, IKeepRasters, IPreviewControl> {
  public:
   explicit PanelSink(CMaindlg* dialog) : m_dialog(dialog) {}
   void dialogIsGone() noexcept;
@@ -36,6 +39,12 @@ class PanelSink final : public CKxUnknownImpl<IQuillbaySink, IQuillbayControl, I
   IRStor* GetRaster() override;
   CRDirectTfm GetTransform() override;
   int GetFlags() override { return 0; }
+
+  int KeepRasters(int keep) override;
+
+  int PreviewCommand(quillbay::PreviewCommand command) override;
+  int IsPreviewCommandEnabled(quillbay::PreviewCommand command) override;
+  int IsPreviewCommandChecked(quillbay::PreviewCommand command) override;
 
  private:
   std::mutex m_mutex;  // held by whoever is not on the user-interface thread, and while the dialog goes

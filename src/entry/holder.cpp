@@ -11,6 +11,7 @@
 
 #include "control/command_ids.h"
 #include "platform/base_services.h"
+#include "quillbay/keep_rasters.h"
 #include "quillbay/scan_keys.h"
 
 namespace quillbay {
@@ -170,8 +171,14 @@ void CMHolder::showView(bool show) {
   m_port->GetWindow()->setVisible(show);
   if (const auto kept = settings(m_app.get())) kept->SetValue(kShowView, show ? 1 : 0);
   m_divided = false;
+  keepRasters(show);
   layOut();
   updateZoom();
+}
+
+/// The view shows the page pixel by pixel: the panel has to keep one.
+void CMHolder::keepRasters(bool keep) {
+  if (const auto keeping = m_sink ? m_sink.as<IKeepRasters>() : nullptr) keeping->KeepRasters(keep ? 1 : 0);
 }
 
 void CMHolder::takePanel(HWND panel, KxPtr<IQuillbaySink> sink) {
@@ -182,6 +189,7 @@ void CMHolder::takePanel(HWND panel, KxPtr<IQuillbaySink> sink) {
   panel->show();
   resize(panel->width(), panel->width() / 2);
   if (const auto control = m_sink.as<IQuillbayControl>()) control->Advise(&m_events);
+  keepRasters(!m_actions.empty() && m_actions.front().action->isChecked());
   layOut();
 }
 

@@ -82,6 +82,7 @@ class CMHolder final : public CDialog {
   void updateZoom();
   void showView(bool show);
   void layOut();
+  void keepRasters(bool keep);
   [[nodiscard]] QSize panelRoom() const;
   void growPicture();
   bool killCommand();

@@ -4,6 +4,9 @@
 
 namespace quillbay {
 
+/// The weight of a whole source pixel across a line.
+inline constexpr std::uint32_t kWholePixel = 256;
+
 /// The source pixels (or lines) that one reduced pixel covers along one axis, `first` to `last`. Those between
 /// weigh `unit` each; where `first` is `last`, only `firstWeight` counts.
 struct AreaSpan {

@@ -6,7 +6,8 @@
 
 #include "platform/picture.h"
 #include "platform/strip_stor.h"
-#include "stores/picture_part.h"
+#include "quillbay/scan_mode.h"
+#include "stores/picture_painter.h"
 #include "stores/stripe_reducer.h"
 
 namespace quillbay {
@@ -68,28 +69,32 @@ class CPreviewStor final : public ISStripStor {
     std::int32_t scanWidth = 0;          // pixels of the stripes
     std::int64_t scanLines = 0;          // that the pictures show
     std::int32_t width = 0, height = 0;  // reduced
-    std::vector<std::shared_ptr<const PicturePart>> parts;
+    PictureParts parts;
     std::int64_t pixels = 0;  // of all parts
     int halvings = 0;         // of the parts' heights
   };
   using Stripes = std::vector<KxPtr<IScanBuffer>>;
 
   [[nodiscard]] State state() const;
+  [[nodiscard]] bool belongs(IScanBuffer& stripe, std::int32_t width) const;
   void start(IScanBuffer& stripe, std::int32_t width);
-  void reduce(const Stripes& stripes, std::int64_t lines, double height);
+  void reduce(const Stripes& stripes, std::int64_t lines);
   void flush();
-  void makeRoom(std::int32_t width, double height);
-  static void paint(const State& state, IRasterDC* target, const CRDirectTfm& tfm);
+  void makeRoom(std::int32_t width, std::int32_t rows);
 
   const std::int32_t m_screenWidth;
   const Joined m_joined;
-  mutable std::mutex m_feed;  // guards the next three; held while stripes are reduced
+  std::mutex m_feed;  // guards the next three; held while stripes are reduced
   Stripes m_pending;
   std::int64_t m_pendingLines = 0;
   StripeReducer m_reducer;
-  mutable std::mutex m_lock;  // guards the rest; taken after m_feed
+  // Guards the rest against those who only read; taken after m_feed, which who changes it holds as well.
+  mutable std::mutex m_lock;
   State m_state;
 };
+
+/// Which of the four pictures is that of a scan mode: grey for 5, palette for 6, colour for 7, else bitonal.
+[[nodiscard]] ColorClass pictureClassOf(std::int32_t mode) noexcept;
 
 /// A store for the screen's width whose joined picture becomes that of the mode that is current then. `params` must
 /// outlive the last call of `Reset`.

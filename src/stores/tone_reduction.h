@@ -23,6 +23,7 @@ class ToneReduction {
   void paintRow(const AreaSpan& span, std::uint32_t unit, const std::uint8_t* const* lines, std::uint32_t* out);
 
   KxColorSpace m_colorSpace = KxColorSpace::None;
+  std::int32_t m_width = 0;  // that m_cells were made for
   CellRow m_cells;
   std::array<std::uint64_t, 256> m_colors{};  // blue, green, red, 0 as 16-bit tones
 };

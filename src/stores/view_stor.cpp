@@ -1,13 +1,15 @@
 #include "stores/view_stor.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "stores/extent.h"
 #include "stores/simple_stor.h"
 
 namespace quillbay {
 
-CViewStor::CViewStor(Raster raster, ISStripStor* destination) : m_kind(raster) {
+CViewStor::CViewStor(Raster raster, KxPtr<CPreviewStor> picture, ISStripStor* destination)
+    : m_kind(raster), m_picture(std::move(picture)) {
   if (raster == Raster::Own) m_pages = makeEmptyStore();
   if (raster == Raster::Shared) m_pages = KxPtr<ISStripStor>::share(destination);
 }
@@ -24,6 +26,7 @@ KxPtr<ISStripStor> CViewStor::pages() const {
 int CViewStor::AddStripe(IScanBuffer* stripe) {
   if (!stripe) return 0;
   if (m_kind == Raster::Own && pages()->AddStripe(stripe) == 0) return 0;
+  if (m_picture) m_picture->AddStripe(stripe);
   KxSize size;
   stripe->GetSize(&size);
   const std::lock_guard lock(m_lock);
@@ -42,6 +45,7 @@ void CViewStor::Reset() {
     own = m_pages;
   }
   if (own) own->Reset();
+  if (m_picture) m_picture->Reset();
 }
 
 int CViewStor::Finish(IRStor** out, int minLines, int release) {
@@ -53,7 +57,7 @@ int CViewStor::Finish(IRStor** out, int minLines, int release) {
 }
 
 void CViewStor::Paint(IRasterDC* target, const CRDirectTfm* tfm) {
-  if (const auto from = pages()) from->Paint(target, tfm);
+  if (m_picture && tfm) m_picture->PaintScan(target, *tfm);
 }
 
 void CViewStor::GetRect(double rect[4]) {

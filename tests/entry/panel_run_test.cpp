@@ -3,6 +3,7 @@
 
 #include "fake_scanner.h"
 #include "panel_fixture.h"
+#include "quillbay/keep_rasters.h"
 
 namespace quillbay {
 namespace {
@@ -122,6 +123,7 @@ TEST_F(PanelTest, TheViewIsDrawnWithTheLastLinesAndKnowsWhereTheyLie) {
   sink()->EnableViewSync(1);
   set("m_CurrMode", 5);
   set("m_eScanType", 3);
+  query<IKeepRasters>(sink())->KeepRasters(1);
   const auto source = query<IRGetSource>(sink());
   for (const int dpi : {100, 400}) {
     SCOPED_TRACE(dpi);

@@ -74,7 +74,7 @@ TEST(SimpleStor, FinishGrowsByEightLinesAtLeast) {
 }
 
 KxPtr<ISStripStor> newViewStore(CViewStor::Raster raster, ISStripStor* destination = nullptr) {
-  return KxPtr<ISStripStor>::adopt(new CViewStor(raster, destination));
+  return KxPtr<ISStripStor>::adopt(new CViewStor(raster, nullptr, destination));
 }
 
 TEST(ViewStor, HandsOutTheDestinationsRasterOrItsOwnOrNone) {

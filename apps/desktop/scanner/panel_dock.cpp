@@ -6,6 +6,7 @@
 #include <QVBoxLayout>
 #include <utility>
 
+#include "quillbay/keep_rasters.h"
 #include "quillbay/scanner.h"
 #include "scanner/first_choices.h"
 #include "scanner/job_bar.h"
@@ -127,6 +128,11 @@ void PanelDock::closePanel() {
 
 KxPtr<quillbay::IRStor> PanelDock::scanRaster() const {
   const auto source = m_sink ? m_sink.as<quillbay::IRGetSource>() : nullptr;
+void PanelDock::keepRasters(bool keep) {
+  if (const auto keeping = m_sink ? m_sink.as<quillbay::IKeepRasters>() : nullptr)
+    keeping->KeepRasters(keep ? 1 : 0);
+}
+
   return source ? KxPtr<quillbay::IRStor>::adopt(source->GetRaster()) : nullptr;
 }
 

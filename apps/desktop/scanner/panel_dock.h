@@ -32,6 +32,8 @@ class PanelDock : public QDockWidget {
   /// The raster that the running scan fills for the view; null when there is none.
   [[nodiscard]] quillbay::KxPtr<quillbay::IRStor> scanRaster() const;
   /// The panel's window; null without one.
+  /// Whether pages that are scanned to files have a raster as well, from the next page on; asks the open panel.
+  void keepRasters(bool keep);
   [[nodiscard]] QWidget* panel() const { return m_panel; }
   /// The row above the panel.
   [[nodiscard]] JobBar& bar() const { return *m_bar; }

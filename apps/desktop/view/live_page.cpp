@@ -26,6 +26,10 @@ LivePage::LivePage(Source source, Document* document, const ProgramSettings* set
           [this](int number, const QImage& image) { number == m_info.page ? takeOverview(image) : void(); });
 }
 
+bool LivePage::keepsScanned(const ProgramSettings& settings) {
+  return settings.number("KeepScannedPages", kUsuallyKept) > 0;
+}
+
 double LivePage::dpi() const {
   const std::uint32_t own = m_raster ? m_raster->GetResolution() : 0;
   return own > 0 ? own : m_info.dpi > 0 ? m_info.dpi : kUsualDpi;
@@ -121,7 +125,7 @@ void LivePage::finish(const quillbay::PageInfo& page) {
 
 /// Whether a page that was written has joined the document.
 bool LivePage::keepPage(const quillbay::PageInfo& page, const QString& file, bool continues) {
-  if (file.isEmpty() || m_settings->number("KeepScannedPages", kUsuallyKept) <= 0) return false;
+  if (file.isEmpty() || !keepsScanned(*m_settings)) return false;
   if (!isWhole(page)) {
     emit note(tr("%1 is written, but the page in the view is incomplete and was removed. Open the file to see it.")
                   .arg(file));

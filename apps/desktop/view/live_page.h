@@ -23,6 +23,8 @@ class LivePage : public QObject {
  public:
   /// Answers the raster of the running scan; null as long as there is none.
   using Source = std::function<quillbay::KxPtr<quillbay::IRStor>()>;
+  /// Whether pages that are scanned to files stay in the document.
+  [[nodiscard]] static bool keepsScanned(const ProgramSettings& settings);
   LivePage(Source source, Document* document, const ProgramSettings* settings, QObject* parent);
 
   /// A page starts; the one before it is over in any case.
@@ -37,6 +39,8 @@ class LivePage : public QObject {
   void look();
 
   [[nodiscard]] bool isRunning() const { return m_running; }
+  /// Whether lines of the page come here. A page that goes to a file and is not kept is shown by the panel.
+  [[nodiscard]] bool hasLines() const { return m_info.file.empty() || keepsScanned(*m_settings); }
   /// Number of the page within its run, from 1.
   [[nodiscard]] int number() const { return m_info.page; }
   /// The file that the page goes to, or the last one went to; empty without one.

@@ -284,6 +284,7 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   if (!opened) m_log->note(m_panel->offer() ? tr("No scanner is chosen yet.") : tr("No scanner could be opened."));
   m_scanner->panelTried(opened);
   m_guard->panelTried(opened);
+  m_panel->keepRasters(LivePage::keepsScanned(*m_settings));
   applyUnit();
   updateActions();
   return opened;
