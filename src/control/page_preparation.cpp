@@ -1,5 +1,8 @@
 #include "control/page_preparation.h"
 
+#include <QGuiApplication>
+#include <QScreen>
+
 #include "control/scan_rectangle.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
@@ -7,6 +10,16 @@
 #include "stores/view_stor.h"
 
 namespace quillbay {
+
+namespace {
+
+/// In its own pixels. Without a screen there is nothing to fill.
+std::int32_t screenWidth() {
+  const QScreen* screen = QGuiApplication::primaryScreen();
+  return screen ? qRound(screen->size().width() * screen->devicePixelRatio()) : 0;
+}
+
+}  // namespace
 
 KxPtr<IParam> PagePreparation::collectRequest() const {
   auto request = new_MemParam();
@@ -38,13 +51,16 @@ bool PagePreparation::arePagesAcceptable() const {
   return true;
 }
 
-/// Shares the raster of a destination that collects the page; otherwise keeps one only while a view shows it.
+/// Shares the raster of a destination that collects the page; otherwise keeps one only for a host that reads it.
+/// Where nothing is shown, no picture is made.
 KxPtr<ISStripStor> PagePreparation::makeViewStore() const {
   using Raster = CViewStor::Raster;
   const IFileDestination* files = m_parts.files();  // another panel may have set the mode since
   const bool collects = files && !files->writesFile();
-  const Raster raster = collects ? Raster::Shared : m_seen ? Raster::Own : Raster::None;
-  return KxPtr<ISStripStor>::adopt(new CViewStor(raster, m_parts.params.destinationStore.get()));
+  const Raster raster = collects ? Raster::Shared : m_parts.keepsRasters ? Raster::Own : Raster::None;
+  auto picture = m_seen ? newPreviewStor(screenWidth(), m_parts.params) : nullptr;
+  return KxPtr<ISStripStor>::adopt(
+      new CViewStor(raster, std::move(picture), m_parts.params.destinationStore.get()));
 }
 
 Preparation PagePreparation::page() {
@@ -184,7 +200,7 @@ Preparation PagePreparation::prescan() {
   CSharedScanParams& params = m_parts.params;
   params.destinationStore->Reset();
   params.viewStore->Reset();
-  params.previewStore = makeEmptyStore();
+  params.previewStore = KxPtr<ISStripStor>::share(newPreviewStor(screenWidth(), params).get());
   const tagRRECT frame = params.values().rcPreview;
   const double down = params.values().rcScan.top - frame.top;
   params.set(scan_key::RcPreview, {frame.left, frame.top + down, frame.right, frame.bottom + down});
