@@ -1,5 +1,6 @@
 #include "control/page_ending.h"
 
+#include "control/outside_call.h"
 #include "params/notify_guard.h"
 #include "platform/base_services.h"
 
@@ -25,9 +26,13 @@ bool PageEnding::release(const ScanStarted& page, bool cancelled, void (*done)(v
   if (m_parts.run.batch() && !isPiece) {
     try {
       unload();
+    } catch (const WindowGone&) {
+      throw;
     } catch (const std::exception& e) {
       // The page is whole: it is kept, and the next one meets the fault.
       logLine(LogLevel::Error, "quillbay.control", std::string("unloading the document failed: ") + e.what());
+    } catch (...) {
+      logLine(LogLevel::Error, "quillbay.control", "unloading the document failed: an unknown error");
     }
   }
   const auto outcome = query<IStoreOutcome>(m_parts.params.destinationStore.get());

@@ -75,7 +75,6 @@ void RunPerformer::performOne(const Action& action) {
 
 bool RunPerformer::performUnit(Do what) {
   switch (what) {
-    case Do::StartUnit: startUnit(); return true;
     case Do::StopUnit: m_parts.scanner.command(UnitCommand::Stop); return true;
     case Do::CancelSearch: m_parts.scanner.command(kCancelSearch); return true;
     case Do::WakeStore:
@@ -157,20 +156,21 @@ void RunPerformer::prepare() {
     perform(m_run.refused(made.cause, made.fault));
     return;
   }
-  const Prepared page = made.page;
-  m_next = std::move(made);
-  perform(m_run.prepared(page));
+  for (const Action& action : m_run.prepared(made.page)) {
+    if (action.what == Do::StartUnit)
+      startUnit(made);
+    else
+      performOne(action);
+  }
 }
 
 /// Arms the router and the unit and runs the scan.
-void RunPerformer::startUnit() {
-  const Preparation next = std::exchange(m_next, {});
-  if (!next.plan) return;
+void RunPerformer::startUnit(const Preparation& next) {
   if (m_parts.scanner.take(next.request.get())) {
     m_router->arm(next.plan);
     try {
       if (m_parts.scanner.run()) return;
-    } catch (const std::exception&) {
+    } catch (...) {
       m_router->cancelArmed();
       throw;
     }

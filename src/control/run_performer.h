@@ -51,7 +51,7 @@ class RunPerformer {
   void post(int id, std::int64_t code = 1);
 
   void prepare();
-  void startUnit();
+  void startUnit(const Preparation& next);
   void waitForDocument();
   void askForDocument();
   void pollDocument();
@@ -72,7 +72,6 @@ class RunPerformer {
   CountdownTimer& m_previewTimer;
   PageEnding m_ending;
   DocumentWait m_wait;
-  Preparation m_next;  // between `prepared` and the unit's start
   bool m_isDirect = false;
 };
 

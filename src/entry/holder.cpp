@@ -244,15 +244,17 @@ void CMHolder::growPicture() {
   updateZoom();
 }
 
-/// Answers whether the host refuses.
+/// Returns whether the host refuses.
 bool CMHolder::killCommand() {
   if (!m_script) return false;
   try {
     return m_script->ExecCommand(script_key::Kill, nullptr) != 0;
   } catch (const std::exception& e) {
     logLine(LogLevel::Error, "quillbay.entry", std::string("the host failed at KillCommand: ") + e.what());
-    return true;
+  } catch (...) {
+    logLine(LogLevel::Error, "quillbay.entry", "the host failed at KillCommand");
   }
+  return true;
 }
 
 BarAnswer CMHolder::mayClose() {

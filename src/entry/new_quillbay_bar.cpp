@@ -43,6 +43,8 @@ KxDockBar* makeBar(IScriptCmdSink* script, IQuillbaySink** out, eTarnwellMode mo
     if (fillBar(*bar, app.get(), script, out, mode)) return bar;
   } catch (const std::exception& e) {
     logLine(LogLevel::Error, "quillbay.entry", std::string("the panel's bar could not be made: ") + e.what());
+  } catch (...) {
+    logLine(LogLevel::Error, "quillbay.entry", "the panel's bar could not be made: an unknown error");
   }
   delete window.data();
   return nullptr;

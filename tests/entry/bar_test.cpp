@@ -11,13 +11,17 @@ namespace {
 class Gate final : public CKxUnknownImpl<IScriptCmdSink> {
  public:
   int ExecCommand(const char* command, IParam* arguments) override {
-    if (std::string(command) != "KillCommand") return 0;
+    if (std::string(command) != "KillCommand") {
+      if (onCommand) onCommand();
+      return 0;
+    }
     EXPECT_EQ(arguments, nullptr);
     ++asked;
     return refuses ? 1 : 0;
   }
   int asked = 0;
   bool refuses = false;
+  std::function<void()> onCommand;
 };
 
 class BarTest : public PanelTest {
@@ -86,6 +90,15 @@ TEST_F(BarTest, WhatCannotBeMadeLeavesNothingBehind) {
   RegisterApp(app());
 }
 
+TEST_F(BarTest, AMainWindowMayBeDestroyedWhileItsBarIsMade) {
+  gate->onCommand = [&] {
+    app()->SetMainWindow(nullptr);
+    main.reset();
+  };
+  EXPECT_FALSE(openBar("sim:size=210x120"));
+  EXPECT_FALSE(main);
+}
+
 TEST_F(BarTest, TheHostIsAskedBeforeItClosesAndToldWhenItGoes) {
   ASSERT_TRUE(openBar("sim:size=210x120"));
   const auto held = KxPtr<IQuillbaySink>::share(sink());
@@ -115,7 +128,7 @@ TEST_F(BarTest, TheViewGetsTheRoomThatTheSmallLayoutLeaves) {
   main->resize(dock->width(), 700);
   QCoreApplication::processEvents();
   const auto* split = dock->findChild<QSplitter*>();
-  auto* panel = dock->findChild<QTabBar*>()->parentWidget();
+  auto* panel = dock->findChild<QToolBar*>("commandToolbar")->parentWidget();
   const int before = split->sizes()[1];
   PostCommand(panel, command::kSwitchLayout, 1);
   QCoreApplication::processEvents();

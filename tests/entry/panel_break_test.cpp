@@ -97,5 +97,36 @@ TEST_F(PanelTest, APagesOwnCommandThatBreaksIsAMessage) {
   close();
 }
 
+TEST_F(PanelTest, WhatAHostChangesDuringARunThatBreaksIsAppliedAfterIt) {
+  auto* script = new BreakingScript;
+  hostScript = KxPtr<IScriptCmdSink>::adopt(script);
+  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3"));
+  script->breaks = [&] {
+    set("m_uiDPI", 100);
+    EXPECT_EQ(get("m_uiDPI").toInt(), 50) << "not while the page runs";
+    return true;
+  };
+  EXPECT_EQ(run(), EndCause::Refused);
+  QCoreApplication::processEvents();
+  EXPECT_EQ(get("m_uiDPI").toInt(), 100);
+  script->breaks = nullptr;
+}
+
+TEST_F(PanelTest, APanelThatIsClosedInTheMessageOfATabThatStaysIsNotUsedAnyMore) {
+  ASSERT_TRUE(openSmall("sim:size=254x127"));
+  m_parent->resize(360, 700);
+  window()->resize(360, 700);
+  m_parent->show();
+  QCoreApplication::processEvents();
+  set("m_rcScan", tagRRECT{0, 0, 254, 0});
+  auto* tabs = window()->findChild<QTabBar*>("tabs");
+  ASSERT_GT(tabs->count(), 1);
+  onMessage = [&] { close(); };
+  tabs->setCurrentIndex(1);
+  EXPECT_EQ(messages.size(), 1U);
+  EXPECT_FALSE(window());
+  onMessage = nullptr;
+}
+
 }  // namespace
 }  // namespace quillbay

@@ -19,7 +19,10 @@ class NotedScript final : public CKxUnknownImpl<IScriptCmdSink> {
   std::function<void(const std::string&)> onCommand;
 };
 
-[[noreturn]] void breakDown() { throw std::runtime_error("it broke"); }
+[[noreturn]] void breakDown(bool withError = true) {
+  if (withError) throw std::runtime_error("it broke");
+  throw 1;
+}
 
 TEST_F(PanelTest, WhateverAHostOrAScannerThrowsEndsTheRunWithAMessage) {
   struct Case {
@@ -43,17 +46,19 @@ TEST_F(PanelTest, WhateverAHostOrAScannerThrowsEndsTheRunWithAMessage) {
   };
   auto* noted = new NotedScript;
   hostScript = KxPtr<IScriptCmdSink>::adopt(noted);
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
+  for (std::size_t i = 0; i < 2 * std::size(cases); ++i) {
+    const Case& c = cases[i / 2];
+    const bool withError = i % 2 == 0;
+    SCOPED_TRACE(std::string(c.why) + (withError ? "" : ", with no error"));
     const auto unit = KxPtr<FakeUnit>::adopt(new FakeUnit);
     const auto front = KxPtr<FakeScannerApp>::adopt(new FakeScannerApp(app(), unit));
     ASSERT_TRUE(openOn(front.get()));
     smallPages(100);
     noted->onCommand = [&](const std::string& name) {
-      if (name == c.command) breakDown();
+      if (name == c.command) breakDown(withError);
     };
     unit->onCall = [&](const std::string& call) {
-      if (call == c.call) breakDown();
+      if (call == c.call) breakDown(withError);
     };
     messages.clear();
     recorder->pages.clear();
@@ -70,7 +75,8 @@ TEST_F(PanelTest, WhateverAHostOrAScannerThrowsEndsTheRunWithAMessage) {
 
 TEST_F(PanelTest, AListenerThatThrowsIsPassedOver) {
   ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3"));
-  recorder->onStarted = recorder->onPage = [] { breakDown(); };
+  recorder->onStarted = [] { breakDown(); };
+  recorder->onPage = [] { breakDown(false); };
   EXPECT_EQ(run(), EndCause::Done);
   EXPECT_EQ(filesIn(out.path()).size(), 1U);
 }
