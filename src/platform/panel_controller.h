@@ -9,6 +9,7 @@
 
 namespace quillbay {
 
+class IPresetManager;
 class IUIScanPage;
 
 /// The panel's controller as its pages and destinations see it. User-interface thread only.
@@ -55,6 +56,8 @@ class IPanelController {
   virtual std::vector<IUIScanPage*> AllPages() = 0;
   /// Lets one page take values. Answers what the page answers.
   virtual int LoadPage(IUIScanPage* page, IParam* params) = 0;
+  /// The named values of pages; null where the panel keeps none.
+  virtual IPresetManager* Presets() { return nullptr; }
 };
 
 }  // namespace quillbay
