@@ -20,6 +20,7 @@ inline constexpr int kPageChanged = 1075;
 inline constexpr int kClearBatch = 6463;
 inline constexpr int kScannerKey = 6464;
 inline constexpr int kApplyParams = 6465;
+inline constexpr int kNewArea = 6489;   ///< the scan area has changed
 inline constexpr int kProgress = 6490;  ///< lines arrived, for hosts that show progress
 inline constexpr int kStarted = 6491;   ///< the scanner said what it will deliver
 inline constexpr int kWritten = 6492;   ///< the writer is through with the page

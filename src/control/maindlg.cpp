@@ -3,6 +3,7 @@
 #include <QKeyEvent>
 #include <QTabBar>
 #include <QVBoxLayout>
+#include <utility>
 
 #include "analysis/deskew_stage.h"
 #include "control/command_ids.h"
@@ -11,6 +12,7 @@
 #include "destinations/destination_factory.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
+#include "preview/first_frame.h"
 #include "quillbay/scan_keys.h"
 #include "stores/scan_buffer.h"
 #include "stores/scan_to_file_stor.h"
@@ -30,7 +32,8 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
       m_params(CSharedScanParams::acquire(app, &makeEmptyStore)),
       m_sink(KxPtr<PanelSink>::adopt(new PanelSink(this))),
       m_changeSink(this),
-      m_viewSync(view),
+      m_viewSync(KxPtr<CViewSync>::adopt(
+          new CViewSync(m_params.get(), [this] { return m_run.isBusy() && !isPreview(m_run.kind()); }))),
       m_host(m_guard.life(), m_params, script),
       m_router(std::make_shared<ScanRouter>(this)),
       m_scanSink(KxPtr<ScanSinkForwarder>::adopt(new ScanSinkForwarder(m_router))),
@@ -38,9 +41,10 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
       m_pages(*this, m_params),
       m_parts{*m_params, m_run, m_host, m_scanner, m_pages, m_steps},
       m_settings(m_parts),
-      m_performer(this, m_parts, m_router, m_viewSync, m_previewTimer),
+      m_performer(this, m_parts, m_router, *m_viewSync, m_previewTimer),
       m_progress(KxPtr<PanelProgress>::adopt(new PanelProgress)),
       m_focus(this),
+      m_preview(std::make_unique<PanelPreview>(m_params)),
       m_valuesBefore(m_params->values()) {
   m_steps.straightening = std::make_shared<DeskewStage>(&newScanBuffer);
   m_guard.onFailure([this](const std::string& what) {
@@ -50,7 +54,7 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
   m_parts.stateChanged = [this] { showState(); };
   m_parts.settingsApplied = [this](bool modeChanged) {
     if (modeChanged) OnParamChanging(scan_key::CurrMode.name);
-    AreaChanged();
+    takeArea();
   };
   ScanValues& v = quiet();
   v.multiPageRequested = mode == ScanToViewMultiPage ? 1 : 0;
@@ -62,14 +66,17 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
   m_params->set(scan_key::MultiPage, v.multiPageRequested);
   m_params->set(scan_key::Dir, {});
   m_params->set(scan_key::Mask, "scan");
+  m_viewSync->Attach(v.mode, view);
 }
 
 CMaindlg::~CMaindlg() {
+  m_preview.reset();
   m_destination.reset();
   m_pages.destroy();
 }
 
 void CMaindlg::leaveWindow() {
+  m_preview->close();
   m_guard.guarded([&] {
     m_previewTimer.destroy();
     if (m_scanner.isConnected()) {
@@ -79,6 +86,7 @@ void CMaindlg::leaveWindow() {
     }
     return 1;
   });
+  m_viewSync->Detach();
   m_sink->dialogIsGone();
   m_changeSink.Unsubscribe();
   if (!m_initialised) {
@@ -111,12 +119,14 @@ int CMaindlg::StartUp() {
     makeDestination();
     if (!m_destination) return 0;
     m_pages.create(m_form->pageArea());
+    if (!m_directMode) m_preview->create(*this, this, *m_form);
+    m_steps.preview = m_preview->page();
     m_changeSink.Subscribe(m_params->connectionPoint());
     m_layout = m_settings.load();
     m_form->fillTabs(m_pages);
     m_form->orderTabbing();
     AreaChanged();
-    m_viewSync.invalidate();
+    m_viewSync->invalidate();
     layoutPanel();
     m_initialised = true;
     m_performer.pushSettings();
@@ -173,7 +183,8 @@ void CMaindlg::layoutPanel() {
   const std::size_t pages = m_pages.current().size();
   if (pages == 0) m_layout = 1;
   m_form->showPages(m_layout == 0, pages);
-  if (m_steps.preview) m_steps.preview->GetHwnd()->setVisible(m_layout == 0);
+  m_preview->lay(m_layout == 0);
+  m_viewSync->Subscribe();
   showState();
 }
 
@@ -194,6 +205,7 @@ PanelState CMaindlg::panelState() const {
   state.direct = m_directMode;
   state.hasPages = !m_pages.current().empty();
   state.hasPreview = m_steps.preview != nullptr;
+  state.hasView = m_viewSync->hasView();
   state.prints = values().mode == ScanToPrint;
   return state;
 }
@@ -204,6 +216,8 @@ void CMaindlg::showState() {
   const bool busy = m_run.isBusy();
   const FocusKeeper::Change change(m_focus, busy);
   m_toolbar->show(panelState());
+  if (m_run.state() == RunState::Prescanning) m_preview->show();
+  if (std::exchange(m_ran, busy) && !busy) m_preview->keepFrame();
   m_pages.enable(!busy);
   if (m_steps.preview) m_steps.preview->Enable(busy ? 0 : 1);
   if (m_destination) m_destination->Enable(busy ? 0 : 1);
@@ -231,6 +245,16 @@ bool CMaindlg::event(QEvent* event) {
   return true;
 }
 
+void CMaindlg::showEvent(QShowEvent* event) {
+  CDialog::showEvent(event);
+  m_preview->panelShown();
+}
+
+void CMaindlg::resizeEvent(QResizeEvent* event) {
+  CDialog::resizeEvent(event);
+  if (m_initialised) m_preview->lay(m_layout == 0);
+}
+
 void CMaindlg::changeEvent(QEvent* event) {
   if (event->type() == QEvent::PaletteChange && m_toolbar) m_toolbar->drawIcons();
   CDialog::changeEvent(event);
@@ -250,15 +274,29 @@ int CMaindlg::OnParamChanging(const char* key) {
 int CMaindlg::OnParamChanged(const char* key) {
   for (const char* area : {scan_key::RcScan.name, scan_key::Dpi.name, scan_key::CurrMode.name,
                            scan_key::ScanType.name, scan_key::PaperName.name, scan_key::Portrait.name}) {
-    if (sameKey(key, area)) AreaChanged();
+    if (sameKey(key, area)) noteArea();
   }
+  // Later: what is set in a broadcast is not heard of.
+  if (!m_run.isBusy() && m_preview->isNewArea()) PostCommand(this, command::kNewArea, 1, 0, true);
   return 0;
 }
 
 void CMaindlg::AreaChanged() {
+  noteArea();
+  if (!m_viewSync->hasView()) return m_preview->placeFrame(kFirstFrameAspect);
+  m_viewSync->SetArea(values().rcScan, values().dpi);
+  m_preview->keepFrame();
+}
+
+void CMaindlg::takeArea() {
+  if (m_preview->isNewArea()) return AreaChanged();
+  noteArea();
+}
+
+void CMaindlg::noteArea() {
   // What fills the view has an area of its own.
   if (m_run.isRunning() && m_run.kind() != RunKind::Prescan) return;
-  m_viewSync.setArea(values().rcScan, static_cast<std::uint32_t>(values().dpi));
+  m_viewSync->setScanned(values().rcScan, static_cast<std::uint32_t>(values().dpi));
 }
 
 // --- commands
@@ -282,8 +320,11 @@ bool CMaindlg::handle(int id, int code, std::int64_t value) {
     case command::kHelp: showHelp(); return true;
     case command::kScannerKey: m_params->set(scan_key::ScannerKeyPressed, code); return true;
     case command::kApplyParams: m_settings.applyWaiting(); return true;
-    case command::kRedrawPort:
-    case command::kRedrawView: m_viewSync.invalidate(); return true;
+    case command::kRedrawPort: m_viewSync->frameChanged(); return true;
+    case command::kRedrawView: m_viewSync->invalidate(); return true;
+    case command::kNewArea:
+      if (!m_run.isBusy()) takeArea();
+      return true;
     case command::kPageChanged: PageChanged(); return true;
     default: return CDialog::OnCommand(id, code, value);
   }
@@ -292,10 +333,16 @@ bool CMaindlg::handle(int id, int code, std::int64_t value) {
 bool CMaindlg::handleStart(int id, std::int64_t value) {
   const StartCommand* start = startOf(id);
   if (!start) return false;
+  // Nothing is scanned unasked that nobody sees, or before the user has seen a preview at all.
+  if (id == command::kPreviewTimer && !updatesView()) return true;
   if (id != command::kPreviewTimer) m_run.startDelivered();
   m_performer.start(start->run, start->run == RunKind::Batch ? static_cast<int>(value) : 1, m_directMode);
   m_settings.applyWaiting();
   return true;
+}
+
+bool CMaindlg::updatesView() const {
+  return m_viewSync->isSeen() && (values().rectValid != 0 || !m_params->viewStore->IsEmpty());
 }
 
 void CMaindlg::perform(const Actions& todo) {
@@ -309,92 +356,6 @@ void CMaindlg::buttonPressed(int id) {
   } else {
     OnCommand(id, 1, 0);
   }
-}
-
-void CMaindlg::postStart(int id, std::int64_t value) {
-  m_run.queueStart();
-  PostCommand(this, id, 1, value);
-}
-
-int CMaindlg::Start(StartKind kind, int count) {
-  if (m_run.startWaits() || IsBusy()) return 0;
-  const StartCommand* start = startOf(kind);
-  if (!start) return 0;
-  postStart(start->id, count);
-  return 1;
-}
-
-int CMaindlg::StopRun(StopKind kind) {
-  return m_guard.guarded([&] {
-    if (m_run.startWaits()) {  // after the start that waits
-      PostCommand(this, kind == StopKind::Now ? command::kStop : command::kStopAfterPage, 1);
-    } else {
-      perform(kind == StopKind::Now ? m_run.stop() : m_run.stopAfterPage());
-    }
-    return 1;
-  });
-}
-
-int CMaindlg::EjectDocument() {
-  return m_guard.guarded([&] {
-    if (IsBusy() || m_performer.othersRun()) return 0;
-    m_performer.leaveDocument();
-    return 1;
-  });
-}
-
-int CMaindlg::ApplyParams(IParam* params) {
-  m_settings.add(params);
-  PostCommand(this, command::kApplyParams, 1);
-  return 1;
-}
-
-int CMaindlg::SetParam(std::string_view key, const CKxVariant& value, std::string* why) {
-  return m_guard.guarded([&] { return m_settings.setParam(key, value, why); });
-}
-
-int CMaindlg::GetParam(std::string_view key, CKxVariant* out) { return m_settings.getParam(key, out); }
-
-int CMaindlg::GetPageParams(IParam* out) {
-  return m_guard.guarded([&] {
-    m_settings.getPageParams(out);
-    return 1;
-  });
-}
-
-void CMaindlg::PageChanged() {
-  m_guard.guarded([&] {
-    if (m_initialised) m_performer.pushSettings();
-    if (!values().disablePreview) m_previewTimer.restart();
-    return 1;
-  });
-}
-
-int CMaindlg::ExecCommand(const char* name, IParam* arguments) {
-  constexpr int kFailed = 1;
-  return m_guard.passed([&] { return m_host.execCommand(name, arguments); }, kFailed);
-}
-
-int CMaindlg::Message(EventKind kind, const std::string& text, EventButtons buttons) {
-  return m_guard.passed([&] { return m_host.message(kind, text, buttons); }, static_cast<int>(EventAnswer::GiveUp));
-}
-
-int CMaindlg::DetectArea(int mask) {
-  return m_guard.guarded([&] { return m_performer.detectArea(mask) ? 1 : 0; });
-}
-
-void CMaindlg::PostPanelCommand(int id) {
-  if (startOf(id)) {
-    postStart(id, 0);
-  } else {
-    PostCommand(this, id, 1);
-  }
-}
-
-int CMaindlg::LoadPage(IUIScanPage* page, IParam* params) {
-  const int answer = page->Load(params);
-  AreaChanged();
-  return answer;
 }
 
 }  // namespace quillbay

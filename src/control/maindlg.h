@@ -6,12 +6,13 @@
 #include "control/panel_form.h"
 #include "control/panel_guard.h"
 #include "control/panel_parts.h"
+#include "control/panel_preview.h"
 #include "control/panel_settings.h"
 #include "control/panel_status.h"
 #include "control/panel_toolbar.h"
 #include "control/run_performer.h"
-#include "control/view_sync.h"
 #include "platform/panel_controller.h"
+#include "preview/view_sync.h"
 #include "quillbay/control.h"
 #include "quillbay/quillbay.h"
 #include "widgets/countdown_timer.h"
@@ -47,7 +48,7 @@ class CMaindlg final : public CDialog, private IPanelController {
 
   // What the handed-out sink forwards; see IQuillbaySink, IQuillbayControl, IRGetSource. `ApplyParams` and
   // `postStart` on any thread.
-  int EnableViewSync(int enable) { return m_viewSync.enable(enable); }
+  int EnableViewSync(int enable);
   int ApplyParams(IParam* params);
   int SetParam(std::string_view key, const CKxVariant& value, std::string* why);
   int GetParam(std::string_view key, CKxVariant* out);
@@ -59,7 +60,6 @@ class CMaindlg final : public CDialog, private IPanelController {
   [[nodiscard]] std::string GetNextFileName() const { return m_parts.files() ? m_parts.files()->nextFile() : ""; }
   [[nodiscard]] RunEvents& listeners() noexcept { return m_host.listeners(); }
   int SaveSettings();
-  /// With a reference; null without one.
   int GivePreviewCommand(int id);
   [[nodiscard]] int IsPreviewCommandEnabled(int id);
   [[nodiscard]] int IsPreviewCommandChecked(int id);
@@ -67,11 +67,14 @@ class CMaindlg final : public CDialog, private IPanelController {
     m_parts.keepsRasters = keep != 0;
     return 1;
   }
+  /// With a reference; null without one.
   [[nodiscard]] IRStor* viewRaster() { return m_parts.viewRaster(); }
-  [[nodiscard]] CRDirectTfm viewTransform() const { return m_viewSync.transform(); }
+  [[nodiscard]] CRDirectTfm viewTransform() const { return m_viewSync->transform(); }
   void postStart(int command, std::int64_t value);
 
  protected:
+  void showEvent(QShowEvent* event) override;
+  void resizeEvent(QResizeEvent* event) override;
   void changeEvent(QEvent* event) override;
   /// F1, before it is a shortcut of the host's window.
   bool event(QEvent* event) override;
@@ -99,8 +102,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   void PostPanelCommand(int command) override;
   int IsCommandEnabled(int command) override { return isCommandEnabled(command, panelState()) ? 1 : 0; }
   void RestartPreview() override { m_previewTimer.restart(); }
-  int DockPage(IUIScanPage*) override { return 0; }
-  int FloatPage(IUIScanPage*) override { return 0; }
+  int DockPreview() override { return m_preview->dock(); }
+  int FloatPreview() override { return m_preview->floatOut(); }
   std::vector<IUIScanPage*> PagesOf(int mode) override { return m_pages.windowsOf(mode); }
   std::vector<IUIScanPage*> AllPages() override { return m_pages.all(); }
   int LoadPage(IUIScanPage* page, IParam* params) override;
@@ -116,9 +119,14 @@ class CMaindlg final : public CDialog, private IPanelController {
   [[nodiscard]] PanelState panelState() const;
   int OnParamChanging(const char* key);
   int OnParamChanged(const char* key);
+  void noteArea();
+  /// The same, with a frame for it when it is another one.
+  void takeArea();
 
   bool handle(int id, int code, std::int64_t value);
   [[nodiscard]] bool handleStart(int id, std::int64_t value);
+  /// Whether a change of the settings scans the view's part of the document again.
+  [[nodiscard]] bool updatesView() const;
   /// Carries out events of the run, and afterwards what waited for a page's end.
   void perform(const Actions& todo);
 
@@ -133,8 +141,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   KxPtr<CSharedScanParams> m_params;
   KxPtr<PanelSink> m_sink;
   CIChangeParams m_changeSink;
-  CViewSync m_viewSync;
   ScanRun m_run;
+  KxPtr<CViewSync> m_viewSync;
   PanelHost m_host;
   std::shared_ptr<ScanRouter> m_router;
   KxPtr<ScanSinkForwarder> m_scanSink;
@@ -150,11 +158,13 @@ class CMaindlg final : public CDialog, private IPanelController {
   FocusKeeper m_focus;
   std::unique_ptr<PanelForm> m_form;
   std::unique_ptr<PanelToolbar> m_toolbar;
+  std::unique_ptr<PanelPreview> m_preview;
 
   const ScanValues m_valuesBefore;  // of the process: another panel keeps them when this one cannot be made
   int m_layout = 0;                 ///< 0 full, 1 small (`key::Layout`)
   bool m_initialised = false;
   bool m_directMode = false;
+  bool m_ran = false;  // when the state was shown last
 };
 
 }  // namespace quillbay

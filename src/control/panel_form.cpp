@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QSignalBlocker>
+#include <QSplitter>
 #include <QStackedWidget>
 #include <QTabBar>
 #include <QToolBar>
@@ -10,9 +11,23 @@
 
 #include "control/panel_pages.h"
 #include "control/panel_status.h"
+#include "platform/base_services.h"
 #include "ui_maindlg.h"
 
 namespace quillbay {
+
+namespace {
+
+constexpr const char* kPreviewTopic = "QBHelp:IDH_quillbay_tab_preview";
+/// Marks the preview's tab, which stands behind those of the pages.
+constexpr const char* kPreviewMark = "preview";
+
+void emptyColumn(QWidget* place) {
+  auto* column = new QVBoxLayout(place);
+  column->setContentsMargins(0, 0, 0, 0);
+}
+
+}  // namespace
 
 PanelForm::PanelForm(QWidget* panel) : m_panel(panel) {
   Ui::MaindlgForm form;
@@ -21,6 +36,15 @@ PanelForm::PanelForm(QWidget* panel) : m_panel(panel) {
   m_pageArea = form.pageArea;
   m_toolbar = form.commandToolbar;
   m_destinationPlace = form.destinationPlace;
+  m_body = form.body;
+  m_columns = form.columns;
+  m_previewTab = form.previewTab;
+  m_previewColumn = form.previewColumn;
+  emptyColumn(m_previewTab);
+  emptyColumn(m_previewColumn);
+  m_previewColumn->setMinimumWidth(1);  // a panel that gets narrower is never held up
+  m_previewColumn->hide();
+  m_columns->setStretchFactor(1, 1);
   m_tabs->setExpanding(false);
   auto* destinationRow = new QVBoxLayout(m_destinationPlace);
   destinationRow->setContentsMargins(0, 0, 0, 0);
@@ -40,20 +64,39 @@ void PanelForm::placeDestination(QWidget* window, QWidget* footer) const {
 
 void PanelForm::fillTabs(const PanelPages& pages) const {
   const QSignalBlocker quietly(m_tabs);
+  const bool hadPreview = isPreviewTab(m_tabs->count() - 1);
+  const bool showedPreview = hadPreview && isPreviewTab(m_tabs->currentIndex());
   while (m_tabs->count() > 0) m_tabs->removeTab(0);
   for (const PageRole role : pages.current()) {
     m_tabs->addTab(QString::fromStdString(pages.page(role)->GetTitle()));
   }
+  if (hadPreview) addPreviewTab();
   showTab(pages, 0);
+  if (showedPreview) showPreviewTab();
 }
 
+void PanelForm::addPreviewTab() const {
+  m_tabs->setTabData(m_tabs->addTab(QString::fromStdString(Supp_Translate("Preview"))), kPreviewMark);
+}
+
+bool PanelForm::isPreviewTab(int index) const { return m_tabs->tabData(index) == QVariant(kPreviewMark); }
+
 void PanelForm::showTab(const PanelPages& pages, int index) const {
+  if (isPreviewTab(index)) return m_body->setCurrentWidget(m_previewTab);
   const auto& roles = pages.current();
   if (index < 0 || static_cast<std::size_t>(index) >= roles.size()) return;
+  m_body->setCurrentIndex(0);
   m_pageArea->setCurrentWidget(pages.page(roles[static_cast<std::size_t>(index)])->GetHwnd());
 }
 
+void PanelForm::showPreviewTab() const {
+  for (int i = 0; i < m_tabs->count(); ++i) {
+    if (isPreviewTab(i)) m_tabs->setCurrentIndex(i);
+  }
+}
+
 int PanelForm::shownTab(const PanelPages& pages) const {
+  if (m_body->currentWidget() == m_previewTab) return -1;
   const auto& roles = pages.current();
   const auto found = std::find_if(roles.begin(), roles.end(), [&](PageRole role) {
     return pages.page(role)->GetHwnd() == m_pageArea->currentWidget();
@@ -61,9 +104,25 @@ int PanelForm::shownTab(const PanelPages& pages) const {
   return found == roles.end() ? -1 : static_cast<int>(found - roles.begin());
 }
 
+void PanelForm::placePreview(QWidget* window, PreviewSpot spot) const {
+  if (spot == PreviewSpot::Tab) m_previewTab->layout()->addWidget(window);
+  if (spot == PreviewSpot::Column) m_previewColumn->layout()->addWidget(window);
+  m_previewColumn->setVisible(spot == PreviewSpot::Column);
+  const int last = m_tabs->count() - 1;
+  const bool hasTab = isPreviewTab(last);
+  if (hasTab && spot != PreviewSpot::Tab) m_tabs->removeTab(last);
+  if (!hasTab && spot == PreviewSpot::Tab) addPreviewTab();
+  m_tabs->setVisible(spot != PreviewSpot::Hidden && m_tabs->count() > 1);
+}
+
 void PanelForm::showPages(bool full, std::size_t count) const {
-  m_tabs->setVisible(full && count > 1);
+  m_tabs->setVisible(full && (count > 1 || m_tabs->count() > 1));
   m_pageArea->setVisible(full);
+  if (!full) m_body->setCurrentIndex(0);
+  // At once, so that a host that asks for the panel's size before events are handled gets the right one.
+  for (QWidget* w : {static_cast<QWidget*>(m_body), m_body->parentWidget(), static_cast<QWidget*>(m_columns)}) {
+    w->updateGeometry();
+  }
 }
 
 void PanelForm::orderTabbing() const {
@@ -72,8 +131,8 @@ void PanelForm::orderTabbing() const {
     if ((w->focusPolicy() & Qt::TabFocus) && !w->focusProxy()) ring.push_back(w);
   }
   QWidget* last = nullptr;
-  for (const QWidget* part :
-       std::initializer_list<QWidget*>{m_toolbar, m_tabs, m_pageArea, m_destinationPlace, m_footerPlace}) {
+  for (const QWidget* part : std::initializer_list<QWidget*>{m_toolbar, m_tabs, m_pageArea, m_destinationPlace,
+                                                             m_previewTab, m_previewColumn, m_footerPlace}) {
     if (!part) continue;
     for (QWidget* w : ring) {
       if (w != part && !part->isAncestorOf(w)) continue;
@@ -86,6 +145,8 @@ void PanelForm::orderTabbing() const {
 const char* PanelForm::topicInUse(const PanelPages& pages, bool full) const {
   const QWidget* focus = QApplication::focusWidget();
   if (focus && (m_destinationPlace->isAncestorOf(focus) || m_footerPlace->isAncestorOf(focus))) return nullptr;
+  const bool inPreview = focus && (m_previewColumn->isAncestorOf(focus) || m_previewTab->isAncestorOf(focus));
+  if (inPreview || (full && m_body->currentWidget() == m_previewTab)) return kPreviewTopic;
   const auto& roles = pages.current();
   const int tab = m_tabs->currentIndex();
   if (!full || tab < 0 || static_cast<std::size_t>(tab) >= roles.size()) return nullptr;

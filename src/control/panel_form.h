@@ -2,6 +2,9 @@
 #include <QWidget>
 #include <vector>
 
+#include "control/preview_spot.h"
+
+class QSplitter;
 class QStackedWidget;
 class QTabBar;
 class QToolBar;
@@ -29,8 +32,11 @@ class PanelForm {
   /// A tab for each page of the current mode.
   void fillTabs(const PanelPages& pages) const;
   void showTab(const PanelPages& pages, int index) const;
-  /// The tab of the page that is shown; -1 when it has none.
+  /// The tab of the page that is shown; -1 when it has none, also when it is the preview's.
   [[nodiscard]] int shownTab(const PanelPages& pages) const;
+  /// Puts the preview's window where it belongs in the panel, with its tab; a window of its own leaves the panel.
+  void placePreview(QWidget* window, PreviewSpot spot) const;
+  void showPreviewTab() const;
   /// The small layout has no pages.
   void showPages(bool full, std::size_t count) const;
   /// Tab goes through the panel as it is read, in whatever order its parts were made.
@@ -39,10 +45,17 @@ class PanelForm {
   [[nodiscard]] const char* topicInUse(const PanelPages& pages, bool full) const;
 
  private:
+  void addPreviewTab() const;
+  [[nodiscard]] bool isPreviewTab(int index) const;
+
   QWidget* m_panel;
   QToolBar* m_toolbar;
   QTabBar* m_tabs;
   QStackedWidget* m_pageArea;
+  QStackedWidget* m_body;  // settings and destination, or the preview
+  QSplitter* m_columns;
+  QWidget* m_previewTab;
+  QWidget* m_previewColumn;
   QWidget* m_destinationPlace;
   QWidget* m_footerPlace;
   PanelStatus* m_status;

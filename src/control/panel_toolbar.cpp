@@ -22,6 +22,7 @@ bool isCommandEnabled(int id, const PanelState& state) noexcept {
 bool isCommandShown(int id, const PanelState& state) noexcept {
   const bool previews = id == command::kPrescan || id == command::kAreaPrescan;
   if (previews && !state.hasPreview) return false;  // nothing would show them
+  if (id == command::kAreaPrescan && !state.hasView) return false;
   if (id == command::kPrescan && state.small) return false;
   const bool hiddenInDirect =
       previews || id == command::kStop || id == command::kEject || (id == command::kSwitchLayout && state.prints);

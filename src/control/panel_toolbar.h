@@ -19,6 +19,7 @@ struct PanelState {
   bool direct = false;          ///< the scanner scans with its own settings
   bool hasPages = true;
   bool hasPreview = false;  ///< there is a preview page
+  bool hasView = false;     ///< the host has a view, whose part can be previewed
   bool prints = false;      ///< the destination is Scan To Print
 };
 /// Whether a command of the panel can be given now.

@@ -2,7 +2,6 @@
 
 #include "control/command_ids.h"
 #include "control/panel_status.h"
-#include "control/prescan_feed.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
 
@@ -14,6 +13,7 @@ namespace {
 constexpr std::chrono::seconds kCloseLimit{10};
 /// The command that cancels a detection or palette prescan: the unit stops and stays usable.
 constexpr UnitCommand kCancelSearch = UnitCommand::Close;
+constexpr int kFinished = 1;  // the unit's end notification
 constexpr const char* kLog = "quillbay.control";
 
 /// A step that must not keep the others from being done. False when it failed.
@@ -44,6 +44,7 @@ RunPerformer::RunPerformer(QWidget* window, PanelParts& parts, std::shared_ptr<S
       m_view(view),
       m_previewTimer(previewTimer),
       m_ending(parts),
+      m_prescan(parts),
       m_wait(window) {}
 
 void RunPerformer::post(int id, std::int64_t code) { PostCommand(m_window, id, static_cast<int>(code)); }
@@ -106,6 +107,7 @@ bool RunPerformer::handle(int id, int code, std::int64_t value) {
     case command::kPrescanStripes: onPrescanStripes(); return true;
     case command::kReady:
       onPrescanStripes();
+      if (m_run.kind() == RunKind::Prescan && m_run.isRunning() && code == kFinished) m_prescan.complete();
       m_router->forgetEnd();
       perform(m_run.unitEnded(code, value != 0, m_parts.scanner.fault()));
       return true;
@@ -127,7 +129,7 @@ bool RunPerformer::handle(int id, int code, std::int64_t value) {
 
 void RunPerformer::start(RunKind kind, int wanted, bool isDirect) {
   m_isDirect = isDirect;
-  if (kind == RunKind::AreaPrescan && !m_run.isBusy() && (isDirect || !CViewSync::visibleArea())) return;
+  if (kind == RunKind::AreaPrescan && !m_run.isBusy() && (isDirect || !m_view.visibleArea())) return;
   if (!othersRun()) return performStart(kind, wanted);
   if (kind == RunKind::AreaPrescan) return m_previewTimer.restart();
   m_parts.host.message(EventKind::Information,
@@ -146,9 +148,12 @@ void RunPerformer::prepare() {
   PostCommand(m_window, command::kRedrawView, 1, 0, true);
   Preparation made;
   switch (m_run.kind()) {
-    case RunKind::Prescan: made = preparation().prescan(); break;
+    case RunKind::Prescan:
+      m_prescan.begin();
+      made = preparation().prescan();
+      break;
     case RunKind::AreaPrescan:
-      if (const auto area = CViewSync::visibleArea()) made = preparation().areaPrescan(*area);
+      if (const auto area = m_view.visibleArea()) made = preparation().areaPrescan(*area);
       break;
     default: made = preparation().page();
   }
@@ -231,7 +236,7 @@ void RunPerformer::onStarted() {
   const ScanStarted started = m_router->takeStarted();
   if (!started.plan) return;
   const bool hasPlace = m_ending.begin(started);
-  if (started.plan->kind != RunKind::Prescan) m_view.setArea(started.plan->area, started.dpi);
+  if (started.plan->kind != RunKind::Prescan) m_view.setScanned(started.plan->area, started.dpi);
   ScanStartInfo info;
   info.width = started.width;
   info.expectedLines = started.lines;
@@ -251,7 +256,7 @@ void RunPerformer::onProgress() {
 void RunPerformer::onPrescanStripes() {
   const ScanStarted started = m_router->takeStarted();
   for (const auto& stripe : m_router->takeStripes()) {
-    takePrescanStripe(m_parts, *stripe, started.plan ? started.plan->previewDpi : m_parts.values().previewDpi);
+    m_prescan.take(*stripe, started.plan ? started.plan->previewDpi : m_parts.values().previewDpi);
   }
 }
 
@@ -280,6 +285,7 @@ void RunPerformer::finishPage(bool cancelled) {
 
 void RunPerformer::endRun() {
   if (m_run.state() != RunState::Ending) return;
+  m_prescan.end();
   m_ending.endRun();
   perform(m_run.ended());
 }

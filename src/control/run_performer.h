@@ -5,8 +5,9 @@
 #include "control/page_ending.h"
 #include "control/page_preparation.h"
 #include "control/panel_parts.h"
+#include "control/prescan_feed.h"
 #include "control/scan_router.h"
-#include "control/view_sync.h"
+#include "preview/view_sync.h"
 #include "widgets/countdown_timer.h"
 
 namespace quillbay {
@@ -71,6 +72,7 @@ class RunPerformer {
   CViewSync& m_view;
   CountdownTimer& m_previewTimer;
   PageEnding m_ending;
+  PrescanFeed m_prescan;
   DocumentWait m_wait;
   bool m_isDirect = false;
 };

@@ -330,7 +330,7 @@ Actions ScanRun::end(EndCause cause, const UnitFault& fault, bool told) {
     todo.push_back({Do::MoveArea});
   }
   if (std::exchange(m_dropsPage, false)) todo.push_back({Do::DropPage});
-  todo.push_back({Do::ForgetFragment});
+  if (!isPreview(m_kind)) todo.push_back({Do::ForgetFragment});  // a preview leaves what was drawn
   todo.push_back({Do::End});
   return todo;
 }

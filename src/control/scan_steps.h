@@ -2,10 +2,10 @@
 #include <cstdint>
 #include <memory>
 
+#include "platform/preview_page.h"
 #include "platform/straightening.h"
 #include "quillbay/geometry.h"
 #include "quillbay/param.h"
-#include "quillbay/quillbay.h"
 #include "quillbay/scan_buffer.h"
 
 namespace quillbay {
@@ -45,17 +45,6 @@ class IColorTables {
   virtual void Put(IParam* request) = 0;
 };
 
-/// Shows the whole-bed prescan and lets the area be drawn on it.
-class IPreviewPage {
- public:
-  virtual ~IPreviewPage() = default;
-  /// Adds a prescan's stripe to the preview store. User-interface thread.
-  virtual void AddStripe(IScanBuffer* stripe) = 0;
-  virtual void Refresh() = 0;
-  virtual void Enable(int enable) = 0;
-  virtual HWND GetHwnd() = 0;
-};
-
 /// A panel's steps. A step that was not created does nothing.
 struct ScanSteps {
   ScanSteps();
@@ -63,7 +52,7 @@ struct ScanSteps {
   IPalettePrescan* palette;
   IColorTables* colors;
   std::shared_ptr<IStraightening> straightening;  ///< shared with the scanner's thread
-  IPreviewPage* preview = nullptr;  ///< null: the panel has no preview page (also in direct mode)
+  IPreviewPage* preview = nullptr;                ///< null: the panel has no preview page (also in direct mode)
 };
 
 }  // namespace quillbay

@@ -47,10 +47,10 @@ class IPanelController {
   /// Restarts the countdown to the preview of the visible part; nothing is pushed to the unit.
   virtual void RestartPreview() = 0;
 
-  /// Puts a page that floats in a window of its own back into the panel, or lets it float. Answers 1, or 0 where
-  /// pages do not float.
-  virtual int DockPage(IUIScanPage* page) = 0;
-  virtual int FloatPage(IUIScanPage* page) = 0;
+  /// Puts the preview page that floats in a window of its own back into the panel, or lets it float. Answers 1, or
+  /// 0 where it is so already or there is none.
+  virtual int DockPreview() = 0;
+  virtual int FloatPreview() = 0;
   /// The pages of a scan mode in the order of their tabs, and all that there are.
   virtual std::vector<IUIScanPage*> PagesOf(int mode) = 0;
   virtual std::vector<IUIScanPage*> AllPages() = 0;

@@ -10,9 +10,19 @@ struct Entry {
   const char* english;
 };
 constexpr Entry kTexts[] = {
+    {kTextStop, "Stop\nStop"},
+    {kTextPrescan, "Start Prescan\nStart Prescan"},
     {kTextMillimetres, "Millimeters"},
     {kTextInches, "Inches"},
     {kTextBarCaption, "Tarnwell LE"},
+    {kTextNewArea, "New preview area\nNew preview area"},
+    {kTextDock, "Switch layout\nSwitch layout"},
+    {kTextFloat, "Switch window layout\nSwitch window layout"},
+    {kTextAreaFromFragment, "Set scan rectangle by fragment rectangle\nSet scan rectangle by fragment rectangle"},
+    {kTextNewFragment, "New fragment\nNew fragment"},
+    {kTextScanFragment, "Scan Fragment\nScan Fragment"},
+    {kTextAreaPrescan, "Start  Prescan Area\nStart  Prescan Area"},
+    {kTextDisableUpdating, "Disable preview updating\nDisable preview updating"},
     {kTextOverwrite, "File %s already exists. Overwrite?$QBHelp:IDH_QB_OverWrite$"},
     {kTextBw, "BW"},
     {kTextGreyScale, "GreyScale"},

@@ -5,9 +5,20 @@ namespace quillbay {
 
 /// Numbers of texts that people see.
 enum StringId : int {
+  kTextStop = 106,
+  kTextPrescan = 107,
   kTextMillimetres = 115,
   kTextInches = 116,
   kTextBarCaption = 236,
+  // Buttons of the preview, by the numbers of their commands: "prompt\ntip".
+  kTextNewArea = 32795,
+  kTextDock = 32796,
+  kTextFloat = 32797,
+  kTextAreaFromFragment = 32799,
+  kTextNewFragment = 32805,
+  kTextScanFragment = 32810,
+  kTextAreaPrescan = 32813,
+  kTextDisableUpdating = 32816,
   kTextOverwrite = 57612,  ///< "%s": the file
   kTextBw = 57614,
   kTextGreyScale = 57615,

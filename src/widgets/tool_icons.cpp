@@ -46,6 +46,7 @@ QPainterPath filledShape(ToolIcon icon) {
       path.addRect(16, 5, 3, 14);
       break;
     case ToolIcon::Eject: return ejectShape();
+    case ToolIcon::ScanFragment: return arrow(9, 7.5, 7);
     default: break;
   }
   return path;
@@ -97,6 +98,58 @@ void strokeArrow(QPainter& painter, int to) {
   painter.drawLine(tip, tip + QPointF(-to * 6, 6));
 }
 
+void strokePlus(QPainter& painter, QPointF at) {
+  painter.drawLine(at - QPointF(3.5, 0), at + QPointF(3.5, 0));
+  painter.drawLine(at - QPointF(0, 3.5), at + QPointF(0, 3.5));
+}
+
+/// The tools of the preview: frames on it, and where it stands. A fragment is dashed.
+void strokePreviewTool(QPainter& painter, ToolIcon icon) {
+  const QPen solid = painter.pen();
+  QPen dashed = solid;
+  dashed.setDashPattern({2, 1.7});
+  const bool isFragment =
+      icon == ToolIcon::NewFragment || icon == ToolIcon::AreaFromFragment || icon == ToolIcon::ScanFragment;
+  painter.setPen(isFragment ? dashed : solid);
+  switch (icon) {
+    case ToolIcon::NewArea:
+    case ToolIcon::NewFragment:
+      painter.drawRect(QRectF(3, 8, 13, 12));
+      painter.setPen(solid);
+      strokePlus(painter, {18.5, 5.5});
+      break;
+    case ToolIcon::AreaFromFragment:
+      painter.drawRect(QRectF(7.5, 7.5, 9, 9));
+      painter.setPen(solid);
+      for (const int way : {-1, 1}) {
+        const QPointF tip(12 + way * 9, 12 + way * 9);
+        painter.drawLine(QPointF(12, 12), tip);
+        painter.drawLine(tip, tip - QPointF(way * 4.5, 0));
+        painter.drawLine(tip, tip - QPointF(0, way * 4.5));
+      }
+      break;
+    case ToolIcon::ScanFragment: painter.drawRect(QRectF(3, 3.5, 18, 17)); break;
+    case ToolIcon::PauseUpdating:
+      painter.drawArc(QRectF(4.5, 4.5, 15, 15), 40 * 16, 290 * 16);
+      painter.drawLine(QPointF(17.7, 7.2), QPointF(18.4, 2.8));
+      painter.drawLine(QPointF(17.7, 7.2), QPointF(13.2, 6.6));
+      painter.drawLine(QPointF(4, 20), QPointF(20, 4));
+      break;
+    case ToolIcon::Dock:
+      painter.drawRect(QRectF(3, 4, 18, 16));
+      painter.drawLine(QPointF(12, 4), QPointF(12, 20));
+      break;
+    case ToolIcon::Float:
+      painter.drawRect(QRectF(3, 9, 12, 11));
+      painter.drawLine(QPointF(9, 9), QPointF(9, 4));
+      painter.drawLine(QPointF(9, 4), QPointF(21, 4));
+      painter.drawLine(QPointF(21, 4), QPointF(21, 15));
+      painter.drawLine(QPointF(21, 15), QPointF(15, 15));
+      break;
+    default: break;
+  }
+}
+
 /// What is drawn with lines: a sheet under a magnifying glass, a sheet with a marked part, a window with a bar.
 void strokeShape(QPainter& painter, ToolIcon icon) {
   painter.setBrush(Qt::NoBrush);
@@ -134,7 +187,7 @@ void strokeShape(QPainter& painter, ToolIcon icon) {
     case ToolIcon::ZoomBack: strokeArrow(painter, -1); break;
     case ToolIcon::ZoomForward: strokeArrow(painter, 1); break;
     case ToolIcon::Help: strokeQuestionMark(painter); break;
-    default: break;
+    default: strokePreviewTool(painter, icon); break;
   }
 }
 

@@ -22,6 +22,13 @@ enum class ToolIcon {
   ZoomBack,
   ZoomForward,
   Help,
+  NewArea,
+  NewFragment,
+  AreaFromFragment,
+  ScanFragment,
+  PauseUpdating,
+  Dock,
+  Float,
 };
 
 /// Draws a command's picture in the palette's text colour, so that it shows on light and dark windows alike, and in

@@ -152,10 +152,9 @@ TEST(ScanRun, APageAndWhatEndsIt) {
   check("it is no document of a batch", {start(K::Fragment), page(true)}, kPageAndEnd, S::Ending, EndCause::Done,
         1);
   check("a preview", {start(K::Prescan), prepared()}, {{Do::ShowState}, {Do::StartUnit}}, S::Prescanning);
-  check("its end", {start(K::Prescan), prepared(), ends(1, true)},
-        {{Do::ForgetFragment}, {Do::End}, {Do::RestartPreview}}, S::Ending);
-  check("it jams", {start(K::Prescan), prepared(), ends(2, true, kJam)}, kEnd, S::Ending, EndCause::Device);
-  check("the preview of a part", {start(K::AreaPrescan), prepared(), ends(1, true)}, kEnd, S::Ending);
+  check("its end", {start(K::Prescan), prepared(), ends(1, true)}, {{Do::End}, {Do::RestartPreview}}, S::Ending);
+  check("it jams", {start(K::Prescan), prepared(), ends(2, true, kJam)}, {{Do::End}}, S::Ending, EndCause::Device);
+  check("the preview of a part", {start(K::AreaPrescan), prepared(), ends(1, true)}, {{Do::End}}, S::Ending);
 }
 
 TEST(ScanRun, EveryStateButIdleRefusesAStart) {

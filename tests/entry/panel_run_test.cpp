@@ -3,7 +3,10 @@
 
 #include "fake_scanner.h"
 #include "panel_fixture.h"
+#include "params/shared_scan_params.h"
 #include "quillbay/keep_rasters.h"
+#include "stores/simple_stor.h"
+#include "view/image_dc.h"
 
 namespace quillbay {
 namespace {
@@ -140,6 +143,41 @@ TEST_F(PanelTest, TheViewIsDrawnWithTheLastLinesAndKnowsWhereTheyLie) {
     EXPECT_EQ(recorder->lastLines, 64);
     EXPECT_DOUBLE_EQ(source->GetTransform().scaleX, 25.4 / dpi);
     EXPECT_DOUBLE_EQ(source->GetTransform().offsetY, 30);
+  }
+  close();
+}
+
+TEST_F(PanelTest, APageThatGoesToAFileHasAPictureAndARasterOnlyForAHostThatReadsIt) {
+  auto* noted = new NotedView;
+  hostView = KxPtr<IKxView>::adopt(noted);
+  const auto unit = KxPtr<FakeUnit>::adopt(new FakeUnit);
+  const auto front = KxPtr<FakeScannerApp>::adopt(new FakeScannerApp(app(), unit));
+  ASSERT_TRUE(openOn(front.get()));
+  sink()->EnableViewSync(1);
+  set("m_CurrMode", 5);
+  set("m_eScanType", 3);
+  set("m_rcScan", tagRRECT{20, 30, 150, 46});
+  const auto source = query<IRGetSource>(sink());
+  const auto params = CSharedScanParams::acquire(nullptr, &makeEmptyStore);
+  for (const bool keep : {false, true}) {
+    SCOPED_TRACE(keep);
+    EXPECT_EQ(query<IKeepRasters>(sink())->KeepRasters(keep ? 1 : 0), 1);
+    params->pictures = {};
+    bool hadRaster = false;
+    std::uint32_t shown = 0;
+    noted->onInvalidate = [&] {
+      hadRaster = hadRaster || KxPtr<IRStor>::adopt(source->GetRaster());
+      std::uint32_t pixel = 0;
+      const CRDirectTfm corner{1, 1, -399, -63};  // the last pixel of the scan
+      const auto target = KxPtr<CImageDC>::adopt(new CImageDC(&pixel, {1, 1}, {0, 0, 1, 1}, 8));
+      params->viewStore->Paint(target.get(), &corner);
+      shown = std::max(shown, pixel);
+    };
+    run();
+    noted->onInvalidate = nullptr;
+    EXPECT_EQ(hadRaster, keep);
+    EXPECT_EQ(shown, 0xFF808080U);
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(params->pictures[i] != nullptr, i == kClassGrey);
   }
   close();
 }

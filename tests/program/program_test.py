@@ -249,6 +249,95 @@ class Files(Story):
             self.check_file("kept000.tif", 210, 297)
 
 
+class Preview(Story):
+    """The preview: frames by the mouse, and what is scanned of them."""
+
+    AREA = (290, 400)  # millimetres
+
+    def setUp(self):
+        super().setUp()
+        with self.shown_on_failure():
+            self.menu("Scan", "Scans go", "To files")
+
+    def use(self, scanner):
+        self.choose_small_page(scanner)
+        self.choose_area(*(f"{length:.1f}" for length in self.AREA))
+        self.type_into("Folder", str(self.out))
+        self.type_into("Mask", "part")
+
+    def show_preview(self):
+        self.click(self.find("page tab", "Preview"))
+        self.picture_node = self.find("filler|canvas|drawing area|panel", "Picture of the preview")
+        self.place(self.picture_node)
+        x, y, width, height = self.picture_node.rectangle()
+        # The length fills the picture, 7 pixels from its edges; a custom size has no orientation.
+        self.origin, self.scale = (x + 7, y + 7), (height - 14) / self.AREA[1]
+
+    def at(self, x, y, dx=0, dy=0):
+        """A place of the document, in millimetres, on the screen, with pixels beside it."""
+        return (round(self.origin[0] + x * self.scale) + dx, round(self.origin[1] + y * self.scale) + dy)
+
+    def preview(self):
+        self.press("Preview")
+        self.expect_idle()
+
+    def expect_off(self, name):
+        button = self.find("push button|check box|toggle button", name)
+        wait_until(f"{name} is off", lambda: not button.has("enabled"))
+
+    def scan_fragment(self, name, width, height):
+        """Scans; the file has this size, within a pixel and a half of the screen."""
+        self.press("Scan the fragment")
+        self.expect_idle()
+        self.expect_files(*self.files_before, name)
+        self.files_before = self.files()
+        with tifffile.TiffFile(self.out / name) as tiff:
+            lines, pixels = tiff.pages[0].shape
+        for what, got, wanted in (("width", pixels, width), ("height", lines, height)):
+            self.assertAlmostEqual(got / DPI * 25.4, wanted, delta=1.5 / self.scale + 0.5, msg=what)
+
+    def test_a_fragment_is_drawn_resized_moved_and_scanned(self):
+        with self.shown_on_failure():
+            self.use(SHEET)
+            self.show_preview()
+            self.files_before = []
+            self.expect_off("New fragment")
+            self.desk.drag(self.at(40, 50), self.at(190, 150))  # nothing is there to draw on
+            self.preview()
+            self.press("Disable preview updating")
+
+            self.press("New fragment")
+            self.desk.drag(self.at(190, 150), self.at(40, 50))
+            self.scan_fragment("part000.tif", 150, 100)
+
+            self.press("New fragment")
+            self.desk.drag(self.at(40, 50), self.at(190, 150))
+            self.desk.drag(self.at(190, 150, 1, 1), self.at(230, 200, 1, 1))
+            self.desk.drag(self.at(100, 100), self.at(130, 80))
+            self.scan_fragment("part001.tif", 190, 150)
+
+            self.press("New fragment")
+            self.desk.drag(self.at(40, 50), self.at(240, 250))
+            self.press("Scan area from the fragment")
+            self.expect_idle()
+            self.click(self.find("page tab", "Main"))
+            self.assertAlmostEqual(float(self.control("Width").text().replace(",", ".")), 200, delta=2 / self.scale)
+
+    def test_a_prescan_that_is_stopped_leaves_nothing_to_draw_on(self):
+        with self.shown_on_failure():
+            self.use(SLOW)
+            self.show_preview()
+            self.press("Preview")
+            stop = self.find("push button", "Stop")
+            wait_until("the prescan runs", lambda: stop.has("enabled"))
+            self.press("Stop")
+            self.expect_idle()
+            self.expect_off("New fragment")
+            self.desk.drag(self.at(40, 50), self.at(190, 150))
+            self.expect_off("Scan area from the fragment")
+            self.expect_files()
+
+
 class Keyboard(Story):
     """Everything without a mouse, and what a screen reader tells of it."""
 

@@ -98,9 +98,9 @@ class NotingController final : public IPanelController {
   }
   void PostPanelCommand(int command) override { posted.push_back(command); }
   int IsCommandEnabled(int) override { return 1; }
-  void RestartPreview() override {}
-  int DockPage(IUIScanPage*) override { return 0; }
-  int FloatPage(IUIScanPage*) override { return 0; }
+  void RestartPreview() override { ++previewRestarts; }
+  int DockPreview() override { return ++docks; }
+  int FloatPreview() override { return ++floats; }
   std::vector<IUIScanPage*> PagesOf(int) override { return {}; }
   std::vector<IUIScanPage*> AllPages() override { return {}; }
   int LoadPage(IUIScanPage*, IParam*) override { return 0; }
@@ -109,6 +109,7 @@ class NotingController final : public IPanelController {
   std::vector<int> posted;
   KxPtr<NotedUnit> unit = KxPtr<NotedUnit>::adopt(new NotedUnit);
   int offersDetection = 1;
+  int previewRestarts = 0, docks = 0, floats = 0;
   int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0;
   std::vector<std::string> commands;
   KxPtr<IParam> lastArguments;

@@ -29,6 +29,7 @@ class PanelListener final : public quillbay::CKxUnknownImplStatic<quillbay::IQui
     const bool isPreview =
         info.kind == quillbay::StartKind::Prescan || info.kind == quillbay::StartKind::AreaPrescan;
     m_dock->m_isPreviewing = isPreview;
+    if (info.kind == quillbay::StartKind::AreaPrescan) emit m_dock->areaPreviewStarted();
     if (isPreview) return emit m_dock->previewStarted();
     m_pageRuns = info.kind == quillbay::StartKind::Scan;
     if (!m_pageRuns) return;  // a preview is shown by the panel
@@ -104,6 +105,7 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
   }
   column->addWidget(m_panel);
   m_control->Advise(m_listener.get());
+  m_sink->EnableViewSync(1);
   if (!known) makeFirstChoices(m_app, m_control.get());
   setContent(holder.release());
   m_bar->showScanner(scanner.get());
@@ -126,14 +128,18 @@ void PanelDock::closePanel() {
   m_sink = nullptr;
 }
 
-KxPtr<quillbay::IRStor> PanelDock::scanRaster() const {
-  const auto source = m_sink ? m_sink.as<quillbay::IRGetSource>() : nullptr;
 void PanelDock::keepRasters(bool keep) {
   if (const auto keeping = m_sink ? m_sink.as<quillbay::IKeepRasters>() : nullptr)
     keeping->KeepRasters(keep ? 1 : 0);
 }
 
+KxPtr<quillbay::IRStor> PanelDock::scanRaster() const {
+  const auto source = m_sink ? m_sink.as<quillbay::IRGetSource>() : nullptr;
   return source ? KxPtr<quillbay::IRStor>::adopt(source->GetRaster()) : nullptr;
+}
+
+KxPtr<quillbay::IPreviewControl> PanelDock::preview() const {
+  return m_sink ? m_sink.as<quillbay::IPreviewControl>() : nullptr;
 }
 
 bool PanelDock::isBusy() const { return m_control && m_control->IsBusy() != 0; }

@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "quillbay/control.h"
+#include "quillbay/preview_control.h"
 #include "quillbay/quillbay.h"
 
 class QLabel;
@@ -28,12 +29,14 @@ class PanelDock : public QDockWidget {
   void closePanel();
   /// Null without a panel.
   [[nodiscard]] quillbay::IQuillbayControl* control() const { return m_control.get(); }
+  /// Null without a panel.
+  [[nodiscard]] quillbay::KxPtr<quillbay::IPreviewControl> preview() const;
   [[nodiscard]] bool isBusy() const;
+  /// Whether pages that are scanned to files have a raster as well, from the next page on; asks the open panel.
+  void keepRasters(bool keep);
   /// The raster that the running scan fills for the view; null when there is none.
   [[nodiscard]] quillbay::KxPtr<quillbay::IRStor> scanRaster() const;
   /// The panel's window; null without one.
-  /// Whether pages that are scanned to files have a raster as well, from the next page on; asks the open panel.
-  void keepRasters(bool keep);
   [[nodiscard]] QWidget* panel() const { return m_panel; }
   /// The row above the panel.
   [[nodiscard]] JobBar& bar() const { return *m_bar; }
@@ -60,6 +63,8 @@ class PanelDock : public QDockWidget {
   /// `cause` is a `quillbay::EndCause`.
   void ended(int cause, const QString& fault, int pages);
   /// A preview has started or ended; `ended` follows scans only.
+  /// Before `previewStarted`: it is that of the part that the view shows.
+  void areaPreviewStarted();
   void previewStarted();
   void previewEnded(int cause, const QString& fault);
   void chooseScannerAsked();

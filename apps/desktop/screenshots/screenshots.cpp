@@ -83,6 +83,7 @@ class Shooting {
     if (!scan({420, 297}, all ? quillbay::kModeRgb : quillbay::kModeBwThreshold, 200)) return false;
     m_window.view().fitAll();
     if (!save(m_window, "main") || !save(*panel(), "panel-to-view")) return false;
+    if (!savePreview()) return false;
     if (all && !(saveAtWork() && saveDialogs() && saveHelp())) return false;
     if (!m_window.setMode(quillbay::ScanToFile)) return false;
     control()->SetParam(quillbay::key::Dir, "/srv/maps", nullptr);
@@ -100,6 +101,38 @@ class Shooting {
     return !offer || (waitFor([&] { return !offer->isSearching(); }) && save(m_window, "first-start"));
   }
 
+  /// The preview with both frames: a tab, a column in inches, a window.
+  bool savePreview() {
+    using quillbay::PreviewCommand;
+    const auto preview = m_window.panelDock().preview();
+    if (!preview) return false;
+    bool ended = false;
+    const auto link =
+        QObject::connect(&m_window.panelDock(), &PanelDock::previewEnded, &m_window, [&] { ended = true; });
+    preview->PreviewCommand(PreviewCommand::DisableUpdating);
+    control()->Start(quillbay::StartKind::Prescan, 0);
+    const bool done = waitFor([&] { return ended; });
+    QObject::disconnect(link);
+    control()->SetParam(quillbay::key::RcPreview, quillbay::tagRRECT{30, 20, 210, 110}, nullptr);
+    control()->SetParam(quillbay::key::RcCustomScan, quillbay::tagRRECT{170, 130, 390, 270}, nullptr);
+    control()->SetParam(quillbay::key::CustomScanValid, 1, nullptr);
+    if (!done || !save(m_window, "preview-tab")) return false;
+    const int width = m_window.panelDock().width();
+    m_window.resizeDocks({&m_window.panelDock()}, {960}, Qt::Horizontal);
+    control()->SetParam(quillbay::key::Units, quillbay::kInches, nullptr);
+    control()->SetParam(quillbay::key::CustomScanValid, 1, nullptr);
+    if (!save(m_window, "preview-column")) return false;
+    control()->SetParam(quillbay::key::Units, quillbay::kMillimetres, nullptr);
+    control()->SetParam(quillbay::key::CustomScanValid, 1, nullptr);
+    preview->PreviewCommand(PreviewCommand::Float);
+    QWidget* window = panel()->findChild<QWidget*>("PreviewDlgForm");
+    const bool saved = window && save(*window, "preview-window");
+    preview->PreviewCommand(PreviewCommand::Dock);
+    preview->PreviewCommand(PreviewCommand::DisableUpdating);
+    control()->SetParam(quillbay::key::CustomScanValid, 0, nullptr);
+    m_window.resizeDocks({&m_window.panelDock()}, {width}, Qt::Horizontal);
+    return saved;
+  }
   bool saveAtWork() {
     if (!saveScanning()) return false;
     m_window.log().show();

@@ -153,7 +153,7 @@ class MainWindow : public QMainWindow {
   bool m_opening = false;
   bool m_closeLater = false;  // when what is being opened was given up
   QActionGroup* m_modes = nullptr;
-  std::vector<QAction*> m_needsPage, m_needsPanel, m_needsIdle, m_needsBusy;
+  std::vector<QAction*> m_needsPage, m_needsPanel, m_needsOpenPanel, m_needsIdle, m_needsBusy;
   QShortcut* m_stopKey = nullptr;
   quillbay::eTarnwellMode m_mode = quillbay::ScanToView;
   bool m_closing = false;  // questions before the end are open

@@ -11,6 +11,7 @@
 #include "quillbay/scan_keys.h"
 #include "recovery/session_guard.h"
 #include "scanner/panel_dock.h"
+#include "scanner/preview_menu.h"
 #include "scanner/scanner_commands.h"
 #include "view/document_view.h"
 #include "window/log_dock.h"
@@ -96,12 +97,17 @@ void MainWindow::makeScanMenu() {
                 tr("Ends the batch after the current page"), [this] { this->stop(quillbay::StopKind::AfterPage); });
   QAction* eject = addAction(menu, tr("&Eject"), {}, tr("Ejects the document from the scanner"),
                              [this] { m_panel->control()->Eject(); });
+  auto* preview = new PreviewMenu(m_panel, this);
+  QMenu* previewMenu = preview->fill(menu);
+  connect(preview, &PreviewMenu::refused, this,
+          [this] { statusBar()->showMessage(tr("The preview cannot do this now")); });
   menu->addSeparator();
   m_scanner = new ScannerCommands(this);
   m_scanner->fill(menu);
   menu->addSeparator();
   m_guard->addCommands(menu);
   m_needsPanel = {scan, batch, eject};
+  m_needsOpenPanel = {previewMenu->menuAction()};
   m_needsIdle = {scan, batch, eject, modes->menuAction()};
   m_needsBusy = {stop, after};
   // A scan that the panel has just started is not known here before its first lines come. The key stops it all the
@@ -201,6 +207,7 @@ void MainWindow::updateActions() {
   m_pageCommands->update(busy);
   for (QAction* action : m_needsIdle) action->setEnabled(!busy);
   for (QAction* action : m_needsPanel) action->setEnabled(panel && !busy);
+  for (QAction* action : m_needsOpenPanel) action->setEnabled(panel);
   for (QAction* action : m_needsBusy) action->setEnabled(busy);
   m_stopKey->setEnabled(!busy);
   m_scanner->updateActions(busy);
