@@ -1,5 +1,6 @@
 #include "rasters/straighten/run_painter.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 namespace quillbay {
@@ -15,8 +16,13 @@ constexpr double kLeastSine = 1e-6;
 [[nodiscard]] std::int64_t rounded(std::int64_t v) noexcept { return (v + kHalf) >> 32; }
 [[nodiscard]] std::int64_t roundedUp(std::int64_t v) noexcept { return (v + kOne - 1) >> 32; }
 [[nodiscard]] std::int64_t roundedDown(std::int64_t v) noexcept { return v >> 32; }
-[[nodiscard]] std::int64_t scaled(std::int64_t v, double factor) noexcept {
-  return static_cast<std::int64_t>(static_cast<double>(v) * factor);
+/// `factor` has `kFactorBits` of fraction and is below 2^21; a result is precise to 2^-20 of it.
+constexpr int kFactorBits = 20, kDropped = 12;
+[[nodiscard]] std::int64_t scaled(std::int64_t v, std::int64_t factor) noexcept {
+  return (v >> kDropped) * factor >> (kFactorBits - kDropped);
+}
+[[nodiscard]] std::int64_t factorOf(double v) noexcept {
+  return static_cast<std::int64_t>(std::floor(v * (1 << kFactorBits) + 0.5));
 }
 
 }  // namespace
@@ -24,10 +30,14 @@ constexpr double kLeastSine = 1e-6;
 RunPainter::RunPainter(const StraightenFrame& frame, BitBand& band)
     : m_frame(frame), m_band(band), m_cos(fixed(frame.cosine)), m_sin(fixed(frame.sine)) {
   const bool slants = std::abs(frame.sine) >= kLeastSine;
-  m_cot = slants ? frame.cosine / frame.sine : 0;
-  m_tan = slants ? frame.sine / frame.cosine : 0;
-  m_cotStep = fixed(m_cot);
-  m_tanStep = fixed(m_tan);
+  const double cot = slants ? frame.cosine / frame.sine : 0, tan = slants ? frame.sine / frame.cosine : 0;
+  m_cot = factorOf(cot);
+  m_tan = factorOf(tan);
+  m_cotStep = fixed(cot);
+  m_tanStep = fixed(tan);
+  // Of a run this long the lines through its ends reach two lines of the output at most.
+  if (slants)
+    m_few = std::min(BitBand::kFew - 4, static_cast<std::int64_t>(0.4 / std::max(std::abs(frame.sine), 1e-3)));
   m_halfLength = slants ? fixed(0.5 / std::abs(frame.sine)) : fixed(1e8);
   m_halfWidth = fixed(0.5 / frame.cosine);
   m_reach = fixed((frame.cosine + (slants ? std::abs(frame.sine) : 0)) / 2);
@@ -50,22 +60,36 @@ void RunPainter::setNearest(const Place& p) noexcept { m_band.setPixel(rounded(p
 
 /// The pixels within the turned rectangle of the run's pixels, and those nearest to its ends.
 void RunPainter::paintRun(const Run& run, const Place& from, const Place& to) noexcept {
-  setNearest(from);
-  if (run.last != run.first) setNearest(to);
   const std::int64_t first = roundedUp(std::min(from.y, to.y) - m_reach);
-  const std::int64_t last = roundedDown(std::max(from.y, to.y) + m_reach);
   const std::int64_t down = first * kOne - from.y;
   // Where the line of the output meets the run's middle line, and the lines through its ends.
-  std::int64_t middle = from.x + scaled(down, m_cot);
-  std::int64_t left = from.x - m_halfWidth - scaled(down, m_tan);
-  std::int64_t right = to.x + m_halfWidth - scaled(first * kOne - to.y, m_tan);
-  for (std::int64_t y = first; y <= last; ++y) {
-    m_band.set(y, roundedUp(std::max(left, middle - m_halfLength)),
-               roundedDown(std::min(right, middle + m_halfLength)));
-    middle += m_cotStep;
-    left -= m_tanStep;
-    right -= m_tanStep;
+  Crossing at{from.x + scaled(down, m_cot), from.x - m_halfWidth - scaled(down, m_tan),
+              to.x + m_halfWidth - scaled(first * kOne - to.y, m_tan)};
+  setNearest(from);
+  setNearest(to);
+  if (run.last - run.first < m_few) {
+    for (std::int64_t y = first; y < first + 2; ++y, next(at)) {
+      const Part part = within(at);
+      m_band.setFew(y, part.from, part.to);
+    }
+    return;
   }
+  const std::int64_t last = roundedDown(std::max(from.y, to.y) + m_reach);
+  for (std::int64_t y = first; y <= last; ++y, next(at)) {
+    const Part part = within(at);
+    m_band.set(y, part.from, part.to);
+  }
+}
+
+RunPainter::Part RunPainter::within(const Crossing& at) const noexcept {
+  return {roundedUp(std::max(at.left, at.middle - m_halfLength)),
+          roundedDown(std::min(at.right, at.middle + m_halfLength))};
+}
+
+void RunPainter::next(Crossing& at) const noexcept {
+  at.middle += m_cotStep;
+  at.left -= m_tanStep;
+  at.right -= m_tanStep;
 }
 
 void RunPainter::join(const Run& upper, const Run& lower) noexcept {

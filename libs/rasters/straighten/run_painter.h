@@ -40,6 +40,16 @@ class RunPainter {
   }
   [[nodiscard]] Place above(const Place& p) const noexcept { return {p.x + m_sin, p.y - m_cos}; }
   void setNearest(const Place& p) noexcept;
+  /// Columns where a line of the output meets a run's middle line and the lines through its ends.
+  struct Crossing {
+    std::int64_t middle, left, right;
+  };
+  /// Pixels, both ends inclusive; `to` is less for none.
+  struct Part {
+    std::int64_t from, to;
+  };
+  [[nodiscard]] Part within(const Crossing& at) const noexcept;
+  void next(Crossing& at) const noexcept;
   void paintRun(const Run& run, const Place& from, const Place& to) noexcept;
   void join(const Run& upper, const Run& lower) noexcept;
   void bridge(const Place& a, const Place& b) noexcept;
@@ -47,8 +57,9 @@ class RunPainter {
   const StraightenFrame m_frame;
   BitBand& m_band;
   const std::int64_t m_cos, m_sin;
-  double m_cot, m_tan;  // along a run's middle line and across it: columns for each line of the output
+  std::int64_t m_cot, m_tan;  // columns for each line of the output, along a run's middle line and across it
   std::int64_t m_cotStep, m_tanStep;
+  std::int64_t m_few = 0;                  // pixels of a run that reaches two lines at most
   std::int64_t m_halfLength, m_halfWidth;  // of the part of an output line within a run's thickness, within a pixel
   std::int64_t m_reach;                    // of a turned pixel, up and down
   std::int64_t m_rowX = 0, m_rowY = 0;     // of the current line's column 0

@@ -54,7 +54,7 @@ void RunRotator::paint(const std::uint32_t* runs) {
 bool RunRotator::giveLinesAbove(std::int64_t end) {
   while (m_band.first() < end) {
     RunListWriter writer(m_list.data());
-    eachBitChange(m_band.firstLine(), m_frame.lineWidth, [&writer](std::uint32_t x) { writer(x); });
+    m_band.eachChange([&writer](std::uint32_t x) { writer(x); });
     writer.finish(static_cast<std::uint32_t>(m_frame.lineWidth));
     const auto number = static_cast<std::int32_t>(m_band.first());
     m_band.dropFirst();
