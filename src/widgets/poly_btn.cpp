@@ -128,7 +128,7 @@ void CPolyBtn::paintEdges(QPainter& painter) const {
 
 void CPolyBtn::paintFocus(QPainter& painter) const {
   painter.setBrush(Qt::NoBrush);
-  painter.setPen(QPen(m_edges.empty() ? palette().color(QPalette::ButtonText) : QColor(Qt::white), 1, Qt::DotLine));
+  painter.setPen(QPen(m_edges.empty() ? palette().color(QPalette::ButtonText) : QColor(Qt::white), 1, Qt::DashLine));
   if (m_edges.empty()) {
     painter.drawRect(rect().adjusted(kFocusInset, kFocusInset, -kFocusInset - 1, -kFocusInset - 1));
     return;

@@ -13,7 +13,8 @@ namespace quillbay {
 namespace {
 constexpr int kParts = 1000;
 constexpr int kRefreshMs = 500;
-constexpr int kMarkPart = 5;  // the mark takes a fifth of the width
+constexpr int kMarkPart = 5;   // the mark takes a fifth of the width
+constexpr int kUnderline = 5;  // and below a text a fifth of the height
 
 QString translated(const std::string& text) { return QString::fromStdString(text); }
 }  // namespace
@@ -122,7 +123,9 @@ void CProgStat::paintEvent(QPaintEvent* event) {
   const QRect inner = style()->subElementRect(QStyle::SE_ProgressBarContents, &option, this).adjusted(2, 2, -2, -2);
   const int width = std::max(1, inner.width() / kMarkPart);
   const int left = (inner.width() - width) * m_mark.position() / 100;
-  const QRect mark(inner.left() + left, inner.top(), width, inner.height());
+  // Below a text, which would be hard to read on it.
+  const int high = m_text.isEmpty() ? inner.height() : std::max(2, inner.height() / kUnderline);
+  const QRect mark(inner.left() + left, inner.bottom() + 1 - high, width, high);
   painter.fillRect(QStyle::visualRect(layoutDirection(), inner, mark), palette().highlight());
   option.rect = style()->subElementRect(QStyle::SE_ProgressBarLabel, &option, this);
   painter.drawControl(QStyle::CE_ProgressBarLabel, option);

@@ -56,14 +56,15 @@ void KxXButton::paintEvent(QPaintEvent*) {
   initStyleOption(&option);
   painter.drawControl(QStyle::CE_PushButtonBevel, option);
   const bool pushed = isDown() || isChecked();
+  if (hasFocus()) {  // below the image: some styles fill the frame
+    QStyleOptionFocusRect focus;
+    focus.initFrom(this);
+    focus.rect = style()->subElementRect(QStyle::SE_PushButtonFocusRect, &option, this);
+    painter.drawPrimitive(QStyle::PE_FrameFocusRect, focus);
+  }
   paintImage(painter, pushed);
   paintCaption(painter, pushed);
   if (m_mark.isValid()) paintMark(painter);
-  if (!hasFocus()) return;
-  QStyleOptionFocusRect focus;
-  focus.initFrom(this);
-  focus.rect = style()->subElementRect(QStyle::SE_PushButtonFocusRect, &option, this);
-  painter.drawPrimitive(QStyle::PE_FrameFocusRect, focus);
 }
 
 void KxXButton::paintImage(QPainter& painter, bool pushed) const {

@@ -64,7 +64,9 @@ TEST_F(TranslationTest, ATranslatorReachesEveryTextOfPanelAndProgram) {
   open();
   const QStringList texts = shownTexts(*window);
   EXPECT_GT(texts.size(), 100);
-  for (const QString& text : texts) EXPECT_TRUE(text.contains(u'\u27e8')) << text.toStdString();
+  // Prompt and tip of a button are the two halves of one text.
+  for (const QString& text : texts)
+    EXPECT_TRUE(text.contains(u'\u27e8') || text.contains(u'\u27e9')) << text.toStdString();
 }
 
 }  // namespace

@@ -2,8 +2,11 @@
 
 #include <filesystem>
 
+#include "host/message_window.h"
 #include "host/std_papers.h"
+#include "quillbay/host_services.h"
 #include "quillbay/quillbay.h"
+#include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 #include "temp_folder.h"
 
@@ -33,6 +36,44 @@ TEST(HostApp, ChecksFormatOptions) {
   }
   const auto options = KxPtr<IParam>::adopt(app.as<IIOParams>()->GetFormatOptions("TIFF"));
   EXPECT_EQ(paramString(options.get(), "compression"), "LZW");
+}
+
+/// Events that agree to everything and remember what was said.
+class AgreeingEvents final : public CKxUnknownImpl<IEvents> {
+ public:
+  std::string last;
+  int Note(const char*, const char*) override { return 1; }
+  int Subject(const char*, const char*) override { return 1; }
+  int Finished(int) override { return 1; }
+  int Event(int, const char*, int) override { return 7; }
+  int Message(int, const char* text, int, int) override {
+    last = text;
+    return 1;
+  }
+  int AskText(const char*, int, std::string*) override { return 0; }
+};
+
+TEST(HostApp, WhatIsRegisteredAnswersInPlaceOfItsOwn) {
+  const TempFolder folder;
+  const auto app = New_HostApp(folder.options());
+  const auto registry = app.as<IInterfaceRegistry>();
+  const auto own = app.as<IEvents>();
+  const auto agreeing = KxPtr<AgreeingEvents>::adopt(new AgreeingEvents);
+  EXPECT_EQ(registry->Register(typeid(IProfile), agreeing.get()), 0) << "has no such interface";
+  EXPECT_EQ(registry->Register(typeid(IEvents), agreeing.get()), 1);
+  EXPECT_EQ(app.as<IEvents>().get(), agreeing.get());
+  const auto script = new_MemParam();
+  script->SetValue(script_key::FileName, std::string("/nowhere/script"));
+  app.as<IScriptCmdSink>()->ExecCommand(script_key::Process, script.get());
+  EXPECT_NE(agreeing->last, "") << "scripts use it too";
+  EXPECT_EQ(registry->Withdraw(typeid(IEvents), agreeing.get()), 1);
+  EXPECT_EQ(registry->Withdraw(typeid(IEvents), agreeing.get()), 0);
+  EXPECT_EQ(app.as<IEvents>().get(), own.get());
+  EXPECT_GT(app.as<IOemInfo>()->GetVersion(), 0U);
+}
+
+TEST(MessageWindow, HasTheMarkOfWindowsThatMayBeAnswered) {
+  EXPECT_TRUE(MessageWindow(HostMessage(), {}, nullptr).property(kMessageWindowMark).toBool());
 }
 
 TEST(StdPapers, OwnOnesAddReplaceAndHide) {

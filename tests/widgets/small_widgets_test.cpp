@@ -128,7 +128,7 @@ TEST(SpinScrollEdit, SliderIsTruncatedTowardZero) {
   };
   for (const Case& c : cases) {
     CSpinScrollEdit edit;
-    edit.SetUp(nullptr, 2, c.value, c.least, c.most);
+    edit.SetUp(nullptr, 1, c.value, c.least, c.most);
     EXPECT_EQ(edit.slider()->minimum(), c.minimum);
     EXPECT_EQ(edit.slider()->maximum(), c.maximum);
     EXPECT_EQ(edit.slider()->value(), c.position);

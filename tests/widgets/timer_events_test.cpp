@@ -197,6 +197,40 @@ TEST(AutomaticAnswer, CountsOnlyWhileAMessageIsTheUppermostWindow) {
   EXPECT_EQ(got, "M (5)|M (5)|M (5)");
 }
 
+/// An application with a registry for one object.
+class RegistryApp final : public CKxUnknownImpl<IApp, IInterfaceRegistry> {
+ public:
+  std::string GetProductName() override { return "Product 1"; }
+  int QueryInterface(const std::type_info& wanted, void** out) override {
+    if (wanted == typeid(IEvents)) return (registered ? registered : own)->QueryInterface(wanted, out);
+    return CKxUnknownImpl::QueryInterface(wanted, out);
+  }
+  int Register(const std::type_info&, IKxUnknown* object) override {
+    registered = KxPtr<IKxUnknown>::share(object);
+    return 1;
+  }
+  int Withdraw(const std::type_info&, IKxUnknown* object) override {
+    if (registered.get() != object) return 0;
+    registered = nullptr;
+    return 1;
+  }
+  KxPtr<IKxUnknown> own = KxPtr<IKxUnknown>::adopt(static_cast<IEvents*>(new WindowHost)), registered;
+};
+
+TEST(AutomaticAnswer, PanelsShareOneRegistrationForAsLongAsOneOfThemLives) {
+  const auto app = KxPtr<RegistryApp>::adopt(new RegistryApp);
+  const auto settings = [] { return AnswerSettings{}; };
+  const auto first = CTimerEvents::enter(app.get(), settings);
+  const auto second = CTimerEvents::enter(app.get(), settings);
+  EXPECT_EQ(first.get(), second.get()) << "a message counts down once";
+  EXPECT_TRUE(query<IEvents>(app.get()).as<CTimerEvents>());
+  first->leave();
+  EXPECT_TRUE(app->registered);
+  second->leave();
+  EXPECT_FALSE(app->registered);
+  EXPECT_FALSE(query<IEvents>(app.get()).as<CTimerEvents>());
+}
+
 TEST(AutomaticAnswer, AMessageThatThrowsLeavesNothingBehind) {
   World w;
   w.host->during = [](QDialog&) { throw 1; };
