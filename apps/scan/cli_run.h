@@ -27,7 +27,7 @@ class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEv
  public:
   CliRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
          Interrupts& interrupts, NextPage& next, const Refusals& refusals);
-  /// Answers the exit status.
+  /// Returns the exit status.
   int run();
 
   void OnStarted(const quillbay::ScanStartInfo& info) override { m_reporter.started(info); }

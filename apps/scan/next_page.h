@@ -16,7 +16,7 @@ class NextPage {
   void begin(bool feeds);
   /// Whether the device feeds, and something happens between its pages all the same.
   [[nodiscard]] bool comesBetween() const;
-  /// Waits; `what` goes before the question. Answers whether the next page is scanned; a signal and the end of
+  /// Waits; `what` goes before the question. Returns whether the next page is scanned; a signal and the end of
   /// standard input mean no.
   bool wait(const std::string& what);
   /// Whether the user has ended the batch.

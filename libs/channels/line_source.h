@@ -14,7 +14,7 @@ class LineSource {
   virtual bool next(QbBlock* block) = 0;
   /// The page ended because it was abandoned.
   virtual bool abandoned() = 0;
-  /// Copies the palette as far as it is known (after the first block). Answers the count of entries.
+  /// Copies the palette as far as it is known (after the first block). Returns the count of entries.
   virtual int palette(KXRGBQUAD out[256]) = 0;
 };
 

@@ -12,7 +12,7 @@ namespace quillbay {
 class WriteHook {
  public:
   virtual ~WriteHook() = default;
-  /// Answers an error number that the system call shall fail with, or 0; may shorten `*size`.
+  /// Returns an error number that the system call shall fail with, or 0; may shorten `*size`.
   virtual int beforeWrite(std::int64_t offset, std::size_t* size) = 0;
   virtual void afterWrite(const std::string& path) = 0;
   virtual void synced() = 0;
@@ -50,7 +50,7 @@ class PageFile {
   [[nodiscard]] const QbFile* edge() const noexcept { return &m_edge; }
 
   void beginPage() noexcept;
-  /// Answers false with `error()` set; `dropPage` is due then.
+  /// Returns false with `error()` set; `dropPage` is due then.
   [[nodiscard]] bool endPage();
   void dropPage() noexcept;
   /// Waits until everything is on the device. Throws CXFileException.

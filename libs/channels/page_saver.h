@@ -17,7 +17,7 @@ struct PageRequest {
 };
 
 /// Writes the lines of `raster` as the next page of `file`; the page is complete but not yet part of the file
-/// (`WritingFile::finishPage`). Answers false when it was cancelled or abandoned: the page is dropped then, as it
+/// (`WritingFile::finishPage`). Returns false when it was cancelled or abandoned: the page is dropped then, as it
 /// is when this throws (CXFileException, CXMemException, CXIFaceException, and what the raster throws).
 [[nodiscard]] bool savePage(WritingFile& file, const PageRequest& request, IRStor* raster, IProgress* progress);
 

@@ -33,7 +33,7 @@ struct ScanRequest {
   [[nodiscard]] bool reachesDocumentEnd() const noexcept { return !hasRect || rect.bottom <= rect.top; }
 };
 
-/// Reads a request, which may be null. Answers an empty text, or a sentence that names the key, what it holds and
+/// Reads a request, which may be null. Returns an empty text, or a sentence that names the key, what it holds and
 /// what it takes; `*out` is then of no use.
 [[nodiscard]] std::string readScanRequest(IParam* request, ScanRequest* out);
 

@@ -9,7 +9,7 @@ namespace quillbay {
 /// `IUnitOptions::LoadOptions` by way of `SetOption`.
 int loadUnitOptions(IUnitOptions& unit, IParam* in);
 
-/// Answers 0, with the reason why `device` has no such source in `*why` (may be null).
+/// Returns 0, with the reason why `device` has no such source in `*why` (may be null).
 int refuseSource(const std::string& device, UnitSource source, const std::vector<UnitSource>& offered,
                  std::string* why);
 

@@ -20,7 +20,7 @@ struct DestinationContext {
   /// Makes the store for a page of the mode: one that writes a file for Scan To File and Scan To Net, one that
   /// collects the page for the others.
   std::function<KxPtr<ISStripStor>(eTarnwellMode)> makeStore;
-  /// Lets the person choose a folder, beginning at `start`; empty when nothing was chosen. Null: the system's
+  /// Lets the user choose a folder, beginning at `start`; empty when nothing was chosen. Null: the system's
   /// dialog.
   std::function<std::string(CWnd* parent, const std::string& start)> chooseFolder;
 };

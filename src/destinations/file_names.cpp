@@ -26,7 +26,7 @@ void refuse(OutputName& name, std::string why) {
   name.why = std::move(why);
 }
 
-/// One step of "increment". Answers false when no other name comes out of it.
+/// One step of "increment". Returns false when no other name comes out of it.
 bool nextName(NameContext& context, OutputName& name) {
   ScanValues& v = context.values;
   if (v.counter == std::numeric_limits<std::int32_t>::max()) {

@@ -17,7 +17,7 @@ class History {
   void load(IProfile* profile);
   /// The first 16; what an earlier run left beyond them goes.
   void save(IProfile* profile) const;
-  /// Puts a text on top. Answers false for an empty one and for one that is there already, in any letter case.
+  /// Puts a text on top. Returns false for an empty one and for one that is there already, in any letter case.
   bool add(const std::string& text);
   [[nodiscard]] const std::vector<std::string>& items() const noexcept { return m_items; }
 

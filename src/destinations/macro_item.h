@@ -10,7 +10,7 @@ namespace quillbay {
 class CIMacroItem {
  public:
   virtual ~CIMacroItem() = default;
-  /// The tag with its angle brackets, in the person's language.
+  /// The tag with its angle brackets, in the user's language.
   [[nodiscard]] virtual std::string GetTag() const = 0;
   /// Its value of the moment; never contains a character that a path gives a meaning to.
   [[nodiscard]] virtual const std::string& GetValue(const NameContext& context) = 0;
@@ -77,7 +77,7 @@ class CPaperMacro final : public CIMacroItem {
 /// Whether a counter format is one of those.
 [[nodiscard]] bool isCounterFormat(std::string_view format) noexcept;
 
-/// The moment in local time by a pattern of strftime ("%X", "%x") in a locale (empty: the person's own), each
+/// The moment in local time by a pattern of strftime ("%X", "%x") in a locale (empty: the user's own), each
 /// separator between its numbers replaced by "-". Empty when it does not fit into 128 characters. Any thread.
 [[nodiscard]] std::string localeTime(std::int64_t moment, const char* pattern, const std::string& locale);
 

@@ -17,7 +17,7 @@ void signalCannotWrite(IEvents* events, const std::string& path, const std::stri
 
 /// Builds the output path, stores it as the output file name, and applies the rule for existing files: the counter
 /// and its switch change through their setters, "ask" asks. A part that a killed program left under that name is
-/// set aside, and the user is told. Answers 1 and fills in `*draft`; 0 when the user was told why there is no file.
+/// set aside, and the user is told. Returns 1 and fills in `*draft`; 0 when the user was told why there is no file.
 /// User-interface thread. `events` may be null; then nobody can be asked and "ask" refuses.
 [[nodiscard]] int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* draft);
 

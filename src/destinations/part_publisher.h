@@ -14,10 +14,10 @@ struct PartFate {
   std::int32_t useAutoCounter = 0;
 };
 
-/// Gives the whole pages in the page's part their final name. When somebody else took that name meanwhile, the rule
-/// for existing files is applied again: "increment" finds the next free name; "ask" asks about a page of its own;
-/// a multi-page file never replaces another one. A part that stays no longer belongs to a run.
-/// User-interface thread. `events` may be null; then nobody can be asked.
+/// Gives the whole pages in the page's part their final name. When another program took that name meanwhile, the
+/// rule for existing files is applied again: "increment" finds the next free name; "ask" asks about a page of its
+/// own; a multi-page file never replaces another one. A part that stays no longer belongs to a run. User-interface
+/// thread. `events` may be null; then nobody can be asked.
 [[nodiscard]] PartFate publishByRule(const NamedPage& page, IEvents* events);
 
 /// Asks whether a file is replaced. False without `events`.

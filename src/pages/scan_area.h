@@ -30,7 +30,7 @@ struct AreaFields {
 /// The scan area of a paper: its size, no wider than the bed, where the scan area lies now or centred.
 [[nodiscard]] tagRRECT paperArea(const tagRSIZE& paper, const ScanValues& values) noexcept;
 
-/// Which fields the person can edit.
+/// Which fields the user can edit.
 struct FieldAccess {
   bool width = false, offset = false, top = false, length = false;
   bool operator==(const FieldAccess&) const = default;
@@ -42,7 +42,7 @@ struct FieldAccess {
 /// What the detection mask makes of bursting and centring.
 struct AutodetectEffect {
   bool burstingAllowed = false;
-  bool centreAllowed = false;  ///< the person may choose
+  bool centreAllowed = false;  ///< the user may choose
   std::int32_t bursting = 0, center = 0;
   bool operator==(const AutodetectEffect&) const = default;
 };

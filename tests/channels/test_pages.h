@@ -52,7 +52,7 @@ enum class Source {
 /// Options for one format, as text.
 [[nodiscard]] KxPtr<IIOParams> paramsWith(const std::map<std::string, std::string>& options);
 
-/// Saves one page through a new channel and ends it; answers what `Save` answered. A page that was not saved is
+/// Saves one page through a new channel and ends it; returns what `Save` answered. A page that was not saved is
 /// abandoned.
 enum class End { Commit, KeepPart, Abandon };
 int savePaged(const std::string& file, IRStor* raster, End end, IIOParams* params = nullptr);

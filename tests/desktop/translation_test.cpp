@@ -23,7 +23,7 @@ bool isData(const QString& text) {
          kPapers.contains(text);
 }
 
-/// What a person can see of a window, each with the object that shows it.
+/// What a user can see of a window, each with the object that shows it.
 QStringList shownTexts(QWidget& window) {
   QStringList texts;
   const auto add = [&](const QObject* of, const QString& text) {

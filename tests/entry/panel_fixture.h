@@ -111,7 +111,7 @@ class PanelTest : public testing::Test {
     smallPages();
     return true;
   }
-  /// Starts a run and waits for its end; answers what it ended of.
+  /// Starts a run and waits for its end; returns what it ended of.
   EndCause run(StartKind kind = StartKind::Scan, int count = 1) {
     EXPECT_TRUE(control->Start(kind, count) && recorder->waitEnded());
     return recorder->cause;

@@ -15,8 +15,8 @@ PageSourcePtr Document::newSource(const QString& file) {
   return source;
 }
 
-/// The source of a page that was just written to a file by somebody else: the one of the pages that the file still
-/// holds, or a new one when the file was replaced.
+/// The source of a page that was just written to a file by another program: the one of the pages that the file
+/// still holds, or a new one when the file was replaced.
 PageSourcePtr Document::sourceOf(const QString& file, bool continues) {
   PageSourcePtr source;
   for (const auto& known : m_sources) {

@@ -39,7 +39,7 @@ struct Page {
   int id = 0;
   quillbay::KxPtr<quillbay::IRStor> raster;
   int version = 0;       ///< of the raster: no other one of the document ever has this number
-  QString name;          ///< for a person: of its file, else "Page 3"
+  QString name;          ///< for a user: of its file, else "Page 3"
   QImage overview;       ///< the whole page, small; null until it was made
   PageSourcePtr source;  ///< null for a page that was never in a file
   int place = 0;         ///< in its file, from 0

@@ -26,7 +26,7 @@ class PageCommands : public QObject {
   PageCommands(quillbay::IHostApp* app, Document* document, ProgramSettings* settings, QWidget* window);
 
   void fill(QMenu* menu);
-  /// Runs a script over the chosen pages; `title` is its name for a person. False when it did not finish.
+  /// Runs a script over the chosen pages; `title` is its name for a user. False when it did not finish.
   bool run(const QString& title, const QString& script);
   /// Runs the script of a file over the current page.
   bool runFile(const QString& file);

@@ -33,7 +33,7 @@ using PageChange = std::variant<PageReplaced, PagesClosed, PagesMoved>;
 
 /// What the user did with one command.
 struct UndoStep {
-  QString text;  ///< the command, for a person
+  QString text;  ///< the command, for a user
   std::vector<PageChange> changes;
 };
 

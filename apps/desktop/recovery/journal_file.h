@@ -12,11 +12,11 @@
 
 namespace desktop {
 
-/// A page that is in no file of the person's: its copy, for the case of a crash.
+/// A page that is in no file of the user's: its copy, for the case of a crash.
 struct KeptPage {
   int id = 0;
   QString file;  ///< the copy; empty while it was not complete
-  QString name;  ///< for a person
+  QString name;  ///< for a user
   QDateTime time;
   QSize pixels;
   int dpi = 0;
@@ -36,7 +36,7 @@ struct JournalContents {
   std::vector<WrittenFile> written;  ///< in their order
   std::vector<int> order;            ///< of pages whose order is not that of their numbers
   std::set<QString> dropped;         ///< copies that nobody wants any more
-  QStringList damage;                ///< what cannot be read, for a person
+  QStringList damage;                ///< what cannot be read, for a user
   /// The pages' numbers in the order that the user gave them.
   [[nodiscard]] std::vector<int> pagesInOrder() const;
 };

@@ -75,7 +75,7 @@ void Leftovers::read(Session& session) {
   JournalContents contents;
   if (session.journal) contents = session.journal->read();
   m_troubles += contents.damage;
-  for (const QString& copy : contents.dropped) {  // its page was saved or closed by the person
+  for (const QString& copy : contents.dropped) {  // its page was saved or closed by the user
     const QString file = placeOf(session, copy);
     if (!file.isEmpty()) QFile::remove(file);
   }
@@ -132,7 +132,7 @@ void Leftovers::addFiles(Session& session, const JournalContents& contents) {
     item.file = written.file;
     if (file.exists()) {
       add(session, item, 0);
-    } else if (!written.published) {  // a whole file is the person's to move or delete
+    } else if (!written.published) {  // a whole file is the user's to move or delete
       m_troubles += text("%1 is missing.").arg(written.file + kPart);
     }
   }

@@ -19,14 +19,14 @@ struct Leftover {
   };
   Kind kind = Kind::Page;
   QString file;  ///< the copy, the part, or the file
-  QString name;  ///< for a person
+  QString name;  ///< for a user
   QDateTime time;
   QSize pixels;  ///< of a page; empty when unknown
   int pages = 1;
   qint64 bytes = 0;
 };
 
-/// What a person decided about the things that a crash has left.
+/// What a user decided about the things that a crash has left.
 struct RecoveryAnswer {
   enum class Act { Open, Discard, Later };
   Act act = Act::Later;
@@ -41,7 +41,7 @@ class Leftovers {
   ~Leftovers();
 
   [[nodiscard]] const std::vector<Leftover>& items() const { return m_items; }
-  /// What cannot be brought back or read, each a sentence for a person.
+  /// What cannot be brought back or read, each a sentence for a user.
   [[nodiscard]] const QStringList& troubles() const { return m_troubles; }
   [[nodiscard]] bool isEmpty() const { return m_items.empty() && m_troubles.isEmpty(); }
 
@@ -52,7 +52,7 @@ class Leftovers {
   bool settle(std::size_t item, Fate fate, QString* why);
   /// Whether a copy or a part is left to offer.
   [[nodiscard]] bool isLeft() const;
-  /// The person has seen the list: journals of which no copy and no part is left to offer go.
+  /// The user has seen the list: journals of which no copy and no part is left to offer go.
   void finish();
 
  private:

@@ -41,7 +41,7 @@ class PageKeeper : public QObject {
 
   /// Begins a copy; `kept` or `failed` follows, unless it is dropped before.
   void keep(std::shared_ptr<JournalFile> journal, CopyPtr copy, quillbay::KxPtr<quillbay::IRStor> raster);
-  /// The copy's page has changed. Answers what the next copy replaces: this one, or when it is not complete yet the
+  /// The copy's page has changed. Returns what the next copy replaces: this one, or when it is not complete yet the
   /// one that it would have replaced; then its writing is given up.
   [[nodiscard]] QString supersede(const CopyPtr& copy);
   /// Nobody wants the copy any more: it is deleted.

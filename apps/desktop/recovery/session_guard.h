@@ -15,7 +15,7 @@ namespace desktop {
 
 class MainWindow;
 
-/// What keeps a person's work safe beside the window: the journal of unsaved pages and files, what the last run has
+/// What keeps a user's work safe beside the window: the journal of unsaved pages and files, what the last run has
 /// left, the computer that stays awake during a scan, and the scanner that comes back.
 class SessionGuard : public QObject {
   Q_OBJECT
@@ -32,7 +32,7 @@ class SessionGuard : public QObject {
   bool offerLeftovers();
   /// The panel was opened, or could not be: then its scanner is waited for.
   void panelTried(bool opened);
-  /// The person closes the program.
+  /// The user closes the program.
   void close();
 
   [[nodiscard]] SessionJournal& journal() { return m_journal; }

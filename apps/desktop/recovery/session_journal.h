@@ -29,7 +29,7 @@ class SessionJournal : public QObject {
   void filePublished(const QString& file);
   /// The page that is added to the document next was read from this copy, which becomes its own; empty: it was not.
   void adoptNext(const QString& copy) { m_adopted = copy; }
-  /// The person has closed the program: nothing is left to bring back, except a file that was not published.
+  /// The user has closed the program: nothing is left to bring back, except a file that was not published.
   void close();
 
  signals:

@@ -1,4 +1,4 @@
-// What the person does over the document's view.
+// What the user does over the document's view.
 #include <QContextMenuEvent>
 #include <QKeyEvent>
 #include <QMimeData>

@@ -21,7 +21,7 @@ class ProgramSettings;
 class LivePage : public QObject {
   Q_OBJECT
  public:
-  /// Answers the raster of the running scan; null as long as there is none.
+  /// Returns the raster of the running scan; null as long as there is none.
   using Source = std::function<quillbay::KxPtr<quillbay::IRStor>()>;
   /// Whether pages that are scanned to files stay in the document.
   [[nodiscard]] static bool keepsScanned(const ProgramSettings& settings);

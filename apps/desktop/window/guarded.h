@@ -8,7 +8,7 @@
 
 namespace desktop {
 
-/// Runs a step about `file` that throws when it fails. Answers what the step answers, or false and stores what a
+/// Runs a step about `file` that throws when it fails. Returns what the step answers, or false and stores what a
 /// person should read, with the file's name; `*why` is empty otherwise.
 template <class Step>
 bool guarded(const QString& file, QString* why, Step step) {

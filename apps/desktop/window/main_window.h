@@ -109,7 +109,7 @@ class MainWindow : public QMainWindow {
   void scanEnded(int cause, const QString& fault, int pages);
   void previewEnded(int cause, const QString& fault);
   void setUnit(const char* unit);
-  /// The person's unit, to the panel and the status line.
+  /// The user's unit, to the panel and the status line.
   void applyUnit();
   void choosePage(int id);
   void about();

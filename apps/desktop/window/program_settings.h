@@ -7,7 +7,7 @@
 
 namespace desktop {
 
-/// Writes what the program wants otherwise than the library where the person has not chosen: how far a step of the
+/// Writes what the program wants otherwise than the library where the user has not chosen: how far a step of the
 /// wheel zooms.
 void writeFirstDefaults(quillbay::IApp* app);
 

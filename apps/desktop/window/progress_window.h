@@ -6,7 +6,7 @@
 
 namespace desktop {
 
-/// Shows how far a long step is, once it takes noticeable time, and lets the person cancel. While it is shown the
+/// Shows how far a long step is, once it takes noticeable time, and lets the user cancel. While it is shown the
 /// window behind it is painted, and takes no input. User-interface thread.
 class ProgressWindow final : public quillbay::CKxUnknownImpl<quillbay::IProgress> {
  public:

@@ -29,7 +29,7 @@ QString patternsOf(const quillbay::FormatInfo& format) {
   return patterns.join(' ');
 }
 
-/// Where file dialogs begin: the folder that was used last in this run, else the person's documents.
+/// Where file dialogs begin: the folder that was used last in this run, else the user's documents.
 QString& lastFolder() {
   static QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
   if (!QFileInfo(folder).isDir()) folder = QDir::homePath();

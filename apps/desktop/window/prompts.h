@@ -18,7 +18,7 @@ namespace desktop {
 struct OutputSettings;
 enum class UnsavedAnswer { Save, Discard, Cancel };
 
-/// Everything that the program asks a person, in one place; tests answer in the person's stead.
+/// Everything that the program asks a user, in one place; tests answer in the user's stead.
 struct Prompts {
   /// Files to open; empty: given up.
   std::function<QStringList()> openFiles;

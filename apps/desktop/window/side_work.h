@@ -19,7 +19,7 @@ class SideProgress final : public quillbay::CKxUnknownImplStatic<quillbay::IProg
   void Reset() override { m_position = 0; }
   int IsCancelled() override { return m_cancelled ? 1 : 0; }
 
-  /// What goes on, for a person; positions run from 0 to `end` now, 0: no end is known.
+  /// What goes on, for a user; positions run from 0 to `end` now, 0: no end is known.
   void begin(const QString& text, int end);
   void cancel() { m_cancelled = true; }
   [[nodiscard]] QString text() const;

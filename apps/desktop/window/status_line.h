@@ -12,7 +12,7 @@ class QStatusBar;
 namespace desktop {
 
 /// The fields at the right of the status bar: pointer, size and resolution of the page, zoom; lengths in the unit
-/// that the person chose.
+/// that the user chose.
 class StatusLine : public QObject {
   Q_OBJECT
  public:

@@ -27,7 +27,7 @@ class CodeWriter {
     m_width = 9;
     m_free = kFirstFree;
   }
-  /// A string got the next code. Answers it, or 0 when the table was full and starts again.
+  /// A string got the next code. Returns it, or 0 when the table was full and starts again.
   std::uint32_t added() noexcept {
     const std::uint32_t code = m_free++;
     if (m_free == kFull) {

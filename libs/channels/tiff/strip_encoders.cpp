@@ -83,7 +83,7 @@ class PlainEncoder final : public IBandEncoder {
   StripFormat m_format;
 };
 
-/// One line of PackBits. Answers the end of what was written.
+/// One line of PackBits. Returns the end of what was written.
 std::uint8_t* packLine(const std::uint8_t* from, const std::uint8_t* end, std::uint8_t* to) noexcept {
   while (from < end) {
     const std::uint8_t* last = from + 1;

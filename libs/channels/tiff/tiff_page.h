@@ -24,7 +24,7 @@ class TiffPage {
   /// Throws ModuleError for a page that cannot be written; nothing was appended then.
   TiffPage(const EdgeFile& file, const TiffState& before, const QbPage& page, const QbOptions* options);
   void write(const QbBlock& block);
-  /// Answers the file's state with this page.
+  /// Returns the file's state with this page.
   TiffState finish();
 
  private:

@@ -44,11 +44,11 @@ class LinePipeline {
   [[nodiscard]] bool isDirect() const noexcept;
   /// Direct only: room for up to `*lines` consecutive lines in the current stripe.
   [[nodiscard]] std::uint8_t* lineRoom(std::int32_t* lines);
-  /// Direct only: `lines` of that room were filled. Answers 0 when the sink wants the scan to end.
+  /// Direct only: `lines` of that room were filled. Returns 0 when the sink wants the scan to end.
   int linesDone(std::int32_t lines);
-  /// Takes `lines` device lines, `stride` bytes apart. Answers 0 when the sink wants the scan to end.
+  /// Takes `lines` device lines, `stride` bytes apart. Returns 0 when the sink wants the scan to end.
   int push(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines);
-  /// Hands on what is left of the page. Answers as `push`.
+  /// Hands on what is left of the page. Returns what `push` returns.
   int flush();
   /// Lines handed to the sink so far.
   [[nodiscard]] std::int64_t linesOut() const noexcept;

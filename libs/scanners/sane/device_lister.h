@@ -13,7 +13,7 @@ inline constexpr std::chrono::milliseconds kListLimit = std::chrono::seconds(kLi
 
 /// Lists the SANE devices in a helper process (`quillbay-list-scanners`), which is looked for in the folder that
 /// QUILLBAY_LIBEXEC names, in `programFolder`, beside the running program and this library, in the folders where an
-/// installation puts it, and in the build tree. Answers false with the reason in `*why` when it is missing,
+/// installation puts it, and in the build tree. Returns false with the reason in `*why` when it is missing,
 /// crashed, or did not end within `limit`; what it said before is in `*out`, which is appended to.
 /// Any thread. With `unlisted`, a device that no driver lists is in `*out`, by its device string alone, when it can
 /// be opened. `stopped` (may be empty) is asked some times a second whether to give up.

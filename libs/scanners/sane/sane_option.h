@@ -49,7 +49,7 @@ struct SaneValue {
   std::vector<SANE_Word> words;
   std::string text;
 };
-/// Parses a user's text ("yes", "300", "1,2,3", "Flatbed"; texts of a list without regard to case). Answers false
+/// Parses a user's text ("yes", "300", "1,2,3", "Flatbed"; texts of a list without regard to case). Returns false
 /// with the reason, which lists what is allowed, in `*why`.
 [[nodiscard]] bool parseSaneValue(const SaneOption& option, std::string_view text, SaneValue* out,
                                   std::string* why);

@@ -34,7 +34,7 @@ class SanePage {
   void run();
 
  private:
-  // Takes `lines` device lines, `stride` bytes apart; answers whether more are wanted.
+  // Takes `lines` device lines, `stride` bytes apart; returns whether more are wanted.
   using TakeLines = std::function<bool(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines)>;
 
   void readInOnePass(const SANE_Parameters& p);

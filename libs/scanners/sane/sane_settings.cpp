@@ -50,7 +50,7 @@ void applyOthers(SaneDevice& device, WantedOptions wanted) {
 
 bool wantsBits(const ScanRequest& request) noexcept { return isBitonalMode(request.mode); }
 
-// Sets the mode; answers whether one bit a pixel must still be chosen by the depth.
+// Sets the mode; returns whether one bit a pixel must still be chosen by the depth.
 bool applyMode(SaneDevice& device, const ScanRequest& request) {
   const SaneOption* mode = device.settable("mode");
   const ModeNames names = modeNames(mode);

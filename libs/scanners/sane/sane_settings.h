@@ -25,7 +25,7 @@ struct ModeNames {
 
 /// Sets the device up for a scan: source, mode, depth, the user's options, page size, area, resolution (which is
 /// last, since setting others resets it with some drivers; a device that counts the area in pixels gets it after
-/// the resolution). Answers the resolution that the device took, in dpi. Throws UnitFaultException.
+/// the resolution). Returns the resolution that the device took, in dpi. Throws UnitFaultException.
 ///
 /// The area is held within the device's; more than a millimetre that is lost is logged. An area without a length
 /// goes to the device's longest scan where it finds the document's end (a feeder); elsewhere it is the

@@ -13,7 +13,7 @@ class ThreePassPage {
   /// `lines` -1: unknown. Throws CXMemException when there is no space.
   ThreePassPage(std::int32_t width, std::int64_t lines, std::uint32_t dpi);
   /// Takes the next line of the current pass for `channel` (0 red, 1 green, 2 blue), `depth` 1 (1 is full
-  /// intensity), 8 or 16 bits a sample. Answers the colour line in the third pass (valid until the next call), else
+  /// intensity), 8 or 16 bits a sample. Returns the colour line in the third pass (valid until the next call), else
   /// null; a third pass that is longer than the others gets null as well.
   const std::uint8_t* takeLine(int channel, const std::uint8_t* bytes, int depth);
   void nextPass() noexcept;

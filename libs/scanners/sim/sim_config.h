@@ -39,10 +39,10 @@ struct SimConfig {
 
 /// Whether a device string names a simulated scanner.
 [[nodiscard]] bool isSimDevice(std::string_view deviceString) noexcept;
-/// Reads a device string over the defaults. Answers false with the reason in `*why`: one line that names the key or
+/// Reads a device string over the defaults. Returns false with the reason in `*why`: one line that names the key or
 /// value and lists what is allowed. `*out` is then as it was.
 [[nodiscard]] bool parseSimDevice(std::string_view deviceString, SimConfig* out, std::string* why);
-/// Sets one key. Answers and reports as `parseSimDevice`.
+/// Sets one key. Returns what `parseSimDevice` returns.
 [[nodiscard]] bool setSimKey(std::string_view key, std::string_view value, SimConfig* out, std::string* why);
 /// All keys as options with their current values.
 [[nodiscard]] std::vector<UnitOption> simOptions(const SimConfig& config);

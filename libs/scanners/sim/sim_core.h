@@ -21,9 +21,9 @@ class SimCore final : public std::enable_shared_from_this<SimCore>, private ISim
   /// Changes a key for the next scans; a changed "count" fills the feeder, "jam-after" and "fault" arm again.
   bool setKey(std::string_view key, std::string_view value, std::string* why);
 
-  /// Answers false with the reason in `fault`.
+  /// Returns false with the reason in `fault`.
   bool arm(IScanSink* sink, IParam* request);
-  /// Starts the armed scan. Answers as `arm`.
+  /// Starts the armed scan. Returns what `arm` returns.
   bool run();
   void stop();
   bool isLoaded();

@@ -97,7 +97,7 @@ class Renderer {
   }
   [[nodiscard]] LinePipeline& pipeline() noexcept { return m_pipeline; }
 
-  // Renders up to `count` rows from row `y` on; sets `count` to what it was. Answers as the sink did.
+  // Renders up to `count` rows from row `y` on; sets `count` to what it was. Returns as the sink did.
   int render(std::int64_t y, std::int32_t* count) {
     if (m_pipeline.isDirect()) {
       std::uint8_t* room = m_pipeline.lineRoom(count);

@@ -36,7 +36,7 @@ struct SimJob {
   std::int64_t faultAfter = 0;       ///< lines; 0: never
 };
 
-/// Reads a request (keys: `IQuillbayUnit::Scan`). Answers false with the reason in `*fault`.
+/// Reads a request (keys: `IQuillbayUnit::Scan`). Returns false with the reason in `*fault`.
 [[nodiscard]] bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, UnitFault* fault);
 
 /// Whether the job ejects the page. A piece of a burst does not; one that starts beyond its end,

@@ -52,7 +52,7 @@ struct Rect {
 
 void rectangle(SimDisplayList& list, const Rect& r, double width, SimInk ink);
 /// Capitals, digits and some signs in strokes, `height` mm high, from the baseline's left end on; others leave a
-/// gap. Answers the text's width in millimetres.
+/// gap. Returns the text's width in millimetres.
 double text(SimDisplayList& list, SimPoint at, double height, std::string_view words, SimInk ink);
 [[nodiscard]] double textWidth(double height, std::string_view words) noexcept;
 /// A dimension along a straight line: extension lines, arrows, and the length in whole millimetres. `offset` is the
