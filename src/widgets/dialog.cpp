@@ -308,6 +308,11 @@ void CDialog::keyPressEvent(QKeyEvent* event) {
   QWidget::keyPressEvent(event);
 }
 
+bool CDialog::event(QEvent* event) {
+  assertUserInterfaceThread();
+  return QWidget::event(event);
+}
+
 void CDialog::customEvent(QEvent* event) {
   if (event->type() != PostedCommand::eventType()) return QWidget::customEvent(event);
   const auto* posted = static_cast<PostedCommand*>(event);

@@ -71,6 +71,8 @@ class CDialog : public QWidget {
 
  protected:
   void attachControls();
+  /// Every event, painting as well, passes here on the user-interface thread.
+  bool event(QEvent* event) override;
   void customEvent(QEvent* event) override;
   void closeEvent(QCloseEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;

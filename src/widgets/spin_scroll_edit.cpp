@@ -6,6 +6,7 @@
 #include <algorithm>
 
 #include "widgets/number_spin.h"
+#include "widgets/user_interface_thread.h"
 
 namespace quillbay {
 
@@ -45,6 +46,7 @@ void CSpinScrollEdit::SetUp(IUnit* unit, int kind, double value, double minimum,
 double CSpinScrollEdit::value() const { return m_field->value(); }
 
 void CSpinScrollEdit::setValue(double value) {
+  assertUserInterfaceThread();
   m_field->setValue(value);
   showOnSlider();
 }

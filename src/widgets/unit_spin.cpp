@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "platform/base_services.h"
+#include "widgets/user_interface_thread.h"
 
 namespace quillbay {
 
@@ -37,6 +38,7 @@ void UnitSpin::setLimits(double least, double greatest) {
 double UnitSpin::held(double value) const noexcept { return std::clamp(value, m_least, m_greatest); }
 
 void UnitSpin::setValue(double value) {
+  assertUserInterfaceThread();
   const bool same = std::abs(value - m_value) < kSame;
   m_value = value;
   // Nothing is put into the field under the fingers of a user who types in it.

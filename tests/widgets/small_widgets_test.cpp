@@ -5,6 +5,7 @@
 #include <QSlider>
 #include <QTest>
 #include <QToolButton>
+#include <memory>
 #include <thread>
 
 #include "widgets/button_text.h"
@@ -198,6 +199,7 @@ TEST(UserInterfaceThread, ACallFromAnotherThreadIsNoticed) {
   const ThreadFault before = setThreadFaultHandler([](const char* caller) { *g_fault = caller; });
   const std::pair<const char*, std::function<void()>> calls[] = {
       {"GetDlgItem", [&] { static_cast<void>(dialog.GetDlgItem(1)); }},
+      {"event", [&] { QCoreApplication::sendEvent(&dialog, std::make_unique<QEvent>(QEvent::User).get()); }},
       {"SetPosition", [&] { bar.SetPosition(0); }},
   };
   for (const auto& [name, call] : calls) {
