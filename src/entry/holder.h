@@ -52,6 +52,7 @@ class CMHolder final : public CDialog {
     void OnStarted(const ScanStartInfo& info) override {
       m_pageRuns = info.kind == StartKind::Scan;
       if (m_pageRuns) m_holder->m_picture->begin(info);
+      if (info.kind == StartKind::AreaPrescan) m_holder->m_picture->clear();
     }
     void OnLines(std::int64_t) override {
       if (m_pageRuns) m_holder->growPicture();
@@ -81,8 +82,8 @@ class CMHolder final : public CDialog {
   void zoom(ToolIcon how);
   void updateZoom();
   void showView(bool show);
-  void layOut();
   void keepRasters(bool keep);
+  void layOut();
   [[nodiscard]] QSize panelRoom() const;
   void growPicture();
   bool killCommand();

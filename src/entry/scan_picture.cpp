@@ -30,6 +30,12 @@ void ScanPicture::begin(const ScanStartInfo& page) {
   setPlace({0, -lines * kMmPerInch / m_dpi, width, 0}, true);
 }
 
+void ScanPicture::clear() {
+  m_painter->Clear();
+  m_raster = nullptr;
+  setPlace({}, false);
+}
+
 void ScanPicture::grow(IRStor* raster) {
   if (!raster) return;
   if (!m_raster && m_painter->Add(raster, {0, 0}, m_dpi)) m_raster = KxPtr<IRStor>::share(raster);

@@ -15,6 +15,8 @@ class ScanPicture {
   void begin(const ScanStartInfo& page);
   /// Lines arrived in `raster`, which may be null and is held until the next page.
   void grow(IRStor* raster);
+  /// Nothing is shown any more: the panel may show a preview.
+  void clear();
   /// The page is over.
   void end();
   /// One pixel of the page is one pixel of the screen.

@@ -137,6 +137,11 @@ class ViewSync : public testing::Test {
     sync->SetArea({0, 0, 400, 600}, 0);
   }
   [[nodiscard]] QImage shown() { return port->GetWindow()->grab().toImage(); }
+  /// Of a client pixel.
+  [[nodiscard]] static QColor colorAt(const QImage& image, double x, double y) {
+    const double ratio = image.devicePixelRatio();
+    return image.pixelColor(static_cast<int>(x * ratio), static_cast<int>(y * ratio));
+  }
   /// Neither a picture nor the view's ground.
   [[nodiscard]] bool showsPanel() {
     const QImage image = shown();
@@ -144,7 +149,7 @@ class ViewSync : public testing::Test {
   }
   [[nodiscard]] int toneAt(const tagRPOINT& mm) {
     const tagRPOINT p = port->ToClient(mm);
-    return shown().pixelColor(static_cast<int>(p.x), static_cast<int>(p.y)).red();
+    return colorAt(shown(), p.x, p.y).red();
   }
   const KxPtr<CSharedScanParams> params = CSharedScanParams::acquire(nullptr, &makeEmptyStore);
   QWidget host;
@@ -168,8 +173,8 @@ TEST_F(ViewSync, ThePreviewOfAPartLiesInTheFrameThatTheViewShows) {
   // The edge of the frame is inverted.
   const KxRect edge = places::outline(port->Transform(), params->values().rcPreview);
   const QImage image = shown();
-  const QRgb at = image.pixel((edge.left + edge.right) / 2, edge.top);
-  EXPECT_NE(at, image.pixel((edge.left + edge.right) / 2, edge.top + 2));
+  const double middle = (edge.left + edge.right) / 2.0;
+  EXPECT_NE(colorAt(image, middle, edge.top), colorAt(image, middle, edge.top + 2));
   // Another frame: the view goes there, without a step back.
   params->quiet().rcPreview = {0, 300, 400, 500};
   sync->frameChanged();
@@ -187,9 +192,9 @@ TEST_F(ViewSync, APageThatIsScannedFillsTheViewsWidthAtAnyZoom) {
   for (const double zoom : {1.0, 0.4, 9.0}) {
     port.as<ICmdProcess>()->ZoomByFactor(zoom, {50, 50});
     const QImage image = shown();
-    EXPECT_EQ(image.pixelColor(1, 1).red(), 77) << zoom;
-    EXPECT_EQ(image.pixelColor(398, 75).red(), 77) << zoom;
-    EXPECT_NE(image.pixelColor(200, 90).red(), 77) << "below the last line: " << zoom;
+    EXPECT_EQ(colorAt(image, 1, 1).red(), 77) << zoom;
+    EXPECT_EQ(colorAt(image, 398, 75).red(), 77) << zoom;
+    EXPECT_NE(colorAt(image, 200, 90).red(), 77) << "below the last line: " << zoom;
   }
   tagRRECT area;
   EXPECT_EQ(sync->GetArea(&area), 1);

@@ -94,6 +94,7 @@ DocumentView::DocumentView(quillbay::IApp* app, Document* document, QWidget* par
 DocumentView::~DocumentView() = default;
 
 void DocumentView::add(int id) {
+  endPreview();
   const Page* page = m_document->page(id);
   if (page->overview.isNull()) m_images.requestOverview(id, page->raster, kOverviewPixels);
   relayout();
@@ -102,12 +103,13 @@ void DocumentView::add(int id) {
 /// The pages, and the arriving one after them, at their new places.
 std::vector<DocumentView::Shown> DocumentView::newLayout() {
   std::vector<Shown> layout;
+  if (isThePanels()) return layout;
   std::vector<QSizeF> sizes;
   for (const Page& page : m_document->pages()) {
     sizes.push_back(page.sizeMm());
     layout.push_back({page.id, {}, page.id == m_standIn.id ? m_standIn.raster : page.raster, page.dpi()});
   }
-  if (m_live && m_live->isRunning()) {
+  if (m_live && m_live->isRunning() && (m_live->hasLines() || !sizes.empty())) {
     sizes.push_back(m_live->sizeMm());
     layout.push_back({0, {}, m_live->raster(), m_live->dpi()});
   }
@@ -117,6 +119,26 @@ std::vector<DocumentView::Shown> DocumentView::newLayout() {
   const std::vector<QRectF> places = layInRows(sizes, m_rowWidth);
   for (std::size_t i = 0; i < layout.size(); ++i) layout[i].mm = places[i];
   return layout;
+}
+
+bool DocumentView::isThePanels() const {
+  return m_previews || (m_follows && m_live && m_live->isRunning() && !m_live->hasLines());
+}
+
+void DocumentView::showPreview() {
+  if (m_previews) return;
+  m_beforePreview = {m_fit, m_fitted, m_port->Transform()};
+  m_previews = true;
+  relayout();
+  showFitted();
+}
+
+void DocumentView::endPreview() {
+  if (!std::exchange(m_previews, false)) return;
+  m_fit = m_beforePreview.fit;
+  m_fitted = m_beforePreview.page;
+  relayout();
+  m_fit == Fit::Place ? setTransform(m_beforePreview.transform) : showFitted();
 }
 
 /// What lies nearest to the middle of the view.
@@ -147,7 +169,7 @@ void DocumentView::relayoutAround(const QRectF& before, int anchor) {
   paintRasters(newLayout());
   if (!m_document->page(m_current)) m_current = m_document->lastId();
   const QRectF now = pageRect(anchor);
-  if (m_fit == Fit::Page && now.isEmpty()) m_fit = Fit::Everything;
+  if (m_fit == Fit::Page && now.isEmpty() && !isThePanels()) m_fit = Fit::Everything;
   if (m_fit == Fit::Everything) {
     showFitted();
   } else if (!before.isEmpty() && !now.isEmpty() && before.topLeft() != now.topLeft()) {
@@ -213,6 +235,7 @@ int DocumentView::pageAt(const QPointF& pixel) const {
 }
 
 void DocumentView::fitAll() {
+  endPreview();
   m_port->RememberView();
   m_fit = Fit::Everything;
   m_follows = false;
@@ -220,6 +243,7 @@ void DocumentView::fitAll() {
 }
 
 void DocumentView::fitPage(int id) {
+  endPreview();
   if (pageRect(id).isEmpty()) return;
   setCurrent(id);
   m_port->RememberView();
@@ -246,6 +270,11 @@ void DocumentView::show(const QRectF& mm) {
 }
 
 void DocumentView::showFitted() {
+  quillbay::tagRRECT shown;
+  if (m_layout.empty() && m_port->GetExtents(&shown)) {  // the panel's
+    show(QRectF(QPointF(shown.left, -shown.bottom), QPointF(shown.right, -shown.top)));
+    return;
+  }
   if (m_fit != Fit::Place) show(m_fit == Fit::Everything ? everything() : pageRect(m_fitted));
 }
 
@@ -271,7 +300,7 @@ void DocumentView::resized() {
 }
 
 void DocumentView::transformChanged() {
-  if (!m_ours) {
+  if (!m_ours && !m_layout.empty()) {
     m_fit = Fit::Place;
     m_follows = false;
   }
@@ -292,7 +321,10 @@ void DocumentView::scaleTo(double pixelsPerMm) {
   if (commands && pixelsPerMm > 0) commands->ZoomByFactor(pixelsPerMm / m_port->GetBaseTransform().scaleX, centre);
 }
 
-void DocumentView::actualPixels() { scaleTo(pixelScale()); }
+void DocumentView::actualPixels() {
+  endPreview();
+  scaleTo(pixelScale());
+}
 
 void DocumentView::zoomBy(double factor) {
   if (!m_layout.empty()) scaleTo(m_port->Transform().scaleX * factor);
@@ -308,6 +340,7 @@ void DocumentView::setCurrent(int id) {
 }
 
 void DocumentView::reveal(int id) {
+  endPreview();
   const QRectF page = toView(pageRect(id)), client = m_surface->rect();
   if (page.isEmpty()) return;
   if (m_fit == Fit::Page && m_fitted != id) {

@@ -19,10 +19,11 @@ class ZoomLink;
 
 /// Shows the document's pages beside each other at their true sizes in a view port of the library, many of them in
 /// rows, and after them the page that is being scanned, as it grows. What the person chose to see stays when pages
-/// come and go and when the window changes its size: everything, one page, or a place. Beside what the view port
-/// does (the wheel zooms about the pointer, the middle button pans, Alt with arrows scrolls), the left button and
-/// the scroll bars pan, a click chooses a page, a double click shows it in full, arrows scroll and files can be
-/// dropped.
+/// come and go and when the window changes its size: everything, one page, or a place. Without pages the panel has
+/// the view, and for as long as it shows there a part of the document that the user asked for, or a page that is
+/// scanned and not kept. Beside what the view port does (the wheel zooms about the pointer, the middle button pans,
+/// Alt with arrows scrolls), the left button and the scroll bars pan, a click chooses a page, a double click shows
+/// it in full, arrows scroll and files can be dropped.
 class DocumentView : public QWidget {
   Q_OBJECT
  public:
@@ -37,6 +38,9 @@ class DocumentView : public QWidget {
   /// Brings a page into view, at the zoom that is set; in full when one page is shown in full.
   void reveal(int id);
   [[nodiscard]] int current() const { return m_current; }
+  /// The panel shows a preview of a part of the document here, until the user turns to the pages or one is scanned.
+  void showPreview();
+  void endPreview();
   void fitAll();
   void fitPage(int id);
   /// One pixel of the current page is one pixel of the screen.
@@ -92,6 +96,7 @@ class DocumentView : public QWidget {
   };
 
   void add(int id);
+  [[nodiscard]] bool isThePanels() const;
   void makeBars();
   void updateBars();
   void scrollTo(const QScrollBar* bar, int value);
@@ -148,6 +153,8 @@ class DocumentView : public QWidget {
   int m_fitted = 0;         // the page of Fit::Page
   bool m_follows = false;   // the arriving page, since its run began
   Sight m_before;           // of the arriving page
+  bool m_previews = false;  // the panel has the view for a preview
+  Sight m_beforePreview;
   double m_edgeMm = 0;      // where the arriving page's edge was painted
   bool m_ours = false;      // the view itself changes the transform
   bool m_resizing = false;  // the view port is about to show everything

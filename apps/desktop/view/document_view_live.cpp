@@ -29,6 +29,7 @@ bool DocumentView::showsLive() const {
 }
 
 void DocumentView::liveBegan() {
+  endPreview();
   m_edgeMm = 0;
   if (m_live->number() <= 1) m_follows = true;
   if (m_follows) {

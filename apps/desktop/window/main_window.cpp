@@ -203,6 +203,7 @@ void MainWindow::connectParts() {
     statusBar()->showMessage(tr("Scanning a preview..."));
     updateActions();
   });
+  connect(m_panel, &PanelDock::areaPreviewStarted, m_view, &DocumentView::showPreview);
   connect(m_panel, &PanelDock::previewEnded, this, &MainWindow::previewEnded);
 }
 
@@ -225,6 +226,7 @@ void MainWindow::previewEnded(int cause, const QString& fault) {
                                                   : tr("The preview failed");
   statusBar()->showMessage(text);
   if (!fault.isEmpty()) m_log->note(text + ": " + fault);
+  if (end != EndCause::Done) m_view->endPreview();
   updateActions();
 }
 
@@ -279,12 +281,13 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   m_settings->setNumber("Mode", mode);
   m_settings->save();
   m_panel->closePanel();
+  m_view->endPreview();
   m_scanner->prepare();
   const bool opened = m_panel->open(mode);
+  m_panel->keepRasters(LivePage::keepsScanned(*m_settings));
   if (!opened) m_log->note(m_panel->offer() ? tr("No scanner is chosen yet.") : tr("No scanner could be opened."));
   m_scanner->panelTried(opened);
   m_guard->panelTried(opened);
-  m_panel->keepRasters(LivePage::keepsScanned(*m_settings));
   applyUnit();
   updateActions();
   return opened;
