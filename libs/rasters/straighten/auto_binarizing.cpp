@@ -1,3 +1,7 @@
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 #include <algorithm>
 #include <array>
 #include <cstdint>
@@ -60,13 +64,32 @@ std::optional<std::uint8_t> thresholdOf(const std::array<std::uint32_t, 256>& co
   return static_cast<std::uint8_t>(std::clamp(split + 1, darkest + 1, lightest));
 }
 
-/// Packs what is darker than `threshold`; the pixels' bytes may be read up to a multiple of 8.
-void packDark(const std::uint8_t* pixels, std::int32_t width, std::uint8_t threshold, std::uint8_t* bits) noexcept {
-  for (std::int32_t x = 0; x < width; x += 8) {
-    unsigned byte = 0;
-    for (std::int32_t k = 0; k < 8; ++k) byte = byte << 1 | (pixels[x + k] < threshold ? 1U : 0U);
-    bits[x / 8] = static_cast<std::uint8_t>(byte);
+/// Which of 64 pixels are darker than `threshold` (at least 1): pixel 0 in the lowest bit.
+std::uint64_t darkOf(const std::uint8_t* pixels, std::uint8_t threshold) noexcept {
+  std::uint64_t word = 0;
+#ifdef __SSE2__
+  const __m128i darkest = _mm_set1_epi8(static_cast<char>(threshold - 1));
+  for (int part = 0; part < 4; ++part) {
+    const __m128i p = _mm_loadu_si128(reinterpret_cast<const __m128i*>(pixels + 16 * part));
+    const int dark = _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_min_epu8(p, darkest), p));
+    word |= static_cast<std::uint64_t>(dark) << (16 * part);
   }
+#else
+  for (int i = 0; i < 64; ++i) word |= static_cast<std::uint64_t>(pixels[i] < threshold) << i;
+#endif
+  return word;
+}
+
+/// The run list of what is darker than `threshold`; behind the line's pixels lie 64 bytes of 255, and `runs` has
+/// room for width + 3 words.
+void darkRuns(const std::uint8_t* pixels, std::int32_t width, std::uint8_t threshold,
+              std::uint32_t* runs) noexcept {
+  RunListWriter writer(runs);
+  const auto take = [&writer](std::uint32_t x) { writer(x); };
+  BitChanges<Leftmost::LowestBit> changes;
+  const auto end = static_cast<std::uint32_t>(width);
+  for (std::uint32_t x = 0; x < end; x += 64) changes.word(darkOf(pixels + x, threshold), x, take);
+  writer.finish(end);
 }
 
 }  // namespace
@@ -79,14 +102,12 @@ KxPtr<IRStor> AutoBinarizing(IRStor* source, IProgress* progress) {
   const auto threshold = thresholdOf(countTones(*source, *lines));
   if (!threshold) return target;
   const auto writer = KxPtr<IAccessContext>::adopt(target->GetAccessContext(1, 0));
-  std::vector<std::uint8_t> pixels(static_cast<std::size_t>(width) + 8, 255);
-  std::vector<std::uint8_t> bits(static_cast<std::size_t>(width) / 8 + 1);
+  std::vector<std::uint8_t> pixels(static_cast<std::size_t>(width) + 64, 255);
   std::vector<std::uint32_t> runs(static_cast<std::size_t>(width) + 3);
   for (std::int32_t y = 0; y < height; ++y) {
     if (y % kPartLines == 0 && isCancelled(progress)) return {};
     if (!lines->ReadLine(y, 0, width, pixels.data())) return {};
-    packDark(pixels.data(), width, *threshold, bits.data());
-    bitsToRuns(bits.data(), width, runs.data());
+    darkRuns(pixels.data(), width, *threshold, runs.data());
     if (!writer->WriteLine(y, 0, width, runs.data())) return {};
   }
   return target;
