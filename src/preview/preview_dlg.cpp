@@ -108,6 +108,7 @@ void CPreviewDlg::SetDocked(int docked) {
   column->insertWidget(m_docked ? 1 : 0, m_form->row);
   const int margin = m_docked ? 0 : 4;
   column->setContentsMargins(margin, margin, margin, margin);
+  m_picture->setRulersShown(!m_docked);
   showCommands();
   if (!m_docked) restorePreviewWindow(m_params->app(), *this);
 }

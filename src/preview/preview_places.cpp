@@ -13,7 +13,6 @@ namespace {
 
 constexpr double kTolerance = 0.001;
 constexpr double kFarthest = 1 << 22;
-constexpr std::int32_t kLine = 5;
 
 /// They change nothing that is seen.
 constexpr const char* kSilentKeys[] = {key::RcCustomScan,   key::Dir,     key::Mask,      key::CounterFormat,
@@ -55,17 +54,6 @@ KxRect toPixels(const CRTfm& t, const tagRRECT& r) noexcept {
 ScrollBar scrollBarOf(double area, std::int32_t client, double scale) noexcept {
   const double seen = client / scale;
   return {std::abs(area) >= seen - kTolerance, pixelOf(std::abs(area) * scale), std::max(0, client - 2 * kInset)};
-}
-
-std::int32_t scrollOffset(ScrollRequest request, std::int32_t page, std::int32_t last, std::int32_t now) noexcept {
-  switch (request) {
-    case ScrollRequest::LineBack: return kLine;
-    case ScrollRequest::LineForward: return -kLine;
-    case ScrollRequest::PageBack: return page;
-    case ScrollRequest::PageForward: return -page;
-    case ScrollRequest::ThumbTrack: return last - now;
-    default: return 0;
-  }
 }
 
 std::int32_t revealOffset(const KxRect& frame, const KxRect& client) noexcept {

@@ -27,6 +27,8 @@ inline constexpr std::int32_t kInset = 7;
 /// are at most 2^22 away from the origin.
 [[nodiscard]] KxRect toPixels(const CRTfm& view, const tagRRECT& document) noexcept;
 
+/// Pixels by which a line of a scroll bar moves what is shown.
+inline constexpr std::int32_t kLine = 5;
 /// One scroll bar: values run from 0 to `range - page`.
 struct ScrollBar {
   bool shown = false;
@@ -37,11 +39,6 @@ struct ScrollBar {
 /// @param client   extent of the client in pixels
 /// @param scale    pixels per millimetre
 [[nodiscard]] ScrollBar scrollBarOf(double area, std::int32_t client, double scale) noexcept;
-
-enum class ScrollRequest { LineBack, LineForward, PageBack, PageForward, ThumbPosition, ThumbTrack, End };
-/// By how many pixels a request moves what is shown. `last` and `now` are positions of the thumb.
-[[nodiscard]] std::int32_t scrollOffset(ScrollRequest request, std::int32_t page, std::int32_t last,
-                                        std::int32_t now) noexcept;
 
 /// By how many pixels what is shown moves down for a frame to be seen: its upper edge, then its lower one.
 [[nodiscard]] std::int32_t revealOffset(const KxRect& frame, const KxRect& client) noexcept;
@@ -55,13 +52,13 @@ enum class ScrollRequest { LineBack, LineForward, PageBack, PageForward, ThumbPo
 
 /// What the control does when a parameter has changed.
 struct Reaction {
-  bool takesFragment = false;   ///< whether the fragment is shown follows its parameter
+  bool takesFragment = false;  ///< whether the fragment is shown follows its parameter
   bool hidesFragment = false;
   bool endsModes = false;
-  bool revealsFrame = false;    ///< scrolls until the preview frame is seen
+  bool revealsFrame = false;  ///< scrolls until the preview frame is seen
   bool updatesBars = false;
   bool renewsRulers = false;
-  bool fits = false;            ///< fits the view, paints everything anew
+  bool fits = false;  ///< fits the view, paints everything anew
   bool operator==(const Reaction&) const = default;
 };
 [[nodiscard]] Reaction reactionTo(const char* key) noexcept;

@@ -1,13 +1,21 @@
 #pragma once
+#include <QImage>
+#include <QScrollBar>
 #include <QTimer>
 #include <QWidget>
+#include <atomic>
 #include <functional>
 #include <optional>
 #include <vector>
 
 #include "params/shared_scan_params.h"
 #include "platform/panel_controller.h"
+#include "platform/ruler.h"
+#include "preview/cursor_reactors.h"
+#include "preview/dash_clock.h"
+#include "preview/frame_painter.h"
 #include "preview/frame_rules.h"
+#include "preview/preview_places.h"
 
 namespace quillbay {
 
@@ -17,13 +25,15 @@ namespace quillbay {
 class CPVStatic final : public QWidget {
   Q_OBJECT
  public:
+  using CSetCursorRector = quillbay::CSetCursorRector;
+
   /// `controller` must outlive the control.
   CPVStatic(KxPtr<CSharedScanParams> params, IPanelController& controller, QWidget* parent);
   ~CPVStatic() override;
 
-  /// The preview store's picture covers `area`, in millimetres.
+  /// The preview store's picture covers `area`, in millimetres, and has changed.
   void rasterPlaced(const tagRRECT& area);
-  /// Fits the area into the control.
+  /// Fits the area into the control, and shows what the preview store holds now.
   void fit();
 
   [[nodiscard]] bool drawsArea() const noexcept { return m_mode == Mode::Area; }
@@ -31,6 +41,12 @@ class CPVStatic final : public QWidget {
   [[nodiscard]] bool showsFragment() const noexcept { return m_showsFragment; }
   void toggleNewArea();
   void toggleNewFragment();
+
+  /// Rulers along the upper and left edges; shown at first.
+  void setRulersShown(bool shown);
+  [[nodiscard]] ISetReactor* cursorReactors() noexcept { return &m_reactors; }
+  /// Document millimetres to pixels of the control.
+  [[nodiscard]] const CRTfm& transform() const noexcept { return m_view; }
 
   std::function<void()> onChanged;                     ///< a mode or the fragment came or went
   std::function<void(const tagRRECT* frame)> onFrame;  ///< a frame is being changed; null: no more
@@ -41,8 +57,13 @@ class CPVStatic final : public QWidget {
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
+  void leaveEvent(QEvent* event) override;
+  void wheelEvent(QWheelEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
   bool focusNextPrevChild(bool next) override;
+  void changeEvent(QEvent* event) override;
   void showEvent(QShowEvent* event) override;
   void hideEvent(QHideEvent* event) override;
 
@@ -55,43 +76,69 @@ class CPVStatic final : public QWidget {
   };
   enum class Mode { None, Area, Fragment };
   struct Drag {
-    bool edits = false;
-    int zone = kNoZone;
+    Qt::MouseButton button = Qt::NoButton;
+    int zone = kNoZone;  ///< of an edited frame; none: a frame is drawn
     bool isFragment = false;
+    bool hasMoved = false;
     tagRPOINT start;
     tagRRECT frame;
   };
 
+  void makeBar(QScrollBar& bar);
   void paramChanged(const char* key);
-  void setMode(Mode mode);
-  void showFragment(bool shown);
-  void moved();
-  [[nodiscard]] tagRRECT area() const;
-  [[nodiscard]] tagRPOINT toDocument(const QPointF& at) const;
-  [[nodiscard]] QRectF toClient(const tagRRECT& r) const;
-  [[nodiscard]] KxRect toPixels(const tagRRECT& r) const;
+  void renewRulers();
+  void setState(Mode mode, bool showsFragment);
+  void store(const tagRRECT& frame, ActiveFrame target);
+  void tellFrame(const tagRRECT* frame);
+  [[nodiscard]] bool takesInput() const noexcept;
+
+  [[nodiscard]] KxRect baseClient() const;
+  void layOut();
+  void updateBars();
+  void scrolled(QScrollBar& bar, int position);
+  void scrollBy(int dx, int dy);
+  void viewMoved();
+
   [[nodiscard]] int hitTest(const QPoint& at) const;
   void showCursor(const QPoint& at);
-  void press(const QPoint& at);
-  void store(const tagRRECT& frame, bool isFragment);
-  void paintPicture(QPainter& painter);
-  void paintRulers(QPainter& painter) const;
-  void paintFrame(QPainter& painter, const tagRRECT& frame, const QColor& colour) const;
-  void animate();
+  void press(const QPointF& at, Qt::MouseButton button);
+  void endDrag(bool stores);
+  [[nodiscard]] bool keyMovesFrame(const QKeyEvent& event);
+  [[nodiscard]] bool keyEndsMode(int key);
+
+  [[nodiscard]] bool isAnimated() const;
+  void runClock();
+  void stepDashes(int phase);
+  [[nodiscard]] std::vector<PaintedFrame> frames() const;
+  void updateFrames();
+  void pictureChanged();
+  void drawPicture();
+  void drawRaster();
+  void compose(const QRegion& region);
 
   KxPtr<CSharedScanParams> m_params;
   IPanelController& m_controller;
   CIChangeParams m_changes{this};
-  double m_scale = 1;  // pixels per millimetre
-  QPointF m_origin;    // of the document
+  CRTfm m_view{1, 1, 0, 0, 0};
+  KxRect m_client;  // without rulers and scroll bars
   tagRRECT m_placed{};
   Mode m_mode = Mode::None;
   bool m_showsFragment = false;
-  bool m_keysFragment = false;  // the keys move the fragment
+  ActiveFrame m_active = ActiveFrame::Preview;
   std::optional<Drag> m_drag;
-  QTimer m_dashes;
+  QTimer m_numbers;  // how long those of a frame stay after a key
+
+  QScrollBar m_across, m_down;
+  CSetCursorRector m_reactors;
+  KxPtr<IKxRuler> m_ruler;
+
+  QImage m_picture, m_composed;  // of the client, in device pixels; what is seen has the frames
+  bool m_pictureIsOld = true;
   int m_phase = 1;
-  std::vector<std::uint32_t> m_pixels;
+  bool m_isSeen = false;
+  bool m_clockRuns = false;
+  std::atomic<bool> m_stepIsOut{false};
+  DashClock m_clock;  // last: its thread ends before what it uses
 };
 
 }  // namespace quillbay
