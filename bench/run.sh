@@ -30,6 +30,10 @@ measure() {
   "$build/bin/straighten_bench" "$memory"
 
   echo
+  echo "Bound detection beside leptonica, and beside a crop by ImageMagick where it is installed"
+  "$build/bin/detect_bench" "$memory"
+
+  echo
   echo "The view over large rasters, their lines in a scratch file"
   "$build/bin/view_bench" 2>"$out/view.err"
 

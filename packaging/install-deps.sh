@@ -11,7 +11,7 @@ run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
 check="libgtest-dev clang-format-16 clang-tidy-16 python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales
   xdotool dbus-daemon at-spi2-core python3-gi"
-bench="libvips-tools"
+bench="libvips-tools imagemagick"
 
 wanted="$build $run"
 [ "${1:-}" = build ] || wanted="$wanted $check $tests"
