@@ -100,7 +100,7 @@ class Stripe final : public CKxUnknownImplStatic<IRasterFiller> {
   std::vector<std::uint8_t> m_lines;
 };
 
-/// Straightens lines of `pictureLines`, which begin again after the last one.
+/// Straightens `lines` lines; those of the picture begin again after the last one.
 void straighten(KxColorSpace code, std::int32_t lines, const std::function<const std::uint8_t*(std::int32_t)>& row,
                 Stripe& out) {
   const auto rotator = CreateDynamicRasterRotator(code, kWidth, {0, 0}, kAngle, &out, nullptr);
