@@ -126,12 +126,15 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
   }
 
   int save(IRStor* raster, IProgress* progress, bool paged) {
-    if (!raster) throw CXIFaceException("write " + m_fileName + ": there is no page");
+    if (!raster) throw CXIFaceException(formatText(Supp_Translate("write %s: there is no page"), {m_fileName}));
     if (m_state != State::Ready)
-      throw CXIFaceException("write " + m_fileName + ": the channel has written its page");
+      throw CXIFaceException(
+          formatText(Supp_Translate("write %s: the channel has written its page"), {m_fileName}));
     if (m_joined && !paged) {
       throw CXFileException(
-          "write " + m_fileName + ": a running batch writes this file; end it or choose another name", m_fileName);
+          formatText(Supp_Translate("write %s: a running batch writes this file; end it or choose another name"),
+                     {m_fileName}),
+          m_fileName);
     }
     openTarget(paged);
     const PageRequest request{m_format, m_params.get(), m_fileName, m_page.expectedLines, paged};
@@ -142,7 +145,8 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
   }
 
   void finishPage() {
-    if (m_state != State::PageWritten) throw CXIFaceException("write " + m_fileName + ": no page was saved");
+    if (m_state != State::PageWritten)
+      throw CXIFaceException(formatText(Supp_Translate("write %s: no page was saved"), {m_fileName}));
     m_part->finishPage();
     m_written = true;
     m_pages = m_part->pageCount();
@@ -201,9 +205,11 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
 KxPtr<IKxFileChanel> new_FileChanel(IIOParams* params, const std::string& fileName, void*, void*) {
   const QbFormat* format = formatForName(fileName);
   if (!format) {
-    throw CXFileException("write " + fileName + ": no file format has the extension \"" +
-                              fio::extensionOf(fileName) + "\"; choose one of those on offer",
-                          fileName);
+    throw CXFileException(
+        formatText(
+            Supp_Translate("write %s: no file format has the extension \"%s\"; choose one of those on offer"),
+            {fileName, fio::extensionOf(fileName)}),
+        fileName);
   }
   return KxPtr<IKxFileChanel>::adopt(new CFileChanel(format, params, fileName));
 }

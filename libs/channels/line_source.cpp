@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/base_services.h"
 #include "quillbay/errors.h"
 
 namespace quillbay {
@@ -89,7 +90,8 @@ class StripeSource final : public LineSource {
     stripe->GetSize(&size);
     const bool fits = size.width >= m_width && size.height >= lines && stripe->GetColorSpace() == m_colorSpace;
     if (!fits)
-      throw CXIFaceException("the scanner changed the page's width or colours while it was scanned; scan again");
+      throw CXIFaceException(
+          Supp_Translate("the scanner changed the page's width or colours while it was scanned; scan again"));
   }
 
   void fill(KxPtr<IScanBuffer> stripe, std::int32_t lines, QbBlock* block) {
@@ -136,7 +138,8 @@ class LineByLineSource final : public LineSource {
         m_runs(isRunList(colorSpace) ? m_lines.as<IARSContext>() : nullptr),
         m_width(width),
         m_lineBytes(fixedLineBytes(colorSpace, width)) {
-    if (isRunList(colorSpace) && !m_runs) throw CXIFaceException("the black-and-white raster offers no run lists");
+    if (isRunList(colorSpace) && !m_runs)
+      throw CXIFaceException(Supp_Translate("the black-and-white raster offers no run lists"));
   }
 
   bool next(QbBlock* block) override {
@@ -152,7 +155,8 @@ class LineByLineSource final : public LineSource {
         if (!m_offsets.empty() && used + size > room) break;
         if (used + size > hold->bytes.size()) hold->bytes.resize(used + size);
         if (!m_lines->ReadLine(m_line, 0, m_width, hold->bytes.data() + used)) {
-          throw CXIFaceException("line " + std::to_string(m_line) + " of the raster cannot be read");
+          throw CXIFaceException(
+              formatText(Supp_Translate("line %d of the raster cannot be read"), {std::to_string(m_line)}));
         }
         m_offsets.push_back(used);
         used += size;
@@ -199,7 +203,7 @@ std::unique_ptr<LineSource> makeLineSource(IRStor* raster, KxColorSpace colorSpa
     return std::make_unique<StripeSource>(std::move(stripes), colorSpace, width);
   }
   auto lines = KxPtr<IAccessContext>::adopt(raster->GetAccessContext(0, 0));
-  if (!lines) throw CXIFaceException("the raster's lines cannot be read");
+  if (!lines) throw CXIFaceException(Supp_Translate("the raster's lines cannot be read"));
   return std::make_unique<LineByLineSource>(raster, std::move(lines), colorSpace, width);
 }
 

@@ -109,8 +109,9 @@ void PageFile::lock(Mode mode) {
                       mine.st_ino == named.st_ino && mine.st_dev == named.st_dev;
     if (same) return;
     ::close(std::exchange(m_fd, -1));
-    throw CXFileException("open " + m_path + ": another program moved the file at this moment; try again", m_path,
-                          EWOULDBLOCK);
+    throw CXFileException(
+        formatText(Supp_Translate("open %s: another program moved the file at this moment; try again"), {m_path}),
+        m_path, EWOULDBLOCK);
   }
   const int error = errno;
   if (error == EWOULDBLOCK) {

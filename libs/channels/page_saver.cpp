@@ -72,7 +72,8 @@ class PageSaver {
         m_options(request.params, request.format->name) {}
 
   bool save() {
-    if (m_width <= 0) throw CXIFaceException("write " + m_request.fileName + ": the page has no width");
+    if (m_width <= 0)
+      throw CXIFaceException(formatText(Supp_Translate("write %s: the page has no width"), {m_request.fileName}));
     bool begun = false;
     for (;;) {
       const HeldBlock next(*m_source);
@@ -85,8 +86,9 @@ class PageSaver {
     }
     if (m_source->abandoned() || (m_progress && m_progress->IsCancelled())) return false;
     if (!begun) {
-      throw CXFileException("write " + m_request.fileName + ": the scan delivered no lines; scan again",
-                            m_request.fileName);
+      throw CXFileException(
+          formatText(Supp_Translate("write %s: the scan delivered no lines; scan again"), {m_request.fileName}),
+          m_request.fileName);
     }
     m_file.endLines();
     return true;

@@ -24,8 +24,10 @@ std::string keyOf(const std::string& fileName) {
 }
 
 [[noreturn]] void throwNoFormat(const std::string& fileName) {
-  throw CXFileException("write " + fileName + ": no file format has this extension; choose one of those on offer",
-                        fileName);
+  throw CXFileException(
+      formatText(Supp_Translate("write %s: no file format has this extension; choose one of those on offer"),
+                 {fileName}),
+      fileName);
 }
 
 }  // namespace
@@ -87,8 +89,9 @@ void PublishPartAs(const std::string& fileName, const std::string& newName, bool
   }
   try {
     if (part->pageCount() == 0) {
-      throw CXFileException("publish " + fileName + ": " + part->file().path() + " holds no finished page",
-                            fileName);
+      throw CXFileException(
+          formatText(Supp_Translate("publish %s: %s holds no finished page"), {fileName, part->file().path()}),
+          fileName);
     }
     publishPart(*part, newName, mayReplace);
   } catch (...) {
@@ -103,7 +106,8 @@ void PublishLeftover(const std::string& part, const std::string& fileName, const
   if (!format) throwNoFormat(fileName);
   WritingFile left(format, part, part, PageFile::Mode::Append);
   if (left.pageCount() == 0) {
-    throw CXFileException("publish " + newName + ": " + part + " holds no finished page", part);
+    throw CXFileException(formatText(Supp_Translate("publish %s: %s holds no finished page"), {newName, part}),
+                          part);
   }
   publishPart(left, newName, mayReplace);
 }

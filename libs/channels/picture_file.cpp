@@ -32,9 +32,11 @@ PictureFile::PictureFile(const std::string& fileName) : m_file(fileName, PageFil
   if (size > 0) check(readBytes(0, head, size), why);
   m_format = formatForContent(head, size);
   if (!m_format) {
-    const std::string what = size == 0 ? "the file is empty" : "this is not a picture file of a known format";
-    throw CXFileException(
-        "read " + fileName + ": " + what + "; choose a file of one of these formats: " + knownFormats(), fileName);
+    const char* what = size == 0
+                           ? "read %s: the file is empty; choose a file of one of these formats: %s"
+                           : "read %s: this is not a picture file of a known format; choose a file of one of these "
+                             "formats: %s";
+    throw CXFileException(formatText(Supp_Translate(what), {fileName, knownFormats()}), fileName);
   }
   check(m_format->open_reader(&m_edge, &m_reader, &why), why);
 }
@@ -63,23 +65,30 @@ int PictureFile::readBytes(std::int64_t offset, std::uint8_t* bytes, std::size_t
 void PictureFile::check(int code, const QbText& why) {
   if (m_cancelled) throw Cancelled{};
   if (code == QB_OK) return;
-  if (code != QB_E_TRUNCATED) throwModuleError("read", path(), code, m_file.error(), why);
-  std::string text = "read " + path() + ": the file is truncated";
-  if (m_line > 0) {
-    text += "; of " + toText(std::int64_t{m_picture.height}) + " lines of page " +
-            toText(std::int64_t{m_page} + 1) + " the first " + toText(std::int64_t{m_line}) + " can be read";
-  } else if (why.text[0]) {
-    text += std::string(": ") + why.text;
-    if (m_page > 0) text += "; the pages before it can be read";
-  } else {
-    text += "; no line of page " + toText(std::int64_t{m_page} + 1) + " can be read";
-  }
-  throw CXFileException(text + ". Get the file again from where it came.", path());
+  if (code != QB_E_TRUNCATED) throwModuleError(FileStep::Read, path(), code, m_file.error(), why);
+  throw CXFileException(truncatedText(why), path());
+}
+
+std::string PictureFile::truncatedText(const QbText& why) const {
+  const std::string page = toText(std::int64_t{m_page} + 1);
+  if (m_line > 0)
+    return formatText(Supp_Translate("read %s: the file is truncated; of %d lines of page %d the first %d can be "
+                                     "read. Get the file again from where it came."),
+                      {path(), toText(std::int64_t{m_picture.height}), page, toText(std::int64_t{m_line})});
+  if (!why.text[0])
+    return formatText(Supp_Translate("read %s: the file is truncated; no line of page %d can be read. Get the file "
+                                     "again from where it came."),
+                      {path(), page});
+  const char* text = m_page > 0 ? "read %s: the file is truncated: %s; the pages before it can be read. Get the "
+                                  "file again from where it came."
+                                : "read %s: the file is truncated: %s. Get the file again from where it came.";
+  return formatText(Supp_Translate(text), {path(), Supp_Translate(why.text)});
 }
 
 const QbPicture& PictureFile::openPage(int page) {
   if (page < 0 || page >= pageCount()) {
-    throw CXFileException("read " + path() + ": it has no page " + toText(std::int64_t{page} + 1), path());
+    throw CXFileException(
+        formatText(Supp_Translate("read %s: it has no page %d"), {path(), toText(std::int64_t{page} + 1)}), path());
   }
   m_page = page;
   m_line = 0;

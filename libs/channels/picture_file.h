@@ -40,6 +40,7 @@ class PictureFile {
  private:
   int readBytes(std::int64_t offset, std::uint8_t* bytes, std::size_t size);
   void check(int code, const QbText& why);
+  [[nodiscard]] std::string truncatedText(const QbText& why) const;
 
   PageFile m_file;
   QbFile m_edge{};  // the file, with questions to the progress in between

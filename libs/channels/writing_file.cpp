@@ -6,11 +6,14 @@
 
 namespace quillbay {
 
-void throwModuleError(const std::string& what, const std::string& path, int code, int error, const QbText& why) {
-  const std::string subject = what + " " + path + ": ";
-  if (code == QB_E_FILE && error != 0) throw CXFileException(subject + fio::errorText(error), path, error);
-  if (code == QB_E_MEMORY) throw CXMemException(subject + "no memory left; close other programs and try again");
-  throw CXFileException(subject + (why.text[0] ? why.text : "the file is damaged"), path, error);
+void throwModuleError(FileStep step, const std::string& path, int code, int error, const QbText& why) {
+  const auto text = [&](const std::string& reason) {
+    return formatText(Supp_Translate(step == FileStep::Read ? "read %s: %s" : "write %s: %s"), {path, reason});
+  };
+  if (code == QB_E_FILE && error != 0) throw CXFileException(text(fio::errorText(error)), path, error);
+  if (code == QB_E_MEMORY)
+    throw CXMemException(text(Supp_Translate("no memory left; close other programs and try again")));
+  throw CXFileException(text(Supp_Translate(why.text[0] ? why.text : "the file is damaged")), path, error);
 }
 
 WritingFile::WritingFile(const QbFormat* format, std::string path, std::string shown, PageFile::Mode mode)
@@ -22,7 +25,7 @@ WritingFile::~WritingFile() {
 }
 
 void WritingFile::check(int code, const QbText& why) {
-  if (code != QB_OK) throwModuleError("write", m_shown, code, m_file.error(), why);
+  if (code != QB_OK) throwModuleError(FileStep::Write, m_shown, code, m_file.error(), why);
 }
 
 QbWriter* WritingFile::writer() {

@@ -42,8 +42,10 @@ class WritingFile {
   bool m_batch = false;
 };
 
-/// The exception for a module's answer: "`what` `path`: cause". `error` is the file's error number.
-[[noreturn]] void throwModuleError(const std::string& what, const std::string& path, int code, int error,
-                                   const QbText& why);
+/// What a module was asked for.
+enum class FileStep { Read, Write };
+
+/// The exception for a module's answer: "write `path`: cause". `error` is the file's error number.
+[[noreturn]] void throwModuleError(FileStep step, const std::string& path, int code, int error, const QbText& why);
 
 }  // namespace quillbay

@@ -19,12 +19,12 @@ std::string join(const std::vector<std::string>& words) {
 }
 
 std::string allowed(std::string_view key, const std::vector<std::string>& values) {
-  return formatText("%s takes: %s", {std::string(key), join(values)});
+  return formatText(Supp_Translate("%s takes: %s"), {std::string(key), join(values)});
 }
 
 std::string unknownKey(std::string_view key) {
   const std::vector<std::string> names = scanParamNames();
-  return formatText("unknown scan parameter %s; there are: %s", {std::string(key), join(names)});
+  return formatText(Supp_Translate("unknown scan parameter %s; there are: %s"), {std::string(key), join(names)});
 }
 
 std::string checkMode(IQuillbayUnit& unit, std::int32_t mode) {
@@ -47,7 +47,8 @@ std::string checkDpi(IQuillbayUnit& unit, std::int32_t mode, std::int32_t dpi) {
   std::int32_t least = 0, most = 0;
   if (range && range->GetRange(mode, &least, &most)) {
     if (dpi >= least && dpi <= most) return {};
-    return formatText("%s takes %d to %d dpi", {scan_key::Dpi.name, std::to_string(least), std::to_string(most)});
+    return formatText(Supp_Translate("%s takes %d to %d dpi"),
+                      {scan_key::Dpi.name, std::to_string(least), std::to_string(most)});
   }
   return allowed(scan_key::Dpi.name, texts);
 }
@@ -55,7 +56,8 @@ std::string checkDpi(IQuillbayUnit& unit, std::int32_t mode, std::int32_t dpi) {
 std::string checkFormat(const std::string& format) {
   const bool fits = format.size() == 4 && format[0] == '%' && format[1] == '.' && format[2] >= '1' &&
                     format[2] <= '8' && format[3] == 'd';
-  return fits ? std::string() : formatText("%s takes %.Nd with N from 1 to 8", {scan_key::CounterFormat.name});
+  return fits ? std::string()
+              : formatText(Supp_Translate("%s takes %.Nd with N from 1 to 8"), {scan_key::CounterFormat.name});
 }
 
 std::string checkPaper(const CSharedScanParams& params, const std::string& name) {
@@ -76,12 +78,12 @@ std::string checkInt(const CSharedScanParams& params, IQuillbayUnit& unit, std::
   }
   if (sameKey(key, scan_key::ScanType.name)) {
     if (v == kAreaAuto)
-      return formatText("%s 0 (Auto) is not available: this program has no area detection",
+      return formatText(Supp_Translate("%s 0 (Auto) is not available: this program has no area detection"),
                         {scan_key::ScanType.name});
     if (v < 0 || v > kAreaPaper) return allowed(key, {"1", "2", "3", "4"});
   }
   if (sameKey(key, scan_key::Bursting.name) && v != 0 && !autodetectEffect(params.values()).burstingAllowed) {
-    return formatText("%s needs an area with a length (%s 3 or 4) and no detection (%s 0)",
+    return formatText(Supp_Translate("%s needs an area with a length (%s 3 or 4) and no detection (%s 0)"),
                       {scan_key::Bursting.name, scan_key::ScanType.name, scan_key::Autodetect.name});
   }
   if (sameKey(key, scan_key::Units.name) && (v < 0 || v > 1)) return allowed(key, {"0 (mm)", "1 (inch)"});
@@ -92,22 +94,23 @@ std::string checkRect(std::string_view key, const tagRRECT& r) {
   const bool finite =
       std::isfinite(r.left) && std::isfinite(r.top) && std::isfinite(r.right) && std::isfinite(r.bottom);
   if (finite && r.right > r.left && r.bottom >= r.top) return {};
-  return formatText("%s takes left, top, right, bottom in millimetres, right beyond left, bottom not above top",
-                    {std::string(key)});
+  return formatText(
+      Supp_Translate("%s takes left, top, right, bottom in millimetres, right beyond left, bottom not above top"),
+      {std::string(key)});
 }
 
 std::string checkValue(const CSharedScanParams& params, IQuillbayUnit& unit, const ScanKey<std::int32_t>& key,
                        const CKxVariant& value) {
   const auto* number = value.get<double>();
   if (number ? !std::isfinite(*number) : !value.get<std::int32_t>())
-    return formatText("%s takes a whole number", {key.name});
+    return formatText(Supp_Translate("%s takes a whole number"), {key.name});
   return checkInt(params, unit, key.name, value.toInt());
 }
 
 std::string checkValue(const CSharedScanParams& params, IQuillbayUnit&, const ScanKey<std::string>& key,
                        const CKxVariant& value) {
   const auto* text = value.get<std::string>();
-  if (!text) return formatText("%s takes text", {key.name});
+  if (!text) return formatText(Supp_Translate("%s takes text"), {key.name});
   if (sameKey(key.name, scan_key::CounterFormat.name)) return checkFormat(*text);
   return sameKey(key.name, scan_key::PaperName.name) ? checkPaper(params, *text) : std::string();
 }
@@ -116,7 +119,7 @@ std::string checkValue(const CSharedScanParams&, IQuillbayUnit&, const ScanKey<t
                        const CKxVariant& value) {
   const auto* rect = value.get<tagRRECT>();
   if (rect) return checkRect(key.name, *rect);
-  return formatText("%s takes left, top, right, bottom in millimetres", {key.name});
+  return formatText(Supp_Translate("%s takes left, top, right, bottom in millimetres"), {key.name});
 }
 
 void store(CSharedScanParams& params, const ScanKey<std::int32_t>& key, const CKxVariant& value) {
@@ -151,14 +154,14 @@ const QuietKey* findQuietKey(std::string_view name) {
 std::string checkQuiet(const QuietKey& key, const CKxVariant& value) {
   const bool isNumber = value.get<std::int32_t>() || value.get<double>();
   if (isNumber && value.toInt() >= key.least && value.toInt() <= key.most) return {};
-  return formatText("%s takes a whole number from %d to %d",
+  return formatText(Supp_Translate("%s takes a whole number from %d to %d"),
                     {key.name, std::to_string(key.least), std::to_string(key.most)});
 }
 
 std::string checkExtension(const CKxVariant& value) {
   const auto* text = value.get<std::string>();
   const bool good = text && text->size() >= 2 && text->front() == '.';
-  return good ? std::string() : std::string(key::Extension) + " takes an extension, .tif";
+  return good ? std::string() : formatText(Supp_Translate("%s takes an extension, .tif"), {key::Extension});
 }
 
 }  // namespace

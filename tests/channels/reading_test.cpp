@@ -6,6 +6,7 @@
 
 #include "quillbay/formats.h"
 #include "quillbay/run_list.h"
+#include "quillbay/translation.h"
 #include "support/progress.h"
 #include "test_pages.h"
 
@@ -355,6 +356,26 @@ TEST(Reading, ProgressIsToldAndCancellingIsPrompt) {
       }
     }
   }
+}
+
+TEST(Reading, WhatIsRefusedIsTranslated) {
+  const TempDir dir;
+  writeFile(dir.file("empty.tif"), "");
+  writeFile(dir.file("text.tif"), "no picture");
+  writeFile(dir.file("short.pgm"), "P5 4 4 255 1234");
+  writeFile(dir.file("broken.pgm"), "P5 0 4 255 ");
+  SetTranslator([](std::string_view english) { return '<' + std::string(english) + '>'; });
+  for (const char* name : {"empty.tif", "text.tif", "short.pgm", "broken.pgm"}) {
+    const std::string why = loadError(dir.file(name));
+    EXPECT_TRUE(why.starts_with("<read ") && why.ends_with('>')) << name << ": " << why;
+  }
+  try {
+    (void)new_FileChanel(nullptr, dir.file("page.doc"), nullptr, nullptr);
+    ADD_FAILURE() << "a format that nobody knows";
+  } catch (const CXFileException& e) {
+    EXPECT_TRUE(std::string_view(e.what()).starts_with("<write ")) << e.what();
+  }
+  SetTranslator(nullptr);
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include "control/param_access.h"
 #include "quillbay/control.h"
 #include "quillbay/scan_keys.h"
+#include "quillbay/translation.h"
 #include "support/panel_world.h"
 
 namespace quillbay {
@@ -35,6 +36,22 @@ TEST(ParamAccess, RefusesNumbersThatAreNone) {
   for (const auto& [name, value] : cases)
     EXPECT_NE(access.check(name, value).find(name), std::string::npos) << name;
   EXPECT_EQ(access.check(key::Counter, 7.0), "");
+}
+
+TEST(ParamAccess, RefusalsAreTranslated) {
+  const test::PanelWorld world;
+  const ParamAccess access(*world.params, *world.controller.unit);
+  SetTranslator([](std::string_view english) { return '<' + std::string(english) + '>'; });
+  const std::pair<const char*, CKxVariant> cases[] = {
+      {"m_none", 1},           {key::CurrMode, 8},       {key::Dpi, 1},           {key::CounterFormat, "%d"},
+      {key::PaperName, "B17"}, {key::FileFate, 3},       {key::Units, 2},         {key::Dir, 5},
+      {key::ScanAreaType, 0},  {key::ScanAreaType, 9},   {key::Extension, "tif"}, {key::RcScan, 1},
+      {key::Bursting, 1},      {key::AutoAnswerDelay, 0}};
+  for (const auto& [name, value] : cases) {
+    const std::string why = access.check(name, value);
+    EXPECT_TRUE(why.starts_with('<') && why.ends_with('>')) << name << ": " << why;
+  }
+  SetTranslator(nullptr);
 }
 
 }  // namespace

@@ -9,6 +9,7 @@
 
 #include "quillbay/errors.h"
 #include "quillbay/run_list.h"
+#include "quillbay/translation.h"
 #include "recording_sink.h"
 #include "scanners/lines/line_convert.h"
 #include "scanners/lines/line_crop.h"
@@ -197,7 +198,14 @@ TEST(LinePipeline, EndsWhenTheSinkSaysSo) {
   EXPECT_EQ(pipeline.push(line.data(), 0, 5), 0);
   EXPECT_EQ(pipeline.linesOut(), 2);
   EXPECT_THROW(LinePipeline({8, DeviceSamples::Rgb8, 9, 300}, &sink), CXDeviceException);
-  EXPECT_THROW(LinePipeline({5, DeviceSamples::Grey8, 0, 300}, &sink), CXDeviceException);
+  SetTranslator([](std::string_view english) { return '<' + std::string(english) + '>'; });
+  try {
+    const LinePipeline none({5, DeviceSamples::Grey8, 0, 300}, &sink);
+    ADD_FAILURE() << "a line without pixels";
+  } catch (const CXDeviceException& e) {
+    EXPECT_EQ(std::string(e.what()), "<The scanner reports lines of 0 pixels: choose a wider scan area.>");
+  }
+  SetTranslator(nullptr);
 }
 
 TEST(LinePipeline, LinesOfManyRunsFillAStripeEarly) {

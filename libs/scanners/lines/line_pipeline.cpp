@@ -4,6 +4,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/base_services.h"
 #include "quillbay/errors.h"
 #include "quillbay/run_list.h"
 #include "scanners/lines/line_convert.h"
@@ -26,8 +27,9 @@ KxColorSpace colorSpaceOf(int mode) {
     case 7: return KxColorSpace::Rgb;
     default: break;
   }
-  throw CXDeviceException("Scan mode " + std::to_string(mode) +
-                          " cannot be made from this scanner's lines: choose one of the modes 0 to 7.");
+  throw CXDeviceException(formatText(
+      Supp_Translate("Scan mode %d cannot be made from this scanner's lines: choose one of the modes 0 to 7."),
+      {std::to_string(mode)}));
 }
 
 bool isColour(DeviceSamples samples) noexcept {
@@ -75,8 +77,9 @@ LinePipeline::Impl::Impl(const Setup& s, IScanSink* receiver)
       threshold(std::clamp(s.threshold, 0, 256)),
       curves(s.samples == DeviceSamples::Bits ? nullptr : ToneCurves::make(s.curves)) {
   if (s.width < 1)
-    throw CXDeviceException("The scanner reports lines of " + std::to_string(s.width) +
-                            " pixels: choose a wider scan area.");
+    throw CXDeviceException(
+        formatText(Supp_Translate("The scanner reports lines of %d pixels: choose a wider scan area."),
+                   {std::to_string(s.width)}));
   direct = !curves && ((s.samples == DeviceSamples::Grey8 && space == KxColorSpace::Grey) ||
                        (s.samples == DeviceSamples::Rgb8 && space == KxColorSpace::Rgb) ||
                        (s.samples == DeviceSamples::Bits && isRunList(space)));

@@ -5,6 +5,7 @@
 #include <new>
 #include <string>
 
+#include "platform/base_services.h"
 #include "quillbay/errors.h"
 #include "quillbay/raster.h"
 #include "quillbay/run_list.h"
@@ -36,8 +37,9 @@ StripePool::Block newBlock(std::size_t bytes) {
   try {
     return std::make_unique_for_overwrite<std::uint8_t[]>(bytes);
   } catch (const std::bad_alloc&) {
-    throw CXMemException("There is no memory for " + std::to_string(bytes) +
-                         " bytes of scanned lines: close other programs, or scan at a lower resolution.");
+    throw CXMemException(formatText(Supp_Translate("There is no memory for %d bytes of scanned lines: close other "
+                                                   "programs, or scan at a lower resolution."),
+                                    {std::to_string(bytes)}));
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "platform/base_services.h"
 #include "quillbay/errors.h"
 #include "quillbay/palette.h"
 #include "quillbay/run_list.h"
@@ -52,7 +53,8 @@ void ThreePassPage::growTo(Kept& kept, std::int32_t lines) {
   if (lines <= height) return;
   const KxPtr<IRStorAddStripe> grow = kept.raster.as<IRStorAddStripe>();
   if (!grow || !grow->AddLines(0, height, kGrowth))
-    throw CXMemException("The passes of a colour page could not be kept: the raster does not grow.");
+    throw CXMemException(
+        Supp_Translate("The passes of a colour page could not be kept: the raster does not grow."));
   kept.context = KxPtr<IAccessContext>::adopt(kept.raster->GetAccessContext(1, 0));
 }
 
@@ -61,7 +63,8 @@ void ThreePassPage::keepLine(int channel) {
   kept.channel = channel;
   growTo(kept, m_line + 1);
   if (!kept.context || !kept.context->WriteLine(m_line, 0, m_width, m_samples.data()))
-    throw CXMemException("The passes of a colour page could not be kept: a line could not be written.");
+    throw CXMemException(
+        Supp_Translate("The passes of a colour page could not be kept: a line could not be written."));
   kept.lines = m_line + 1;
 }
 

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/base_services.h"
 #include "quillbay/errors.h"
 #include "quillbay/run_list.h"
 
@@ -16,7 +17,7 @@ constexpr int kUpright = 1, kFirstTurned = 5;  // orientations; from the second 
 
 SimImageRows::SimImageRows(const std::string& path)
     : m_file(new_OpenFileChanel(nullptr, path).as<IKxRasterLoadFileChanel>()) {
-  if (!m_file) throw CXFileException("read " + path + ": it holds no picture", path);
+  if (!m_file) throw CXFileException(formatText(Supp_Translate("read %s: it holds no picture"), {path}), path);
   m_lines = m_file->OpenLines(0);
   m_space = m_lines->GetColorSpace();
   m_size = m_lines->GetSize();
