@@ -256,6 +256,7 @@ void measureAccuracy(const std::string& folder, int count) {
 int main(int argc, char** argv) {
   const std::string folder = argc > 1 ? argv[1] : "/tmp";
   quillbay::measureSpeed();
-  quillbay::measureAccuracy(folder, argc > 2 ? std::atoi(argv[2]) : quillbay::kSheets);
+  quillbay::measureAccuracy(folder,
+                            argc > 2 ? std::max(std::atoi(argv[2]), quillbay::bench::kBeds) : quillbay::kSheets);
   return 0;
 }
