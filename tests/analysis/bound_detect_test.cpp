@@ -115,6 +115,23 @@ TEST(BoundSkew, OfTurnedSheetsEqualsTheSearchOverAllPoints) {
   }
 }
 
+TEST(BoundSkew, GoesOnForAHundredStepsThatBringNothing) {
+  // Each has a smaller box 101 steps beyond the best one before.
+  std::vector<RowExtent> a(53), b(15), c(58);
+  a[0] = {26, 39};
+  a[24] = {21, 117};
+  a[52] = {44, 172};
+  b[0] = {95, 127};
+  b[14] = {129, 155};
+  c[0] = {17, 17};
+  c[51] = {1, 23};
+  c[57] = {4, 22};
+  for (const auto& extents : {a, b, c}) {
+    EXPECT_NE(searchSkew(extents), 0);
+    EXPECT_EQ(searchSkew(extents), test::plainSkew(extents));
+  }
+}
+
 // What the detector gets of the world in these tests.
 BoundSettings s_settings;
 double s_serviceAngle = 0;
