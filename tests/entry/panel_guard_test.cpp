@@ -78,6 +78,7 @@ TEST_F(PanelTest, AListenerThatThrowsIsPassedOver) {
   recorder->onStarted = [] { breakDown(); };
   recorder->onPage = [] { breakDown(false); };
   EXPECT_EQ(run(), EndCause::Done);
+  EXPECT_TRUE(messages.empty()) << messages[0];
   EXPECT_EQ(filesIn(out.path()).size(), 1U);
 }
 

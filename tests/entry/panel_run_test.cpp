@@ -1,6 +1,7 @@
 /// Runs of several pages, previews, and what hosts and settings see of them meanwhile.
 #include <algorithm>
 
+#include "control/panel_store.h"
 #include "fake_scanner.h"
 #include "panel_fixture.h"
 #include "params/shared_scan_params.h"
@@ -24,6 +25,17 @@ class NotedView final : public CKxUnknownImpl<IKxView> {
 
 const tagRRECT kPiece{0, 0, 254, 127};
 
+/// The scan area in the stored settings of a host's current scanner.
+tagRRECT storedArea(IApp* app) {
+  const auto scanner = KxPtr<IScan>::adopt(query<IScanManager>(app)->GetCurrent());
+  const PanelStore store(app, scanner->GetName());
+  for (int page = 0; page < 20; ++page) {
+    const CKxVariant area = paramValue(store.page(page).get(), key::Rect);
+    if (area.get<tagRRECT>()) return *area.get<tagRRECT>();
+  }
+  return {};
+}
+
 TEST_F(PanelTest, ABurstsMovedAreaIsNeitherSavedNorReported) {
   for (const bool saves : {true, false}) {
     SCOPED_TRACE(saves ? "saved meanwhile" : "closed in the middle");
@@ -37,7 +49,10 @@ TEST_F(PanelTest, ABurstsMovedAreaIsNeitherSavedNorReported) {
       const auto params = new_MemParam();
       control->GetPageParams(params.get());
       EXPECT_EQ(*paramValue(params.get(), "RECT").get<tagRRECT>(), kPiece);
-      if (saves) control->SaveSettings();
+      if (saves) {
+        control->SaveSettings();
+        EXPECT_EQ(storedArea(app()), kPiece);
+      }
       recorder->loop.quit();
     };
     ASSERT_TRUE(control->Start(StartKind::Scan, 1));
