@@ -11,6 +11,8 @@ namespace quillbay {
 
 namespace {
 
+constexpr QSize kFirstSize{640, 560};
+
 KxPtr<IParam> sectionOf(IApp* app, int create) {
   const auto profile = query<IProfile>(app);
   return profile ? KxPtr<IParam>::adopt(profile->GetSection(section_name::PreviewPlacement, create))
@@ -45,7 +47,10 @@ void savePreviewWindow(IApp* app, const QWidget& window) {
 
 void restorePreviewWindow(IApp* app, QWidget& window) {
   const auto placement = loadPlacement(sectionOf(app, 0).get());
-  if (!placement) return window.showNormal();
+  if (!placement) {
+    window.resize(kFirstSize);
+    return window.showNormal();
+  }
   const tagRRECT& r = placement->normal;
   window.setGeometry(QRect(qRound(r.left), qRound(r.top), qRound(r.width()), qRound(r.height())));
   switch (shownOn(*placement, screens())) {

@@ -281,13 +281,18 @@ class Preview(Story):
         self.press("Preview")
         self.expect_idle()
 
+    TOOLS = "push button|toggle button|check box"
+
+    def tool(self, name):
+        self.click(self.find(self.TOOLS, name))
+
     def expect_off(self, name):
-        button = self.find("push button|check box|toggle button", name)
+        button = self.find(self.TOOLS, name)
         wait_until(f"{name} is off", lambda: not button.has("enabled"))
 
     def scan_fragment(self, name, width, height):
         """Scans; the file has this size, within a pixel and a half of the screen."""
-        self.press("Scan the fragment")
+        self.tool("Scan the fragment")
         self.expect_idle()
         self.expect_files(*self.files_before, name)
         self.files_before = self.files()
@@ -304,21 +309,21 @@ class Preview(Story):
             self.expect_off("New fragment")
             self.desk.drag(self.at(40, 50), self.at(190, 150))  # nothing is there to draw on
             self.preview()
-            self.press("Disable preview updating")
+            self.tool("Disable preview updating")
 
-            self.press("New fragment")
+            self.tool("New fragment")
             self.desk.drag(self.at(190, 150), self.at(40, 50))
             self.scan_fragment("part000.tif", 150, 100)
 
-            self.press("New fragment")
+            self.tool("New fragment")
             self.desk.drag(self.at(40, 50), self.at(190, 150))
             self.desk.drag(self.at(190, 150, 1, 1), self.at(230, 200, 1, 1))
             self.desk.drag(self.at(100, 100), self.at(130, 80))
             self.scan_fragment("part001.tif", 190, 150)
 
-            self.press("New fragment")
+            self.tool("New fragment")
             self.desk.drag(self.at(40, 50), self.at(240, 250))
-            self.press("Scan area from the fragment")
+            self.tool("Scan area from the fragment")
             self.expect_idle()
             self.click(self.find("page tab", "Main"))
             self.assertAlmostEqual(float(self.control("Width").text().replace(",", ".")), 200, delta=2 / self.scale)
