@@ -80,6 +80,7 @@ class Shooting {
     // Larger pictures have a plain drawing, which takes little room in a file.
     const bool all = qApp->devicePixelRatio() <= 1;
     if (!use(all ? "sim:drawing=map,size=420x297,seed=7" : "sim:drawing=plan,size=420x297,seed=7")) return false;
+    if (!saveInformation()) return false;
     if (!scan({420, 297}, all ? quillbay::kModeRgb : quillbay::kModeBwThreshold, 200)) return false;
     m_window.view().fitAll();
     if (!save(m_window, "main") || !save(*panel(), "panel-to-view")) return false;
@@ -99,6 +100,24 @@ class Shooting {
     m_window.start();
     ScannerOffer* offer = m_window.panelDock().offer();
     return !offer || (waitFor([&] { return !offer->isSearching(); }) && save(m_window, "first-start"));
+  }
+
+  /// The view of a document without pages, for every destination, each with the example of other colours.
+  bool saveInformation() {
+    const struct {
+      quillbay::eTarnwellMode mode;
+      int colours;
+      const char* name;
+    } destinations[] = {{quillbay::ScanToFile, quillbay::kModeGrey, "information-to-file"},
+                        {quillbay::ScanToView, quillbay::kModeBwThreshold, "information-to-view"}};
+    for (const auto& d : destinations) {
+      if (!m_window.setMode(d.mode)) return false;
+      choose({420, 297}, d.colours, 200);
+      control()->SetParam(quillbay::key::Dir, "/srv/maps", nullptr);
+      QCoreApplication::processEvents();
+      if (!save(m_window.view(), d.name)) return false;
+    }
+    return true;
   }
 
   /// The preview with both frames: a tab, a column in inches, a window.
