@@ -26,12 +26,21 @@ bool BoundStripes::add(IScanBuffer* stripe) {
   return true;
 }
 
-const std::uint8_t* BoundStripes::row(std::int32_t y, std::uint8_t* room) const {
+const BoundStripes::Part& BoundStripes::partAt(std::int32_t y) const noexcept {
   const auto after = std::upper_bound(m_parts.begin(), m_parts.end(), y,
                                       [](std::int32_t wanted, const Part& part) { return wanted < part.first; });
-  const Part& part = *(after - 1);
+  return *(after - 1);
+}
+
+const std::uint8_t* BoundStripes::greyRow(std::int32_t y) const {
+  const Part& part = partAt(y);
+  return part.stripe->GetLine(y - part.first);
+}
+
+const std::uint8_t* BoundStripes::row(std::int32_t y, std::uint8_t* room) const {
+  if (isGrey()) return greyRow(y);
+  const Part& part = partAt(y);
   const std::int32_t line = y - part.first;
-  if (isGrey()) return part.stripe->GetLine(line);
   const auto width = static_cast<std::size_t>(m_size.width);
   if (part.packed) {
     const std::uint8_t* bits = part.packed->GetBits() + static_cast<std::size_t>(line) * part.packed->GetStride();
@@ -57,7 +66,7 @@ class StripeContext final : public CKxUnknownImpl<IPalContext> {
   int ReadLine(std::int32_t line, std::int32_t x, std::int32_t count, void* buffer) override {
     const KxSize size = m_stripes.size();
     if (line < 0 || line >= size.height || x < 0 || count < 0 || count > size.width - x) return 0;
-    std::memcpy(buffer, m_stripes.row(line, nullptr) + x, static_cast<std::size_t>(count));
+    std::memcpy(buffer, m_stripes.greyRow(line) + x, static_cast<std::size_t>(count));
     return 1;
   }
   int WriteLine(std::int32_t, std::int32_t, std::int32_t, const void*) override { return 0; }

@@ -23,6 +23,8 @@ class BoundStripes {
 
   /// Row `y`, a byte for a pixel, 0 black; bitonal ones are written to `room`, which holds a row.
   [[nodiscard]] const std::uint8_t* row(std::int32_t y, std::uint8_t* room) const;
+  /// Row `y` of grey stripes.
+  [[nodiscard]] const std::uint8_t* greyRow(std::int32_t y) const;
   /// Writes all stripes into a raster of no lines. Answers false when it does not take them. Throws CXMemException.
   [[nodiscard]] bool copyTo(IRStor* raster) const;
 
@@ -32,6 +34,7 @@ class BoundStripes {
     KxPtr<IPackedLines> packed;  // where it was delivered as bits
     std::int32_t first;          // row
   };
+  [[nodiscard]] const Part& partAt(std::int32_t y) const noexcept;
   std::vector<Part> m_parts;
   KxSize m_size;
   KxColorSpace m_colorSpace = KxColorSpace::None;
