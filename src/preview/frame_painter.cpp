@@ -9,7 +9,7 @@ namespace quillbay {
 namespace {
 
 /// Dashes and gaps together divide the number of phases, so that they run on without a jump.
-constexpr qreal kDash = 12, kGap = 5;
+constexpr qreal kDash = 10, kGap = 7;
 constexpr int kReach = 4;  // of handles and thick lines beside the edge
 
 QRect rectOf(const KxRect& r) { return {r.left, r.top, r.right - r.left, r.bottom - r.top}; }

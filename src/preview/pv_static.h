@@ -45,6 +45,8 @@ class CPVStatic final : public QWidget {
   /// Rulers along the upper and left edges; shown at first.
   void setRulersShown(bool shown);
   [[nodiscard]] ISetReactor* cursorReactors() noexcept { return &m_reactors; }
+  /// Whether dashes run along the frames: not while they are unseen, nor on a desktop without animation.
+  [[nodiscard]] bool isAnimated() const;
   /// Document millimetres to pixels of the control.
   [[nodiscard]] const CRTfm& transform() const noexcept { return m_view; }
 
@@ -106,7 +108,6 @@ class CPVStatic final : public QWidget {
   [[nodiscard]] bool keyMovesFrame(const QKeyEvent& event);
   [[nodiscard]] bool keyEndsMode(int key);
 
-  [[nodiscard]] bool isAnimated() const;
   void runClock();
   void stepDashes(int phase);
   [[nodiscard]] std::vector<PaintedFrame> frames() const;
