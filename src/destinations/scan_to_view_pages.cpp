@@ -52,9 +52,13 @@ bool CScanToView::prepareFile() {
   const std::string part = v.multiPage ? output().joinPart() : std::string();
   if (!part.empty()) {
     m_params.quiet().outputFile = part;
-  } else if (!PrepareOutputFile(m_params, host.get(), &output().draft())) {
-    refreshNextName();
-    return false;
+  } else {
+    PageDraft draft = output().draft();  // a copy: the run may end while a question is shown
+    if (!PrepareOutputFile(m_params, host.get(), &draft)) {
+      refreshNextName();
+      return false;
+    }
+    output().draft() = std::move(draft);
   }
   refreshNextName();
   if (!checkSpace(v, host.get(), isInteractive() && !v.batch)) return false;
