@@ -1,8 +1,10 @@
 #include "control/scan_router.h"
 
+#include <new>
 #include <utility>
 
 #include "control/command_ids.h"
+#include "platform/base_services.h"
 #include "platform/post_command.h"
 #include "stores/scan_to_file_stor.h"
 
@@ -135,11 +137,34 @@ void ScanRouter::postProgress(const ScanPlan& plan, bool last) {
   post(command::kProgress, 1, 0, true);
 }
 
+/// Passes on what straightening has held back. Never throws: a run whose end is not posted would never be over.
+UnitFault ScanRouter::flush(const ScanPlan& plan) {
+  UnitFault fault{UnitFaultCode::Other, {}};
+  std::string why;
+  try {
+    if (const auto rest = plan.straightening->Pass(nullptr, 0)) deliver(plan, rest.get());
+    if (plan.kind != RunKind::Prescan) plan.view->Finish(nullptr, 0, 0);
+    return {};
+  } catch (const std::bad_alloc&) {
+    fault.code = UnitFaultCode::NoMemory;
+    why = Supp_Translate("there is not enough memory");
+  } catch (const std::exception& e) {
+    why = e.what();
+  } catch (...) {
+    why = Supp_Translate("an unknown error");
+  }
+  fault.text = formatText(Supp_Translate("Scan the page again: its last lines were lost (%s)."), {why});
+  logLine(LogLevel::Error, "quillbay.control", fault.text);
+  return fault;
+}
+
 int ScanRouter::onEnded(int status) {
   if (status != kFinished && status != kStoppedOrFailed) return 1;
   auto current = plan();
   if (!current) return 1;
-  if (const auto rest = current->straightening->Pass(nullptr, 0)) deliver(*current, rest.get());
+  UnitFault lost = flush(*current);
+  if (status == kStoppedOrFailed) lost = {};  // the page is incomplete anyway, and the unit knows why
+  if (lost.code != UnitFaultCode::None) status = kStoppedOrFailed;
   postProgress(*current, true);
   const bool empty = current->destination->IsEmpty();
   const int answer = current->kind == RunKind::Scan && empty ? 0 : 1;
@@ -147,7 +172,7 @@ int ScanRouter::onEnded(int status) {
   current.reset();
   const std::lock_guard lock(m_mutex);
   m_running = false;
-  m_end = ScanEnd{status, empty};
+  m_end = ScanEnd{status, empty, std::move(lost)};
   if (m_dialog) PostCommand(m_dialog, command::kReady, status, empty ? 1 : 0);
   m_idle.notify_all();
   return answer;

@@ -49,6 +49,7 @@ void CViewStor::Reset() {
 }
 
 int CViewStor::Finish(IRStor** out, int minLines, int release) {
+  if (!out && release == 0) return m_picture ? m_picture->Finish(nullptr, 0, 0) : 1;
   const bool own = m_kind == Raster::Own;
   const auto from = pages();
   const int answer = from ? from->Finish(out, own ? minLines : 0, own ? release : 0) : 1;

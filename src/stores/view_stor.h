@@ -26,7 +26,8 @@ class CViewStor final : public ISStripStor {
   int AddStripe(IScanBuffer* stripe) override;
   /// What the destination holds stays there.
   void Reset() override;
-  /// `*out` stays as it was when there is no raster. A shared raster is neither padded nor released.
+  /// `*out` stays as it was when there is no raster. A shared raster is neither padded nor released. Without `out`
+  /// and `release` the page is complete: its last lines are painted from then on.
   int Finish(IRStor** out, int minLines, int release) override;
   /// The transform maps the scan's pixels to device pixels. The last lines may be missing until the page's end.
   void Paint(IRasterDC* target, const CRDirectTfm* tfm) override;

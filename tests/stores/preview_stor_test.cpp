@@ -444,11 +444,18 @@ TEST(ViewStor, PaintsThePictureWhereItsLinesWereScanned) {
   EXPECT_EQ(rect[2], 3199);
   EXPECT_EQ(rect[3], 2019);
   EXPECT_DOUBLE_EQ(mm[3], 2019 * 25.4 / 200);
-  const auto screen = newScreen(320, 202);
+  const auto screen = newScreen(320, 205);
   const CRDirectTfm tfm{0.1, 0.1, 0, 0};
+  store->AddStripe(stripeOf(KxColorSpace::Grey, 3200, 2020, 30, tone).get());  // too few for a picture
+  KxPtr<IRStor> raster;
+  store->Finish(raster.put(), 0, 0);
+  const auto early = newScreen(320, 205);
+  store->Paint(early.get(), &tfm);
+  EXPECT_EQ(early->touched(), 320U * 202U) << "who asks for the raster does not end the page";
+  store->Finish(nullptr, 0, 0);
   store->Paint(screen.get(), &tfm);
-  EXPECT_EQ(screen->touched(), 320U * 202U);
-  for (std::int32_t y = 1; y < 201; ++y) EXPECT_NEAR(screen->at(7, y) & 255, y, 1.5);
+  EXPECT_EQ(screen->touched(), 320U * 205U);
+  for (std::int32_t y = 1; y < 204; ++y) EXPECT_NEAR(screen->at(7, y) & 255, y, 1.5);
 }
 
 }  // namespace
