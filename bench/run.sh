@@ -38,6 +38,10 @@ measure() {
   "$build/bin/view_bench" 2>"$out/view.err"
 
   echo
+  echo "The running dashes of the preview"
+  "$build/bin/preview_bench" 2>"$out/preview.err"
+
+  echo
   echo "The panel and the program"
   "$build/bin/panel_bench" "$@" 2>"$out/panel.err"
 
@@ -52,7 +56,7 @@ measure() {
 measure "$@" | tee "$log"
 # A pipe hides what failed in it.
 [ "$(tail -1 "$log")" = done ] || {
-  cat "$out/view.err" "$out/panel.err" >&2
+  cat "$out/view.err" "$out/preview.err" "$out/panel.err" >&2
   exit 1
 }
 echo

@@ -140,8 +140,23 @@ KxRect CPVStatic::baseClient() const {
 }
 
 void CPVStatic::fit() {
+  const tagRPOINT before = m_fitted;
+  const double scale = m_view.scaleX;
+  const int across = m_across.value(), down = m_down.value();
+  fitView();
+  layOut();
+  updateBars();
+  viewMoved();
+  // The same again: what is looked at stays.
+  if (scale != m_view.scaleX || before != m_fitted) return;
+  if (!m_across.isHidden()) m_across.setValue(across);
+  if (!m_down.isHidden()) m_down.setValue(down);
+}
+
+void CPVStatic::fitView() {
   const ScanValues& v = m_params->values();
   const tagRRECT area = preview::shownArea(v);
+  m_fitted = {area.left, area.top};
   const KxRect base = baseClient();
   bool across = false, down = false;
   // A bar takes room from the other direction, which may then need one as well.
@@ -159,9 +174,6 @@ void CPVStatic::fit() {
   }
   m_across.setVisible(across);
   m_down.setVisible(down);
-  layOut();
-  updateBars();
-  viewMoved();
 }
 
 void CPVStatic::layOut() {

@@ -33,7 +33,8 @@ class CPVStatic final : public QWidget {
 
   /// The preview store's picture covers `area`, in millimetres, and has changed.
   void rasterPlaced(const tagRRECT& area);
-  /// Fits the area into the control, and shows what the preview store holds now.
+  /// Fits the area into the control, and shows what the preview store holds now. An area that fits as before stays
+  /// scrolled as it is.
   void fit();
 
   [[nodiscard]] bool drawsArea() const noexcept { return m_mode == Mode::Area; }
@@ -95,6 +96,7 @@ class CPVStatic final : public QWidget {
   [[nodiscard]] bool takesInput() const noexcept;
 
   [[nodiscard]] KxRect baseClient() const;
+  void fitView();
   void layOut();
   void updateBars();
   void scrolled(QScrollBar& bar, int position);
@@ -121,7 +123,8 @@ class CPVStatic final : public QWidget {
   IPanelController& m_controller;
   CIChangeParams m_changes{this};
   CRTfm m_view{1, 1, 0, 0, 0};
-  KxRect m_client;  // without rulers and scroll bars
+  tagRPOINT m_fitted;  // the corner of the area that was fitted
+  KxRect m_client;     // without rulers and scroll bars
   tagRRECT m_placed{};
   Mode m_mode = Mode::None;
   bool m_showsFragment = false;

@@ -147,7 +147,8 @@ void CPVStatic::drawPicture() {
     painter.setRenderHint(QPainter::Antialiasing, false);
   }
   if (isEmpty || (v.scanType == kAreaAuto && !v.rectValid)) return;
-  painter.fillRect(rectOf(preview::toPixels(m_view, m_placed)).intersected(rectOf(m_client)), Qt::white);
+  const tagRRECT paper = view::toClient(m_view, m_placed);
+  painter.fillRect(QRectF(paper.left, paper.top, paper.width(), paper.height()), Qt::white);
   painter.end();
   drawRaster();
 }

@@ -239,7 +239,14 @@ TEST_F(PVStatic, LongAreasScroll) {
   EXPECT_EQ(preview::toPixels(picture.transform(), v().rcPreview).top, 0);
   params->set(scan_key::RcPreview, {200, 900, 400, 1000});
   EXPECT_EQ(preview::toPixels(picture.transform(), v().rcPreview).bottom, picture.height());
+  const CRTfm scrolled = picture.transform();
+  picture.fit();
+  EXPECT_EQ(picture.transform(), scrolled) << "what is looked at stays";
   save("scrolled");
+  picture.resize(614, 414);
+  QResizeEvent resized(picture.size(), {});
+  QApplication::sendEvent(&picture, &resized);
+  EXPECT_NEAR(picture.transform().offsetY, 7 - 50 * picture.transform().scaleY, 1e-9) << "fitted anew";
 }
 
 TEST_F(PVStatic, ShowsThePictureWhereItWasScanned) {
