@@ -1,5 +1,7 @@
 #include "control/page_ending.h"
 
+#include <exception>
+
 #include "control/outside_call.h"
 #include "params/notify_guard.h"
 #include "platform/base_services.h"
@@ -88,13 +90,28 @@ void PageEnding::leaveDocument() {
 }
 
 void PageEnding::endRun() {
+  std::exception_ptr broken;
+  try {
+    tellFaults();
+  } catch (const WindowGone&) {
+    throw;  // closing has named the file
+  } catch (...) {
+    broken = std::current_exception();  // the pages get their name all the same
+  }
+  endFile();
+  if (broken) std::rethrow_exception(broken);
+}
+
+void PageEnding::tellFaults() {
   tellStoreError();
   const RunRecord& record = m_parts.run.record();
   const UnitFault fault = record.fault();
-  if (!record.isTold() && !fault.text.empty()) {
-    m_parts.run.record().note(record.cause(), fault, true);  // once, whatever comes while the message is shown
-    m_parts.host.message(EventKind::Information, fault.text, EventButtons::Ok);
-  }
+  if (record.isTold() || fault.text.empty()) return;
+  m_parts.run.record().note(record.cause(), fault, true);  // once, whatever comes while the message is shown
+  m_parts.host.message(EventKind::Information, fault.text, EventButtons::Ok);
+}
+
+void PageEnding::endFile() {
   auto* files = m_parts.files();
   if (!files || isPreview(m_parts.run.kind())) return;
   const RunFile file = m_parts.host.call([&] { return files->endRun(); });

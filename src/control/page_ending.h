@@ -24,10 +24,13 @@ class PageEnding {
   void unload() const;
   /// Empties the stores and unloads the document.
   void leaveDocument();
-  /// The run is over: shows what the user has not been told, and lets the destination name the run's file.
+  /// The run is over: shows what the user has not been told, and lets the destination name the run's file. A
+  /// message that throws is thrown on when the file has its name.
   void endRun();
 
  private:
+  void tellFaults();
+  void endFile();
   void tellStoreError();
 
   PanelParts& m_parts;

@@ -108,8 +108,7 @@ bool RunPerformer::handle(int id, int code, std::int64_t value) {
     case command::kReady:
       onPrescanStripes();
       if (m_run.kind() == RunKind::Prescan && m_run.isRunning() && code == kFinished) m_prescan.complete();
-      m_router->forgetEnd();
-      perform(m_run.unitEnded(code, value != 0, m_parts.scanner.fault()));
+      perform(m_run.unitEnded(code, value != 0, faultOf(m_router->takeEnd().value_or(ScanEnd{}))));
       return true;
     case command::kScanDone: onScanDone(code != 0); return true;
     case command::kWritten:
@@ -125,6 +124,11 @@ bool RunPerformer::handle(int id, int code, std::int64_t value) {
     case command::kClearBatch: m_run.clearBatch(); return true;
     default: return false;
   }
+}
+
+/// What a page ended with: the panel's own fault, or the unit's.
+UnitFault RunPerformer::faultOf(const ScanEnd& end) const {
+  return end.lost.code == UnitFaultCode::None ? m_parts.scanner.fault() : end.lost;
 }
 
 void RunPerformer::start(RunKind kind, int wanted, bool isDirect) {
@@ -333,7 +337,7 @@ void RunPerformer::close() {
   // The end of the scan was posted, but the window is destroyed before it is delivered.
   if (const auto end = m_router->takeEnd()) {
     quietly([&] { static_cast<void>(m_ending.begin(m_router->takeStarted())); });
-    static_cast<void>(m_run.unitEnded(end->status, end->isEmpty, m_parts.scanner.fault()));
+    static_cast<void>(m_run.unitEnded(end->status, end->isEmpty, faultOf(*end)));
   }
   if (m_run.hasWholePage()) {
     static_cast<void>(m_run.stopAfterPage());

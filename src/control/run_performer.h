@@ -56,6 +56,7 @@ class RunPerformer {
   void waitForDocument();
   void askForDocument();
   void pollDocument();
+  [[nodiscard]] UnitFault faultOf(const ScanEnd& end) const;
   [[nodiscard]] ScanStarted started() const;
   void onStarted();
   void onProgress();

@@ -13,6 +13,7 @@
 #include "destinations/page_draft.h"
 #include "platform/strip_stor.h"
 #include "quillbay/scan_buffer.h"
+#include "quillbay/scanner.h"
 
 class QObject;
 
@@ -42,6 +43,7 @@ struct ScanStarted {
 struct ScanEnd {
   int status = 0;
   bool isEmpty = false;  ///< it left nothing for the destination
+  UnitFault lost;        ///< what this side failed with after a whole page
 };
 
 /// The scanner thread's side of a panel: names the output when the scan starts, routes stripes to the stores, and
@@ -69,15 +71,15 @@ class ScanRouter {
   int onEnded(int status);
 
   [[nodiscard]] ScanStarted takeStarted();
-  /// An end that was posted and not handled; none after `forgetEnd`, which its handler calls.
+  /// An end that was posted and not handled; its handler takes it.
   [[nodiscard]] std::optional<ScanEnd> takeEnd();
-  void forgetEnd() { static_cast<void>(takeEnd()); }
   [[nodiscard]] std::deque<KxPtr<IScanBuffer>> takeStripes();
   [[nodiscard]] std::int64_t lines() const noexcept { return m_lines.load(std::memory_order_relaxed); }
 
  private:
   [[nodiscard]] std::shared_ptr<const ScanPlan> plan() const;
   int deliver(const ScanPlan& plan, IScanBuffer* stripe);
+  [[nodiscard]] UnitFault flush(const ScanPlan& plan);
   void postProgress(const ScanPlan& plan, bool last);
   void post(int id, int code = 1, std::int64_t value = 0, bool merge = false);
 

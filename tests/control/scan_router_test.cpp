@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <new>
 
 #include "destinations/file_names.h"
 #include "stores/scan_to_file_stor.h"
+#include "stores/simple_stor.h"
 #include "support/temp_dir.h"
 
 namespace quillbay {
@@ -42,6 +44,40 @@ TEST(ScanRouter, ANameThatChangesAtTheStartGetsItsFolderOrIsRefused) {
     EXPECT_EQ(started.page.target.path, out.path() + c.path);
     EXPECT_EQ(!started.page.refused.empty(), c.refused) << started.page.refused;
     EXPECT_EQ(std::filesystem::is_directory(out.path() + "/" + std::to_string(c.dpi)), !c.refused);
+  }
+}
+
+class BrokenFlush final : public IStraightening {
+ public:
+  void Begin(const StraighteningBasis&) override {}
+  KxPtr<IScanBuffer> Pass(IScanBuffer* stripe, std::int64_t) override {
+    if (!stripe) throw std::bad_alloc();
+    return KxPtr<IScanBuffer>::share(stripe);
+  }
+};
+
+TEST(ScanRouter, APageThatLosesItsLastLinesEndsAsFailedAndIsTold) {
+  for (const RunKind kind : {RunKind::Scan, RunKind::Prescan}) {
+    SCOPED_TRACE(static_cast<int>(kind));
+    ScanRouter router(nullptr);
+    const auto plan = std::make_shared<ScanPlan>();
+    plan->kind = kind;
+    plan->destination = plan->view = makeEmptyStore();
+    plan->straightening = std::make_shared<BrokenFlush>();
+    ScanRun run;
+    static_cast<void>(run.start(kind, 1));
+    static_cast<void>(run.prepared({}));
+    router.arm(plan);
+    EXPECT_NO_THROW(router.onEnded(1));
+    EXPECT_FALSE(router.isRunning());
+    const auto end = router.takeEnd();
+    ASSERT_TRUE(end);
+    static_cast<void>(run.unitEnded(end->status, end->isEmpty, end->lost));
+    EXPECT_EQ(run.record().cause(), EndCause::Device);
+    EXPECT_FALSE(run.record().isTold());
+    EXPECT_EQ(run.state(), RunState::Ending);
+    static_cast<void>(run.ended());
+    EXPECT_FALSE(run.isBusy());
   }
 }
 

@@ -1,4 +1,6 @@
 #pragma once
+#include <QTimer>
+#include <chrono>
 #include <functional>
 #include <string>
 #include <utility>
@@ -11,7 +13,7 @@
 
 namespace quillbay {
 
-/// A scanner as a test wants it. It delivers its page, grey, within the call that runs it.
+/// A scanner as a test wants it. It delivers its page, grey, in two stripes.
 class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, IUnitMedia> {
  public:
   std::string GetName() override { return "fake"; }
@@ -51,18 +53,28 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   bool direct = false, feeder = true;
   std::function<void(const std::string& call)> onCall;
   std::vector<int> commands, modes;
-  UnitFault fault;  ///< what its pages end with
+  UnitFault fault;                    ///< what its pages end with
+  std::chrono::milliseconds pause{};  ///< between the halves of a page; 0: within the call that runs it
 
  private:
   void deliver() {
     constexpr KxSize kSize{400, 64};
     const auto sink = std::exchange(m_sink, nullptr);
     sink->ScanStarted(KxColorSpace::Grey, kSize.width, kSize.height, m_dpi);
-    const auto stripe = KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(m_dpi, kSize, KxColorSpace::Grey, nullptr));
-    const std::vector<std::uint8_t> line(static_cast<std::size_t>(kSize.width), 128);
-    for (std::int32_t y = 0; y < kSize.height; ++y) stripe->AddLine(y, line.data());
-    sink->StripeArrived(0, stripe.get(), 0);
-    sink->ScanEnded(fault.code == UnitFaultCode::None ? 1 : 2);
+    const KxSize half{kSize.width, kSize.height / 2};
+    give(*sink, half);
+    const auto rest = [this, sink, half] {
+      give(*sink, half);
+      sink->ScanEnded(fault.code == UnitFaultCode::None ? 1 : 2);
+    };
+    if (pause.count() == 0) return rest();
+    QTimer::singleShot(pause, rest);
+  }
+  void give(IScanSink& sink, KxSize size) const {
+    const auto stripe = KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(m_dpi, size, KxColorSpace::Grey, nullptr));
+    const std::vector<std::uint8_t> line(static_cast<std::size_t>(size.width), 128);
+    for (std::int32_t y = 0; y < size.height; ++y) stripe->AddLine(y, line.data());
+    sink.StripeArrived(0, stripe.get(), 0);
   }
 
   KxPtr<IScanSink> m_sink;

@@ -22,8 +22,10 @@ class BreakingScript final : public CKxUnknownImpl<IScriptCmdSink> {
 TEST_F(PanelTest, ARunThatBreaksKeepsItsFileAndTheUsersArea) {
   auto* script = new BreakingScript;
   hostScript = KxPtr<IScriptCmdSink>::adopt(script);
-  for (const bool closes : {true, false}) {
-    SCOPED_TRACE(closes ? "closed while the message is shown" : "the message of a jam breaks, too");
+  enum class How { ClosedInTheMessage, MessageThrows, ClosedBeforeAMessageThatThrows };
+  for (const How how : {How::ClosedInTheMessage, How::MessageThrows, How::ClosedBeforeAMessageThatThrows}) {
+    SCOPED_TRACE(static_cast<int>(how));
+    const bool closes = how == How::ClosedInTheMessage;
     const auto unit = KxPtr<FakeUnit>::adopt(new FakeUnit);
     const auto front = KxPtr<FakeScannerApp>::adopt(new FakeScannerApp(app(), unit));
     ASSERT_TRUE(openOn(front.get()));
@@ -31,9 +33,13 @@ TEST_F(PanelTest, ARunThatBreaksKeepsItsFileAndTheUsersArea) {
     set("m_fBursting", 1);
     set("m_fMultiPage", 1);
     recorder->pages.clear();
+    recorder->starts.clear();
     script->breaks = [&] { return closes && recorder->pages.size() == 1; };
     recorder->onPage = [&] {
       if (!closes) unit->fault = {UnitFaultCode::Jammed, "a jam"};
+    };
+    recorder->onStarted = [&] {
+      if (how == How::ClosedBeforeAMessageThatThrows && recorder->starts.size() == 2) close();
     };
     onMessage = [&] {
       if (!closes) throw std::runtime_error("it broke");
@@ -45,6 +51,7 @@ TEST_F(PanelTest, ARunThatBreaksKeepsItsFileAndTheUsersArea) {
     EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page.tif"});
     QCoreApplication::processEvents();
     onMessage = nullptr;
+    recorder->onStarted = nullptr;
     script->breaks = nullptr;
     unit->fault = {};
     close();

@@ -136,6 +136,7 @@ TEST_F(PanelTest, TheViewIsDrawnWithTheLastLinesAndKnowsWhereTheyLie) {
   auto* noted = new NotedView;
   hostView = KxPtr<IKxView>::adopt(noted);
   const auto unit = KxPtr<FakeUnit>::adopt(new FakeUnit);
+  unit->pause = std::chrono::milliseconds(10);  // less than lies between two reports of progress
   const auto front = KxPtr<FakeScannerApp>::adopt(new FakeScannerApp(app(), unit));
   ASSERT_TRUE(openOn(front.get()));
   sink()->EnableViewSync(1);
