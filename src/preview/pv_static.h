@@ -118,6 +118,7 @@ class CPVStatic final : public QWidget {
   void drawPicture();
   void drawRaster();
   void compose(const QRegion& region);
+  [[nodiscard]] QRegion deviceRegion(const QRegion& region) const;
 
   KxPtr<CSharedScanParams> m_params;
   IPanelController& m_controller;

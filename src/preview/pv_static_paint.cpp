@@ -2,7 +2,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 #include <QStyle>
-#include <cmath>
+#include <cstring>
 
 #include "preview/pv_static.h"
 #include "preview/stor_painter.h"
@@ -122,9 +122,19 @@ void CPVStatic::paintEvent(QPaintEvent* event) {
     m_pictureIsOld = false;
   }
   compose(event->region() & client);
-  painter.setClipRegion(event->region() & client);
-  m_composed.setDevicePixelRatio(ratio);
-  painter.drawImage(client.topLeft(), m_composed);
+  painter.translate(client.topLeft());
+  painter.scale(1 / ratio, 1 / ratio);
+  // One by one: an image under a clip of many parts goes through all of its lines.
+  for (const QRect& r : deviceRegion(event->region() & client)) painter.drawImage(r, m_composed, r);
+}
+
+/// The pixels of the picture that `region` of the control touches.
+QRegion CPVStatic::deviceRegion(const QRegion& region) const {
+  QRegion device;
+  for (const QRect& r : region.translated(-m_client.left, -m_client.top)) {
+    device += deviceRect(r, devicePixelRatioF());
+  }
+  return device & m_picture.rect();
 }
 
 /// Everything but the frames.
@@ -175,13 +185,16 @@ void CPVStatic::drawRaster() {
 void CPVStatic::compose(const QRegion& region) {
   const double ratio = devicePixelRatioF();
   if (m_composed.size() != m_picture.size()) m_composed = QImage(m_picture.size(), QImage::Format_RGB32);
-  m_composed.setDevicePixelRatio(1);
-  QRegion device;
-  for (const QRect& r : region) device += deviceRect(r.translated(-m_client.left, -m_client.top), ratio);
+  const QRegion device = deviceRegion(region);
+  for (const QRect& r : device) {
+    const auto from = static_cast<std::size_t>(r.left()) * sizeof(QRgb);
+    const auto bytes = static_cast<std::size_t>(r.width()) * sizeof(QRgb);
+    for (int y = r.top(); y <= r.bottom(); ++y) {
+      std::memcpy(m_composed.scanLine(y) + from, m_picture.constScanLine(y) + from, bytes);
+    }
+  }
   QPainter painter(&m_composed);
   painter.setClipRegion(device);
-  painter.setCompositionMode(QPainter::CompositionMode_Source);
-  for (const QRect& r : device) painter.drawImage(r, m_picture, r);
   painter.scale(ratio, ratio);
   painter.translate(-m_client.left, -m_client.top);
   paintFrames(painter, frames(), m_phase);
