@@ -83,7 +83,7 @@ QUILLBAY_BODY void storeSums(const Longs (&total)[4], std::uint32_t* sums) noexc
   Longs first[2], second[2];
   interleave(total[0], total[1], first[0], first[1]);
   interleave(total[2], total[3], second[0], second[1]);
-  for (int half = 0; half < 2; ++half) {
+  for (std::size_t half = 0; half < 2; ++half) {
     Pairs a, b, low, high;
     std::memcpy(&a, &first[half], bytes);
     std::memcpy(&b, &second[half], bytes);

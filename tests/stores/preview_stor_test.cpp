@@ -94,7 +94,7 @@ std::array<double, 3> colorOf(KxColorSpace cs, const Tone& tone, std::int32_t x,
   switch (cs) {
     case KxColorSpace::Rgb: return {double(tone(3 * x, y)), double(tone(3 * x + 1, y)), double(tone(3 * x + 2, y))};
     case KxColorSpace::Bgr: return {double(tone(3 * x + 2, y)), double(tone(3 * x + 1, y)), double(tone(3 * x, y))};
-    case KxColorSpace::Palette: return {double(tone(x, y)), 255.0 - tone(x, y), double(tone(x, y) / 2)};
+    case KxColorSpace::Palette: return {double(tone(x, y)), 255.0 - tone(x, y), double(tone(x, y) >> 1)};
     case KxColorSpace::Grey: return {double(tone(x, y)), double(tone(x, y)), double(tone(x, y))};
     default: return tone(x, y) ? std::array{0.0, 0.0, 0.0} : std::array{255.0, 255.0, 255.0};
   }
@@ -414,6 +414,7 @@ TEST(PreviewStor, StripesArriveWhileItIsPaintedAndReset) {
   EXPECT_GE(rows, 400 * 5 - 10) << "nothing is lost";
 }
 
+  stripes.reserve(8);
 TEST(PreviewStor, TheJoinedPictureIsThatOfTheCurrentMode) {
   const auto params = CSharedScanParams::acquire(nullptr, &makeEmptyStore);
   const std::vector<std::pair<std::int32_t, std::size_t>> classes{{0, 0}, {4, 0}, {5, 1}, {6, 2}, {7, 3}, {8, 0}};
