@@ -1,6 +1,7 @@
 #include "stores/preview_stor.h"
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <limits>
 #include <string>
@@ -20,6 +21,7 @@ constexpr std::int32_t kMostScreens = 4;
 /// Stripes that make no more reduced lines than this wait for others.
 constexpr double kWaitingLines = 8.0, kSlack = 0.001;
 constexpr std::int64_t kLeastRoom = std::int64_t{8} << 20;
+constexpr int kMostHalvings = 30;
 constexpr double kMostLines = std::numeric_limits<std::int32_t>::max();
 
 std::int32_t rounded(double v) { return roundHalfUp(std::min(v, kMostLines - 1)); }
@@ -107,7 +109,8 @@ void CPreviewStor::reduce(const Stripes& stripes, std::int64_t lines) {
   makeRoom(width, rows);
   auto part = std::make_shared<PicturePart>();
   part->isInk = isRunList(stripes.front()->GetColorSpace());
-  if (!m_reducer.reduce(stripes, {width, std::max(1, rows >> m_state.halvings)}, &part->picture)) {
+  if (m_state.height >= kMostLines - 1 ||
+      !m_reducer.reduce(stripes, {width, std::max(1, rows >> m_state.halvings)}, &part->picture)) {
     logLine(LogLevel::Warning, kLog, "a scan is too large for a picture on the screen");
     return;
   }
@@ -122,22 +125,30 @@ void CPreviewStor::reduce(const Stripes& stripes, std::int64_t lines) {
   m_state.parts.push_back(std::move(part));
 }
 
-/// Halves the height of all pictures as often as it takes to have room for `rows` more reduced lines.
+/// Halves the height of the pictures as often as it takes to have room for `rows` more reduced lines. A picture of
+/// a stripe has a line at least, more than its share once pictures were halved often: without such a need those
+/// that came since the last time become one, which gets their share.
 void CPreviewStor::makeRoom(std::int32_t width, std::int32_t rows) {
   const std::int64_t most = std::max(kLeastRoom, std::int64_t{2} * m_screenWidth * m_screenWidth);
   if (m_state.pixels + std::int64_t{width} * (rows >> m_state.halvings) <= most) return;
-  int halvings = m_state.halvings;
+  for (const auto& part : m_state.parts) width = std::max(width, part->picture.width);
   const std::int64_t all = std::int64_t{m_state.height} + rows;
-  do {
-    ++halvings;
-  } while (width * (all >> halvings) > most);
-  std::shared_ptr<const PicturePart> merged;
-  if (!m_state.parts.empty()) merged = mergeParts(m_state.parts, std::max(1, m_state.height >> halvings));
+  int halvings = m_state.halvings;
+  while (halvings < kMostHalvings && width * (all >> halvings) > most / 4 * 3) ++halvings;
+  PictureParts parts;
+  if (halvings == m_state.halvings) parts.assign(m_state.parts.begin(), m_state.parts.begin() + m_state.settled);
+  const auto first = m_state.parts.begin() + static_cast<std::ptrdiff_t>(parts.size());
+  if (first != m_state.parts.end()) {
+    const double lines = m_state.height - (*first)->top;
+    const auto share = static_cast<std::int32_t>(std::ldexp(lines, -halvings));
+    parts.push_back(mergeParts({first, m_state.parts.end()}, std::max(1, share)));
+  }
   const std::lock_guard lock(m_lock);
   m_state.halvings = halvings;
-  if (!merged) return;
-  m_state.pixels = std::int64_t{merged->picture.width} * merged->picture.height;
-  m_state.parts.assign(1, std::move(merged));
+  m_state.settled = static_cast<std::ptrdiff_t>(parts.size());
+  m_state.pixels = 0;
+  for (const auto& part : parts) m_state.pixels += std::int64_t{part->picture.width} * part->picture.height;
+  m_state.parts = std::move(parts);
 }
 
 void CPreviewStor::Reset() {

@@ -1,4 +1,5 @@
 #pragma once
+#include <cstddef>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -70,8 +71,9 @@ class CPreviewStor final : public ISStripStor {
     std::int64_t scanLines = 0;          // that the pictures show
     std::int32_t width = 0, height = 0;  // reduced
     PictureParts parts;
-    std::int64_t pixels = 0;  // of all parts
-    int halvings = 0;         // of the parts' heights
+    std::int64_t pixels = 0;     // of all parts
+    int halvings = 0;            // of the parts' heights
+    std::ptrdiff_t settled = 0;  // parts that have no more lines than these leave them
   };
   using Stripes = std::vector<KxPtr<IScanBuffer>>;
 

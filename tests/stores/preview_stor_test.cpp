@@ -333,6 +333,25 @@ struct Ramp : Feed {
   }
 };
 
+TEST(PreviewStor, TheStartOfALongRollStaysAsFineAsItsEnd) {
+  constexpr std::int32_t kBand = 64;  // lines of one tone
+  std::vector<KxPtr<IScanBuffer>> stripes;
+  for (std::int32_t y = 0; y < 2 * kBand; y += 2)
+    stripes.push_back(stripeOf(KxColorSpace::Grey, 256, y, 2, [](auto, auto l) { return l < kBand ? 0 : 255; }));
+  Feed feed(2048);  // a stripe is 16 reduced lines, and 4,096 of them are kept
+  for (std::size_t i = 0; i < 20000; ++i) feed.store->AddStripe(stripes[i % stripes.size()].get());
+  // A row for each 16 lines.
+  const auto screen = newScreen(1, 2500);
+  feed.store->PaintScan(screen.get(), {1.0 / 256, 1.0 / 16, 0, 0});
+  int light = 0, dark = 0;
+  for (std::int32_t y = 0; y < 2500; ++y) {
+    light += (screen->at(0, y) & 255) > 220 ? 1 : 0;
+    dark += (screen->at(0, y) & 255) < 35 ? 1 : 0;
+  }
+  EXPECT_GT(light, 750);
+  EXPECT_GT(dark, 750);
+}
+
 TEST(PreviewStor, PaintsEnlargedShrunkAndMirrored) {
   struct Case {
     CRDirectTfm tfm;
@@ -395,6 +414,7 @@ TEST(PreviewStor, StripesArriveWhileItIsPaintedAndReset) {
   Feed feed(400);
   std::atomic<bool> done = false;
   std::vector<KxPtr<IScanBuffer>> stripes;
+  stripes.reserve(8);
   for (std::int32_t i = 0; i < 8; ++i) stripes.push_back(stripeOf(KxColorSpace::Grey, 4000, i * 50, 50, shaded));
   std::thread scanner([&] {
     for (std::size_t i = 0; i < 400; ++i) feed.store->AddStripe(stripes[i % stripes.size()].get());
@@ -414,7 +434,6 @@ TEST(PreviewStor, StripesArriveWhileItIsPaintedAndReset) {
   EXPECT_GE(rows, 400 * 5 - 10) << "nothing is lost";
 }
 
-  stripes.reserve(8);
 TEST(PreviewStor, TheJoinedPictureIsThatOfTheCurrentMode) {
   const auto params = CSharedScanParams::acquire(nullptr, &makeEmptyStore);
   const std::vector<std::pair<std::int32_t, std::size_t>> classes{{0, 0}, {4, 0}, {5, 1}, {6, 2}, {7, 3}, {8, 0}};
