@@ -61,6 +61,10 @@ TEST(NextName, TheLatestRequestWinsAndNobodyWaitsForAFolder) {
   folder->awaitLooks(1);
   listener.ask("second");
   listener.ask("third");  // none of them has waited
+  folder->answer(1);
+  folder->awaitLooks(2);
+  QApplication::processEvents();
+  EXPECT_TRUE(listener.found.empty()) << "the answer to an older request is not shown";
   folder->answer(100);
   for (int i = 0; i < 1000 && listener.found.empty(); ++i) {
     QApplication::processEvents();

@@ -1,5 +1,6 @@
 /// Hosts and scanners that break, panels that go in the middle of something, and a scanner with its own settings.
 #include <fstream>
+#include <optional>
 #include <stdexcept>
 
 #include "control/focus_keeper.h"
@@ -136,25 +137,34 @@ TEST_F(PanelTest, APanelThatTheHostClosesInTheMiddleIsNotUsedAnyMore) {
 TEST_F(PanelTest, AHostThatClosesThePanelFromItsOwnCallsIsServedToo) {
   auto* noted = new NotedScript;
   hostScript = KxPtr<IScriptCmdSink>::adopt(noted);
-  for (const std::string place : {"script", "Scan", "Command 4", "started"}) {
+  std::ofstream(file("page.tif")) << "somebody's";
+  answer = EventAnswer::Yes;
+  for (const std::string place : {"script", "message", "Scan", "Command 4", "started"}) {
     SCOPED_TRACE(place);
     const auto unit = KxPtr<FakeUnit>::adopt(new FakeUnit);
     const auto front = KxPtr<FakeScannerApp>::adopt(new FakeScannerApp(app(), unit));
     ASSERT_TRUE(openOn(front.get()));
     smallPages(100);
-    noted->onCommand = [&](const std::string&) {
-      if (place == "script") close();
+    set("m_fFileFate", 2);
+    set("m_fUseAutoCounter", 0);
+    std::optional<std::size_t> requests;
+    const auto closeAt = [&](const std::string& here) {
+      if (place != here) return;
+      requests = unit->modes.size();
+      close();
     };
+    noted->onCommand = [&](const std::string&) { closeAt("script"); };
+    onMessage = [&] { closeAt("message"); };
     unit->onCall = [&](const std::string& call) {
       if (call == place) close();
     };
-    recorder->onStarted = [&] {
-      if (place == "started") close();
-    };
+    recorder->onStarted = [&] { closeAt("started"); };
     ASSERT_TRUE(control->Start(StartKind::Scan, 1));
     for (int i = 0; i < 200 && window(); ++i) QCoreApplication::processEvents();
     EXPECT_FALSE(window());
+    EXPECT_EQ(unit->modes.size(), requests.value_or(unit->modes.size())) << "the scanner is left alone";
     noted->onCommand = nullptr;
+    onMessage = nullptr;
     unit->onCall = nullptr;
     recorder->onStarted = nullptr;
     recorder->ended = false;

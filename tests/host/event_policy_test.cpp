@@ -35,7 +35,8 @@ TEST(EventPolicy, AnswersWithoutAPerson) {
     int heard = 0;
     options.onMessage = [&](const HostMessage& message) {
       ++heard;
-      EXPECT_EQ(message.text.find("QBHelp"), std::string::npos);
+      const std::string whole = c.text;
+      EXPECT_EQ(message.text, whole.substr(0, whole.find("$QBHelp")));
       return message.answer;
     };
     const auto events = New_HostApp(options).as<IEvents>();
