@@ -146,6 +146,8 @@ TEST(CheckSpace, AsksAPersonAndOnlyNotesWithoutOne) {
     const auto space = [&](const std::string&) { return c.free[std::min(look++, c.free.size() - 1)]; };
     EXPECT_EQ(checkSpace(v, world.app.as<IEvents>().get(), c.interactive, space), c.goesOn);
     EXPECT_EQ(world.messages.size(), c.messages);
+    for (const HostMessage& message : world.messages)
+      EXPECT_EQ(message.buttons, c.interactive ? EventButtons::RetryCancel : EventButtons::Ok) << message.text;
   }
 }
 

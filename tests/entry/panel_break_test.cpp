@@ -34,6 +34,7 @@ TEST_F(PanelTest, ARunThatBreaksKeepsItsFileAndTheUsersArea) {
     set("m_fMultiPage", 1);
     recorder->pages.clear();
     recorder->starts.clear();
+    recorder->published.clear();
     script->breaks = [&] { return closes && recorder->pages.size() == 1; };
     recorder->onPage = [&] {
       if (!closes) unit->fault = {UnitFaultCode::Jammed, "a jam"};
@@ -49,6 +50,8 @@ TEST_F(PanelTest, ARunThatBreaksKeepsItsFileAndTheUsersArea) {
     ASSERT_TRUE(recorder->waitEnded());
     EXPECT_EQ(recorder->cause, closes ? EndCause::Refused : EndCause::Device);
     EXPECT_EQ(filesIn(out.path()), std::vector<std::string>{"page.tif"});
+    ASSERT_EQ(recorder->published.size(), 1U) << "hosts hear of it";
+    EXPECT_EQ(recorder->published[0].first, file("page.tif"));
     QCoreApplication::processEvents();
     onMessage = nullptr;
     recorder->onStarted = nullptr;

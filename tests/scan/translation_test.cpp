@@ -1,6 +1,8 @@
 #include "quillbay/translation.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <QRegularExpression>
 #include <QTemporaryDir>
@@ -12,19 +14,33 @@
 
 namespace {
 
-/// A pseudo-language: every text in brackets that no English text has.
-std::string bracketed(std::string_view english) { return "\u27e8" + std::string(english) + "\u27e9"; }
+/// A pseudo-language: every text in brackets that no English text has; what is put into it stands outside them.
+std::string bracketed(std::string_view english) {
+  static const QRegularExpression kPlaces("(%[sd])");
+  QString text = QString::fromUtf8(english.data(), static_cast<qsizetype>(english.size()));
+  return u"\u27e8%1\u27e9"_qs.arg(text.replace(kPlaces, u"\u27e9\\1\u27e8"_qs)).toStdString();
+}
 
-/// The words outside the brackets that are neither option names nor values in quotes.
-QStringList leftInEnglish(const std::string& text) {
+/// What stands outside the brackets and is neither an option's name nor a value in quotes.
+QString outsideBrackets(const std::string& text) {
   static const QRegularExpression kNoText("\"[^\"]*\"|--?[a-z][a-z-]*|quillbay-scan|FILE.part");
   QString outside;
   int depth = 0;
   for (const QChar c : QString::fromStdString(text)) {
     depth += c == u'\u27e8' ? 1 : c == u'\u27e9' ? -1 : 0;
-    if (depth == 0) outside += c;
+    outside += depth == 0 ? c : u'|';
   }
-  return outside.remove(kNoText).split(QRegularExpression("[^a-z]+"), Qt::SkipEmptyParts);
+  return outside.remove(kNoText);
+}
+
+QStringList leftInEnglish(const std::string& text) {
+  return outsideBrackets(text).split(QRegularExpression("[^a-z]+"), Qt::SkipEmptyParts);
+}
+
+/// Names and numbers are put into texts as they are; two words in a row are English.
+bool holdsEnglish(const std::string& text) {
+  static const QRegularExpression kWords("\\b[a-z]{2,} [a-z]{2,}\\b");
+  return outsideBrackets(text).contains(kWords);
 }
 
 class ScanTranslation : public testing::Test {
@@ -95,9 +111,29 @@ TEST_F(ScanTranslation, WhatACommandLineIsRefusedWith) {
       wrong = failure.what();
     }
     EXPECT_NE(wrong.find("\u27e8"), std::string::npos) << arguments[0] << ' ' << wrong;
-    const std::string prefix = wrong.substr(0, wrong.find("\u27e8"));
-    EXPECT_LE(std::count(prefix.begin(), prefix.end(), ' '), 2) << wrong;
+    EXPECT_FALSE(holdsEnglish(wrong)) << wrong;
   }
+}
+
+TEST_F(ScanTranslation, WhatARunSays) {
+  const int nothing = open("/dev/null", O_RDONLY), input = dup(STDIN_FILENO);
+  dup2(nothing, STDIN_FILENO);
+  std::string wrong;
+  const ScanOptions options =
+      parseCommandLine({"-d", "sim:size=200x150,at=0x0,width=300,source=flatbed", "--mode", "grey", "-r", "50",
+                        "--batch", "--batch-prompt", "--json", "-o", m_home.filePath("a.tif").toStdString()},
+                       &wrong);
+  Reporter reporter(options);
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  EXPECT_EQ(runProgram(options, reporter), kDone) << wrong;
+  testing::internal::GetCapturedStdout();
+  const std::string said = testing::internal::GetCapturedStderr();
+  dup2(input, STDIN_FILENO);
+  close(nothing);
+  close(input);
+  EXPECT_NE(said.find("\u27e8Return"), std::string::npos) << said;
+  EXPECT_FALSE(holdsEnglish(said)) << said;
 }
 
 TEST_F(ScanTranslation, ListingsAreTranslated) {
