@@ -27,6 +27,14 @@ QPen dashedPen(const QColor& colour, qreal width, qreal offset) {
   return pen;
 }
 
+/// On a ground of many tones a square that is only inverted is lost.
+void paintHandles(QPainter& painter, const PaintedFrame& frame) {
+  painter.setPen(QPen(frame.isFragment ? Qt::red : Qt::blue, 1, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
+  for (int zone = kTopLeft; zone < kWhole; ++zone) {
+    painter.drawRect(QRectF(rectOf(handleOf(frame.pixels, zone))).adjusted(0.5, 0.5, -0.5, -0.5));
+  }
+}
+
 }  // namespace
 
 void paintFrames(QPainter& painter, std::span<const PaintedFrame> frames, int phase) {
@@ -44,6 +52,7 @@ void paintFrames(QPainter& painter, std::span<const PaintedFrame> frames, int ph
     const qreal offset = frame.isFragment ? kDash / 2 : 0;
     painter.setPen(dashedPen(frame.isFragment ? Qt::red : Qt::blue, frame.isActive ? 2 : 1, offset));
     painter.drawPolyline(outlineOf(frame.pixels, phase));
+    paintHandles(painter, frame);
   }
 }
 

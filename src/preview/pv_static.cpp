@@ -35,6 +35,7 @@ CPVStatic::CPVStatic(KxPtr<CSharedScanParams> params, IPanelController& controll
   setToolTip(QString::fromStdString(Supp_Translate("The document on the scanner, and the frames on it")));
   setMouseTracking(true);
   setFocusPolicy(Qt::StrongFocus);
+  setContextMenuPolicy(Qt::PreventContextMenu);  // the right button draws
   setAttribute(Qt::WA_OpaquePaintEvent);
   setMinimumSize(kLeastSize, kLeastSize);
   makeBar(m_across);

@@ -96,6 +96,16 @@ TEST_F(PVStatic, BeforeAPreviewMouseAndKeysDoNothing) {
   }
   picture.setRulersShown(true);
   save("empty");
+  preview();
+  for (const tagRRECT area : {tagRRECT{0, 0, 0.01, 900}, tagRRECT{0, 0, 0, 0}, tagRRECT{0, 0, 900, 0.01}}) {
+    params->set(scan_key::RcScan, area);
+    EXPECT_FALSE(picture.grab().isNull());
+  }
+  const auto flat = KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(100, {64, 64}, KxColorSpace::Four, nullptr));
+  params->previewStore->Reset();
+  params->previewStore->AddStripe(flat.get());
+  picture.rasterPlaced(kArea);
+  EXPECT_FALSE(picture.grab().isNull()) << "a colour space without a picture";
 }
 
 TEST_F(PVStatic, FramesAreMovedResizedAndDrawn) {
