@@ -34,7 +34,7 @@ class IProfile : public IKxUnknown {
  public:
   /// The section of a name with a reference; null when it does not exist and `create` is 0.
   virtual IParam* GetSection(std::string_view name, int create) = 0;
-  /// Writes the changes. Answers 1, or 0 (the host has reported why).
+  /// Writes the changes. Returns 1, or 0 (the host has reported why).
   virtual int Flush() = 0;
 };
 
@@ -66,7 +66,7 @@ class IScriptSyntaxParam : public IKxUnknown {
 /// Takes the script commands that the panel sends.
 class IScriptCmdSink : public IKxUnknown {
  public:
-  /// Answers 0 for success.
+  /// Returns 0 for success.
   virtual int ExecCommand(const char* command, IParam* arguments) = 0;
 };
 

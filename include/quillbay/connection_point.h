@@ -23,9 +23,9 @@ class IConnectionEnum : public IKxUnknown {
 template <class I>
 class IConnectionPoint : public IKxUnknown {
  public:
-  /// Answers 1, or 0 when the sink is null or subscribed already.
+  /// Returns 1, or 0 when the sink is null or subscribed already.
   virtual int Subscribe(I* sink) = 0;
-  /// Answers 1, or 0 when the sink is not subscribed.
+  /// Returns 1, or 0 when the sink is not subscribed.
   virtual int Unsubscribe(I* sink) = 0;
   virtual int IsSubscribed(I* sink) = 0;
   virtual KxPtr<IConnectionEnum<I>> Enumerate() = 0;
@@ -89,7 +89,7 @@ class TSinkImpl : public CKxUnknownImplStatic<I> {
  public:
   explicit TSinkImpl(T* owner) : m_owner(owner) {}
   ~TSinkImpl() override { Unsubscribe(); }
-  /// Subscribes to `point`, leaving the one before. Answers what the point answered.
+  /// Subscribes to `point`, leaving the one before. Returns what the point returned.
   int Subscribe(IConnectionPoint<I>* point) {
     Unsubscribe();
     if (!point || !point->Subscribe(this)) return 0;

@@ -62,17 +62,17 @@ class IQuillbayEvents : public IKxUnknown {
 /// The operations of a panel beyond `IQuillbaySink`; queried from it. Called on the user-interface thread.
 class IQuillbayControl : public IKxUnknown {
  public:
-  /// Sets a scan parameter through its setter (with its broadcast). Answers 1, or 0 with the reason, which lists
+  /// Sets a scan parameter through its setter (with its broadcast). Returns 1, or 0 with the reason, which lists
   /// what is allowed, in `*why`.
   virtual int SetParam(std::string_view key, const CKxVariant& value, std::string* why) = 0;
-  /// Reads a scan parameter. Answers 1, or 0 when there is none of that name.
+  /// Reads a scan parameter. Returns 1, or 0 when there is none of that name.
   virtual int GetParam(std::string_view key, CKxVariant* out) = 0;
   /// The names that `SetParam` and `GetParam` know.
   [[nodiscard]] virtual std::vector<std::string> GetParamKeys() = 0;
   /// Every key that a page of the current mode or the destination knows, with its value: what
   /// `IQuillbaySink::ApplyParams` takes.
   virtual int GetPageParams(IParam* out) = 0;
-  /// Starts, later on this thread. `count` pages for a batch, 0: until there are no more documents. Answers 1, or 0
+  /// Starts, later on this thread. `count` pages for a batch, 0: until there are no more documents. Returns 1, or 0
   /// when something runs already, or a start waits.
   virtual int Start(StartKind kind, int count) = 0;
   virtual int Stop(StopKind kind) = 0;

@@ -27,12 +27,12 @@ class IEvents : public IKxUnknown {
   virtual int Subject(const char* path, const char* cause) = 0;
   /// A page or a batch was finished; for hosts that sound or show it.
   virtual int Finished(int pages) = 0;
-  /// An event by number. Answers as `Message`.
+  /// An event by number. Returns the same as `Message`.
   virtual int Event(int code, const char* detail, int buttons) = 0;
   /// Shows a message. A help topic may end the text, between dollar signs ("...$QBHelp:IDH_MaskEmpty$",
   /// see splitEventText).
   virtual int Message(int kind, const char* text, int flags, int buttons) = 0;
-  /// Asks for a line of text; `secret` hides what is typed. Answers 1, or 0 without an answer. Any thread that
+  /// Asks for a line of text; `secret` hides what is typed. Returns 1, or 0 without an answer. Any thread that
   /// does not block the user-interface thread.
   virtual int AskText(const char* prompt, int secret, std::string* answer) = 0;
 };
@@ -41,7 +41,7 @@ class IEvents : public IKxUnknown {
 class IHelp : public IKxUnknown {
  public:
   /// Opens the manual at a topic: "QBHelp:IDH_MaskEmpty", or "SCANNER:IDH_ScanToFile" for a topic of a
-  /// scanner. Empty or unknown: the first page. Answers 1, or 0 when nothing was shown.
+  /// scanner. Empty or unknown: the first page. Returns 1, or 0 when nothing was shown.
   virtual int ShowTopic(const char* topic) = 0;
 };
 

@@ -33,14 +33,14 @@ struct FormatInfo {
 inline constexpr int kLoadSteps = 1000;
 
 /// Reads page `page` (from 0) of a picture file, upright for every orientation tag. `progress`
-/// may be null; its positions range from 0 to `kLoadSteps`. Answers null if it was cancelled. Throws
+/// may be null; its positions range from 0 to `kLoadSteps`. Returns null if it was cancelled. Throws
 /// CXFileException (for a truncated file it lists what can be read), or CXMemException when memory and scratch
 /// space ran out.
 [[nodiscard]] QUILLBAY_API KxPtr<IRStor> LoadRasterFile(const std::string& path, int page, IProgress* progress);
 
 /// Writes the rasters as the pages of one file; the extension of `path` chooses the format, `app` gives its options
 /// and the software tag (may be null). The file is written completely or not at all, and replaces an existing one
-/// only with `mayReplace`. Answers 1, or 0 when it was cancelled. Throws CXFileException for pages that cannot be
+/// only with `mayReplace`. Returns 1, or 0 when it was cancelled. Throws CXFileException for pages that cannot be
 /// written, also for several pages in a format with one.
 QUILLBAY_API int SaveRasterFile(IApp* app, const std::vector<KxPtr<IRStor>>& pages, const std::string& path,
                                 bool mayReplace, IProgress* progress);

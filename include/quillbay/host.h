@@ -66,19 +66,19 @@ struct HostPage {
 /// that no other page ever gets. User-interface thread.
 class IHostPages : public IKxUnknown {
  public:
-  /// Adds a page and makes it the current one. Answers its number, or 0 if it was refused.
+  /// Adds a page and makes it the current one. Returns its number, or 0 if it was refused.
   virtual int Add(const HostPage& page) = 0;
   /// The page that commands apply to; 0 without one.
   virtual int GetCurrent() = 0;
-  /// Answers 1 and stores the page, or 0 when there is none (any more).
+  /// Returns 1 and stores the page, or 0 when there is none (any more).
   virtual int GetPage(int id, HostPage* out) = 0;
-  /// Replaces the raster of a page, which is then unsaved. Answers 1, or 0 without the page.
+  /// Replaces the raster of a page, which is then unsaved. Returns 1, or 0 without the page.
   virtual int Replace(int id, IRStor* raster) = 0;
-  /// The page was written into a file. Answers 1, or 0 without the page.
+  /// The page was written into a file. Returns 1, or 0 without the page.
   virtual int NoteSaved(int id, const std::string& file) = 0;
   /// A file was overwritten: its pages are no longer in it, unless `NoteSaved` follows.
   virtual void NoteOverwritten(const std::string&) {}
-  /// Closes a page. Answers 1, or 0 without it.
+  /// Closes a page. Returns 1, or 0 without it.
   virtual int Remove(int id) = 0;
   [[nodiscard]] virtual int CountUnsaved() = 0;
   /// Closes all pages, or with `unsavedToo` 0 the saved ones.
@@ -107,12 +107,12 @@ struct HostOptions {
   std::function<void(const std::string& category, const std::string& text)> onNote;
   /// Called for every file that a script command of the panel wrote a page into ("IntAddPage", "/SaveAs").
   std::function<void(const std::string& file)> onSaved;
-  /// Lets the user choose a scanner: stores its device name and answers true, or false if the user cancelled.
+  /// Lets the user choose a scanner: stores its device name and returns true, or false if the user cancelled.
   /// Empty: giving up. A simulated scanner is used only when it is chosen by its name.
   std::function<bool(IScanManager* manager, std::string* device)> chooseScanner;
   /// The program watches for a missing scanner (`IScannerWatch`): opening the current one never searches.
   bool watchesScanner = false;
-  /// Shows a page of the manual in a window of the program and answers that window, or null on failure; `page`
+  /// Shows a page of the manual in a window of the program and returns that window, or null on failure; `page`
   /// comes from `FindManualPage`. The window is brought to the front for it, over an open message as well. Empty: a
   /// plain window.
   std::function<QWidget*(const std::string& page)> showManual;
@@ -140,7 +140,7 @@ class IHostApp : public IApp {
   virtual void SetCloseHandler(std::function<bool()> handler) = 0;
   /// The documents of the host's own list. A saved page leaves it when the next page is added.
   [[nodiscard]] virtual std::vector<HostDocument> GetDocuments() = 0;
-  /// Sets an option of a file format for this run, over the saved one. Answers 1, or 0 with the reason, which lists
+  /// Sets an option of a file format for this run, over the saved one. Returns 1, or 0 with the reason, which lists
   /// what is allowed, in `*why`.
   virtual int SetFormatOption(std::string_view format, std::string_view key, std::string_view value,
                               std::string* why) = 0;
@@ -161,14 +161,14 @@ struct RecoverTarget {
   bool increment = false;   ///< otherwise a counter after the name is increased until the name is free
 };
 
-/// Publishes the finished pages of a part that a killed program left ("NAME.part", or "NAME.part.N"). Answers 1 and
+/// Publishes the finished pages of a part that a killed program left ("NAME.part", or "NAME.part.N"). Returns 1 and
 /// stores the file's name in `*file`, or 0 with the reason in `*why`, and changes nothing: no such part, no
 /// finished page in it, a running program writes it, the target has another format, or it exists.
 QUILLBAY_API int RecoverPart(const std::string& part, const RecoverTarget& target, std::string* file,
                              std::string* why);
 
 /// Reads a length that a user typed: in the user's locale and also with a dot, with or without a unit
-/// ("25,4", "25.4 mm", "1 in", "1\"", "2 cm", "3 ft"); without one it is millimetres. Answers 1, or 0 if the text
+/// ("25,4", "25.4 mm", "1 in", "1\"", "2 cm", "3 ft"); without one it is millimetres. Returns 1, or 0 if the text
 /// is not a length.
 QUILLBAY_API int ParseLengthMm(std::string_view text, double* millimetres);
 

@@ -20,9 +20,9 @@ inline constexpr char kMessageWindowMark[] = "quillbayMessageWindow";
 class IInterfaceRegistry : public IKxUnknown {
  public:
   /// From now on a query for `type` gets the `type` of `object`, which is held; the latest of a type counts.
-  /// Answers 1, or 0 when the object has no such interface.
+  /// Returns 1, or 0 when the object has no such interface.
   virtual int Register(const std::type_info& type, IKxUnknown* object) = 0;
-  /// Lets go of the object. Answers 1, or 0 when it was not registered.
+  /// Releases the object. Returns 1, or 0 when it was not registered.
   virtual int Withdraw(const std::type_info& type, IKxUnknown* object) = 0;
 };
 

@@ -13,12 +13,12 @@ namespace quillbay {
 /// Interfaces live in named namespaces: a query compares `type_info`, also across loaded libraries.
 class IKxUnknown {
  public:
-  /// Adds a reference; answers the new count.
+  /// Adds a reference; returns the new count.
   virtual std::uint32_t AddRef() = 0;
-  /// Gives a reference back; answers the new count. The object may be destroyed.
+  /// Gives a reference back; returns the new count. The object may be destroyed.
   virtual std::uint32_t Release() = 0;
   /// Stores the object's `wanted` (a pointer to exactly that interface) in `*out` and adds a reference.
-  /// Answers non-zero when the object has it; otherwise `*out` is left as it was.
+  /// Returns non-zero when the object has it; otherwise `*out` is left as it was.
   virtual int QueryInterface(const std::type_info& wanted, void** out) = 0;
 
  protected:

@@ -65,16 +65,16 @@ inline double CKxVariant::toDouble(double otherwise) const noexcept {
 /// the spelling of their first write. Not thread-safe, unless an implementation says so.
 class IParam : public IKxUnknown {
  public:
-  /// Stores the value of `key` in `*out`. Answers 1, or 0 when there is none (`*out` stays as it was).
+  /// Stores the value of `key` in `*out`. Returns 1, or 0 when there is none (`*out` stays as it was).
   virtual int GetValue(std::string_view key, CKxVariant* out) = 0;
   /// The sub-store of a path, its names parted by a backslash or a slash, with a reference.
   /// With `create` 0 null when it does not exist; otherwise it is made.
   virtual IParam* GetSubStore(std::string_view path, int create) = 0;
-  /// Stores `value` under `key`; an empty value removes the key. Answers 1.
+  /// Stores `value` under `key`; an empty value removes the key. Returns 1.
   virtual int SetValue(std::string_view key, const CKxVariant& value) = 0;
-  /// Removes a key. Answers 1, or 0 when there was none.
+  /// Removes a key. Returns 1, or 0 when there was none.
   virtual int Remove(std::string_view key) = 0;
-  /// Removes a sub-store with all that it holds. Answers 1, or 0 when there was none.
+  /// Removes a sub-store with all that it holds. Returns 1, or 0 when there was none.
   virtual int RemoveSubStore(std::string_view path) = 0;
   /// The keys, in the order of their first write.
   [[nodiscard]] virtual std::vector<std::string> GetKeys() = 0;
@@ -86,7 +86,7 @@ class IParam : public IKxUnknown {
 QUILLBAY_API KxPtr<IParam> new_MemParam();
 
 /// Copies every value and every nested store of `source` over those of `destination`; what `source` lacks stays.
-/// Answers 1, or 0 when one of them is null.
+/// Returns 1, or 0 when one of them is null.
 QUILLBAY_API int Param_CopyTo(IParam* source, IParam* destination);
 
 /// Typed reading with a fallback for a key that is missing or of another type. `set` may be null.

@@ -17,11 +17,11 @@ enum class PreviewCommand : int {
   Show = 32851,              ///< brings the preview to the front
 };
 
-/// A panel's preview; queried from its `IQuillbaySink`. User-interface thread only. Operations answer 0 where the
+/// A panel's preview; queried from its `IQuillbaySink`. User-interface thread only. Operations return 0 where the
 /// panel has no preview.
 class IPreviewControl : public IKxUnknown {
  public:
-  /// Gives a command as if its button had been pressed. Answers 1, or 0 when it cannot be given now.
+  /// Gives a command as if its button had been pressed. Returns 1, or 0 when it cannot be given now.
   virtual int PreviewCommand(quillbay::PreviewCommand command) = 0;
   virtual int IsPreviewCommandEnabled(quillbay::PreviewCommand command) = 0;
   /// Non-zero for a toggle that is on.

@@ -22,14 +22,14 @@ enum eTarnwellMode : std::int32_t {
   ScanToViewMultiPage = 6502,  ///< Scan To View, with multi-page output from the start
 };
 
-/// Answer of panel operations that need a window when there is none.
+/// Result of panel operations that need a window when there is none.
 inline constexpr int kNoWindow = 40;
 
-/// The host's handle on a panel; without its window it answers `kNoWindow`. `ApplyParams` and `DoCommand` may be
+/// The host's handle on a panel; without its window it returns `kNoWindow`. `ApplyParams` and `DoCommand` may be
 /// called on any thread: they are posted. It also answers queries for `IQuillbayControl` and `IRGetSource`.
 class IQuillbaySink : public IKxUnknown {
  public:
-  /// Switches the synchronisation with the host's view. Answers 32 when the host gave no view.
+  /// Switches the synchronisation with the host's view. Returns 32 when the host gave no view.
   virtual int EnableViewSync(int enable) = 0;
   /// Copies `params` and applies them to the pages later, without notifications.
   virtual int ApplyParams(IParam* params) = 0;
@@ -37,7 +37,7 @@ class IQuillbaySink : public IKxUnknown {
   virtual int DoCommand(int code) = 0;
 };
 
-/// Creates the panel as a child of `parent`. `view`, `script` and `out` may be null. Answers the panel's window,
+/// Creates the panel as a child of `parent`. `view`, `script` and `out` may be null. Returns the panel's window,
 /// owned by `parent`, or null when no scanner could be connected or the mode is unknown; `out` is then left as it
 /// was. Needs a running QApplication, on its thread.
 QUILLBAY_API HWND New_Quillbay(IApp* app, CWnd* parent, IKxView* view, IScriptCmdSink* script, IQuillbaySink** out,
@@ -46,7 +46,7 @@ QUILLBAY_API HWND New_Quillbay(IApp* app, CWnd* parent, IKxView* view, IScriptCm
 /// A docking bar with a window in it.
 class KxDockBar {
  public:
-  /// Puts a window into the bar, which owns it from then on, and shows the bar. Answers 1, or 0 without a window. 0
+  /// Puts a window into the bar, which owns it from then on, and shows the bar. Returns 1, or 0 without a window. 0
   virtual int Attach(HWND window) = 0;
   /// The bar's window: the QDockWidget that a host moves, hides or closes. The bar is destroyed with this window.
   /// 1
@@ -67,7 +67,7 @@ class KxDockBar {
 /// is destroyed with its main window sends it as well, and ignores the answer. A destroyed bar ends its scan;
 /// finished pages are kept.
 ///
-/// Answers null, with a line in the log, and changes nothing, `out` included, if there is no
+/// Returns null, with a line in the log, and changes nothing, `out` included, if there is no
 /// application object, no scanner could be connected or the mode is unknown. Needs a running QApplication, on its
 /// thread.
 QUILLBAY_API KxDockBar* New_QuillbayBar(IScriptCmdSink* script, IQuillbaySink** out, eTarnwellMode mode);

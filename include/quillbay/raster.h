@@ -15,14 +15,14 @@ namespace quillbay {
 class IAccessContext : public IKxUnknown {
  public:
   /// Copies `count` pixels of `line` from pixel `x` on into `buffer`. A run list is copied whole, with its `RunEnd`
-  /// (`x` and `count` are not used; `IARSContext::GetLineSize` tells the room). Answers 1, or 0 outside the raster.
+  /// (`x` and `count` are not used; `IARSContext::GetLineSize` tells the room). Returns 1, or 0 outside the raster.
   virtual int ReadLine(std::int32_t line, std::int32_t x, std::int32_t count, void* buffer) = 0;
-  /// Writes `count` pixels of `line` from pixel `x` on; a run list replaces the whole line. Answers 1, or 0 for a
+  /// Writes `count` pixels of `line` from pixel `x` on; a run list replaces the whole line. Returns 1, or 0 for a
   /// raster that cannot be written or a place outside it. Throws CXMemException when space ran out.
   virtual int WriteLine(std::int32_t line, std::int32_t x, std::int32_t count, const void* buffer) = 0;
   /// Entries of the palette; 0 where there is none.
   virtual int GetColorCount() = 0;
-  /// Copies the palette's entries to `out`. Answers their count.
+  /// Copies the palette's entries to `out`. Returns their count.
   virtual int GetPalette(KXRGBQUAD* out) = 0;
 };
 
@@ -32,7 +32,7 @@ class IRGBContext : public IAccessContext {};
 /// Lines of codes 4, 8 and 16, and the palette.
 class IPalContext : public IAccessContext {
  public:
-  /// Sets `count` entries (at most 256) of the palette. Answers 1, or 0.
+  /// Sets `count` entries (at most 256) of the palette. Returns 1, or 0.
   virtual int SetPalette(const KXRGBQUAD* entries, int count) = 0;
 };
 
@@ -57,7 +57,7 @@ class IRStorColors : public IKxUnknown {
 /// A raster that grows by lines.
 class IRStorAddStripe : public IKxUnknown {
  public:
-  /// Adds `count` blank lines (white) after the first `after` lines, in `plane` 0. Answers 1, or 0.
+  /// Adds `count` blank lines (white) after the first `after` lines, in `plane` 0. Returns 1, or 0.
   /// Throws CXMemException when memory or scratch space ran out.
   virtual int AddLines(int plane, std::int32_t after, std::int32_t count) = 0;
 };
@@ -87,7 +87,7 @@ class IProgress : public IKxUnknown {
   virtual void SetText(const char* text) = 0;
   /// Advances by one step.
   virtual void Step() = 0;
-  /// Sets the position (a running number; 0 is the start); answers the one before.
+  /// Sets the position (a running number; 0 is the start); returns the one before.
   virtual int SetPosition(int position) = 0;
   virtual void Reset() = 0;
   /// Non-zero: the user cancelled.
@@ -97,7 +97,7 @@ class IProgress : public IKxUnknown {
 /// Draws a raster scaled: bitonal ones keep their dark lines when shrunk, all others average areas.
 class IRStorDraw : public IKxUnknown {
  public:
-  /// Draws what `tfm` maps into the target's clip. Answers 1; 0 when cancelled.
+  /// Draws what `tfm` maps into the target's clip. Returns 1; 0 when cancelled.
   virtual int Draw(IRasterDC* target, const CRDirectTfm& tfm, IProgress* progress) = 0;
 };
 
@@ -106,7 +106,7 @@ class IRStorDraw : public IKxUnknown {
 class IRStorLevels : public IKxUnknown {
  public:
   /// Works on the lines that lack their levels, for about `milliseconds` (a negative number: to the end). While
-  /// lines lack them, drawing shows single source pixels there in place of averages. Answers 1 when all lines have
+  /// lines lack them, drawing shows single source pixels there in place of averages. Returns 1 when all lines have
   /// their levels, or can have none since space ran out; 0 when there is more to do. Any thread.
   virtual int MakeLevels(int milliseconds) = 0;
   /// Lines that the levels have taken in. Any thread.
@@ -161,7 +161,7 @@ class IRStor : public IKxUnknown {
 class IStripeReader : public IKxUnknown {
  public:
   /// The next stripe with a reference, and how many of its lines count. Blocks until there is one.
-  /// Answers 1, or 0 at the page's end (or when the page was abandoned: `WasAbandoned`).
+  /// Returns 1, or 0 at the page's end (or when the page was abandoned: `WasAbandoned`).
   virtual int NextStripe(IScanBuffer** out, std::int32_t* lines) = 0;
   /// Non-zero when the page ended because it was abandoned: nothing of it may be published.
   virtual int WasAbandoned() = 0;

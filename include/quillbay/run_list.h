@@ -37,7 +37,7 @@ void eachRun(const std::uint32_t* runs, std::int32_t width, Take&& take) {
 }
 
 /// The list of what `eachRun` takes, with its `RunEnd`; `out` may be `runs`, and takes at most as many words as the
-/// list has. Answers the runs that are left.
+/// list has. Returns the runs that are left.
 inline std::size_t repairRuns(const std::uint32_t* runs, std::int32_t width, std::uint32_t* out) noexcept {
   std::size_t kept = 0;
   eachRun(runs, width, [&](std::uint32_t first, std::uint32_t last) {
@@ -164,7 +164,7 @@ class RunListWriter {
     m_runs[m_count] = change - static_cast<std::uint32_t>(m_count & 1);
     ++m_count;
   }
-  /// Ends a run that is open at `width`, then the list, by `RunEnd` and a zero word. Answers the runs.
+  /// Ends a run that is open at `width`, then the list, by `RunEnd` and a zero word. Returns the runs.
   std::size_t finish(std::uint32_t width) noexcept {
     if (m_count & 1) (*this)(width);
     m_runs[m_count] = RunEnd;
@@ -177,7 +177,7 @@ class RunListWriter {
   std::size_t m_count = 0;
 };
 
-/// The run list of a packed line, with `RunEnd` and a zero word; `runs` has room for width + 3 words. Answers the
+/// The run list of a packed line, with `RunEnd` and a zero word; `runs` has room for width + 3 words. Returns the
 /// runs.
 inline std::size_t bitsToRuns(const std::uint8_t* bits, std::int32_t width, std::uint32_t* runs) noexcept {
   RunListWriter writer(runs);

@@ -15,7 +15,7 @@ class IRStor;
 /// it was handed on, so any thread may read it; who keeps it adds a reference.
 class IScanBuffer : public IKxUnknown {
  public:
-  /// Stores the width in pixels and the line count in `*out` and answers `out`.
+  /// Stores the width in pixels and the line count in `*out` and returns `out`.
   virtual KxSize* GetSize(KxSize* out) = 0;
   /// The bytes of line `i`, 0 <= i < line count; valid while the stripe is held.
   virtual const std::uint8_t* GetLine(std::int32_t i) = 0;
@@ -26,12 +26,12 @@ class IScanBuffer : public IKxUnknown {
   virtual const KXRGBQUAD* GetPalette() = 0;
   /// Dots per inch.
   virtual std::uint32_t GetResolution() = 0;
-  /// Writes all lines into `raster` from line `first` on, growing it. Answers 1; 0 when it cannot take lines.
+  /// Writes all lines into `raster` from line `first` on, growing it. Returns 1; 0 when it cannot take lines.
   /// Throws CXMemException when the raster's memory or scratch space ran out.
   virtual int AddToRaster(std::int32_t first, IRStor* raster) = 0;
-  /// Makes a raster of the stripe's size, colour space and resolution and fills it. Answers 1, or 0.
+  /// Makes a raster of the stripe's size, colour space and resolution and fills it. Returns 1, or 0.
   virtual int CreateRaster(IRStor** out) = 0;
-  /// Appends copies of another stripe's lines, where the stripe can grow. Answers 1, or 0.
+  /// Appends copies of another stripe's lines, where the stripe can grow. Returns 1, or 0.
   virtual int AppendBuffer(IScanBuffer* other) = 0;
 };
 
@@ -57,7 +57,7 @@ class IPackedLines : public IKxUnknown {
 /// Takes lines one by one.
 class IRasterFiller : public IKxUnknown {
  public:
-  /// Takes line `line`; the bytes are copied. Answers 1, or 0 when there is nothing to fill.
+  /// Takes line `line`; the bytes are copied. Returns 1, or 0 when there is nothing to fill.
   virtual int AddLine(std::int32_t line, const std::uint8_t* bytes) = 0;
 };
 

@@ -36,7 +36,7 @@ enum ScanAreaType : std::int32_t {
 /// What happens when an output file exists (`key::FileFate`).
 enum FileFate : std::int32_t { kFateIncrement = 0, kFateOverwrite = 1, kFateAsk = 2 };
 
-/// What `IQuillbayUnit::GetCentring` answers; with other values the user chooses (`key::Center`).
+/// What `IQuillbayUnit::GetCentring` returns; with other values the user chooses (`key::Center`).
 enum Centring : std::int32_t { kAlwaysCentres = 1, kNeverCentres = 2 };
 
 /// Bits of `key::Autodetect`; 0 turns detection off.

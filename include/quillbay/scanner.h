@@ -21,7 +21,7 @@ class IQuillbaySink;
 /// Codes of `IQuillbayUnit::Command`.
 enum class UnitCommand : int {
   Run = 0,       ///< run the scan that `Scan` armed
-  Stop = 1,      ///< stop it; answers at once, `ScanEnded(2)` follows
+  Stop = 1,      ///< stop it; returns at once, `ScanEnded(2)` follows
   Close = 2,     ///< stop and close the device; the unit stays usable
   IsLoaded = 4,  ///< is a document loaded? non-zero: yes (or the device cannot tell)
   UnloadForward = 5,
@@ -39,9 +39,9 @@ struct UnitResolution {
 class IQuillbayUnit : public IKxUnknown {
  public:
   /// Stores the resolutions for a scan mode (0-7) in `*out`, ascending. For a device with a range: usual values
-  /// within it, from 50 dpi or the device's minimum above it. Answers their count.
+  /// within it, from 50 dpi or the device's minimum above it. Returns their count.
   virtual int GetResolutions(std::vector<UnitResolution>* out, int mode) = 0;
-  /// Takes over the settings of `request` and arms a scan for `sink`. Answers 1, or 0 with the reason in the unit's
+  /// Takes over the settings of `request` and arms a scan for `sink`. Returns 1, or 0 with the reason in the unit's
   /// `IUnitFault`: an invalid number or one out of range is reported, never replaced.
   /// Keys read (see scan_keys.h): `Mode`, `ImageDpi`, `Rect` (top = bottom: to the end of the document; none: the
   /// whole bed), `RequestType`, `BatchMode`, `PaperLength` (used where the device cannot find the document's end),
@@ -66,7 +66,7 @@ class IQuillbayUnit : public IKxUnknown {
 /// unit.
 class IUnitResolutionRange : public IKxUnknown {
  public:
-  /// Stores the bounds in dots per inch for a scan mode. Answers 1, or 0 when only the listed ones are taken.
+  /// Stores the bounds in dots per inch for a scan mode. Returns 1, or 0 when only the listed ones are taken.
   virtual int GetRange(int mode, std::int32_t* least, std::int32_t* most) = 0;
 };
 
@@ -76,11 +76,11 @@ enum class UnitSource : int { Flatbed = 0, Feeder = 1, Duplex = 2 };
 /// Whether a unit feeds documents, and from which source; queried from the unit. User-interface thread.
 class IUnitMedia : public IKxUnknown {
  public:
-  /// The sources that the device offers, in the order of `UnitSource`. Answers their count; at least one.
+  /// The sources that the device offers, in the order of `UnitSource`. Returns their count; at least one.
   virtual int GetSources(std::vector<UnitSource>* out) = 0;
   /// The one that the next scan uses.
   [[nodiscard]] virtual UnitSource GetSource() = 0;
-  /// Chooses the source of the next scans. Answers 1, or 0 with the reason (which lists the sources) in `*why`,
+  /// Chooses the source of the next scans. Returns 1, or 0 with the reason (which lists the sources) in `*why`,
   /// which may be null.
   virtual int SetSource(UnitSource source, std::string* why) = 0;
   /// Non-zero if the current source feeds the next document and reports when it is empty: a batch then continues
@@ -97,7 +97,7 @@ struct UnitKeyRange {
 /// Which keys of a request a unit knows beside those of `IQuillbayUnit::Scan`; queried from the unit.
 class IUnitKeyRanges : public IKxUnknown {
  public:
-  /// Stores the range of a key: `key::numbered(key::Level, mode)` and the like. Answers 1, or 0 when the unit does
+  /// Stores the range of a key: `key::numbered(key::Level, mode)` and the like. Returns 1, or 0 when the unit does
   /// not know the key; `*out` stays as it was. The unit refuses values outside the range.
   virtual int GetKeyRange(std::string_view key, UnitKeyRange* out) = 0;
 };
@@ -166,13 +166,13 @@ class IUnitOptions : public IKxUnknown {
  public:
   [[nodiscard]] virtual std::vector<UnitOption> GetOptions() = 0;
   /// Sets the value that the user wants. It is stored separately from the value of the device and applied again
-  /// before every scan. A button is pressed once, whatever the value. Answers 1, or 0 with the reason (which lists
+  /// before every scan. A button is pressed once, whatever the value. Returns 1, or 0 with the reason (which lists
   /// the allowed values) in `*why`.
   virtual int SetOption(std::string_view name, std::string_view value, std::string* why) = 0;
-  /// Writes the options set since the unit was opened, a text under each option's name. Answers 1.
+  /// Writes the options set since the unit was opened, a text under each option's name. Returns 1.
   virtual int SaveOptions(IParam* out) = 0;
   /// Sets the options that `SaveOptions` wrote. Those that the device refuses are skipped, with a line in the log.
-  /// Answers 1.
+  /// Returns 1.
   virtual int LoadOptions(IParam* in) = 0;
 };
 
@@ -198,7 +198,7 @@ inline constexpr int kListLimitSeconds = 15;
 class IScanManager : public IKxUnknown {
  public:
   /// The devices, listed in a helper process; takes seconds. Simulated ones come last.
-  /// Answers 1, or 0 with the reason in `*why`; the devices found so far are in `*out`.
+  /// Returns 1, or 0 with the reason in `*why`; the devices found so far are in `*out`.
   virtual int List(std::vector<ScannerEntry>* out, std::string* why) = 0;
   /// The current scanner with a reference, opened at the first call: the device that was set, else the one of
   /// SANE_DEFAULT_DEVICE, else the remembered one (found again by vendor, model and name when it is gone under its
@@ -207,21 +207,21 @@ class IScanManager : public IKxUnknown {
   /// `NoScanner`, or the fault. Nothing is listed for a host that watches (`new_IScanManagerEx`, 2): without a
   /// known scanner it gets `NotChosen` and no choices at once.
   virtual IScan* GetCurrent() = 0;
-  /// Makes a device the current one; nothing is opened yet. Answers 1, or 0 for an empty or malformed string
+  /// Makes a device the current one; nothing is opened yet. Returns 1, or 0 for an empty or malformed string
   /// (reason in `*why`).
   virtual int SetCurrent(std::string_view device, std::string* why) = 0;
-  /// Lets the user choose (through the application's `IScannerChooser`). Answers 1 when another was chosen, 0
+  /// Lets the user choose (through the application's `IScannerChooser`). Returns 1 when another was chosen, 0
   /// if the user cancelled or cannot be asked.
   virtual int Choose(int reason) = 0;
   /// Gives the manager the folder of the host's program, and the store of its settings (null: nothing is kept).
   virtual int Initialise(std::string_view folder, IParam* settings, int flags) = 0;
   /// The manager's name for a scanner: vendor, model and name.
   [[nodiscard]] virtual std::string GetScannerName(IScan* scanner) = 0;
-  /// Writes the current device into the settings store. Answers 1, or 0 without a store.
+  /// Writes the current device into the settings store. Returns 1, or 0 without a store.
   virtual int Remember() = 0;
   /// Whether a device is known without asking: set, in SANE_DEFAULT_DEVICE, or remembered.
   virtual int HasCurrent() = 0;
-  /// The real scanners that `GetCurrent` found and could not choose from, without another search. Answers their
+  /// The real scanners that `GetCurrent` found and could not choose from, without another search. Returns their
   /// count.
   virtual int GetChoices(std::vector<ScannerEntry>* out) = 0;
 };
@@ -229,19 +229,19 @@ class IScanManager : public IKxUnknown {
 /// Finds a scanner that was disconnected and connected again; queried from the manager.
 class IScannerWatch : public IKxUnknown {
  public:
-  /// Stores the identity of the current scanner. Answers 1, or 0 if none is known, or it is a simulated one, which
+  /// Stores the identity of the current scanner. Returns 1, or 0 if none is known, or it is a simulated one, which
   /// is never missing. User-interface thread.
   virtual int GetWanted(ScannerEntry* out) = 0;
   /// Searches for the scanner in a helper process: under its name, also if no driver lists it, or under another
   /// name with the same vendor, model and type. Takes seconds; any thread. `stopped` (may be empty) is called
-  /// several times a second and ends the search. Answers 1 with the device in `*found`, or 0 (`*why` holds the
+  /// several times a second and ends the search. Returns 1 with the device in `*found`, or 0 (`*why` holds the
   /// reason if the search failed).
   virtual int Find(const ScannerEntry& lost, ScannerEntry* found, std::string* why,
                    const std::function<bool()>& stopped) = 0;
-  /// Opens the device of `Find` as the current scanner, which keeps its name and settings. Answers 1, or 0 with the
+  /// Opens the device of `Find` as the current scanner, which keeps its name and settings. Returns 1, or 0 with the
   /// reason in `*why`: the current scanner is then unavailable. User-interface thread.
   virtual int Reopen(const ScannerEntry& found, std::string* why) = 0;
-  /// `IScanManager::List` that can be cancelled: `stopped` is called several times a second. Answers 0 if it ended
+  /// `IScanManager::List` that can be cancelled: `stopped` is called several times a second. Returns 0 if it ended
   /// the search, with the devices found so far.
   virtual int ListUntil(std::vector<ScannerEntry>* out, std::string* why, const std::function<bool()>& stopped) = 0;
 };
@@ -249,7 +249,7 @@ class IScannerWatch : public IKxUnknown {
 /// The host's dialog for the choice of a scanner.
 class IScannerChooser : public IKxUnknown {
  public:
-  /// Stores the chosen device in `*device`. Answers 1, or 0 if the user cancelled.
+  /// Stores the chosen device in `*device`. Returns 1, or 0 if the user cancelled.
   virtual int ChooseScanner(IScanManager* manager, std::string* device) = 0;
 };
 
@@ -259,7 +259,7 @@ class IScannerChooser : public IKxUnknown {
 QUILLBAY_API KxPtr<IScanManager> new_IScanManagerEx(IApp* app, int flags);
 
 /// Whether a device string opens a simulated scanner: its keys, their values, and its picture files, whose start
-/// is read. Answers 1, or 0 with the reason (one line for users) in `*why`. Any thread.
+/// is read. Returns 1, or 0 with the reason (one line for users) in `*why`. Any thread.
 QUILLBAY_API int CheckSimulatedDevice(std::string_view device, std::string* why);
 
 }  // namespace quillbay

@@ -5,14 +5,14 @@
 
 namespace quillbay {
 
-/// Formats and parses values of one kind. Operations that a unit does not support answer 0.
+/// Formats and parses values of one kind. Operations that a unit does not support return 0.
 class IUnit : public IKxUnknown {
  public:
   virtual int GetKind() = 0;
   virtual int GetPrecision() = 0;
   /// The value without a unit name. Returns the text's length (or the room that it needs).
   virtual int FormatValue(double value, char* buffer, int size) = 0;
-  /// Parses a text into a value. Answers 1, or 0 when it is none.
+  /// Parses a text into a value. Returns 1, or 0 when it is none.
   virtual int ParseValue(const char* text, double* value) = 0;
   virtual int FormatPair(const double* values, char* buffer, int size) = 0;
   virtual int ParsePair(const char* text, double* values) = 0;
@@ -39,7 +39,7 @@ class ILinearUnit : public IKxUnknown {
   virtual int Reserved8() = 0;
   virtual int Reserved9() = 0;
   /// Reads what users type in their locale, with or without a unit ("25,4", "25.4 mm", "1 in"); the answer is in
-  /// this unit. Answers 1, or 0 if the text is not a length. 10
+  /// this unit. Returns 1, or 0 if the text is not a length. 10
   virtual int ParseValue(const char* text, double* value) = 0;
   virtual int Reserved11() = 0;
   virtual int GetDecimals() = 0;        // 12

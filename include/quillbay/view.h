@@ -87,7 +87,7 @@ class IKxViewPaintReactor : public IKxUnknown {
   virtual int Painted(IKxViewPort* view) = 0;
   /// The window of the view is about to be destroyed. 6
   virtual int Closing(IKxViewPort* view) = 0;
-  /// The document rectangle (mm, top < bottom) of what is drawn. Answers 1, or 0 when there is nothing. 7
+  /// The document rectangle (mm, top < bottom) of what is drawn. Returns 1, or 0 when there is nothing. 7
   virtual int GetArea(IKxViewPort* view, tagRRECT* out) = 0;
 };
 
@@ -143,7 +143,7 @@ class IKxViewKeySink : public IKxUnknown {
 /// User-interface thread only.
 ///
 /// Others join in through four connection points, queried from it: `IConnectionPoint<IKxViewZoomSink>`,
-/// `...<IKxViewPaintReactor>`, `...<IKxViewMouseReactor>` and `...<IKxViewKeySink>`. Operations answer 1, or 0 when
+/// `...<IKxViewPaintReactor>`, `...<IKxViewMouseReactor>` and `...<IKxViewKeySink>`. Operations return 1, or 0 when
 /// they did nothing (the transform was refused, or the window is destroyed).
 class IKxViewPort : public IKxUnknown {
  public:
@@ -223,14 +223,14 @@ class IStdColorsParam : public IKxUnknown {
 /// A new view port in a window of its own, a child of `parent`. It also answers queries for `IKxView`,
 /// `ICmdProcess` and `IViewCtx`. Settings come from the `IProfile` of `app`, which may be null: section "Scroll"
 /// with "ArrowsScrollStep" (per cent of the client size, 1.0) and "WheelScaleStep" (0.3), "Cursor" with "Color",
-/// "View" with "HalfTonePaint" (1). The window keeps the view port alive; without its window it answers 0.
+/// "View" with "HalfTonePaint" (1). The window keeps the view port alive; without its window it returns 0.
 QUILLBAY_API KxPtr<IKxViewPort> new_ViewPort(IApp* app, QWidget* parent);
 
 /// Draws rasters at their places in a document. User-interface thread only.
 class IKxRasterPainter : public IKxUnknown {
  public:
   /// Shows a raster: its top left corner at `topLeft`, its lines running down from there. `dpi` 0 takes the
-  /// raster's. It may still be growing (`Refresh`). Answers 1, or 0 when it cannot be drawn or is shown already. 3
+  /// raster's. It may still be growing (`Refresh`). Returns 1, or 0 when it cannot be drawn or is shown already. 3
   virtual int Add(IRStor* raster, const tagRPOINT& topLeft, double dpi) = 0;
   virtual int Remove(IRStor* raster) = 0;                          // 4
   virtual int Move(IRStor* raster, const tagRPOINT& topLeft) = 0;  // 5

@@ -16,7 +16,7 @@ class CIOParams final : public CKxUnknownImpl<IIOParams> {
   IParam* GetFormatOptions(std::string_view format) override;
   [[nodiscard]] std::string GetSoftware() override { return m_software; }
 
-  /// Sets an option for this run. `formats` are those that exist. Answers false with the reason in `*why`.
+  /// Sets an option for this run. `formats` are those that exist. Returns false with the reason in `*why`.
   bool setOption(const std::vector<FormatInfo>& formats, std::string_view format, std::string_view key,
                  std::string_view value, std::string* why);
 

@@ -213,7 +213,7 @@ std::string formatDecimal(double value, int decimals, char point) {
   if (!std::isfinite(value)) return {};
   decimals = std::clamp(decimals, 0, kMaxDecimals);
   const double scale = std::pow(10.0, decimals);
-  // Rounded by hand: 0.125 shall read 0.13 for everybody, where to_chars would answer the even 0.12.
+  // Rounded by hand: 0.125 shall read 0.13 for every user, where to_chars would return the even 0.12.
   const double scaled = value * scale;
   const double rounded = std::abs(scaled) < 1e15 ? std::round(scaled) / scale : value;
   std::array<char, 400> buffer{};

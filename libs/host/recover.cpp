@@ -91,7 +91,7 @@ void publishAs(const std::string& part, const std::string& name, const std::stri
   }
 }
 
-/// Answers the name that the pages got.
+/// Returns the name that the pages got.
 std::string publishWhere(const std::string& part, const std::string& name, const RecoverTarget& target) {
   const std::string wanted = target.file.empty() ? name : target.file;
   std::string file = wanted;

@@ -25,9 +25,9 @@ struct ScriptWorld {
 /// end, when no command failed. Files that were written before a failure are kept.
 ///
 /// A command that fails on a file that the script opened ends the work on this file: the script continues with the
-/// next "/Open". One that fails on the document's own page ends the script. Everything that failed is told in one
-/// message. User-interface thread; a progress may dispatch events meanwhile, and other scripts may run therein: a
-/// page that was changed or closed by then stays as it is, and the script is reported as failed.
+/// next "/Open". One that fails on the document's own page ends the script. Everything that failed is reported in
+/// one message. User-interface thread; a progress may dispatch events meanwhile, and other scripts may run therein:
+/// a page that was changed or closed by then stays as it is, and the script is reported as failed.
 class ScriptRun {
  public:
   /// `title` is how messages call the script; `parameters` (may be null) are those of the command that runs it.

@@ -25,7 +25,7 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
   CHostScriptSink(Parts parts, const HostOptions& options)
       : m_parts(std::move(parts)), m_onSaved(options.onSaved), m_clear(options.clear) {}
 
-  /// 0 for success. What cannot be done is said through the events; an unknown command answers 1.
+  /// 0 for success. What cannot be done is reported through the events; an unknown command returns 1.
   int ExecCommand(const char* command, IParam* arguments) override;
 
   void setClearPolicy(ClearPolicy clear) { m_clear = clear; }

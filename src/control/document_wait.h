@@ -6,8 +6,8 @@ class QMessageBox;
 
 namespace quillbay {
 
-/// The box that stands while a batch waits for a document to be loaded. It asks nobody itself: it posts
-/// `kPollDocument` to the panel some times a second, and `kWaitCancelled` when the user gives up.
+/// The box that stands while a batch waits for a document to be loaded. It does not ask the scanner itself: it
+/// posts `kPollDocument` to the panel several times a second, and `kWaitCancelled` when the user gives up.
 class DocumentWait {
  public:
   explicit DocumentWait(QWidget* panel) : m_panel(panel) {}

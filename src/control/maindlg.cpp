@@ -333,7 +333,7 @@ bool CMaindlg::handle(int id, int code, std::int64_t value) {
 bool CMaindlg::handleStart(int id, std::int64_t value) {
   const StartCommand* start = startOf(id);
   if (!start) return false;
-  // Nothing is scanned unasked that nobody sees, or before the user has seen a preview at all.
+  // Nothing is scanned unasked that no user sees, or before the user has seen a preview at all.
   if (id == command::kPreviewTimer && !updatesView()) return true;
   if (id != command::kPreviewTimer) m_run.startDelivered();
   m_performer.start(start->run, start->run == RunKind::Batch ? static_cast<int>(value) : 1, m_directMode);

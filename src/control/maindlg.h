@@ -35,9 +35,9 @@ class CMaindlg final : public CDialog, private IPanelController {
   CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* script, eTarnwellMode mode);
   ~CMaindlg() override;
 
-  /// Finds and opens the scanner; the user may choose another one while it is not ready. Answers 1 or 0.
+  /// Finds and opens the scanner; the user may choose another one while it is not ready. Returns 1 or 0.
   int ConnectScanner();
-  /// Makes the destination, the pages and the layout, and loads the settings. Answers 1, or 0 without a
+  /// Makes the destination, the pages and the layout, and loads the settings. Returns 1, or 0 without a
   /// destination.
   int StartUp();
   [[nodiscard]] IQuillbaySink* sink() const noexcept;

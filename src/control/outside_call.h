@@ -12,7 +12,7 @@ struct PanelLife {
 };
 
 /// The panel's window was destroyed during a call of the host, a unit or a page. No error: whoever handles the
-/// command lets go of everything and returns.
+/// command releases everything and returns.
 struct WindowGone {};
 
 /// Makes a call that may run an event loop: a message, a script command, a unit's operation. Throws `WindowGone`

@@ -93,7 +93,7 @@ Preparation PagePreparation::page() {
   return out;
 }
 
-/// The host lets go of its pages, and the destination takes one.
+/// The host releases its pages, and the destination takes one.
 bool PagePreparation::makeRoom(Preparation& out) {
   // Before any question: its answer would be useless.
   if (m_parts.values().customScanValid == 0 && !(arePagesAcceptable() && canFindArea())) return false;

@@ -18,7 +18,7 @@ class PanelGuard {
   void onFailure(Failed failed) { m_failed = std::move(failed); }
   [[nodiscard]] PanelLife& life() noexcept { return m_life; }
 
-  /// Makes a call of the panel. Answers what it answers, or its type's zero when it failed.
+  /// Makes a call of the panel. Returns what it returns, or its type's zero when it failed.
   template <class F>
   std::invoke_result_t<F> guarded(F&& call) {
     const Call counted(*this);
@@ -36,7 +36,7 @@ class PanelGuard {
     return {};
   }
 
-  /// The same for a call whose failures are its caller's; `gone` is the answer when the window went in it.
+  /// The same for a call whose failures are its caller's; `gone` is the result when the window was destroyed in it.
   template <class F>
   std::invoke_result_t<F> passed(F&& call, std::invoke_result_t<F> gone) {
     const Call counted(*this);
@@ -47,7 +47,7 @@ class PanelGuard {
     }
   }
 
-  /// The window is gone. Answers whether the object can be deleted now.
+  /// The window was destroyed. Returns whether the object can be deleted now.
   [[nodiscard]] bool leave() noexcept {
     m_life.gone = true;
     return m_life.calls == 0;

@@ -29,7 +29,7 @@ class PanelHost {
   }
   /// Sends a script command; 0 for success, also without a script sink.
   int execCommand(const char* command, IParam* arguments) const;
-  /// Shows a message and tells the listeners of it. Answers the host's answer; a host without messages gives the
+  /// Shows a message and tells the listeners of it. Returns the host's answer; a host without messages returns the
   /// harmless one.
   int message(EventKind kind, const std::string& text, EventButtons buttons) const;
   /// The same for an event by number.
@@ -39,7 +39,7 @@ class PanelHost {
   [[nodiscard]] KxPtr<IEvents> toldEvents() const;
   /// Whether a user can answer questions.
   [[nodiscard]] bool isInteractive() const;
-  /// Asks the host to let go of its rasters; false: it refuses. `inRun`: it must ask nobody.
+  /// Asks the host to release its rasters; false: it refuses. `inRun`: it must not ask the user.
   [[nodiscard]] bool clearRasters(ClearFor what, bool inRun) const;
 
   [[nodiscard]] RunEvents& listeners() noexcept { return m_listeners; }

@@ -24,7 +24,7 @@ class PanelPreview {
   void lay(bool full);
   /// The panel is shown for the first time: a page that floated when the program ended does so again.
   void panelShown();
-  /// Answers 0 when it is so already.
+  /// Returns 0 when it is so already.
   int dock();
   int floatOut();
   /// In front of the settings.

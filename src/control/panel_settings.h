@@ -14,9 +14,9 @@ class PanelSettings {
  public:
   explicit PanelSettings(PanelParts& parts) : m_parts(parts) {}
 
-  /// Loads destination and pages. Answers the layout.
+  /// Loads destination and pages. Returns the layout.
   [[nodiscard]] int load() const;
-  /// Answers 1, or 0 when the host could not write (it has said why).
+  /// Returns 1, or 0 when the host could not write (it has said why).
   int save(int layout) const;
 
   int setParam(std::string_view key, const CKxVariant& value, std::string* why);

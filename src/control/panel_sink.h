@@ -10,7 +10,7 @@ namespace quillbay {
 
 class CMaindlg;
 
-/// What a host holds of a panel: forwards to the dialog while it lives, and answers that there is no window
+/// What a host holds of a panel: forwards to the dialog while it lives, and reports that there is no window
 /// afterwards. Commands and parameters are posted, so any thread may give them; everything else is the
 /// user-interface thread's.
 class PanelSink final
@@ -47,7 +47,7 @@ class PanelSink final
   int IsPreviewCommandChecked(quillbay::PreviewCommand command) override;
 
  private:
-  std::mutex m_mutex;  // held by whoever is not on the user-interface thread, and while the dialog goes
+  std::mutex m_mutex;  // held by whoever is not on the user-interface thread, and while the dialog is destroyed
   CMaindlg* m_dialog;
 };
 

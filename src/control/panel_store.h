@@ -12,7 +12,7 @@ class PanelStore {
   PanelStore(IApp* app, const std::string& scannerName);
   [[nodiscard]] KxPtr<IParam> page(int number) const;
   [[nodiscard]] KxPtr<IParam> mainDialog() const;
-  /// Writes the profile. Answers 1, or 0 when the host could not (it has said why).
+  /// Writes the profile. Returns 1, or 0 when the host could not (it has said why).
   int flush();
 
  private:

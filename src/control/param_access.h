@@ -17,10 +17,10 @@ namespace quillbay {
 class ParamAccess {
  public:
   ParamAccess(CSharedScanParams& params, IQuillbayUnit& unit) : m_params(params), m_unit(unit) {}
-  /// Answers an empty text when the value is allowed, or why it is not: an unknown name, a value of another type or
+  /// Returns an empty text when the value is allowed, or why it is not: an unknown name, a value of another type or
   /// one that is not allowed, each with what is allowed.
   [[nodiscard]] std::string check(std::string_view key, const CKxVariant& value) const;
-  /// Checks the value and sets it through its setter; answers as `check`.
+  /// Checks the value and sets it through its setter; returns what `check` returns.
   [[nodiscard]] std::string set(std::string_view key, const CKxVariant& value) const;
 
  private:
@@ -28,7 +28,7 @@ class ParamAccess {
   IQuillbayUnit& m_unit;
 };
 
-/// Reads a scan parameter by name. Answers 1, or 0 for an unknown name.
+/// Reads a scan parameter by name. Returns 1, or 0 for an unknown name.
 [[nodiscard]] int getScanParam(const ScanValues& values, std::string_view key, CKxVariant* out);
 
 }  // namespace quillbay

@@ -111,7 +111,7 @@ int ScanRouter::onStripe(IScanBuffer* stripe, std::int64_t extra) {
   return straight ? deliver(*current, straight.get()) : 1;
 }
 
-/// To the stores of the running kind. Answers 0 when the destination cannot take more: the unit ends the scan.
+/// To the stores of the running kind. Returns 0 when the destination cannot take more: the unit ends the scan.
 int ScanRouter::deliver(const ScanPlan& plan, IScanBuffer* stripe) {
   KxSize size;
   stripe->GetSize(&size);

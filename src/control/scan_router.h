@@ -61,7 +61,7 @@ class ScanRouter {
   void disarm();
   /// Drops what was learnt from the scanner: units may keep the sink, and with it this object.
   void forget();
-  /// Waits until the armed scan has ended, at most `limit`. Answers whether it has.
+  /// Waits until the armed scan has ended, at most `limit`. Returns whether it has.
   bool waitIdle(std::chrono::milliseconds limit);
   /// Whether what was armed has not ended.
   [[nodiscard]] bool isRunning() const;

@@ -123,7 +123,7 @@ class ScanRun {
   /// The area of the next piece.
   [[nodiscard]] const tagRRECT& pieceArea() const noexcept { return m_piece; }
   [[nodiscard]] std::int64_t expectedLines() const noexcept { return m_expectedLines; }
-  /// What hosts are told.
+  /// What hosts hear of a run.
   [[nodiscard]] const ScanStartInfo& startInfo() const noexcept { return m_start; }
   [[nodiscard]] const PageInfo& page() const noexcept { return m_page; }
   [[nodiscard]] std::int64_t lines() const noexcept { return m_lines; }
@@ -184,7 +184,7 @@ class ScanRun {
   [[nodiscard]] bool awaitsWriter() const noexcept { return m_writerFinishes; }
   /// Whether a page that was scanned to its end still has to be handed over.
   [[nodiscard]] bool hasWholePage() const noexcept { return m_wholePage; }
-  /// Rows of a prescan were handled; answers how many there were.
+  /// Rows of a prescan were handled; returns how many there were.
   std::int64_t addPrescanRows(std::int64_t rows) noexcept { return m_prescanRows += rows; }
 
  private:
@@ -204,7 +204,7 @@ class ScanRun {
   bool m_stopAfterPage = false;
   bool m_writerFinishes = false;
   bool m_wholePage = false;  // scanned to its end, not handed over
-  bool m_dropsPage = false;  // a page is open that nobody takes
+  bool m_dropsPage = false;  // a page is open that no destination takes
   bool m_burst = false;
   tagRRECT m_ownArea{};  // the user's, while a burst runs
   int m_pieces = 0;      // of the burst's document

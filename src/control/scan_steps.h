@@ -20,7 +20,7 @@ class IAreaDetection {
   /// Whether this panel can find a document at all.
   [[nodiscard]] virtual bool IsOffered() const = 0;
   /// Looks for the document with the settings of `request`; `mask` -1 takes `key::Autodetect`, otherwise bits of
-  /// it. Answers 1 to go on (the area may have been found, or detection is off), 0 when the user declined.
+  /// it. Returns 1 to go on (the area may have been found, or detection is off), 0 when the user declined.
   virtual int Detect(IParam* request, int mask) = 0;
   /// Whether the last `Detect` found the area.
   [[nodiscard]] virtual bool AreaFound() const = 0;
@@ -32,7 +32,7 @@ class IPalettePrescan {
   virtual ~IPalettePrescan() = default;
   /// Whether the current mode scans with a palette that has not been computed.
   [[nodiscard]] virtual bool IsNeeded() const = 0;
-  /// Scans at `dpi` and puts the palette into the request. Answers 1, or 0 when it failed or was cancelled.
+  /// Scans at `dpi` and puts the palette into the request. Returns 1, or 0 when it failed or was cancelled.
   virtual int Run(IParam* request, int dpi) = 0;
   virtual void Forget() = 0;
 };

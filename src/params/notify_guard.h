@@ -3,7 +3,7 @@
 namespace quillbay {
 
 /// While one lives, no change of a scan parameter is broadcast from its thread: setters store silently.
-/// Counts per thread, so that a write on a scanner's thread never makes a person's change go unheard, and as a
+/// Counts per thread, so that a write on a scanner's thread never hides a user's change from listeners, and as a
 /// scope object, so that a handler that throws leaves it clear.
 class NotifyGuard {
  public:

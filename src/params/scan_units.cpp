@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kSimpleRoom = 32;
 
-/// Copies as much of `text` as fits with its terminator; answers the whole text's length.
+/// Copies as much of `text` as fits with its terminator; returns the whole text's length.
 int copyText(std::string_view text, char* buffer, int size) {
   if (buffer && size > 0) {
     const auto n = std::min(text.size(), static_cast<std::size_t>(size - 1));

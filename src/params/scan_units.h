@@ -9,7 +9,7 @@ namespace quillbay {
 
 /// The panel's unit switch: holds the host's millimetres and inches and forwards to the one that `key::Units`
 /// selects. Lengths come and go in millimetres. While the host handed out no unit, no text can be made: empty, and
-/// parsing answers 0. Any index other than 0 counts as inches.
+/// parsing returns 0. Any index other than 0 counts as inches.
 class CScanUnits final : public CKxUnknownImpl<IUnit> {
  public:
   /// Takes "mm" and "inch" from the host; millimetres become current.
@@ -27,7 +27,7 @@ class CScanUnits final : public CKxUnknownImpl<IUnit> {
   int FormatArea(double, char*, int) override { return 0; }
   int ParseArea(const char*, double*) override { return 0; }
   /// Number, blank, unit name: no decimals for millimetres, one for inches. With `isLength` the value is in
-  /// millimetres, else in the current unit. `buffer` may be null. Answers the text's length.
+  /// millimetres, else in the current unit. `buffer` may be null. Returns the text's length.
   int FormatLength(double value, char* buffer, int size, int isLength) override;
   /// With `isLength` the value is in millimetres. Returns 1, or 0 when the text is no length. An empty text is 0.
   int ParseLength(const char* text, double* value, int isLength) override;
@@ -80,7 +80,7 @@ class CSimpleUnit final : public CKxUnknownImpl<IUnit> {
   explicit CSimpleUnit(int kind) : m_kind(kind) {}
   int GetKind() override { return 0; }
   int GetPrecision() override { return 0; }
-  /// At most 31 characters and the terminator are written; answers 32, the room that is needed.
+  /// At most 31 characters and the terminator are written; returns 32, the room that is needed.
   int FormatValue(double value, char* buffer, int size) override;
   /// The text's leading decimal number, 0 when there is none that a double holds; always succeeds.
   int ParseValue(const char* text, double* value) override;

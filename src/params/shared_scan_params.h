@@ -58,7 +58,7 @@ class CSharedScanParams final : public CKxUnknownImpl<IKxUnknown> {
   }
 
   /// Broadcasts a key: every subscriber's `OnParamChanging` in the order they subscribed, then every subscriber's
-  /// `OnParamChanged`. Answers 48 and does nothing while the notify guard is set, else 1. The guard stays set
+  /// `OnParamChanged`. Returns 48 and does nothing while the notify guard is set, else 1. The guard stays set
   /// during both passes: a handler that sets another value must act on it itself.
   int NotifyParam(const char* key);
   [[nodiscard]] IConnectionPoint<IChangeParams>* connectionPoint() noexcept { return m_connections.get(); }

@@ -16,7 +16,7 @@ namespace quillbay {
 /// Finds the skew of a bitonal raster; queried from rasters of codes 1 and 2.
 class IRSDeskew : public IKxUnknown {
  public:
-  /// The angle that straightens the content, within 15 degrees either way. Answers 1; 0, and writes nothing, when
+  /// The angle that straightens the content, within 15 degrees either way. Returns 1; 0, and writes nothing, when
   /// there is no confident answer (blank pages, no lines or edges) or the user cancelled. `progress` may be null.
   virtual int GetSkewAngle(double* radians, IProgress* progress) = 0;
 };
@@ -30,7 +30,7 @@ class IRSDeskew : public IKxUnknown {
 class IDynamicRasterSampler : public IKxUnknown {
  public:
   /// Takes the next source line (bytes or a run list, as `IScanBuffer` has them) and hands the output every line
-  /// that has become ready. With `flush` 1 and no line: the page is at its end, the rest is handed over. Answers 1,
+  /// that has become ready. With `flush` 1 and no line: the page is at its end, the rest is handed over. Returns 1,
   /// or 0 when the output refused a line.
   virtual int AddRow(const std::uint8_t* row, int flush) = 0;
   /// Pixels of the lines that the output gets; it may take fewer.

@@ -24,7 +24,7 @@ class IKxFileChanel : public IKxUnknown {
   /// only one of its file and replaces none. A format that must choose its kind by the page's size (classic TIFF or
   /// BigTIFF) asks for the expected lines.
   virtual void SetTarget(const PageTarget& target) = 0;
-  /// Ends the page that was saved. The last page gives a NAME.part its final name, syncs the folder, and answers 1;
+  /// Ends the page that was saved. The last page gives a NAME.part its final name, syncs the folder, and returns 1;
   /// it never replaces a file unless the target allows it, and throws CXFileException then (systemError() EEXIST;
   /// the part stays, see `PublishPart`). After any other page of a paged channel NAME.part stays, whole, for the
   /// next one: 0.
@@ -42,7 +42,7 @@ class IKxRasterSaveFileChanel : public IKxUnknown {
   /// Non-zero when the format takes rasters of this colour space.
   virtual int AcceptColorSpace(KxColorSpace colorSpace) = 0;
   /// Writes the raster: pulls its lines while line < height (or its stripes, when it is an `IStripeReader`).
-  /// Answers 1, or 0 when cancelled by `progress` or abandoned by the raster. Throws CXFileException for what
+  /// Returns 1, or 0 when cancelled by `progress` or abandoned by the raster. Throws CXFileException for what
   /// cannot be written.
   virtual int Save(IRStor* raster, IProgress* progress) = 0;
 };
@@ -67,7 +67,7 @@ class IKxPageLines : public IKxUnknown {
   virtual std::uint32_t GetResolution() = 0;
   /// How the lines lie on the page, 1 to 8 as TIFF counts: 1 top line first, left pixel first.
   virtual int GetOrientation() = 0;
-  /// Copies the palette to `out` (256 entries). Answers its count, 0 where there is none.
+  /// Copies the palette to `out` (256 entries). Returns its count, 0 where there is none.
   virtual int GetPalette(KXRGBQUAD* out) = 0;
   /// Reads the next line: (width + 7) / 8 bytes for Bitonal, else `fixedLineBytes`. Throws CXFileException for a
   /// file that is damaged or truncated, CXIFaceException after the last line or when the channel went to another
@@ -80,7 +80,7 @@ class IKxRasterLoadFileChanel : public IKxUnknown {
  public:
   virtual int GetPageCount() = 0;
   /// Reads page `page` (from 0) as a new raster, upright whatever the orientation that the file names. `progress`
-  /// may be null; its positions go from 0 to `kLoadSteps`, and it is asked every few megabytes. Answers null when
+  /// may be null; its positions go from 0 to `kLoadSteps`, and it is asked every few megabytes. Returns null when
   /// it was cancelled. Throws CXFileException when the page cannot be read; of a truncated file it says what can
   /// be.
   virtual KxPtr<IRStor> Load(int page, IProgress* progress) = 0;
@@ -112,7 +112,7 @@ void PublishLeftover(const std::string& part, const std::string& fileName, const
 void AbandonPart(const std::string& fileName);
 
 /// When NAME.part exists and no running program writes it, gives it a free name of its own beside it
-/// ("NAME.part.1", ...) and answers that name; empty when there is none. Throws CXFileException when a running
+/// ("NAME.part.1", ...) and returns that name; empty when there is none. Throws CXFileException when a running
 /// program writes it.
 std::string SetAsideLeftover(const std::string& fileName);
 

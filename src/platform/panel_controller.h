@@ -29,13 +29,13 @@ class IPanelController {
   virtual void AreaChanged() = 0;
   /// Non-zero when the panel can find a document by itself.
   virtual int OffersDetection() = 0;
-  /// Runs the area detection now, with the bits of `mask`. Answers 1 when an area was found.
+  /// Runs the area detection now, with the bits of `mask`. Returns 1 when an area was found.
   virtual int DetectArea(int mask) = 0;
   /// Switches to the post-processing page of the current mode and starts it, when it is marked to run after a scan.
   virtual void RunPostProcessing() = 0;
   /// Sends a script command to the host; 0 for success, also without a host sink.
   virtual int ExecCommand(const char* command, IParam* arguments) = 0;
-  /// Shows a message through the host's `IEvents`; hosts that listen to the panel hear of it too. Answers the
+  /// Shows a message through the host's `IEvents`; hosts that listen to the panel hear of it too. Returns the
   /// host's answer. Pages and destination outlive this call and the one above, also when the host closes the panel
   /// in it.
   virtual int Message(EventKind kind, const std::string& text, EventButtons buttons) = 0;
@@ -47,14 +47,14 @@ class IPanelController {
   /// Restarts the countdown to the preview of the visible part; nothing is pushed to the unit.
   virtual void RestartPreview() = 0;
 
-  /// Puts the preview page that floats in a window of its own back into the panel, or lets it float. Answers 1, or
+  /// Puts the preview page that floats in a window of its own back into the panel, or lets it float. Returns 1, or
   /// 0 where it is so already or there is none.
   virtual int DockPreview() = 0;
   virtual int FloatPreview() = 0;
   /// The pages of a scan mode in the order of their tabs, and all that there are.
   virtual std::vector<IUIScanPage*> PagesOf(int mode) = 0;
   virtual std::vector<IUIScanPage*> AllPages() = 0;
-  /// Lets one page take values. Answers what the page answers.
+  /// Lets one page take values. Returns what the page returns.
   virtual int LoadPage(IUIScanPage* page, IParam* params) = 0;
   /// The named values of pages; null where the panel keeps none.
   virtual IPresetManager* Presets() { return nullptr; }

@@ -23,7 +23,7 @@ class IPreviewPage {
   virtual void SetDocked(int docked) = 0;
   /// The panel is being closed: a window of the page's is hidden, and where it stood is kept.
   virtual void Close() = 0;
-  /// A command of the page, as its button gives it. Answers 1, or 0 when it cannot be given now.
+  /// A command of the page, as its button gives it. Returns 1, or 0 when it cannot be given now.
   virtual int Command(int id) = 0;
   virtual int IsCommandEnabled(int id) = 0;
   virtual int IsCommandChecked(int id) = 0;

@@ -20,7 +20,7 @@ inline constexpr std::uint32_t kRulerLeft = 16;
 
 /// Rulers along the upper and left edges of a window, inside it: they cover what the window shows there. They
 /// follow the window's size by themselves. User-interface thread only; each call after the window is destroyed does
-/// nothing and answers 0.
+/// nothing and returns 0.
 class IKxRuler : public IKxUnknown {
  public:
   virtual int Show(int show) = 0;  // 3

@@ -13,13 +13,13 @@ inline constexpr int kAllModes = 9;
 class IUIScanPage {
  public:
   virtual ~IUIScanPage() = default;
-  /// Creates the page's window for a scan mode (0-8) or `kAllModes`. Answers 1, or 0.
+  /// Creates the page's window for a scan mode (0-8) or `kAllModes`. Returns 1, or 0.
   virtual int Create(CWnd* parent, int mode) = 0;
   virtual void Show(int show) = 0;
   /// Takes the page's values; a key that is missing leaves its control as it is, and with `key::ResetMark` in the
   /// set brings it to its default.
   virtual int Load(IParam* params) = 0;
-  /// Stores the values. Shows nothing: it is called at every key. Answers 1, or 0 when there is nothing to store.
+  /// Stores the values. Shows nothing: it is called at every key. Returns 1, or 0 when there is nothing to store.
   virtual int Save(IParam* params) = 0;
   /// The page's number, which names its store.
   virtual int GetNumber() = 0;

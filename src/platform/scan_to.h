@@ -10,7 +10,7 @@ namespace quillbay {
 class CScanTo {
  public:
   virtual ~CScanTo() = default;
-  /// Called before a page: 1 = go on, 0 = do not scan (the person was told why).
+  /// Called before a page: 1 = go on, 0 = do not scan (the user was told why).
   virtual int BeginScan() = 0;
   /// Called after a page; `cancelled` non-zero when the page was abandoned. 1 = the page was taken.
   virtual int EndScan(int cancelled) = 0;

@@ -10,7 +10,7 @@ namespace quillbay {
 /// controlling thread; every store locks itself. Operations in declared order after the counted base.
 class ISStripStor : public CKxUnknownImpl<IKxUnknown> {
  public:
-  /// Every store answers 1.
+  /// Every store returns 1.
   virtual int IsAvailable() = 0;
   /// Accepts the next stripe; 0 = failed.
   virtual int AddStripe(IScanBuffer* stripe) = 0;

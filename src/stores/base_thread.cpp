@@ -77,7 +77,7 @@ void KxBaseThread::Stop() {
     m_gate.notify_all();
     m_stop.set();
     if (m_thread.get_id() == std::this_thread::get_id()) {
-      // The worker deletes itself, or asks itself to stop: nobody is there to wait for it.
+      // The worker deletes itself, or asks itself to stop: nothing waits for it.
       if (m_done.isSet()) m_thread.detach();
       return;
     }

@@ -15,7 +15,7 @@ namespace quillbay {
 /// one of this class runs, its `Run` is gone already.
 class KxBaseThread {
  public:
-  /// What `Suspend` and `Resume` answer without a thread.
+  /// What `Suspend` and `Resume` return without a thread.
   static constexpr unsigned kNoThread = 40;
 
   KxBaseThread() = default;
@@ -24,8 +24,8 @@ class KxBaseThread {
   virtual ~KxBaseThread();
 
   /// Starts the thread and returns when `InitInstance` has finished. With `deleteOnExit` the object deletes itself
-  /// after its body: nobody touches it any more. With `startSuspended` the body begins after `Resume`.
-  /// Answers 1; 0 when there is a thread already (nothing changes) or none can be made.
+  /// after its body: nothing uses it any more. With `startSuspended` the body begins after `Resume`.
+  /// Returns 1; 0 when there is a thread already (nothing changes) or none can be made.
   virtual int Start(unsigned deleteOnExit, int startSuspended);
   /// Resumes a suspended worker, sets the stop event and waits for the body to return. On the worker itself it only
   /// sets the event.
@@ -33,9 +33,9 @@ class KxBaseThread {
   /// First step on the new thread; 0: there is no body to run.
   virtual int InitInstance() = 0;
   virtual void Run() = 0;
-  /// Holds the worker at its next gate. Answers how many times it was suspended before, `kNoThread` without thread.
+  /// Holds the worker at its next gate. Returns how many times it was suspended before, `kNoThread` without thread.
   virtual unsigned Suspend();
-  /// Takes one suspension back; the last one lets the worker go on. Answers the count before.
+  /// Takes one suspension back; the last one lets the worker go on. Returns the count before.
   virtual unsigned Resume();
   /// 1 while the body runs.
   virtual int IsRunning();

@@ -26,7 +26,7 @@ class CIEmptyBuffer final : public CKxUnknownImpl<IScanBuffer> {
   std::uint32_t GetResolution() override { return m_dpi; }
   int AddToRaster(std::int32_t first, IRStor* raster) override;
   int CreateRaster(IRStor** out) override;
-  /// Blank lines take no others: answers 0.
+  /// Blank lines take no others: returns 0.
   int AppendBuffer(IScanBuffer* other) override;
 
  private:

@@ -22,7 +22,7 @@ class Event {
   [[nodiscard]] bool isSet() const;
   /// Blocks until it is set; takes it when it is an auto-reset one.
   void wait();
-  /// Blocks until one of them is set, takes it (auto-reset), and answers its place in the list. When several are
+  /// Blocks until one of them is set, takes it (auto-reset), and returns its place in the list. When several are
   /// set, the first counts; the others stay as they are.
   static std::size_t waitAny(std::initializer_list<Event*> events);
 

@@ -6,12 +6,12 @@
 
 namespace quillbay {
 
-/// Makes the channel for a page. Answers why there is none, for the user; empty when `*out` is ready to save.
+/// Makes the channel for a page. Returns why there is none, for the user; empty when `*out` is ready to save.
 /// Throws what the channel's format throws.
 [[nodiscard]] std::string openPageChannel(IApp* app, const PageTarget& target, KxColorSpace colorSpace,
                                           KxPtr<IKxFileChanel>* out);
 
-/// Saves the page through the interface that fits; what that interface's `Save` answers and throws.
+/// Saves the page through the interface that fits; what that interface's `Save` returns and throws.
 [[nodiscard]] int savePageRaster(IKxFileChanel* channel, bool joinsPart, IRStor* raster, IProgress* progress);
 
 /// An error's text with the file's name, where the text does not name it itself.

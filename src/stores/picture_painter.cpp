@@ -144,7 +144,7 @@ class GroupPainter {
     }
   }
 
-  /// The rows by their weights, parts of the fullest one's; answers all together.
+  /// The rows by their weights, parts of the fullest one's; returns their sum.
   std::uint32_t weighRows() {
     const double most = *std::max_element(m_covered.begin(), m_covered.end());
     m_whole.clear();

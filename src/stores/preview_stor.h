@@ -38,7 +38,7 @@ class CPreviewStor final : public ISStripStor {
 
   int QueryInterface(const std::type_info& wanted, void** out) override;
   int IsAvailable() override { return 1; }
-  /// Answers 1, also for a stripe without pixels, which changes nothing; 0 for none.
+  /// Returns 1, also for a stripe without pixels, which changes nothing; 0 for none.
   int AddStripe(IScanBuffer* stripe) override;
   /// The page is complete: makes a picture of the stripes that still wait, joins all pictures into one, one below
   /// the other, hands that on, and empties the store. Not while `AddStripe` runs, or what it adds is lost.

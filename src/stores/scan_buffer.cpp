@@ -82,7 +82,7 @@ void CIScanBuffer::clear() noexcept {
   m_freeBytes = 0;
 }
 
-// Makes sure of a record and of `bytes` bytes behind `m_free`, and answers where they begin.
+// Makes sure of a record and of `bytes` bytes behind `m_free`, and returns where they begin.
 std::uint8_t* CIScanBuffer::room(std::size_t bytes) {
   try {
     if (m_lines.size() == m_lines.capacity()) m_lines.reserve(m_lines.capacity() + kMoreRecords);

@@ -123,7 +123,7 @@ bool CScanToFileStor::open(IScanBuffer* stripe) {
   return false;
 }
 
-// Makes the channel and the blank lines. Answers why it could not; throws what the channel throws.
+// Makes the channel and the blank lines. Returns why it could not; throws what the channel throws.
 std::string CScanToFileStor::openChannel(IScanBuffer* stripe) {
   PageTarget target;
   {

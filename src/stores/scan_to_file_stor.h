@@ -31,7 +31,7 @@ struct FileStoreLimits {
 /// stripe). The channel is used on the worker alone once the page runs, and so is the progress (it must take calls
 /// from there).
 /// Back pressure: `AddStripe` blocks while the queue is full. An error, `Wake`, `Finish`, `Reset`, `Stop` and the
-/// destructor wake it; it answers 0 then.
+/// destructor wake it; it returns 0 then.
 /// Errors: the first one sticks until `Reset`, with the file's name, the cause and what to do. From then on nothing
 /// is accepted, nothing blocks, and the store does not count as empty. The page is abandoned in the file: pages
 /// before it stay whole.
@@ -52,8 +52,8 @@ class CScanToFileStor final : public ISStripStor, public KxBaseThread, public IS
   int AddStripe(IScanBuffer* stripe) override;
   /// Abandons the page, when there is one, and forgets the target and the error.
   void Reset() override;
-  /// Pads with blank lines, waits for the writer and lets go of the channel. There is no raster to hand out.
-  /// Answers 1, or 0 when an error sticks or the page was abandoned. Not from within `BeginFinish`'s `done`.
+  /// Pads with blank lines, waits for the writer and releases the channel. There is no raster to hand out.
+  /// Returns 1, or 0 when an error sticks or the page was abandoned. Not from within `BeginFinish`'s `done`.
   int Finish(IRStor** out, int minLines, int release) override;
   void Paint(IRasterDC* /*target*/, const CRDirectTfm* /*tfm*/) override {}
   void GetRect(double rect[4]) override;

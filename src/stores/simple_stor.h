@@ -8,7 +8,7 @@ namespace quillbay {
 
 /// Keeps a scan as one raster (whose lines beyond the memory budget live in a scratch file).
 /// Thread-safe. When memory and scratch space run out, or a stripe cannot be stored, the error sticks until
-/// `Reset`: nothing is accepted any more, what was stored stays. The error is told by `IStoreOutcome::GetError`;
+/// `Reset`: nothing is accepted any more, what was stored stays. `IStoreOutcome::GetError` reports the error;
 /// there is no file and no waiting here.
 class CSimpleStor final : public ISStripStor, public IStoreOutcome {
  public:
@@ -19,12 +19,12 @@ class CSimpleStor final : public ISStripStor, public IStoreOutcome {
   int QueryInterface(const std::type_info& wanted, void** out) override;
 
   int IsAvailable() override { return 1; }
-  /// Answers 0 when space ran out, and after an error. A stripe that can become no raster answers 1 and is such an
+  /// Returns 0 when space ran out, and after an error. A stripe that can become no raster returns 1 and is such an
   /// error: the page ends with the next one.
   int AddStripe(IScanBuffer* stripe) override;
   void Reset() override;
   /// When the raster is asked for and is shorter than `minLines`, it grows by what is missing, but by 8 lines at
-  /// least. Padding does not count as stored lines. Answers 1, or 0 when an error sticks.
+  /// least. Padding does not count as stored lines. Returns 1, or 0 when an error sticks.
   int Finish(IRStor** out, int minLines, int release) override;
   void Paint(IRasterDC* target, const CRDirectTfm* tfm) override;
   void GetRect(double rect[4]) override;

@@ -8,7 +8,7 @@
 namespace quillbay {
 
 /// What a scanner's thread and a writer's thread share: the queue under its lock, and events that say when to look
-/// again. The two flags are the truth, so that nobody misses an event that another wait has taken.
+/// again. The two flags are the truth, so that no thread misses an event that another wait has taken.
 struct StripeFeed {
   std::mutex lock;         // guards the next three
   StripeQueue queue;       //

@@ -15,10 +15,10 @@ class StripeCursor {
   /// The next line, or null when nothing is held. Stays the next one until `step`.
   [[nodiscard]] const std::uint8_t* line() const;
   /// Moves on. After a stripe's last line it waits for the next stripe: so the facade's height has grown, or the
-  /// page is over, before the reader's user asks. At the page's end the last stripe begins anew.
+  /// page is over, before the reader's user asks. At the page's end the last stripe starts again.
   /// The stripe that was left is put into `*left`, when given.
   void step(KxPtr<IScanBuffer>* left = nullptr);
-  /// `count` pixels of the next line from pixel `x` on; then moves on. Answers 1, or 0 outside the line.
+  /// `count` pixels of the next line from pixel `x` on; then moves on. Returns 1, or 0 outside the line.
   int copyLine(std::int32_t x, std::int32_t count, void* buffer);
 
  private:

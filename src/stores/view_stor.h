@@ -12,7 +12,7 @@ namespace quillbay {
 class CViewStor final : public ISStripStor {
  public:
   enum class Raster {
-    None,    ///< nobody keeps the page
+    None,    ///< no store keeps the page
     Own,     ///< filled with the stripes that come in
     Shared,  ///< the destination's
   };
