@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "analysis/bound_skew.h"
+#include "analysis/sheet_model.h"
 #include "platform/base_services.h"
 #include "quillbay/errors.h"
 

@@ -4,6 +4,8 @@
 #include <cmath>
 #include <vector>
 
+#include "analysis/sheet_model.h"
+
 namespace quillbay {
 
 namespace {
@@ -12,7 +14,6 @@ constexpr double kStep = 0.0008726646259972223;  // 0.05 degrees
 constexpr double kMost = 0.7853981633975001;     // 45 degrees
 constexpr double kPatience = 0.08726646259972222;
 constexpr double kLargest = 2147483647.0, kSmallest = -2147483648.0;
-constexpr double kPageProportion = 1.41428;
 
 struct Point {
   std::int32_t x, y;
@@ -85,12 +86,10 @@ double searchSkew(std::span<const RowExtent> extents) {
 
 void widenToPage(KxRect* bounds, double angle) noexcept {
   const double boxWidth = bounds->right - bounds->left, boxHeight = bounds->bottom - bounds->top;
-  const double c = std::cos(std::abs(angle)), s = std::sin(std::abs(angle));
-  const double height = (boxHeight * c - boxWidth * s) / ((c - s * s) * c);
-  const double width = (boxWidth - s * height) / c;
+  const double width = sheetWidth(boxWidth, boxHeight, angle), length = width * kSheetLength;
   // The page's corners, turned about the first one.
-  const double signedSine = std::sin(angle), length = width * kPageProportion;
-  const double x[] = {0, width * c, width * c - length * signedSine, -length * signedSine};
+  const double c = std::cos(angle), s = std::sin(angle);
+  const double x[] = {0, width * c, width * c - length * s, -length * s};
   const double pageBox = *std::max_element(x, x + 4) - *std::min_element(x, x + 4);
   const double each = std::trunc(std::abs(boxWidth - pageBox) * 0.5 + 0.5);
   constexpr double kRoom = 1 << 30;  // scans are narrower

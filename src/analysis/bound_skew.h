@@ -6,9 +6,6 @@
 
 namespace quillbay {
 
-/// An angle up to this, in radians, counts as none.
-inline constexpr double kLeastSkew = 0.001;
-
 /// The rotation that makes the box around all extents smallest, in radians (`bound_detect.h` has the convention):
 /// steps of 0.05 degrees from 0 up to 45, then from 0 down, each way until 5 degrees brought nothing better. Of
 /// equal boxes the first one counts. `extents` has one for each row; empty ones do not count.

@@ -5,15 +5,14 @@
 #include <numbers>
 #include <utility>
 
+#include "analysis/sheet_model.h"
+#include "quillbay/scan_mode.h"
+
 namespace quillbay {
 namespace {
 
-constexpr double kLeastAngle = 0.001;
 /// The least number of lines that is handed on.
 constexpr std::int32_t kLeastLines = 128;
-/// Length of a sheet to its width; not the square root of two.
-constexpr double kSheetLength = 1.41428;
-constexpr std::int32_t kAutoWidth = 1;
 
 [[nodiscard]] std::int32_t truncated(double v) noexcept {
   constexpr double kMost = 1 << 30;
@@ -29,13 +28,12 @@ constexpr std::int32_t kAutoWidth = 1;
 
 std::optional<DeskewLayout> layoutOf(const StraighteningBasis& basis, std::uint32_t dpi) {
   const double a = std::abs(basis.skew);
-  if (!(a > kLeastAngle) || a > std::numbers::pi / 4 + kLeastAngle) return std::nullopt;
+  if (!(a > kLeastSkew) || a > std::numbers::pi / 4 + kLeastSkew) return std::nullopt;
   const double boxWidth = mmToPixels(basis.area.right - basis.area.left, dpi);
-  const double boxHeight =
-      basis.scanType == kAutoWidth ? boxWidth * kSheetLength : mmToPixels(basis.area.bottom - basis.area.top, dpi);
-  const double c = std::cos(a), s = std::sin(a), t = std::tan(a);
-  const double height = (boxHeight * c - boxWidth * s) / ((c - s * s) * c);
-  const double width = (boxWidth - s * height) / c;
+  const double boxHeight = basis.scanType == kAreaAutoWidth ? boxWidth * kSheetLength
+                                                            : mmToPixels(basis.area.bottom - basis.area.top, dpi);
+  const double t = std::tan(a), width = sheetWidth(boxWidth, boxHeight, a);
+  if (!(width >= 1)) return std::nullopt;
   DeskewLayout out;
   out.width = truncated(width);
   out.offset = {basis.skew > 0 ? 0 : truncated(boxWidth - width), truncated((boxWidth * t - width * t) * 0.5)};
@@ -54,8 +52,7 @@ void DeskewStage::start(IScanBuffer& stripe, const DeskewLayout& layout) {
   stripe.GetSize(&size);
   m_rotator = CreateDynamicRasterRotator(stripe.GetColorSpace(), size.width, layout.offset, m_basis.skew, &m_filler,
                                          paletteOf(stripe));
-  // An area that no sheet of this skew fills: what there is.
-  m_width = std::clamp(layout.width, 1, m_rotator->GetLineWidth());
+  m_width = std::min(layout.width, m_rotator->GetLineWidth());
 }
 
 void DeskewStage::newOutput(IScanBuffer& stripe) {

@@ -14,12 +14,9 @@ struct DeskewLayout {
   bool operator==(const DeskewLayout&) const = default;
 };
 
-/// The layout at `dpi`, or nothing for an angle up to 0.001 either way, one over 45 degrees, or one that is no
-/// number.
-///
-/// A sheet of w x h, turned by a, fills a box of W = w cos a + h sin a and H = h cos a + w sin a; solved for w,
-/// with h = (H cos a - W sin a) / ((cos a - sin^2 a) cos a). "Auto Width" knows no length yet: H is that of a sheet
-/// as long as 1.41428 times its width.
+/// The layout at `dpi` (`sheetWidth`), or nothing for an angle up to 0.001 either way, one over 45 degrees, one
+/// that is no number, and an area that no sheet of this skew fills. "Auto Width" knows no length yet: it is that of
+/// a sheet as long as 1.41428 times the area's width.
 [[nodiscard]] std::optional<DeskewLayout> layoutOf(const StraighteningBasis& basis, std::uint32_t dpi);
 
 /// Straightens a scan's stripes while they arrive: hands on stripes of at least 128 lines, and the rest at the end.

@@ -103,8 +103,9 @@ TEST(DeskewLayout, IsThatOfTheSheetInItsBox) {
 
 TEST(DeskewStage, WithoutASkewStripesPassAsTheyAre) {
   DeskewStage stage(newScanBuffer);
-  for (const double skew : {0.0, 0.0008, -0.001, 0.001, 1.2, std::nan("")}) {
-    stage.Begin({skew, {0, 0, 100, 100}, 0});
+  // No sheet turned by 0.2 fills so long an area.
+  for (const double skew : {0.0, 0.0008, -0.001, 0.001, 0.2, -0.2, 1.2, std::nan("")}) {
+    stage.Begin({skew, {0, 0, 100, 1000}, 0});
     const auto stripe = newStripe(KxColorSpace::Grey, 5);
     stripe->add(Bytes(5, 1));
     EXPECT_EQ(stage.Pass(stripe.get(), 7).get(), stripe.get()) << skew;
@@ -167,7 +168,7 @@ TEST(DeskewStage, AShortScanIsHandedOnAtItsEnd) {
   const Result result = straightened(stage, {0.02, {0, 0, 50.8, 25.4}, 0}, rows, 10);
   ASSERT_EQ(result.stripes.size(), 1U);
   EXPECT_NEAR(result.stripes[0], 100 - 198 * 0.02, 2);
-  // An area whose size no sheet of this skew has: what there is, and no line is read beyond its end.
+  // An area whose size hardly a sheet of this skew has: no line is read beyond its end.
   for (const tagRRECT& area : {tagRRECT{0, 0, 50.8, 0}, tagRRECT{0, 0, 5080, 1}, tagRRECT{0, 0, 0, 5080}}) {
     for (const double skew : {0.7, -0.7, 0.05, -0.05}) {
       const Result odd = straightened(stage, {skew, area, 0}, rows, 10);
