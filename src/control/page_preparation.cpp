@@ -187,8 +187,8 @@ void PagePreparation::takeSettings(ScanPlan& plan) const {
   plan.straightening = m_parts.steps.straightening;
   // A preview shows the bed as it is: areas are drawn on it.
   const bool isPage = plan.kind == RunKind::Scan;
-  m_parts.steps.straightening->Begin(isPage ? StraighteningBasis{v.skew, plan.area, v.scanType}
-                                            : StraighteningBasis{});
+  const StraighteningBasis found{v.skew, boxOfSheet(plan.area, v.rcScan), v.scanType};
+  m_parts.steps.straightening->Begin(isPage ? found : StraighteningBasis{});
 }
 
 Preparation PagePreparation::prescan() {

@@ -29,4 +29,8 @@ tagRRECT applyLengthRule(tagRRECT rect, std::int32_t scanType) noexcept {
   return rect;
 }
 
+tagRRECT boxOfSheet(const tagRRECT& scanned, const tagRRECT& found) noexcept {
+  return {scanned.left, found.top, scanned.right, found.bottom};
+}
+
 }  // namespace quillbay

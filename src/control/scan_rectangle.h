@@ -22,4 +22,8 @@ struct ScanRectangleInput {
 /// The length rule: types 1 and 2 leave the length to the scanner (bottom = top).
 [[nodiscard]] tagRRECT applyLengthRule(tagRRECT rect, std::int32_t scanType) noexcept;
 
+/// The upright box around a turned sheet: as wide as `scanned`, from side to side, and as long as `found`, since a
+/// scan whose length is left to the scanner has none yet.
+[[nodiscard]] tagRRECT boxOfSheet(const tagRRECT& scanned, const tagRRECT& found) noexcept;
+
 }  // namespace quillbay

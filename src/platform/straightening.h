@@ -9,7 +9,7 @@ namespace quillbay {
 /// What straightening works from: the settings as they were when the page or preview was started.
 struct StraighteningBasis {
   double skew = 0;            ///< radians, as detected: the angle that straightens the content
-  tagRRECT area{};            ///< of the scan, millimetres
+  tagRRECT area{};            ///< the upright box around the sheet, as wide as the scan; millimetres
   std::int32_t scanType = 0;  ///< `ScanAreaType`: what the area's length means
 };
 

@@ -41,7 +41,9 @@ TEST(ScanRectangle, IsWidenedCentredAndKeptOnTheBed) {
 TEST(ScanRectangle, AutoWidthAndFixedWidthLeaveTheLengthToTheScanner) {
   for (const std::int32_t type : {kAreaAuto, kAreaAutoWidth, kAreaFixedWidth, kAreaCustom, kAreaPaper}) {
     const bool open = type == kAreaAutoWidth || type == kAreaFixedWidth;
-    EXPECT_EQ(applyLengthRule({1, 2, 3, 4}, type).bottom, open ? 2 : 4) << type;
+    const tagRRECT scanned = applyLengthRule({1, 2, 3, 4}, type);
+    EXPECT_EQ(scanned.bottom, open ? 2 : 4) << type;
+    EXPECT_EQ(boxOfSheet(scanned, {1.5, 2, 2.5, 4}), (tagRRECT{1, 2, 3, 4})) << "straightening needs the length";
   }
 }
 
