@@ -56,6 +56,7 @@ class CPVStatic final : public QWidget {
 
  protected:
   void paintEvent(QPaintEvent* event) override;
+  bool event(QEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
@@ -107,6 +108,7 @@ class CPVStatic final : public QWidget {
   void showCursor(const QPoint& at);
   void press(const QPointF& at, Qt::MouseButton button);
   void endDrag(bool stores);
+  [[nodiscard]] bool wantsKey(const QKeyEvent& event) const;
   [[nodiscard]] bool keyMovesFrame(const QKeyEvent& event);
   [[nodiscard]] bool keyEndsMode(int key);
 

@@ -28,8 +28,10 @@ Qt::CursorShape cursorOf(int zone) {
   }
 }
 
-std::optional<FrameStep> stepOf(int key) {
-  switch (key) {
+/// Alt and the system's key belong to others.
+std::optional<FrameStep> stepOf(const QKeyEvent& event) {
+  if (event.modifiers() & (Qt::AltModifier | Qt::MetaModifier)) return std::nullopt;
+  switch (event.key()) {
     case Qt::Key_Left: return FrameStep::Left;
     case Qt::Key_Right: return FrameStep::Right;
     case Qt::Key_Up: return FrameStep::Up;
@@ -135,6 +137,22 @@ void CPVStatic::wheelEvent(QWheelEvent* event) {
 
 // --- keys
 
+/// What comes before the shortcuts of menus: Escape, which stops a scan everywhere else, gives up what is being
+/// drawn; arrow keys change a frame.
+bool CPVStatic::wantsKey(const QKeyEvent& event) const {
+  if (!takesInput()) return false;
+  if (event.key() == Qt::Key_Escape) return m_drag || m_mode != Mode::None;
+  return stepOf(event) && !m_drag;
+}
+
+bool CPVStatic::event(QEvent* event) {
+  if (event->type() == QEvent::ShortcutOverride && wantsKey(static_cast<const QKeyEvent&>(*event))) {
+    event->accept();
+    return true;
+  }
+  return QWidget::event(event);
+}
+
 void CPVStatic::keyPressEvent(QKeyEvent* event) {
   const bool isKnown = event->key() == Qt::Key_Escape || event->key() == Qt::Key_Return ||
                                event->key() == Qt::Key_Enter || event->key() == Qt::Key_Space
@@ -165,7 +183,7 @@ bool CPVStatic::keyMovesFrame(const QKeyEvent& event) {
     scrollBy(0, event.key() == Qt::Key_PageUp ? m_down.pageStep() : -m_down.pageStep());
     return true;
   }
-  const auto step = stepOf(event.key());
+  const auto step = stepOf(event);
   if (!step || !takesInput() || m_drag) return false;
   const ScanValues& v = m_params->values();
   const tagRRECT& frame = m_active == ActiveFrame::Fragment ? v.rcCustomScan : v.rcPreview;

@@ -223,6 +223,23 @@ TEST_F(PVStatic, KeysDoWhatTheMouseDoes) {
     order += QApplication::focusWidget() == &picture ? moved() : '-';
   }
   EXPECT_EQ(order, "PF-FP-");
+  int shortcuts = 0;
+  for (const char* keys : {"Ctrl+Down", "Esc"}) {
+    auto* action = new QAction(&window);
+    action->setShortcut(QKeySequence(keys));
+    QObject::connect(action, &QAction::triggered, &window, [&] { ++shortcuts; });
+    window.addAction(action);
+  }
+  picture.setFocus();
+  const double height = v().rcPreview.height();
+  QTest::keyClick(&picture, Qt::Key_Down, Qt::ControlModifier);
+  EXPECT_EQ(v().rcPreview.height(), height + 1);
+  picture.toggleNewArea();
+  QTest::keyClick(&picture, Qt::Key_Escape);
+  EXPECT_FALSE(picture.drawsArea());
+  EXPECT_EQ(shortcuts, 0) << "keys that mean something here";
+  QTest::keyClick(&picture, Qt::Key_Escape);
+  EXPECT_EQ(shortcuts, 1);
   picture.setParent(nullptr);
 }
 
