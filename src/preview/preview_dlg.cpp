@@ -12,6 +12,8 @@
 #include "preview/pv_static.h"
 #include "quillbay/scan_keys.h"
 #include "ui_preview_dlg.h"
+#include "widgets/button_text.h"
+#include "widgets/string_table.h"
 
 namespace quillbay {
 
@@ -22,21 +24,25 @@ constexpr int kPicture = 6502;  // number of the control
 struct Tool {
   int id;
   ToolIcon icon;
-  const char* label;
   bool toggles = false;
 };
 constexpr Tool kTools[] = {
-    {preview_command::Prescan, ToolIcon::Preview, "&Preview"},
-    {preview_command::AreaPrescan, ToolIcon::PreviewArea, "Preview &area"},
-    {preview_command::Stop, ToolIcon::Stop, "St&op"},
-    {preview_command::NewArea, ToolIcon::NewArea, "New preview area", true},
-    {preview_command::NewFragment, ToolIcon::NewFragment, "New fragment", true},
-    {preview_command::AreaFromFragment, ToolIcon::AreaFromFragment, "Scan area from the fragment"},
-    {preview_command::ScanFragment, ToolIcon::ScanFragment, "Scan the fragment"},
-    {preview_command::DisableUpdating, ToolIcon::PauseUpdating, "Disable preview updating", true},
-    {preview_command::Dock, ToolIcon::Dock, "Put the preview into the panel"},
-    {preview_command::Float, ToolIcon::Float, "Show the preview in its own window"},
+    {preview_command::Prescan, ToolIcon::Preview},
+    {preview_command::AreaPrescan, ToolIcon::PreviewArea},
+    {preview_command::Stop, ToolIcon::Stop},
+    {preview_command::NewArea, ToolIcon::NewArea, true},
+    {preview_command::NewFragment, ToolIcon::NewFragment, true},
+    {preview_command::AreaFromFragment, ToolIcon::AreaFromFragment},
+    {preview_command::ScanFragment, ToolIcon::ScanFragment},
+    {preview_command::DisableUpdating, ToolIcon::PauseUpdating, true},
+    {preview_command::Dock, ToolIcon::Dock},
+    {preview_command::Float, ToolIcon::Float},
 };
+
+/// The prompt of the string table as the name of a button.
+std::string nameOf(int id) {
+  return QString::fromStdString(splitButtonText(loadString(id)).prompt).simplified().toStdString();
+}
 
 }  // namespace
 
@@ -63,7 +69,7 @@ CPreviewDlg::~CPreviewDlg() { m_changes.Unsubscribe(); }
 
 void CPreviewDlg::makeTools() {
   for (const Tool& tool : kTools) {
-    const std::string label = Supp_Translate(tool.label);
+    const std::string label = nameOf(tool.id);
     if (tool.toggles) {
       m_form->tools->addToggle(tool.id, tool.icon, label);
     } else {
@@ -174,8 +180,14 @@ bool CPreviewDlg::handle(int id) {
     case Prescan:
     case AreaPrescan:
     case Stop: m_controller.PostPanelCommand(id); return true;
-    case NewArea: m_picture->toggleNewArea(); break;
-    case NewFragment: m_picture->toggleNewFragment(); break;
+    case NewArea:
+      m_picture->toggleNewArea();
+      focusDrawing();
+      break;
+    case NewFragment:
+      m_picture->toggleNewFragment();
+      focusDrawing();
+      break;
     case AreaFromFragment: setAreaByFragment(); break;
     case ScanFragment: scanFragment(); break;
     case DisableUpdating: m_params->quiet().disablePreview = m_params->values().disablePreview ? 0 : 1; break;
@@ -185,6 +197,11 @@ bool CPreviewDlg::handle(int id) {
   }
   showCommands();
   return true;
+}
+
+/// The keys that draw, and Escape, go to the picture.
+void CPreviewDlg::focusDrawing() {
+  if (m_picture->drawsArea() || m_picture->drawsFragment()) m_picture->setFocus(Qt::OtherFocusReason);
 }
 
 void CPreviewDlg::setAreaByFragment() {
@@ -222,8 +239,9 @@ bool CPreviewDlg::takeScannedFrame() {
 }
 
 void CPreviewDlg::closeEvent(QCloseEvent* event) {
-  event->ignore();
+  keepPlacement();
   PostCommand(this, preview_command::Dock, kCodeSelected);
+  event->accept();  // else it would hold up a program that closes all its windows
 }
 
 void CPreviewDlg::resizeEvent(QResizeEvent* event) {

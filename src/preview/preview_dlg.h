@@ -61,6 +61,7 @@ class CPreviewDlg final : public CDialog, public IPreviewPage {
   void showCommands();
   [[nodiscard]] PreviewButton button(int id) const;
   [[nodiscard]] bool handle(int id);
+  void focusDrawing();
   void setAreaByFragment();
   void scanFragment();
   [[nodiscard]] bool takeScannedFrame();

@@ -292,7 +292,7 @@ class Preview(Story):
 
     def scan_fragment(self, name, width, height):
         """Scans; the file has this size, within a pixel and a half of the screen."""
-        self.tool("Scan the fragment")
+        self.tool("Scan Fragment")
         self.expect_idle()
         self.expect_files(*self.files_before, name)
         self.files_before = self.files()
@@ -323,7 +323,7 @@ class Preview(Story):
 
             self.tool("New fragment")
             self.desk.drag(self.at(40, 50), self.at(240, 250))
-            self.tool("Scan area from the fragment")
+            self.tool("Set scan rectangle by fragment rectangle")
             self.expect_idle()
             self.click(self.find("page tab", "Main"))
             self.assertAlmostEqual(float(self.control("Width").text().replace(",", ".")), 200, delta=2 / self.scale)
@@ -339,7 +339,7 @@ class Preview(Story):
             self.expect_idle()
             self.expect_off("New fragment")
             self.desk.drag(self.at(40, 50), self.at(190, 150))
-            self.expect_off("Scan area from the fragment")
+            self.expect_off("Set scan rectangle by fragment rectangle")
             self.expect_files()
 
 

@@ -23,9 +23,9 @@ QMenu* PreviewMenu::fill(QMenu* parent) {
       true);
   add(menu, PreviewCommand::NewFragment, tr("New &fragment"), "F8", tr("Draws a part of the document to scan"),
       true);
-  add(menu, PreviewCommand::ScanFragment, tr("S&can the fragment"), "F9",
+  add(menu, PreviewCommand::ScanFragment, tr("S&can fragment"), "F9",
       tr("Scans the fragment; without one, what the preview frame holds"));
-  add(menu, PreviewCommand::AreaFromFragment, tr("Scan &area from the fragment"), {},
+  add(menu, PreviewCommand::AreaFromFragment, tr("Set scan &rectangle by fragment rectangle"), {},
       tr("Makes the fragment the scan area, and previews it"));
   menu->addSeparator();
   add(menu, PreviewCommand::DisableUpdating, tr("&Disable preview updating"), {},
@@ -51,6 +51,7 @@ void PreviewMenu::add(QMenu* menu, PreviewCommand command, const QString& text, 
 }
 
 void PreviewMenu::give(PreviewCommand command) {
+  if (command == PreviewCommand::Show) m_dock->show();
   const auto preview = m_dock->preview();
   if (!preview || !preview->PreviewCommand(command)) emit refused();
   update();
