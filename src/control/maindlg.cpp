@@ -247,7 +247,12 @@ bool CMaindlg::event(QEvent* event) {
 
 void CMaindlg::showEvent(QShowEvent* event) {
   CDialog::showEvent(event);
-  m_preview->panelShown();
+  if (!event->spontaneous()) m_preview->panelShown();
+}
+
+void CMaindlg::hideEvent(QHideEvent* event) {
+  CDialog::hideEvent(event);
+  if (!event->spontaneous() && m_preview) m_preview->panelHidden();
 }
 
 void CMaindlg::resizeEvent(QResizeEvent* event) {
@@ -333,7 +338,7 @@ bool CMaindlg::handle(int id, int code, std::int64_t value) {
 bool CMaindlg::handleStart(int id, std::int64_t value) {
   const StartCommand* start = startOf(id);
   if (!start) return false;
-  // Nothing is scanned unasked that no user sees, or before the user has seen a preview at all.
+  // Nothing is scanned unasked that no user sees, or before the user has seen a preview at all, and no paper is fed.
   if (id == command::kPreviewTimer && !updatesView()) return true;
   if (id != command::kPreviewTimer) m_run.startDelivered();
   m_performer.start(start->run, start->run == RunKind::Batch ? static_cast<int>(value) : 1, m_directMode);
@@ -342,7 +347,8 @@ bool CMaindlg::handleStart(int id, std::int64_t value) {
 }
 
 bool CMaindlg::updatesView() const {
-  return m_viewSync->isSeen() && (values().rectValid != 0 || !m_params->viewStore->IsEmpty());
+  return m_viewSync->isSeen() && !m_scanner.hasFeeder() &&
+         (values().rectValid != 0 || !m_params->viewStore->IsEmpty());
 }
 
 void CMaindlg::perform(const Actions& todo) {

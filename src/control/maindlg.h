@@ -74,6 +74,7 @@ class CMaindlg final : public CDialog, private IPanelController {
 
  protected:
   void showEvent(QShowEvent* event) override;
+  void hideEvent(QHideEvent* event) override;
   void resizeEvent(QResizeEvent* event) override;
   void changeEvent(QEvent* event) override;
   /// F1, before it is a shortcut of the host's window.

@@ -104,6 +104,9 @@ int CMaindlg::GivePreviewCommand(int id) {
   if (const StartCommand* start = startOf(id)) return Start(start->start, 0);
   if (!m_preview->page()) return 0;
   if (id == static_cast<int>(PreviewCommand::Show)) return m_preview->show(), 1;
+  const bool draws =
+      id == static_cast<int>(PreviewCommand::NewArea) || id == static_cast<int>(PreviewCommand::NewFragment);
+  if (draws && m_preview->page()->IsCommandEnabled(id)) m_preview->show();
   return m_preview->page()->Command(id);
 }
 

@@ -21,6 +21,8 @@ namespace {
 constexpr const char* kPreviewTopic = "QBHelp:IDH_quillbay_tab_preview";
 /// Marks the preview's tab, which stands behind those of the pages.
 constexpr const char* kPreviewMark = "preview";
+/// Characters that the settings are wide beside the preview.
+constexpr int kSettings = 52;
 
 void emptyColumn(QWidget* place) {
   auto* column = new QVBoxLayout(place);
@@ -113,6 +115,10 @@ void PanelForm::placePreview(QWidget* window, PreviewSpot spot) const {
   if (hasTab && spot != PreviewSpot::Tab) m_tabs->removeTab(last);
   if (!hasTab && spot == PreviewSpot::Tab) addPreviewTab();
   m_tabs->setVisible(spot != PreviewSpot::Hidden && m_tabs->count() > 1);
+  if (spot != PreviewSpot::Column) return;
+  const int all = m_columns->width();
+  const int settings = std::min(all / 2, m_columns->fontMetrics().averageCharWidth() * kSettings);
+  m_columns->setSizes({settings, all - settings});
 }
 
 void PanelForm::showPages(bool full, std::size_t count) const {

@@ -13,7 +13,8 @@ namespace quillbay {
 namespace {
 /// Characters that a panel of two columns is wide.
 constexpr int kTwoColumns = 105;
-constexpr Qt::WindowFlags kWindow = Qt::Dialog | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
+/// Of a kind in which the keys of the host's window work as well.
+constexpr Qt::WindowFlags kWindow = Qt::Tool | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                                     Qt::WindowMinMaxButtonsHint | Qt::WindowCloseButtonHint;
 }  // namespace
 
@@ -47,6 +48,7 @@ void PanelPreview::moveTo(PreviewSpot spot) {
   if (isWindow) {
     if (!wasWindow) window->setParent(m_panel, kWindow);
     m_page->SetDocked(0);
+    if (!m_panel->isVisible()) m_page->Close();  // it comes with the panel
   } else if (spot != PreviewSpot::Hidden) {
     window->show();
   }
@@ -54,9 +56,17 @@ void PanelPreview::moveTo(PreviewSpot spot) {
 }
 
 void PanelPreview::panelShown() {
-  if (!m_page || std::exchange(m_wasShown, true)) return;
+  if (!m_page) return;
+  if (std::exchange(m_wasShown, true)) {
+    if (m_spot == PreviewSpot::Window) m_page->GetHwnd()->show();
+    return;
+  }
   m_floats = paramInt(section().get(), placement_key::Floats) != 0;
   lay(m_full);
+}
+
+void PanelPreview::panelHidden() const {
+  if (m_page && m_spot == PreviewSpot::Window) m_page->Close();
 }
 
 void PanelPreview::setFloating(bool floats) {

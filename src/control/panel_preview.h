@@ -22,8 +22,10 @@ class PanelPreview {
 
   /// Moves the page where it belongs in a panel of this layout.
   void lay(bool full);
-  /// The panel is shown for the first time: a page that floated when the program ended does so again.
+  /// A page that floats comes with the panel, as one that floated when the program ended does the first time.
   void panelShown();
+  /// A page that floats goes with the panel.
+  void panelHidden() const;
   /// Returns 0 when it is so already.
   int dock();
   int floatOut();

@@ -29,8 +29,9 @@ void PrescanFeed::lengthen(double by) const {
 void PrescanFeed::follow(double length) const {
   const ScanValues& v = m_parts.values();
   tagRRECT frame = v.rcPreview;
-  if (v.centring == kNeverCentres || length - 0.001 <= frame.bottom) return;
-  const double down = length - frame.bottom;
+  const double end = v.rcScan.top + length;
+  if (v.centring == kNeverCentres || end - 0.001 <= frame.bottom) return;
+  const double down = end - frame.bottom;
   frame.top += down;
   frame.bottom += down;
   m_parts.params.set(scan_key::RcPreview, frame);

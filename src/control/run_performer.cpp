@@ -67,7 +67,7 @@ void RunPerformer::performOne(const Action& action) {
     case Do::DropPage: m_ending.drop(); break;
     case Do::LeaveDocument: leaveDocument(); break;
     case Do::MoveArea: m_parts.params.set(scan_key::RcScan, m_run.pieceArea()); break;
-    case Do::ForgetFragment: m_parts.params.set(scan_key::CustomScanValid, 0); break;
+    case Do::ForgetFragment: m_parts.params.setIfChanged(scan_key::CustomScanValid, 0); break;
     case Do::RestartPreview: m_previewTimer.restart(); break;
     case Do::End: endRun(); break;
     default: break;
@@ -107,7 +107,8 @@ bool RunPerformer::handle(int id, int code, std::int64_t value) {
     case command::kPrescanStripes: onPrescanStripes(); return true;
     case command::kReady:
       onPrescanStripes();
-      if (m_run.kind() == RunKind::Prescan && m_run.isRunning() && code == kFinished) m_prescan.complete();
+      if (m_run.kind() == RunKind::Prescan && m_run.isRunning() && code == kFinished && !m_run.stopAsked())
+        m_prescan.complete();
       perform(m_run.unitEnded(code, value != 0, faultOf(m_router->takeEnd().value_or(ScanEnd{}))));
       return true;
     case command::kScanDone: onScanDone(code != 0); return true;
@@ -136,6 +137,7 @@ void RunPerformer::start(RunKind kind, int wanted, bool isDirect) {
   if (kind == RunKind::AreaPrescan && !m_run.isBusy() && (isDirect || !m_view.visibleArea())) return;
   if (!othersRun()) return performStart(kind, wanted);
   if (kind == RunKind::AreaPrescan) return m_previewTimer.restart();
+  if (!isPreview(kind)) takeBackFragment();
   m_parts.host.message(EventKind::Information,
                        Supp_Translate("Another panel of this program is scanning. Start again when it has ended."),
                        EventButtons::Ok);
@@ -161,10 +163,7 @@ void RunPerformer::prepare() {
       break;
     default: made = preparation().page();
   }
-  if (!made.isReady) {
-    perform(m_run.refused(made.cause, made.fault));
-    return;
-  }
+  if (!made.isReady) return refuse(made.cause, made.fault);
   for (const Action& action : m_run.prepared(made.page)) {
     if (action.what == Do::StartUnit)
       startUnit(made);
@@ -172,6 +171,15 @@ void RunPerformer::prepare() {
       performOne(action);
   }
 }
+
+/// Nothing was scanned.
+void RunPerformer::refuse(EndCause cause, const UnitFault& fault, bool told) {
+  if (!isPreview(m_run.kind())) takeBackFragment();
+  perform(m_run.refused(cause, fault, told));
+}
+
+/// The next scan is none of the fragment. Without a broadcast: it stays shown, for another try.
+void RunPerformer::takeBackFragment() const { m_parts.quiet().customScanValid = 0; }
 
 /// Arms the router and the unit and runs the scan.
 void RunPerformer::startUnit(const Preparation& next) {
@@ -189,7 +197,7 @@ void RunPerformer::startUnit(const Preparation& next) {
   const bool media = fault.code == UnitFaultCode::NoDocuments;
   // An empty feeder after a page is the normal end of a batch.
   const bool expected = media && m_run.record().pages() > 0;
-  perform(m_run.refused(media ? EndCause::Media : EndCause::Device, fault, expected));
+  refuse(media ? EndCause::Media : EndCause::Device, fault, expected);
 }
 
 /// Scans as soon as a document is loaded. Without a user before it, and in direct mode, the device is asked once.
@@ -275,6 +283,7 @@ void RunPerformer::onScanDone(bool cancelled) {
     performStart(RunKind::Fragment, 1);  // the page is in the store already; this comes again
     return;
   }
+  if (!m_run.isBusy()) takeBackFragment();
   if (m_run.state() != RunState::Finishing || m_run.awaitsWriter()) return;
   const auto written = [](void* window) { PostCommand(static_cast<QWidget*>(window), command::kWritten, 1); };
   if (!m_ending.release(started(), cancelled, written, m_window)) finishPage(cancelled);

@@ -53,6 +53,8 @@ class RunPerformer {
 
   void prepare();
   void startUnit(const Preparation& next);
+  void refuse(EndCause cause, const UnitFault& fault, bool told = false);
+  void takeBackFragment() const;
   void waitForDocument();
   void askForDocument();
   void pollDocument();
