@@ -129,11 +129,12 @@ class Shooting {
     const auto link =
         QObject::connect(&m_window.panelDock(), &PanelDock::previewEnded, &m_window, [&] { ended = true; });
     preview->PreviewCommand(PreviewCommand::DisableUpdating);
+    control()->SetParam(quillbay::key::RcScan, quillbay::tagRRECT{240, 0, 660, 297}, nullptr);  // in the middle
     control()->Start(quillbay::StartKind::Prescan, 0);
     const bool done = waitFor([&] { return ended; });
     QObject::disconnect(link);
-    control()->SetParam(quillbay::key::RcPreview, quillbay::tagRRECT{30, 20, 210, 110}, nullptr);
-    control()->SetParam(quillbay::key::RcCustomScan, quillbay::tagRRECT{170, 130, 390, 270}, nullptr);
+    control()->SetParam(quillbay::key::RcPreview, quillbay::tagRRECT{270, 20, 450, 110}, nullptr);
+    control()->SetParam(quillbay::key::RcCustomScan, quillbay::tagRRECT{410, 130, 630, 270}, nullptr);
     control()->SetParam(quillbay::key::CustomScanValid, 1, nullptr);
     if (!done || !save(m_window, "preview-tab")) return false;
     const int width = m_window.panelDock().width();
