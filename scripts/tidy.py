@@ -3,6 +3,8 @@
 
 usage: tidy.py BUILD_FOLDER WORK_FOLDER
 
+Most of the time goes into headers, so sources of one target are looked at together, as one file that includes them. A
+batch with findings, or whose sources do not compile as one, is halved until the source is found that they come from.
 Sources that passed are remembered in the work folder by the content of all that went in. Precompiled headers are left
 out: those of the compiler are no use to clang.
 """
@@ -16,6 +18,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
+BATCH = 8
 
 
 def headers_digest():
@@ -28,38 +31,73 @@ def headers_digest():
     return digest.hexdigest()
 
 
-def without_precompiled(commands):
-    for entry in commands:
-        entry["command"] = re.sub(r"-Winvalid-pch|-include \S+cmake_pch\.hxx", "", entry["command"])
-    return commands
+def options(entry):
+    """The compiler's command without input, output and precompiled header: equal for sources that go together."""
+    command = re.sub(r"-Winvalid-pch|-include \S+cmake_pch\.hxx| -o \S+| -M[DFT]( \S+)?", "", entry["command"])
+    return re.sub(r" -c \S+\s*$", "", command)
+
+
+def batches(entries):
+    """Lists of at most BATCH sources with the same options."""
+    groups = {}
+    for entry in entries:
+        groups.setdefault((entry["directory"], options(entry)), []).append(entry["file"])
+    for key, files in groups.items():
+        for start in range(0, len(files), BATCH):
+            yield key, files[start:start + BATCH]
+
+
+def look(key, files, work):
+    """Whether clang-tidy passes the sources, and what it says."""
+    directory, command = key
+    name = hashlib.sha256("\n".join(files).encode()).hexdigest()[:16]
+    place = work / name
+    place.mkdir(exist_ok=True)
+    source = pathlib.Path(files[0])
+    checks = []
+    if len(files) > 1:
+        checks = ["--checks=-bugprone-suspicious-include"]
+        source = place / "together.cpp"
+        source.write_text("".join(f'#include "{f}"\n' for f in files))
+    (place / "compile_commands.json").write_text(json.dumps(
+        [{"directory": directory, "command": f"{command} -c {source}", "file": str(source)}]))
+    done = subprocess.run(["clang-tidy-16", "--quiet", *checks, "-p", str(place), str(source)],
+                          capture_output=True, text=True, check=False)
+    return done.returncode == 0, done.stdout or done.stderr
+
+
+def run(key, files, work):
+    """[(source, findings)], with empty findings for what passed."""
+    passed, findings = look(key, files, work)
+    if passed:
+        return [(f, "") for f in files]
+    if len(files) == 1:
+        return [(files[0], findings or "clang-tidy failed")]
+    middle = len(files) // 2
+    return run(key, files[:middle], work) + run(key, files[middle:], work)
 
 
 def main():
     build, work = pathlib.Path(sys.argv[1]).resolve(), pathlib.Path(sys.argv[2]).resolve()
     work.mkdir(parents=True, exist_ok=True)
-    commands = without_precompiled(json.loads((build / "compile_commands.json").read_text()))
-    (work / "compile_commands.json").write_text(json.dumps(commands))
-    ours = sorted({c["file"] for c in commands
-                   if any(c["file"].startswith(f"{ROOT}/{d}/") for d in ("src", "libs", "apps"))})
+    commands = json.loads((build / "compile_commands.json").read_text())
+    ours = {c["file"]: c for c in commands
+            if any(c["file"].startswith(f"{ROOT}/{d}/") for d in ("src", "libs", "apps"))}
     seen_path = work / "tidy-passed.json"
     seen = json.loads(seen_path.read_text()) if seen_path.exists() else {}
     base = headers_digest()
     keys = {f: hashlib.sha256(base.encode() + pathlib.Path(f).read_bytes()).hexdigest() for f in ours}
-    todo = [f for f in ours if seen.get(f) != keys[f]]
-
-    def run(source):
-        done = subprocess.run(["clang-tidy-16", "--quiet", "-p", str(work), source],
-                              capture_output=True, text=True, check=False)
-        return source, done.returncode, done.stdout, done.stderr
+    todo = [ours[f] for f in sorted(ours) if seen.get(f) != keys[f]]
 
     failed = 0
     with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
-        for source, code, out, err in pool.map(run, todo):
-            if code == 0:
-                seen[source] = keys[source]
-                continue
-            failed += 1
-            print(out or err)
+        for results in pool.map(lambda batch: run(*batch, work), list(batches(todo))):
+            for source, findings in results:
+                if not findings:
+                    seen[source] = keys[source]
+                    continue
+                failed += 1
+                print(findings)
     seen_path.write_text(json.dumps(seen))
     print(f"clang-tidy: {len(todo)} sources looked at, {len(ours) - len(todo)} unchanged, {failed} with findings")
     return 1 if failed else 0

@@ -154,7 +154,7 @@ RunFile CScanToView::endRun() {
   const std::unique_ptr<RunOutput> ended = std::move(m_output);
   if (!ended) return {};
   std::string why;
-  const RunFile file = ended->publishPart(events().get(), &why);
+  RunFile file = ended->publishPart(events().get(), &why);
   if (!why.empty()) tell(why);
   return file;
 }

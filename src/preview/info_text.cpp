@@ -87,7 +87,7 @@ std::vector<SummaryLine> summaryLines(const std::string& summary) {
   return lines;
 }
 
-double paintTitle(QPainter& painter, const QRectF& room, QFont font, const std::string& title) {
+double paintTitle(QPainter& painter, const QRectF& room, const QFont& font, const std::string& title) {
   const QString text = QString::fromStdString(title);
   const double most = std::max(room.height() / 3, 1.0);  // the summary wants room, too
   QFont used = font;

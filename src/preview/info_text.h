@@ -20,7 +20,7 @@ struct SummaryLine {
 
 /// Writes a title into the top of `room`, smaller where it is too wide, and with dots where that does not help.
 /// Answers its height.
-double paintTitle(QPainter& painter, const QRectF& room, QFont font, const std::string& title);
+double paintTitle(QPainter& painter, const QRectF& room, const QFont& font, const std::string& title);
 
 /// Writes the summary in two columns, its lines wrapped. The text becomes smaller where `room` is too low, down to
 /// half of the font's size; lines that do not fit even then are left out, with dots in their place.
