@@ -76,12 +76,10 @@ class GroupPainter {
     const DeviceRange rows = centresIn(m_tfm.scaleY * m_top + m_tfm.offsetY,
                                        m_tfm.scaleY * m_bottom + m_tfm.offsetY, clip.top, clip.bottom);
     if (m_columns.empty() || rows.empty()) return;
-    const double across = std::max(1.0, 1 / std::abs(m_tfm.scaleX));
-    const double down = std::max(1.0, rowsPerLine() / std::abs(m_tfm.scaleY));
-    m_unit = lineUnit(across + 2, down + 2);
+    m_across = std::max(1.0, 1 / std::abs(m_tfm.scaleX));
+    m_unit = lineUnit(m_across + 2, mostRowsPerLine() / std::abs(m_tfm.scaleY) + 2);
     m_sampled = m_sampled || m_unit == 0;
     m_isInk = m_parts[m_begin]->isInk && !m_sampled;
-    if (m_isInk) m_darkened = inkTable(std::max(across, down));
     makeColumns(width);
     for (std::int32_t y = rows.begin; y < rows.end; ++y) {
       if (std::uint32_t* out = target.GetRow(y)) paintRow(y, out + m_columns.begin);
@@ -89,11 +87,12 @@ class GroupPainter {
   }
 
  private:
-  /// Rows of the pictures to a reduced line: 1, or fewer where they were halved.
-  [[nodiscard]] double rowsPerLine() const {
-    double rows = 0;
-    for (std::size_t i = m_begin; i < m_end; ++i) rows += m_parts[i]->picture.height;
-    return rows / (m_bottom - m_top);
+  /// Rows of a picture to a reduced line: 1, or fewer where it was halved.
+  [[nodiscard]] double mostRowsPerLine() const {
+    double most = 0;
+    for (std::size_t i = m_begin; i < m_end; ++i)
+      most = std::max(most, m_parts[i]->picture.height / (m_parts[i]->bottom - m_parts[i]->top));
+    return most;
   }
 
   void makeColumns(std::int32_t width) {
@@ -124,6 +123,7 @@ class GroupPainter {
   void collectRows(double from, double to) {
     m_rows.clear();
     m_covered.clear();
+    m_crossed = 0;
     const auto at = std::upper_bound(m_parts.begin() + static_cast<std::ptrdiff_t>(m_begin),
                                      m_parts.begin() + static_cast<std::ptrdiff_t>(m_end) - 1, from,
                                      [](double v, const auto& part) { return v < part->bottom; });
@@ -140,6 +140,7 @@ class GroupPainter {
         const double top = part.top + r * height;
         m_rows.push_back(part.picture.bytes.data() + static_cast<std::size_t>(r) * part.picture.stride);
         m_covered.push_back(std::min(to, top + height) - std::max(from, top));
+        m_crossed += m_covered.back() / height;
       }
     }
   }
@@ -174,7 +175,12 @@ class GroupPainter {
     }
   }
 
-  void darken(std::uint32_t* out) const {
+  void darken(std::uint32_t* out) {
+    const double gain = std::max(m_across, m_crossed);
+    if (std::abs(gain - m_gain) > gain / 512) {  // less is no tone
+      m_gain = gain;
+      m_darkened = inkTable(gain);
+    }
     for (std::int32_t i = 0; i < m_columns.end - m_columns.begin; ++i)
       out[i] = 0xFF000000U | m_darkened[out[i] & 255] * 0x010101U;
   }
@@ -188,7 +194,10 @@ class GroupPainter {
   std::uint32_t m_unit = kWholePixel;
   DeviceRange m_columns;
   CellRow m_cells;
+  double m_gain = 0;  // that m_darkened is made for
   std::array<std::uint8_t, 256> m_darkened{};
+  double m_across = 1;   // source columns of a device pixel
+  double m_crossed = 0;  // rows of pictures that the device row covers
   std::vector<const std::uint8_t*> m_rows, m_whole, m_partRows;
   std::vector<double> m_covered;
   std::vector<std::uint16_t> m_weights;

@@ -410,6 +410,23 @@ TEST(PreviewStor, InkStaysDarkWhenThePictureIsShrunkFurther) {
   }
 }
 
+TEST(PreviewStor, InkOfALongRollIsAsDarkAtItsStartAsAtItsEnd) {
+  std::vector<KxPtr<IScanBuffer>> stripes;
+  for (std::int32_t y = 0; y < 400; y += 2)
+    stripes.push_back(stripeOf(KxColorSpace::Bitonal, 256, y, 2, [](auto, auto line) { return int(line == 100); }));
+  Feed feed(2048);
+  for (std::size_t i = 0; i < 10000; ++i) feed.store->AddStripe(stripes[i % stripes.size()].get());
+  const auto screen = newScreen(1, 50);  // a row for one black line
+  feed.store->PaintScan(screen.get(), {8, 1.0 / 400, 0, 0});
+  double early = 0, late = 0;
+  for (std::int32_t y = 1; y < 11; ++y) {
+    early += 255 - (screen->at(0, y) & 255);
+    late += 255 - (screen->at(0, 49 - y) & 255);
+  }
+  EXPECT_NEAR(early, 2550, 300);
+  EXPECT_NEAR(late, 2550, 300);
+}
+
 TEST(PreviewStor, StripesArriveWhileItIsPaintedAndReset) {
   Feed feed(400);
   std::atomic<bool> done = false;
