@@ -51,6 +51,18 @@ class Reader {
                          {textOf(value)});
   }
 
+  void blackAndWhite(ScanRequest* out) {
+    const auto setting = [&](const char* stem, const BwRange& range) {
+      return whole(key::numbered(stem, out->mode), range.initial, range.least, range.most);
+    };
+    out->level = whole(key::numbered(key::Level, out->mode), out->level, 0, kMostLevel);
+    out->bw.level = out->level >= 0 ? out->level : levelRange(out->mode).initial;
+    if (suppressesBackground(out->mode))
+      out->bw.suppression = setting(key::BackgroundSuppression, kSuppressionRange);
+    out->bw.sharpness = setting(key::SoftenSharpen, kSharpnessRange);
+    out->bw.blur = setting(key::Blur, kBlurRange);
+  }
+
   void curves(ScanRequest* out) {
     constexpr std::size_t kEntries = 256;
     const CKxVariant value = paramValue(m_set, key::Gamma);
@@ -94,15 +106,26 @@ std::string readScanRequest(IParam* request, ScanRequest* out) {
   r.isPiece = reader.flag(key::Bursting) && !r.isPrescan();
   r.paperLength = reader.number(key::PaperLength, 0, 0, kMostMm);
   r.level = reader.whole(key::Threshold, r.level, 0, kMostLevel);
-  if (isBitonalMode(r.mode)) r.level = reader.whole(key::numbered(key::Level, r.mode), r.level, 0, kMostLevel);
+  if (isBitonalMode(r.mode)) reader.blackAndWhite(&r);
   reader.curves(&r);
   *out = std::move(r);
   return reader.why();
 }
 
-std::optional<int> modeOfLevel(std::string_view key) {
-  for (int mode = kModeBwThreshold; mode <= kModeBwCopyAdaptive; ++mode)
-    if (sameKey(key, key::numbered(key::Level, mode))) return mode;
+std::optional<BwKeyRange> bwKeyRange(std::string_view key) {
+  const auto is = [&](const char* stem, int mode) { return sameKey(key, key::numbered(stem, mode)); };
+  const auto of = [](int mode, const BwRange& range, bool isLevel = false) {
+    return BwKeyRange{
+        mode,
+        {static_cast<double>(range.initial), static_cast<double>(range.least), static_cast<double>(range.most), 1},
+        isLevel};
+  };
+  for (int mode = kModeBwThreshold; mode <= kModeBwCopyAdaptive; ++mode) {
+    if (is(key::Level, mode)) return of(mode, levelRange(mode), true);
+    if (suppressesBackground(mode) && is(key::BackgroundSuppression, mode)) return of(mode, kSuppressionRange);
+    if (is(key::SoftenSharpen, mode)) return of(mode, kSharpnessRange);
+    if (is(key::Blur, mode)) return of(mode, kBlurRange);
+  }
   return std::nullopt;
 }
 

@@ -9,11 +9,12 @@
 #include "quillbay/geometry.h"
 #include "quillbay/param.h"
 #include "quillbay/scan_mode.h"
+#include "quillbay/scanner.h"
+#include "scanners/lines/bw_settings.h"
 
 namespace quillbay {
 
 inline constexpr int kMostLevel = 255;
-inline constexpr int kUsualLevel = 128;
 
 /// What a request asks of a unit (`IQuillbayUnit::Scan`), read and checked once for all units.
 struct ScanRequest {
@@ -26,6 +27,7 @@ struct ScanRequest {
   bool isPiece = false;           ///< one of several that follow one another down a document
   double paperLength = 0;         ///< mm when the device cannot find the document's end; 0: none was given
   int level = -1;                 ///< of black and white, 0-255: grey below it is black; -1: none was given
+  BwSettings bw{};                ///< of black and white: the request's, and the mode's usual ones
   std::vector<KXRGBQUAD> curves;  ///< 256, or none
   bool operator==(const ScanRequest&) const = default;
 
@@ -37,7 +39,13 @@ struct ScanRequest {
 /// what it takes; `*out` is then of no use.
 [[nodiscard]] std::string readScanRequest(IParam* request, ScanRequest* out);
 
-/// The scan mode whose level a key is ("LEVEL3": 3).
-[[nodiscard]] std::optional<int> modeOfLevel(std::string_view key);
+/// The scan mode that a key of black and white adjusts ("LEVEL3": 3), and what it takes.
+struct BwKeyRange {
+  int mode = 0;
+  UnitKeyRange range;
+  bool isLevel = false;
+};
+/// Nothing for a key that no mode has ("LEVEL5", "BACKGROUNDSUPP0").
+[[nodiscard]] std::optional<BwKeyRange> bwKeyRange(std::string_view key);
 
 }  // namespace quillbay

@@ -34,7 +34,9 @@ TEST(SaneFaults, SourcesAndKeysThatTheDeviceOffers) {
   const auto ranges = scanner.unit.as<IUnitKeyRanges>();
   EXPECT_EQ(ranges->GetKeyRange("level4", &range), 1);
   EXPECT_EQ(range.most, 255);
-  for (const char* unknown : {"LEVEL5", "BLUR0", "BACKGROUNDSUPP1"})
+  EXPECT_EQ(ranges->GetKeyRange("BACKGROUNDSUPP4", &range), 1);
+  EXPECT_EQ(range.most, 100);
+  for (const char* unknown : {"LEVEL5", "BLUR5", "BACKGROUNDSUPP0"})
     EXPECT_EQ(ranges->GetKeyRange(unknown, &range), 0);
 
   // The feeder that was chosen counts for who opens the device next.

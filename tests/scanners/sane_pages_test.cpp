@@ -110,7 +110,7 @@ TEST(SanePages, ModesThatTheDeviceLacksAreMadeFromWhatItHas) {
   EXPECT_EQ(scanner.unit->HasMode(8), 0);
   scanner.set({{"depth", "8"}});  // no line art of the device's own any more
   WaitingSink bits, palette;
-  ASSERT_TRUE(scanner.scan({1, 50, {0, 0, 50, 50}}, &bits));
+  ASSERT_TRUE(scanner.scan({0, 50, {0, 0, 50, 50}}, &bits));
   ASSERT_TRUE(scanner.scan({6, 50, {0, 0, 50, 50}}, &palette));
   Picture grey = scanimage("-d test:0 --mode Gray --depth 8 --resolution 50 -x 50 -y 50");
   for (std::uint8_t& b : grey.bytes) b = b < 128 ? 0 : 255;
@@ -173,7 +173,7 @@ TEST(SanePages, AnAreaThatTheDeviceCannotCut) {
       {"grey, beyond the picture", "P5\n41 19\n255\n", 41 * 19, 5, {9, 2, 100, 100}},
       {"grey, to its end", "P5\n41 19\n255\n", 41 * 19, 5, {9, 6, 40, 0}},
       {"line art", "P4\n43 17\n", 6 * 17, 0, {11, 4, 30, 16}},
-      {"grey made black and white", "P5\n41 19\n255\n", 41 * 19, 1, {5, 5, 33, 12}},
+      {"grey made black and white", "P5\n41 19\n255\n", 41 * 19, 0, {5, 5, 33, 12}},
   };
   const auto path = saneConfig.folder() / "picture.pnm";
   for (const Case& c : cases) {
@@ -198,7 +198,7 @@ TEST(SanePages, AnAreaThatTheDeviceCannotCut) {
     for (std::int64_t y = c.want.top; y < bottom; ++y)
       for (std::int64_t x = c.want.left * whole.channels; x < right * whole.channels; ++x) {
         const std::uint8_t level = whole.bytes[static_cast<std::size_t>(y * whole.width * whole.channels + x)];
-        want.bytes.push_back(c.mode != 1 ? level : level < 128 ? 0 : 255);
+        want.bytes.push_back(c.mode != 0 ? level : level < 128 ? 0 : 255);
       }
     EXPECT_TRUE(same(pictureOf(sink), want));
     EXPECT_EQ(sink.announced, want.height);

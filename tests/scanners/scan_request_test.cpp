@@ -63,6 +63,32 @@ TEST(ScanRequest, TheLevelIsTheModesOwn) {
   }
 }
 
+TEST(ScanRequest, BlackAndWhiteTakesWhatTheRangesTell) {
+  for (int mode = 0; mode < 5; ++mode) {
+    for (const char* stem : {key::Level, key::BackgroundSuppression, key::SoftenSharpen, key::Blur}) {
+      const std::string name = key::numbered(stem, mode);
+      SCOPED_TRACE(name);
+      const auto known = bwKeyRange(name);
+      ASSERT_EQ(known.has_value(), stem != key::BackgroundSuppression || mode == 1 || mode == 4);
+      if (!known) continue;
+      EXPECT_EQ(known->mode, mode);
+      const UnitKeyRange& range = known->range;
+      for (const double value : {range.least, range.initial, range.most, range.least - 1, range.most + 1}) {
+        const auto set = new_MemParam();
+        set->SetValue(key::Mode, mode);
+        set->SetValue(name, value);
+        ScanRequest request;
+        const bool taken = readScanRequest(set.get(), &request).empty();
+        EXPECT_EQ(taken, value >= range.least && value <= range.most) << value;
+        set->SetValue(name, CKxVariant());
+        ScanRequest usual;
+        EXPECT_EQ(readScanRequest(set.get(), &usual), "");
+        EXPECT_EQ(request.bw == usual.bw, value == range.initial || !taken) << value;
+      }
+    }
+  }
+}
+
 TEST(ScanRequest, APrescanIsNoPieceOfABurst) {
   const auto set = new_MemParam();
   set->SetValue(key::Bursting, 1);

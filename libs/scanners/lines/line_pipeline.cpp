@@ -7,6 +7,7 @@
 #include "platform/base_services.h"
 #include "quillbay/errors.h"
 #include "quillbay/run_list.h"
+#include "scanners/lines/bw_stage.h"
 #include "scanners/lines/line_convert.h"
 
 namespace quillbay {
@@ -43,10 +44,15 @@ struct LinePipeline::Impl {
 
   void startStripe();
   int handOn();
+  [[nodiscard]] bool isFull() const;
   // A line brought to 8 bits a sample, tone curves applied: either `line` itself or `work`.
   const std::uint8_t* toBytes(const std::uint8_t* line);
   const std::uint8_t* toGrey(const std::uint8_t* line);
-  void appendRuns(const std::uint8_t* line);
+  void makeStage();
+  // Grey, or what the mode's filters made of it.
+  void appendRuns(const std::uint8_t* greyLine);
+  int takeLine(const std::uint8_t* line);
+  int drainStage();
   void writeLine(const std::uint8_t* line, std::uint8_t* out);
   void foldCurvesIntoThreshold();
 
@@ -59,6 +65,7 @@ struct LinePipeline::Impl {
   CStripe::Bitonal packing;
   int threshold;  // 0-256
   std::unique_ptr<ToneCurves> curves;
+  std::unique_ptr<BwStage> stage;  // null where the threshold alone makes the lines
   std::shared_ptr<StripePool> pool = std::make_shared<StripePool>();
   KxPtr<CStripe> stripe;
   std::int32_t capacity;
@@ -87,11 +94,19 @@ LinePipeline::Impl::Impl(const Setup& s, IScanSink* receiver)
   capacity = s.stripeLines > 0 ? s.stripeLines : CStripe::usualCapacity(space, s.width, packing);
   if (isRunList(space) && !direct) {
     runs = std::make_unique<std::uint32_t[]>(width + 3);
-    foldCurvesIntoThreshold();
+    makeStage();
+    if (!stage) foldCurvesIntoThreshold();
   }
   if (direct) return;
   work = std::make_unique_for_overwrite<std::uint8_t[]>(width * 3);
   grey = std::make_unique_for_overwrite<std::uint8_t[]>(width);
+}
+
+void LinePipeline::Impl::makeStage() {
+  setup.bw.level = threshold;
+  if (!BwStage::isNeeded(setup.mode, setup.bw)) return;
+  stage = std::make_unique<BwStage>(setup.mode, width, setup.dpi, setup.bw);
+  threshold = stage->limit();
 }
 
 // Grey lines of which every level below a limit becomes black, and no other, need no table: the usual case, since
@@ -142,8 +157,37 @@ const std::uint8_t* LinePipeline::Impl::toGrey(const std::uint8_t* line) {
   return grey.get();
 }
 
-void LinePipeline::Impl::appendRuns(const std::uint8_t* line) {
-  stripe->appendRuns(runs.get(), greyToRuns(toGrey(line), setup.width, threshold, runs.get()));
+void LinePipeline::Impl::appendRuns(const std::uint8_t* greyLine) {
+  stripe->appendRuns(runs.get(), greyToRuns(greyLine, setup.width, threshold, runs.get()));
+}
+
+// Lines of many runs fill a stripe early: memory follows bytes, not lines.
+bool LinePipeline::Impl::isFull() const {
+  return stripe->lineCount() >= stripe->capacity() ||
+         (isRunList(space) && !direct && stripe->usedBytes() >= kRunStripeBytes);
+}
+
+int LinePipeline::Impl::takeLine(const std::uint8_t* line) {
+  if (!stripe) startStripe();
+  if (isRunList(space) && !direct) {
+    const std::uint8_t* made = toGrey(line);
+    if (stage) made = stage->push(made);
+    if (!made) return 1;
+    appendRuns(made);
+  } else {
+    writeLine(line, stripe->data() + static_cast<std::size_t>(stripe->lineCount()) * stripe->lineBytes());
+    stripe->setLineCount(stripe->lineCount() + 1);
+  }
+  return isFull() ? handOn() : 1;
+}
+
+int LinePipeline::Impl::drainStage() {
+  while (const std::uint8_t* made = stage->drain()) {
+    if (!stripe) startStripe();
+    appendRuns(made);
+    if (isFull() && !handOn()) return 0;
+  }
+  return 1;
 }
 
 void LinePipeline::Impl::writeLine(const std::uint8_t* line, std::uint8_t* out) {
@@ -200,25 +244,13 @@ int LinePipeline::linesDone(std::int32_t lines) {
 }
 
 int LinePipeline::push(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines) {
-  Impl& impl = *m_impl;
-  for (std::int32_t i = 0; i < lines; ++i, bytes += stride) {
-    if (!impl.stripe) impl.startStripe();
-    CStripe& stripe = *impl.stripe;
-    if (isRunList(impl.space) && !impl.direct) {
-      impl.appendRuns(bytes);
-    } else {
-      impl.writeLine(bytes, stripe.data() + static_cast<std::size_t>(stripe.lineCount()) * stripe.lineBytes());
-      stripe.setLineCount(stripe.lineCount() + 1);
-    }
-    // Lines of many runs fill a stripe early: memory follows bytes, not lines.
-    const bool full = stripe.lineCount() >= stripe.capacity() ||
-                      (isRunList(impl.space) && !impl.direct && stripe.usedBytes() >= kRunStripeBytes);
-    if (full && !impl.handOn()) return 0;
-  }
+  for (std::int32_t i = 0; i < lines; ++i, bytes += stride)
+    if (!m_impl->takeLine(bytes)) return 0;
   return 1;
 }
 
 int LinePipeline::flush() {
+  if (m_impl->stage && !m_impl->drainStage()) return 0;
   if (!m_impl->stripe || m_impl->stripe->lineCount() == 0) return 1;
   return m_impl->handOn();
 }

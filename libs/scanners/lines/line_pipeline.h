@@ -4,6 +4,7 @@
 
 #include "quillbay/kx_unknown.h"
 #include "quillbay/param.h"
+#include "scanners/lines/bw_settings.h"
 #include "scanners/lines/stripe.h"
 
 namespace quillbay {
@@ -19,8 +20,8 @@ enum class DeviceSamples : int {
 
 /// Turns a device's lines into stripes of a scan mode's colour space, handing each full stripe to a sink. Where the
 /// device's samples are the mode's (`isDirect`), the device may fill the stripe in place (`lineRoom`, `linesDone`).
-/// Used by one thread. Modes: 0-4 bitonal (threshold, until the other modes get their own stages), 5 grey,
-/// 6 palette, 7 colour.
+/// Used by one thread. Modes: 0-4 bitonal (`BwStage`; a device's own bits stay as they are), 5 grey, 6 palette,
+/// 7 colour.
 class LinePipeline {
  public:
   struct Setup {
@@ -28,9 +29,10 @@ class LinePipeline {
     DeviceSamples samples = DeviceSamples::Grey8;
     std::int32_t width = 0;  ///< pixels
     std::uint32_t dpi = 0;
-    int threshold = 128;                ///< grey below it is black
+    int threshold = 128;                ///< level of the modes 0-4: grey below it is black
     const KXRGBQUAD* curves = nullptr;  ///< 256 entries, or null: applied to grey and colour samples first
     std::int32_t stripeLines = 0;       ///< 0: about 1 MiB
+    BwSettings bw{};                    ///< of modes 0-4; `threshold` is its level
   };
   /// `sink` outlives the pipeline. Throws CXDeviceException for a mode that cannot be made from these samples.
   LinePipeline(const Setup& setup, IScanSink* sink);
@@ -46,9 +48,10 @@ class LinePipeline {
   [[nodiscard]] std::uint8_t* lineRoom(std::int32_t* lines);
   /// Direct only: `lines` of that room were filled. Returns 0 when the sink wants the scan to end.
   int linesDone(std::int32_t lines);
-  /// Takes `lines` device lines, `stride` bytes apart. Returns 0 when the sink wants the scan to end.
+  /// Takes `lines` device lines, `stride` bytes apart; some modes hold lines back until those below are known.
+  /// Returns 0 when the sink wants the scan to end.
   int push(const std::uint8_t* bytes, std::size_t stride, std::int32_t lines);
-  /// Hands on what is left of the page. Returns what `push` returns.
+  /// Hands on what is left of the page, which ends here, wherever its last line was. Returns what `push` returns.
   int flush();
   /// Lines handed to the sink so far.
   [[nodiscard]] std::int64_t linesOut() const noexcept;

@@ -181,7 +181,7 @@ void SaneCore::scanPage(IScanSink* sink, const ScanRequest& request) {
   SanePage::Setup setup;
   setup.mode = request.mode;
   setup.dpi = prepare(request);
-  setup.threshold = request.level >= 0 ? request.level : kUsualLevel;
+  setup.bw = request.bw;
   setup.curves = request.curves.empty() ? nullptr : request.curves.data();
   setup.isPrescan = request.isPrescan();
   setup.readsToEnd = goesOn(request);

@@ -106,7 +106,8 @@ LinePipeline::Setup SanePage::pipelineSetup(const SANE_Parameters& p, DeviceSamp
   setup.samples = samples;
   setup.width = m_cut ? m_cut->width : p.pixels_per_line;
   setup.dpi = m_setup.dpi;
-  setup.threshold = m_setup.threshold;
+  setup.threshold = m_setup.bw.level;
+  setup.bw = m_setup.bw;
   setup.curves = m_setup.curves;
   if (m_setup.isPrescan)
     setup.stripeLines = static_cast<std::int32_t>(std::max<std::size_t>(kPrescanStripeBytes / neededBytes(p), 16));

@@ -21,7 +21,7 @@ class SanePage {
   struct Setup {
     int mode = 5;
     std::uint32_t dpi = 0;
-    int threshold = 128;
+    BwSettings bw{};
     const KXRGBQUAD* curves = nullptr;
     std::optional<tagRRECT> area{};  ///< mm: cut out of what the device delivers
     bool readsToEnd = false;         ///< also when no more is wanted: a feeder continues only from there

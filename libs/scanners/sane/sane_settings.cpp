@@ -48,15 +48,21 @@ void applyOthers(SaneDevice& device, WantedOptions wanted) {
             device.name() + ": the option " + name + " is not active with these settings; it was not set");
 }
 
-bool wantsBits(const ScanRequest& request) noexcept { return isBitonalMode(request.mode); }
+// Line art of the device's own is a plain threshold, and its level can be set only where the device has an option
+// for it. All else is made here from grey.
+bool wantsBits(const SaneDevice& device, const ScanRequest& request) noexcept {
+  if (request.mode != kModeBwThreshold || request.bw.filters()) return false;
+  return request.level < 0 || hasOwnThreshold(device.options());
+}
 
 // Sets the mode; returns whether one bit a pixel must still be chosen by the depth.
 bool applyMode(SaneDevice& device, const ScanRequest& request) {
   const SaneOption* mode = device.settable("mode");
   const ModeNames names = modeNames(mode);
-  if (names.any) return wantsBits(request);
+  const bool bits = wantsBits(device, request);
+  if (names.any) return bits;
   const std::string* value = nullptr;
-  if (wantsBits(request) && !names.lineart.empty()) {
+  if (bits && !names.lineart.empty()) {
     value = &names.lineart;
   } else if (request.mode <= 5) {
     value = !names.grey.empty() ? &names.grey : !names.colour.empty() ? &names.colour : &names.lineart;
@@ -66,7 +72,7 @@ bool applyMode(SaneDevice& device, const ScanRequest& request) {
   if (value->empty())
     refuse(device, UnitFaultCode::Unsupported, Supp_Translate("this scanner has no colour. Choose a grey mode."));
   device.setText("mode", *value);
-  return wantsBits(request) && value == &names.grey;
+  return bits && value == &names.grey;
 }
 
 void applyDepth(SaneDevice& device, bool bits, const WantedOptions& wanted) {
@@ -83,7 +89,7 @@ void applyDepth(SaneDevice& device, bool bits, const WantedOptions& wanted) {
 
 void applyThreshold(SaneDevice& device, const ScanRequest& request) {
   const SaneOption* o = device.settable("threshold");
-  if (!o || !o->isNumber() || request.level < 0 || !wantsBits(request)) return;
+  if (!o || !o->isNumber() || request.level < 0 || !isBitonalMode(request.mode)) return;
   const double share = request.level / static_cast<double>(kMostLevel);
   const double low = o->hasRange ? o->min : 0;
   const double high = o->hasRange ? o->max : o->unit == SANE_UNIT_PERCENT ? 100 : 255;
@@ -183,6 +189,11 @@ std::uint32_t takenResolution(const SaneDevice& device, int otherwise) {
 }
 
 }  // namespace
+
+bool hasOwnThreshold(const std::vector<SaneOption>& options) noexcept {
+  return std::any_of(options.begin(), options.end(),
+                     [](const SaneOption& o) { return o.name == "threshold" && o.isNumber(); });
+}
 
 bool takesArea(const SaneDevice& device) { return device.settable("br-x") && device.settable("br-y"); }
 

@@ -32,6 +32,9 @@ struct ModeNames {
 /// request's length, since a flatbed delivers what it is asked for.
 std::uint32_t applyRequest(SaneDevice& device, const ScanRequest& request, const WantedOptions& wanted);
 
+/// Whether a device has a threshold of its own for line art, active in the current mode or not.
+[[nodiscard]] bool hasOwnThreshold(const std::vector<SaneOption>& options) noexcept;
+
 /// Whether the device takes a scan area; otherwise it delivers its whole area.
 [[nodiscard]] bool takesArea(const SaneDevice& device);
 

@@ -99,9 +99,12 @@ int SaneUnit::SetSource(UnitSource source, std::string* why) {
 
 int SaneUnit::GetKeyRange(std::string_view key, UnitKeyRange* out) {
   const SaneCapabilities known = m_core->capabilities();
-  const auto mode = modeOfLevel(key);
-  if (!sameKey(key, key::Threshold) && !(mode && known.offers(*mode))) return 0;
-  *out = {kUsualLevel, 0, kMostLevel, 1};
+  const auto asked = bwKeyRange(sameKey(key, key::Threshold) ? key::numbered(key::Level, kModeBwThreshold) : key);
+  if (!asked || !known.offers(asked->mode)) return 0;
+  const bool isLineartOnly = !known.modes.any && known.modes.grey.empty() && known.modes.colour.empty();
+  if (isLineartOnly && !asked->isLevel) return 0;
+  *out = asked->range;
+  if (!asked->isLevel || asked->mode != kModeBwThreshold) return 1;
   for (const SaneOption& o : known.options) {
     if (o.name == "threshold" && o.isActive() && o.isNumber() && o.hasRange && o.max > o.min && !o.value.empty())
       out->initial = std::round((o.number() - o.min) / (o.max - o.min) * kMostLevel);

@@ -15,7 +15,9 @@ namespace quillbay {
 ///   sheets, since a feeder finds their end; elsewhere it is `key::PaperLength` millimetres long, or without that
 ///   as long as the bed. A device without an area (webcams, the "pnm" driver) delivers what it has, and the unit
 ///   cuts the area out of it; without a resolution of its own, its pages get the request's.
-/// - Scan modes 0-4 use the device's own line art where it has some, else the unit thresholds its grey.
+/// - "BW Threshold" without filters uses the device's own line art where it has some and takes the level (or none
+/// is
+///   asked for). The other black-and-white modes are made from its grey, or are its line art if it has no grey.
 /// - "batchmode" with a feeder: the next page is started without a cancel in between.
 /// - `SetOption` does not take what a request settles: mode, resolution and the area's corners.
 class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, IUnitOptions, IUnitResolutionRange,
@@ -49,7 +51,8 @@ class SaneUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   int SetSource(UnitSource source, std::string* why) override;
   int HasFeeder() override { return GetSource() != UnitSource::Flatbed ? 1 : 0; }
 
-  /// The level of the black-and-white modes; it starts where the device's own threshold stands.
+  /// What the black-and-white modes take; the level of "BW Threshold" starts where the device's own threshold
+  /// stands. A device without grey has levels only.
   int GetKeyRange(std::string_view key, UnitKeyRange* out) override;
 
  private:

@@ -73,7 +73,8 @@ LinePipeline::Setup setupOf(const SimJob& job) {
   setup.samples = samplesOf(job);
   setup.width = job.right - job.left;
   setup.dpi = job.dpi;
-  setup.threshold = job.request.level >= 0 ? job.request.level : kUsualLevel;
+  setup.threshold = job.request.bw.level;
+  setup.bw = job.request.bw;
   setup.curves = job.request.curves.empty() ? nullptr : job.request.curves.data();
   if (job.config.speed <= 0) return setup;
   // A slow device hands on what it has several times a second.

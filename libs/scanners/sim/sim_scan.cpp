@@ -103,8 +103,9 @@ class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitE
   int HasFeeder() override { return m_core->config().flatbed ? 0 : 1; }
 
   int GetKeyRange(std::string_view key, UnitKeyRange* out) override {
-    if (!sameKey(key, key::Threshold) && !modeOfLevel(key)) return 0;
-    *out = {kUsualLevel, 0, kMostLevel, 1};
+    const auto known = bwKeyRange(sameKey(key, key::Threshold) ? key::numbered(key::Level, 0) : key);
+    if (!known) return 0;
+    *out = known->range;
     return 1;
   }
 

@@ -1,0 +1,84 @@
+#pragma once
+#include <array>
+
+#include "scanners/lines/row_filter.h"
+
+namespace quillbay {
+
+/// A value for each 8-bit level.
+using LevelTable = std::array<std::uint8_t, 256>;
+
+/// Filters by the mean of the square window around a pixel, `reach` (at most `bw_loops::kMostReach`) pixels to each
+/// side. A row costs the same whatever the window's size.
+class BoxFilter : public BandFilter {
+ public:
+  BoxFilter(std::size_t width, std::size_t reach);
+
+ protected:
+  void enter(const std::uint8_t* entering, const std::uint8_t* leaving) override;
+  /// `out[x] = table[mean]` for the row that is made.
+  void means(const LevelTable& table, std::uint8_t* out) noexcept;
+
+ private:
+  std::vector<std::uint16_t> m_sums;  // of the columns, with `reach` repeated ones at both ends
+};
+
+/// A pixel becomes the mean of its window.
+class BlurFilter final : public BoxFilter {
+ public:
+  BlurFilter(std::size_t width, std::size_t reach);
+
+ private:
+  const std::uint8_t* make() override;
+  LevelTable m_same;
+  std::vector<std::uint8_t> m_out;
+};
+
+/// "BW Adaptive": compares a pixel with a limit between the level and the mean of its window, and tells dark ink on
+/// paper (mean at or above the level: black is what is clearly darker) from light lines on dark sheets or in solid
+/// ink (below it: white is what is clearly lighter). Flat surfaces become what a plain threshold makes of them, so
+/// that solid ink stays solid and dirt on paper white. Rows are 0 or 255.
+class AdaptiveFilter final : public BoxFilter {
+ public:
+  /// `suppression` in per cent.
+  AdaptiveFilter(std::size_t width, std::size_t reach, int level, int suppression);
+  /// The limit below which a pixel is black, for each mean.
+  [[nodiscard]] static LevelTable limits(int level, int suppression);
+
+ private:
+  const std::uint8_t* make() override;
+  LevelTable m_limits;
+  std::vector<std::uint8_t> m_out;
+};
+
+/// Brings the paper to white, so that tones can be screened: divides by the lightness of the background, which is
+/// the upper envelope of the means of windows (it falls slowly from light places into dark ones, so that pictures
+/// and solid ink keep their tones). Grey rows.
+class PaperFilter final : public BoxFilter {
+ public:
+  PaperFilter(std::size_t width, std::size_t reach, std::uint32_t dpi, int suppression);
+
+ private:
+  const std::uint8_t* make() override;
+  void follow() noexcept;
+
+  LevelTable m_same;
+  std::array<std::int32_t, 256> m_gains;  // in 256ths, for each background
+  std::int32_t m_fall;                    // of the envelope in a row, in 256ths of a level
+  std::vector<std::int32_t> m_paper;      // the envelope at every 16th pixel, in 256ths of a level
+  std::vector<std::uint8_t> m_out;
+};
+
+/// Softens or sharpens: see `bw_loops::sharpen`.
+class SharpenFilter final : public BandFilter {
+ public:
+  SharpenFilter(std::size_t width, int weight);
+
+ private:
+  const std::uint8_t* make() override;
+  int m_weight;
+  std::vector<std::int16_t> m_columns;
+  std::vector<std::uint8_t> m_out;
+};
+
+}  // namespace quillbay
