@@ -14,6 +14,10 @@ namespace quillbay {
 /// answered.
 inline constexpr char kMessageWindowMark[] = "quillbayMessageWindow";
 
+/// A flag of `IEvents::Message`: the answer can cost a user work, so only a user gives it. It is never answered
+/// automatically, whatever its window's default button.
+inline constexpr int kMessageForUser = 1;
+
 /// Replaces what the application object answers queries with. The panel registers its own `IEvents`, which forwards
 /// to the host's, so that messages of scripts and destinations are answered automatically as well. User-interface
 /// thread.

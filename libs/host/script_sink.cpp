@@ -4,6 +4,7 @@
 
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
+#include "quillbay/host_services.h"
 #include "quillbay/scan_keys.h"
 
 namespace quillbay {
@@ -99,7 +100,7 @@ bool CHostScriptSink::clearRasters(IParam* arguments) {
   if (held->CountUnsaved() > 0) {
     const std::string text =
         Supp_Translate("Some scanned pages are not saved. Discard them?$QBHelp:IDH_DiscardPages$");
-    if (events()->Message(kQuestion, text.c_str(), 0, kYesNo) != kYes) return false;
+    if (events()->Message(kQuestion, text.c_str(), kMessageForUser, kYesNo) != kYes) return false;
   }
   held->Clear(1);
   return true;

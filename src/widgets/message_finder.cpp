@@ -4,7 +4,6 @@
 #include <QEvent>
 #include <QPushButton>
 #include <algorithm>
-#include <utility>
 
 #include "quillbay/host_services.h"
 
@@ -23,6 +22,7 @@ bool isTouch(QEvent::Type type) {
     case QEvent::ShortcutOverride:  // a key that turns out to be a shortcut is never delivered as a press
     case QEvent::MouseButtonPress:
     case QEvent::MouseButtonDblClick:
+    case QEvent::Wheel:  // somebody reads a long one
     case QEvent::TabletPress:
     case QEvent::TouchBegin: return true;
     default: return false;
@@ -47,17 +47,15 @@ QPushButton* defaultButtonOf(const QWidget& window) {
   return found == buttons.end() ? nullptr : *found;
 }
 
-TouchWatch::TouchWatch(QWidget* window, std::function<void()> touched)
-    : m_window(window), m_touched(std::move(touched)) {
+TouchWatch::TouchWatch(std::function<void(QWidget& window)> touched) : m_touched(std::move(touched)) {
   QApplication::instance()->installEventFilter(this);
 }
 
 TouchWatch::~TouchWatch() = default;
 
 bool TouchWatch::eventFilter(QObject* watched, QEvent* event) {
-  if (!isTouch(event->type()) || !m_window || !m_touched) return false;
-  const auto* widget = qobject_cast<const QWidget*>(watched);
-  if (widget && widget->window() == m_window) std::exchange(m_touched, nullptr)();
+  auto* widget = isTouch(event->type()) ? qobject_cast<QWidget*>(watched) : nullptr;
+  if (widget) m_touched(*widget->window());
   return false;
 }
 

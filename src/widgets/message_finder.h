@@ -1,6 +1,5 @@
 #pragma once
 #include <QObject>
-#include <QPointer>
 #include <QWidget>
 #include <functional>
 #include <vector>
@@ -17,18 +16,18 @@ namespace quillbay {
 /// The enabled button that Return presses in a window, or null.
 [[nodiscard]] QPushButton* defaultButtonOf(const QWidget& window);
 
-/// Notices the first key or mouse press in a window and its controls.
+/// Notices each key press, mouse press and turn of the wheel in the program's windows.
 class TouchWatch final : public QObject {
  public:
-  TouchWatch(QWidget* window, std::function<void()> touched);
+  /// `touched` gets the top-level window. It must not destroy the watch.
+  explicit TouchWatch(std::function<void(QWidget& window)> touched);
   ~TouchWatch() override;
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override;
 
  private:
-  QPointer<QWidget> m_window;
-  std::function<void()> m_touched;
+  const std::function<void(QWidget& window)> m_touched;
 };
 
 }  // namespace quillbay

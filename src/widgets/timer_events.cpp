@@ -2,7 +2,6 @@
 
 #include <QPushButton>
 #include <algorithm>
-#include <optional>
 #include <utility>
 
 #include "platform/base_services.h"
@@ -23,7 +22,7 @@ class MessageAnswering {
   /// A period has passed. `found` is the message window on top; null when there is none. Answers what was answered
   /// for the log; empty unless the button was pressed.
   std::string periodPassed(QWidget* found) {
-    if (!m_window) take(found);
+    if (!m_window) m_window = found;
     if (!m_window || found != m_window) return {};  // closed, or below another window
     QPushButton* button = defaultButtonOf(*m_window);
     if (!button) return {};
@@ -32,25 +31,21 @@ class MessageAnswering {
     if (!step) return {};
     m_window->setWindowTitle(QString::fromStdString(step->title));
     if (!step->press) return {};
-    m_watch.reset();
     QMetaObject::invokeMethod(button, &QAbstractButton::click, Qt::QueuedConnection);
     return button->text().remove(QLatin1Char('&')).toStdString();
   }
 
- private:
-  void take(QWidget* found) {
-    m_window = found;
-    if (found) m_watch.emplace(found, [this] { stop(); });
-  }
-  void stop() {
-    const auto title = m_count.stop();
-    if (title && m_window) m_window->setWindowTitle(QString::fromStdString(*title));
+  /// The user works in a window. `found` as above.
+  void touched(const QWidget& window, QWidget* found) {
+    if (!m_window) m_window = found;
+    if (!m_window || &window != m_window) return;
+    if (const auto title = m_count.stop()) m_window->setWindowTitle(QString::fromStdString(*title));
   }
 
+ private:
   AnswerCountdown m_count;
   const std::string m_productTitle;
   QPointer<QWidget> m_window;
-  std::optional<TouchWatch> m_watch;
 };
 
 KxPtr<CTimerEvents> CTimerEvents::enter(IApp* app, Settings settings) {
@@ -94,17 +89,18 @@ int CTimerEvents::QueryInterface(const std::type_info& wanted, void** out) {
 
 int CTimerEvents::Event(int code, const char* detail, int buttons) {
   const auto call = [&] { return m_host->Event(code, detail, buttons); };
-  return code == kEventNextDocument ? call() : answered(call);
+  return answered(code != kEventNextDocument, call);
 }
 
 int CTimerEvents::Message(int kind, const char* text, int flags, int buttons) {
-  return answered([&] { return m_host->Message(kind, text, flags, buttons); });
+  return answered((flags & kMessageForUser) == 0, [&] { return m_host->Message(kind, text, flags, buttons); });
 }
 
-int CTimerEvents::answered(const std::function<int()>& call) {
+int CTimerEvents::answered(bool mayAnswer, const std::function<int()>& call) {
   assertUserInterfaceThread();
   const auto self = KxPtr<CTimerEvents>::share(this);  // the panel may close while the message is open
-  MessageAnswering message(m_settings(), m_productTitle);
+  // One that is not answered takes its turn as well: the lower ones must not take its window for theirs.
+  MessageAnswering message(mayAnswer ? m_settings() : AnswerSettings{}, m_productTitle);
   struct Scope {
     CTimerEvents& events;
     MessageAnswering& message;
@@ -117,13 +113,31 @@ int CTimerEvents::answered(const std::function<int()>& call) {
 
 void CTimerEvents::begin(MessageAnswering& message) {
   m_open.push_back(&message);
+  if (!m_watch) m_watch = std::make_unique<TouchWatch>([this](QWidget& window) { touched(window); });
   m_timer.start(kPeriodTicks, message.isCounting());
 }
 
 void CTimerEvents::end(const MessageAnswering& message) {
   std::erase(m_open, &message);
   m_timer.halt();
-  if (!m_open.empty()) m_timer.start(kPeriodTicks, m_open.back()->isCounting());
+  if (m_open.empty()) {
+    m_watch.reset();
+  } else {
+    m_timer.start(kPeriodTicks, m_open.back()->isCounting());
+  }
+}
+
+std::vector<const QWidget*> CTimerEvents::lowerWindows() const {
+  std::vector<const QWidget*> windows;
+  for (const MessageAnswering* open : m_open) {
+    if (open != m_open.back() && open->window()) windows.push_back(open->window());
+  }
+  return windows;
+}
+
+void CTimerEvents::touched(QWidget& window) {
+  MessageAnswering& message = *m_open.back();
+  if (message.isCounting()) message.touched(window, findMessageWindow(lowerWindows()));
 }
 
 void CTimerEvents::periodPassed() {
@@ -131,11 +145,7 @@ void CTimerEvents::periodPassed() {
   MessageAnswering& message = *m_open.back();
   if (!message.isCounting()) return;
   m_timer.restart();
-  std::vector<const QWidget*> others;
-  for (const MessageAnswering* open : m_open) {
-    if (open != &message && open->window()) others.push_back(open->window());
-  }
-  const std::string pressed = message.periodPassed(findMessageWindow(others));
+  const std::string pressed = message.periodPassed(findMessageWindow(lowerWindows()));
   if (pressed.empty()) return;
   m_host->Note("quillbay.events",
                formatText(Supp_Translate("The message was answered automatically: %s"), {pressed}).c_str());

@@ -17,8 +17,8 @@ class MessageAnswering;
 /// the title of its window counts down, and its default button is pressed at 0. A key or mouse press in the window
 /// stops that. Messages that open over others have countdowns of their own; the lower ones wait.
 ///
-/// Not answered: the request for the next document (`kEventNextDocument`), which nobody but a user can follow, and
-/// `AskText`, whose answer nobody else knows.
+/// Not answered: messages with `kMessageForUser`; the request for the next document (`kEventNextDocument`), which
+/// nobody but a user can follow; `AskText`, whose answer nobody else knows.
 /// User-interface thread, except `Note` and `AskText`.
 class CTimerEvents final : public CKxUnknownImpl<IEvents> {
  public:
@@ -48,16 +48,20 @@ class CTimerEvents final : public CKxUnknownImpl<IEvents> {
 
  private:
   ~CTimerEvents() override;
-  int answered(const std::function<int()>& call);
+  int answered(bool mayAnswer, const std::function<int()>& call);
   void begin(MessageAnswering& message);
   void end(const MessageAnswering& message);
   void periodPassed();
+  void touched(QWidget& window);
+  /// The windows of the messages below the uppermost one.
+  [[nodiscard]] std::vector<const QWidget*> lowerWindows() const;
 
   const KxPtr<IEvents> m_host;
   const std::string m_productTitle;  // of a window without a title
   Settings m_settings;
   CountdownTimer m_timer;
   std::vector<MessageAnswering*> m_open;  // the messages that are shown, the uppermost last
+  std::unique_ptr<QObject> m_watch;       // while one is shown
   KxPtr<IInterfaceRegistry> m_registry;   // while registered
   int m_panels = 0;
 };

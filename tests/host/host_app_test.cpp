@@ -1,14 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <QDialogButtonBox>
+#include <QPushButton>
 #include <filesystem>
 
 #include "host/message_window.h"
 #include "host/std_papers.h"
+#include "host_fixture.h"
 #include "quillbay/host_services.h"
 #include "quillbay/quillbay.h"
 #include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
-#include "temp_folder.h"
 
 namespace quillbay {
 namespace {
@@ -38,21 +40,6 @@ TEST(HostApp, ChecksFormatOptions) {
   EXPECT_EQ(paramString(options.get(), "compression"), "LZW");
 }
 
-/// Events that agree to everything and remember what was said.
-class AgreeingEvents final : public CKxUnknownImpl<IEvents> {
- public:
-  std::string last;
-  int Note(const char*, const char*) override { return 1; }
-  int Subject(const char*, const char*) override { return 1; }
-  int Finished(int) override { return 1; }
-  int Event(int, const char*, int) override { return 7; }
-  int Message(int, const char* text, int, int) override {
-    last = text;
-    return 1;
-  }
-  int AskText(const char*, int, std::string*) override { return 0; }
-};
-
 TEST(HostApp, WhatIsRegisteredAnswersInPlaceOfItsOwn) {
   const TempFolder folder;
   const auto app = New_HostApp(folder.options());
@@ -72,8 +59,24 @@ TEST(HostApp, WhatIsRegisteredAnswersInPlaceOfItsOwn) {
   EXPECT_GT(app.as<IOemInfo>()->GetVersion(), 0U);
 }
 
-TEST(MessageWindow, HasTheMarkOfWindowsThatMayBeAnswered) {
-  EXPECT_TRUE(MessageWindow(HostMessage(), {}, nullptr).property(kMessageWindowMark).toBool());
+TEST(MessageWindow, MayBeAnsweredByTheButtonThatLosesNothing) {
+  const std::pair<EventButtons, QDialogButtonBox::StandardButton> cases[] = {
+      {EventButtons::Ok, QDialogButtonBox::Ok},
+      {EventButtons::YesNo, QDialogButtonBox::No},
+      {EventButtons::RetryCancel, QDialogButtonBox::Retry},
+      {EventButtons::OkCancel, QDialogButtonBox::Ok},
+  };
+  for (const auto& [buttons, wanted] : cases) {
+    HostMessage message;
+    message.buttons = buttons;
+    const MessageWindow window(message, {}, nullptr);
+    EXPECT_TRUE(window.property(kMessageWindowMark).toBool());
+    for (const QAbstractButton* button : window.findChild<QDialogButtonBox*>()->buttons()) {
+      const bool isDefault = static_cast<const QPushButton*>(button)->isDefault();
+      EXPECT_EQ(isDefault, window.findChild<QDialogButtonBox*>()->button(wanted) == button)
+          << static_cast<int>(buttons);
+    }
+  }
 }
 
 TEST(StdPapers, OwnOnesAddReplaceAndHide) {

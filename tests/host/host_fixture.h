@@ -9,6 +9,23 @@
 
 namespace quillbay {
 
+/// Events that agree to everything and remember what was said.
+class AgreeingEvents final : public CKxUnknownImpl<IEvents> {
+ public:
+  std::string last;
+  int flags = 0;
+  int Note(const char*, const char*) override { return 1; }
+  int Subject(const char*, const char*) override { return 1; }
+  int Finished(int) override { return 1; }
+  int Event(int, const char*, int) override { return 7; }
+  int Message(int, const char* text, int how, int) override {
+    last = text;
+    flags = how;
+    return 1;
+  }
+  int AskText(const char*, int, std::string*) override { return 0; }
+};
+
 /// A host with its script sink, and the messages that it gave.
 class HostTest : public ::testing::Test {
  protected:

@@ -7,6 +7,7 @@
 
 #include "host/script_text.h"
 #include "host_fixture.h"
+#include "quillbay/host_services.h"
 
 namespace quillbay {
 namespace {
@@ -121,6 +122,16 @@ TEST_F(HostTest, ClearsByItsPolicy) {
     EXPECT_EQ(app->GetDocuments().size(), c.left);
     EXPECT_EQ(messages.size(), c.asked);
   }
+}
+
+TEST_F(HostTest, OnlyAUserAgreesThatPagesGo) {
+  start(ClearPolicy::Ask, EventAnswer::No);
+  add(1);
+  const auto events = KxPtr<AgreeingEvents>::adopt(new AgreeingEvents);
+  ASSERT_EQ(app.as<IInterfaceRegistry>()->Register(typeid(IEvents), events.get()), 1);
+  EXPECT_EQ(sink->ExecCommand("IntClearAllRasters", new_MemParam().get()), 0);
+  EXPECT_EQ(events->flags, kMessageForUser);
+  EXPECT_TRUE(app->GetDocuments().empty());
 }
 
 }  // namespace

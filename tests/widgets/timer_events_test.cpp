@@ -6,9 +6,11 @@
 #include <QPushButton>
 #include <QTest>
 #include <QVBoxLayout>
+#include <QWheelEvent>
 #include <functional>
 
 #include "manual_ticks.h"
+#include "quillbay/host_services.h"
 
 namespace quillbay {
 namespace {
@@ -108,18 +110,43 @@ TEST(AutomaticAnswer, AUserStopsIt) {
       {"key", [](QDialog& w) { QTest::keyClick(&w, Qt::Key_Shift); }},
       {"key of a control", [](QDialog& w) { QTest::keyClick(w.findChild<QPushButton*>("No"), Qt::Key_Tab); }},
       {"mouse", [](QDialog& w) { QTest::mousePress(&w, Qt::LeftButton, {}, QPoint(1, 1)); }},
+      {"wheel",
+       [](QDialog& w) {
+         QWheelEvent turn({1, 1}, {1, 1}, {}, {0, -120}, Qt::NoButton, {}, Qt::NoScrollPhase, false);
+         QCoreApplication::sendEvent(w.findChild<QPushButton*>("Yes"), &turn);
+       }},
   };
-  for (const auto& [why, touch] : touches) {
-    World w;
-    std::string got;
-    w.host->during = [&, act = touch](QDialog& window) {
-      got = w.titles(window, 2);
-      act(window);
-      got += "|" + w.titles(window, 10);
-    };
-    EXPECT_EQ(w.events->Event(9, "M", 1), 0) << why;
-    EXPECT_EQ(got, "M (5)|M (4)|M|M|M|M|M|M|M|M|M|M") << why;
+  for (const int before : {2, 0}) {  // counts; 0: before the first one
+    for (const auto& [why, touch] : touches) {
+      World w;
+      std::string got;
+      w.host->during = [&, act = touch](QDialog& window) {
+        got = w.titles(window, before);
+        act(window);
+        got += "|" + w.titles(window, 4);
+      };
+      EXPECT_EQ(w.events->Event(9, "M", 1), 0) << why;
+      EXPECT_EQ(got, before ? "M (5)|M (4)|M|M|M|M" : "|M|M|M|M") << why;
+    }
   }
+}
+
+TEST(AutomaticAnswer, OnlyAUserAnswersWhatCanCostWork) {
+  World w;
+  std::string got, lower;
+  const auto showInner = [&](QDialog& window) { got = w.titles(window, 9); };
+  EXPECT_EQ((w.host->during = showInner, w.events->Message(14, "Discard?", kMessageForUser, 1)), 0);
+  EXPECT_EQ(got, "Discard?|Discard?|Discard?|Discard?|Discard?|Discard?|Discard?|Discard?|Discard?");
+  // Over a message that is answered, before its first count: that one waits, and presses nothing here.
+  w.host->during = [&](QDialog& window) {
+    w.host->during = showInner;
+    EXPECT_EQ(w.events->Message(14, "Discard?", kMessageForUser, 1), 0);
+    EXPECT_EQ(w.events->Event(kEventNextDocument, "Discard?", 2), 0);
+    lower = w.titles(window, 1);
+  };
+  w.events->Message(14, "M", 0, 1);
+  EXPECT_EQ(got, "Discard?|Discard?|Discard?|Discard?|Discard?|Discard?|Discard?|Discard?|Discard?");
+  EXPECT_EQ(lower, "M (5)");
 }
 
 TEST(AutomaticAnswer, NestedMessagesCountForThemselves) {
