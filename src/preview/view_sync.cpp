@@ -12,6 +12,7 @@
 #include "preview/first_frame.h"
 #include "preview/view_places.h"
 #include "view/view_transform.h"
+#include "widgets/user_interface_thread.h"
 
 namespace quillbay {
 
@@ -115,6 +116,7 @@ int CViewSync::Enable(int enable) {
 }
 
 void CViewSync::invalidate() {
+  assertUserInterfaceThread();
   if (m_view && m_display != 0) m_view->Invalidate();
 }
 
@@ -159,6 +161,7 @@ void CViewSync::SetArea(const tagRRECT& area, int flag) {
 }
 
 void CViewSync::frameChanged() {
+  assertUserInterfaceThread();
   if (!m_port || m_display == 0) return;
   const KxSize client = m_port->GetClientSize();
   if (!m_isScanning() && client.width > 0 && client.height > 0 && isOurs(m_port.get())) {
@@ -189,6 +192,7 @@ CRDirectTfm CViewSync::transform() const {
 // --- painting
 
 int CViewSync::Paint(IKxViewPort* view, IKxViewDC* dc, int /*flags*/) {
+  assertUserInterfaceThread();
   if (!view || !dc || !dc->GetPainter() || !isOurs(view)) return 0;
   const KxPtr<ISStripStor> store = m_params->viewStore;  // a scan may put another one there
   const tagRRECT extent = store ? extentOf(*store) : tagRRECT{};

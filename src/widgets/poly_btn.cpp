@@ -77,6 +77,7 @@ void CPolyBtn::paintEvent(QPaintEvent*) {
   if (!m_region.isEmpty()) painter.setClipRegion(m_region);
   paintFace(painter);
   paintIcon(painter);
+  if (!isEnabled() && !m_disabledPicture.isNull()) painter.drawPixmap(rect(), m_disabledPicture);
   paintEdges(painter);
   if (hasFocus()) paintFocus(painter);
 }
@@ -90,11 +91,7 @@ void CPolyBtn::paintFace(QPainter& painter) const {
   const int middle = height() / 2;
   painter.fillRect(0, middle, width(), height() - middle, gradient(middle, height(), kBright, kDark));
   painter.fillRect(0, 0, width(), middle + kOverlap, gradient(0, middle + kOverlap, kDark, kBright));
-  if (isEnabled()) return;
-  if (!m_disabledPicture.isNull())
-    painter.drawPixmap(rect(), m_disabledPicture);
-  else
-    painter.fillRect(rect(), QColor(128, 128, 128, 150));
+  if (!isEnabled()) painter.fillRect(rect(), QColor(128, 128, 128, 150));
 }
 
 void CPolyBtn::paintIcon(QPainter& painter) const {
@@ -128,7 +125,8 @@ void CPolyBtn::paintEdges(QPainter& painter) const {
 
 void CPolyBtn::paintFocus(QPainter& painter) const {
   painter.setBrush(Qt::NoBrush);
-  painter.setPen(QPen(m_edges.empty() ? palette().color(QPalette::ButtonText) : QColor(Qt::white), 1, Qt::DashLine));
+  painter.setPen(
+      QPen(m_edges.empty() ? palette().color(QPalette::ButtonText) : QColor(Qt::white), 1, Qt::DashLine));
   if (m_edges.empty()) {
     painter.drawRect(rect().adjusted(kFocusInset, kFocusInset, -kFocusInset - 1, -kFocusInset - 1));
     return;

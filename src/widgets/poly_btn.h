@@ -17,7 +17,7 @@ class CPolyBtn final : public QAbstractButton {
   void setEdges(PolyEdges edges);
   /// Drawn over a square of half the smaller side, in the middle. A drawing of any size; none: empty.
   void setIconPicture(const QPicture& icon);
-  /// Shown over the face while the button is disabled, scaled to it.
+  /// Shown over face and icon while the button is disabled, scaled to it.
   void setDisabledPicture(const QPixmap& picture);
   [[nodiscard]] PolyState state() const;
   [[nodiscard]] QSize sizeHint() const override;

@@ -51,6 +51,7 @@ void CProgStat::Reset() {
   setRange(0, 0);
   watch(false);
   showTime();
+  update();
 }
 
 int CProgStat::IsCancelled() {

@@ -108,6 +108,22 @@ TEST(PolyBtn, OnlyThePolygonTakesTheMouse) {
   EXPECT_EQ(clicks, 2);
 }
 
+TEST(PolyBtn, ItsDisabledPictureHidesTheIcon) {
+  QPixmap red(4, 4);
+  red.fill(Qt::red);
+  for (const bool isPolygon : {true, false}) {
+    CPolyBtn button;
+    if (isPolygon) button.setEdges(diamond());
+    button.resize(41, 41);
+    button.setText("M");
+    button.setDisabledPicture(red);
+    EXPECT_NE(button.grab().toImage().pixelColor(20, 33), QColor(Qt::red));
+    button.setEnabled(false);
+    const QImage image = button.grab().toImage();
+    for (int y = 12; y < 30; ++y) EXPECT_EQ(image.pixelColor(20, y), QColor(Qt::red)) << isPolygon << y;
+  }
+}
+
 TEST(XButton, CaptionAtItsPlaceOrInTheMiddle) {
   const QSize button(100, 40), caption(30, 10);
   EXPECT_EQ(captionRect(button, caption, {}, false).topLeft(), QPoint(35, 15));
@@ -167,6 +183,24 @@ TEST(CheckImageList, SpaceGivesAllSelectedOneState) {
   QTest::keyClick(&list, Qt::Key_Space);
   EXPECT_EQ(list.checkedRows(), (std::vector<int>{0, 1}));
   QTest::keyClick(&list, Qt::Key_Space);
+  EXPECT_TRUE(list.checkedRows().empty());
+}
+
+TEST(CheckImageList, ADoubleClickIsTwoClicks) {
+  CCheckImageList list;
+  list.addEntry({}, "entry", false);
+  list.show();
+  const QRect row = list.visualItemRect(list.item(0));
+  const QPointF at(row.left() + 10, row.center().y());
+  const auto send = [&](QEvent::Type type, Qt::MouseButtons held) {
+    QMouseEvent event(type, at, list.viewport()->mapToGlobal(at), Qt::LeftButton, held, {});
+    QCoreApplication::sendEvent(list.viewport(), &event);
+  };
+  send(QEvent::MouseButtonPress, Qt::LeftButton);
+  send(QEvent::MouseButtonRelease, {});
+  ASSERT_EQ(list.checkedRows().size(), 1U) << "the box was hit";
+  send(QEvent::MouseButtonDblClick, Qt::LeftButton);
+  send(QEvent::MouseButtonRelease, {});
   EXPECT_TRUE(list.checkedRows().empty());
 }
 
