@@ -87,7 +87,7 @@ Page plain(Page p, int mode, int reach, const BwSettings& s) {
   if (s.blur > 0) p = p.made([q = p, &s](int x, int y) { return meanOf(q, x, y, s.blur); });
   const int weight = (s.sharpness < 0 ? 2 : 8) * s.sharpness + (mode == 2 ? 24 : 0);
   if (weight != 0) p = sharpened(p, weight);
-  if (mode == 3) return screened(p, s.level, 107);
+  if (mode == 3) return screened(p, s.level, 115);
   const LevelTable limits = AdaptiveFilter::limits(s.level, s.suppression);
   return p.made([&](int x, int y) {
     const int limit = mode == 1 ? limits[static_cast<std::size_t>(meanOf(p, x, y, reach))] : s.level;
@@ -196,7 +196,7 @@ TEST(BwModes, CopiesKeepPaleLinesOrTones) {
   for (const int grey : {0, 64, 128, 192, 255}) {
     const auto flat = Page{100, 100, std::vector<int>(10000, grey)};
     const int black = blackIn(pixelsOf(flat, 3, 300, {128, 0, 0, 0}), 0, 0, 100, 100);
-    EXPECT_NEAR(black, 10000 * std::clamp(128 - (grey - 128) * 107 / 100, 0, 255) / 255, 150) << grey;
+    EXPECT_NEAR(black, 10000 * std::clamp(128 - (grey - 128) * 115 / 100, 0, 255) / 255, 150) << grey;
     // Paper of any grey that is suppressed is white; what it is darker than stays a tone.
     const auto half = flat.made([&](int x, int) { return x < 50 ? 200 : grey; });
     const Page copy = pixelsOf(half, 4, 100, {128, 100, 0, 0});

@@ -15,7 +15,7 @@ constexpr int kGapShare = 8;  // of the mean
 
 constexpr std::size_t kPaperStep = 16;          // pixels between places of the envelope
 constexpr double kPaperFallPerMm = 1.5;         // levels
-constexpr std::int32_t kLeastPaper = 16;        // darker is no paper
+constexpr std::int32_t kLeastPaper = 112;       // darker is no paper, but solid ink or the bed
 constexpr std::int32_t kPaperShareOf256 = 236;  // paper at this share of its mean is white, against its noise
 
 LevelTable sameLevels() {

@@ -12,7 +12,7 @@ namespace {
 constexpr int kScreenLimit = 128;     // of rows that are 0 or 255
 constexpr int kEdgesOfCopies = 24;    // sixteenths
 constexpr int kEdgesOfAdaptive = 16;  // the same, of a copy that is screened
-constexpr int kPhotoContrast = 107;   // per cent: nearly white and nearly black tones stay free of dots
+constexpr int kPhotoContrast = 115;   // per cent: usual paper and solid ink stay free of dots
 constexpr int kAdaptiveContrast = 150;
 
 int sharpenWeight(int mode, int sharpness) noexcept {
