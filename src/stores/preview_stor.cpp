@@ -148,7 +148,7 @@ void CPreviewStor::makeRoom(std::int32_t width, std::int32_t rows) {
   m_state.settled = static_cast<std::ptrdiff_t>(parts.size());
   m_state.pixels = 0;
   for (const auto& part : parts) m_state.pixels += std::int64_t{part->picture.width} * part->picture.height;
-  m_state.parts = std::move(parts);
+  m_state.parts.swap(parts);  // which are released without the lock
 }
 
 void CPreviewStor::Reset() {
