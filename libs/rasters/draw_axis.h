@@ -44,7 +44,7 @@ struct DrawAxis {
 [[nodiscard]] DrawAxis makeSampledAxis(const DrawAxis& source);
 
 /// Paints the rows of a picture: `paint(i, out)` gets the row's place in the axis and its first device pixel of
-/// `columns`. Rows with the same source as the row before are copied. Answers 0 when cancelled.
+/// `columns`. Rows with the same source as the row before are copied. Returns 0 when cancelled.
 template <class PaintRow>
 int drawRows(IRasterDC& target, const DrawAxis& columns, const DrawAxis& rows, IProgress* progress,
              PaintRow&& paint) {

@@ -27,7 +27,7 @@ class CTIArrayEnum final : public CKxUnknownImpl<IConnectionEnum<I>> {
 /// The cursor reactors of a window that embeds it. User-interface thread only.
 class CSetCursorRector final : public CKxUnknownImplStatic<ISetReactor> {
  public:
-  /// Keeps a reference. Answers 1; 0 when it is no `ICursorReactor` or is there already.
+  /// Keeps a reference. Returns 1; 0 when it is no `ICursorReactor` or is there already.
   int AddReactor(IKxUnknown* reactor) override;
   int RemoveReactor(IKxUnknown* reactor) override;
   /// The reactors that are there now, in the order in which they were added.

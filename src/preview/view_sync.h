@@ -28,7 +28,7 @@ class CViewSync final : public CKxUnknownImpl<IKxUnknown> {
 
   // What the view's sinks pass on.
   int Paint(IKxViewPort* view, IKxViewDC* dc, int flags);
-  /// What the view is to show. Answers 1, or 0 when it shows something of others.
+  /// What the view is to show. Returns 1, or 0 when it shows something of others.
   int GetArea(tagRRECT* out);
   void BeforePaint() {}
   int ZoomAsked() { return 1; }
@@ -43,7 +43,7 @@ class CViewSync final : public CKxUnknownImpl<IKxUnknown> {
   /// A new scan area begins: places the preview frame at its top. Does nothing without a view.
   void SetArea(const tagRRECT& area, int flag);
 
-  /// What a host says: subscribes to the view or leaves it. Answers 1, or `kNoView`.
+  /// What a host says: subscribes to the view or leaves it. Returns 1, or `kNoView`.
   int Enable(int enable);
   /// Subscribes to the view or leaves it, as it was said last.
   void Subscribe();

@@ -30,7 +30,7 @@ enum StringId : int {
   kTextMaskEmpty = 57622,
 };
 
-/// The text of a number in the person's language; empty when there is none. A help topic may follow between dollar
+/// The text of a number in the user's language; empty when there is none. A help topic may follow between dollar
 /// signs.
 [[nodiscard]] std::string loadString(int id);
 

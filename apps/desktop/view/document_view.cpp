@@ -40,7 +40,7 @@ class PaintLink final : public quillbay::TSinkImpl<quillbay::IKxViewPaintReactor
   }
 };
 
-/// Tells of zooming, and keeps what the person looks at when the view's size changes.
+/// Tells of zooming, and keeps what the user looks at when the view's size changes.
 class ZoomLink final : public quillbay::TSinkImpl<quillbay::IKxViewZoomSink, DocumentView> {
  public:
   using TSinkImpl::TSinkImpl;

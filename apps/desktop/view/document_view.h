@@ -18,7 +18,7 @@ class PaintLink;
 class ZoomLink;
 
 /// Shows the document's pages beside each other at their true sizes in a view port of the library, many of them in
-/// rows, and after them the page that is being scanned, as it grows. What the person chose to see stays when pages
+/// rows, and after them the page that is being scanned, as it grows. What the user chose to see stays when pages
 /// come and go and when the window changes its size: everything, one page, or a place. Without pages the panel has
 /// the view, and for as long as it shows there a part of the document that the user asked for, or a page that is
 /// scanned and not kept. Beside what the view port does (the wheel zooms about the pointer, the middle button pans,
@@ -31,7 +31,7 @@ class DocumentView : public QWidget {
   ~DocumentView() override;
 
   /// Shows the page that is being scanned as well. From the start of a run on the view shows the arriving page in
-  /// full, until the person zooms or pans.
+  /// full, until the user zooms or pans.
   void setLive(LivePage* live);
   /// The page that zooming to 1:1 and the frame are about.
   void setCurrent(int id);
