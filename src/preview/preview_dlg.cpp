@@ -82,7 +82,10 @@ void CPreviewDlg::makePicture() {
   auto* column = static_cast<QVBoxLayout*>(layout());
   m_picture = new CPVStatic(m_params, m_controller, this);
   m_picture->setProperty("controlId", kPicture);
-  m_picture->onChanged = [this] { showCommands(); };
+  m_picture->onChanged = [this] {
+    showCommands();
+    showFrame(nullptr);
+  };
   m_picture->onFrame = [this](const tagRRECT* frame) { showFrame(frame); };
   delete column->replaceWidget(m_form->picturePlace, m_picture);
   delete std::exchange(m_form->picturePlace, nullptr);
@@ -128,9 +131,12 @@ void CPreviewDlg::Close() {
   hide();
 }
 
-/// The numbers of the frame that is being changed: its place and its size.
+/// The numbers of the frame that is being changed: its place and its size. Without one, what to do next.
 void CPreviewDlg::showFrame(const tagRRECT* frame) {
-  if (!frame) return m_form->note->clear();
+  const bool draws = m_picture->drawsArea() || m_picture->drawsFragment();
+  if (!frame) {
+    return m_form->note->setText(draws ? QString::fromStdString(Supp_Translate("Draw a rectangle")) : QString());
+  }
   CScanUnits& units = m_params->units();
   const auto text = [&](double mm) { return units.lengthText(mm); };
   m_form->note->setText(QString::fromStdString(

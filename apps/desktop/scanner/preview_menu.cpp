@@ -53,9 +53,23 @@ void PreviewMenu::add(QMenu* menu, PreviewCommand command, const QString& text, 
 void PreviewMenu::give(PreviewCommand command) {
   if (command == PreviewCommand::Show) m_dock->show();
   const auto preview = m_dock->preview();
-  if (!preview || !preview->PreviewCommand(command)) emit refused();
+  if (!preview || !preview->PreviewCommand(command)) emit refused(whyNot(command));
   update();
   enableKeys();
+}
+
+QString PreviewMenu::whyNot(PreviewCommand command) const {
+  if (m_dock->isBusy()) return tr("The preview cannot do this while a scan runs");
+  const auto preview = m_dock->preview();
+  const bool hasPicture = preview && preview->IsPreviewCommandEnabled(PreviewCommand::NewFragment);
+  switch (command) {
+    case PreviewCommand::NewArea:
+    case PreviewCommand::NewFragment:
+    case PreviewCommand::ScanFragment: return tr("Preview the document first (F6)");
+    case PreviewCommand::AreaFromFragment:
+      return hasPicture ? tr("Draw a fragment first (F8)") : tr("Preview the document first (F6)");
+    default: return tr("The preview cannot do this now");
+  }
 }
 
 void PreviewMenu::update() {

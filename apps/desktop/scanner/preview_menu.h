@@ -22,7 +22,7 @@ class PreviewMenu : public QObject {
 
  signals:
   /// A key gave a command that is not possible now.
-  void refused();
+  void refused(const QString& why);
 
  private:
   struct Entry {
@@ -32,6 +32,7 @@ class PreviewMenu : public QObject {
   void add(QMenu* menu, quillbay::PreviewCommand command, const QString& text, const QString& key,
            const QString& tip, bool toggles = false);
   void give(quillbay::PreviewCommand command);
+  [[nodiscard]] QString whyNot(quillbay::PreviewCommand command) const;
   /// Shows what is possible while the menu is open.
   void update();
   /// Outside of the menu the panel itself decides what a key does.

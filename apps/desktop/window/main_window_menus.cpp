@@ -99,8 +99,7 @@ void MainWindow::makeScanMenu() {
                              [this] { m_panel->control()->Eject(); });
   auto* preview = new PreviewMenu(m_panel, this);
   QMenu* previewMenu = preview->fill(menu);
-  connect(preview, &PreviewMenu::refused, this,
-          [this] { statusBar()->showMessage(tr("The preview cannot do this now")); });
+  connect(preview, &PreviewMenu::refused, this, [this](const QString& why) { statusBar()->showMessage(why); });
   menu->addSeparator();
   m_scanner = new ScannerCommands(this);
   m_scanner->fill(menu);
