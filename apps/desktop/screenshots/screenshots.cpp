@@ -146,7 +146,11 @@ class Shooting {
     control()->SetParam(quillbay::key::CustomScanValid, 1, nullptr);
     preview->PreviewCommand(PreviewCommand::Float);
     QWidget* window = panel()->findChild<QWidget*>("PreviewDlgForm");
-    const bool saved = window && save(*window, "preview-window");
+    bool saved = window && save(*window, "preview-window");
+    control()->SetParam(quillbay::key::Units, quillbay::kInches, nullptr);
+    control()->SetParam(quillbay::key::CustomScanValid, 1, nullptr);
+    saved = saved && save(*window, "preview-window-inch");
+    control()->SetParam(quillbay::key::Units, quillbay::kMillimetres, nullptr);
     preview->PreviewCommand(PreviewCommand::Dock);
     preview->PreviewCommand(PreviewCommand::DisableUpdating);
     control()->SetParam(quillbay::key::CustomScanValid, 0, nullptr);
