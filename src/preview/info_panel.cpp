@@ -17,7 +17,7 @@ namespace {
 constexpr QRgb kDeep = qRgb(0, 0, 50), kBlue = qRgb(54, 106, 179), kFrame = qRgb(104, 156, 229);
 constexpr double kMargin = 5;
 constexpr double kFramePen = 2;
-constexpr double kCorner = 40;    // of the triangle
+constexpr double kCorner = 40;    // of the triangle, at most a quarter of a picture's side
 constexpr double kBarHeight = 3;  // between title and summary
 constexpr double kBelowBar = 20;
 constexpr double kTextShift = 5;
@@ -87,7 +87,7 @@ QRectF InfoPanelPainter::paintPicture(QPainter& painter, const QRectF& area, con
   }
   painter.setPen(Qt::NoPen);
   painter.setBrush(QColor::fromRgb(kFrame));
-  const double corner = std::min({kCorner, place.width(), place.height()});
+  const double corner = std::min({kCorner, place.width() / 4, place.height() / 4});
   const QPointF at = place.topLeft();
   painter.drawPolygon(QPolygonF({at + QPointF(corner, 0), at + QPointF(corner, corner), at + QPointF(0, corner)}));
   painter.setBrush(Qt::NoBrush);

@@ -15,6 +15,7 @@ constexpr double kSmallest = 0.5, kStep = 0.1;  // of the font's size
 constexpr double kMostNames = 0.45;             // of the width, for the names' column
 constexpr double kGap = 0.6;                    // between the columns, of the font's height
 constexpr int kLeastPixels = 9;                 // nobody reads less
+constexpr double kSlack = 0.5;                  // of a pixel: heights are sums of fractions
 
 QFont scaled(const QFont& font, double by) {
   QFont out = font;
@@ -38,7 +39,17 @@ class Block {
     m_layout.endLayout();
   }
   [[nodiscard]] double height() const { return m_height; }
-  void draw(QPainter& painter, const QPointF& at) const { m_layout.draw(&painter, at); }
+  /// Draws the lines that fit whole into `most`. Answers their height.
+  double draw(QPainter& painter, const QPointF& at, double most) const {
+    double height = 0;
+    for (int i = 0; i < m_layout.lineCount(); ++i) {
+      const QTextLine line = m_layout.lineAt(i);
+      if (line.y() + line.height() > most) break;
+      line.draw(&painter, at);
+      height = line.y() + line.height();
+    }
+    return height;
+  }
 
  private:
   QTextLayout m_layout;
@@ -118,18 +129,18 @@ void paintSummary(QPainter& painter, const QRectF& room, const QFont& font, cons
   painter.setClipRect(room, Qt::IntersectClip);
   painter.setFont(used);
   const double whole = heightOf(lines, used, room.width());
-  layOut(
-      lines, used, room.width(), [&](double y, double height, const Block& name, const Block* value, double names) {
-        // The last lines leave room for the dots that stand for them.
-        const double end = whole > room.height() ? room.height() - lineHeight : room.height();
-        if (y + height > end && y > 0) {
-          painter.drawText(room.topLeft() + QPointF(0, y + QFontMetricsF(used).ascent()), QString(QChar(0x2026)));
-          return false;
-        }
-        name.draw(painter, room.topLeft() + QPointF(0, y));
-        if (value) value->draw(painter, room.topLeft() + QPointF(names, y));
-        return true;
-      });
+  layOut(lines, used, room.width(),
+         [&](double y, double height, const Block& name, const Block* value, double names) {
+           // The last lines leave room for the dots that stand for them.
+           const double end = whole > room.height() ? room.height() - lineHeight : room.height();
+           const double rest = end - y + kSlack;
+           double drawn = name.draw(painter, room.topLeft() + QPointF(0, y), rest);
+           if (value) drawn = std::max(drawn, value->draw(painter, room.topLeft() + QPointF(names, y), rest));
+           if (height <= rest) return true;
+           const double dots = y + drawn + QFontMetricsF(used).ascent();
+           painter.drawText(room.topLeft() + QPointF(0, dots), QString(QChar(0x2026)));
+           return false;
+         });
   painter.restore();
 }
 
