@@ -42,6 +42,22 @@ TEST_F(PreviewMenuTest, AFeederDrawsInNoPaperUnasked) {
   }
 }
 
+TEST_F(PreviewMenuTest, WhatIsNotPossibleYetSaysWhatComesFirst) {
+  open();
+  smallPages();
+  const auto answer = [&](const char* key) {
+    window->statusBar()->clearMessage();
+    for (QAction* action : window->findChildren<QAction*>()) {
+      if (action->shortcut() == QKeySequence(key)) action->trigger();
+    }
+    return window->statusBar()->currentMessage();
+  };
+  for (const char* key : {"Shift+F7", "F8", "F9"}) EXPECT_TRUE(answer(key).contains("F6")) << key;
+  ASSERT_TRUE(previews(10000, [&] { answer("F6"); }));
+  EXPECT_EQ(answer("F8"), QString());
+  EXPECT_TRUE(page()->isVisible()) << "what is drawn on comes to the front";
+}
+
 TEST_F(PreviewMenuTest, AFloatingPreviewHasTheWindowsKeysAndGoesWithIt) {
   open();
   smallPages();
