@@ -338,7 +338,8 @@ bool CMaindlg::handle(int id, int code, std::int64_t value) {
 bool CMaindlg::handleStart(int id, std::int64_t value) {
   const StartCommand* start = startOf(id);
   if (!start) return false;
-  // Nothing is scanned unasked that no user sees, or before the user has seen a preview at all, and no paper is fed.
+  // Nothing is scanned unasked that no user sees, or before the user has seen a preview at all, and no paper is
+  // fed.
   if (id == command::kPreviewTimer && !updatesView()) return true;
   if (id != command::kPreviewTimer) m_run.startDelivered();
   m_performer.start(start->run, start->run == RunKind::Batch ? static_cast<int>(value) : 1, m_directMode);
