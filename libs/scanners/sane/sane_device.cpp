@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <thread>
 #include <utility>
 
 #include "platform/base_services.h"
@@ -131,20 +132,35 @@ SANE_Status SaneDevice::start(const std::atomic<bool>& stop) {
   ignoreSigpipe();
   // The network driver sends start and cancel over one connection, where they would get mixed up; its reads have
   // another.
-  return interruptible(stop, !isRemote(), [&] { return sane_start(m_handle); });
+  return interruptible(stop, !isRemote(), [&] {
+    const SANE_Status status = sane_start(m_handle);
+    m_startedAt = std::chrono::steady_clock::now();
+    return status;
+  });
 }
 
 SANE_Status SaneDevice::read(std::uint8_t* to, SANE_Int room, SANE_Int* got, const std::atomic<bool>& stop) {
-  return interruptible(stop, true, [&] { return sane_read(m_handle, to, room, got); });
+  const SANE_Status status = interruptible(stop, true, [&] { return sane_read(m_handle, to, room, got); });
+  if (status == SANE_STATUS_GOOD && *got > 0) m_startedAt = std::chrono::steady_clock::time_point{};
+  return status;
 }
 
 void SaneDevice::interrupt() {
   const std::lock_guard lock(m_interruptMutex);
-  if (m_mayInterrupt) sane_cancel(m_handle);
+  if (m_mayInterrupt) cancelReader();
 }
 
 void SaneDevice::cancel() {
-  if (m_handle) sane_cancel(m_handle);
+  if (m_handle) cancelReader();
+}
+
+// Many drivers read on a thread of their own, which a cancel kills wherever it is. While it starts it holds locks
+// of the C library, which would stay locked for good: until it has delivered something it is given the time to
+// start.
+void SaneDevice::cancelReader() {
+  constexpr auto kReaderStarts = std::chrono::milliseconds(20);
+  std::this_thread::sleep_until(m_startedAt.load() + kReaderStarts);
+  sane_cancel(m_handle);
 }
 
 }  // namespace quillbay

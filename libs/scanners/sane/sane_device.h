@@ -2,6 +2,7 @@
 #include <sane/sane.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -60,12 +61,14 @@ class SaneDevice {
   void close() noexcept;
   template <class Call>
   SANE_Status interruptible(const std::atomic<bool>& stop, bool mayInterrupt, Call call);
+  void cancelReader();
 
   std::string m_name;
   SANE_Handle m_handle = nullptr;
   std::vector<SaneOption> m_options;
   std::mutex m_interruptMutex;
-  bool m_mayInterrupt = false;  // guarded by m_interruptMutex
+  bool m_mayInterrupt = false;                                       // guarded by m_interruptMutex
+  std::atomic<std::chrono::steady_clock::time_point> m_startedAt{};  // until the first bytes
 };
 
 }  // namespace quillbay
