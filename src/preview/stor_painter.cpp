@@ -3,10 +3,10 @@
 #include <QImage>
 #include <QPainter>
 #include <algorithm>
-#include <numbers>
 
 #include "preview/view_places.h"
 #include "stores/simple_stor.h"
+#include "view/device_image.h"
 #include "view/image_dc.h"
 #include "view/view_transform.h"
 
@@ -55,15 +55,7 @@ void StorPainter::paint(IKxViewDC& dc, ISStripStor& store, const tagRRECT& exten
   store.Paint(target.get(), &part.tfm);
   const QImage image(reinterpret_cast<const uchar*>(m_pixels.data()), size.width, size.height,
                      qsizetype{size.width} * 4, QImage::Format_ARGB32_Premultiplied);
-  painter.save();
-  if (t.angle != 0) {
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, dc.GetStretchMode() != 0);
-    painter.translate(t.offsetX, t.offsetY);
-    painter.rotate(t.angle * 180 / std::numbers::pi);
-  }
-  painter.scale(1 / ratio, 1 / ratio);
-  painter.drawImage(part.pixels.left, part.pixels.top, image);
-  painter.restore();
+  drawDeviceImage(painter, t, ratio, dc.GetStretchMode(), part.pixels.left, part.pixels.top, image);
 }
 
 }  // namespace quillbay

@@ -11,6 +11,7 @@
 #include "platform/base_services.h"
 #include "preview/first_frame.h"
 #include "preview/view_places.h"
+#include "stores/preview_stor.h"
 #include "view/view_transform.h"
 #include "widgets/user_interface_thread.h"
 
@@ -44,16 +45,6 @@ std::string destinationName(std::int32_t mode) {
     case 1: return Supp_Translate("Scan To Print");
     case 2: return Supp_Translate("Scan To Net");
     default: return Supp_Translate("Scan To View");
-  }
-}
-
-/// The class whose picture a mode shows: modes without colours of their own share that of the bitonal ones.
-ColorClass pictureClass(std::int32_t mode) noexcept {
-  switch (mode) {
-    case kModeGrey: return kClassGrey;
-    case kModePalette: return kClassPalette;
-    case kModeRgb: return kClassColor;
-    default: return kClassBitonal;
   }
 }
 
@@ -233,7 +224,7 @@ void CViewSync::paintOutline(IKxViewDC& dc, const tagRRECT& frame) const {
 
 InfoPanel CViewSync::panel() const {
   const ScanValues& v = m_params->values();
-  const ColorClass kind = pictureClass(v.currMode);
+  const ColorClass kind = pictureClassOf(v.currMode);
   return {destinationName(v.mode), v.summary, m_params->pictures[static_cast<std::size_t>(kind)], kind};
 }
 

@@ -5,8 +5,8 @@
 #include <QtMath>
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
+#include "view/device_image.h"
 #include "view/view_transform.h"
 
 namespace quillbay {
@@ -180,15 +180,7 @@ void CRasterPainter::paintItem(IKxViewDC& dc, const Item& item) {
   m_bands.draw(*item.drawing, m_pixels.data(), size, tfm, dc.GetStretchMode());
   const QImage image(reinterpret_cast<const uchar*>(m_pixels.data()), size.width, size.height,
                      qsizetype{size.width} * 4, QImage::Format_RGB32);
-  painter.save();
-  if (t.angle != 0) {
-    painter.setRenderHint(QPainter::SmoothPixmapTransform, dc.GetStretchMode() != 0);
-    painter.translate(t.offsetX, t.offsetY);
-    painter.rotate(t.angle * 180 / std::numbers::pi);
-  }
-  painter.scale(1 / ratio, 1 / ratio);
-  painter.drawImage(x.begin, y.begin, image);
-  painter.restore();
+  drawDeviceImage(painter, t, ratio, dc.GetStretchMode(), x.begin, y.begin, image);
 }
 
 /// Has the levels of the first raster made that lacks some.
