@@ -65,6 +65,16 @@ inline constexpr char Threshold[] = "SCAN_THRESHOLD";    ///< int, 0 to 255
 inline constexpr char Gamma[] = "SCAN_GAMMA";            ///< bytes: 256 `KXRGBQUAD`
 inline constexpr char Brightness[] = "SCAN_BRIGHTNESS";  ///< int
 
+// A palette scan: what the palette page keeps, and what it asks of the unit.
+inline constexpr char PaletteMethod[] = "nMode";            ///< `PaletteMethod`
+inline constexpr char PaletteColors[] = "m_Colors";         ///< int, 8 to 256
+inline constexpr char LutFileName[] = "m_LutFileName";      ///< text: a lookup file of classified colours
+inline constexpr char Adaptive[] = "__adaptive";            ///< int: not 0: a prescan has to compute the palette
+inline constexpr char Palette[] = "SCAN_PALETTE";           ///< bytes: 256 `KXRGBQUAD`
+inline constexpr char PaletteCount[] = "SCAN_PALETTE_NUM";  ///< int: colours of a linear or computed palette
+/// bytes: 256 entries blue, green, red, 0; then the entry of each colour code red5 green5 blue5 (32,768 bytes)
+inline constexpr char Lut[] = "SCAN_LUT";
+
 // What a unit may know, for each scan mode its own (`numbered`); `IUnitKeyRanges` tells which.
 inline constexpr char Level[] = "LEVEL";
 inline constexpr char BackgroundSuppression[] = "BACKGROUNDSUPP";

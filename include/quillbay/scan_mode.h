@@ -24,6 +24,14 @@ inline constexpr int kModeCount = 9;
   return mode >= kModeBwThreshold && mode <= kModeBwCopyAdaptive;
 }
 
+/// How a palette scan gets its palette (`key::PaletteMethod`).
+enum PaletteMethod : std::int32_t {
+  kPaletteLinear = 0,      ///< evenly spread colours
+  kPalettePhotos = 1,      ///< 256 colours computed from the document
+  kPaletteMaps = 2,        ///< as many as chosen, computed from the document
+  kPaletteClassified = 3,  ///< palette and colour classes of a lookup file
+};
+
 /// Scan-area types (`key::ScanAreaType`).
 enum ScanAreaType : std::int32_t {
   kAreaAuto = 0,
