@@ -4,6 +4,7 @@
 #include <string_view>
 #include <vector>
 
+#include "quillbay/detected_area.h"
 #include "quillbay/export.h"
 #include "quillbay/kx_unknown.h"
 #include "quillbay/param.h"
@@ -55,6 +56,10 @@ class IQuillbayEvents : public IKxUnknown {
   virtual void OnPublished(const std::string& file, std::int32_t pages) = 0;
   /// A message was shown through `IEvents`, or would have been.
   virtual void OnMessage(const std::string& text) = 0;
+  /// The panel looks for the document; `OnDetected` follows when it has an area.
+  virtual void OnDetecting() {}
+  /// The area that is scanned next was found.
+  virtual void OnDetected(const DetectedArea&) {}
   /// The run is over; the panel is idle. `fault` is the scanner's when it is the cause.
   virtual void OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) = 0;
 };

@@ -3,7 +3,8 @@
 #include <QGuiApplication>
 #include <QScreen>
 
-#include "control/scan_rectangle.h"
+#include "analysis/scan_rectangle.h"
+#include "control/media_check.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 #include "stores/simple_stor.h"

@@ -46,6 +46,14 @@ void RunEvents::published(const std::string& file, std::int32_t pages) const {
   tell("OnPublished", [copy = file, pages](IQuillbayEvents& e) { e.OnPublished(copy, pages); });
 }
 
+void RunEvents::detecting() const {
+  tell("OnDetecting", [](IQuillbayEvents& e) { e.OnDetecting(); });
+}
+
+void RunEvents::detected(const DetectedArea& area) const {
+  tell("OnDetected", [copy = area](IQuillbayEvents& e) { e.OnDetected(copy); });
+}
+
 void RunEvents::message(const std::string& text) const {
   tell("OnMessage", [copy = text](IQuillbayEvents& e) { e.OnMessage(copy); });
 }

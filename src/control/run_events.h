@@ -17,6 +17,8 @@ class RunEvents {
   void lines(std::int64_t count) const;
   void pageFinished(const PageInfo& page) const;
   void published(const std::string& file, std::int32_t pages) const;
+  void detecting() const;
+  void detected(const DetectedArea& area) const;
   void message(const std::string& text) const;
   void ended(EndCause cause, const UnitFault& fault, std::int32_t pages) const;
 

@@ -4,6 +4,7 @@
 
 #include "platform/preview_page.h"
 #include "platform/straightening.h"
+#include "quillbay/detected_area.h"
 #include "quillbay/geometry.h"
 #include "quillbay/param.h"
 #include "quillbay/scan_buffer.h"
@@ -24,6 +25,10 @@ class IAreaDetection {
   virtual int Detect(IParam* request, int mask) = 0;
   /// Whether the last `Detect` found the area.
   [[nodiscard]] virtual bool AreaFound() const = 0;
+  /// How it did.
+  [[nodiscard]] virtual DetectedBy FoundBy() const {
+    return AreaFound() ? DetectedBy::Prescan : DetectedBy::Nothing;
+  }
 };
 
 /// Computes the palette of a document in a prescan.

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "quillbay/color_space.h"
+#include "quillbay/detected_area.h"
 #include "quillbay/geometry.h"
 #include "quillbay/scan_mode.h"
 
@@ -59,7 +60,8 @@ struct ScanValues {
   double bedWidth = 900.0;
   double minWidth = 110.0;
   double minHeight = 55.0;
-  double skew = 0;  ///< radians
+  double skew = 0;     ///< radians
+  DetectedArea found;  ///< by the last search; `isFound` says whether it still counts
   tagRRECT lastScanArea;
   std::string outputFile;
   std::array<std::string, 4> extensions{".tif", ".tif", ".tif", ".tif"};
@@ -72,6 +74,12 @@ struct ScanValues {
   std::string summary;
 };
 
+/// Whether the scan area is what the last search found, or what the user made of it.
+[[nodiscard]] inline bool isFound(const ScanValues& values) noexcept {
+  const DetectedBy by = values.found.by;
+  return by != DetectedBy::Nothing && by != DetectedBy::WholeBed && values.rectValid != 0 &&
+         values.found.box == values.rcScan;
+}
 /// What is detected: `key::Autodetect`, and nothing where the panel cannot detect.
 [[nodiscard]] inline std::int32_t detectionOf(const ScanValues& values) noexcept {
   return values.offersDetection ? values.autodetect : 0;

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <functional>
 
-#include "control/scan_rectangle.h"
+#include "analysis/scan_rectangle.h"
 
 namespace quillbay {
 namespace {

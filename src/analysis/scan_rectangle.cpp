@@ -1,4 +1,4 @@
-#include "control/scan_rectangle.h"
+#include "analysis/scan_rectangle.h"
 
 namespace quillbay {
 
