@@ -45,6 +45,13 @@ inline constexpr char DisablePreview[] = "m_fDisablePreview";
 inline constexpr char AutoAnswerEnable[] =
     "m_AutoAnswerEnable";                                       ///< int: not 0: messages are answered by themselves
 inline constexpr char AutoAnswerDelay[] = "m_AutoAnswerDelay";  ///< int, 1 to 100: half seconds until then
+inline constexpr char ScanSpeed[] =
+    "SCAN_SPEED";                             ///< int: percent of the scanner's usual speed; of the request, too
+inline constexpr char Rewind[] = "m_Rewind";  ///< int: 0 unload forward, 1 to the back, others: not at all
+inline constexpr char DetectionThreshold[] = "m_Auto";             ///< int, 10 to 192
+inline constexpr char StandardPapers[] = "m_StandardPapers";       ///< int: not 0: a found size becomes a paper's
+inline constexpr char Deskew[] = "m_fDeskew";                      ///< int: not 0: pages are straightened
+inline constexpr char ScanModesChanged[] = "OnSelchangeScanmode";  ///< broadcast: what the scanner offers changed
 inline constexpr char ModeIndex[] = "m_ctrlModes";
 inline constexpr char ResolutionIndex[] = "m_ctrlDPI";
 inline constexpr char PaperIndex[] = "m_ctrlPaperList";
@@ -55,15 +62,28 @@ inline constexpr char UseFileOut[] = "m_fUseFileOut";
 inline constexpr char Layout[] = "m_fMinSize";
 
 // A scan request (`IQuillbayUnit::Scan`); the main page keeps `Mode`, `ImageDpi` and `Rect` under these names too.
-inline constexpr char RequestType[] = "SCAN_TYPE";       ///< `RequestType`
-inline constexpr char Mode[] = "MODE";                   ///< `ScanMode`
-inline constexpr char ImageDpi[] = "ImageDPI";           ///< int
-inline constexpr char Rect[] = "RECT";                   ///< rectangle, mm on the bed
-inline constexpr char BatchMode[] = "batchmode";         ///< int: not 0 while a batch runs
-inline constexpr char PaperLength[] = "m_Edit";          ///< double, mm: without a found end of the document
-inline constexpr char Threshold[] = "SCAN_THRESHOLD";    ///< int, 0 to 255
-inline constexpr char Gamma[] = "SCAN_GAMMA";            ///< bytes: 256 `KXRGBQUAD`
-inline constexpr char Brightness[] = "SCAN_BRIGHTNESS";  ///< int
+inline constexpr char RequestType[] = "SCAN_TYPE";     ///< `RequestType`
+inline constexpr char Mode[] = "MODE";                 ///< `ScanMode`
+inline constexpr char ImageDpi[] = "ImageDPI";         ///< int
+inline constexpr char Rect[] = "RECT";                 ///< rectangle, mm on the bed
+inline constexpr char BatchMode[] = "batchmode";       ///< int: not 0 while a batch runs
+inline constexpr char PaperLength[] = "m_Edit";        ///< double, mm: without a found end of the document
+inline constexpr char Threshold[] = "SCAN_THRESHOLD";  ///< int, 0 to 255
+inline constexpr char Gamma[] = "SCAN_GAMMA";          ///< bytes: 256 `KXRGBQUAD`
+
+// Adjustments of colour, all int: percent -100 to 100, but the hue, which is -180 to 180. `CalculateColorCurves`
+// makes "SCAN_GAMMA" of them; saturation is the unit's (`IUnitKeyRanges` tells whether it has it).
+inline constexpr char Brightness[] = "SCAN_BRIGHTNESS";
+inline constexpr char Contrast[] = "SCAN_CONTRAST";
+inline constexpr char Hue[] = "SCAN_HUE";
+inline constexpr char Saturation[] = "SCAN_SATURATION";
+inline constexpr char RedBalance[] = "SCAN_REDBALANCE";
+inline constexpr char GreenBalance[] = "SCAN_GREENBALANCE";
+inline constexpr char BlueBalance[] = "SCAN_BLUEBALANCE";
+
+// The colour page, and what its tools keep.
+inline constexpr char IsGamma[] = "IsGamma";          ///< int: 0 the sliders adjust the colours, 1 the curves do
+inline constexpr char CurvePoints[] = "GammaCurves";  ///< text: the points that `Gamma` was made of
 
 // A palette scan: what the palette page keeps, and what it asks of the unit.
 inline constexpr char PaletteMethod[] = "nMode";            ///< `PaletteMethod`
@@ -80,7 +100,9 @@ inline constexpr char Level[] = "LEVEL";
 inline constexpr char BackgroundSuppression[] = "BACKGROUNDSUPP";
 inline constexpr char SoftenSharpen[] = "SOFTEN_SHARPEN";
 inline constexpr char Blur[] = "BLUR";
-inline constexpr char HardBwPoint[] = "HARDBWPOINT";  ///< without a number
+/// Without a number. Bytes: two `KXRGBQUAD`, the black and the white point of each channel: the unit spreads the
+/// levels between them before anything else, so that 0 and 255 change nothing.
+inline constexpr char HardBwPoint[] = "HARDBWPOINT";
 
 /// A key that ends in a number: `numbered(Level, 3)` is "LEVEL3".
 [[nodiscard]] inline std::string numbered(std::string_view stem, int number) {

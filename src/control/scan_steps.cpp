@@ -1,5 +1,7 @@
 #include "control/scan_steps.h"
 
+#include "analysis/gamma_table.h"
+
 namespace quillbay {
 
 namespace {
@@ -18,9 +20,9 @@ class NoPalette final : public IPalettePrescan {
   void Forget() override {}
 };
 
-class NoTables final : public IColorTables {
+class CurveTables final : public IColorTables {
  public:
-  void Put(IParam*) override {}
+  void Put(IParam* request) override { putGammaTable(request); }
 };
 
 class NoStraightening final : public IStraightening {
@@ -31,7 +33,7 @@ class NoStraightening final : public IStraightening {
 
 NoDetection s_detection;
 NoPalette s_palette;
-NoTables s_tables;
+CurveTables s_tables;
 
 }  // namespace
 

@@ -50,7 +50,7 @@ class IColorTables {
   virtual void Put(IParam* request) = 0;
 };
 
-/// A panel's steps. A step that was not created does nothing.
+/// A panel's steps. A step that was not created does nothing; colour tables are computed by every panel.
 struct ScanSteps {
   ScanSteps();
   IAreaDetection* detection;
