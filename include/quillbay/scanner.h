@@ -7,6 +7,7 @@
 
 #include "quillbay/connection_point.h"
 #include "quillbay/export.h"
+#include "quillbay/geometry.h"
 #include "quillbay/kx_unknown.h"
 #include "quillbay/param.h"
 #include "quillbay/scan_buffer.h"
@@ -102,10 +103,26 @@ class IUnitKeyRanges : public IKxUnknown {
   virtual int GetKeyRange(std::string_view key, UnitKeyRange* out) = 0;
 };
 
+/// The document that a device has measured by itself. Lengths in millimetres.
+struct MeasuredMedia {
+  std::string paper;       ///< the device's name for it; may be empty
+  double width = 0;        ///< across the bed
+  double length = 0;       ///< along the feed; of no meaning when `isEndless`
+  bool isEndless = false;  ///< the device knows the width alone
+};
+
 class IQuillbayUnitEx : public IKxUnknown {
  public:
   /// The receiver of the scanner's keys (`IQuillbaySink::DoCommand` 10-19); null withdraws it.
   virtual int SetStationSink(IQuillbaySink* sink) = 0;
+  /// Non-zero if the device measures a loaded document by itself: no prescan is made to find it.
+  virtual int DetectsMedia() { return 0; }
+  /// Stores the loaded document's measures. Returns 1, or 0 when the device could not measure it.
+  virtual int GetMedia(MeasuredMedia* /*out*/) { return 0; }
+  /// Stores the rectangle, in millimetres, of what a device pulls in before a scan of found media begins: the area
+  /// that was found in a prescan then begins at the top, and ends later by the rectangle's bottom. Returns 1, or 0
+  /// where the device pulls in nothing.
+  virtual int GetMediaRect(tagRRECT* /*out*/) { return 0; }
 };
 
 /// Why a unit refused or ended a scan.

@@ -5,6 +5,7 @@
 
 #include "analysis/scan_rectangle.h"
 #include "control/media_check.h"
+#include "control/media_check.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 #include "stores/simple_stor.h"
@@ -139,15 +140,9 @@ bool PagePreparation::findPalette(Preparation& out) {
 }
 
 bool PagePreparation::checkMedia(Preparation& out) {
-  while (!m_parts.scanner.isLoaded()) {
-    out.cause = EndCause::Media;
-    out.fault = m_parts.scanner.fault();
-    if (m_parts.run.stopAsked()) return false;
-    const int answer = m_parts.host.message(
-        EventKind::Retry, Supp_Translate("Scanner not ready: <Media not loaded>"), EventButtons::RetryCancel);
-    if (answer == static_cast<int>(EventAnswer::GiveUp)) return false;
-  }
-  return true;
+  if (waitForMedia(m_parts, &out.fault)) return true;
+  out.cause = EndCause::Media;
+  return false;
 }
 
 void PagePreparation::putRectangle(Preparation& out, ScanPlan& plan) {

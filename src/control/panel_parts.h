@@ -13,6 +13,7 @@
 namespace quillbay {
 
 class PanelStatus;
+class SearchScan;
 
 /// What carries out a run, for the classes that share its steps. All of it is the panel's and outlives them.
 struct PanelParts {
@@ -24,6 +25,8 @@ struct PanelParts {
   ScanSteps& steps;
   CScanTo* destination = nullptr;        ///< from the panel's start-up on
   PanelStatus* status = nullptr;         ///< from the start-up on
+  SearchScan* search = nullptr;          ///< never null for a step of a run
+  const void* owner = nullptr;           ///< what `CSharedScanParams::runs` is while this panel runs
   std::function<void()> stateChanged{};  ///< shows the run's state
   bool keepsRasters = false;             ///< the host reads pages while they are scanned
   /// Settings changed without a broadcast; whether the mode did.

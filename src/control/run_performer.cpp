@@ -11,8 +11,6 @@ namespace {
 
 /// How long closing waits for a device that does not answer before it is left to itself.
 constexpr std::chrono::seconds kCloseLimit{10};
-/// The command that cancels a detection or palette prescan: the unit stops and stays usable.
-constexpr UnitCommand kCancelSearch = UnitCommand::Close;
 constexpr int kFinished = 1;  // the unit's end notification
 constexpr const char* kLog = "quillbay.control";
 
@@ -45,7 +43,11 @@ RunPerformer::RunPerformer(QWidget* window, PanelParts& parts, std::shared_ptr<S
       m_previewTimer(previewTimer),
       m_ending(parts),
       m_prescan(parts),
-      m_wait(window) {}
+      m_search(parts),
+      m_wait(window) {
+  parts.search = &m_search;
+  parts.owner = this;
+}
 
 void RunPerformer::post(int id, std::int64_t code) { PostCommand(m_window, id, static_cast<int>(code)); }
 
@@ -332,6 +334,7 @@ void RunPerformer::fail(const std::string& what) {
 
 void RunPerformer::close() {
   quietly([&] { m_wait.close(); });
+  m_search.close();
   if (othersRun()) {
     m_router->disarm();
     return m_router->forget();

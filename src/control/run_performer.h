@@ -7,6 +7,7 @@
 #include "control/panel_parts.h"
 #include "control/prescan_feed.h"
 #include "control/scan_router.h"
+#include "control/search_scan.h"
 #include "preview/view_sync.h"
 #include "widgets/countdown_timer.h"
 
@@ -76,6 +77,7 @@ class RunPerformer {
   CountdownTimer& m_previewTimer;
   PageEnding m_ending;
   PrescanFeed m_prescan;
+  SearchScan m_search;
   DocumentWait m_wait;
   bool m_isDirect = false;
 };

@@ -313,6 +313,7 @@ Actions ScanRun::failed() {
 }
 
 Actions ScanRun::closed() {
+  endSearch();
   if (m_state == RunState::Idle) return {};
   if (m_state == RunState::Ending) return {{Do::End}};
   m_dropsPage = m_dropsPage || m_state == RunState::Finishing || m_state == RunState::Scanning;
