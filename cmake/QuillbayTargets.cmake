@@ -3,6 +3,10 @@
 add_library(quillbay_options INTERFACE)
 target_compile_options(quillbay_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
   $<$<BOOL:${QUILLBAY_WERROR}>:-Werror>)
+# Several sources in one file see each other's names; the release build, one file each, is the one that warns of them.
+if(CMAKE_UNITY_BUILD)
+  target_compile_options(quillbay_options INTERFACE -Wno-shadow -Wno-subobject-linkage -Wno-unused-function)
+endif()
 # g++ 12 sees overlapping copies where texts are joined (its bug 105651).
 target_compile_options(quillbay_options INTERFACE
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>)

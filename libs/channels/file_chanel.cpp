@@ -7,11 +7,10 @@
 #include "channels/part_registry.h"
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
+#include "platform/log_category.h"
 
 namespace quillbay {
 namespace {
-
-constexpr const char* kCategory = "quillbay.channels";
 
 /// Counts and answers queries as the channel that it is a part of.
 template <class Owner, class Interface>
@@ -77,7 +76,7 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
     try {
       abandon();
     } catch (const std::exception& e) {
-      logLine(LogLevel::Error, kCategory, e.what());
+      logLine(LogLevel::Error, kChannelsLog, e.what());
     }
   }
 

@@ -8,12 +8,12 @@
 #include <system_error>
 
 #include "platform/base_services.h"
+#include "platform/log_category.h"
 
 namespace quillbay {
 namespace {
 
 namespace fs = std::filesystem;
-constexpr const char* kCategory = "quillbay.channels";
 
 /// The folder that holds the library or program that this code was linked into.
 fs::path ownFolder() {
@@ -40,20 +40,20 @@ void loadModule(const fs::path& path, std::vector<const QbFormat*>* formats) {
   void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!handle) {
     const char* why = dlerror();
-    logLine(LogLevel::Error, kCategory, "format module not loaded: " + std::string(why ? why : path.c_str()));
+    logLine(LogLevel::Error, kChannelsLog, "format module not loaded: " + std::string(why ? why : path.c_str()));
     return;
   }
   const auto factory = reinterpret_cast<QbModuleFactory>(dlsym(handle, QUILLBAY_FORMAT_FACTORY));
   const QbModule* module = factory ? factory(QUILLBAY_FORMAT_ABI) : nullptr;
   if (!module || module->abi != QUILLBAY_FORMAT_ABI || module->table_size != sizeof(QbFormat)) {
-    logLine(LogLevel::Error, kCategory,
+    logLine(LogLevel::Error, kChannelsLog,
             path.string() + (module ? " is a format module of another version; install the one of this program"
                                     : " is not a format module"));
     return;  // it is not unloaded: its code may already run
   }
   for (int i = 0; i < module->count; ++i) {
     formats->push_back(module->formats[i]);
-    logLine(LogLevel::Debug, kCategory, std::string(module->formats[i]->name) + " from " + path.string());
+    logLine(LogLevel::Debug, kChannelsLog, std::string(module->formats[i]->name) + " from " + path.string());
   }
 }
 
@@ -62,7 +62,7 @@ std::vector<const QbFormat*> loadAll() {
   const std::string folder = formatFolder();
   for (const fs::path& path : modulesIn(folder)) loadModule(path, &formats);
   if (formats.empty()) {
-    logLine(LogLevel::Error, kCategory,
+    logLine(LogLevel::Error, kChannelsLog,
             "no format modules in \"" + folder + "\"; set QUILLBAY_FORMATS to their folder");
   }
   return formats;

@@ -12,11 +12,11 @@
 #include <utility>
 
 #include "platform/base_services.h"
+#include "platform/log_category.h"
 
 namespace quillbay {
 namespace {
 
-constexpr const char* kCategory = "quillbay.channels";
 constexpr std::int64_t kFlushStep = std::int64_t{32} << 20;
 constexpr int kPiecesPerCall = 64;
 
@@ -120,7 +120,7 @@ void PageFile::lock(Mode mode) {
         "open " + m_path + ": a running scan writes this file; wait for its end or choose another name", m_path,
         EWOULDBLOCK);
   }
-  logLine(LogLevel::Warning, kCategory, m_path + " cannot be locked here: " + fio::errorText(error));
+  logLine(LogLevel::Warning, kChannelsLog, m_path + " cannot be locked here: " + fio::errorText(error));
 }
 
 void PageFile::beginPage() noexcept {
@@ -202,7 +202,7 @@ void PageFile::undoPatches(std::size_t count) noexcept {
     const Patch& patch = m_patches[count];
     const auto size = static_cast<ssize_t>(patch.before.size());
     if (::pwrite(m_fd, patch.before.data(), patch.before.size(), patch.offset) != size) {
-      logLine(LogLevel::Error, kCategory, m_path + " could not be put back as it was: " + fio::errorText(errno));
+      logLine(LogLevel::Error, kChannelsLog, m_path + " could not be put back as it was: " + fio::errorText(errno));
     }
   }
 }
@@ -213,7 +213,7 @@ void PageFile::dropPage() noexcept {
   if (m_size == m_pageStart) return;
   if (::ftruncate(m_fd, m_pageStart) != 0) {
     // The bytes are not part of any page; the file is only longer than it needs to be.
-    logLine(LogLevel::Warning, kCategory, m_path + " was not cut back: " + fio::errorText(errno));
+    logLine(LogLevel::Warning, kChannelsLog, m_path + " was not cut back: " + fio::errorText(errno));
     return;
   }
   m_size = m_flushed = m_pageStart;

@@ -9,11 +9,10 @@
 #include "channels/module_loader.h"
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
+#include "platform/log_category.h"
 
 namespace quillbay {
 namespace {
-
-constexpr const char* kCategory = "quillbay.channels";
 
 /// One name for one file, however its folder was written.
 std::string keyOf(const std::string& fileName) {
@@ -56,7 +55,7 @@ void PartRegistry::keep(const std::string& fileName, std::unique_ptr<WritingFile
 std::unique_ptr<WritingFile> createPart(const QbFormat* format, const std::string& fileName) {
   for (int attempt = 0;; ++attempt) {
     const std::string aside = SetAsideLeftover(fileName);
-    if (!aside.empty()) logLine(LogLevel::Warning, kCategory, "an unfinished file is now " + aside);
+    if (!aside.empty()) logLine(LogLevel::Warning, kChannelsLog, "an unfinished file is now " + aside);
     try {
       return std::make_unique<WritingFile>(format, partName(fileName), fileName, PageFile::Mode::Create);
     } catch (const CXFileException& e) {
@@ -74,7 +73,7 @@ void publishPart(WritingFile& part, const std::string& fileName, bool mayReplace
 
 void deletePart(WritingFile& part) noexcept {
   if (::unlink(part.file().path().c_str()) == 0 || errno == ENOENT) return;
-  logLine(LogLevel::Warning, kCategory, part.file().path() + " was not deleted: " + fio::errorText(errno));
+  logLine(LogLevel::Warning, kChannelsLog, part.file().path() + " was not deleted: " + fio::errorText(errno));
 }
 
 void PublishPart(const std::string& fileName, bool mayReplace) { PublishPartAs(fileName, fileName, mayReplace); }
@@ -118,7 +117,7 @@ void AbandonPart(const std::string& fileName) {
   try {
     if (part->pageCount() == 0) deletePart(*part);
   } catch (const CXException& e) {
-    logLine(LogLevel::Warning, kCategory, e.what());
+    logLine(LogLevel::Warning, kChannelsLog, e.what());
   }
 }
 

@@ -11,12 +11,12 @@
 
 #include "destinations/macro_list.h"
 #include "platform/base_services.h"
+#include "platform/log_category.h"
 #include "platform/post_command.h"
 
 namespace quillbay {
 
 namespace {
-constexpr const char* kCategory = "quillbay.store";
 /// How long closing waits for a folder that is being looked at.
 constexpr std::chrono::milliseconds kCloseLimit{200};
 }  // namespace
@@ -58,7 +58,7 @@ void NextNameFinder::ask(NameContext context) {
     std::thread(work, m_shared).detach();
     m_shared->isWorking = true;
   } catch (const std::system_error& e) {
-    logLine(LogLevel::Warning, kCategory, std::string("the next file's name is not shown: ") + e.what());
+    logLine(LogLevel::Warning, kStoreLog, std::string("the next file's name is not shown: ") + e.what());
   }
 }
 
@@ -85,7 +85,7 @@ void NextNameFinder::work(const std::shared_ptr<Shared>& shared) {
     try {
       name = shared->rule(context.value());
     } catch (const std::exception& e) {
-      logLine(LogLevel::Warning, kCategory, std::string("the next file's name is not known: ") + e.what());
+      logLine(LogLevel::Warning, kStoreLog, std::string("the next file's name is not known: ") + e.what());
     }
     lock.lock();
     if (!name || request != shared->request || !shared->dialog) continue;

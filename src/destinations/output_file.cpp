@@ -5,13 +5,12 @@
 #include "destinations/part_publisher.h"
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
+#include "platform/log_category.h"
 #include "widgets/string_table.h"
 
 namespace quillbay {
 
 namespace {
-
-constexpr const char* kCategory = "quillbay.store";
 
 /// False, after event 9, when a running program writes the file.
 bool setAsideLeftover(IEvents* events, const std::string& path) {
@@ -22,7 +21,7 @@ bool setAsideLeftover(IEvents* events, const std::string& path) {
         formatText(Supp_Translate("A scan of %s was interrupted earlier. What it had finished was kept as "
                                   "%s.$QBHelp:IDH_Recovering$"),
                    {path, aside});
-    logLine(LogLevel::Warning, kCategory, splitEventText(text).text);
+    logLine(LogLevel::Warning, kStoreLog, splitEventText(text).text);
     if (!events) return true;
     events->Subject(aside.c_str(), nullptr);
     events->Message(static_cast<int>(EventKind::Information), text.c_str(), 0, static_cast<int>(EventButtons::Ok));
@@ -41,7 +40,7 @@ bool retriesSpace(IEvents* events, const SpaceVerdict& verdict) {
                                        "Retry looks again and scans, also when there is still too little; "
                                        "Cancel stops.");
   const std::string text = verdict.text + '\n' + advice;
-  logLine(LogLevel::Warning, kCategory, verdict.text);
+  logLine(LogLevel::Warning, kStoreLog, verdict.text);
   return events->Message(static_cast<int>(EventKind::Retry), text.c_str(), 0,
                          static_cast<int>(EventButtons::RetryCancel)) == static_cast<int>(EventAnswer::Retry);
 }
@@ -56,7 +55,7 @@ void adopt(CSharedScanParams& params, const OutputName& name) {
 }  // namespace
 
 void signalCannotWrite(IEvents* events, const std::string& path, const std::string& cause) {
-  logLine(LogLevel::Error, kCategory, cause);
+  logLine(LogLevel::Error, kStoreLog, cause);
   if (!events) return;
   events->Subject(path.c_str(), cause.c_str());
   events->Event(kEventCannotWrite, nullptr, static_cast<int>(EventButtons::Ok));
@@ -107,8 +106,8 @@ bool checkSpace(const ScanValues& values, IEvents* events, bool interactive, con
       signalCannotWrite(events, values.outputFile, verdict.text);
       return false;
     }
-    logLine(LogLevel::Warning, kCategory, verdict.text);
-    if (events) events->Note(kCategory, verdict.text.c_str());
+    logLine(LogLevel::Warning, kStoreLog, verdict.text);
+    if (events) events->Note(kStoreLog, verdict.text.c_str());
     return true;
   }
 }

@@ -5,13 +5,13 @@
 #include "destinations/file_names.h"
 #include "platform/base_services.h"
 #include "platform/file_channel.h"
+#include "platform/log_category.h"
 #include "widgets/string_table.h"
 
 namespace quillbay {
 
 namespace {
 
-constexpr const char* kCategory = "quillbay.store";
 constexpr int kTries = 100;  // somebody may be faster again
 
 struct Choice {
@@ -73,7 +73,7 @@ PartFate publishByRule(const NamedPage& page, IEvents* events) {
       PublishPartAs(path, choice.name.path, choice.replaces);
       return {choice.name.path, {}, choice.name.counter, choice.name.useAutoCounter};
     } catch (const CXFileException& e) {
-      logLine(LogLevel::Warning, kCategory, e.what());
+      logLine(LogLevel::Warning, kStoreLog, e.what());
       if (e.systemError() != EEXIST) fate.why = failedText(path, e.what());
     }
   }

@@ -11,11 +11,11 @@ namespace quillbay {
 
 namespace {
 
-constexpr double kSmallest = 0.5, kStep = 0.1;  // of the font's size
-constexpr double kMostNames = 0.45;             // of the width, for the names' column
-constexpr double kGap = 0.6;                    // between the columns, of the font's height
-constexpr int kLeastPixels = 9;                 // nobody reads less
-constexpr double kSlack = 0.5;                  // of a pixel: heights are sums of fractions
+constexpr double kSmallest = 0.5, kFontStep = 0.1;  // of the font's size
+constexpr double kMostNames = 0.45;                 // of the width, for the names' column
+constexpr double kColumnGap = 0.6;                  // between the columns, of the font's height
+constexpr int kLeastPixels = 9;                     // nobody reads less
+constexpr double kSlack = 0.5;                      // of a pixel: heights are sums of fractions
 
 QFont scaled(const QFont& font, double by) {
   QFont out = font;
@@ -61,7 +61,7 @@ double namesWidth(const std::vector<SummaryLine>& lines, const QFontMetricsF& me
   for (const SummaryLine& line : lines) {
     if (!line.value.isEmpty()) width = std::max(width, metrics.horizontalAdvance(line.name));
   }
-  return std::min(width + kGap * metrics.height(), most);
+  return std::min(width + kColumnGap * metrics.height(), most);
 }
 
 /// Goes through the lines with the height that each takes. `draw` gets its top, and answers false to end.
@@ -102,7 +102,7 @@ double paintTitle(QPainter& painter, const QRectF& room, const QFont& font, cons
   const QString text = QString::fromStdString(title);
   const double most = std::max(room.height() / 3, 1.0);  // the summary wants room, too
   QFont used = font;
-  for (double by = 1; by > kSmallest - kStep / 2; by -= kStep) {
+  for (double by = 1; by > kSmallest - kFontStep / 2; by -= kFontStep) {
     used = scaled(font, by);
     const QFontMetricsF metrics(used);
     if (metrics.horizontalAdvance(text) <= room.width() && metrics.height() <= most) break;
@@ -120,7 +120,7 @@ void paintSummary(QPainter& painter, const QRectF& room, const QFont& font, cons
   const std::vector<SummaryLine> lines = summaryLines(summary);
   if (lines.empty() || room.width() <= kLeastPixels || room.height() <= kLeastPixels) return;
   QFont used = font;
-  for (double by = 1; by > kSmallest - kStep / 2; by -= kStep) {
+  for (double by = 1; by > kSmallest - kFontStep / 2; by -= kFontStep) {
     used = scaled(font, by);
     if (heightOf(lines, used, room.width()) <= room.height()) break;
   }

@@ -6,6 +6,7 @@
 
 #include "preview/pv_static.h"
 #include "preview/stor_painter.h"
+#include "preview/store_picture.h"
 #include "quillbay/scan_keys.h"
 #include "view/image_dc.h"
 #include "view/view_transform.h"
@@ -16,7 +17,6 @@ namespace quillbay {
 namespace {
 
 constexpr QRgb kBed = qRgb(192, 192, 192);
-constexpr int kHalfTones = 8;
 
 QRect rectOf(const KxRect& r) { return {r.left, r.top, r.right - r.left, r.bottom - r.top}; }
 

@@ -7,7 +7,6 @@
 namespace quillbay {
 
 namespace {
-constexpr int kHalfTones = 8;
 constexpr double kTallest = 4;  // times the width
 constexpr std::uint32_t kWhite = 0xffffffff;
 }  // namespace

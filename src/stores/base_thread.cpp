@@ -6,12 +6,11 @@
 #include <system_error>
 
 #include "platform/base_services.h"
+#include "platform/log_category.h"
 
 namespace quillbay {
 
 namespace {
-
-constexpr const char* kLog = "quillbay.store";
 
 // A step of the derived class; what it throws ends the step, not the process.
 template <class Step>
@@ -19,7 +18,7 @@ void guarded(const char* name, Step step) {
   try {
     step();
   } catch (const std::exception& e) {
-    logLine(LogLevel::Error, kLog, std::string("a worker's ") + name + " failed: " + e.what());
+    logLine(LogLevel::Error, kStoreLog, std::string("a worker's ") + name + " failed: " + e.what());
   }
 }
 
@@ -45,7 +44,7 @@ int KxBaseThread::Start(unsigned deleteOnExit, int startSuspended) {
     try {
       m_thread = std::thread([this, launch] { procedure(*launch); });
     } catch (const std::system_error& e) {
-      logLine(LogLevel::Error, kLog, std::string("no thread could be started: ") + e.what());
+      logLine(LogLevel::Error, kStoreLog, std::string("no thread could be started: ") + e.what());
       return 0;
     }
   }

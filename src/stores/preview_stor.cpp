@@ -9,12 +9,12 @@
 
 #include "params/shared_scan_params.h"
 #include "platform/base_services.h"
+#include "platform/log_category.h"
 #include "stores/extent.h"
 
 namespace quillbay {
 namespace {
 
-constexpr const char* kLog = "quillbay.store";
 constexpr std::int32_t kLeastScreen = 320;
 /// Screens that the picture of a stripe may be wide, should it be wider than the page's first one.
 constexpr std::int32_t kMostScreens = 4;
@@ -95,7 +95,7 @@ void CPreviewStor::flush() {
   try {
     reduce(stripes, lines);
   } catch (const std::exception& e) {
-    logLine(LogLevel::Error, kLog,
+    logLine(LogLevel::Error, kStoreLog,
             std::string("lines of a scan are missing in its picture on the screen: ") + e.what());
   }
 }
@@ -111,7 +111,7 @@ void CPreviewStor::reduce(const Stripes& stripes, std::int64_t lines) {
   part->isInk = isRunList(stripes.front()->GetColorSpace());
   if (m_state.height >= kMostLines - 1 ||
       !m_reducer.reduce(stripes, {width, std::max(1, rows >> m_state.halvings)}, &part->picture)) {
-    logLine(LogLevel::Warning, kLog, "a scan is too large for a picture on the screen");
+    logLine(LogLevel::Warning, kStoreLog, "a scan is too large for a picture on the screen");
     return;
   }
   const std::lock_guard lock(m_lock);
@@ -163,7 +163,7 @@ void CPreviewStor::Reset() {
   try {
     m_joined(std::make_shared<const Picture>(joinParts(done.parts)));
   } catch (const std::exception& e) {
-    logLine(LogLevel::Error, kLog, std::string("the picture of a scan was not kept: ") + e.what());
+    logLine(LogLevel::Error, kStoreLog, std::string("the picture of a scan was not kept: ") + e.what());
   }
 }
 

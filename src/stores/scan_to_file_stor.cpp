@@ -4,16 +4,13 @@
 #include <exception>
 
 #include "platform/base_services.h"
+#include "platform/log_category.h"
 #include "stores/empty_progress.h"
 #include "stores/extent.h"
 
 namespace quillbay {
 
-namespace {
-
-constexpr const char* kLog = "quillbay.store";
-
-}  // namespace
+namespace {}  // namespace
 
 // Counts an AddStripe that is under way, so that the store does not go away under it.
 class CScanToFileStor::Visit {
@@ -53,7 +50,8 @@ int CScanToFileStor::QueryInterface(const std::type_info& wanted, void** out) {
 void CScanToFileStor::SetTarget(const PageTarget& target) {
   const std::lock_guard lock(m_feed.lock);
   if (m_opened || m_feed.finished) {
-    logLine(LogLevel::Warning, kLog, "the target " + target.path + " came after the first stripe and is ignored");
+    logLine(LogLevel::Warning, kStoreLog,
+            "the target " + target.path + " came after the first stripe and is ignored");
     return;
   }
   m_target = target;
@@ -89,7 +87,7 @@ bool CScanToFileStor::open(IScanBuffer* stripe) {
     if (!accepts()) return false;
     if (!m_hasTarget) {
       // Stripes that were still on their way when the page was dropped.
-      logLine(LogLevel::Info, kLog, "a stripe came without a page and is dropped");
+      logLine(LogLevel::Info, kStoreLog, "a stripe came without a page and is dropped");
       return false;
     }
   }
@@ -183,7 +181,7 @@ void CScanToFileStor::fail(const std::string& text) {
     m_feed.abandoned = true;
     m_feed.queue.clear();
   }
-  logLine(LogLevel::Error, kLog, line);
+  logLine(LogLevel::Error, kStoreLog, line);
   m_feed.finish.set();
   m_feed.taken.set();
 }

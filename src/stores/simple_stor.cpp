@@ -4,6 +4,7 @@
 #include <exception>
 
 #include "platform/base_services.h"
+#include "platform/log_category.h"
 #include "stores/empty_progress.h"
 #include "stores/extent.h"
 
@@ -11,7 +12,6 @@ namespace quillbay {
 
 namespace {
 
-constexpr const char* kLog = "quillbay.store";
 constexpr std::int32_t kLeastGrowth = 8;
 
 }  // namespace
@@ -30,7 +30,7 @@ int CSimpleStor::AddStripe(IScanBuffer* stripe) {
     return 1;
   } catch (const std::exception& e) {
     m_error = e.what();
-    logLine(LogLevel::Error, kLog, m_error);
+    logLine(LogLevel::Error, kStoreLog, m_error);
     return 0;
   }
 }
@@ -51,7 +51,7 @@ void CSimpleStor::store(IScanBuffer* stripe) {
 
 void CSimpleStor::refuse() {
   m_error = Supp_Translate("Lines that the scanner delivered could not be stored. Scan the page again.");
-  logLine(LogLevel::Error, kLog, m_error);
+  logLine(LogLevel::Error, kStoreLog, m_error);
 }
 
 int CSimpleStor::Finish(IRStor** out, int minLines, int release) {
@@ -70,10 +70,10 @@ void CSimpleStor::grow(int minLines) {
   try {
     const auto growing = m_raster.as<IRStorAddStripe>();
     if (!growing || growing->AddLines(0, height, std::max(minLines - height, kLeastGrowth)) == 0)
-      logLine(LogLevel::Warning, kLog, "the page is shorter than asked for: its raster does not grow");
+      logLine(LogLevel::Warning, kStoreLog, "the page is shorter than asked for: its raster does not grow");
   } catch (const std::exception& e) {
     m_error = e.what();
-    logLine(LogLevel::Error, kLog, m_error);
+    logLine(LogLevel::Error, kStoreLog, m_error);
   }
 }
 

@@ -1,6 +1,5 @@
 /// Straightening of lines while they arrive: grey, colour and palettes.
 #include <algorithm>
-#include <numbers>
 #include <random>
 
 #include "quillbay/errors.h"
@@ -11,7 +10,6 @@ namespace quillbay::test {
 namespace {
 
 using enum KxColorSpace;
-constexpr double kDegree = std::numbers::pi / 180;
 
 std::size_t samplesOf(KxColorSpace code) { return std::max<std::size_t>(1, bitsPerPixel(code) / 8U); }
 

@@ -1,14 +1,11 @@
 /// Straightening of run lists: thin lines stay whole, areas stay full.
 #include <algorithm>
-#include <numbers>
 
 #include "quillbay/run_list.h"
 #include "straighten_tools.h"
 
 namespace quillbay::test {
 namespace {
-
-constexpr double kDegree = std::numbers::pi / 180;
 
 /// A bitonal picture with a byte for each pixel.
 struct Picture {

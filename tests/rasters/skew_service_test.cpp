@@ -1,7 +1,6 @@
 /// Skew is found and taken out in one convention of angles; the threshold between two classes of tones.
 #include <algorithm>
 #include <functional>
-#include <numbers>
 
 #include "straighten_tools.h"
 
@@ -9,7 +8,6 @@ namespace quillbay::test {
 namespace {
 
 using enum KxColorSpace;
-constexpr double kDegree = std::numbers::pi / 180;
 constexpr std::int32_t kWidth = 1400, kHeight = 1700;
 
 /// A sheet with lines of text on a dark bed, turned clockwise; rows of tones.

@@ -1,12 +1,16 @@
 #pragma once
 #include <cmath>
 #include <cstdint>
+#include <numbers>
 #include <vector>
 
 #include "platform/binarization.h"
 #include "raster_tools.h"
 
 namespace quillbay::test {
+
+/// In radians.
+inline constexpr double kDegree = std::numbers::pi / 180;
 
 /// Keeps the lines that a rotator gives.
 class LineCollector final : public CKxUnknownImplStatic<IRasterFiller> {

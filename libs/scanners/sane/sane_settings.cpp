@@ -17,8 +17,6 @@ constexpr double kWiggleMm = 1.0;
   throw UnitFaultException({code, device.name() + ": " + text});
 }
 
-bool contains(const std::string& text, std::string_view part) { return text.find(part) != std::string::npos; }
-
 const std::string* wantedValue(const WantedOptions& wanted, std::string_view name) {
   for (const auto& [key, value] : wanted)
     if (key == name) return &value;

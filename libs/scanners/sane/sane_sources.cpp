@@ -11,8 +11,6 @@ namespace {
 
 constexpr const char* kSource = "source";
 
-bool contains(const std::string& text, std::string_view part) { return text.find(part) != std::string::npos; }
-
 const SaneOption* settable(const std::vector<SaneOption>& options, std::string_view name) {
   const auto found = std::find_if(options.begin(), options.end(), [&](const auto& o) { return o.name == name; });
   return found != options.end() && found->isSettable() ? &*found : nullptr;

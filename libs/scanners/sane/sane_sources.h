@@ -1,11 +1,16 @@
 #pragma once
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
 #include "scanners/sane/sane_option.h"
 
 namespace quillbay {
+
+[[nodiscard]] inline bool contains(std::string_view text, std::string_view part) noexcept {
+  return text.find(part) != std::string_view::npos;
+}
 
 /// From where a device takes its documents, as its options say: "source", and for both sides of a sheet "adf-mode"
 /// or "duplex". A device without them has no source that could be chosen.
