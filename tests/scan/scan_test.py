@@ -132,7 +132,7 @@ class Texts(Case):
         self.assertIn("sim:", names)
         text = self.expect(0, "-A").stdout
         for word in ("--mode bw-threshold|", "--resolution 50|", '--area "ARCH E"', "--option Compression=",
-                     "[background]: dark|light|white, now dark", "[m_uiDPI, --resolution]: ", "[MODE]: "):
+                     "[background]: dark|light|white|grey|dirty, now dark", "[m_uiDPI, --resolution]: ", "[MODE]: "):
             self.assertIn(word, text)
         self.assertEqual(json.loads(self.expect(0, "-A", "--json").stdout)["bed"]["width"], 300)
         self.assertEqual(self.files(), [])

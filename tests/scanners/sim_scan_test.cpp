@@ -27,7 +27,7 @@ std::vector<std::uint8_t> scanned(const std::string& device, int mode, int dpi, 
 
 TEST(SimScan, SameSeedSameBytes) {
   const tagRRECT area{0, 0, 300, 0};
-  const std::string sheet = "sim:width=300,size=280x200,skew=1,background=light";
+  const std::string sheet = "sim:width=300,size=270x200,skew=1,background=dirty";
   for (const int mode : {0, 5, 6, 7}) {
     const auto bytes = scanned(sheet, mode, 60, area);
     EXPECT_EQ(bytes, scanned(sheet, mode, 60, area)) << mode;
@@ -38,9 +38,8 @@ TEST(SimScan, SameSeedSameBytes) {
 }
 
 TEST(SimScan, APartEqualsThePartOfTheWhole) {
-  for (const char* kind : {"plan", "map"}) {
-    const std::string device =
-        std::string("sim:width=420,size=400x500,skew=2.5,at=20x5,background=white,drawing=") + kind;
+  for (const char* kind : {"background=white,drawing=plan", "background=dirty,drawing=map"}) {
+    const std::string device = std::string("sim:width=420,size=330x480,skew=2.5,at=30x15,") + kind;
     const double mm = 25.4 / 80;
     const auto whole = scanned(device, 7, 80, {0, 0, 420, 540});
     const auto part = scanned(device, 7, 80, {600 * mm, 850 * mm, 1200 * mm, 1550 * mm});

@@ -171,7 +171,11 @@ void SimSetup::makePaper() {
   addNumber(part, tr("S&kew"), "skew", 0, -45, 45, 3, QString(QChar(0xB0)),
             tr("Rotates the paper about its top left corner, clockwise if positive"));
   addChoice(part, tr("Backgro&und"), "background", "dark",
-            {{"dark", tr("Dark")}, {"light", tr("Light")}, {"white", tr("White")}},
+            {{"dark", tr("Dark")},
+             {"light", tr("Light")},
+             {"white", tr("White")},
+             {"grey", tr("Grey")},
+             {"dirty", tr("Dirty")}},
             tr("The bed around the paper; on a light bed the paper casts a shadow"));
 }
 

@@ -54,7 +54,17 @@ std::uint8_t bedLevel(SimConfig::Background background) noexcept {
   switch (background) {
     case SimConfig::Background::Light: return 200;
     case SimConfig::Background::White: return 252;
+    case SimConfig::Background::Grey: return 135;
+    case SimConfig::Background::Dirty: return 58;
     default: return 22;
+  }
+}
+
+SimSoil::Kind soilOf(SimConfig::Background background) noexcept {
+  switch (background) {
+    case SimConfig::Background::Grey: return {5, false};
+    case SimConfig::Background::Dirty: return {9, true};
+    default: return {};
   }
 }
 
@@ -76,7 +86,11 @@ SimBed::SimBed(const SimConfig& config, std::int64_t page, std::uint32_t dpi, st
   }
   m_paper = boxOf(paper, transform, 0);
   m_shadow = boxOf(paper, transform, kShadowMm * m_scale);
-  makeGrain(static_cast<std::uint64_t>(config.seed));
+  const auto seed = static_cast<std::uint64_t>(config.seed);
+  makeGrain(seed);
+  if (const auto soil = soilOf(config.background); soil.noise > 0 || soil.dust) {
+    m_soil = std::make_unique<SimSoil>(soil, seed, m_scale, left, right);
+  }
   if (paper.image.empty())
     m_drawing = std::make_unique<SimDrawing>(config, page, transform, left, right);
   else
@@ -175,6 +189,11 @@ void SimBed::paint(std::int64_t y, std::uint8_t* out) {
     fill(m_left, m_right);
   }
   paintShadow(row, y, paper);
+  if (m_soil) {
+    const bool covers = paper.inner0 < paper.inner1;
+    m_soil->paint(row, y, m_left, covers ? paper.inner0 : m_right);
+    if (covers) m_soil->paint(row, y, paper.inner1, m_right);
+  }
   if (paper.outer0 >= paper.outer1) return;
   if (m_image) {
     // Pixels whose middle lies on the image.

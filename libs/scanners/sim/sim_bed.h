@@ -5,6 +5,7 @@
 #include "scanners/sim/sim_config.h"
 #include "scanners/sim/sim_drawing.h"
 #include "scanners/sim/sim_image.h"
+#include "scanners/sim/sim_soil.h"
 
 namespace quillbay {
 
@@ -36,6 +37,7 @@ class SimBed {
   std::uint8_t m_bed;
   SimBox m_paper, m_shadow;
   std::vector<std::uint8_t> m_grain;
+  std::unique_ptr<SimSoil> m_soil;  // null: the bed is even
   std::unique_ptr<SimDrawing> m_drawing;
   std::unique_ptr<SimImage> m_image;
 };

@@ -47,7 +47,7 @@ bool setPair(std::string_view value, double least, double most, double* first, d
   return true;
 }
 
-// The place of `value` among the words of `words` ("dark|light|white"), or -1.
+// The place of `value` among the words of `words` ("dark|light|white|grey|dirty"), or -1.
 int wordIndex(std::string_view words, std::string_view value) {
   for (int i = 0;; ++i) {
     const std::size_t end = words.find('|');
@@ -62,7 +62,7 @@ std::string wordAt(std::string_view words, int index) {
   return std::string(words.substr(0, words.find('|')));
 }
 
-constexpr const char* kBackgrounds = "dark|light|white";
+constexpr const char* kBackgrounds = "dark|light|white|grey|dirty";
 constexpr const char* kDrawings = "plan|map|mix";
 // In the order of `UnitFaultCode`.
 constexpr const char* kFaults = "none|cancelled|empty|jam|cover|busy|denied|io|memory|unsupported|invalid|other";

@@ -10,7 +10,7 @@ namespace quillbay {
 
 /// The configuration of a simulated scanner, from its device string: "sim:key=value,key=value,...".
 struct SimConfig {
-  enum class Background : int { Dark, Light, White };
+  enum class Background : int { Dark, Light, White, Grey, Dirty };
   enum class Drawing : int { Plan, Map, Mix };
 
   double width = 900;        ///< of the bed, mm
