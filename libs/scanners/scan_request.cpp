@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <span>
 
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
@@ -11,6 +12,7 @@ namespace quillbay {
 namespace {
 
 constexpr double kMostMm = 1e6;
+constexpr std::size_t kEntries = 256;
 constexpr double kAnyNumber = 2147483647;
 
 std::string plain(double whole) { return toText(static_cast<std::int64_t>(whole)); }
@@ -51,30 +53,70 @@ class Reader {
                          {textOf(value)});
   }
 
+  std::int32_t setting(std::string_view key, const BwRange& range) {
+    return whole(key, range.initial, range.least, range.most);
+  }
+
   void blackAndWhite(ScanRequest* out) {
-    const auto setting = [&](const char* stem, const BwRange& range) {
-      return whole(key::numbered(stem, out->mode), range.initial, range.least, range.most);
+    const auto own = [&](const char* stem, const BwRange& range) {
+      return setting(key::numbered(stem, out->mode), range);
     };
     out->level = whole(key::numbered(key::Level, out->mode), out->level, 0, kMostLevel);
     out->bw.level = out->level >= 0 ? out->level : levelRange(out->mode).initial;
-    if (suppressesBackground(out->mode))
-      out->bw.suppression = setting(key::BackgroundSuppression, kSuppressionRange);
-    out->bw.sharpness = setting(key::SoftenSharpen, kSharpnessRange);
-    out->bw.blur = setting(key::Blur, kBlurRange);
+    if (suppressesBackground(out->mode)) out->bw.suppression = own(key::BackgroundSuppression, kSuppressionRange);
+    out->bw.sharpness = own(key::SoftenSharpen, kSharpnessRange);
+    out->bw.blur = own(key::Blur, kBlurRange);
+  }
+
+  void greyAndColour(ScanRequest* out) {
+    out->color.sharpness = setting(key::numbered(key::SoftenSharpen, out->mode), kSharpnessRange);
+    out->color.blur = setting(key::numbered(key::Blur, out->mode), kBlurRange);
+    if (out->mode != kModeGrey) out->color.saturation = setting(key::Saturation, kSaturationRange);
+  }
+
+  // A lookup file goes before a computed palette, that before a linear one.
+  void palette(ScanRequest* out) {
+    const bool hasCount = !paramValue(m_set, key::PaletteCount).isEmpty();
+    out->paletteCount = setting(key::PaletteCount, kPaletteCountRange);
+    if (const CKxBlob* lut = blob(key::Lut, kEntries * sizeof(KXRGBQUAD) + PaletteMap::kClasses)) {
+      for (std::size_t i = 0; i < kEntries; ++i) {
+        const std::uint8_t* entry = lut->data() + 4 * i;  // blue, green, red
+        out->palette.push_back({entry[2], entry[1], entry[0], 0});
+      }
+      out->classes.assign(lut->begin() + kEntries * sizeof(KXRGBQUAD), lut->end());
+    } else if (const CKxBlob* bytes = blob(key::Palette, kEntries * sizeof(KXRGBQUAD))) {
+      out->palette = entriesOf(*bytes);
+      out->palette.resize(hasCount ? static_cast<std::size_t>(out->paletteCount) : usedEntries(out->palette));
+    }
   }
 
   void curves(ScanRequest* out) {
-    constexpr std::size_t kEntries = 256;
-    const CKxVariant value = paramValue(m_set, key::Gamma);
-    if (value.isEmpty()) return;
-    const auto* bytes = value.get<CKxBlob>();
-    if (!bytes || bytes->size() != kEntries * sizeof(KXRGBQUAD))
-      return refuse(key::Gamma, value, Supp_Translate("256 entries of 4 bytes"));
-    out->curves.resize(kEntries);
-    std::memcpy(out->curves.data(), bytes->data(), bytes->size());
+    if (const CKxBlob* bytes = blob(key::Gamma, kEntries * sizeof(KXRGBQUAD))) out->curves = entriesOf(*bytes);
   }
 
  private:
+  // The bytes of a key, of which there are `size`; null without the key, or when they were refused. Valid until the
+  // next call.
+  const CKxBlob* blob(std::string_view key, std::size_t size) {
+    m_value = paramValue(m_set, key);
+    if (m_value.isEmpty()) return nullptr;
+    const auto* bytes = m_value.get<CKxBlob>();
+    if (bytes && bytes->size() == size) return bytes;
+    const auto text = [](std::size_t n) { return toText(static_cast<std::int64_t>(n)); };
+    refuse(key, m_value, formatText(Supp_Translate("%s bytes"), {text(size)}));
+    return nullptr;
+  }
+  static std::vector<KXRGBQUAD> entriesOf(const CKxBlob& bytes) {
+    std::vector<KXRGBQUAD> entries(kEntries);
+    std::memcpy(entries.data(), bytes.data(), kEntries * sizeof(KXRGBQUAD));
+    return entries;
+  }
+  // Entries up to the last that is not zero, at least one: the rest of the room is no colours.
+  static std::size_t usedEntries(const std::vector<KXRGBQUAD>& entries) {
+    std::size_t used = entries.size();
+    while (used > 1 && entries[used - 1] == KXRGBQUAD{}) --used;
+    return used;
+  }
   static std::string textOf(const CKxVariant& value) {
     if (const auto* text = value.get<std::string>()) return '"' + *text + '"';
     if (const auto* r = value.get<tagRRECT>())
@@ -90,6 +132,7 @@ class Reader {
   }
 
   IParam* m_set;
+  CKxVariant m_value;
   std::string m_why;
 };
 
@@ -105,27 +148,40 @@ std::string readScanRequest(IParam* request, ScanRequest* out) {
   r.isBatch = reader.flag(key::BatchMode);
   r.isPiece = reader.flag(key::Bursting) && !r.isPrescan();
   r.paperLength = reader.number(key::PaperLength, 0, 0, kMostMm);
+  r.speed = reader.whole(key::ScanSpeed, r.speed, 1, kUsualSpeed);
   r.level = reader.whole(key::Threshold, r.level, 0, kMostLevel);
   if (isBitonalMode(r.mode)) reader.blackAndWhite(&r);
+  if (r.mode >= kModeGrey && r.mode <= kModeRgb) reader.greyAndColour(&r);
+  if (r.mode == kModePalette) reader.palette(&r);
   reader.curves(&r);
   *out = std::move(r);
   return reader.why();
 }
 
-std::optional<BwKeyRange> bwKeyRange(std::string_view key) {
+std::shared_ptr<PaletteMap> paletteOf(const ScanRequest& request) {
+  if (request.mode != kModePalette) return nullptr;
+  if (!request.classes.empty()) return PaletteMap::classified(request.palette.data(), request.classes.data());
+  if (!request.palette.empty()) return PaletteMap::nearest(request.palette);
+  const auto linear = linearPalette(request.paletteCount);
+  return PaletteMap::nearest(std::span(linear).first(static_cast<std::size_t>(request.paletteCount)));
+}
+
+std::optional<ModeKeyRange> modeKeyRange(std::string_view key) {
   const auto is = [&](const char* stem, int mode) { return sameKey(key, key::numbered(stem, mode)); };
   const auto of = [](int mode, const BwRange& range, bool isLevel = false) {
-    return BwKeyRange{
+    return ModeKeyRange{
         mode,
         {static_cast<double>(range.initial), static_cast<double>(range.least), static_cast<double>(range.most), 1},
         isLevel};
   };
-  for (int mode = kModeBwThreshold; mode <= kModeBwCopyAdaptive; ++mode) {
-    if (is(key::Level, mode)) return of(mode, levelRange(mode), true);
+  for (int mode = kModeBwThreshold; mode <= kModeRgb; ++mode) {
+    if (isBitonalMode(mode) && is(key::Level, mode)) return of(mode, levelRange(mode), true);
     if (suppressesBackground(mode) && is(key::BackgroundSuppression, mode)) return of(mode, kSuppressionRange);
     if (is(key::SoftenSharpen, mode)) return of(mode, kSharpnessRange);
     if (is(key::Blur, mode)) return of(mode, kBlurRange);
   }
+  if (sameKey(key, key::Saturation)) return of(kModeRgb, kSaturationRange);
+  if (sameKey(key, key::PaletteCount)) return of(kModePalette, kPaletteCountRange);
   return std::nullopt;
 }
 

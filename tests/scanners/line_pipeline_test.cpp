@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <numeric>
 #include <random>
 #include <vector>
 
@@ -142,29 +141,6 @@ TEST(LinePipeline, ThresholdAndRunsAtTheEdges) {
     runs.resize(n * 2 + 1);
     EXPECT_EQ(runs, c.want);
   }
-}
-
-TEST(LinePipeline, PaletteTakesTheNearestEntry) {
-  const FixedPalette& palette = FixedPalette::instance();
-  struct Case {
-    Pixel colour, want;
-  };
-  const Case cases[] = {{{0, 0, 0}, {0, 0, 0}},
-                        {{255, 255, 255}, {255, 255, 255}},
-                        {{250, 5, 3}, {255, 0, 0}},
-                        {{51, 102, 204}, {51, 102, 204}},
-                        {{130, 130, 130}, {131, 131, 131}}};
-  for (const Case& c : cases) {
-    std::uint8_t index = 0;
-    palette.mapRgb(c.colour.data(), 1, &index);
-    const KXRGBQUAD e = palette.entries()[index];
-    EXPECT_EQ((Pixel{e.red, e.green, e.blue}), c.want) << int{c.colour[0]} << ' ' << int{c.colour[1]};
-  }
-  std::vector<std::uint8_t> greys(256), indices(256);
-  std::iota(greys.begin(), greys.end(), std::uint8_t{0});
-  palette.mapGrey(greys.data(), 256, indices.data());
-  for (std::size_t i = 0; i < 256; ++i)
-    EXPECT_LE(std::abs(palette.entries()[indices[i]].green - static_cast<int>(i)), 4) << i;
 }
 
 TEST(LinePipeline, DirectLinesAreFilledInPlace) {

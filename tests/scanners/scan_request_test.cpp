@@ -35,7 +35,8 @@ TEST(ScanRequest, TellsEveryValueThatIsNone) {
       {key::Mode, infinite, "MODE"},
       {key::BatchMode, 2.5, ""},
       {key::Gamma, CKxBlob(1024), ""},
-      {key::Gamma, CKxBlob(1023), "256 entries"},
+      {key::Gamma, CKxBlob(1023), "1024 bytes"},
+      {key::Palette, CKxBlob(1024), ""},  // of another mode
   };
   for (const Case& c : cases) {
     const auto set = new_MemParam();
@@ -63,13 +64,14 @@ TEST(ScanRequest, TheLevelIsTheModesOwn) {
   }
 }
 
-TEST(ScanRequest, BlackAndWhiteTakesWhatTheRangesTell) {
-  for (int mode = 0; mode < 5; ++mode) {
+TEST(ScanRequest, ModesTakeWhatTheRangesTell) {
+  for (int mode = 0; mode < 8; ++mode) {
     for (const char* stem : {key::Level, key::BackgroundSuppression, key::SoftenSharpen, key::Blur}) {
       const std::string name = key::numbered(stem, mode);
       SCOPED_TRACE(name);
-      const auto known = bwKeyRange(name);
-      ASSERT_EQ(known.has_value(), stem != key::BackgroundSuppression || mode == 1 || mode == 4);
+      const auto known = modeKeyRange(name);
+      const bool isAnyModes = stem == key::SoftenSharpen || stem == key::Blur;
+      ASSERT_EQ(known.has_value(), isAnyModes || (stem == key::Level ? mode < 5 : mode == 1 || mode == 4));
       if (!known) continue;
       EXPECT_EQ(known->mode, mode);
       const UnitKeyRange& range = known->range;
@@ -83,10 +85,45 @@ TEST(ScanRequest, BlackAndWhiteTakesWhatTheRangesTell) {
         set->SetValue(name, CKxVariant());
         ScanRequest usual;
         EXPECT_EQ(readScanRequest(set.get(), &usual), "");
-        EXPECT_EQ(request.bw == usual.bw, value == range.initial || !taken) << value;
+        EXPECT_EQ(request.bw == usual.bw && request.color == usual.color, value == range.initial || !taken)
+            << value;
       }
     }
   }
+}
+
+TEST(ScanRequest, ColourTakesWhatTheRangesTell) {
+  struct Case {
+    int mode;
+    const char* key;
+    CKxVariant value;
+    const char* says;  // empty: taken
+  };
+  const Case cases[] = {{7, key::Saturation, 100, ""},
+                        {7, key::Saturation, 101, "from -100 to 100"},
+                        {6, key::Saturation, -101, "from -100 to 100"},
+                        {5, key::Saturation, 500, ""},  // grey has none
+                        {6, key::PaletteCount, 8, ""},
+                        {6, key::PaletteCount, 7, "from 8 to 256"},
+                        {6, key::PaletteCount, 257, "from 8 to 256"},
+                        {7, key::PaletteCount, 2, ""},
+                        {6, key::Palette, CKxBlob(1024), ""},
+                        {6, key::Palette, CKxBlob(768), "1024 bytes"},
+                        {6, key::Lut, CKxBlob(33792), ""},
+                        {6, key::Lut, CKxBlob(33791), "33792 bytes"},
+                        {6, key::Lut, "auto.lut", "auto.lut"}};
+  for (const Case& c : cases) {
+    const auto set = new_MemParam();
+    set->SetValue(key::Mode, c.mode);
+    set->SetValue(c.key, c.value);
+    ScanRequest request;
+    const std::string why = readScanRequest(set.get(), &request);
+    EXPECT_EQ(why.empty(), *c.says == '\0') << c.key << ": " << why;
+    EXPECT_NE(why.find(c.says), std::string::npos) << c.key << ": " << why;
+  }
+  EXPECT_EQ(modeKeyRange(key::Saturation)->mode, kModeRgb);
+  EXPECT_EQ(modeKeyRange(key::PaletteCount)->range.least, 8);
+  EXPECT_FALSE(modeKeyRange(key::Hue)) << "the curves have it already";
 }
 
 TEST(ScanRequest, APrescanIsNoPieceOfABurst) {

@@ -43,14 +43,6 @@ void BoxFilter::means(const LevelTable& table, std::uint8_t* out) noexcept {
   bw_loops::windowMeans(m_sums.data(), width(), reach(), table.data(), out);
 }
 
-BlurFilter::BlurFilter(std::size_t width, std::size_t reach)
-    : BoxFilter(width, reach), m_same(sameLevels()), m_out(width) {}
-
-const std::uint8_t* BlurFilter::make() {
-  means(m_same, m_out.data());
-  return m_out.data();
-}
-
 LevelTable AdaptiveFilter::limits(int level, int suppression) {
   LevelTable table;
   for (int mean = 0; mean < 256; ++mean) {
@@ -102,14 +94,6 @@ const std::uint8_t* PaperFilter::make() {
   for (std::size_t x = 0, i = 0; x < width(); x += kPaperStep, ++i)
     bw_loops::applyGain(row(0) + x, std::min(kPaperStep, width() - x), gain(i), gain(i + 1), kPaperStep,
                         m_out.data() + x);
-  return m_out.data();
-}
-
-SharpenFilter::SharpenFilter(std::size_t width, int weight)
-    : BandFilter(width, 1), m_weight(weight), m_columns(width + 2), m_out(width) {}
-
-const std::uint8_t* SharpenFilter::make() {
-  bw_loops::sharpen(row(-1), row(0), row(1), width(), m_weight, m_columns.data(), m_out.data());
   return m_out.data();
 }
 

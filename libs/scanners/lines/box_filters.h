@@ -1,12 +1,10 @@
 #pragma once
 #include <array>
 
+#include "scanners/lines/color_loops.h"
 #include "scanners/lines/row_filter.h"
 
 namespace quillbay {
-
-/// A value for each 8-bit level.
-using LevelTable = std::array<std::uint8_t, 256>;
 
 /// Filters by the mean of the square window around a pixel, `reach` (at most `bw_loops::kMostReach`) pixels to each
 /// side. A row costs the same whatever the window's size.
@@ -21,17 +19,6 @@ class BoxFilter : public BandFilter {
 
  private:
   std::vector<std::uint16_t> m_sums;  // of the columns, with `reach` repeated ones at both ends
-};
-
-/// A pixel becomes the mean of its window.
-class BlurFilter final : public BoxFilter {
- public:
-  BlurFilter(std::size_t width, std::size_t reach);
-
- private:
-  const std::uint8_t* make() override;
-  LevelTable m_same;
-  std::vector<std::uint8_t> m_out;
 };
 
 /// "BW Adaptive": compares a pixel with a limit between the level and the mean of its window, and tells dark ink on
@@ -66,18 +53,6 @@ class PaperFilter final : public BoxFilter {
   std::array<std::int32_t, 256> m_gains;  // in 256ths, for each background
   std::int32_t m_fall;                    // of the envelope in a row, in 256ths of a level
   std::vector<std::int32_t> m_paper;      // the envelope at every 16th pixel, in 256ths of a level
-  std::vector<std::uint8_t> m_out;
-};
-
-/// Softens or sharpens: see `bw_loops::sharpen`.
-class SharpenFilter final : public BandFilter {
- public:
-  SharpenFilter(std::size_t width, int weight);
-
- private:
-  const std::uint8_t* make() override;
-  int m_weight;
-  std::vector<std::int16_t> m_columns;
   std::vector<std::uint8_t> m_out;
 };
 

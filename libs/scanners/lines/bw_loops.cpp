@@ -33,21 +33,6 @@ void blackBelow(const std::uint8_t* grey, const std::uint8_t* limits, std::size_
   for (std::size_t x = 0; x < count; ++x) out[x] = grey[x] < limits[x] ? 0 : 255;
 }
 
-void sharpen(const std::uint8_t* above, const std::uint8_t* row, const std::uint8_t* below, std::size_t count,
-             int weight, std::int16_t* columns, std::uint8_t* out) noexcept {
-  for (std::size_t x = 0; x < count; ++x)
-    columns[x + 1] = static_cast<std::int16_t>(above[x] + 2 * row[x] + below[x]);
-  columns[0] = columns[1];
-  columns[count + 1] = columns[count];
-  const auto factor = static_cast<std::int16_t>(weight);
-  for (std::size_t x = 0; x < count; ++x) {
-    const auto difference =
-        static_cast<std::int16_t>(16 * row[x] - columns[x] - 2 * columns[x + 1] - columns[x + 2]);
-    const int value = row[x] + ((difference * factor + 128) >> 8);
-    out[x] = static_cast<std::uint8_t>(std::clamp(value, 0, 255));
-  }
-}
-
 void applyGain(const std::uint8_t* grey, std::size_t count, std::int32_t from, std::int32_t to, std::int32_t step,
                std::uint8_t* out) noexcept {
   const std::int32_t slope = (to - from) / step;

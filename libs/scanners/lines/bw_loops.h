@@ -22,11 +22,6 @@ void windowMeans(const std::uint16_t* sums, std::size_t count, std::size_t reach
 void blackBelow(const std::uint8_t* grey, const std::uint8_t* limits, std::size_t count,
                 std::uint8_t* out) noexcept;
 
-/// Adds `weight` sixteenths of a pixel's difference to the weighted mean of its 3 x 3 pixels (1 2 1 in both
-/// directions); -16 gives that mean. `columns` is room for `count + 2` values.
-void sharpen(const std::uint8_t* above, const std::uint8_t* row, const std::uint8_t* below, std::size_t count,
-             int weight, std::int16_t* columns, std::uint8_t* out) noexcept;
-
 /// Multiplies `count` pixels by a gain in 256ths (at most 65535) that goes evenly from `from` towards `to`, which
 /// it would reach at pixel `step`.
 void applyGain(const std::uint8_t* grey, std::size_t count, std::int32_t from, std::int32_t to, std::int32_t step,

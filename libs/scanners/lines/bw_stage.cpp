@@ -2,7 +2,9 @@
 
 #include <algorithm>
 
+#include "scanners/lines/box_filters.h"
 #include "scanners/lines/bw_loops.h"
+#include "scanners/lines/detail_filters.h"
 #include "scanners/lines/screen_filter.h"
 
 namespace quillbay {
@@ -16,8 +18,7 @@ constexpr int kPhotoContrast = 115;   // per cent: usual paper and solid ink sta
 constexpr int kAdaptiveContrast = 150;
 
 int sharpenWeight(int mode, int sharpness) noexcept {
-  const int wanted = sharpness < 0 ? 2 * sharpness : 8 * sharpness;
-  return wanted + (mode == 2 ? kEdgesOfCopies : mode == 4 ? kEdgesOfAdaptive : 0);
+  return SharpenFilter::weightOf(sharpness) + (mode == 2 ? kEdgesOfCopies : mode == 4 ? kEdgesOfAdaptive : 0);
 }
 
 // A tenth of an inch: wider than strokes and lines, narrower than stains and shadows.
@@ -27,31 +28,15 @@ std::size_t windowReach(std::uint32_t dpi) noexcept {
 
 }  // namespace
 
-template <class Filter, class... Args>
-void BwStage::add(Args... args) {
-  m_filters.push_back(std::make_unique<Filter>(args...));
-}
-
 BwStage::BwStage(int mode, std::size_t width, std::uint32_t dpi, const BwSettings& settings)
     : m_limit(mode == 0 || mode == 2 ? settings.level : kScreenLimit) {
-  if (settings.blur > 0) add<BlurFilter>(width, static_cast<std::size_t>(settings.blur));
-  if (mode == 4) add<PaperFilter>(width, windowReach(dpi), dpi, settings.suppression);
-  if (const int weight = sharpenWeight(mode, settings.sharpness)) add<SharpenFilter>(width, weight);
-  if (mode == 1) add<AdaptiveFilter>(width, windowReach(dpi), settings.level, settings.suppression);
-  if (mode == 3) add<ScreenFilter>(width, settings.level, kPhotoContrast);
-  if (mode == 4) add<ScreenFilter>(width, settings.level, kAdaptiveContrast);
-}
-
-const std::uint8_t* BwStage::pushInto(std::size_t index, const std::uint8_t* row) {
-  for (; row && index < m_filters.size(); ++index) row = m_filters[index]->push(row);
-  return row;
-}
-
-const std::uint8_t* BwStage::drain() {
-  for (std::size_t i = 0; i < m_filters.size(); ++i)
-    while (const std::uint8_t* row = m_filters[i]->drain())
-      if (const std::uint8_t* made = pushInto(i + 1, row)) return made;
-  return nullptr;
+  if (settings.blur > 0) m_filters.add<BlurFilter>(width, std::size_t{1}, static_cast<std::size_t>(settings.blur));
+  if (mode == 4) m_filters.add<PaperFilter>(width, windowReach(dpi), dpi, settings.suppression);
+  if (const int weight = sharpenWeight(mode, settings.sharpness))
+    m_filters.add<SharpenFilter>(width, std::size_t{1}, weight);
+  if (mode == 1) m_filters.add<AdaptiveFilter>(width, windowReach(dpi), settings.level, settings.suppression);
+  if (mode == 3) m_filters.add<ScreenFilter>(width, settings.level, kPhotoContrast);
+  if (mode == 4) m_filters.add<ScreenFilter>(width, settings.level, kAdaptiveContrast);
 }
 
 }  // namespace quillbay

@@ -1,10 +1,9 @@
 #pragma once
 #include <cstdint>
-#include <memory>
-#include <vector>
+#include <utility>
 
 #include "scanners/lines/bw_settings.h"
-#include "scanners/lines/row_filter.h"
+#include "scanners/lines/filter_chain.h"
 
 namespace quillbay {
 
@@ -24,17 +23,12 @@ class BwStage {
   }
   /// The level below which its rows are black.
   [[nodiscard]] int limit() const noexcept { return m_limit; }
-  /// As of `RowFilter`.
-  const std::uint8_t* push(const std::uint8_t* grey) { return pushInto(0, grey); }
-  const std::uint8_t* drain();
+  /// Hands its filters over.
+  [[nodiscard]] FilterChain takeFilters() noexcept { return std::move(m_filters); }
 
  private:
-  const std::uint8_t* pushInto(std::size_t index, const std::uint8_t* row);
-  template <class Filter, class... Args>
-  void add(Args... args);
-
   int m_limit;
-  std::vector<std::unique_ptr<RowFilter>> m_filters;
+  FilterChain m_filters;
 };
 
 }  // namespace quillbay

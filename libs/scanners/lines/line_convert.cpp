@@ -57,7 +57,7 @@ std::size_t greyToRuns(const std::uint8_t* grey, std::int32_t width, int thresho
 }
 
 void rgbToGrey(const std::uint8_t* rgb, std::size_t count, std::uint8_t* grey) noexcept {
-  for (std::size_t i = 0; i < count; ++i, rgb += 3) grey[i] = greyOf(rgb[0], rgb[1], rgb[2]);
+  colorLoops().grey(rgb, count, grey);
 }
 
 void greyToRgb(const std::uint8_t* grey, std::size_t count, std::uint8_t* rgb) noexcept {
@@ -70,65 +70,13 @@ std::unique_ptr<ToneCurves> ToneCurves::make(const KXRGBQUAD* entries) {
   bool changes = false;
   for (std::size_t i = 0; i < 256; ++i) {
     const KXRGBQUAD& e = entries[i];
-    curves->red[i] = e.red;
-    curves->green[i] = e.green;
-    curves->blue[i] = e.blue;
+    curves->channels[0][i] = e.red;
+    curves->channels[1][i] = e.green;
+    curves->channels[2][i] = e.blue;
     curves->grey[i] = greyOf(e.red, e.green, e.blue);
     changes = changes || e.red != i || e.green != i || e.blue != i;
   }
   return changes ? std::move(curves) : nullptr;
-}
-
-void ToneCurves::applyGrey(const std::uint8_t* line, std::size_t count, std::uint8_t* out) const noexcept {
-  for (std::size_t i = 0; i < count; ++i) out[i] = grey[line[i]];
-}
-
-void ToneCurves::applyRgb(const std::uint8_t* line, std::size_t count, std::uint8_t* out) const noexcept {
-  for (std::size_t i = 0; i < count; ++i, line += 3, out += 3) {
-    out[0] = red[line[0]];
-    out[1] = green[line[1]];
-    out[2] = blue[line[2]];
-  }
-}
-
-const FixedPalette& FixedPalette::instance() {
-  static const FixedPalette palette;
-  return palette;
-}
-
-FixedPalette::FixedPalette() {
-  for (std::size_t i = 0; i < 216; ++i) {
-    const auto level = [](std::size_t step) { return static_cast<std::uint8_t>(step * 51); };
-    m_entries[i] = {level(i / 36), level(i / 6 % 6), level(i % 6), 0};
-  }
-  for (std::size_t i = 0; i < 40; ++i) {
-    const auto v = static_cast<std::uint8_t>(((i + 1) * 255 + 20) / 41);
-    m_entries[216 + i] = {v, v, v, 0};
-  }
-  for (int v = 0; v < 256; ++v) m_grey[static_cast<std::size_t>(v)] = nearest(v, v, v);
-  const auto middle = [](std::size_t cell) { return static_cast<int>((cell * 255 + 15) / 31); };
-  for (std::size_t i = 0; i < m_cells.size(); ++i)
-    m_cells[i] = nearest(middle(i >> 10), middle((i >> 5) & 31), middle(i & 31));
-}
-
-std::uint8_t FixedPalette::nearest(int r, int g, int b) const noexcept {
-  const auto byte = [](int v) { return static_cast<std::uint8_t>(v); };
-  const KXRGBQUAD wanted{byte(r), byte(g), byte(b), 0};
-  const auto distance = [&](std::size_t i) { return colorDistance(m_entries[i], wanted); };
-  const auto step = [](int v) { return static_cast<std::size_t>((v + 25) / 51); };
-  std::size_t best = step(r) * 36 + step(g) * 6 + step(b);
-  for (std::size_t i = 216; i < 256; ++i)
-    if (distance(i) < distance(best)) best = i;
-  return static_cast<std::uint8_t>(best);
-}
-
-void FixedPalette::mapGrey(const std::uint8_t* grey, std::size_t count, std::uint8_t* out) const noexcept {
-  for (std::size_t i = 0; i < count; ++i) out[i] = m_grey[grey[i]];
-}
-
-void FixedPalette::mapRgb(const std::uint8_t* rgb, std::size_t count, std::uint8_t* out) const noexcept {
-  for (std::size_t i = 0; i < count; ++i, rgb += 3)
-    out[i] = m_cells[(std::size_t{rgb[0]} >> 3) << 10 | (std::size_t{rgb[1]} >> 3) << 5 | rgb[2] >> 3];
 }
 
 }  // namespace quillbay

@@ -8,6 +8,7 @@
 #include "quillbay/errors.h"
 #include "quillbay/run_list.h"
 #include "scanners/lines/bw_stage.h"
+#include "scanners/lines/detail_filters.h"
 #include "scanners/lines/line_convert.h"
 
 namespace quillbay {
@@ -45,15 +46,18 @@ struct LinePipeline::Impl {
   void startStripe();
   int handOn();
   [[nodiscard]] bool isFull() const;
-  // A line brought to 8 bits a sample, tone curves applied: either `line` itself or `work`.
-  const std::uint8_t* toBytes(const std::uint8_t* line);
-  const std::uint8_t* toGrey(const std::uint8_t* line);
-  void makeStage();
-  // Grey, or what the mode's filters made of it.
-  void appendRuns(const std::uint8_t* greyLine);
+  // Each returns `line` itself, or what it made of it in `room`: 8 bits a sample, as the device delivers them; grey
+  // or colour, adjusted.
+  const std::uint8_t* toBytes(const std::uint8_t* line, std::uint8_t* room) const;
+  const std::uint8_t* toGrey(const std::uint8_t* line, std::uint8_t* room) const;
+  const std::uint8_t* toColour(const std::uint8_t* line, std::uint8_t* room) const;
+  void makeBwFilters();
+  void makeColourFilters();
+  // What the mode's filters made of grey or colour.
+  void append(const std::uint8_t* row);
   int takeLine(const std::uint8_t* line);
-  int drainStage();
-  void writeLine(const std::uint8_t* line, std::uint8_t* out);
+  int drainFilters();
+  [[nodiscard]] std::uint8_t* nextRow() const noexcept;
   void foldCurvesIntoThreshold();
 
   Setup setup;
@@ -65,13 +69,16 @@ struct LinePipeline::Impl {
   CStripe::Bitonal packing;
   int threshold;  // 0-256
   std::unique_ptr<ToneCurves> curves;
-  std::unique_ptr<BwStage> stage;  // null where the threshold alone makes the lines
+  FilterChain filters;
+  std::shared_ptr<PaletteMap> palette;
+  int saturation = 0;  // in 128ths, see `ColorLoops::saturate`
   std::shared_ptr<StripePool> pool = std::make_shared<StripePool>();
   KxPtr<CStripe> stripe;
   std::int32_t capacity;
   std::int64_t linesOut = 0;
+  bool isGrey;                           // lines are worked on as grey, not as colour
   std::unique_ptr<std::uint8_t[]> work;  // width pixels of 3 bytes
-  std::unique_ptr<std::uint8_t[]> grey;
+  std::unique_ptr<std::uint8_t[]> spare;
   std::unique_ptr<std::uint32_t[]> runs;
 };
 
@@ -87,26 +94,40 @@ LinePipeline::Impl::Impl(const Setup& s, IScanSink* receiver)
     throw CXDeviceException(
         formatText(Supp_Translate("The scanner reports lines of %d pixels: choose a wider scan area."),
                    {std::to_string(s.width)}));
-  direct = !curves && ((s.samples == DeviceSamples::Grey8 && space == KxColorSpace::Grey) ||
-                       (s.samples == DeviceSamples::Rgb8 && space == KxColorSpace::Rgb) ||
-                       (s.samples == DeviceSamples::Bits && isRunList(space)));
+  isGrey = isRunList(space) || space == KxColorSpace::Grey;
+  if (isRunList(space))
+    makeBwFilters();
+  else
+    makeColourFilters();
+  direct = !curves && filters.isEmpty() && saturation == 0 &&
+           ((s.samples == DeviceSamples::Grey8 && space == KxColorSpace::Grey) ||
+            (s.samples == DeviceSamples::Rgb8 && space == KxColorSpace::Rgb) ||
+            (s.samples == DeviceSamples::Bits && isRunList(space)));
   packing = direct ? CStripe::Bitonal::Packed : CStripe::Bitonal::Runs;
   capacity = s.stripeLines > 0 ? s.stripeLines : CStripe::usualCapacity(space, s.width, packing);
-  if (isRunList(space) && !direct) {
-    runs = std::make_unique<std::uint32_t[]>(width + 3);
-    makeStage();
-    if (!stage) foldCurvesIntoThreshold();
-  }
   if (direct) return;
+  if (isRunList(space)) runs = std::make_unique<std::uint32_t[]>(width + 3);
   work = std::make_unique_for_overwrite<std::uint8_t[]>(width * 3);
-  grey = std::make_unique_for_overwrite<std::uint8_t[]>(width);
+  spare = std::make_unique_for_overwrite<std::uint8_t[]>(width * 3);
 }
 
-void LinePipeline::Impl::makeStage() {
+void LinePipeline::Impl::makeBwFilters() {
+  if (setup.samples == DeviceSamples::Bits) return;
   setup.bw.level = threshold;
-  if (!BwStage::isNeeded(setup.mode, setup.bw)) return;
-  stage = std::make_unique<BwStage>(setup.mode, width, setup.dpi, setup.bw);
-  threshold = stage->limit();
+  if (!BwStage::isNeeded(setup.mode, setup.bw)) return foldCurvesIntoThreshold();
+  BwStage stage(setup.mode, width, setup.dpi, setup.bw);
+  threshold = stage.limit();
+  filters = stage.takeFilters();
+}
+
+void LinePipeline::Impl::makeColourFilters() {
+  const ColorSettings& s = setup.color;
+  const std::size_t channels = isGrey ? 1 : 3;
+  if (!isGrey) saturation = (s.saturation * 128 + (s.saturation < 0 ? -50 : 50)) / 100;
+  if (s.blur > 0) filters.add<BlurFilter>(width, channels, static_cast<std::size_t>(s.blur));
+  if (s.sharpness != 0) filters.add<SharpenFilter>(width, channels, SharpenFilter::weightOf(s.sharpness));
+  if (space != KxColorSpace::Palette) return;
+  palette = setup.palette ? setup.palette : PaletteMap::nearest(linearPalette(kPaletteCountRange.initial));
 }
 
 // Grey lines of which every level below a limit becomes black, and no other, need no table: the usual case, since
@@ -121,7 +142,7 @@ void LinePipeline::Impl::foldCurvesIntoThreshold() {
 
 void LinePipeline::Impl::startStripe() {
   stripe = KxPtr<CStripe>::adopt(new CStripe(pool, space, setup.width, capacity, setup.dpi, packing));
-  if (space == KxColorSpace::Palette) stripe->setPalette(FixedPalette::instance().entries(), 256);
+  if (space == KxColorSpace::Palette) stripe->setPalette(palette->entries(), 256);
 }
 
 int LinePipeline::Impl::handOn() {
@@ -131,94 +152,80 @@ int LinePipeline::Impl::handOn() {
   return sink->StripeArrived(position, full.get(), 0);
 }
 
-const std::uint8_t* LinePipeline::Impl::toBytes(const std::uint8_t* line) {
-  const std::size_t samples = colour ? width * 3 : width;
+const std::uint8_t* LinePipeline::Impl::toBytes(const std::uint8_t* line, std::uint8_t* room) const {
   switch (setup.samples) {
-    case DeviceSamples::Bits: bitsToBytes(line, width, 255, 0, work.get()); return work.get();
+    case DeviceSamples::Bits: bitsToBytes(line, width, 255, 0, room); return room;
     case DeviceSamples::Grey16:
-    case DeviceSamples::Rgb16:
-      highBytes(line, samples, work.get());
-      line = work.get();
-      break;
-    default: break;
+    case DeviceSamples::Rgb16: highBytes(line, colour ? 3 * width : width, room); return room;
+    default: return line;
   }
-  if (!curves) return line;
-  if (colour)
-    curves->applyRgb(line, width, work.get());
-  else
-    curves->applyGrey(line, width, work.get());
-  return work.get();
 }
 
-const std::uint8_t* LinePipeline::Impl::toGrey(const std::uint8_t* line) {
-  const std::uint8_t* bytes = toBytes(line);
-  if (!colour) return bytes;
-  rgbToGrey(bytes, width, grey.get());
-  return grey.get();
+const std::uint8_t* LinePipeline::Impl::toGrey(const std::uint8_t* line, std::uint8_t* room) const {
+  if (colour) {
+    colorLoops().grey(toColour(line, spare.get()), width, room);
+    return room;
+  }
+  const std::uint8_t* bytes = toBytes(line, room);
+  if (!curves) return bytes;
+  colorLoops().curve(bytes, width, curves->grey, room);
+  return room;
 }
 
-void LinePipeline::Impl::appendRuns(const std::uint8_t* greyLine) {
-  stripe->appendRuns(runs.get(), greyToRuns(greyLine, setup.width, threshold, runs.get()));
+const std::uint8_t* LinePipeline::Impl::toColour(const std::uint8_t* line, std::uint8_t* room) const {
+  const std::uint8_t* pixels = toBytes(line, colour ? room : spare.get());
+  if (!colour) {  // each channel has a curve of its own: the sample becomes a colour first
+    greyToRgb(pixels, width, room);
+    pixels = room;
+  }
+  if (curves) {
+    colorLoops().curves(pixels, width, curves->channels, room);
+    pixels = room;
+  }
+  if (saturation == 0) return pixels;
+  colorLoops().saturate(pixels, width, saturation, room);
+  return room;
+}
+
+std::uint8_t* LinePipeline::Impl::nextRow() const noexcept {
+  return stripe->data() + static_cast<std::size_t>(stripe->lineCount()) * stripe->lineBytes();
+}
+
+void LinePipeline::Impl::append(const std::uint8_t* row) {
+  if (runs) return stripe->appendRuns(runs.get(), greyToRuns(row, setup.width, threshold, runs.get()));
+  std::uint8_t* out = nextRow();
+  if (palette)
+    palette->map(row, width, out);
+  else if (row != out)
+    std::memcpy(out, row, stripe->lineBytes());
+  stripe->setLineCount(stripe->lineCount() + 1);
 }
 
 // Lines of many runs fill a stripe early: memory follows bytes, not lines.
 bool LinePipeline::Impl::isFull() const {
-  return stripe->lineCount() >= stripe->capacity() ||
-         (isRunList(space) && !direct && stripe->usedBytes() >= kRunStripeBytes);
+  return stripe->lineCount() >= stripe->capacity() || (runs && stripe->usedBytes() >= kRunStripeBytes);
 }
 
 int LinePipeline::Impl::takeLine(const std::uint8_t* line) {
   if (!stripe) startStripe();
-  if (isRunList(space) && !direct) {
-    const std::uint8_t* made = toGrey(line);
-    if (stage) made = stage->push(made);
-    if (!made) return 1;
-    appendRuns(made);
-  } else {
-    writeLine(line, stripe->data() + static_cast<std::size_t>(stripe->lineCount()) * stripe->lineBytes());
-    stripe->setLineCount(stripe->lineCount() + 1);
+  if (!direct) {
+    // Straight into the stripe where nothing follows.
+    const bool isLast = !runs && !palette && filters.isEmpty();
+    std::uint8_t* room = isLast ? nextRow() : work.get();
+    line = filters.push(isGrey ? toGrey(line, room) : toColour(line, room));
+    if (!line) return 1;
   }
+  append(line);
   return isFull() ? handOn() : 1;
 }
 
-int LinePipeline::Impl::drainStage() {
-  while (const std::uint8_t* made = stage->drain()) {
+int LinePipeline::Impl::drainFilters() {
+  while (const std::uint8_t* made = filters.drain()) {
     if (!stripe) startStripe();
-    appendRuns(made);
+    append(made);
     if (isFull() && !handOn()) return 0;
   }
   return 1;
-}
-
-void LinePipeline::Impl::writeLine(const std::uint8_t* line, std::uint8_t* out) {
-  switch (space) {
-    case KxColorSpace::Grey: std::memcpy(out, direct ? line : toGrey(line), width); return;
-    case KxColorSpace::Palette: {
-      const std::uint8_t* bytes = toBytes(line);
-      if (colour)
-        FixedPalette::instance().mapRgb(bytes, width, out);
-      else
-        FixedPalette::instance().mapGrey(bytes, width, out);
-      return;
-    }
-    case KxColorSpace::Bitonal: std::memcpy(out, line, (width + 7) / 8); return;
-    default: break;
-  }
-  if (direct) {
-    std::memcpy(out, line, width * 3);
-  } else if (colour) {
-    std::memcpy(out, toBytes(line), width * 3);
-  } else {
-    // Each channel has a curve of its own: the sample becomes a colour first.
-    const std::unique_ptr<ToneCurves>& tone = curves;
-    if (!tone) return greyToRgb(toBytes(line), width, out);
-    if (setup.samples == DeviceSamples::Grey16) {
-      highBytes(line, width, grey.get());
-      line = grey.get();
-    }
-    greyToRgb(line, width, out);
-    tone->applyRgb(out, width, out);
-  }
 }
 
 LinePipeline::LinePipeline(const Setup& setup, IScanSink* sink) : m_impl(std::make_unique<Impl>(setup, sink)) {}
@@ -250,7 +257,7 @@ int LinePipeline::push(const std::uint8_t* bytes, std::size_t stride, std::int32
 }
 
 int LinePipeline::flush() {
-  if (m_impl->stage && !m_impl->drainStage()) return 0;
+  if (!m_impl->drainFilters()) return 0;
   if (!m_impl->stripe || m_impl->stripe->lineCount() == 0) return 1;
   return m_impl->handOn();
 }

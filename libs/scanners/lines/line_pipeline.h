@@ -4,7 +4,8 @@
 
 #include "quillbay/kx_unknown.h"
 #include "quillbay/param.h"
-#include "scanners/lines/bw_settings.h"
+#include "scanners/lines/color_settings.h"
+#include "scanners/lines/palette_map.h"
 #include "scanners/lines/stripe.h"
 
 namespace quillbay {
@@ -21,7 +22,8 @@ enum class DeviceSamples : int {
 /// Turns a device's lines into stripes of a scan mode's colour space, handing each full stripe to a sink. Where the
 /// device's samples are the mode's (`isDirect`), the device may fill the stripe in place (`lineRoom`, `linesDone`).
 /// Used by one thread. Modes: 0-4 bitonal (`BwStage`; a device's own bits stay as they are), 5 grey, 6 palette,
-/// 7 colour.
+/// 7 colour. A line passes in this order: tone curves, saturation, grey made of colour where the mode is grey,
+/// blur, soften or sharpen, then threshold or palette.
 class LinePipeline {
  public:
   struct Setup {
@@ -29,10 +31,12 @@ class LinePipeline {
     DeviceSamples samples = DeviceSamples::Grey8;
     std::int32_t width = 0;  ///< pixels
     std::uint32_t dpi = 0;
-    int threshold = 128;                ///< level of the modes 0-4: grey below it is black
-    const KXRGBQUAD* curves = nullptr;  ///< 256 entries, or null: applied to grey and colour samples first
-    std::int32_t stripeLines = 0;       ///< 0: about 1 MiB
-    BwSettings bw{};                    ///< of modes 0-4; `threshold` is its level
+    int threshold = 128;                    ///< level of the modes 0-4: grey below it is black
+    const KXRGBQUAD* curves = nullptr;      ///< 256 entries, or null: applied to grey and colour samples first
+    std::int32_t stripeLines = 0;           ///< 0: about 1 MiB
+    BwSettings bw{};                        ///< of modes 0-4; `threshold` is its level
+    ColorSettings color{};                  ///< of modes 5-7
+    std::shared_ptr<PaletteMap> palette{};  ///< of mode 6; null: `linearPalette` of 256
   };
   /// `sink` outlives the pipeline. Throws CXDeviceException for a mode that cannot be made from these samples.
   LinePipeline(const Setup& setup, IScanSink* sink);

@@ -142,10 +142,12 @@ std::uint32_t SaneCore::prepare(const ScanRequest& request) {
   // Within a batch the feeder continues with the next sheet; setting options would end it.
   if (m_batchOpen && request.isBatch && request == m_lastRequest && wanted == m_lastWanted) return m_lastDpi;
   endBatch();
+  m_gamma.restore(*m_device);
   m_lastDpi = applyRequest(*m_device, request, wanted);
   m_lastRequest = request;
   m_lastWanted = std::move(wanted);
   learn();
+  m_gamma.apply(*m_device, request.curves);
   return m_lastDpi;
 }
 
@@ -182,7 +184,9 @@ void SaneCore::scanPage(IScanSink* sink, const ScanRequest& request) {
   setup.mode = request.mode;
   setup.dpi = prepare(request);
   setup.bw = request.bw;
-  setup.curves = request.curves.empty() ? nullptr : request.curves.data();
+  setup.color = request.color;
+  setup.palette = paletteOf(request);
+  setup.curves = request.curves.empty() || m_gamma.isApplied() ? nullptr : request.curves.data();
   setup.isPrescan = request.isPrescan();
   setup.readsToEnd = goesOn(request);
   if (request.hasRect && !takesArea(*m_device)) setup.area = request.rect;

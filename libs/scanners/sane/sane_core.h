@@ -11,6 +11,7 @@
 #include "quillbay/scanner.h"
 #include "scanners/sane/sane_capabilities.h"
 #include "scanners/sane/sane_device.h"
+#include "scanners/sane/sane_gamma.h"
 #include "scanners/sane/sane_settings.h"
 #include "scanners/scanner_finder.h"
 
@@ -76,6 +77,7 @@ class SaneCore : public std::enable_shared_from_this<SaneCore> {
   ScanRequest m_lastRequest;  // of an open batch
   WantedOptions m_lastWanted;
   std::uint32_t m_lastDpi = 0;
+  SaneGamma m_gamma;
   bool m_isLost = false;  // the device seems to be disconnected: it is opened again before the next scan
 
   std::atomic<bool> m_stop{false};

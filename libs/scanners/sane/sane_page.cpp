@@ -108,6 +108,8 @@ LinePipeline::Setup SanePage::pipelineSetup(const SANE_Parameters& p, DeviceSamp
   setup.dpi = m_setup.dpi;
   setup.threshold = m_setup.bw.level;
   setup.bw = m_setup.bw;
+  setup.color = m_setup.color;
+  setup.palette = m_setup.palette;
   setup.curves = m_setup.curves;
   if (m_setup.isPrescan)
     setup.stripeLines = static_cast<std::int32_t>(std::max<std::size_t>(kPrescanStripeBytes / neededBytes(p), 16));

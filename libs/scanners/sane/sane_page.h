@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 
 #include "quillbay/scan_buffer.h"
@@ -22,6 +23,8 @@ class SanePage {
     int mode = 5;
     std::uint32_t dpi = 0;
     BwSettings bw{};
+    ColorSettings color{};
+    std::shared_ptr<PaletteMap> palette{};
     const KXRGBQUAD* curves = nullptr;
     std::optional<tagRRECT> area{};  ///< mm: cut out of what the device delivers
     bool readsToEnd = false;         ///< also when no more is wanted: a feeder continues only from there

@@ -1,5 +1,6 @@
 #include "scanners/sane/sane_unit.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "platform/base_services.h"
@@ -54,9 +55,13 @@ std::vector<UnitOption> SaneUnit::GetOptions() {
   const SaneCapabilities known = m_core->capabilities();
   std::vector<UnitOption> options;
   options.reserve(known.options.size());
+  const WantedOptions wanted = m_core->wantedOptions();
   for (const SaneOption& o : known.options) {
     options.push_back(describeOption(o));
     options.back().followsRequest = followsRequest(o.name);
+    options.back().isAutomatic = std::any_of(wanted.begin(), wanted.end(), [&](const auto& w) {
+      return w.first == o.name && isAutomaticValue(o, w.second);
+    });
   }
   return options;
 }
@@ -99,7 +104,7 @@ int SaneUnit::SetSource(UnitSource source, std::string* why) {
 
 int SaneUnit::GetKeyRange(std::string_view key, UnitKeyRange* out) {
   const SaneCapabilities known = m_core->capabilities();
-  const auto asked = bwKeyRange(sameKey(key, key::Threshold) ? key::numbered(key::Level, kModeBwThreshold) : key);
+  const auto asked = modeKeyRange(sameKey(key, key::Threshold) ? key::numbered(key::Level, kModeBwThreshold) : key);
   if (!asked || !known.offers(asked->mode)) return 0;
   const bool isLineartOnly = !known.modes.any && known.modes.grey.empty() && known.modes.colour.empty();
   if (isLineartOnly && !asked->isLevel) return 0;

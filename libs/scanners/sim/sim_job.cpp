@@ -75,6 +75,8 @@ LinePipeline::Setup setupOf(const SimJob& job) {
   setup.dpi = job.dpi;
   setup.threshold = job.request.bw.level;
   setup.bw = job.request.bw;
+  setup.color = job.request.color;
+  setup.palette = paletteOf(job.request);
   setup.curves = job.request.curves.empty() ? nullptr : job.request.curves.data();
   if (job.config.speed <= 0) return setup;
   // A slow device hands on what it has several times a second.
@@ -135,6 +137,7 @@ bool readSimRequest(IParam* settings, const SimConfig& config, SimJob* job, Unit
   const std::string wrong = readScanRequest(settings, &request);
   if (!wrong.empty())
     return refuse(fault, UnitFaultCode::Invalid, formatText(Supp_Translate("The simulated scanner: %s"), {wrong}));
+  job->config.speed *= request.speed / 100.0;
   const int most = config.colour ? kModeRgb : kModeGrey;
   if (request.mode < 0 || request.mode > most)
     return refuse(

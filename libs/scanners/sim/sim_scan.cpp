@@ -103,8 +103,8 @@ class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitE
   int HasFeeder() override { return m_core->config().flatbed ? 0 : 1; }
 
   int GetKeyRange(std::string_view key, UnitKeyRange* out) override {
-    const auto known = bwKeyRange(sameKey(key, key::Threshold) ? key::numbered(key::Level, 0) : key);
-    if (!known) return 0;
+    const auto known = modeKeyRange(sameKey(key, key::Threshold) ? key::numbered(key::Level, 0) : key);
+    if (!known || !HasMode(known->mode)) return 0;
     *out = known->range;
     return 1;
   }
