@@ -116,11 +116,16 @@ struct HostOptions {
   /// comes from `FindManualPage`. The window is brought to the front for it, over an open message as well. Empty: a
   /// plain window.
   std::function<QWidget*(const std::string& page)> showManual;
+  /// Folder of lookup files and templates; empty: $XDG_DATA_HOME/quillbay.
+  std::string dataFolder;
+  /// Chooses an existing file of a channel (`IFileDialogs::ChooseFile`) in place of a dialog.
+  std::function<bool(const std::string& channel, std::string* path)> chooseFile;
 };
 
 /// The application object. It answers queries for `IAppInterior`, `IEvents`, `IProfile`, `IParam`, `IIOParams`,
 /// `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`, `IScannerChooser`,
-/// `IScriptServices` and `IScriptCmdSink`, and, if `HostOptions::interactive`, for `IHelp`.
+/// `IScriptServices`, `IScriptCmdSink` and `IStdDirectories`, and, if `HostOptions::interactive`, for `IHelp` and
+/// `IFileDialogs`.
 /// User-interface thread only, except as `IEvents` and `IIOParams` state.
 ///
 /// Besides the commands of the panel, the script sink accepts from a program:

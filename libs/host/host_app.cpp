@@ -78,7 +78,8 @@ CHostApp::CHostApp(const HostOptions& options)
     : m_options(completed(options)),
       m_forwarder(KxPtr<CAppForwarder>::adopt(new CAppForwarder(this))),
       m_help(m_options.interactive ? KxPtr<CHostHelp>::adopt(new CHostHelp(m_options.showManual)) : nullptr),
-      m_events(KxPtr<CHostEvents>::adopt(new CHostEvents(m_options, KxPtr<IHelp>::share(m_help.get())))) {
+      m_events(KxPtr<CHostEvents>::adopt(new CHostEvents(m_options, KxPtr<IHelp>::share(m_help.get())))),
+      m_files(KxPtr<CHostFiles>::adopt(new CHostFiles(m_options.dataFolder, m_options.chooseFile))) {
   const auto tell = [events = m_events](const std::string& text) {
     events->Message(static_cast<int>(EventKind::Information), text.c_str(), 0, static_cast<int>(EventButtons::Ok));
   };
@@ -111,10 +112,12 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
   if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
       answerWith<IIOParams>(wanted, m_io, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
       answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out) ||
-      answerWith<IScriptServices>(wanted, m_services, out) ||
+      answerWith<IScriptServices>(wanted, m_services, out) || answerWith<IStdDirectories>(wanted, m_files, out) ||
       answerWith<IInterfaceRegistry>(wanted, m_registry, out) || answerWith<IHelp>(wanted, m_help, out)) {
     return 1;
   }
+  const bool canAsk = m_options.interactive || m_options.chooseFile;
+  if (canAsk && answerWith<IFileDialogs>(wanted, m_files, out)) return 1;
   return CKxUnknownImpl::QueryInterface(wanted, out);
 }
 

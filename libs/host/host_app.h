@@ -5,6 +5,7 @@
 #include "core/registry_store.h"
 #include "host/help_service.h"
 #include "host/host_events.h"
+#include "host/host_files.h"
 #include "host/interface_registry.h"
 #include "host/io_params.h"
 #include "host/script_sink.h"
@@ -84,6 +85,7 @@ class CHostApp final
   const KxPtr<CAppForwarder> m_forwarder;
   const KxPtr<CHostHelp> m_help;  // null if the host is not interactive
   const KxPtr<CHostEvents> m_events;
+  const KxPtr<CHostFiles> m_files;
   const KxPtr<CInterfaceRegistry> m_registry = KxPtr<CInterfaceRegistry>::adopt(new CInterfaceRegistry);
   KxPtr<CHostProfile> m_profile;
   KxPtr<CIOParams> m_io;

@@ -33,6 +33,7 @@ constexpr Entry kTexts[] = {
     {kTextSizeBoth, "Size %sx%s"},
     {kTextMaskEmpty,
      "Output folder or file mask is empty.\nPlease fill output folder and file mask$QBHelp:IDH_MaskEmpty$"},
+    {kTextLutNotFound, "LUT file %s not found.$QBHelp:IDH_LutError$"},
 };
 }  // namespace
 

@@ -28,6 +28,7 @@ enum StringId : int {
   kTextSizeWidth = 57619,  ///< "%s": the width
   kTextSizeBoth = 57620,   ///< "%s" twice: width and height
   kTextMaskEmpty = 57622,
+  kTextLutNotFound = 57623,  ///< "%s": the lookup file
 };
 
 /// The text of a number in the user's language; empty when there is none. A help topic may follow between dollar
