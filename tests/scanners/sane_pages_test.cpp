@@ -1,7 +1,12 @@
 // Pages of the SANE drivers `test` and `pnm`, compared with what `scanimage` delivers.
+#include <cstring>
 #include <fstream>
 
+#include "quillbay/palette.h"
+#include "quillbay/scan_keys.h"
 #include "sane_scan.h"
+#include "scanners/sane/sane_gamma.h"
+#include "scanners/sane/sane_thread.h"
 
 namespace quillbay::testing {
 namespace {
@@ -213,6 +218,98 @@ TEST(SanePages, AnAreaThatTheDeviceCannotCut) {
   ASSERT_TRUE(scanner.scan({5, 100, {500, 0, 600, 10}}, &sink));
   EXPECT_EQ(sink.started, 0);
   EXPECT_NE(scanner.fault().text.find("outside"), std::string::npos) << scanner.fault().text;
+}
+
+std::vector<KXRGBQUAD> fallingCurves() {
+  std::vector<KXRGBQUAD> curves(256);
+  for (std::size_t i = 0; i < 256; ++i) {
+    const auto v = static_cast<std::uint8_t>(i);
+    curves[i] = {static_cast<std::uint8_t>(255 - i), static_cast<std::uint8_t>(i / 2), v, 0};
+  }
+  return curves;
+}
+
+// The driver has tables that do nothing: curves must not be left to them.
+TEST(SanePages, CurvesAreTheTablesValues) {
+  const auto curves = fallingCurves();
+  CKxBlob bytes(1024);
+  std::memcpy(bytes.data(), curves.data(), bytes.size());
+  const auto pictureOfMode = [&](int mode, bool hasCurves) {
+    SaneScanner scanner;
+    const auto params = Request{mode, 75, {0, 0, 50, 50}}.params();
+    if (hasCurves) params->SetValue(key::Gamma, bytes);
+    WaitingSink sink;
+    EXPECT_TRUE(scanner.unit->Scan(&sink, params.get()) && scanner.unit->Command(&sink, 0) && sink.waitForEnd());
+    return pictureOf(sink);
+  };
+  Picture colour = pictureOfMode(7, false), grey = pictureOfMode(5, false);
+  for (std::size_t i = 0; i < colour.bytes.size(); i += 3) {
+    std::uint8_t* p = colour.bytes.data() + i;
+    p[0] = curves[p[0]].red;
+    p[1] = curves[p[1]].green;
+    p[2] = curves[p[2]].blue;
+  }
+  for (std::uint8_t& v : grey.bytes) v = greyOf(curves[v].red, curves[v].green, curves[v].blue);
+  EXPECT_TRUE(same(pictureOfMode(7, true), colour));
+  EXPECT_TRUE(same(pictureOfMode(5, true), grey));
+}
+
+TEST(SanePages, TablesOfTheDeviceAreComposedAndPutBack) {
+  const auto curves = fallingCurves();
+  SaneThread::instance().call(nullptr, [&] {
+    SaneDevice device("test:0");
+    const auto table = [&](const char* name) { return device.find(name)->value; };
+    const char* const channels[] = {"red-gamma-table", "green-gamma-table", "blue-gamma-table"};
+    SaneGamma gamma;
+    device.setText("mode", "Color");
+    device.setNumber("depth", 8);
+    device.set("enable-test-options", {{SANE_TRUE}, {}});  // the driver hides tables when this is switched off
+    device.set("enable-test-options", {{SANE_FALSE}, {}});
+    gamma.apply(device, curves);
+    EXPECT_FALSE(gamma.isApplied()) << "inactive tables are none";
+    device.set("enable-test-options", {{SANE_TRUE}, {}});
+    std::vector<SANE_Word> bent(256);
+    for (int i = 0; i < 256; ++i) bent[static_cast<std::size_t>(i)] = i * i / 255;
+    for (const char* name : channels) device.set(name, {bent, {}});
+    gamma.apply(device, curves);
+    EXPECT_TRUE(gamma.isApplied());
+    for (std::size_t i = 0; i < 256; ++i) {
+      const auto level = static_cast<std::size_t>(bent[i]);
+      ASSERT_EQ(table(channels[0])[i], curves[level].red) << i;
+      ASSERT_EQ(table(channels[1])[i], curves[level].green) << i;
+      ASSERT_EQ(table(channels[2])[i], curves[level].blue) << i;
+    }
+    gamma.restore(device);
+    for (const char* name : channels) EXPECT_EQ(table(name), bent) << name;
+    device.set(channels[2], {std::vector<SANE_Word>(256, 0), {}});
+    gamma.apply(device, curves);
+    EXPECT_FALSE(gamma.isApplied()) << "a table that does not rise";
+    EXPECT_EQ(table(channels[0]), bent) << "half of the tables would be no curves";
+    device.setText("mode", "Gray");
+    device.setNumber("depth", 8);
+    const auto own = table("gamma-table");
+    gamma.apply(device, curves);
+    ASSERT_TRUE(gamma.isApplied());
+    for (std::size_t i = 0; i < own.size(); ++i) {
+      const KXRGBQUAD& c = curves[static_cast<std::size_t>(own[i])];
+      ASSERT_EQ(table("gamma-table")[i], greyOf(c.red, c.green, c.blue)) << i;
+    }
+    gamma.restore(device);
+    for (std::size_t i = 0; i < bent.size(); ++i) bent[i] = static_cast<SANE_Word>(i);
+    for (const char* name : channels) device.set(name, {bent, {}});  // the driver keeps them
+    device.set("enable-test-options", {{SANE_FALSE}, {}});
+  });
+  EXPECT_TRUE(SaneGamma::isTrusted("epson2:test:/dev/usb"));
+  EXPECT_FALSE(SaneGamma::isTrusted("test:0"));
+  EXPECT_FALSE(SaneGamma::isTrusted("net:host:test:0"));
+}
+
+TEST(SanePages, TablesOfMoreLevelsAreComposedBetweenTheCurvesLevels) {
+  LevelTable curve;
+  for (std::size_t i = 0; i < 256; ++i) curve[i] = static_cast<std::uint8_t>(i < 128 ? 2 * i : 255);
+  const auto made = SaneGamma::compose({0, 128.5 / 255 * 65535, 10.25 / 255 * 65535, 65535}, 0, 65535, curve);
+  const double want[] = {0, 65535, 20.5 / 255 * 65535, 65535};
+  for (std::size_t i = 0; i < 4; ++i) EXPECT_NEAR(made[i], want[i], 0.01) << i;
 }
 
 }  // namespace

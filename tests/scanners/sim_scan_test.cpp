@@ -5,6 +5,7 @@
 #include <fstream>
 #include <numbers>
 
+#include "quillbay/scan_keys.h"
 #include "scanners/sim/sim_config.h"
 #include "scanners/sim/sim_scan.h"
 #include "sim_scan_helper.h"
@@ -210,6 +211,27 @@ TEST(SimConfig, RefusesByNameAndListsWhatIsAllowed) {
     EXPECT_EQ(why.find('\n'), std::string::npos) << why;
   }
   for (const char* fine : {"sim", "sim:", "sim:,", "sim:seed=3,"}) EXPECT_TRUE(newSimScan(fine, nullptr)) << fine;
+}
+
+// Filters hold lines back: what they hold is handed on at the end and at a fault.
+TEST(SimScan, FiltersLoseNoLine) {
+  for (const char* device : {"sim:width=60,size=50x50", "sim:width=60,size=50x50,jam-after=37"}) {
+    for (const int mode : {5, 6, 7}) {
+      SCOPED_TRACE(::testing::Message() << device << ", mode " << mode);
+      RecordingSink plain, filtered;
+      SimRig rig(device), other(device);
+      rig.newRequest(mode, 60);
+      rig.area(0, 0, 60, 50);
+      const int status = rig.scan(plain);
+      IParam& request = other.newRequest(mode, 60);
+      other.area(0, 0, 60, 50);
+      request.SetValue(key::numbered(key::Blur, mode), 4);
+      request.SetValue(key::numbered(key::SoftenSharpen, mode), 8);
+      EXPECT_EQ(other.scan(filtered), status);
+      EXPECT_EQ(filtered.lineCount, plain.lineCount);
+      EXPECT_GT(filtered.lineCount, 30);
+    }
+  }
 }
 
 }  // namespace

@@ -147,7 +147,7 @@ std::uint32_t SaneCore::prepare(const ScanRequest& request) {
   m_lastRequest = request;
   m_lastWanted = std::move(wanted);
   learn();
-  m_gamma.apply(*m_device, request.curves);
+  if (SaneGamma::isTrusted(m_device->name())) m_gamma.apply(*m_device, request.curves);
   return m_lastDpi;
 }
 

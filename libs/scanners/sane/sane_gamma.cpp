@@ -37,6 +37,12 @@ std::vector<double> SaneGamma::compose(const std::vector<double>& table, double 
   return out;
 }
 
+bool SaneGamma::isTrusted(std::string_view deviceName) noexcept {
+  const bool isTestDriver = deviceName.starts_with("test:");
+  const bool isRemoteTestDriver = deviceName.starts_with("net:") && deviceName.find(":test:") != deviceName.npos;
+  return !isTestDriver && !isRemoteTestDriver;
+}
+
 bool SaneGamma::put(SaneDevice& device, const char* name, const LevelTable& curve) {
   const SaneOption* o = usableTable(device, name);
   if (!o) return false;

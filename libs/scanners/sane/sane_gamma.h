@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "quillbay/color_space.h"
@@ -14,9 +15,12 @@ namespace quillbay {
 ///
 /// The line pipeline applies the curves where the device cannot: it has no tables, they are inactive (a device that
 /// has to be switched to "custom-gamma" would give up its own curve, which nobody can read), they do not rise, the
-/// lines are black and white, or the device does not keep what it is given.
+/// lines are black and white, or the device does not keep what it is given. SANE's driver "test" keeps tables that
+/// have no effect on its pictures: it gets none.
 class SaneGamma {
  public:
+  /// Whether the tables of a device of this name do what they say.
+  [[nodiscard]] static bool isTrusted(std::string_view deviceName) noexcept;
   /// After the device was set up for a scan. `curves`: 256 entries, or none.
   void apply(SaneDevice& device, const std::vector<KXRGBQUAD>& curves);
   /// Whether the device applies the curves of the last `apply`.
