@@ -17,6 +17,12 @@ if(QUILLBAY_SANITIZE)
   target_link_options(quillbay_options INTERFACE -fsanitize=${QUILLBAY_SANITIZE})
 endif()
 
+if(QUILLBAY_FUZZ)
+  set(fuzz_sanitizers -fsanitize=address,undefined -fno-sanitize-recover=all)
+  target_compile_options(quillbay_options INTERFACE ${fuzz_sanitizers} -fsanitize=fuzzer-no-link)
+  target_link_options(quillbay_options INTERFACE ${fuzz_sanitizers})
+endif()
+
 # quillbay_precompiled(NAME LINK TARGET ... HEADERS HEADER ...)
 # One precompiled header for all targets that reuse it: making one takes longer than most folders' sources. -Winvalid-pch
 # and -Werror tell of a target whose options do not fit it.

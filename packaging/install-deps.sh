@@ -1,7 +1,8 @@
 #!/bin/sh
 # Installs what is needed from Debian's packages; does nothing when all of it is there.
-# usage: install-deps.sh [build | bench]    with "build" only what building and running need, else what tests need as
-#                                           well; with "bench" also the programs that measurements compare with
+# usage: install-deps.sh [build | bench | fuzz]    with "build" only what building and running need, else what tests
+#                                           need as well; with "bench" also the programs that measurements compare
+#                                           with; with "fuzz" what building, running and fuzzing need
 set -eu
 
 build="build-essential cmake ninja-build pkg-config ca-certificates git
@@ -11,10 +12,15 @@ run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
 check="libgtest-dev clang-format-16 clang-tidy-16 python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales
   xdotool dbus-daemon at-spi2-core python3-gi"
-bench="libvips-tools imagemagick"
+bench="libvips-tools imagemagick pngquant mate-backgrounds"
+fuzz="clang-16 libclang-rt-16-dev"
 
 wanted="$build $run"
-[ "${1:-}" = build ] || wanted="$wanted $check $tests"
+case "${1:-}" in
+  build) ;;
+  fuzz) wanted="$wanted $fuzz" ;;
+  *) wanted="$wanted $check $tests" ;;
+esac
 [ "${1:-}" != bench ] || wanted="$wanted $bench"
 
 missing=""
