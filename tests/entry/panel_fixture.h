@@ -170,6 +170,7 @@ class PanelTest : public testing::Test {
     HostOptions options;
     options.configFolder = settings.path() + "/config";
     options.stateFolder = settings.path() + "/state";
+    options.dataFolder = settings.path() + "/data";
     options.interactive = false;
     options.onMessage = [this](const HostMessage& m) {
       messages.push_back(m.text);
