@@ -34,6 +34,14 @@ measure() {
   "$build/bin/detect_bench" "$memory"
 
   echo
+  echo "Palettes beside pngquant, ImageMagick and leptonica: without dither, each pixel at its nearest entry"
+  "$build/bin/palette_bench" "$memory"
+
+  echo
+  echo "Grey, colour and palette lines of a scanner beside libvips and ImageMagick, one thread each"
+  "$build/bin/color_bench" "$memory"
+
+  echo
   echo "The view over large rasters, their lines in a scratch file"
   "$build/bin/view_bench" 2>"$out/view.err"
 

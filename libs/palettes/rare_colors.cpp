@@ -15,7 +15,7 @@ constexpr float kFar = 48;           // levels from the centre
 constexpr double kTimesTypical = 4;  // what is usual in the picture
 constexpr float kRadius = 24;        // levels: pixels of one colour, with noise and soft edges
 constexpr double kShare = 1.0 / 500;
-constexpr double kGrowth = 1.04;
+constexpr double kGrowth = 0.04, kGrowthOfPixel = 4;
 
 /// Points that are badly served by their centres.
 std::vector<ColorPoint> farPoints(const ColorClusters& clusters, double total) {
@@ -82,7 +82,8 @@ void keepRareColors(ColorClusters& clusters) {
   double total = 0;
   for (const ColorPoint& p : clusters.points()) total += static_cast<double>(p.weight);
   const std::size_t count = clusters.state().centres.size();
-  const double least = total * kShare / static_cast<double>(count), most = clusters.state().error * kGrowth;
+  const double least = total * kShare / static_cast<double>(count), error = clusters.state().error;
+  const double most = error + std::min(error * kGrowth, total * kGrowthOfPixel);
   for (std::size_t i = 0; i < count / 4; ++i) {
     const ColorPoint color = densest(farPoints(clusters, total));
     if (static_cast<double>(color.weight) < std::max(least, 1.0)) return;
