@@ -178,14 +178,15 @@ class ContentFinder {
   /// How far in from one side the paper starts: the least of the lines that go in from there, but for a few.
   template <class At>
   int depthOfBed(int lines, int depth, At at, PIX* bed) const {
-    // A white corner's edge may run along the line nearly, and its soft step is long then.
     const int step = kStep + 2 * pixels(kDustMm);
+    // A white corner's edge may run along the line nearly: its soft step is as long as it likes then.
+    const PixPtr corner = grown(m_white.get(), kStep);
     std::vector<int> depths;
     for (int line = 0; line < lines; ++line) {
       int i = 0;
-      while (i < depth && at(m_white.get(), line, i)) ++i;
-      const int white = i;
-      while (i < depth && i < white + step && !at(bed, line, i)) ++i;
+      while (i < depth && at(corner.get(), line, i)) ++i;
+      const int white = std::max(0, i - kStep), start = i;
+      while (i < depth && i < start + step && !at(bed, line, i)) ++i;
       if (i >= depth) continue;
       if (!at(bed, line, i)) {  // paper from the edge on; white paper cannot be distinguished from a white corner
         if (white == 0 || !m_whitePaper) depths.push_back(white);
@@ -195,7 +196,7 @@ class ContentFinder {
       for (; i < depth && i - end <= pixels(kDustMm); ++i) {
         if (at(bed, line, i)) end = i + 1;
       }
-      const bool pastBed = i < depth && (m_whitePaper || !at(m_white.get(), line, std::min(end + step, depth - 1)));
+      const bool pastBed = i < depth && (m_whitePaper || !at(corner.get(), line, std::min(end + step, depth - 1)));
       if (pastBed) depths.push_back(end);
     }
     constexpr std::size_t kFewLines = 32, kFewDepths = 100;  // parts of all
