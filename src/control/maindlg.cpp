@@ -10,6 +10,7 @@
 #include "control/panel_sink.h"
 #include "control/start_commands.h"
 #include "destinations/destination_factory.h"
+#include "params/found_text.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
 #include "preview/first_frame.h"
@@ -144,6 +145,7 @@ void CMaindlg::makeForm() {
   attachControls();
   connect(m_form->tabs(), &QTabBar::currentChanged, this,
           [this](int index) { m_guard.guarded([&] { return chooseTab(index), true; }); });
+  m_form->status().onCancel = [this] { buttonPressed(command::kStop); };
 }
 
 /// A page that cannot mean its values is not left.
@@ -221,7 +223,7 @@ void CMaindlg::showState() {
   m_pages.enable(!busy);
   if (m_steps.preview) m_steps.preview->Enable(busy ? 0 : 1);
   if (m_destination) m_destination->Enable(busy ? 0 : 1);
-  m_form->status().setText(m_scanner.name() + " " + Supp_Translate(statusTextOf(m_run.state(), m_run.kind())));
+  showStatus();
   if (!m_run.isRunning()) m_form->status().setLines(-1, 0);
   if (m_run.state() != RunState::Waiting) m_performer.wait().close();
 }
@@ -232,6 +234,16 @@ void CMaindlg::showHelp() {
   const std::string topic = inUse ? inUse : values().helpTopic;
   if (help && help->ShowTopic(topic.c_str())) return;
   logLine(LogLevel::Warning, kLog, "no help was shown for " + topic);
+/// What the panel does; while it does nothing, what was found.
+void CMaindlg::showStatus() {
+  const RunState state = m_run.state();
+  PanelStatus& status = m_form->status();
+  const bool isShown = state == RunState::Idle && isFound(values());
+  status.setText(isShown ? foundText(m_params->units(), values().found)
+                         : m_scanner.name() + " " + Supp_Translate(statusTextOf(state, m_run.kind())));
+  status.setCancellable(state == RunState::Detecting || state == RunState::FindingPalette);
+}
+
 }
 
 bool CMaindlg::event(QEvent* event) {
@@ -289,6 +301,7 @@ int CMaindlg::OnParamChanged(const char* key) {
 void CMaindlg::AreaChanged() {
   noteArea();
   if (!m_viewSync->hasView()) return m_preview->placeFrame(kFirstFrameAspect);
+  if (m_initialised && (sameKey(key, scan_key::RcScan.name) || sameKey(key, scan_key::Units.name))) showStatus();
   m_viewSync->SetArea(values().rcScan, values().dpi);
   m_preview->keepFrame();
 }

@@ -117,6 +117,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   void showState();
   void showHelp();
   void buttonPressed(int id);
+  void showStatus();
   [[nodiscard]] PanelState panelState() const;
   int OnParamChanging(const char* key);
   int OnParamChanged(const char* key);

@@ -2,21 +2,36 @@
 
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QPushButton>
+#include <algorithm>
 
 #include "platform/base_services.h"
 
 namespace quillbay {
 
-PanelStatus::PanelStatus(QWidget* parent) : QWidget(parent), m_text(new QLabel(this)), m_bar(new CProgStat(this)) {
+PanelStatus::PanelStatus(QWidget* parent)
+    : QWidget(parent),
+      m_text(new QLabel(this)),
+      m_bar(new CProgStat(this)),
+      m_cancel(new QPushButton(QString::fromStdString(Supp_Translate("Cancel")), this)) {
   auto* row = new QHBoxLayout(this);
   row->setContentsMargins(0, 0, 0, 0);
   row->addWidget(m_text, 1);
   row->addWidget(m_bar);
+  row->addWidget(m_cancel);
+  m_cancel->setObjectName("cancelSearch");
+  m_cancel->setToolTip(
+      QString::fromStdString(Supp_Translate("Give up looking; all settings stay as they are (Esc)")));
+  m_cancel->hide();
+  connect(m_cancel, &QPushButton::clicked, this, [this] {
+    if (onCancel) onCancel();
+  });
   m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
   m_text->setMinimumWidth(1);  // a long text does not widen the panel
   m_bar->setMaximumWidth(m_bar->sizeHint().width());
   m_bar->hide();
-  setMinimumHeight(m_bar->sizeHint().height());  // nothing above moves when the bar comes
+  // Nothing above moves when they come.
+  setMinimumHeight(std::max(m_bar->sizeHint().height(), m_cancel->sizeHint().height()));
 }
 
 void PanelStatus::setText(const std::string& text) {
@@ -28,6 +43,8 @@ void PanelStatus::setLines(std::int64_t lines, std::int64_t expected) {
   m_bar->setVisible(lines >= 0);
   m_bar->setLines(lines, expected);
 }
+
+void PanelStatus::setCancellable(bool can) { m_cancel->setVisible(can); }
 
 std::string PanelStatus::text() const { return m_text->text().toStdString(); }
 

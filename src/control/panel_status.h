@@ -1,6 +1,7 @@
 #pragma once
 #include <QWidget>
 #include <atomic>
+#include <functional>
 #include <string>
 
 #include "control/scan_run.h"
@@ -8,6 +9,7 @@
 #include "widgets/prog_stat.h"
 
 class QLabel;
+class QPushButton;
 
 namespace quillbay {
 
@@ -19,11 +21,15 @@ class PanelStatus final : public QWidget {
   void setText(const std::string& text);
   /// Lines so far and expected; 0 expected: length unknown. Negative lines: nothing runs.
   void setLines(std::int64_t lines, std::int64_t expected);
+  /// Whether a button to give up what runs stands beside the bar; `onCancel` is called for it.
+  void setCancellable(bool can);
+  std::function<void()> onCancel;
   [[nodiscard]] std::string text() const;
 
  private:
   QLabel* m_text;
   CProgStat* m_bar;
+  QPushButton* m_cancel;
 };
 
 /// What the status line says of a run's state, in English.

@@ -77,10 +77,10 @@ std::string checkInt(const CSharedScanParams& params, IQuillbayUnit& unit, std::
     return allowed(key, {"0 (increment)", "1 (overwrite)", "2 (ask)"});
   }
   if (sameKey(key, scan_key::ScanType.name)) {
-    if (v == kAreaAuto)
-      return formatText(Supp_Translate("%s 0 (Auto) is not available: this program has no area detection"),
+    if (v == kAreaAuto && !params.values().offersDetection)
+      return formatText(Supp_Translate("%s 0 (Auto) is not available: documents cannot be found with this scanner"),
                         {scan_key::ScanType.name});
-    if (v < 0 || v > kAreaPaper) return allowed(key, {"1", "2", "3", "4"});
+    if (v < 0 || v > kAreaPaper) return allowed(key, {"0", "1", "2", "3", "4"});
   }
   if (sameKey(key, scan_key::Bursting.name) && v != 0 && !autodetectEffect(params.values()).burstingAllowed) {
     return formatText(Supp_Translate("%s needs an area with a length (%s 3 or 4) and no detection (%s 0)"),

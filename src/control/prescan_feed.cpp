@@ -14,7 +14,8 @@ constexpr std::int32_t kPictureWidth = 640;
 
 void PrescanFeed::begin() {
   const ScanValues& v = m_parts.values();
-  m_kept = Kept{m_parts.params.previewStore, v.rcScan, v.rcPreview, v.rectValid};
+  const tagRRECT place = m_parts.steps.preview ? m_parts.steps.preview->GetRasterPlace() : tagRRECT{};
+  m_kept = Kept{m_parts.params.previewStore, v.rcScan, v.rcPreview, place, v.rectValid};
 }
 
 void PrescanFeed::lengthen(double by) const {
@@ -56,8 +57,7 @@ void PrescanFeed::take(IScanBuffer& stripe, int dpi) {
 
 void PrescanFeed::complete() {
   m_parts.params.previewStore->Finish(nullptr, 0, 0);
-  m_shown = m_parts.values().rcScan;
-  place(m_shown);
+  place(m_parts.values().rcScan);
   if (m_parts.steps.preview) {
     if (auto picture = pictureOf(*m_parts.params.previewStore, kPictureWidth)) {
       const auto colorClass = static_cast<std::size_t>(pictureClassOf(m_parts.values().currMode));
@@ -74,7 +74,7 @@ void PrescanFeed::end() {
   m_parts.params.setIfChanged(scan_key::RectValid, kept->rectValid);
   m_parts.params.setIfChanged(scan_key::RcScan, kept->scanArea);
   m_parts.params.setIfChanged(scan_key::RcPreview, kept->frame);
-  place(m_shown);
+  place(kept->place);
 }
 
 }  // namespace quillbay

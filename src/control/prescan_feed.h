@@ -24,7 +24,7 @@ class PrescanFeed {
  private:
   struct Kept {
     KxPtr<ISStripStor> store;
-    tagRRECT scanArea, frame;
+    tagRRECT scanArea, frame, place;
     std::int32_t rectValid = 0;
   };
   void lengthen(double by) const;
@@ -33,7 +33,6 @@ class PrescanFeed {
 
   PanelParts& m_parts;
   std::optional<Kept> m_kept;
-  tagRRECT m_shown{};  // the area that the picture of the last complete prescan covers
 };
 
 }  // namespace quillbay

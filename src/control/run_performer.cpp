@@ -229,7 +229,15 @@ void RunPerformer::askForDocument() {
 
 void RunPerformer::leaveDocument() {
   m_ending.leaveDocument();
+  forgetFound();
   PostCommand(m_window, command::kRedrawView, 1, 0, true);
+}
+
+/// The document that was found is gone: the next one lies elsewhere.
+void RunPerformer::forgetFound() const {
+  if (m_parts.values().found.by == DetectedBy::Nothing) return;
+  m_parts.quiet().found = {};
+  m_parts.params.NotifyParam(scan_key::RcScan.name);
 }
 
 bool RunPerformer::detectArea(int mask) {
@@ -307,6 +315,7 @@ void RunPerformer::endRun() {
 
 void RunPerformer::performRest(const Actions& todo) {
   for (const Action& action : todo) {
+  if (m_run.record().pages() > 0 && m_parts.scanner.hasFeeder()) forgetFound();
     if (!quietly([&] { performOne(action); }) && action.what == Do::End) performRest(m_run.ended());
   }
 }

@@ -56,6 +56,7 @@ class RunPerformer {
   void startUnit(const Preparation& next);
   void refuse(EndCause cause, const UnitFault& fault, bool told = false);
   void takeBackFragment() const;
+  void forgetFound() const;
   void waitForDocument();
   void askForDocument();
   void pollDocument();

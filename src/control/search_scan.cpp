@@ -166,7 +166,10 @@ SearchOutcome SearchScan::run(RunState search, IParam* request, IScanSink* sink)
   if (m_connection) return {};
   SearchState state(m_parts, search);
   if (!state.isIn()) return {};
-  SearchOutcome outcome = scan(request, sink);
+  const bool isShown = search == RunState::Detecting;
+  const KxPtr<IScanSink> target = isShown ? m_picture.begin(request, sink) : KxPtr<IScanSink>::share(sink);
+  SearchOutcome outcome = scan(request, target.get());
+  if (isShown) m_picture.complete();
   state.leave();
   return outcome;
 }
@@ -195,6 +198,7 @@ void SearchScan::wait(const Sink& sink, QEventLoop& waiting) const {
   QTimer progress;
   QObject::connect(&progress, &QTimer::timeout, [&] {
     if (status) status->setLines(sink.lines(), sink.expected());
+    m_picture.show();
   });
   progress.start(kShowProgressMs);
   m_parts.host.call([&] {

@@ -2,6 +2,7 @@
 #include <memory>
 
 #include "control/panel_parts.h"
+#include "control/search_picture.h"
 #include "quillbay/param.h"
 #include "quillbay/scanner.h"
 
@@ -33,7 +34,7 @@ struct SearchOutcome {
 /// User-interface thread only.
 class SearchScan {
  public:
-  explicit SearchScan(PanelParts& parts) : m_parts(parts) {}
+  explicit SearchScan(PanelParts& parts) : m_parts(parts), m_picture(parts) {}
 
   /// Asks for a document where there is none, then scans with `request`, which holds all that the unit needs
   /// (`key::RequestType` too), and waits for the end.
@@ -46,6 +47,9 @@ class SearchScan {
   /// released, and cursor, progress and state are as before.
   [[nodiscard]] SearchOutcome run(RunState search, IParam* request, IScanSink* sink);
 
+  /// A search for the area has ended. `keeps`: the preview shows its picture from now on; else that of before.
+  void settlePicture(bool keeps) { m_picture.settle(keeps); }
+
   /// The panel closes: the sink gets nothing more, and the wait ends.
   void close();
 
@@ -57,6 +61,7 @@ class SearchScan {
   void wait(const Sink& sink, QEventLoop& waiting) const;
 
   PanelParts& m_parts;
+  SearchPicture m_picture;
   Connection* m_connection = nullptr;  // while one runs
 };
 

@@ -98,7 +98,7 @@ bool CMainSettings::choose(int id, int) {
       if (selectedData(m_form->areaList) == kMorePapers)
         showMorePapers();
       else
-        applyArea();
+        chooseArea();
       return true;
     case kResolutionList: applyResolution(); return true;
     default: return false;
@@ -130,6 +130,15 @@ void CMainSettings::applyArea() {
   const int chosen = selectedData(m_form->areaList);
   if (chosen < 0) return;
   const QScopedValueRollback applying(m_applying, true);
+/// An area that the user names is scanned as it is; one that is to be found needs the search.
+void CMainSettings::chooseArea() {
+  const int chosen = selectedData(m_form->areaList);
+  const bool finds = chosen == kAreaAuto || chosen == kAreaAutoWidth;
+  if (params().values().offersDetection && chosen >= 0 && finds != (params().values().autodetect != 0))
+    params().set(scan_key::Autodetect, finds ? kDetectAllMask : 0);
+  applyArea();
+}
+
   takeTypedArea();
   controller().ForgetPalette();
   const std::size_t paper =
@@ -220,11 +229,8 @@ void CMainSettings::toggleDetection(int bit) {
 
 void CMainSettings::detectArea() {
   const bool widthOnly = params().values().scanType == kAreaFixedWidth;
-  if (controller().DetectArea(widthOnly ? kDetectWidthMask : kDetectAllMask) == 0) {
-    controller().Message(EventKind::Information,
-                         Supp_Translate("No document was found; the scan area stays as it is."), EventButtons::Ok);
-    return;
-  }
+  // Who finds nothing, or was cancelled, has said so.
+  if (controller().DetectArea(widthOnly ? kDetectWidthMask : kDetectAllMask) == 0) return;
   takeCentring(params().values().centring == kAlwaysCentres ? 1 : 0);
   showArea();
   updateSummary();

@@ -86,6 +86,7 @@ class CMainSettings final : public CTab {
 
   // Choices
   void applyArea();
+  void chooseArea();
   void applyResolution();
   void applyMode();
   void resolutionTyped();

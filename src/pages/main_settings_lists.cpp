@@ -88,7 +88,7 @@ void CMainSettings::markUnusable() {
   const bool offered = controller().OffersDetection() != 0;
   m_form->detect->setEnabled(offered);
   if (!offered) {
-    const QString why = QString::fromStdString(Supp_Translate("Documents cannot be found automatically here yet"));
+    const QString why = QString::fromStdString(Supp_Translate("Documents cannot be found automatically here"));
     m_form->detect->setToolTip(why);
     disable(kAreaAuto, why);
     disable(kAreaAutoWidth, why);

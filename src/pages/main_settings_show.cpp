@@ -9,6 +9,7 @@
 #include "pages/paper_list.h"
 #include "pages/scan_area.h"
 #include "pages/settings_text.h"
+#include "params/found_text.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
 #include "platform/scan_to.h"
@@ -127,6 +128,7 @@ void CMainSettings::updateSummary() {
   parts.mode = m_form->modeList->currentText().toStdString();
   parts.paper = m_form->areaList->currentText().toStdString();
   parts.detection = v.detectionText;
+  if (isFound(v)) parts.found = foundText(params().units(), v.found);
   parts.dpi = v.dpi;
   v.summary = settingsSummary(parts);
 }

@@ -43,6 +43,7 @@ std::string settingsSummary(const SummaryParts& parts) {
   text += Supp_Translate("Mode: ") + '\t' + parts.mode + '\r';
   text += Supp_Translate("Paper: ") + '\t' + parts.paper + '\r';
   text += parts.detection;
+  if (!parts.found.empty()) text += Supp_Translate("Document: ") + '\t' + parts.found + '\r';
   return text + Supp_Translate("DPI: ") + '\t' + toText(static_cast<std::int64_t>(parts.dpi)) + '\r';
 }
 

@@ -15,8 +15,9 @@ namespace quillbay {
 struct SummaryParts {
   std::string target, preset, mode, paper, detection;
   std::int32_t dpi = 0;
+  std::string found{};  ///< what the search for the document found
 };
-/// Lines that each end in a carriage return; the preset's only when there is one.
+/// Lines that each end in a carriage return; those of the preset and of what was found only when there is one.
 [[nodiscard]] std::string settingsSummary(const SummaryParts& parts);
 
 }  // namespace quillbay

@@ -59,12 +59,16 @@ std::string foundAngleText(CScanUnits& units, double angle) {
   return formatText(Supp_Translate(text), {numberText(units, degrees, "0.0")});
 }
 
+std::string foundNumbers(CScanUnits& units, const DetectedArea& found) {
+  const std::string size = foundSizeText(units, found.sheet), turn = foundAngleText(units, found.angle);
+  if (found.paper.empty()) return formatText(Supp_Translate("%s, %s"), {size, turn});
+  return formatText(Supp_Translate("%s (%s), %s"), {size, found.paper, turn});
+}
+
 std::string foundText(CScanUnits& units, const DetectedArea& found) {
   if (found.by == DetectedBy::Nothing) return Supp_Translate("No document was found");
   if (found.by == DetectedBy::WholeBed) return Supp_Translate("No document was found; the whole bed is scanned");
-  const std::string size = foundSizeText(units, found.sheet), turn = foundAngleText(units, found.angle);
-  if (found.paper.empty()) return formatText(Supp_Translate("Found %s, %s"), {size, turn});
-  return formatText(Supp_Translate("Found %s (%s), %s"), {size, found.paper, turn});
+  return formatText(Supp_Translate("Found %s"), {foundNumbers(units, found)});
 }
 
 }  // namespace quillbay

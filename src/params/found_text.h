@@ -15,6 +15,8 @@ namespace quillbay {
 /// How a document lies that is straightened by `angle` (radians): "turned by 1.2 degrees", with the side that it
 /// turns to; "not turned" for none.
 [[nodiscard]] std::string foundAngleText(CScanUnits& units, double angle);
+/// "841 x 1189 mm (A0), turned by 1.2 degrees to the left".
+[[nodiscard]] std::string foundNumbers(CScanUnits& units, const DetectedArea& found);
 /// "Found 841 x 1189 mm (A0), turned by 1.2 degrees": what a search found. Of the whole bed and of nothing, a
 /// sentence that says so.
 [[nodiscard]] std::string foundText(CScanUnits& units, const DetectedArea& found);

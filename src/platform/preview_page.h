@@ -14,6 +14,8 @@ class IPreviewPage {
   virtual void AddStripe(IScanBuffer* stripe) = 0;
   /// The preview store's picture covers `area` of the bed, in millimetres.
   virtual void PlaceRaster(const tagRRECT& area) = 0;
+  /// That area.
+  [[nodiscard]] virtual tagRRECT GetRasterPlace() const = 0;
   /// Fits the picture into the page, and lets the commands follow the state of the panel.
   virtual void Refresh() = 0;
   /// 0: while something runs, nothing can be drawn.

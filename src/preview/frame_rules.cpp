@@ -105,8 +105,14 @@ tagRRECT stepped(tagRRECT f, FrameStep step, bool large, bool resizes) noexcept 
   return f;
 }
 
-bool switchesFrame(ActiveFrame now, bool hasFragment, bool forward) noexcept {
-  return hasFragment && (now == ActiveFrame::Preview) == forward;
+std::optional<ActiveFrame> nextFrame(ActiveFrame now, bool hasFragment, bool hasSheet, bool forward) noexcept {
+  const int step = forward ? 1 : -1, last = static_cast<int>(ActiveFrame::Sheet);
+  for (int at = static_cast<int>(now) + step; at >= 0 && at <= last; at += step) {
+    const auto frame = static_cast<ActiveFrame>(at);
+    const bool isThere = frame == ActiveFrame::Preview || (frame == ActiveFrame::Fragment ? hasFragment : hasSheet);
+    if (isThere) return frame;
+  }
+  return std::nullopt;
 }
 
 std::array<KxPoint, 6> dashOutline(const KxRect& f, int phase) noexcept {

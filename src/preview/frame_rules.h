@@ -1,6 +1,7 @@
 #pragma once
 #include <array>
 #include <cstdint>
+#include <optional>
 
 #include "quillbay/geometry.h"
 #include "quillbay/view.h"
@@ -47,10 +48,11 @@ enum class FrameStep { Left, Right, Up, Down };
 /// The frame after a key: moved by 1 mm, by 10 mm with `large`. `resizes`: only the right or lower edge moves.
 [[nodiscard]] tagRRECT stepped(tagRRECT frame, FrameStep step, bool large, bool resizes) noexcept;
 
-/// Which frame the keys change; the order in which Tab goes through them.
-enum class ActiveFrame { Preview, Fragment };
-/// Whether Tab (`forward`) or Shift+Tab stays in the control, at the other frame.
-[[nodiscard]] bool switchesFrame(ActiveFrame now, bool hasFragment, bool forward) noexcept;
+/// Which frame the keys change; the order in which Tab goes through them. `Sheet`: the outline of the document.
+enum class ActiveFrame { Preview, Fragment, Sheet };
+/// Where Tab (`forward`) or Shift+Tab goes in the control; nothing: it leaves the control.
+[[nodiscard]] std::optional<ActiveFrame> nextFrame(ActiveFrame now, bool hasFragment, bool hasSheet,
+                                                   bool forward) noexcept;
 
 /// The outline of a frame, closed; it starts `phase` pixels right of the corner, so that dashes run along it.
 [[nodiscard]] std::array<KxPoint, 6> dashOutline(const KxRect& frame, int phase) noexcept;

@@ -99,6 +99,8 @@ void CPreviewDlg::AddStripe(IScanBuffer* stripe) {
 
 void CPreviewDlg::PlaceRaster(const tagRRECT& area) { m_picture->rasterPlaced(area); }
 
+tagRRECT CPreviewDlg::GetRasterPlace() const { return m_picture->rasterPlace(); }
+
 void CPreviewDlg::Refresh() {
   m_picture->fit();
   showCommands();

@@ -26,6 +26,7 @@ class CPreviewDlg final : public CDialog, public IPreviewPage {
 
   void AddStripe(IScanBuffer* stripe) override;
   void PlaceRaster(const tagRRECT& area) override;
+  tagRRECT GetRasterPlace() const override;
   void Refresh() override;
   void Enable(int enable) override;
   void SetDocked(int docked) override;

@@ -13,6 +13,7 @@ namespace {
 
 constexpr double kTolerance = 0.001;
 constexpr double kFarthest = 1 << 22;
+constexpr double kAround = 0.06;  // of a document's longer side
 
 /// They change nothing that is seen.
 constexpr const char* kSilentKeys[] = {key::RcCustomScan,   key::Dir,     key::Mask,      key::CounterFormat,
@@ -28,6 +29,22 @@ std::int32_t pixelOf(double v) { return roundHalfUp(std::clamp(v, -kFarthest, kF
 
 tagRRECT shownArea(const ScanValues& v) noexcept {
   return v.rectValid ? v.rcScan : tagRRECT{0, 0, v.bedWidth, v.bedWidth};
+}
+
+tagRRECT viewedArea(const ScanValues& v, const tagRRECT& placed) noexcept {
+  if (!isFound(v)) return shownArea(v);
+  const tagRRECT& box = v.rcScan;
+  const double around = kAround * std::max(box.width(), box.height());
+  return {std::min(box.left, std::max(box.left - around, placed.left)),
+          std::min(box.top, std::max(box.top - around, placed.top)),
+          std::max(box.right, std::min(box.right + around, placed.right)),
+          std::max(box.bottom, std::min(box.bottom + around, placed.bottom))};
+}
+
+std::int32_t fittedType(const ScanValues& v, const KxRect& client, const tagRRECT& area) noexcept {
+  if (!isFound(v)) return v.scanType;
+  const bool isHigh = fitFactor(kAreaCustom, false, client, area) < fitFactor(kAreaAuto, false, client, area);
+  return isHigh ? kAreaCustom : kAreaAuto;
 }
 
 double fitFactor(std::int32_t scanType, bool portrait, const KxRect& client, const tagRRECT& area) noexcept {

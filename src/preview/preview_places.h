@@ -14,6 +14,13 @@ inline constexpr std::int32_t kInset = 7;
 /// What the control shows: the scan area, before there is one a square as wide as the bed. Millimetres.
 [[nodiscard]] tagRRECT shownArea(const ScanValues& values) noexcept;
 
+/// What is fitted into the control: the shown area; around a found document as much of the picture, which covers
+/// `placed`, as it takes to see its edges.
+[[nodiscard]] tagRRECT viewedArea(const ScanValues& values, const tagRRECT& placed) noexcept;
+/// The area type by which `fittedView` shows all of a found document, and the type that is chosen otherwise.
+[[nodiscard]] std::int32_t fittedType(const ScanValues& values, const KxRect& client,
+                                      const tagRRECT& area) noexcept;
+
 /// Pixels per millimetre at which `area` fills the client: its height for the area types from `kAreaCustom` on in
 /// landscape, else its width. 1.0 for a width or height of 0. The client must be larger than the insets.
 [[nodiscard]] double fitFactor(std::int32_t scanType, bool portrait, const KxRect& client,

@@ -3,6 +3,7 @@
 #include <QSignalBlocker>
 #include <algorithm>
 
+#include "params/found_text.h"
 #include "platform/base_services.h"
 #include "preview/stor_painter.h"
 #include "quillbay/scan_keys.h"
@@ -29,9 +30,10 @@ CPVStatic::CPVStatic(KxPtr<CSharedScanParams> params, IPanelController& controll
       }) {
   setObjectName("previewPicture");
   setAccessibleName(QString::fromStdString(Supp_Translate("Picture of the preview")));
-  setAccessibleDescription(QString::fromStdString(
-      Supp_Translate("The arrow keys move the frame by 1 mm, with Shift by 10 mm, with Ctrl they resize it. Tab "
-                     "changes to the other frame.")));
+  setAccessibleDescription(QString::fromStdString(Supp_Translate(
+      "The arrow keys move the frame by 1 mm, with Shift by 10 mm, with Ctrl they resize it. Tab "
+      "changes to the other frame. L and R turn the outline of a found document by 0.1 degrees, with "
+      "Shift by 1 degree.")));
   setToolTip(QString::fromStdString(Supp_Translate("The document on the scanner, and the frames on it")));
   setMouseTracking(true);
   setFocusPolicy(Qt::StrongFocus);
@@ -127,6 +129,30 @@ void CPVStatic::store(const tagRRECT& frame, ActiveFrame target) {
   if (!v.disablePreview) m_controller.RestartPreview();
 }
 
+/// What the user makes of the document that was found: its place and angle hold for the next page.
+void CPVStatic::storeSheet(const Sheet& sheet) {
+  ScanValues& v = m_params->quiet();
+  v.found = correctedArea(sheet, v);
+  v.found.paper = paperOfSize(m_params->papers, v.found.sheet);
+  v.skew = v.found.angle;
+  m_params->set(scan_key::RcScan, v.found.box);
+  m_params->set(scan_key::BoundDetectDirty, 0);
+  update();
+}
+
+/// As it was found, before the scan is widened.
+Sheet CPVStatic::ownSheet() const {
+  const ScanValues& v = m_params->values();
+  return sheetIn(v.rcScan, v.found.angle, v.scanType);
+}
+
+bool CPVStatic::hasSheet() const noexcept { return isFound(m_params->values()); }
+
+/// A frame that is no longer shown is none that keys change.
+ActiveFrame CPVStatic::activeFrame() const noexcept {
+  return m_active == ActiveFrame::Sheet && !hasSheet() ? ActiveFrame::Preview : m_active;
+}
+
 void CPVStatic::tellFrame(const tagRRECT* frame) {
   if (onFrame) onFrame(frame);
 }
@@ -156,7 +182,7 @@ void CPVStatic::fit() {
 
 void CPVStatic::fitView() {
   const ScanValues& v = m_params->values();
-  const tagRRECT area = preview::shownArea(v);
+  const tagRRECT area = preview::viewedArea(v, m_placed);
   m_fitted = {area.left, area.top};
   const KxRect base = baseClient();
   bool across = false, down = false;
@@ -165,7 +191,8 @@ void CPVStatic::fitView() {
     m_client = base;
     if (down) m_client.right = std::max(base.left, base.right - m_down.sizeHint().width());
     if (across) m_client.bottom = std::max(base.top, base.bottom - m_across.sizeHint().height());
-    m_view = preview::fittedView(m_view, v.scanType, v.portrait != 0, m_client, area);
+    const bool upright = v.portrait != 0 && !isFound(v);
+    m_view = preview::fittedView(m_view, preview::fittedType(v, m_client, area), upright, m_client, area);
     const int wide = m_client.right - m_client.left, high = m_client.bottom - m_client.top;
     const bool needsAcross = preview::scrollBarOf(area.width(), wide, m_view.scaleX).shown;
     const bool needsDown = preview::scrollBarOf(area.height(), high, m_view.scaleY).shown;
@@ -185,7 +212,7 @@ void CPVStatic::layOut() {
 }
 
 void CPVStatic::updateBars() {
-  const tagRRECT area = preview::shownArea(m_params->values());
+  const tagRRECT area = preview::viewedArea(m_params->values(), m_placed);
   const KxRect pixels = preview::toPixels(m_view, area);
   const auto set = [](QScrollBar& bar, const preview::ScrollBar& now, int position) {
     const QSignalBlocker blocker(bar);
@@ -201,7 +228,7 @@ void CPVStatic::updateBars() {
 
 /// The place of the area tells where a bar stood before.
 void CPVStatic::scrolled(QScrollBar& bar, int position) {
-  const tagRRECT area = preview::shownArea(m_params->values());
+  const tagRRECT area = preview::viewedArea(m_params->values(), m_placed);
   const KxRect pixels = preview::toPixels(m_view, area);
   if (&bar == &m_across) {
     m_view.offsetX += m_client.left + preview::kInset - pixels.left - position;

@@ -16,6 +16,7 @@
 #include "preview/frame_painter.h"
 #include "preview/frame_rules.h"
 #include "preview/preview_places.h"
+#include "preview/sheet_painter.h"
 
 namespace quillbay {
 
@@ -33,6 +34,7 @@ class CPVStatic final : public QWidget {
 
   /// The preview store's picture covers `area`, in millimetres, and has changed.
   void rasterPlaced(const tagRRECT& area);
+  [[nodiscard]] const tagRRECT& rasterPlace() const noexcept { return m_placed; }
   /// Fits the area into the control, and shows what the preview store holds now. An area that fits as before stays
   /// scrolled as it is.
   void fit();
@@ -86,6 +88,7 @@ class CPVStatic final : public QWidget {
     bool hasMoved = false;
     tagRPOINT start;
     tagRRECT frame;
+    std::optional<Sheet> sheet, grabbed;  ///< of the document: as it is now, and as it was when it was taken
   };
 
   void makeBar(QScrollBar& bar);
@@ -93,6 +96,11 @@ class CPVStatic final : public QWidget {
   void renewRulers();
   void setState(Mode mode, bool showsFragment);
   void store(const tagRRECT& frame, ActiveFrame target);
+  void storeSheet(const Sheet& sheet);
+  [[nodiscard]] Sheet ownSheet() const;
+  [[nodiscard]] bool hasSheet() const noexcept;
+  [[nodiscard]] ActiveFrame activeFrame() const noexcept;
+  [[nodiscard]] std::optional<PaintedSheet> paintedSheet() const;
   void tellFrame(const tagRRECT* frame);
   [[nodiscard]] bool takesInput() const noexcept;
 
@@ -110,6 +118,7 @@ class CPVStatic final : public QWidget {
   void endDrag(bool stores);
   [[nodiscard]] bool wantsKey(const QKeyEvent& event) const;
   [[nodiscard]] bool keyMovesFrame(const QKeyEvent& event);
+  [[nodiscard]] bool keyTurnsSheet(const QKeyEvent& event);
   [[nodiscard]] bool keyEndsMode(int key);
 
   void runClock();

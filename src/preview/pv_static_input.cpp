@@ -14,6 +14,8 @@ namespace {
 constexpr int kWheelNotch = 120, kPixelsPerNotch = 60;
 
 Qt::CursorShape cursorOf(int zone) {
+  if (zone == kSheetZones + kTurn) return Qt::OpenHandCursor;
+  if (zone >= kSheetZones) zone -= kSheetZones;
   switch (zone >= kFragmentZones ? zone - kFragmentZones : zone) {
     case kTopLeft:
     case kBottomRight: return Qt::SizeFDiagCursor;
@@ -40,6 +42,13 @@ std::optional<FrameStep> stepOf(const QKeyEvent& event) {
   }
 }
 
+/// By how much a key turns the document, in radians: to the right as it is seen, which straightens to the left.
+double turnOf(const QKeyEvent& event) {
+  if (event.modifiers() & ~(Qt::ShiftModifier | Qt::KeypadModifier)) return 0;
+  const double step = event.modifiers() & Qt::ShiftModifier ? kLargeTurnStep : kTurnStep;
+  return event.key() == Qt::Key_R ? -step : event.key() == Qt::Key_L ? step : 0;
+}
+
 tagRPOINT pointOf(const QPointF& p) { return {p.x(), p.y()}; }
 
 bool holds(const KxRect& r, const QPoint& p) {
@@ -51,6 +60,11 @@ bool holds(const KxRect& r, const QPoint& p) {
 int CPVStatic::hitTest(const QPoint& at) const {
   if (m_mode != Mode::None || !takesInput()) return kNoZone;
   const ScanValues& v = m_params->values();
+  // The thin outline comes before the frames, whose insides are zones as well.
+  if (hasSheet()) {
+    const int zone = sheetZoneAt(placesOf(scannedSheet(v), m_view), at.x(), at.y());
+    if (zone != kNoZone) return zone;
+  }
   const KxRect fragment = preview::toPixels(m_view, v.rcCustomScan);
   return zoneAt(preview::toPixels(m_view, v.rcPreview), m_showsFragment ? &fragment : nullptr, at.x(), at.y());
 }
@@ -79,14 +93,15 @@ void CPVStatic::press(const QPointF& at, Qt::MouseButton button) {
     m_active = ActiveFrame::Preview;
     return store(centredFrame(v.rcPreview, p), ActiveFrame::Preview);
   }
-  const bool onFragment = zone >= kFragmentZones;
+  const bool onSheet = zone >= kSheetZones, onFragment = zone >= kFragmentZones && !onSheet;
   Drag drag;
   drag.button = button;
-  drag.zone = onFragment ? zone - kFragmentZones : zone;
+  drag.zone = onSheet ? zone - kSheetZones : onFragment ? zone - kFragmentZones : zone;
+  if (onSheet) drag.sheet = drag.grabbed = ownSheet();
   drag.isFragment = onFragment || drawsFragment();
   drag.start = p;
   drag.frame = onFragment ? v.rcCustomScan : v.rcPreview;
-  m_active = onFragment ? ActiveFrame::Fragment : ActiveFrame::Preview;
+  m_active = onSheet ? ActiveFrame::Sheet : onFragment ? ActiveFrame::Fragment : ActiveFrame::Preview;
   m_drag = drag;
   update();
 }
@@ -98,6 +113,11 @@ void CPVStatic::mouseMoveEvent(QMouseEvent* event) {
   const tagRPOINT p = view::toDocument(m_view, at);
   Drag& drag = *m_drag;
   updateFrames();
+  if (drag.sheet) {
+    drag.sheet = draggedSheet(*drag.grabbed, drag.zone, drag.start, p);
+    drag.hasMoved = true;
+    return updateFrames();
+  }
   drag.frame = drag.zone == kNoZone ? tagRRECT{drag.start.x, drag.start.y, p.x, p.y}
                                     : dragged(drag.frame, drag.zone, drag.start, p);
   if (drag.zone == kWhole) drag.start = p;
@@ -117,6 +137,10 @@ void CPVStatic::endDrag(bool stores) {
   if (!drag) return;
   tellFrame(nullptr);
   update();
+  if (drag->sheet) {
+    if (stores && drag->hasMoved) storeSheet(*drag->sheet);
+    return;
+  }
   if (stores) store(drag->frame, drag->isFragment ? ActiveFrame::Fragment : ActiveFrame::Preview);
   setState(Mode::None, m_showsFragment || (stores && drag->isFragment));
 }
@@ -142,7 +166,8 @@ void CPVStatic::wheelEvent(QWheelEvent* event) {
 bool CPVStatic::wantsKey(const QKeyEvent& event) const {
   if (!takesInput()) return false;
   if (event.key() == Qt::Key_Escape) return m_drag || m_mode != Mode::None;
-  return stepOf(event) && !m_drag;
+  const bool turns = activeFrame() == ActiveFrame::Sheet && turnOf(event) != 0;
+  return (stepOf(event) || turns) && !m_drag;
 }
 
 bool CPVStatic::event(QEvent* event) {
@@ -157,7 +182,7 @@ void CPVStatic::keyPressEvent(QKeyEvent* event) {
   const bool isKnown = event->key() == Qt::Key_Escape || event->key() == Qt::Key_Return ||
                                event->key() == Qt::Key_Enter || event->key() == Qt::Key_Space
                            ? keyEndsMode(event->key())
-                           : keyMovesFrame(*event);
+                           : keyMovesFrame(*event) || keyTurnsSheet(*event);
   if (!isKnown) QWidget::keyPressEvent(event);
 }
 
@@ -188,24 +213,38 @@ bool CPVStatic::keyMovesFrame(const QKeyEvent& event) {
   const ScanValues& v = m_params->values();
   const tagRRECT& frame = m_active == ActiveFrame::Fragment ? v.rcCustomScan : v.rcPreview;
   const bool large = event.modifiers() & Qt::ShiftModifier, resizes = event.modifiers() & Qt::ControlModifier;
+  if (activeFrame() == ActiveFrame::Sheet) {
+    storeSheet(steppedSheet(ownSheet(), *step, large, resizes));
+    return true;
+  }
   store(stepped(frame, *step, large, resizes), m_active);
   tellFrame(&frame);
   m_numbers.start();
   return true;
 }
 
+bool CPVStatic::keyTurnsSheet(const QKeyEvent& event) {
+  const double turn = turnOf(event);
+  if (turn == 0 || activeFrame() != ActiveFrame::Sheet || !takesInput() || m_drag) return false;
+  storeSheet(turnedSheet(ownSheet(), turn));
+  return true;
+}
+
 bool CPVStatic::focusNextPrevChild(bool next) {
   if (m_drag) return true;  // a frame is being drawn: Escape gives it up
-  const bool hasFragment = m_showsFragment && takesInput();
-  if (!switchesFrame(m_active, hasFragment, next)) return QWidget::focusNextPrevChild(next);
-  m_active = m_active == ActiveFrame::Preview ? ActiveFrame::Fragment : ActiveFrame::Preview;
+  const bool takes = takesInput();
+  const auto frame = nextFrame(activeFrame(), m_showsFragment && takes, hasSheet() && takes, next);
+  if (!frame) return QWidget::focusNextPrevChild(next);
+  m_active = *frame;
   update();
   return true;
 }
 
 void CPVStatic::focusInEvent(QFocusEvent* event) {
   if (event->reason() == Qt::TabFocusReason) m_active = ActiveFrame::Preview;
-  if (event->reason() == Qt::BacktabFocusReason && m_showsFragment) m_active = ActiveFrame::Fragment;
+  if (event->reason() == Qt::BacktabFocusReason) {
+    m_active = hasSheet() ? ActiveFrame::Sheet : m_showsFragment ? ActiveFrame::Fragment : ActiveFrame::Preview;
+  }
   QWidget::focusInEvent(event);
   update();
 }

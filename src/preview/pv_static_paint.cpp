@@ -4,6 +4,7 @@
 #include <QStyle>
 #include <cstring>
 
+#include "params/found_text.h"
 #include "preview/pv_static.h"
 #include "preview/stor_painter.h"
 #include "preview/store_picture.h"
@@ -89,9 +90,9 @@ std::vector<PaintedFrame> CPVStatic::frames() const {
   if (!v.rectValid) return shown;
   const auto add = [&](const tagRRECT& frame, ActiveFrame which) {
     shown.push_back({preview::toPixels(m_view, frame), which == ActiveFrame::Fragment,
-                     hasFocus() && m_active == which && !m_drag});
+                     hasFocus() && activeFrame() == which && !m_drag});
   };
-  const bool draws = m_drag && m_drag->hasMoved;
+  const bool draws = m_drag && m_drag->hasMoved && !m_drag->sheet;
   const bool drawsThis = draws && !m_drag->isFragment;
   add(drawsThis ? m_drag->frame : v.rcPreview, ActiveFrame::Preview);
   if (draws && m_drag->isFragment) {
@@ -102,9 +103,27 @@ std::vector<PaintedFrame> CPVStatic::frames() const {
   return shown;
 }
 
+std::optional<PaintedSheet> CPVStatic::paintedSheet() const {
+  if (!hasSheet()) return std::nullopt;
+  const ScanValues& v = m_params->values();
+  const bool isDragged = m_drag && m_drag->sheet;
+  PaintedSheet shown;
+  shown.places = placesOf(isDragged ? *m_drag->sheet : scannedSheet(v), m_view);
+  shown.isActive = hasFocus() && activeFrame() == ActiveFrame::Sheet && !m_drag;
+  shown.hasHandles = takesInput() && m_mode == Mode::None;
+  DetectedArea numbers = v.found;
+  if (isDragged) {
+    numbers = correctedArea(*m_drag->sheet, v);
+    numbers.paper = paperOfSize(m_params->papers, numbers.sheet);
+  }
+  shown.numbers = QString::fromStdString(foundNumbers(m_params->units(), numbers));
+  return shown;
+}
+
 void CPVStatic::updateFrames() {
   QRegion edges;
   for (const PaintedFrame& frame : frames()) edges += touchedBy(frame);
+  if (m_drag && m_drag->sheet) edges += touchedBy(*paintedSheet(), rectOf(m_client), font());
   update(edges & rectOf(m_client));
 }
 
@@ -197,6 +216,7 @@ void CPVStatic::compose(const QRegion& region) {
   painter.setClipRegion(device);
   painter.scale(ratio, ratio);
   painter.translate(-m_client.left, -m_client.top);
+  if (const auto sheet = paintedSheet()) paintSheet(painter, *sheet, rectOf(m_client), font());
   paintFrames(painter, frames(), m_phase);
 }
 

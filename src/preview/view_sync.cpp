@@ -3,11 +3,13 @@
 #include <QApplication>
 #include <QPaintEngine>
 #include <QPainter>
+#include <QPolygonF>
 #include <QWidget>
 #include <algorithm>
 #include <utility>
 #include <vector>
 
+#include "analysis/sheet_outline.h"
 #include "platform/base_services.h"
 #include "preview/first_frame.h"
 #include "preview/view_places.h"
@@ -20,6 +22,7 @@ namespace quillbay {
 namespace {
 
 constexpr int kHalfTone = 8;
+constexpr QRgb kSheetEdges = qRgb(0, 150, 70);
 
 /// All of the process, the oldest first. User-interface thread.
 std::vector<CViewSync*>& all() {
@@ -203,6 +206,7 @@ int CViewSync::Paint(IKxViewPort* view, IKxViewDC* dc, int /*flags*/) {
   m_paintedWidth = extent.width();
   dc->SetStretchMode(before);
   if (!scanning) paintOutline(*dc, place);
+  if (!scanning && isFound(m_params->values())) paintSheetEdges(*dc, place);
   return 1;
 }
 
@@ -220,6 +224,25 @@ void CViewSync::paintOutline(IKxViewDC& dc, const tagRRECT& frame) const {
   pen.setJoinStyle(Qt::MiterJoin);
   painter.setPen(pen);
   painter.drawRect(r.left, r.top, r.right - r.left - 1, r.bottom - r.top - 1);
+}
+
+/// The found document, as far as the frame shows it. The picture stands upright in the frame while the document's
+/// lengths grow downwards.
+void CViewSync::paintSheetEdges(IKxViewDC& dc, const tagRRECT& frame) const {
+  QPolygonF edges;
+  for (const tagRPOINT& corner : scannedSheet(m_params->values()).corners()) {
+    const tagRPOINT at =
+        view::toClient(dc.GetTransform(), tagRPOINT{corner.x, frame.top + frame.bottom - corner.y});
+    edges << QPointF(at.x, at.y);
+  }
+  QPainter& painter = *dc.GetPainter();
+  const tagRRECT inside = view::toClient(dc.GetTransform(), frame);
+  painter.setClipRect(QRectF(inside.left, inside.top, inside.width(), inside.height()), Qt::IntersectClip);
+  painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
+  painter.setRenderHint(QPainter::Antialiasing);
+  painter.setBrush(Qt::NoBrush);
+  painter.setPen(QPen(QColor(kSheetEdges), 2));
+  painter.drawPolygon(edges);
 }
 
 InfoPanel CViewSync::panel() const {

@@ -87,6 +87,7 @@ class CViewSync final : public CKxUnknownImpl<IKxUnknown> {
   [[nodiscard]] bool isOurs(IKxViewPort* port) const;
   [[nodiscard]] InfoPanel panel() const;
   void paintOutline(IKxViewDC& dc, const tagRRECT& frame) const;
+  void paintSheetEdges(IKxViewDC& dc, const tagRRECT& frame) const;
 
   KxPtr<CSharedScanParams> m_params;
   std::function<bool()> m_isScanning;

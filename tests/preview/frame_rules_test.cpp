@@ -97,11 +97,13 @@ TEST(FrameRules, EdgesFollowThePointerAndKeys) {
   EXPECT_EQ(stepped(f, FrameStep::Up, true, true), (tagRRECT{10, 20, 110, 210}));
   EXPECT_EQ(stepped({10, 20, 15, 25}, FrameStep::Left, true, true), (tagRRECT{10, 20, 10, 25})) << "turned over";
   using enum ActiveFrame;
-  EXPECT_TRUE(switchesFrame(Preview, true, true));
-  EXPECT_FALSE(switchesFrame(Fragment, true, true)) << "the last one: the focus leaves";
-  EXPECT_TRUE(switchesFrame(Fragment, true, false));
-  EXPECT_FALSE(switchesFrame(Preview, true, false));
-  EXPECT_FALSE(switchesFrame(Preview, false, true));
+  EXPECT_EQ(nextFrame(Preview, true, true, true), Fragment);
+  EXPECT_EQ(nextFrame(Preview, false, true, true), Sheet);
+  EXPECT_EQ(nextFrame(Fragment, true, false, true), std::nullopt) << "the last one: the focus leaves";
+  EXPECT_EQ(nextFrame(Sheet, true, true, true), std::nullopt);
+  EXPECT_EQ(nextFrame(Sheet, false, true, false), Preview);
+  EXPECT_EQ(nextFrame(Fragment, true, true, false), Preview);
+  EXPECT_EQ(nextFrame(Preview, true, true, false), std::nullopt);
 }
 
 TEST(FrameRules, DashesRunThroughAllPhasesOfAClosedOutline) {
