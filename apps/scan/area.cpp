@@ -66,7 +66,7 @@ AreaChoice paperArea(const std::string& name, const std::vector<Paper>& papers, 
   const auto paper =
       std::find_if(papers.begin(), papers.end(), [&](const Paper& p) { return names::same(p.name, name); });
   if (paper == papers.end()) {
-    std::vector<std::string> all{"auto-width", "fixed-width", "custom:L,T,R,B"};
+    std::vector<std::string> all{"auto", "auto-width", "fixed-width", "custom:L,T,R,B"};
     for (const Paper& p : papers) all.push_back(p.name);
     refuse(name, translated("unknown paper or area; %s", {names::allowed(all, name, "--all-options")}));
   }
@@ -125,10 +125,7 @@ AreaRequest parseArea(const std::string& text) {
     if (!width->empty()) request.width = lengthOf(*width, text);
     if (request.width && !(*request.width > 0)) refuse(text, translated("the width must be greater than 0"));
   } else if (names::same(text, "auto")) {
-    refuse(
-        text,
-        translated(
-            "the document cannot be detected automatically yet; use auto-width, fixed-width, custom or a paper"));
+    request.kind = AreaRequest::Kind::Auto;
   } else {
     request.kind = AreaRequest::Kind::Paper;
     request.paper = text;
@@ -163,6 +160,9 @@ AreaChoice chooseArea(const AreaRequest& request, const std::vector<Paper>& pape
       if (bed.length > 0 && bed.length <= kFlatbedLength)
         return whole(quillbay::kAreaCustom, bed.width, bed.length);
       return whole(quillbay::kAreaAutoWidth, bed.width, bed.length > 0 ? bed.length : bed.width);
+    // Until the document is found.
+    case AreaRequest::Kind::Auto:
+      return whole(quillbay::kAreaAuto, bed.width, bed.length > 0 ? bed.length : bed.width);
     case AreaRequest::Kind::AutoWidth: return whole(quillbay::kAreaAutoWidth, bed.width, bed.width);
     case AreaRequest::Kind::FixedWidth: {
       const double width = request.width.value_or(bed.width);

@@ -20,7 +20,7 @@ struct Bed {
 
 /// The value of --area.
 struct AreaRequest {
-  enum class Kind { None, Custom, AutoWidth, FixedWidth, Paper };
+  enum class Kind { None, Auto, Custom, AutoWidth, FixedWidth, Paper };
   Kind kind = Kind::None;
   quillbay::tagRRECT rect;      ///< of a custom area
   std::optional<double> width;  ///< of the widths

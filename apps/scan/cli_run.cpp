@@ -1,4 +1,5 @@
 #include "cli_run.h"
+#include "quillbay/scan_keys.h"
 #include "translated.h"
 
 #include <csignal>
@@ -12,6 +13,7 @@ using quillbay::UnitFaultCode;
 namespace {
 
 constexpr int kOnce = 1;
+constexpr int kDetectAll = 30;
 
 }  // namespace
 
@@ -22,7 +24,8 @@ void Refusals::hear(const quillbay::HostMessage& message) {
     const bool refused = message.answer != quillbay::EventAnswer::Yes;
     if (refused) m_status = kOutput;
     if (message.event == quillbay::kEventCannotWrite) m_outputFailed = true;
-  } else if (message.kind == quillbay::EventKind::Retry) {
+  } else if (message.kind == quillbay::EventKind::Retry ||
+             (topic.ends_with("IDH_AutodetectError") && message.answer != quillbay::EventAnswer::Yes)) {
     m_status = kMedia;
   } else if (topic.ends_with("IDH_ScanError")) {
     m_status = kDevice;
@@ -51,6 +54,20 @@ int CliRun::run() {
   return m_status;
 }
 
+void CliRun::OnDetected(const quillbay::DetectedArea& area) {
+  m_reporter.detected(area);
+  m_scansAll = area.by == quillbay::DetectedBy::WholeBed;
+}
+
+/// A page whose document was not found turns the search off; the next document is looked for all the same.
+void CliRun::lookAgain() {
+  m_scansAll = false;
+  std::string why;
+  const bool looks = m_control->SetParam(quillbay::key::ScanAreaType, quillbay::kAreaAuto, &why) &&
+                     m_control->SetParam(quillbay::key::Autodetect, kDetectAll, &why);
+  if (!looks) m_reporter.error(why);
+}
+
 void CliRun::stop() {
   m_reporter.note(translated(m_options.finishPage ? "stopping after this page; interrupt again to end at once"
                                                   : "stopping; interrupt again to end at once"));
@@ -59,6 +76,7 @@ void CliRun::stop() {
 
 void CliRun::OnPageFinished(const quillbay::PageInfo& page) {
   m_reporter.page(page);
+  if (m_scansAll) lookAgain();
   const bool isLast = !m_options.batch || (*m_options.batch != 0 && page.page >= *m_options.batch);
   if (!isLast && m_next.comesBetween() && !m_next.wait(translated("Ready for the next page.")))
     m_control->Stop(StopKind::AfterPage);

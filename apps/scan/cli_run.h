@@ -35,10 +35,13 @@ class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEv
   void OnPageFinished(const quillbay::PageInfo& page) override;
   void OnPublished(const std::string& file, std::int32_t pages) override { m_reporter.published(file, pages); }
   void OnMessage(const std::string&) override {}  // the host has reported it already
+  void OnDetecting() override { m_reporter.detecting(); }
+  void OnDetected(const quillbay::DetectedArea& area) override;
   void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override;
 
  private:
   [[nodiscard]] int statusOf(quillbay::EndCause cause, const quillbay::UnitFault& fault, int pages) const;
+  void lookAgain();
   void stop();
 
   quillbay::IQuillbayControl* m_control;
@@ -49,4 +52,5 @@ class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEv
   const Refusals& m_refusals;
   QEventLoop m_loop;
   int m_status = kDone;
+  bool m_scansAll = false;  // the last page's document was not found
 };

@@ -2,6 +2,7 @@
 
 #include <array>
 
+#include "names.h"
 #include "translated.h"
 
 namespace {
@@ -11,6 +12,8 @@ using Test = bool (*)(const ScanOptions&);
 bool batches(const ScanOptions& o) { return o.batch.has_value(); }
 bool recovers(const ScanOptions& o) { return o.action == ScanOptions::Action::Recover; }
 bool namesFile(const ScanOptions& o) { return !o.output.empty(); }
+bool namesArea(const ScanOptions& o) { return !o.area.empty() && !names::same(o.area, "auto"); }
+bool findsArea(const ScanOptions& o) { return names::same(o.area, "auto"); }
 bool setsEdges(const ScanOptions& o) {
   return o.area.starts_with("custom") || o.area.starts_with("auto-width") || o.area.starts_with("fixed-width");
 }
@@ -33,6 +36,13 @@ constexpr Given kPrompt{"--batch-prompt", [](const ScanOptions& o) { return o.ba
 constexpr Given kDelay{"--batch-delay", [](const ScanOptions& o) { return o.batchDelay.has_value(); }};
 constexpr Given kBursting{"--bursting", [](const ScanOptions& o) { return o.bursting; }};
 constexpr Given kJson{"--json", [](const ScanOptions& o) { return o.json; }};
+constexpr Given kPortrait{"--portrait", [](const ScanOptions& o) { return o.portrait == true; }};
+constexpr Given kLandscape{"--landscape", [](const ScanOptions& o) { return o.portrait == false; }};
+constexpr Given kCenter{"--center", [](const ScanOptions& o) { return o.center == true; }};
+constexpr Given kDeskew{"--deskew", [](const ScanOptions& o) { return o.deskew == true; }};
+constexpr Given kNotFound{"--if-not-found", [](const ScanOptions& o) { return o.choosesIfNotFound; }};
+constexpr Given kAuto{"--area auto", findsArea};
+constexpr Given kNamedArea{"this --area", namesArea};
 constexpr Given kRecover{"--recover", recovers};
 constexpr Given kDryRun{"--dry-run", [](const ScanOptions& o) { return o.action == ScanOptions::Action::DryRun; }};
 
@@ -59,12 +69,14 @@ constexpr std::array kPairs{
     Pair{{"--quiet", [](const ScanOptions& o) { return o.quiet; }},
          {"--verbose", [](const ScanOptions& o) { return o.verbose > 0; }},
          "choose one"},
-    Pair{{"--portrait", [](const ScanOptions& o) { return o.portrait == true; }},
-         {"--area", setsEdges},
-         "only a paper has an orientation, edges and widths have none"},
-    Pair{{"--landscape", [](const ScanOptions& o) { return o.portrait == false; }},
-         {"--area", setsEdges},
-         "only a paper has an orientation, edges and widths have none"},
+    Pair{kPortrait, {"--area", setsEdges}, "only a paper has an orientation, edges and widths have none"},
+    Pair{kLandscape, {"--area", setsEdges}, "only a paper has an orientation, edges and widths have none"},
+    Pair{kPortrait, kAuto, "the document is scanned as it lies"},
+    Pair{kLandscape, kAuto, "the document is scanned as it lies"},
+    Pair{kCenter, kAuto, "the document is found where it lies"},
+    Pair{kBursting, kAuto, "a document that is found is scanned whole"},
+    Pair{kDeskew, kNamedArea, "only a document that is found is straightened; use --area auto"},
+    Pair{kNotFound, kNamedArea, "nothing is looked for; use --area auto"},
     Pair{kRecover, kDir, "use --output"},
     Pair{kRecover, kMask, "use --output"},
     Pair{kRecover, kMultipage, "nothing is scanned"},

@@ -28,6 +28,23 @@ constexpr std::array kSections{
         "A file is written as NAME.part in the folder of its target and gets its name when it is complete. An "
         "existing file is never replaced without \\-\\-overwrite. A cancelled page leaves no file. "
         "\\-\\-recover saves the pages of a multi\\-page file that a killed program left.\n"},
+    Section{"FINDING THE DOCUMENT",
+            "With \\-\\-area auto, the program scans the bed at the lowest resolution before each page, finds the "
+            "document "
+            "in it, and scans only the upright rectangle around the document. The settings m_Auto (the threshold, "
+            "10 to 192), m_StandardPapers (the size becomes that of a standard paper) and m_Edit (the length of "
+            "this scan "
+            "in millimetres with auto\\-width) can be changed with \\-\\-set.\n"
+            ".PP\n"
+            "With \\-\\-deskew, the skew is found as well. The page is straightened while it is scanned, and is as "
+            "wide "
+            "as the document. The program reports what it found, as in \"Found 841 x 1189 mm (A0), turned by 1.2 "
+            "degrees "
+            "to the left\".\n"
+            ".PP\n"
+            "If no document is found, \\-\\-if\\-not\\-found decides. In a batch, the document of the next page is "
+            "looked "
+            "for again.\n"},
     Section{
         "QUESTIONS",
         "The program asks only between the pages of a batch: if the device has no feeder, or with "
@@ -36,13 +53,22 @@ constexpr std::array kSections{
         "before its first page (exit status 1), unless \\-\\-batch\\-delay or \\-\\-batch\\-prompt is given.\n"
         ".PP\n"
         "The options answer all other questions. \"File exists. Overwrite?\" is answered with no, or with yes if "
-        "\\-\\-overwrite is given. The program does not wait for a document if the scanner has none. Every "
-        "other question is answered with no.\n"},
+        "\\-\\-overwrite is given. \"Could not autodetect bounds, scan whole image?\" is answered with yes, or "
+        "with no with \\-\\-if\\-not\\-found fail. The program does not wait for a document if the scanner has "
+        "none. "
+        "Every other question is answered with no.\n"},
     Section{
         "JSON EVENTS",
         "With \\-\\-json, each line of standard output is an object with the field \"event\":\n"
         ".TP\n.B started\npage, width (pixels), dpi, color (bitonal, grey, palette, colour), file, and "
         "expectedLines if it is known.\n"
+        ".TP\n.B detecting\nthe document is looked for.\n"
+        ".TP\n.B detected\nfound (false if the whole bed is scanned instead), by (prescan; second\\-look: after a "
+        "closer look at the prescan; device: the scanner measured the document; whole\\-bed), area (left, top, "
+        "right, "
+        "bottom: the rectangle on the bed in millimetres), width, length (of the document in millimetres), angle "
+        "(degrees: the turn that straightens the document, clockwise positive; 0 without \\-\\-deskew), paper (the "
+        "standard paper of this size, else empty).\n"
         ".TP\n.B lines\npage, lines: the lines received so far.\n"
         ".TP\n.B page\npage, width, lines, dpi, file, published (false until a multi\\-page file is complete).\n"
         ".TP\n.B published\nfile, pages: a file is complete and has its name.\n"
@@ -66,7 +92,7 @@ constexpr std::array kSections{
             "named "
             "and there are none or several.\n"
             ".TP\n.B 3\nA file could not be written, or exists already.\n"
-            ".TP\n.B 4\nThere was no document.\n"
+            ".TP\n.B 4\nThere was no document, or with \\-\\-if\\-not\\-found fail none was found.\n"
             ".TP\n.B 128 + N\nStopped by signal N.\n"},
     Section{
         "SIGNALS",
@@ -85,6 +111,7 @@ constexpr std::array kSections{
         "EXAMPLES",
         ".nf\n"
         "quillbay\\-scan \\-d sim: \\-\\-mode rgb \\-r 400 \\-\\-area A0 \\-o map.tif\n"
+        "quillbay\\-scan \\-d sim:skew=2 \\-\\-mode grey \\-r 150 \\-\\-area auto \\-\\-deskew \\-o plan.tif\n"
         "quillbay\\-scan \\-d sim:count=5 \\-\\-mode grey \\-r 150 \\-\\-batch \\-\\-multipage \\-o plans.tif\n"
         "quillbay\\-scan \\-d sim: \\-\\-mode grey \\-r 150 \\-\\-batch=10 \\-\\-dir scans \\-\\-mask '<DATE>\\-' "
         "\\-\\-option compression=lzw\n"
@@ -193,6 +220,8 @@ std::string bashCompletion() {
          "    --mode) COMPREPLY=($(compgen -W '" +
          modes +
          "' -- \"$word\")); return ;;\n"
+         "    --area) COMPREPLY=($(compgen -W 'auto auto-width fixed-width: custom:' -- \"$word\")); return ;;\n"
+         "    --if-not-found) COMPREPLY=($(compgen -W 'scan-all fail' -- \"$word\")); return ;;\n"
          "    --to) COMPREPLY=($(compgen -W 'file view' -- \"$word\")); return ;;\n"
          "    -o|--output|--recover) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
          "    --dir) COMPREPLY=($(compgen -d -- \"$word\")); return ;;\n"

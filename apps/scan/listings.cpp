@@ -163,7 +163,7 @@ void print(const Inventory& all, Reporter& out) {
   out.line("    --resolution " + barred(all.resolutions) +
            (all.resolutionRange.empty() ? "" : " (" + all.resolutionRange + ")"));
   out.line("  " + translated("Papers and areas:"));
-  out.line("    --area custom:L,T,R,B|auto-width|fixed-width[:WIDTH]");
+  out.line("    --area auto|custom:L,T,R,B|auto-width|fixed-width[:WIDTH]");
   for (const Paper& p : all.papers) out.line("    --area \"" + p.name + "\" (" + sizeText(p.width, p.height) + ")");
   for (const auto& f : all.formats) {
     out.line("  " + translated(f.paged ? "Format %s (%s, several pages):" : "Format %s (%s):",

@@ -59,6 +59,13 @@ std::string takeTarget(ScanOptions& o, std::string_view v) {
   return names::allowed({"file", "view"}, v, "--help");
 }
 
+std::string takeNotFound(ScanOptions& o, std::string_view v) {
+  if (v != "scan-all" && v != "fail") return names::allowed({"scan-all", "fail"}, v, "--help");
+  o.failsIfNotFound = v == "fail";
+  o.choosesIfNotFound = true;
+  return {};
+}
+
 std::string takeBatch(ScanOptions& o, std::string_view v) {
   if (!v.empty()) return takeNumber(v, 1, kMaxPages, &o.batch);
   o.batch = 0;
@@ -151,11 +158,21 @@ constexpr std::array kTable{
               [](ScanOptions& o, std::string_view v) { return takeNumber(v, 1, kMaxDpi, &o.dpi); }},
     OptionRow{
         "area", 0, Argument::Required, "AREA", kPage,
+        "auto (the document is found on the bed, in a scan at low resolution before each page), "
         "custom:L,T,R,B (edges on the bed, in millimetres or with a unit: custom:0,0,24in,36in), the name of a "
         "paper (A1, ARCH E), auto-width (full width) or fixed-width:WIDTH, both to the end of the document. "
         "Default: the saved area, else the whole bed of a flatbed, else the full width to the end of the "
         "document.",
         take<&ScanOptions::area>},
+    OptionRow{"deskew", 0, Argument::None, nullptr, kPage,
+              "With --area auto, find the skew of the document, too, and straighten the page while it is scanned.",
+              [](ScanOptions& o, std::string_view) { return choose(o.deskew, true, "--no-deskew"); }},
+    OptionRow{"no-deskew", 0, Argument::None, nullptr, kPage, "Scan the document as it lies.",
+              [](ScanOptions& o, std::string_view) { return choose(o.deskew, false, "--deskew"); }},
+    OptionRow{"if-not-found", 0, Argument::Required, "WHAT", kPage,
+              "If --area auto finds no document: scan-all (the default) scans the full width to the end of the "
+              "document, fail ends the run with exit status 4.",
+              takeNotFound},
     OptionRow{"center", 0, Argument::None, nullptr, kPage, "The document is centred on the bed.",
               [](ScanOptions& o, std::string_view) { return choose(o.center, true, "--no-center"); }},
     OptionRow{"no-center", 0, Argument::None, nullptr, kPage, "The document is at the left edge of the bed.",

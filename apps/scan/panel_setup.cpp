@@ -15,6 +15,8 @@ using quillbay::CKxVariant;
 namespace {
 
 constexpr std::size_t kNearestResolutions = 6;
+/// Width, length, position and skew.
+constexpr int kDetectAll = 30;
 
 /// The numbers of "1,2.5,3", or nothing.
 std::vector<double> numbersOf(const std::string& text) {
@@ -94,6 +96,7 @@ void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
   applyMode();
   applyResolution();
   applyArea();
+  applyDeskew();
   applyBursting();
   if (writesFile) applyOutput(output);
   applyFormatOptions(output);
@@ -147,14 +150,21 @@ void PanelSetup::applyResolution() {
                             range.empty() ? nearestTo(m_scanner.resolutions(mode), *m_options.dpi) : range}));
 }
 
+void PanelSetup::applyDeskew() {
+  if (m_options.deskew) set(quillbay::key::Deskew, *m_options.deskew ? 1 : 0, "--deskew", kUsage);
+}
+
 void PanelSetup::applyArea() {
   const AreaRequest request = parseArea(m_options.area);
-  const bool asSaved = request.kind == AreaRequest::Kind::None && m_saved &&
-                       number(quillbay::key::ScanAreaType) != quillbay::kAreaAuto;
+  const bool asSaved = request.kind == AreaRequest::Kind::None && m_saved;
   if (!asSaved) {
     const AreaChoice area = chooseArea(request, listPapers(m_app), m_scanner.bed(), m_options.portrait,
                                        number(quillbay::key::Portrait) != 0);
     if (area.portrait) set(quillbay::key::Portrait, *area.portrait ? 1 : 0, "--portrait", kUsage);
+    // An area that the user names is not looked for.
+    const bool finds = request.kind == AreaRequest::Kind::Auto;
+    if (!finds || number(quillbay::key::Autodetect) == 0)
+      set(quillbay::key::Autodetect, finds ? kDetectAll : 0, "--area", kUsage);
     if (!area.paper.empty()) set(quillbay::key::PaperName, area.paper, "--area " + area.paper, kUsage);
     set(quillbay::key::ScanAreaType, area.type, "--area", kUsage);
     set(quillbay::key::RcScan, area.rect, "--area", kUsage);

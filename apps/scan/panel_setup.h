@@ -25,6 +25,7 @@ class PanelSetup {
   void applyMode();
   void applyResolution();
   void applyArea();
+  void applyDeskew();
   void applyBursting();
   void applyOutput(const OutputChoice& output);
   void applyFormatOptions(const OutputChoice& output);

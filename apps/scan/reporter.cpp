@@ -4,6 +4,7 @@
 
 #include <QJsonDocument>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <utility>
 
@@ -47,6 +48,16 @@ const char* nameOf(KxColorSpace space) {
 }
 
 double bytesPerPixel(KxColorSpace space) {
+const char* nameOf(quillbay::DetectedBy by) {
+  switch (by) {
+    case quillbay::DetectedBy::Device: return "device";
+    case quillbay::DetectedBy::Prescan: return "prescan";
+    case quillbay::DetectedBy::SecondLook: return "second-look";
+    case quillbay::DetectedBy::User: return "user";
+    default: return "whole-bed";
+  }
+}
+
   switch (space) {
     case KxColorSpace::Bitonal:
     case KxColorSpace::BitonalRle: return 0.125;
@@ -180,6 +191,33 @@ void Reporter::message(const quillbay::HostMessage& message, const std::string& 
 }
 
 void Reporter::started(const quillbay::ScanStartInfo& info) {
+void Reporter::detecting() {
+  if (m_json) json({{"event", "detecting"}});
+  if (!m_progress) return;
+  const std::lock_guard lock(m_mutex);
+  std::fputs(("\r\x1b[K" + translated("Detecting margins....")).c_str(), stderr);
+  std::fflush(stderr);
+  m_progressShown = true;
+}
+
+void Reporter::detected(const quillbay::DetectedArea& area) {
+  if (!m_json) return;  // the panel's note says it to people
+  constexpr double kDegrees = 180 / std::numbers::pi;
+  const auto rounded = [](double value) { return std::round(value * 1000) / 1000; };
+  const quillbay::tagRRECT& box = area.box;
+  json({{"event", "detected"},
+        {"found", area.by != quillbay::DetectedBy::WholeBed},
+        {"by", nameOf(area.by)},
+        {"area", QJsonObject{{"left", rounded(box.left)},
+                             {"top", rounded(box.top)},
+                             {"right", rounded(box.right)},
+                             {"bottom", rounded(box.bottom)}}},
+        {"width", rounded(area.sheet.cx)},
+        {"length", rounded(area.sheet.cy)},
+        {"angle", rounded(area.angle * kDegrees)},
+        {"paper", text(area.paper)}});
+}
+
   {
     const std::lock_guard lock(m_mutex);
     m_info = info;

@@ -33,6 +33,8 @@ class Reporter {
   /// A JSON event, or any other object, as one line of standard output.
   void json(const QJsonObject& object);
 
+  void detecting();
+  void detected(const quillbay::DetectedArea& area);
   void started(const quillbay::ScanStartInfo& info);
   void lines(std::int64_t count);
   void page(const quillbay::PageInfo& page);
