@@ -62,14 +62,15 @@ inline constexpr char UseFileOut[] = "m_fUseFileOut";
 inline constexpr char Layout[] = "m_fMinSize";
 
 // A scan request (`IQuillbayUnit::Scan`); the main page keeps `Mode`, `ImageDpi` and `Rect` under these names too.
-inline constexpr char RequestType[] = "SCAN_TYPE";     ///< `RequestType`
-inline constexpr char Mode[] = "MODE";                 ///< `ScanMode`
-inline constexpr char ImageDpi[] = "ImageDPI";         ///< int
-inline constexpr char Rect[] = "RECT";                 ///< rectangle, mm on the bed
-inline constexpr char BatchMode[] = "batchmode";       ///< int: not 0 while a batch runs
-inline constexpr char PaperLength[] = "m_Edit";        ///< double, mm: without a found end of the document
-inline constexpr char Threshold[] = "SCAN_THRESHOLD";  ///< int, 0 to 255
-inline constexpr char Gamma[] = "SCAN_GAMMA";          ///< bytes: 256 `KXRGBQUAD`
+inline constexpr char RequestType[] = "SCAN_TYPE";        ///< `RequestType`
+inline constexpr char AutodetectMark[] = "__autodetect";  ///< int: 1 in a prescan that finds the document
+inline constexpr char Mode[] = "MODE";                    ///< `ScanMode`
+inline constexpr char ImageDpi[] = "ImageDPI";            ///< int
+inline constexpr char Rect[] = "RECT";                    ///< rectangle, mm on the bed
+inline constexpr char BatchMode[] = "batchmode";          ///< int: not 0 while a batch runs
+inline constexpr char PaperLength[] = "m_Edit";           ///< double, mm: without a found end of the document
+inline constexpr char Threshold[] = "SCAN_THRESHOLD";     ///< int, 0 to 255
+inline constexpr char Gamma[] = "SCAN_GAMMA";             ///< bytes: 256 `KXRGBQUAD`
 
 // Adjustments of colour, all int: percent -100 to 100, but the hue, which is -180 to 180. `CalculateColorCurves`
 // makes "SCAN_GAMMA" of them; saturation is the unit's (`IUnitKeyRanges` tells whether it has it).
@@ -152,14 +153,17 @@ inline constexpr char AddPage[] = "IntAddPage";
 inline constexpr char Process[] = "ProcessScript";
 inline constexpr char Kill[] = "KillCommand";
 
-inline constexpr char Raster[] = "RStor";                ///< object: `IRStor`
-inline constexpr char FileName[] = "FileName";           ///< text
-inline constexpr char Text[] = "Script";                 ///< text: the script itself
-inline constexpr char Title[] = "Title";                 ///< text: what to call it
-inline constexpr char MultiPage[] = "Multipage";         ///< int
-inline constexpr char BatchScan[] = "BatchScan";         ///< int
-inline constexpr char Prescan[] = "Prescan";             ///< int
-inline constexpr char Connect[] = "Connect";             ///< int
+inline constexpr char Raster[] = "RStor";       ///< object: `IRStor`
+inline constexpr char FileName[] = "FileName";  ///< text
+inline constexpr char Text[] = "Script";        ///< text: the script itself
+inline constexpr char Title[] = "Title";        ///< text: what to call it
+/// Set by the script processor when the commands have something to report: text, a line for each note.
+inline constexpr char Notes[] = "Notes";
+inline constexpr char Misses[] = "Misses";        ///< int: of these, commands that did not find what they look for
+inline constexpr char MultiPage[] = "Multipage";  ///< int
+inline constexpr char BatchScan[] = "BatchScan";  ///< int
+inline constexpr char Prescan[] = "Prescan";      ///< int
+inline constexpr char Connect[] = "Connect";      ///< int
 inline constexpr char KeepWindow[] = "_donthidewindow";  ///< int
 }  // namespace script_key
 

@@ -175,7 +175,12 @@ struct UnitOption {
   int count = 1;                         ///< numbers in the value; several are separated by commas
   bool advanced = false;                 ///< the driver marks it as advanced
   bool followsRequest = false;           ///< a scan request sets it (mode, resolution, area): cannot be set here
+  bool canBeAutomatic = false;           ///< takes `kAutomaticValue`: the device then chooses the value itself
+  bool isAutomatic = false;              ///< it was set so; `value` is what the device chose
 };
+
+/// A value of `IUnitOptions::SetOption` for options that can be automatic, unless it is one of their choices.
+inline constexpr char kAutomaticValue[] = "auto";
 
 /// The options of the device, if it has any, for a dialog of device settings. Setting one may change
 /// the values, ranges and activity of others: read them again afterwards. User-interface thread.
@@ -186,7 +191,8 @@ class IUnitOptions : public IKxUnknown {
   /// before every scan. A button is pressed once, whatever the value. Returns 1, or 0 with the reason (which lists
   /// the allowed values) in `*why`.
   virtual int SetOption(std::string_view name, std::string_view value, std::string* why) = 0;
-  /// Writes the options set since the unit was opened, a text under each option's name. Returns 1.
+  /// Writes the options set since the unit was opened, a text under each option's name; nothing where the device's
+  /// own name holds them. Returns 1.
   virtual int SaveOptions(IParam* out) = 0;
   /// Sets the options that `SaveOptions` wrote. Those that the device refuses are skipped, with a line in the log.
   /// Returns 1.

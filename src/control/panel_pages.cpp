@@ -3,7 +3,12 @@
 #include <QStackedWidget>
 
 #include "control/panel_store.h"
+#include "pages/bw_adapt.h"
+#include "pages/bw_thresh.h"
 #include "pages/main_settings.h"
+#include "pages/pal_dlg.h"
+#include "pages/scan_setup.h"
+#include "quillbay/scan_keys.h"
 
 namespace quillbay {
 
@@ -16,12 +21,25 @@ void PanelPages::create(QStackedWidget* place) {
     if (available[index]) place->addWidget(made->GetHwnd());
   };
   take(PageRole::Main, new CMainSettings(m_controller, m_params));
-  const auto custom = query<IUICustomScanPages>(m_controller.Unit());
-  for (int mode = kModeBwThreshold; custom && mode <= kModeBwCopyAdaptive; ++mode) {
-    IUIScanPage* made = nullptr;
-    if (custom->GetPage(mode, &made)) take(static_cast<PageRole>(static_cast<int>(PageRole::Bw0) + mode), made);
+  take(PageRole::Setup, new CScanSetup(m_controller, m_params));
+  for (int mode = kModeBwThreshold; mode <= kModeBwCopyAdaptive; ++mode)
+    take(static_cast<PageRole>(static_cast<int>(PageRole::Bw0) + mode), makeBwPage(mode));
+  if (m_controller.Unit()->HasMode(kModePalette)) {
+    auto* page = new CPalDlg(m_controller, m_params, new_PalCalculator());
+    m_paletteDetector = page->detector();
+    take(PageRole::Palette, page);
   }
   m_lists = makePageLists(available, m_params->values().mode);
+}
+
+/// The unit's own page, where it has one.
+IUIScanPage* PanelPages::makeBwPage(int mode) const {
+  const auto custom = query<IUICustomScanPages>(m_controller.Unit());
+  IUIScanPage* own = nullptr;
+  if (custom && custom->GetPage(mode, &own) && own) return own;
+  const bool isAdaptive = mode == kModeBwAdaptive || mode == kModeBwCopyAdaptive;
+  if (isAdaptive) return new CBWAdapt(m_controller, m_params, mode);
+  return new CBWThresh(m_controller, m_params, mode);
 }
 
 void PanelPages::destroy() {
@@ -51,7 +69,12 @@ void PanelPages::load(const PanelStore& store) const {
 }
 
 void PanelPages::save(const PanelStore& store) const {
-  for (IUIScanPage* p : all()) p->Save(store.page(p->GetNumber()).get());
+  for (IUIScanPage* p : all()) {
+    const auto kept = store.page(p->GetNumber());
+    p->Save(kept.get());
+    // Of one document and for the unit alone: no settings.
+    for (const char* key : {key::Adaptive, key::Palette, key::PaletteCount, key::Lut}) kept->Remove(key);
+  }
 }
 
 void PanelPages::apply(IParam* params) const {

@@ -3,6 +3,7 @@
 #include <memory>
 #include <vector>
 
+#include "analysis/pal_detector.h"
 #include "control/page_lists.h"
 #include "params/shared_scan_params.h"
 #include "platform/panel_controller.h"
@@ -40,8 +41,12 @@ class PanelPages {
   /// user why.
   [[nodiscard]] bool collect(IParam* out) const;
   void enable(bool enable) const;
+  /// The detector of the palette page; null when the unit has no palette mode.
+  [[nodiscard]] const KxPtr<CPalDetector>& paletteDetector() const noexcept { return m_paletteDetector; }
 
  private:
+  [[nodiscard]] IUIScanPage* makeBwPage(int mode) const;
+
   struct Releaser {
     void operator()(IUIScanPage* p) const { p->Release(); }
   };
@@ -50,6 +55,7 @@ class PanelPages {
   KxPtr<CSharedScanParams> m_params;
   std::array<std::unique_ptr<IUIScanPage, Releaser>, kPageRoles> m_pages;
   PageLists m_lists;
+  KxPtr<CPalDetector> m_paletteDetector;
 };
 
 }  // namespace quillbay

@@ -134,7 +134,7 @@ void store(CSharedScanParams& params, const ScanKey<tagRRECT>& key, const CKxVar
   params.set(key, *value.get<tagRRECT>());
 }
 
-/// A value that has a name but is not broadcast: nothing that is shown depends on it.
+/// A value that has a name, and is broadcast only when a host sets it: the setup page shows it.
 struct QuietKey {
   const char* name;
   std::int32_t ScanValues::*member;
@@ -143,6 +143,10 @@ struct QuietKey {
 constexpr QuietKey kQuietKeys[] = {
     {key::AutoAnswerEnable, &ScanValues::autoAnswer, 0, 1},
     {key::AutoAnswerDelay, &ScanValues::autoAnswerDelay, 1, 100},
+    {key::Rewind, &ScanValues::rewind, 0, 2},
+    {key::DetectionThreshold, &ScanValues::autoPaper, 10, 192},
+    {key::StandardPapers, &ScanValues::standardPapers, 0, 1},
+    {key::Deskew, &ScanValues::deskew, 0, 1},
 };
 
 const QuietKey* findQuietKey(std::string_view name) {
@@ -190,6 +194,7 @@ std::string ParamAccess::set(std::string_view key, const CKxVariant& value) cons
     m_params.NotifyParam(key::Extension);
   } else if (const QuietKey* quiet = findQuietKey(key)) {
     m_params.quiet().*quiet->member = value.toInt();
+    m_params.NotifyParam(quiet->name);
   } else {
     std::visit([&](const auto& k) { store(m_params, k, value); }, *findScanKey(key));
   }

@@ -19,13 +19,18 @@ bool ScannerConnection::connect(CSharedScanParams& params, const PanelHost& host
   if (const auto sinks = KxPtr<IConnectionPoint<IScanSink>>::adopt(m_unit->GetScanSinks())) {
     sinks->Subscribe(m_sink.get());
   }
-  v.bedWidth = m_unit->GetMaxWidth();
   v.minWidth = kMinWidthMm;
   v.minHeight = kMinHeightMm;
+  learn(params);
+  return true;
+}
+
+void ScannerConnection::learn(CSharedScanParams& params) const {
+  ScanValues& v = params.quiet();
+  v.bedWidth = m_unit->GetMaxWidth();
   v.centring = m_unit->GetCentring();
   // More than black and white, that is: a scanner may offer grey alone.
   v.scannerHasColor = m_unit->HasMode(kModeGrey) || m_unit->HasMode(kModePalette) || m_unit->HasMode(kModeRgb);
-  return true;
 }
 
 void ScannerConnection::initialiseManager(IApp* app) {

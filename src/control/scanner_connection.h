@@ -15,6 +15,8 @@ class ScannerConnection {
   /// Opens the current scanner; while it is none that the panel can use, the user may choose another one. False
   /// when there is none. `station` gets the scanner's keys.
   [[nodiscard]] bool connect(CSharedScanParams& params, const PanelHost& host, IQuillbaySink* station);
+  /// Takes the unit's bed, centring and colours, which its setup may have changed.
+  void learn(CSharedScanParams& params) const;
   /// Tells the unit nothing more.
   void disconnect();
 

@@ -47,14 +47,7 @@ void CMainSettings::createForm(int) {
     connect(field, &UnitSpin::edited, this, &CMainSettings::forgetNote);
   }
   m_form->areaList->setItemDelegate(new PaperDelegate(m_form->areaList));
-  const double maxLength = controller().Unit()->GetMaxLength();
-  const double longest = maxLength > 0 ? maxLength : 1e6;
-  const ScanValues& v = params().values();
-  m_form->width->setLimits(std::min(v.minWidth, v.bedWidth), v.bedWidth);
-  m_form->offset->setLimits(0, v.bedWidth);
-  m_form->top->setLimits(0, longest);
-  m_form->length->setLimits(0, longest);
-  m_dpiRange = resolutionRange(*controller().Unit());
+  takeLimits();
   m_form->resolutionList->setEditable(m_dpiRange.has_value());
   if (auto* typed = m_form->resolutionList->lineEdit()) {
     typed->setAccessibleName(m_form->resolutionList->accessibleName());
@@ -65,6 +58,17 @@ void CMainSettings::createForm(int) {
   fillLists();
   showAll();
   m_changes.Subscribe(params().connectionPoint());
+}
+
+void CMainSettings::takeLimits() {
+  const double maxLength = controller().Unit()->GetMaxLength();
+  const double longest = maxLength > 0 ? maxLength : 1e6;
+  const ScanValues& v = params().values();
+  m_form->width->setLimits(std::min(v.minWidth, v.bedWidth), v.bedWidth);
+  m_form->offset->setLimits(0, v.bedWidth);
+  m_form->top->setLimits(0, longest);
+  m_form->length->setLimits(0, longest);
+  m_dpiRange = resolutionRange(*controller().Unit());
 }
 
 bool CMainSettings::OnPageCommand(int id, int code, std::int64_t) {
@@ -126,10 +130,6 @@ bool CMainSettings::edited(int id) {
   }
 }
 
-void CMainSettings::applyArea() {
-  const int chosen = selectedData(m_form->areaList);
-  if (chosen < 0) return;
-  const QScopedValueRollback applying(m_applying, true);
 /// An area that the user names is scanned as it is; one that is to be found needs the search.
 void CMainSettings::chooseArea() {
   const int chosen = selectedData(m_form->areaList);
@@ -139,6 +139,10 @@ void CMainSettings::chooseArea() {
   applyArea();
 }
 
+void CMainSettings::applyArea() {
+  const int chosen = selectedData(m_form->areaList);
+  if (chosen < 0) return;
+  const QScopedValueRollback applying(m_applying, true);
   takeTypedArea();
   controller().ForgetPalette();
   const std::size_t paper =

@@ -72,6 +72,7 @@ class CMainSettings final : public CTab {
 
   // Lists
   struct Stored;
+  void takeLimits();
   void fillLists();
   void fillAreas();
   void showMorePapers();
@@ -85,8 +86,8 @@ class CMainSettings final : public CTab {
   void selectPaper(const std::string& name);
 
   // Choices
-  void applyArea();
   void chooseArea();
+  void applyArea();
   void applyResolution();
   void applyMode();
   void resolutionTyped();
@@ -114,6 +115,7 @@ class CMainSettings final : public CTab {
   void reactToKey();
   void reactToAutodetect();
   void reactToScanType();
+  void reactToScanner();
   void takeCentring(std::int32_t wished);
   void loadChoices(const Stored& stored);
   void loadMode(const Stored& stored);

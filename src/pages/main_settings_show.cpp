@@ -139,6 +139,7 @@ int CMainSettings::paramChanged(const char* key) {
   else
     takeTypedArea();
   if (sameKey(key, key::ScannerKeyPressed)) reactToKey();
+  if (sameKey(key, key::ScanModesChanged)) reactToScanner();
   if (sameKey(key, key::Units)) showUnits();
   if (sameKey(key, key::Autodetect)) reactToAutodetect();
   if (sameKey(key, key::Center)) showCentring();
@@ -170,6 +171,17 @@ void CMainSettings::reactToKey() {
   if (key == 0) return;
   PostCommand(this, kScannerKey, key);
   params().quiet().scannerKeyPressed = 0;
+}
+
+/// The scanner was set up: its modes, resolutions and bed may be others.
+void CMainSettings::reactToScanner() {
+  takeLimits();
+  fillLists();
+  showAll();
+  showArea();
+  // Not within this broadcast, which hides from others what follows from another mode.
+  if (!isDirect() && m_form->modeList->findData(params().values().currMode) < 0)
+    PostCommand(this, kModeList, kCodeSelected, m_form->modeList->currentIndex());
 }
 
 void CMainSettings::reactToAutodetect() {

@@ -1,6 +1,7 @@
 #include "widgets/length_spin.h"
 
 #include <array>
+#include <cmath>
 
 #include "quillbay/geometry.h"
 
@@ -32,8 +33,10 @@ LengthReading LengthSpin::read(const std::string& text) const {
 
 double LengthSpin::stepWidth() const {
   ILinearUnit* unit = m_units ? m_units->current() : nullptr;
-  const double step = unit ? unit->GetStep() : 0;
-  return (step > 0 ? step : 1.0) * (m_units && m_units->index() ? kMmPerInch : 1.0);
+  const bool isInch = m_units && m_units->index();
+  double step = unit ? unit->GetStep() : 0;
+  if (m_step > 0) step = isInch ? std::round(m_step * kInchPerMm * 10) / 10 : m_step;
+  return (step > 0 ? step : 1.0) * (isInch ? kMmPerInch : 1.0);
 }
 
 }  // namespace quillbay

@@ -15,6 +15,8 @@ class LengthSpin final : public UnitSpin {
   void setUnits(CScanUnits* units);
   [[nodiscard]] double millimetres() const noexcept { return value(); }
   void setMillimetres(double length) { setValue(length); }
+  /// What a step adds, in millimetres; with inches about as much, in tenths of an inch. 0: the unit's own step.
+  void setStep(double mm) { m_step = mm; }
 
  protected:
   [[nodiscard]] std::string textOf(double mm) const override;
@@ -25,6 +27,7 @@ class LengthSpin final : public UnitSpin {
 
  private:
   CScanUnits* m_units = nullptr;
+  double m_step = 0;
 };
 
 /// The text of a length in the current unit, as fields show it: with the unit's decimals.

@@ -1,10 +1,12 @@
 #pragma once
+#include <map>
 #include <string>
 #include <vector>
 
 #include "params/shared_scan_params.h"
 #include "platform/panel_controller.h"
 #include "quillbay/host.h"
+#include "quillbay/unit_setup.h"
 #include "support/temp_dir.h"
 
 namespace quillbay::test {
@@ -39,16 +41,31 @@ class NotingStore final : public CKxUnknownImpl<ISStripStor, IStoreOutcome> {
   int written = 0;  ///< the page is whole in its part all the same
 };
 
-/// A scanner with the modes and resolutions of a test.
-class NotedUnit final : public CKxUnknownImpl<IQuillbayUnit, IUnitOptions> {
+/// A scanner with the modes, resolutions and key ranges of a test, and with a setup of its own where it has one.
+class NotedUnit final : public CKxUnknownImpl<IQuillbayUnit, IUnitOptions, IUnitKeyRanges> {
  public:
+  int QueryInterface(const std::type_info& type, void** out) override {
+    if (type == typeid(IUnitOptions) && !describesOptions) return 0;
+    if (type != typeid(IQuillbayUnitSetup) || !setup) return CKxUnknownImpl::QueryInterface(type, out);
+    *out = KxPtr(setup).detach();
+    return 1;
+  }
+  int GetKeyRange(std::string_view key, UnitKeyRange* out) override {
+    const auto found = ranges.find(std::string(key));
+    if (found == ranges.end()) return 0;
+    *out = found->second;
+    return 1;
+  }
   int GetResolutions(std::vector<UnitResolution>* out, int mode) override {
     out->clear();
     for (const int dpi : mode < 5 ? bitonalDpi : colourDpi) out->push_back({std::to_string(dpi), dpi});
     return static_cast<int>(out->size());
   }
   int Scan(IScanSink*, IParam*) override { return 1; }
-  int Command(IScanSink*, int) override { return 1; }
+  int Command(IScanSink*, int code) override {
+    commands.push_back(code);
+    return 1;
+  }
   double GetMaxWidth() override { return 900; }
   int HasMode(int mode) override { return mode <= 7 ? 1 : 0; }
   IConnectionPoint<IScanSink>* GetScanSinks() override { return nullptr; }
@@ -66,6 +83,10 @@ class NotedUnit final : public CKxUnknownImpl<IQuillbayUnit, IUnitOptions> {
 
   std::vector<int> bitonalDpi{100, 200, 300}, colourDpi{75, 200, 600};
   std::string dpiRange;
+  std::map<std::string, UnitKeyRange> ranges;
+  KxPtr<IQuillbayUnitSetup> setup;
+  bool describesOptions = true;
+  std::vector<int> commands;
 };
 
 /// The controller as pages and destinations see it: notes every call.
@@ -124,7 +145,13 @@ struct PanelWorld {
     HostOptions options;
     options.configFolder = dir.file("config");
     options.stateFolder = dir.file("state");
+    options.dataFolder = dir.file("data");
     options.interactive = false;
+    options.chooseFile = [this](const std::string& channel, std::string* path) {
+      askedChannel = channel;
+      if (!chosenFile.empty()) *path = chosenFile;
+      return !chosenFile.empty();
+    };
     options.log = HostLog::Quiet;
     options.onMessage = [this](const HostMessage& message) {
       messages.push_back(message);
@@ -144,6 +171,7 @@ struct PanelWorld {
   std::vector<HostMessage> messages;
   std::vector<std::string> notes;
   EventAnswer answer = EventAnswer::No;  ///< to questions
+  std::string askedChannel, chosenFile;  ///< of the file dialog; empty: the user cancels
 };
 
 }  // namespace quillbay::test

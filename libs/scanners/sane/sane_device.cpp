@@ -87,9 +87,10 @@ void SaneDevice::set(std::string_view name, const SaneValue& value) {
   else
     std::copy_n(value.words.begin(), std::min(value.words.size(), room.size()), room.begin());
   SANE_Int info = 0;
-  const bool isButton = o->type == SANE_TYPE_BUTTON;
+  const bool hasValue = o->type != SANE_TYPE_BUTTON && !value.isAutomatic;
   const SANE_Status status =
-      sane_control_option(m_handle, o->index, SANE_ACTION_SET_VALUE, isButton ? nullptr : room.data(), &info);
+      sane_control_option(m_handle, o->index, value.isAutomatic ? SANE_ACTION_SET_AUTO : SANE_ACTION_SET_VALUE,
+                          hasValue ? room.data() : nullptr, &info);
   checkSane(status, m_name, SaneStep::Set, name);
   if (info & SANE_INFO_RELOAD_OPTIONS)
     reload();

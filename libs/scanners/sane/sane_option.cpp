@@ -163,6 +163,7 @@ UnitOption describeOption(const SaneOption& o) {
   d.advanced = (o.cap & SANE_CAP_ADVANCED) != 0;
   d.active = o.isActive();
   d.settable = o.isSettable();
+  d.canBeAutomatic = o.canBeAutomatic() && o.isSettable();
   d.choices = o.strings;
   for (const double word : o.words) d.choices.push_back(numberText(word));
   if (o.type == SANE_TYPE_BOOL) d.choices = {"no", "yes"};
@@ -178,8 +179,18 @@ UnitOption describeOption(const SaneOption& o) {
   return d;
 }
 
+bool isAutomaticValue(const SaneOption& o, std::string_view text) {
+  if (!o.canBeAutomatic() || !sameKey(text, kAutomaticValue)) return false;
+  return std::none_of(o.strings.begin(), o.strings.end(), [&](const std::string& s) { return sameKey(s, text); });
+}
+
 bool parseSaneValue(const SaneOption& o, std::string_view text, SaneValue* out, std::string* why) {
   SaneValue value;
+  if (isAutomaticValue(o, text)) {
+    value.isAutomatic = true;
+    *out = value;
+    return true;
+  }
   switch (o.type) {
     case SANE_TYPE_BOOL:
       value.words.resize(1);

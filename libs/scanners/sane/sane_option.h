@@ -27,6 +27,7 @@ struct SaneOption {
 
   [[nodiscard]] bool isActive() const noexcept { return SANE_OPTION_IS_ACTIVE(cap); }
   [[nodiscard]] bool isSettable() const noexcept { return SANE_OPTION_IS_SETTABLE(cap); }
+  [[nodiscard]] bool canBeAutomatic() const noexcept { return (cap & SANE_CAP_AUTOMATIC) != 0; }
   [[nodiscard]] bool isNumber() const noexcept { return type == SANE_TYPE_INT || type == SANE_TYPE_FIXED; }
   /// The first (or only) number of the value; 0 when there is none.
   [[nodiscard]] double number() const noexcept;
@@ -48,7 +49,11 @@ struct SaneOption {
 struct SaneValue {
   std::vector<SANE_Word> words;
   std::string text;
+  bool isAutomatic = false;  ///< the driver chooses
 };
+/// Whether a user's text leaves the value to the driver: `kAutomaticValue`, where that is no choice of the option's
+/// own.
+[[nodiscard]] bool isAutomaticValue(const SaneOption& option, std::string_view text);
 /// Parses a user's text ("yes", "300", "1,2,3", "Flatbed"; texts of a list without regard to case). Returns false
 /// with the reason, which lists what is allowed, in `*why`.
 [[nodiscard]] bool parseSaneValue(const SaneOption& option, std::string_view text, SaneValue* out,

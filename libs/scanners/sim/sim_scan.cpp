@@ -1,7 +1,5 @@
 #include "scanners/sim/sim_scan.h"
 
-#include <map>
-
 #include "platform/base_services.h"
 #include "quillbay/errors.h"
 #include "quillbay/scan_keys.h"
@@ -81,13 +79,10 @@ class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitE
     std::string reason;
     const bool ok = m_core->setKey(name, value, &reason);
     if (!ok && why) *why = reason;
-    if (ok) m_set.insert_or_assign(std::string(name), std::string(value));
     return ok ? 1 : 0;
   }
-  int SaveOptions(IParam* out) override {
-    for (const auto& [name, value] : m_set) out->SetValue(name, value);
-    return 1;
-  }
+  /// Nothing: what a simulated scanner is like stands in its device string.
+  int SaveOptions(IParam* /*out*/) override { return 1; }
   int LoadOptions(IParam* in) override { return loadUnitOptions(*this, in); }
 
   int GetSources(std::vector<UnitSource>* out) override {
@@ -103,6 +98,10 @@ class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitE
   int HasFeeder() override { return m_core->config().flatbed ? 0 : 1; }
 
   int GetKeyRange(std::string_view key, UnitKeyRange* out) override {
+    if (sameKey(key, key::ScanSpeed)) {  // as fast as possible has no other speeds
+      if (m_core->config().speed > 0) *out = {kUsualSpeed, 25, kUsualSpeed, 25};
+      return m_core->config().speed > 0 ? 1 : 0;
+    }
     const auto known = modeKeyRange(sameKey(key, key::Threshold) ? key::numbered(key::Level, 0) : key);
     if (!known || !HasMode(known->mode)) return 0;
     *out = known->range;
@@ -113,7 +112,6 @@ class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitE
   ~SimUnit() override { m_core->close(); }
 
   const std::shared_ptr<SimCore> m_core;
-  std::map<std::string, std::string> m_set;  // options that were changed
   const KxPtr<TConnectionPointImpl<IScanSink>> m_sinks =
       KxPtr<TConnectionPointImpl<IScanSink>>::adopt(new TConnectionPointImpl<IScanSink>);
 };
