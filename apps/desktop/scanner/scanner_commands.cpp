@@ -5,8 +5,9 @@
 #include <QStatusBar>
 #include <algorithm>
 
+#include "quillbay/control.h"
+#include "quillbay/scan_keys.h"
 #include "recovery/session_guard.h"
-#include "scanner/device_dialog.h"
 #include "scanner/first_choices.h"
 #include "scanner/job_bar.h"
 #include "scanner/output_dialog.h"
@@ -79,8 +80,14 @@ bool ScannerCommands::looksFirst() {
 }
 
 void ScannerCommands::keepForNext() {
-  if (quillbay::IQuillbayControl* control = m_window->panelDock().control())
-    keepCounter(m_window->settings(), *control);
+  quillbay::IQuillbayControl* control = m_window->panelDock().control();
+  if (!control) return;
+  keepCounter(m_window->settings(), *control);
+  // The panel has these settings as well, and the user may have changed them there.
+  quillbay::CKxVariant units;
+  if (control->GetParam(quillbay::key::Units, &units))
+    m_window->settings().setText("Unit", units.toInt() == quillbay::kInches ? "inch" : "mm");
+  if (const auto scanner = currentScanner(m_window->app())) keepOptions(scanner.get());
 }
 
 void ScannerCommands::prepare() {
@@ -189,11 +196,16 @@ void ScannerCommands::chooseDevice() {
 
 void ScannerCommands::keepDevice(quillbay::IScan* scanner) {
   if (SimDevice::isOne(deviceOf(m_manager.get()))) return;
-  const auto kept = m_window->settings().scanner(scanner->GetName(), true);
-  kept->RemoveSubStore(kOptions);
-  const auto set = KxPtr<quillbay::IParam>::adopt(kept->GetSubStore(kOptions, 1));
+  m_window->settings().scanner(scanner->GetName(), true)->RemoveSubStore(kOptions);
+  keepOptions(scanner);
+}
+
+void ScannerCommands::keepOptions(quillbay::IScan* scanner) {
   const auto options = query<quillbay::IUnitOptions>(scanner);
-  if (options && set) options->SaveOptions(set.get());
+  if (!options || SimDevice::isOne(deviceOf(m_manager.get()))) return;
+  const auto kept = m_window->settings().scanner(scanner->GetName(), true);
+  const auto set = KxPtr<quillbay::IParam>::adopt(kept->GetSubStore(kOptions, 1));
+  if (set) options->SaveOptions(set.get());
   m_window->settings().save();
 }
 

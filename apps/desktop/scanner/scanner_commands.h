@@ -42,7 +42,9 @@ class ScannerCommands : public QObject {
   void changeSource(quillbay::IScan* scanner, quillbay::UnitSource source);
   void chooseFiles();
   void chooseDevice();
+  /// What the scanner is set to, in place of what was kept, and beside it.
   void keepDevice(quillbay::IScan* scanner);
+  void keepOptions(quillbay::IScan* scanner);
 
   MainWindow* m_window;
   quillbay::KxPtr<quillbay::IScanManager> m_manager;

@@ -9,6 +9,7 @@
 #include <QMenuBar>
 #include <QPainter>
 #include <QStyle>
+#include <QTabBar>
 #include <QTemporaryDir>
 #include <QTimer>
 #include <cstdio>
@@ -84,7 +85,7 @@ class Shooting {
     if (!scan({420, 297}, all ? quillbay::kModeRgb : quillbay::kModeBwThreshold, 200)) return false;
     m_window.view().fitAll();
     if (!save(m_window, "main") || !save(*panel(), "panel-to-view")) return false;
-    if (!savePreview()) return false;
+    if (!savePreview() || !savePages()) return false;
     if (all && !(saveAtWork() && saveDialogs() && saveHelp())) return false;
     if (!m_window.setMode(quillbay::ScanToFile)) return false;
     control()->SetParam(quillbay::key::Dir, "/srv/maps", nullptr);
@@ -157,6 +158,28 @@ class Shooting {
     m_window.resizeDocks({&m_window.panelDock()}, {width}, Qt::Horizontal);
     return saved;
   }
+  /// The pages of the panel beside the first one.
+  bool savePages() {
+    const auto before = modeOf(*control());
+    control()->SetParam(quillbay::key::CurrMode, quillbay::kModeBwAdaptive, nullptr);
+    const bool saved = saveTab(1, "panel-bw") && saveTab(2, "panel-setup");
+    control()->SetParam(quillbay::key::CurrMode, before, nullptr);
+    return saved;
+  }
+  bool saveTab(int tab, const QString& name) {
+    auto* tabs = panel()->findChild<QTabBar*>();
+    if (!tabs || tab >= tabs->count()) return false;
+    tabs->setCurrentIndex(tab);
+    const bool saved = save(*panel(), name);
+    tabs->setCurrentIndex(0);
+    return saved;
+  }
+  static int modeOf(quillbay::IQuillbayControl& control) {
+    quillbay::CKxVariant mode;
+    control.GetParam(quillbay::key::CurrMode, &mode);
+    return mode.toInt();
+  }
+
   bool saveAtWork() {
     if (!saveScanning()) return false;
     m_window.log().show();

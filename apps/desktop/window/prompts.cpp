@@ -10,8 +10,8 @@
 #include <QStandardPaths>
 
 #include "quillbay/formats.h"
+#include "quillbay/unit_setup.h"
 #include "recovery/recovery_dialog.h"
-#include "scanner/device_dialog.h"
 #include "scanner/output_dialog.h"
 #include "scanner/scanner_dialog.h"
 
@@ -149,8 +149,8 @@ Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& top
     return true;
   };
   prompts.device = [parent](const quillbay::KxPtr<quillbay::IUnitOptions>& unit, const QString& name) {
-    DeviceDialog dialog(unit, name, parent);
-    return dialog.exec() == QDialog::Accepted && dialog.isChanged();
+    const auto setup = quillbay::UnitSetupOf(unit.get(), name.toStdString());
+    return setup && setup->Show(parent) != 0;
   };
   prompts.recover = [parent](const std::vector<Leftover>& items, const QStringList& troubles) {
     RecoveryDialog dialog(items, troubles, parent);
