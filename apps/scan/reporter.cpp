@@ -237,6 +237,7 @@ void Reporter::detected(const quillbay::DetectedArea& area) {
   if (info.expectedLines >= 0) event["expectedLines"] = static_cast<qint64>(info.expectedLines);
   json(event);
 }
+  if (info.paletteColors > 0) event["paletteColors"] = info.paletteColors;
 
 void Reporter::lines(std::int64_t count) {
   if (m_json) json({{"event", "lines"}, {"page", m_info.page}, {"lines", static_cast<qint64>(count)}});

@@ -33,7 +33,8 @@ struct ScanStartInfo {
   std::int64_t expectedLines = -1;   ///< -1 when unknown
   std::uint32_t dpi = 0;
   KxColorSpace colorSpace = KxColorSpace::None;
-  std::string file;  ///< the target; empty without a file
+  std::string file;                ///< the target; empty without a file
+  std::int32_t paletteColors = 0;  ///< of a palette scan: the palette's size
 };
 
 /// A finished page.

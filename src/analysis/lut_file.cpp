@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <cerrno>
 #include <limits>
 #include <string_view>
+#include <utility>
 
 #include "analysis/palette_cube.h"
 #include "platform/base_services.h"
@@ -200,6 +202,18 @@ CKxBlob makeLutFile(std::span<const KXRGBQUAD, kLutEntries> palette, int count) 
   for (std::size_t code = 0; code < kLutClasses; ++code)
     bytes.push_back(static_cast<std::uint8_t>(cube.Nearest(colorOfCode(code))));
   return bytes;
+}
+
+std::vector<KXRGBQUAD> colorsOfLut(const CKxBlob& lut) {
+  std::vector<KXRGBQUAD> colors;
+  if (lut.size() != kLutBytes) return colors;
+  std::bitset<kLutEntries> isClass;
+  for (std::size_t i = kLutPaletteBytes; i < kLutBytes; ++i) isClass.set(lut[i]);
+  for (std::size_t i = 0; i < kLutEntries; ++i) {
+    const std::uint8_t* entry = &lut[4 * i];  // blue, green, red
+    if (isClass.test(i)) colors.push_back({entry[2], entry[1], entry[0], 0});
+  }
+  return colors;
 }
 
 int ReadLutFile(const std::string& path, IParam* params, std::string* why) {

@@ -4,6 +4,7 @@
 #include <optional>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "quillbay/color_space.h"
 #include "quillbay/param.h"
@@ -36,6 +37,9 @@ inline constexpr std::size_t kLutBytes = kLutPaletteBytes + kLutClasses;
 /// The bytes of the file for a palette of 256 entries, of which the first `count` (0 to 256) are classes: each
 /// colour code becomes the entry that `CPalletteCube` of 8 divisions finds for the middle of its range.
 [[nodiscard]] CKxBlob makeLutFile(std::span<const KXRGBQUAD, kLutEntries> palette, int count);
+
+/// The colours of `key::Lut` that a class has, in the order of their entries.
+[[nodiscard]] std::vector<KXRGBQUAD> colorsOfLut(const CKxBlob& lut);
 
 /// Reads a lookup file into `key::Lut`. Returns 1, or 0 with the reason (a sentence) in `*why`, which may be null:
 /// the file cannot be read, is no regular file, or is no lookup file. It reads as far as a lookup file can reach.

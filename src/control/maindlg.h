@@ -4,6 +4,7 @@
 
 #include "control/focus_keeper.h"
 #include "control/panel_form.h"
+#include "control/palette_prescan.h"
 #include "control/panel_guard.h"
 #include "control/panel_parts.h"
 #include "control/panel_preview.h"
@@ -152,6 +153,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   PanelPages m_pages;
   ScanSteps m_steps;
   PanelParts m_parts;
+  std::unique_ptr<PalettePrescan> m_palette;
   PanelSettings m_settings;
   CountdownTimer m_previewTimer;
   RunPerformer m_performer;

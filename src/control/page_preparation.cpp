@@ -4,7 +4,7 @@
 #include <QScreen>
 
 #include "analysis/scan_rectangle.h"
-#include "control/media_check.h"
+#include "control/palette_prescan.h"
 #include "control/media_check.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
@@ -76,6 +76,7 @@ Preparation PagePreparation::page() {
   m_parts.params.viewStore = makeViewStore();
   out.request = collectRequest();
   if (!out.request) return out;
+  plan->paletteColors = paletteColors(out.request.get());
   m_parts.params.set(scan_key::BoundDetectDirty, 1);
   out.page.fragment = v.customScanValid != 0;
   out.page.bursting = v.bursting != 0 && !out.page.fragment;
@@ -86,7 +87,6 @@ Preparation PagePreparation::page() {
   putRectangle(out, *plan);
   if (!findPalette(out)) return out;
   if (!m_parts.run.burst() && !out.page.fragment && !checkMedia(out)) return out;
-  m_parts.steps.colors->Put(out.request.get());
   out.request->SetValue(key::RequestType, kRequestScan);
   takeSettings(*plan);
   plan->draft.expectedLines = out.page.expectedLines;
@@ -128,15 +128,9 @@ bool PagePreparation::detect(IParam* request, int mask, bool* found) {
 
 bool PagePreparation::findPalette(Preparation& out) {
   IPalettePrescan* palette = m_parts.steps.palette;
-  if (!palette->IsNeeded()) return true;
-  if (!m_parts.run.beginSearch(RunState::FindingPalette)) return false;
-  m_parts.stateChanged();
+  if (!palette->IsNeeded(out.request.get())) return true;
   const int dpi = m_parts.values().previewDpi;
-  const bool good = m_parts.host.call([&] { return palette->Run(out.request.get(), dpi); }) != 0;
-  m_parts.run.endSearch();
-  m_parts.stateChanged();
-  if (!good) out.cause = EndCause::Device;
-  return good;
+  return m_parts.host.call([&] { return palette->Run(out.request.get(), dpi, &out.cause, &out.fault); }) != 0;
 }
 
 bool PagePreparation::checkMedia(Preparation& out) {
@@ -156,7 +150,9 @@ void PagePreparation::putRectangle(Preparation& out, ScanPlan& plan) {
   if (!fragment && m_parts.run.record().pages() == 0) noteWidening(rect.width());
   if (fragment && !m_parts.run.batch()) rect = v.rcCustomScan;
   out.request->SetValue(key::Rect, rect);
+/// The colour tables come first: the palette is one of the adjusted colours.
   out.request->SetValue(key::BatchMode, m_parts.run.batch() ? 1 : 0);
+  m_parts.steps.colors->Put(out.request.get());
   out.page.expectedLines = rect.height() > 0 ? roundHalfUp(mmToPixels(rect.height(), v.dpi)) : 0;
   plan.area = rect;
 }
@@ -226,17 +222,18 @@ Preparation PagePreparation::areaPrescan(const tagRRECT& area) {
 
 void PagePreparation::finishPreview(Preparation& out, RunKind kind, const tagRRECT& area, int dpi) {
   m_parts.quiet().lastScanArea = area;
-  m_parts.steps.colors->Put(out.request.get());
-  out.request->SetValue(key::Rect, area);
   out.request->SetValue(key::RequestType, kRequestPrescan);
   auto plan = std::make_shared<ScanPlan>();
   plan->kind = kind;
   plan->area = area;
   plan->previewDpi = dpi;
   takeSettings(*plan);
+  out.request->SetValue(key::Rect, rect);
   out.page.expectedLines = area.height() > 0 ? roundHalfUp(mmToPixels(area.height(), dpi)) : 0;
   out.plan = std::move(plan);
   out.isReady = true;
 }
 
 }  // namespace quillbay
+  out.request->SetValue(key::Rect, area);
+  plan->paletteColors = paletteColors(out.request.get());

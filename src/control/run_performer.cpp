@@ -269,6 +269,7 @@ void RunPerformer::onStarted() {
   if (!hasPlace) m_parts.host.message(EventKind::Information, started.page.refused, EventButtons::Ok);
 }
 
+  if (started.colorSpace == KxColorSpace::Palette) info.paletteColors = started.plan->paletteColors;
 void RunPerformer::onProgress() {
   const std::int64_t lines = m_router->lines();
   if (m_run.isRunning() && m_parts.status) m_parts.status->setLines(lines, m_run.startInfo().expectedLines);

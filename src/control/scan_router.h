@@ -28,6 +28,7 @@ struct ScanPlan {
   std::shared_ptr<IStraightening> straightening;
   tagRRECT area{};     ///< what the scanner was asked for, millimetres
   int previewDpi = 0;  ///< of a preview
+  int paletteColors = 0;
 };
 
 /// What the scanner reported when it started.

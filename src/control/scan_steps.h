@@ -4,6 +4,7 @@
 
 #include "platform/preview_page.h"
 #include "platform/straightening.h"
+#include "quillbay/control.h"
 #include "quillbay/detected_area.h"
 #include "quillbay/geometry.h"
 #include "quillbay/param.h"
@@ -35,10 +36,11 @@ class IAreaDetection {
 class IPalettePrescan {
  public:
   virtual ~IPalettePrescan() = default;
-  /// Whether the current mode scans with a palette that has not been computed.
-  [[nodiscard]] virtual bool IsNeeded() const = 0;
-  /// Scans at `dpi` and puts the palette into the request. Returns 1, or 0 when it failed or was cancelled.
-  virtual int Run(IParam* request, int dpi) = 0;
+  /// Whether the current mode scans with a palette, or a lookup file, that has to be computed first.
+  [[nodiscard]] virtual bool IsNeeded(IParam* request) const = 0;
+  /// Scans the request's area at `dpi` and puts the palette into the request. Returns 1; or 0 when it failed or was
+  /// cancelled, with what the run ends with in `*cause` and `*fault`.
+  virtual int Run(IParam* request, int dpi, EndCause* cause, UnitFault* fault) = 0;
   virtual void Forget() = 0;
 };
 

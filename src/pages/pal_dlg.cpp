@@ -1,7 +1,6 @@
 #include "pages/pal_dlg.h"
 
 #include <QApplication>
-#include <bitset>
 #include <cstring>
 
 #include "pages/palette_swatches.h"
@@ -23,18 +22,6 @@ bool isMethod(std::int32_t method) { return method >= kPaletteLinear && method <
 bool isColorCount(std::int32_t colors) { return colors >= CPalDlg::kLeastColors && colors <= CPalDlg::kMostColors; }
 
 }  // namespace
-
-std::vector<KXRGBQUAD> colorsOfLut(const CKxBlob& lut) {
-  std::vector<KXRGBQUAD> colors;
-  if (lut.size() != kLutBytes) return colors;
-  std::bitset<kLutEntries> isClass;
-  for (std::size_t i = kLutPaletteBytes; i < kLutBytes; ++i) isClass.set(lut[i]);
-  for (std::size_t i = 0; i < kLutEntries; ++i) {
-    const std::uint8_t* entry = &lut[4 * i];  // blue, green, red
-    if (isClass.test(i)) colors.push_back({entry[2], entry[1], entry[0], 0});
-  }
-  return colors;
-}
 
 CPalDlg::CPalDlg(IPanelController& controller, KxPtr<CSharedScanParams> params, KxPtr<IPalCalculator> calculator)
     : CTab(controller, std::move(params), kNumber),

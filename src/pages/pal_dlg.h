@@ -15,7 +15,7 @@ namespace quillbay {
 
 /// The palette page: how a palette scan gets its colours. It owns the detector that computes them, and shows what
 /// the next scan will use as far as it is known.
-class CPalDlg final : public CTab, private IPalettePage {
+class CPalDlg final : public CTab, public IPalettePage {
  public:
   static constexpr int kNumber = 7;
   /// Numbers of controls.
@@ -72,8 +72,5 @@ class CPalDlg final : public CTab, private IPalettePage {
   std::string m_lutProblem;  // why the lookup file cannot be read; empty when it can, or none is read
   std::string m_fieldNote;   // why the number does not show what was typed
 };
-
-/// The colours of `key::Lut` that a class has, in the order of their entries.
-[[nodiscard]] std::vector<KXRGBQUAD> colorsOfLut(const CKxBlob& lut);
 
 }  // namespace quillbay
