@@ -234,10 +234,10 @@ void Reporter::detected(const quillbay::DetectedArea& area) {
                     {"dpi", static_cast<qint64>(info.dpi)},
                     {"color", nameOf(info.colorSpace)},
                     {"file", text(info.file)}};
+  if (info.paletteColors > 0) event["paletteColors"] = info.paletteColors;
   if (info.expectedLines >= 0) event["expectedLines"] = static_cast<qint64>(info.expectedLines);
   json(event);
 }
-  if (info.paletteColors > 0) event["paletteColors"] = info.paletteColors;
 
 void Reporter::lines(std::int64_t count) {
   if (m_json) json({{"event", "lines"}, {"page", m_info.page}, {"lines", static_cast<qint64>(count)}});

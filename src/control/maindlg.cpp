@@ -120,12 +120,12 @@ int CMaindlg::StartUp() {
     makeDestination();
     if (!m_destination) return 0;
     m_pages.create(m_form->pageArea());
-    if (!m_directMode) m_preview->create(*this, this, *m_form);
-    m_steps.preview = m_preview->page();
     if (m_pages.paletteDetector()) {
       m_palette = std::make_unique<PalettePrescan>(m_parts, m_pages.paletteDetector());
       m_steps.palette = m_palette.get();
     }
+    if (!m_directMode) m_preview->create(*this, this, *m_form);
+    m_steps.preview = m_preview->page();
     m_changeSink.Subscribe(m_params->connectionPoint());
     m_layout = m_settings.load();
     m_form->fillTabs(m_pages);

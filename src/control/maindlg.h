@@ -3,8 +3,8 @@
 #include <string>
 
 #include "control/focus_keeper.h"
-#include "control/panel_form.h"
 #include "control/palette_prescan.h"
+#include "control/panel_form.h"
 #include "control/panel_guard.h"
 #include "control/panel_parts.h"
 #include "control/panel_preview.h"
@@ -152,8 +152,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   ScannerConnection m_scanner;
   PanelPages m_pages;
   ScanSteps m_steps;
-  PanelParts m_parts;
   std::unique_ptr<PalettePrescan> m_palette;
+  PanelParts m_parts;
   PanelSettings m_settings;
   CountdownTimer m_previewTimer;
   RunPerformer m_performer;

@@ -4,8 +4,8 @@
 #include <QScreen>
 
 #include "analysis/scan_rectangle.h"
-#include "control/palette_prescan.h"
 #include "control/media_check.h"
+#include "control/palette_prescan.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 #include "stores/simple_stor.h"
@@ -76,7 +76,6 @@ Preparation PagePreparation::page() {
   m_parts.params.viewStore = makeViewStore();
   out.request = collectRequest();
   if (!out.request) return out;
-  plan->paletteColors = paletteColors(out.request.get());
   m_parts.params.set(scan_key::BoundDetectDirty, 1);
   out.page.fragment = v.customScanValid != 0;
   out.page.bursting = v.bursting != 0 && !out.page.fragment;
@@ -89,6 +88,7 @@ Preparation PagePreparation::page() {
   if (!m_parts.run.burst() && !out.page.fragment && !checkMedia(out)) return out;
   out.request->SetValue(key::RequestType, kRequestScan);
   takeSettings(*plan);
+  plan->paletteColors = paletteColors(out.request.get());
   plan->draft.expectedLines = out.page.expectedLines;
   out.plan = std::move(plan);
   out.isReady = true;
@@ -126,7 +126,9 @@ bool PagePreparation::detect(IParam* request, int mask, bool* found) {
   return goOn;
 }
 
+/// The colour tables come first: the palette is one of the adjusted colours.
 bool PagePreparation::findPalette(Preparation& out) {
+  m_parts.steps.colors->Put(out.request.get());
   IPalettePrescan* palette = m_parts.steps.palette;
   if (!palette->IsNeeded(out.request.get())) return true;
   const int dpi = m_parts.values().previewDpi;
@@ -150,9 +152,7 @@ void PagePreparation::putRectangle(Preparation& out, ScanPlan& plan) {
   if (!fragment && m_parts.run.record().pages() == 0) noteWidening(rect.width());
   if (fragment && !m_parts.run.batch()) rect = v.rcCustomScan;
   out.request->SetValue(key::Rect, rect);
-/// The colour tables come first: the palette is one of the adjusted colours.
   out.request->SetValue(key::BatchMode, m_parts.run.batch() ? 1 : 0);
-  m_parts.steps.colors->Put(out.request.get());
   out.page.expectedLines = rect.height() > 0 ? roundHalfUp(mmToPixels(rect.height(), v.dpi)) : 0;
   plan.area = rect;
 }
@@ -200,6 +200,7 @@ Preparation PagePreparation::prescan() {
   if (params.values().boundDetectDirty && !fragment && !detect(out.request.get(), -1, nullptr)) return out;
   const tagRRECT rect = applyLengthRule(params.values().rcScan, params.values().scanType);
   params.set(scan_key::RcScan, rect);
+  out.request->SetValue(key::Rect, rect);
   if (!findPalette(out)) return out;
   const int dpi = params.values().previewDpi;
   out.request->SetValue(key::ImageDpi, dpi);
@@ -215,6 +216,7 @@ Preparation PagePreparation::areaPrescan(const tagRRECT& area) {
   if (!out.request) return out;
   m_parts.params.set(scan_key::RcPreview, area);
   m_parts.params.viewStore = makeEmptyStore();
+  out.request->SetValue(key::Rect, area);
   if (!findPalette(out)) return out;
   finishPreview(out, RunKind::AreaPrescan, area, m_parts.values().dpi);
   return out;
@@ -227,13 +229,11 @@ void PagePreparation::finishPreview(Preparation& out, RunKind kind, const tagRRE
   plan->kind = kind;
   plan->area = area;
   plan->previewDpi = dpi;
+  plan->paletteColors = paletteColors(out.request.get());
   takeSettings(*plan);
-  out.request->SetValue(key::Rect, rect);
   out.page.expectedLines = area.height() > 0 ? roundHalfUp(mmToPixels(area.height(), dpi)) : 0;
   out.plan = std::move(plan);
   out.isReady = true;
 }
 
 }  // namespace quillbay
-  out.request->SetValue(key::Rect, area);
-  plan->paletteColors = paletteColors(out.request.get());

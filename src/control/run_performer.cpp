@@ -265,11 +265,11 @@ void RunPerformer::onStarted() {
   info.dpi = started.dpi;
   info.colorSpace = started.colorSpace;
   info.file = started.page.target.path;
+  if (started.colorSpace == KxColorSpace::Palette) info.paletteColors = started.plan->paletteColors;
   perform(m_run.started(info, !hasPlace));
   if (!hasPlace) m_parts.host.message(EventKind::Information, started.page.refused, EventButtons::Ok);
 }
 
-  if (started.colorSpace == KxColorSpace::Palette) info.paletteColors = started.plan->paletteColors;
 void RunPerformer::onProgress() {
   const std::int64_t lines = m_router->lines();
   if (m_run.isRunning() && m_parts.status) m_parts.status->setLines(lines, m_run.startInfo().expectedLines);
