@@ -202,11 +202,13 @@ void Reporter::detecting() {
 
 void Reporter::detected(const quillbay::DetectedArea& area) {
   if (!m_json) return;  // the panel's note says it to people
+  if (area.by == quillbay::DetectedBy::WholeBed)
+    return json({{"event", "detected"}, {"found", false}, {"by", nameOf(area.by)}});
   constexpr double kDegrees = 180 / std::numbers::pi;
   const auto rounded = [](double value) { return std::round(value * 1000) / 1000; };
   const quillbay::tagRRECT& box = area.box;
   json({{"event", "detected"},
-        {"found", area.by != quillbay::DetectedBy::WholeBed},
+        {"found", true},
         {"by", nameOf(area.by)},
         {"area", QJsonObject{{"left", rounded(box.left)},
                              {"top", rounded(box.top)},

@@ -53,10 +53,10 @@ tagRRECT boxAround(const Sheet& sheet) noexcept {
           sheet.centre.y + halfHeight};
 }
 
-Sheet scannedSheet(const ScanValues& v) noexcept {
+Sheet straightSheet(const ScanValues& v, double angle) noexcept {
   const tagRRECT scanned =
-      computeScanRectangle({v.rcScan, v.addWidthPercent, v.bedWidth, v.minWidth, v.center != 0, false, isFound(v)});
-  return sheetIn(boxOfSheet(scanned, v.rcScan), v.found.angle, v.scanType);
+      computeScanRectangle({v.rcScan, v.addWidthPercent, v.bedWidth, v.minWidth, v.center != 0, false, true});
+  return sheetIn(boxOfSheet(scanned, v.rcScan), angle, v.scanType);
 }
 
 }  // namespace quillbay

@@ -29,7 +29,12 @@ struct Sheet {
 /// The upright box around a sheet.
 [[nodiscard]] tagRRECT boxAround(const Sheet& sheet) noexcept;
 
-/// The sheet that the next page holds when the found area is scanned: the area widened as for the scan.
-[[nodiscard]] Sheet scannedSheet(const ScanValues& values) noexcept;
+/// The sheet that a page of the found area holds when it is straightened by `angle`: in the area widened as for the
+/// scan.
+[[nodiscard]] Sheet straightSheet(const ScanValues& values, double angle) noexcept;
+/// The same by the angle that was found.
+[[nodiscard]] inline Sheet scannedSheet(const ScanValues& values) noexcept {
+  return straightSheet(values, values.found.angle);
+}
 
 }  // namespace quillbay

@@ -1,5 +1,6 @@
 #include "destinations/page_draft.h"
 
+#include "analysis/sheet_outline.h"
 #include "destinations/file_names.h"
 #include "platform/base_services.h"
 
@@ -51,8 +52,10 @@ NamedPage makePageTarget(const PageDraft& draft, const ScannedAs& scanned) {
 
 std::int32_t leastPageLines(const ScanValues& values) noexcept {
   if (values.scanType == kAreaAutoWidth || values.scanType == kAreaFixedWidth) return 0;
+  const bool isStraightened = !values.customScanValid && values.skew != 0;
   const tagRRECT& area = values.customScanValid ? values.rcCustomScan : values.rcScan;
-  const double lines = mmToPixels(area.height(), values.dpi);
+  const double height = isStraightened ? straightSheet(values, values.skew).height : area.height();
+  const double lines = mmToPixels(height, values.dpi);
   return lines > 0 && lines < 2147483647.0 ? static_cast<std::int32_t>(lines) : 0;
 }
 

@@ -36,7 +36,7 @@ struct NamedPage {
 [[nodiscard]] NamedPage makePageTarget(const PageDraft& draft, const ScannedAs& scanned);
 
 /// Lines that a page of these settings is padded to: none when its length follows the document, else the height of
-/// the area.
+/// the area, or of the sheet that straightening makes of it.
 [[nodiscard]] std::int32_t leastPageLines(const ScanValues& values) noexcept;
 
 }  // namespace quillbay

@@ -53,16 +53,17 @@ std::string foundSizeText(CScanUnits& units, const tagRSIZE& size) {
 
 std::string foundAngleText(CScanUnits& units, double angle) {
   const double degrees = std::abs(angle) * 180 / std::numbers::pi;
-  if (degrees < kNoTurn) return Supp_Translate("not turned");
+  if (degrees < kNoTurn) return {};
   // A sheet that is straightened clockwise lies the other way.
   const char* text = angle > 0 ? "turned by %s degrees to the left" : "turned by %s degrees to the right";
   return formatText(Supp_Translate(text), {numberText(units, degrees, "0.0")});
 }
 
 std::string foundNumbers(CScanUnits& units, const DetectedArea& found) {
-  const std::string size = foundSizeText(units, found.sheet), turn = foundAngleText(units, found.angle);
-  if (found.paper.empty()) return formatText(Supp_Translate("%s, %s"), {size, turn});
-  return formatText(Supp_Translate("%s (%s), %s"), {size, found.paper, turn});
+  std::string text = foundSizeText(units, found.sheet);
+  if (!found.paper.empty()) text += " (" + found.paper + ")";
+  const std::string turn = foundAngleText(units, found.angle);
+  return turn.empty() ? text : text + ", " + turn;
 }
 
 std::string foundText(CScanUnits& units, const DetectedArea& found) {

@@ -13,7 +13,7 @@ namespace quillbay {
 /// "841 x 1189 mm", in the user's unit and locale.
 [[nodiscard]] std::string foundSizeText(CScanUnits& units, const tagRSIZE& size);
 /// How a document lies that is straightened by `angle` (radians): "turned by 1.2 degrees", with the side that it
-/// turns to; "not turned" for none.
+/// turns to; empty for none, and where none was looked for.
 [[nodiscard]] std::string foundAngleText(CScanUnits& units, double angle);
 /// "841 x 1189 mm (A0), turned by 1.2 degrees to the left".
 [[nodiscard]] std::string foundNumbers(CScanUnits& units, const DetectedArea& found);

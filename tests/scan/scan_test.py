@@ -33,7 +33,7 @@ class CommandLine(Case):
         (["--resolution", "much"], 1, ["much", "whole number"]),
         (["--batch=0"], 1, ["--batch", "from 1"]),
         (["--to", "moon"], 1, ["moon", "file", "view"]),
-        (["--area", "auto"], 1, ["auto", "auto-width"]),
+        (["--area", "automatic"], 1, ["automatic", "auto-width"]),
         (["--area", "A44"], 1, ["A44", "A4", "--all-options"]),
         (["--area", "custom:0,0,10"], 1, ["four edges"]),
         (["--area", "custom:0,0,ten,10"], 1, ["ten", "length"]),
@@ -50,6 +50,13 @@ class CommandLine(Case):
         (["--overwrite", "--increment"], 1, ["--overwrite", "--increment"]),
         (["--overwrite", "--multipage"], 1, ["--overwrite", "--multipage"]),
         (["--landscape", "--area", "custom:0,0,9,9"], 1, ["--landscape", "--area", "paper"]),
+        (["--portrait", "--area", "auto"], 1, ["--portrait", "--area auto"]),
+        (["--center", "--area", "AUTO"], 1, ["--center", "--area auto"]),
+        (["--bursting", "--area", "auto"], 1, ["--bursting", "--area auto"]),
+        (["--deskew", "--area", "A4"], 1, ["--deskew", "--area auto"]),
+        (["--deskew", "--no-deskew"], 1, ["--deskew", "--no-deskew"]),
+        (["--if-not-found", "cry"], 1, ["cry", "scan-all", "fail"]),
+        (["--if-not-found", "fail", "--area", "A4"], 1, ["--if-not-found", "--area auto"]),
         (["--dry-run", "-A"], 1, ["-A", "--dry-run"]),
         (["-o", "-", "--batch=2"], 1, ["-o -", "--batch"]),
         (["--recover", "x.tif.part", "--dir", "y"], 1, ["--recover", "--dir", "--output"]),
@@ -535,6 +542,81 @@ class Settings(Case):
         self.assertIn("settings.json", done.stderr)
         self.assertEqual((self.config.parent / "settings.json.damaged-1").read_text(), '{"Quillbay2.0": ')
         json.loads(self.config.read_text())
+
+
+class Found(Case):
+    """Documents are found wherever they lie, and come out cropped and straight."""
+
+    AUTO = ["--mode", "grey", "-r", "100", "--area", "auto"]
+
+    def events(self, done, kind):
+        return [e for e in map(json.loads, done.stdout.splitlines()) if e["event"] == kind]
+
+    def test_sheets_at_any_small_angle(self):
+        cases = [  # width, length in mm, degrees clockwise, bed, paper
+            (420, 297, 2, "dark", "A3"), (420, 297, -2, "dark", "A3"), (297, 210, -2, "light", "A4"),
+            (297, 210, 2, "light", "A4"), (594, 420, 1.2, "dark", "A2"), (594, 420, -4, "dark", "A2"),
+        ]
+        for width, length, skew, bed, paper in cases:
+            with self.subTest(width=width, skew=skew, bed=bed):
+                device = f"sim:size={width}x{length},at=200x100,skew={skew},background={bed},seed=3"
+                done = self.expect(0, *self.AUTO, "--deskew", "--json", "-o", "a.tif", "--overwrite", device=device)
+                found, = self.events(done, "detected")
+                self.assertTrue(found["found"])
+                self.assertIn(found["by"], ("prescan", "second-look"))
+                self.assertEqual(found["paper"], paper)
+                self.assertAlmostEqual(found["angle"], -skew, delta=0.05)
+                sine, cosine = numpy.sin(numpy.radians(skew)), numpy.cos(numpy.radians(skew))
+                x = [200 + a * width * cosine - b * length * sine for a in (0, 1) for b in (0, 1)]
+                y = [100 + a * width * sine + b * length * cosine for a in (0, 1) for b in (0, 1)]
+                for edge, truth in (("left", min(x)), ("right", max(x)), ("top", min(y)), ("bottom", max(y))):
+                    self.assertAlmostEqual(found["area"][edge], truth, delta=1.5, msg=edge)
+                rows, columns = self.pages("a.tif")[0]
+                self.assertAlmostEqual(columns * 0.254, width, delta=3)
+                self.assertAlmostEqual(rows * 0.254, length, delta=3)
+                picture, inside = self.image("a.tif"), 14  # of the paper's white margin, in pixels
+                edges = (picture[inside], picture[-inside], picture[:, inside], picture[:, -inside])
+                tones = [float(numpy.mean(edge)) for edge in edges]
+                self.assertGreater(min(tones), 225, "paper runs along all edges")
+
+    def test_batches_and_the_view(self):
+        device = "sim:size=420x297,at=200x100,skew=2,count=2"
+        for target in ("file", "view"):
+            done = self.expect(0, *self.AUTO, "--json", "--to", target, "--batch", "--multipage", "-o",
+                               f"{target}.tif", device=device)
+            self.assertEqual([e["angle"] for e in self.events(done, "detected")], [0, 0], "not asked for")
+            for rows, columns in self.pages(f"{target}.tif"):
+                self.assertAlmostEqual(columns * 0.254, 430, delta=4)
+                self.assertAlmostEqual(rows * 0.254, 311.5, delta=4)
+        done = self.expect(0, *self.AUTO, "--deskew", "-o", "n.tif", device=device)
+        self.assertRegex(done.stderr, r"Found \d+ x \d+ mm \(A3\), turned by 2[.,]0 degrees to the right")
+
+    def test_nothing_to_be_found(self):
+        (self.out / "dark.pgm").write_bytes(b"P5 60 40 255\n" + bytes([28]) * 2400)
+        nothing = "sim:images=dark.pgm,background=dark,image-dpi=10,width=300,count=2"
+        done = self.expect(0, *self.AUTO, "--json", "--batch", "-o", "a.tif", device=nothing)
+        self.assertEqual([e["found"] for e in self.events(done, "detected")], [False, False], "looked for again")
+        self.assertEqual(len(self.files()), 3)
+        done = self.expect(4, *self.AUTO, "--json", "--if-not-found", "fail", "-o", "b.tif", device=nothing)
+        self.assertEqual(self.events(done, "message")[0]["answer"], "no")
+        self.assertEqual((self.events(done, "ended")[0]["cause"], len(self.files())), ("refused", 3))
+
+    def test_an_interrupt_while_it_looks(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            process = self.start(*self.AUTO, "--json", "-o", "a.tif", device="sim:speed=20")
+            self.wait_for(process, "detecting")
+            process.send_signal(number)
+            self.assertEqual(self.wait_for(process, "ended")[-1]["cause"], "stopped")
+            self.assertEqual(process.wait(), 128 + number)
+            self.assertEqual(self.files(), [])
+
+    def test_settings_are_kept_like_others(self):
+        device = "sim:size=420x297,at=200x100,skew=2"
+        self.expect(0, *self.AUTO, "--deskew", "--save-settings", "-o", "a.tif", device=device)
+        done = self.expect(0, "--json", "-o", "b.tif", device=device)
+        self.assertAlmostEqual(self.events(done, "detected")[0]["angle"], -2, delta=0.05)
+        done = self.expect(0, "--json", "--area", "A3", "--landscape", "-o", "c.tif", device=device)
+        self.assertEqual(self.events(done, "detecting"), [], "a paper is not looked for")
 
 
 class Json(Case):
