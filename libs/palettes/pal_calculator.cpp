@@ -1,6 +1,7 @@
 #include "platform/pal_calculator.h"
 
 #include <algorithm>
+#include <cmath>
 #include <optional>
 #include <vector>
 
@@ -29,7 +30,7 @@ std::optional<ColorHistogram::PixelLayout> layoutOf(KxColorSpace colorSpace) noe
 }
 
 KXRGBQUAD rounded(const ColorPoint& point) noexcept {
-  const auto level = [](float v) { return static_cast<std::uint8_t>(v + 0.5F); };
+  const auto level = [](float v) { return static_cast<std::uint8_t>(std::lround(v)); };
   return {level(point.red), level(point.green), level(point.blue), 0};
 }
 

@@ -120,7 +120,7 @@ Palette medianCut(const Picture24& picture, std::size_t count) {
     for (const Pixel& p : box)
       for (std::size_t c = 0; c < 3; ++c) sum[c] += p.channel[c];
     const auto mean = [&](std::size_t c) {
-      return static_cast<std::uint8_t>(sum[c] / static_cast<double>(box.size()) + 0.5);
+      return static_cast<std::uint8_t>(std::lround(sum[c] / static_cast<double>(box.size())));
     };
     palette.push_back({mean(0), mean(1), mean(2), 0});
   }
