@@ -1,0 +1,16 @@
+#include "host/tools/tools_factory.h"
+
+#include "host/tools/bw_point_setup.h"
+#include "host/tools/gamma_edit.h"
+#include "platform/base_services.h"
+
+namespace quillbay {
+
+IPanelTool* CToolsFactory::MakeTool(std::string_view name) {
+  if (sameKey(name, tool_name::GammaEdit)) return new GammaEdit(m_events, true);
+  if (sameKey(name, tool_name::GammaEditQB)) return new GammaEdit(m_events, false);
+  if (sameKey(name, tool_name::BWPointSetup)) return new BWPointSetup(m_events);
+  return nullptr;
+}
+
+}  // namespace quillbay
