@@ -169,6 +169,8 @@ TEST(Reading, ATruncatedFileSaysSoAndWhatCanBeRead) {
       {"head.tif", saved("b.tif"), 0, "it ends within its head"},
       {"cut.png", saved("c.png"), 0.6, "of 900 lines of page 1 the first "},
       {"head.png", saved("d.png"), 0, "no line of page 1 can be read"},
+      {"cut.jpg", saved("f.jpg"), 0.6, "of 900 lines of page 1 the first "},
+      {"head.jpg", saved("g.jpg"), 0, "no line of page 1 can be read"},
       {"cut.ppm", saved("e.ppm"), 0.5, "of 900 lines of page 1 the first 449 can be read"},
       {"head.ppm", "P6\n40", 1, "no line of page 1 can be read"},
       {"plain.pgm", "P2 2 900 255 1 2 3", 1, "of 900 lines of page 1 the first 1 can be read"},

@@ -1,0 +1,99 @@
+#include "channels/jpeg/jpeg_page.h"
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace quillbay {
+namespace {
+
+constexpr std::int32_t kMostWidth = 65500;  // the library's
+constexpr std::size_t kBandPixels = std::size_t{512} << 10;
+constexpr std::uint8_t kEnd[] = {0xff, 0xd9};
+constexpr std::uint8_t kLastRestart[] = {0xff, 0xd0 + kRestartCycle - 1};
+constexpr const char* kDepths[] = {"full", "half", nullptr};
+
+std::string tooMany(const char* what, std::int64_t count) {
+  return "a JPEG holds at most " + std::to_string(kMostJpegLines) + ' ' + what + ", and the page has " +
+         std::to_string(count) + "; scan to a TIFF file, or at a lower resolution";
+}
+
+}  // namespace
+
+const QbOptionInfo kJpegOptions[] = {
+    {"Quality", "Quality: 1 (smallest file) to 100; 90 is the default.", nullptr},
+    {"Colour", "Resolution of the colours: full, or half for smaller files.", kDepths},
+    {nullptr, nullptr, nullptr},
+};
+
+bool JpegPage::isFinishedIn(const EdgeFile& file) {
+  std::uint8_t end[2];
+  if (file.size() < 4) return false;
+  file.read(file.size() - 2, end, sizeof end);
+  return std::equal(std::begin(kEnd), std::end(kEnd), end);
+}
+
+JpegPage::JpegPage(const EdgeFile& file, const QbPage& page, const QbOptions* options) : m_file(file) {
+  if (m_file.size() != 0) throw ModuleError(QB_E_REFUSED, "a JPEG file holds one page; choose another name");
+  const auto colorSpace = static_cast<KxColorSpace>(page.color_space);
+  if (colorSpace != KxColorSpace::Grey && bitsPerPixel(colorSpace) < 24) {
+    throw ModuleError(QB_E_REFUSED, "a JPEG holds grey or full colour; choose one of these modes, or a TIFF file");
+  }
+  if (page.width > kMostWidth) throw ModuleError(QB_E_REFUSED, tooMany("pixels to a line", page.width));
+  if (page.expected_lines > kMostJpegLines) throw ModuleError(QB_E_REFUSED, tooMany("lines", page.expected_lines));
+  m_format = {colorSpace, page.width, page.dpi, optionNumber(options, "Quality", 90, 1, 100),
+              optionChoice(options, kJpegOptions[1]) == 1};
+  m_comment = page.software ? page.software : "";
+  BandPipeline::Setup setup;
+  const std::int32_t cycle = m_format.blockLines() * kRestartCycle;
+  const auto cycles = static_cast<std::int32_t>(kBandPixels / static_cast<std::size_t>(m_format.width)) / cycle;
+  setup.bandLines = cycle * std::max(cycles, 1);
+  setup.makeEncoder = [format = m_format] { return makeJpegEncoder(format); };
+  setup.deliver = [this](const ByteBuffer& band) { takeBand(band); };
+  m_pipeline = std::make_unique<BandPipeline>(std::move(setup));
+}
+
+/// Everything of the first band's head, with a height of 0 and, behind the density, what wrote the file.
+void JpegPage::appendHead(const std::uint8_t* head, const JpegParts& parts) {
+  constexpr std::size_t kDensityEnd = 20;  // the start marker, and a segment of 16 bytes behind its marker
+  std::vector<std::uint8_t> bytes(head, head + parts.coded);
+  std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(parts.height), 2, std::uint8_t{0});
+  std::size_t heightAt = parts.height;
+  if (!m_comment.empty()) {
+    const std::size_t size = std::min<std::size_t>(m_comment.size(), 1000) + 2;
+    std::vector<std::uint8_t> comment = {0xff, 0xfe, static_cast<std::uint8_t>(size >> 8),
+                                         static_cast<std::uint8_t>(size & 255)};
+    comment.insert(comment.end(), m_comment.begin(), m_comment.begin() + static_cast<std::ptrdiff_t>(size - 2));
+    bytes.insert(bytes.begin() + kDensityEnd, comment.begin(), comment.end());
+    heightAt += comment.size();
+  }
+  m_file.append(bytes.data(), bytes.size());
+  m_heightAt = static_cast<std::int64_t>(heightAt);
+}
+
+void JpegPage::takeBand(const ByteBuffer& band) {
+  const JpegParts parts = partsOf(band.data(), band.size());
+  if (m_heightAt == 0) {
+    appendHead(band.data(), parts);
+    m_file.append(band.data() + parts.coded, parts.size);
+    return;
+  }
+  const QbPiece pieces[] = {{kLastRestart, sizeof kLastRestart}, {band.data() + parts.coded, parts.size}};
+  m_file.append(pieces, 2);
+}
+
+void JpegPage::write(const QbBlock& block) {
+  m_lines += block.lines;
+  if (m_lines > kMostJpegLines) throw ModuleError(QB_E_REFUSED, tooMany("lines", m_lines));
+  m_pipeline->push(block);
+}
+
+void JpegPage::finish() {
+  m_pipeline->finish();
+  if (m_heightAt == 0) throw ModuleError(QB_E_REFUSED, "a page without lines cannot be a JPEG");
+  m_file.append(kEnd, sizeof kEnd);
+  const std::uint8_t height[] = {static_cast<std::uint8_t>(m_lines >> 8), static_cast<std::uint8_t>(m_lines & 255)};
+  m_file.patch(m_heightAt, height, sizeof height);
+}
+
+}  // namespace quillbay
