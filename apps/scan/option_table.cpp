@@ -229,10 +229,13 @@ constexpr std::array kTable{
     OptionRow{"bursting", 0, Argument::None, nullptr, kRun,
               "Scan a long document in pieces of the area's height. No line is lost or repeated.",
               raise<&ScanOptions::bursting>},
-    OptionRow{"set", 0, Argument::Required, "KEY=VALUE", kRun,
-              "Set a parameter of the panel or its pages; --all-options lists them. A rectangle is L,T,R,B in "
-              "millimetres. May be repeated.",
-              takeInto<&ScanOptions::settings>},
+    OptionRow{
+        "set", 0, Argument::Required, "KEY=VALUE", kRun,
+        "Set a parameter of the panel or its pages; --all-options lists them. A rectangle is L,T,R,B in "
+        "millimetres. Short names of the mode's adjustments: brightness, contrast, hue, saturation, red, green, "
+        "blue, sharpen, blur; level and background (suppression) of the black-and-white modes; palette (0 "
+        "linear, 1 photos, 2 maps, 3 lookup file), colors and lut of the mode palette. May be repeated.",
+        takeInto<&ScanOptions::settings>},
     OptionRow{"save-settings", 0, Argument::None, nullptr, kRun,
               "Save the settings of this run and its device. Otherwise, saved settings are read and not changed.",
               raise<&ScanOptions::saveSettings>},

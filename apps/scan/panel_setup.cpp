@@ -233,7 +233,9 @@ void PanelSetup::applySettings(bool writesFile) {
   m_control->GetPageParams(page.get());
   const auto chosen = quillbay::new_MemParam();
   if (m_options.toView) chosen->SetValue(quillbay::key::UseFileOut, writesFile ? 1 : 0);
-  for (const auto& pair : m_options.settings) {
+  std::vector<ScanOptions::KeyValue> settings = m_options.settings;
+  for (auto& pair : settings) pair.first = setting_names::keyOf(pair.first, number(quillbay::key::CurrMode));
+  for (const auto& pair : settings) {
     const auto& [key, text] = pair;
     CKxVariant current;
     if (m_control->GetParam(key, &current)) {
@@ -257,7 +259,7 @@ void PanelSetup::applySettings(bool writesFile) {
   m_sink->ApplyParams(chosen.get());
   QCoreApplication::processEvents();  // the panel applies them in an event of this thread
   m_control->GetPageParams(page.get());
-  for (const auto& pair : m_options.settings) {
+  for (const auto& pair : settings) {
     CKxVariant wanted, taken;
     if (chosen->GetValue(pair.first, &wanted) && page->GetValue(pair.first, &taken))
       tellChanged(pair, wanted, taken);

@@ -63,7 +63,39 @@ constexpr std::array kSettings{
     Setting{key::AutoAnswerEnable, "Answer messages automatically", nullptr},
     Setting{key::AutoAnswerDelay, "Half seconds before an automatic answer", nullptr},
     Setting{key::DisablePreview, "No preview", nullptr},
+    Setting{key::ScanSpeed, "Speed in percent", nullptr},
+    Setting{key::Rewind, "After a page: 0 unload forward, 1 to back, 2 leave it", nullptr},
+    Setting{key::DetectionThreshold, "Threshold of the detection, 10 to 192", nullptr},
+    Setting{key::StandardPapers, "A found size becomes a standard paper", nullptr},
+    Setting{key::Deskew, "Straighten pages", nullptr},
+    // With the number of a mode at their end.
+    Setting{key::Level, "Level of black", nullptr},
+    Setting{key::BackgroundSuppression, "Background suppression in percent", nullptr},
+    Setting{key::SoftenSharpen, "Soften below 0, sharpen above", nullptr},
+    Setting{key::Blur, "Blur in pixels", nullptr},
 };
+
+struct ShortName {
+  const char* name;
+  const char* key;
+  bool isModes = false;  // each scan mode has its own
+};
+
+constexpr std::array kShortNames{ShortName{"brightness", key::Brightness},
+                                 ShortName{"contrast", key::Contrast},
+                                 ShortName{"hue", key::Hue},
+                                 ShortName{"saturation", key::Saturation},
+                                 ShortName{"red", key::RedBalance},
+                                 ShortName{"green", key::GreenBalance},
+                                 ShortName{"blue", key::BlueBalance},
+                                 ShortName{"sharpen", key::SoftenSharpen, true},
+                                 ShortName{"blur", key::Blur, true},
+                                 ShortName{"level", key::Level, true},
+                                 ShortName{"background", key::BackgroundSuppression, true},
+                                 ShortName{"palette", key::PaletteMethod},
+                                 ShortName{"colors", key::PaletteColors},
+                                 ShortName{key::PaletteCount, key::PaletteColors},  // what the page makes of it
+                                 ShortName{"lut", key::LutFileName}};
 
 const Setting* find(std::string_view key) {
   const auto found =
@@ -79,12 +111,19 @@ bool isWord(char c) {
 
 std::string titleOf(std::string_view key) {
   const Setting* setting = find(key);
+  if (!setting) setting = find(key.substr(0, key.find_last_not_of("0123456789") + 1));
   return setting ? translated(setting->title) : "";
 }
 
 std::string optionOf(std::string_view key) {
   const Setting* setting = find(key);
   return setting && setting->option ? setting->option : "";
+}
+
+std::string keyOf(std::string_view name, int mode) {
+  for (const ShortName& known : kShortNames)
+    if (names::same(known.name, name)) return known.isModes ? key::numbered(known.key, mode) : known.key;
+  return std::string(name);
 }
 
 std::string withOptions(std::string text) {

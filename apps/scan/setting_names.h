@@ -9,6 +9,8 @@ namespace setting_names {
 [[nodiscard]] std::string titleOf(std::string_view key);
 /// "--resolution"; empty for a key that only --set reaches.
 [[nodiscard]] std::string optionOf(std::string_view key);
+/// The key of a short name ("brightness", "sharpen": the scan mode's own); other names are keys already.
+[[nodiscard]] std::string keyOf(std::string_view name, int mode);
 /// The text with every key that an option sets replaced by that option: what the panel says, for the user who has
 /// typed options.
 [[nodiscard]] std::string withOptions(std::string text);
