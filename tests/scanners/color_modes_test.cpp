@@ -339,6 +339,12 @@ TEST(PictureAdjustments, MakeThePixelsOfAScan) {
         }
     EXPECT_EQ(out[stride - 1], 77) << "what is beside the picture stays";
   }
+  const auto palette = paletteRequest();
+  for (const int count : {8, 27, 8}) {  // what was kept of one palette is not another's
+    palette->SetValue(key::PaletteCount, count);
+    ASSERT_EQ(adjustments->Apply(palette.get(), in.data(), {40, 20}, stride, out.data()), "");
+    EXPECT_EQ(std::count(out.begin(), out.end(), 128) > 0, count == 27) << count;
+  }
   const auto wrong = new_MemParam();
   wrong->SetValue(key::Mode, kModeRgb);
   wrong->SetValue(key::Saturation, 101);
