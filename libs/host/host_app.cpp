@@ -87,6 +87,7 @@ CHostApp::CHostApp(const HostOptions& options)
       new CHostProfile(m_options.configFolder, m_options.stateFolder, m_options.keepSettings, tell));
   m_io = KxPtr<CIOParams>::adopt(new CIOParams(sectionOf(m_profile.get(), "Formats").get(), GetProductName()));
   m_styles = new_HostStyles();
+  m_tools = KxPtr<CToolsFactory>::adopt(new CToolsFactory(m_events.as<IEvents>()));
   m_papers = new_StdPapers(sectionOf(m_profile.get(), "Papers").get());
   m_script = KxPtr<CHostScriptSink>::adopt(
       new CHostScriptSink({m_events, KxPtr<IApp>::share(m_forwarder.get()), KxPtr<IIOParams>::share(m_io.get()),
@@ -111,8 +112,9 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
   if (wanted == typeid(IParam)) return answerWith<IParam>(wanted, m_profile->state(), out) ? 1 : 0;
   if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
       answerWith<IIOParams>(wanted, m_io, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
-      answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out) ||
-      answerWith<IScriptServices>(wanted, m_services, out) || answerWith<IStdDirectories>(wanted, m_files, out) ||
+      answerWith<IToolsFactory>(wanted, m_tools, out) || answerWith<IStdPapersParam>(wanted, m_papers, out) ||
+      answerWith<IScriptCmdSink>(wanted, m_script, out) || answerWith<IScriptServices>(wanted, m_services, out) ||
+      answerWith<IStdDirectories>(wanted, m_files, out) ||
       answerWith<IInterfaceRegistry>(wanted, m_registry, out) || answerWith<IHelp>(wanted, m_help, out)) {
     return 1;
   }

@@ -9,6 +9,7 @@
 #include "host/interface_registry.h"
 #include "host/io_params.h"
 #include "host/script_sink.h"
+#include "host/tools/tools_factory.h"
 #include "quillbay/host.h"
 #include "quillbay/scanner.h"
 
@@ -90,6 +91,7 @@ class CHostApp final
   KxPtr<CHostProfile> m_profile;
   KxPtr<CIOParams> m_io;
   KxPtr<IStyleManager> m_styles;
+  KxPtr<CToolsFactory> m_tools;
   KxPtr<IStdPapersParam> m_papers;
   const KxPtr<CScriptServices> m_services = KxPtr<CScriptServices>::adopt(new CScriptServices);
   const KxPtr<IParam> m_syntax = new_ScriptSyntax();

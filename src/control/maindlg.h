@@ -109,6 +109,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   std::vector<IUIScanPage*> PagesOf(int mode) override { return m_pages.windowsOf(mode); }
   std::vector<IUIScanPage*> AllPages() override { return m_pages.all(); }
   int LoadPage(IUIScanPage* page, IParam* params) override;
+  KxPtr<IParam> PreviewSettings() override { return m_parts.previewSettings; }
 
   void makeForm();
   void chooseTab(int index);

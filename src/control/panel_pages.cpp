@@ -7,6 +7,7 @@
 #include "pages/bw_thresh.h"
 #include "pages/main_settings.h"
 #include "pages/pal_dlg.h"
+#include "pages/rgb_main.h"
 #include "pages/scan_setup.h"
 #include "quillbay/scan_keys.h"
 
@@ -29,6 +30,8 @@ void PanelPages::create(QStackedWidget* place) {
     m_paletteDetector = page->detector();
     take(PageRole::Palette, page);
   }
+  if (m_controller.Unit()->HasMode(kModeGrey) || m_controller.Unit()->HasMode(kModeRgb))
+    take(PageRole::Rgb, new CRGBMain(m_controller, m_params));
   m_lists = makePageLists(available, m_params->values().mode);
 }
 

@@ -18,6 +18,12 @@ void PrescanFeed::begin() {
   m_kept = Kept{m_parts.params.previewStore, v.rcScan, v.rcPreview, place, v.rectValid};
 }
 
+/// The unit may keep the request itself.
+void PrescanFeed::prepared(IParam* request) {
+  m_settings = new_MemParam();
+  Param_CopyTo(request, m_settings.get());
+}
+
 void PrescanFeed::lengthen(double by) const {
   const ScanValues& v = m_parts.values();
   if (v.scanType != kAreaAutoWidth && v.scanType != kAreaFixedWidth) return;
@@ -56,6 +62,7 @@ void PrescanFeed::take(IScanBuffer& stripe, int dpi) {
 }
 
 void PrescanFeed::complete() {
+  m_parts.previewSettings = m_settings;
   m_parts.params.previewStore->Finish(nullptr, 0, 0);
   place(m_parts.values().rcScan);
   if (m_parts.steps.preview) {

@@ -13,6 +13,8 @@ class PrescanFeed {
 
   /// A prescan is being prepared: keeps what the last one left.
   void begin();
+  /// The request that the prescan is made with.
+  void prepared(IParam* request);
   /// Lengthens the area where the document sets its length, shows the stripe, and keeps the frame at its end. `dpi`
   /// is the prescan's.
   void take(IScanBuffer& stripe, int dpi);
@@ -33,6 +35,7 @@ class PrescanFeed {
 
   PanelParts& m_parts;
   std::optional<Kept> m_kept;
+  KxPtr<IParam> m_settings;  // of the prescan that runs
 };
 
 }  // namespace quillbay

@@ -159,6 +159,7 @@ void RunPerformer::prepare() {
     case RunKind::Prescan:
       m_prescan.begin();
       made = preparation().prescan();
+      if (made.isReady) m_prescan.prepared(made.request.get());
       break;
     case RunKind::AreaPrescan:
       if (const auto area = m_view.visibleArea()) made = preparation().areaPrescan(*area);

@@ -58,6 +58,8 @@ class IPanelController {
   virtual int LoadPage(IUIScanPage* page, IParam* params) = 0;
   /// The named values of pages; null where the panel keeps none.
   virtual IPresetManager* Presets() { return nullptr; }
+  /// The request that the preview's picture was scanned with; null before a preview.
+  virtual KxPtr<IParam> PreviewSettings() { return {}; }
 };
 
 }  // namespace quillbay
