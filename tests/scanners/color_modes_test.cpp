@@ -15,7 +15,8 @@
 #include "scanners/lines/line_pipeline.h"
 #include "scanners/scan_request.h"
 
-namespace quillbay {
+// Its own, since it has plain loops like those of the black-and-white modes.
+namespace quillbay::color_modes {
 namespace {
 
 using testing::RecordingSink;
@@ -353,4 +354,4 @@ TEST(PictureAdjustments, MakeThePixelsOfAScan) {
 }
 
 }  // namespace
-}  // namespace quillbay
+}  // namespace quillbay::color_modes
