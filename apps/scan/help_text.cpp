@@ -60,8 +60,8 @@ constexpr std::array kSections{
     Section{
         "JSON EVENTS",
         "With \\-\\-json, each line of standard output is an object with the field \"event\":\n"
-        ".TP\n.B started\npage, width (pixels), dpi, color (bitonal, grey, palette, colour), file, and "
-        "expectedLines if it is known.\n"
+        ".TP\n.B started\npage, width (pixels), dpi, color (bitonal, grey, palette, colour), file, "
+        "paletteColors (of a palette scan: the size of the palette), and expectedLines if it is known.\n"
         ".TP\n.B detecting\nthe document is looked for.\n"
         ".TP\n.B detected\nfound (false if the whole bed is scanned instead) and by (prescan; second\\-look: after "
         "a closer "

@@ -64,7 +64,7 @@ int CHostEvents::Message(int kind, const char* text, int /*flags*/, int buttons)
   HostMessage message = makeMessage(kind, text, buttons, m_answers);
   const Pending subject = std::exchange(m_pending, {});
   if (!subject.cause.empty() && message.text.find(subject.cause) == std::string::npos) {
-    message.text += ": " + subject.cause;
+    message.text += (message.text.ends_with('.') ? " " : ": ") + subject.cause;
   }
   message.path = subject.path;
   message.cause = subject.cause;

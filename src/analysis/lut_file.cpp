@@ -141,9 +141,7 @@ void replaceFile(const std::string& path, const CKxBlob& bytes) {
   const std::string part = path + "." + toText(std::int64_t{::getpid()}) + ".part";  // of this process alone
   if (const int error = writeWhole(part, bytes)) {
     ::unlink(part.c_str());
-    throw CXFileException(
-        formatText(Supp_Translate("The lookup file \"%s\" cannot be written: %s"), {path, fio::errorText(error)}),
-        path, error);
+    throw CXFileException(fio::errorText(error), path, error);
   }
   try {
     fio::publish(part, path, true);
@@ -240,7 +238,8 @@ int WriteAutoLut(ILutPage& page, int count, const KXRGBQUAD* palette, std::strin
     fio::createFolder(folder);
     replaceFile(path, makeLutFile(std::span<const KXRGBQUAD, kLutEntries>(palette, kLutEntries), count));
   } catch (const CXException& e) {
-    return explained(why, e.what());
+    return explained(why,
+                     formatText(Supp_Translate("The lookup file \"%s\" cannot be written: %s"), {path, e.what()}));
   }
   if (file) *file = path;
   page.ClassifyBy(path);

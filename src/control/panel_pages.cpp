@@ -75,9 +75,12 @@ void PanelPages::save(const PanelStore& store) const {
   for (IUIScanPage* p : all()) {
     const auto kept = store.page(p->GetNumber());
     p->Save(kept.get());
-    // Of one document and for the unit alone: no settings.
-    for (const char* key : {key::Adaptive, key::Palette, key::PaletteCount, key::Lut}) kept->Remove(key);
+    removeComputed(kept.get());
   }
+}
+
+void PanelPages::removeComputed(IParam* values) {
+  for (const char* key : {key::Adaptive, key::Palette, key::PaletteCount, key::Lut}) values->Remove(key);
 }
 
 void PanelPages::apply(IParam* params) const {

@@ -40,6 +40,8 @@ class PanelPages {
   /// Lets the current mode's pages save into `out`. False when one finds its values not acceptable; it has told the
   /// user why.
   [[nodiscard]] bool collect(IParam* out) const;
+  /// Removes from a page's values what belongs to one document and to the unit alone.
+  static void removeComputed(IParam* values);
   void enable(bool enable) const;
   /// The detector of the palette page; null when the unit has no palette mode.
   [[nodiscard]] const KxPtr<CPalDetector>& paletteDetector() const noexcept { return m_paletteDetector; }

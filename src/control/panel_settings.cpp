@@ -50,6 +50,7 @@ int PanelSettings::getParam(std::string_view key, CKxVariant* out) const {
 void PanelSettings::getPageParams(IParam* out) const {
   const OwnArea own(m_parts.params, m_parts.run);
   for (const PageRole role : m_parts.pages.current()) m_parts.pages.page(role)->Save(out);
+  PanelPages::removeComputed(out);
   m_parts.destination->SaveParams(out);
 }
 

@@ -129,6 +129,7 @@ void CPalDlg::loadLut() {
 void CPalDlg::createLut() {
   if (!controller().IsCommandEnabled(kAreaPrescanCommand)) return;
   m_detector->RequestLut();
+  showPalette();
   controller().PostPanelCommand(kAreaPrescanCommand);
 }
 
@@ -180,6 +181,7 @@ std::vector<KXRGBQUAD> CPalDlg::knownColors() {
 
 std::string CPalDlg::noteOf(std::size_t shownColors) const {
   if (!m_fieldNote.empty()) return m_fieldNote;
+  if (m_detector->isLutRequested()) return Supp_Translate("The next preview or scan creates the lookup file.");
   const std::string count = std::to_string(shownColors);
   switch (m_method) {
     case kPaletteLinear: return Supp_Translate("The same evenly spread colours for every document.");

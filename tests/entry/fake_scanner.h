@@ -2,6 +2,7 @@
 #include <QTimer>
 #include <chrono>
 #include <functional>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -14,7 +15,7 @@
 namespace quillbay {
 
 /// A scanner as a test wants it. It delivers its page, grey, in two stripes.
-class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, IUnitMedia> {
+class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitEx, IUnitFault, IUnitMedia> {
  public:
   std::string GetName() override { return "fake"; }
   int GetResolutions(std::vector<UnitResolution>* out, int) override {
@@ -26,18 +27,25 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
     if (onCall) onCall("Scan");
     m_sink = KxPtr<IScanSink>::share(sink);
     modes.push_back(paramInt(request, key::Mode, -1));
+    types.push_back(paramInt(request, key::RequestType, -1));
     m_dpi = static_cast<std::uint32_t>(paramInt(request, key::ImageDpi, 100));
+    m_armed = new_MemParam();
+    Param_CopyTo(request, m_armed.get());
     return 1;
   }
   int Command(IScanSink*, int code) override {
     commands.push_back(code);
     if (onCall) onCall("Command " + std::to_string(code));
     if (code == static_cast<int>(UnitCommand::IsLoaded)) return 1;
-    if (code == static_cast<int>(UnitCommand::Run)) deliver();
+    if (code != static_cast<int>(UnitCommand::Run)) return 1;
+    ran.push_back(m_armed);
+    deliver();
     return 1;
   }
   double GetMaxWidth() override { return 300; }
-  int HasMode(int mode) override { return mode == kModeGrey || (mode == kModeDirect && direct) ? 1 : 0; }
+  int HasMode(int mode) override {
+    return mode == kModeGrey || (mode == kModeDirect && direct) || (mode == kModePalette && palette) ? 1 : 0;
+  }
   IConnectionPoint<IScanSink>* GetScanSinks() override { return nullptr; }
   double GetMaxLength() override { return 0; }
   int GetCentring() override { return 0; }
@@ -49,12 +57,19 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   UnitSource GetSource() override { return feeder ? UnitSource::Feeder : UnitSource::Flatbed; }
   int SetSource(UnitSource, std::string*) override { return 0; }
   int HasFeeder() override { return feeder ? 1 : 0; }
+  int SetStationSink(IQuillbaySink*) override { return 1; }
+  int DetectsMedia() override { return media ? 1 : 0; }
+  int GetMedia(MeasuredMedia* out) override { return *out = *media, 1; }
+  int GetMediaRect(tagRRECT* out) override { return *out = {0, 0, 0, pulledIn}, pulledIn > 0 ? 1 : 0; }
 
-  bool direct = false, feeder = true;
+  bool direct = false, feeder = true, palette = false;
   std::function<void(const std::string& call)> onCall;
-  std::vector<int> commands, modes;
-  UnitFault fault;                    ///< what its pages end with
-  std::chrono::milliseconds pause{};  ///< between the halves of a page; 0: within the call that runs it
+  std::vector<int> commands, modes, types;
+  std::vector<KxPtr<IParam>> ran;      ///< the requests that were run
+  std::optional<MeasuredMedia> media;  ///< what it measures by itself
+  double pulledIn = 0;                 ///< millimetres, before a scan of found media begins
+  UnitFault fault;                     ///< what its pages end with
+  std::chrono::milliseconds pause{};   ///< between the halves of a page; 0: within the call that runs it
 
  private:
   void deliver() {
@@ -78,6 +93,7 @@ class FakeUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IUnitFault, I
   }
 
   KxPtr<IScanSink> m_sink;
+  KxPtr<IParam> m_armed;
   std::uint32_t m_dpi = 100;
 };
 
