@@ -5,7 +5,7 @@
 namespace quillbay {
 
 namespace {
-constexpr int kMargin = 4;
+constexpr int kRowMargin = 4;
 constexpr int kGap = 16;
 
 QString detailOf(const QModelIndex& index) { return index.data(PaperDelegate::kDetailRole).toString(); }
@@ -20,7 +20,7 @@ void PaperDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
   painter->save();
   painter->setPen(option.palette.color(enabled ? QPalette::Active : QPalette::Disabled,
                                        selected ? QPalette::HighlightedText : QPalette::Text));
-  painter->drawText(option.rect.adjusted(kMargin, 0, -kMargin, 0), Qt::AlignRight | Qt::AlignVCenter, detail);
+  painter->drawText(option.rect.adjusted(kRowMargin, 0, -kRowMargin, 0), Qt::AlignRight | Qt::AlignVCenter, detail);
   painter->restore();
 }
 

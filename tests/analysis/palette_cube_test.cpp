@@ -10,14 +10,14 @@
 namespace quillbay {
 namespace {
 
-using Palette = std::vector<KXRGBQUAD>;
+using Colors = std::vector<KXRGBQUAD>;
 
 TEST(PaletteCube, FindsTheEntryForAColour) {
-  const Palette greys = {{0, 0, 0, 0}, {20, 20, 20, 0}, {40, 40, 40, 0}, {255, 255, 255, 0}};
+  const Colors greys = {{0, 0, 0, 0}, {20, 20, 20, 0}, {40, 40, 40, 0}, {255, 255, 255, 0}};
   struct Case {
     const char* why;
     int divisions;
-    Palette palette;
+    Colors palette;
     KXRGBQUAD color;
     std::uint32_t want;
   };
@@ -57,7 +57,7 @@ TEST(PaletteCube, FindsTheEntryForAColour) {
 
 TEST(PaletteCube, IsExactWhereThePaletteIsDense) {
   // A 6-level grid has an entry within half a cell of every colour, so the candidates hold the nearest one.
-  Palette grid;
+  Colors grid;
   for (int b = 0; b < 6; ++b)
     for (int g = 0; g < 6; ++g)
       for (int r = 0; r < 6; ++r)
@@ -79,7 +79,7 @@ TEST(PaletteCube, IsExactWhereThePaletteIsDense) {
 TEST(PaletteCube, FindsTheWhiteThatBlankLinesHave) {
   std::mt19937 random(5);
   for (int i = 0; i < 400; ++i) {
-    Palette palette;
+    Colors palette;
     const int least = i % 4 * 64;  // none, few or many entries near white
     for (int k = 0; k < 256; ++k) {
       const auto level = [&] {
@@ -92,7 +92,7 @@ TEST(PaletteCube, FindsTheWhiteThatBlankLinesHave) {
     EXPECT_EQ(distance(nearestWhite(palette)), distance(CPalletteCube(8, palette).Nearest({255, 255, 255, 0})))
         << i;
   }
-  const Palette sparse{{0, 0, 0, 0}, {207, 255, 255, 0}, {210, 210, 210, 0}};
+  const Colors sparse{{0, 0, 0, 0}, {207, 255, 255, 0}, {210, 210, 210, 0}};
   EXPECT_EQ(nearestWhite(sparse), 2U) << "an entry in the cell of white goes before a nearer one beside it";
   EXPECT_EQ(CPalletteCube(8, sparse).Nearest({255, 255, 255, 0}), 2U);
 }
@@ -100,7 +100,7 @@ TEST(PaletteCube, FindsTheWhiteThatBlankLinesHave) {
 TEST(PaletteCube, TakesItsLimits) {
   EXPECT_THROW(CPalletteCube(257, {}), CXException);
   EXPECT_THROW(CPalletteCube(0, {}), CXException);
-  Palette many(600, KXRGBQUAD{0, 0, 0, 0});
+  Colors many(600, KXRGBQUAD{0, 0, 0, 0});
   many[511] = {255, 255, 255, 0};
   many[512] = {200, 0, 0, 0};
   EXPECT_EQ(CPalletteCube(8, many).Nearest({255, 255, 255, 0}), 511u);

@@ -30,7 +30,7 @@ Bytes randomBytes(std::size_t count, unsigned seed) {
 }
 
 // Samples of 1 or 3 channels, in whole numbers.
-struct Page {
+struct ColorPage {
   int width, height, channels;
   std::vector<int> samples;
   [[nodiscard]] int at(int x, int y, int c) const {
@@ -39,8 +39,8 @@ struct Page {
     return samples[static_cast<std::size_t>((y * width + x) * channels + c)];
   }
   template <class Function>
-  [[nodiscard]] Page made(int outChannels, Function&& f) const {
-    Page out{width, height, outChannels, {}};
+  [[nodiscard]] ColorPage made(int outChannels, Function&& f) const {
+    ColorPage out{width, height, outChannels, {}};
     for (int y = 0; y < height; ++y)
       for (int x = 0; x < width; ++x)
         for (int c = 0; c < outChannels; ++c) out.samples.push_back(f(x, y, c));
@@ -50,14 +50,14 @@ struct Page {
 
 int held(double level) { return static_cast<int>(std::clamp(std::floor(level), 0.0, 255.0)); }
 
-int greyAt(const Page& p, int x, int y) {
+int greyAt(const ColorPage& p, int x, int y) {
   return p.channels == 1 ? p.at(x, y, 0)
                          : (77 * p.at(x, y, 0) + 150 * p.at(x, y, 1) + 29 * p.at(x, y, 2) + 128) / 256;
 }
 
 // The modes as plain loops over a whole page, one stage after another.
-Page plain(Page p, int mode, const KXRGBQUAD* curves, const ColorSettings& s) {
-  const Page device = p;
+ColorPage plain(ColorPage p, int mode, const KXRGBQUAD* curves, const ColorSettings& s) {
+  const ColorPage device = p;
   p = p.made(3, [&](int x, int y, int c) {
     const int level = device.at(x, y, std::min(c, device.channels - 1));
     if (!curves) return level;
@@ -88,14 +88,15 @@ Page plain(Page p, int mode, const KXRGBQUAD* curves, const ColorSettings& s) {
   });
 }
 
-Page noisyPage(int width, int height, int channels) {
-  Page page{width, height, channels, {}};
+ColorPage noisyPage(int width, int height, int channels) {
+  ColorPage page{width, height, channels, {}};
   for (const auto b : randomBytes(static_cast<std::size_t>(width * height * channels), 11))
     page.samples.push_back(b % 7 == 0 ? b : 120 + b % 40);
   return page;
 }
 
-LinePipeline::Setup setupOf(const Page& page, int mode, const KXRGBQUAD* curves, const ColorSettings& settings) {
+LinePipeline::Setup setupOf(const ColorPage& page, int mode, const KXRGBQUAD* curves,
+                            const ColorSettings& settings) {
   LinePipeline::Setup setup;
   setup.mode = mode;
   setup.samples = page.channels == 1 ? DeviceSamples::Grey8 : DeviceSamples::Rgb8;
@@ -106,7 +107,7 @@ LinePipeline::Setup setupOf(const Page& page, int mode, const KXRGBQUAD* curves,
   return setup;
 }
 
-Bytes scanned(const Page& page, const LinePipeline::Setup& setup) {
+Bytes scanned(const ColorPage& page, const LinePipeline::Setup& setup) {
   RecordingSink sink;
   sink.started = 1;
   sink.colorSpace = setup.mode == kModeRgb ? KxColorSpace::Rgb : KxColorSpace::Grey;
@@ -173,8 +174,8 @@ TEST(ColorModes, MakeWhatThePlainLoopsMake) {
           for (const ColorSettings& s : all) {
             SCOPED_TRACE(::testing::Message() << width << " x " << height << " x " << channels << ", mode " << mode
                                               << ", setting " << &s - all << (table ? ", curves" : ""));
-            const Page page = noisyPage(width, height, channels);
-            const Page want = plain(page, mode, table, s);
+            const ColorPage page = noisyPage(width, height, channels);
+            const ColorPage want = plain(page, mode, table, s);
             ASSERT_EQ(scanned(page, setupOf(page, mode, table, s)),
                       Bytes(want.samples.begin(), want.samples.end()));
           }
@@ -182,7 +183,7 @@ TEST(ColorModes, MakeWhatThePlainLoopsMake) {
 
 TEST(ColorModes, StripesMakeNoDifference) {
   const auto curves = bentCurves();
-  const Page page = noisyPage(45, 37, 3);
+  const ColorPage page = noisyPage(45, 37, 3);
   for (const int mode : {kModeGrey, kModePalette, kModeRgb}) {
     LinePipeline::Setup setup = setupOf(page, mode, curves.data(), {30, 4, 2});
     const Bytes want = scanned(page, setup);
@@ -314,7 +315,7 @@ TEST(Palettes, StripesBearTheirPalette) {
 
 TEST(PictureAdjustments, MakeThePixelsOfAScan) {
   const auto curves = bentCurves();
-  const Page page = noisyPage(40, 20, 3);
+  const ColorPage page = noisyPage(40, 20, 3);
   const std::size_t stride = 123;
   Bytes in(stride * 20, 77), out = in;
   for (int y = 0; y < 20; ++y)
@@ -329,7 +330,7 @@ TEST(PictureAdjustments, MakeThePixelsOfAScan) {
     request->SetValue(key::numbered(key::SoftenSharpen, mode), 2);
     request->SetValue(key::PaletteCount, 8);
     ASSERT_EQ(adjustments->Apply(request.get(), in.data(), {40, 20}, stride, out.data()), "");
-    Page want = plain(page, mode <= kModeGrey ? kModeGrey : mode, curves.data(), {40, 2, 0});
+    ColorPage want = plain(page, mode <= kModeGrey ? kModeGrey : mode, curves.data(), {40, 2, 0});
     for (int y = 0; y < 20; ++y)
       for (int x = 0; x < 40; ++x)
         for (int c = 0; c < 3; ++c) {
