@@ -55,23 +55,30 @@ QSize PaletteSwatches::minimumSizeHint() const {
 
 int PaletteSwatches::heightForWidth(int width) const { return rows() == 0 ? 0 : rows() * sideIn(width) + kFrame; }
 
+/// The rows fill the width as long as the squares are not too large.
+QRect PaletteSwatches::squareOf(int index) const noexcept {
+  const int used = std::clamp(width() - kFrame, columns() * kLeastSide, columns() * kMostSide);
+  const auto edge = [&](int column) { return column * used / columns(); };
+  const int column = index % columns(), side = sideIn(width());
+  return {QPoint(edge(column), index / columns() * side),
+          QSize(edge(column + 1) - edge(column) + kFrame, side + kFrame)};
+}
+
 void PaletteSwatches::paintEvent(QPaintEvent*) {
-  const int side = sideIn(width()), inner = side - kFrame;
   QPainter painter(this);
   const QColor frame = palette().color(QPalette::Mid);
   for (int i = 0; i < static_cast<int>(m_colors.size()); ++i) {
     const KXRGBQUAD& c = m_colors[static_cast<std::size_t>(i)];
-    const QPoint corner(i % columns() * side, i / columns() * side);
-    painter.fillRect(QRect(corner, QSize(side + kFrame, side + kFrame)), frame);
-    painter.fillRect(QRect(corner + QPoint(kFrame, kFrame), QSize(inner, inner)), QColor(c.red, c.green, c.blue));
+    const QRect square = squareOf(i);
+    painter.fillRect(square, frame);
+    painter.fillRect(square.adjusted(kFrame, kFrame, -kFrame, -kFrame), QColor(c.red, c.green, c.blue));
   }
 }
 
 int PaletteSwatches::colorAt(const QPoint& place) const noexcept {
-  const int side = sideIn(width()), column = place.x() / side;
-  if (place.x() < 0 || place.y() < 0 || column >= columns()) return -1;
-  const int index = place.y() / side * columns() + column;
-  return index < static_cast<int>(m_colors.size()) ? index : -1;
+  for (int i = 0; i < static_cast<int>(m_colors.size()); ++i)
+    if (squareOf(i).contains(place)) return i;
+  return -1;
 }
 
 bool PaletteSwatches::event(QEvent* event) {

@@ -29,6 +29,7 @@ class PaletteSwatches final : public QWidget {
   [[nodiscard]] int columns() const noexcept;
   [[nodiscard]] int rows() const noexcept;
   [[nodiscard]] int sideIn(int width) const noexcept;
+  [[nodiscard]] QRect squareOf(int index) const noexcept;
   /// The colour at a place; -1 where there is none.
   [[nodiscard]] int colorAt(const QPoint& place) const noexcept;
 
