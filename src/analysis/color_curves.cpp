@@ -33,13 +33,15 @@ void fillChannel(std::uint8_t KXRGBQUAD::*channel, int low, int high, double exp
   for (int i = low; i <= high; ++i) table[i].*channel = levelAt(i, low, high, exponent);
 }
 
+int truncated(double value) noexcept { return static_cast<int>(value); }
+
 std::uint8_t contrasted(int v, int brightness, int contrast) noexcept {
   const auto held = [&](int level) { return static_cast<std::uint8_t>(std::clamp(brightness + level, 0, 255)); };
-  if (contrast <= 0) return held(static_cast<int>(((contrast + 100) * v - 127 * contrast) * 0.01 + 0.5));
+  if (contrast <= 0) return held(truncated(((contrast + 100) * v - 127 * contrast) * 0.01 + 0.5));
   const int dark = 127 * contrast / 100;
   if (v <= dark) return held(0);
   if (v >= 255 - dark) return held(255);
-  return held(static_cast<int>(static_cast<double>(100 * v - 127 * contrast) / (100 - contrast) + 0.5));
+  return held(truncated(static_cast<double>(100 * v - 127 * contrast) / (100 - contrast) + 0.5));
 }
 
 }  // namespace

@@ -36,7 +36,8 @@ struct ColorPage {
   [[nodiscard]] int at(int x, int y, int c) const {
     x = std::clamp(x, 0, width - 1);
     y = std::clamp(y, 0, height - 1);
-    return samples[static_cast<std::size_t>((y * width + x) * channels + c)];
+    const int place = (y * width + x) * channels + c;
+    return samples[static_cast<std::size_t>(place)];
   }
   template <class Function>
   [[nodiscard]] ColorPage made(int outChannels, Function&& f) const {
@@ -90,7 +91,8 @@ ColorPage plain(ColorPage p, int mode, const KXRGBQUAD* curves, const ColorSetti
 
 ColorPage noisyPage(int width, int height, int channels) {
   ColorPage page{width, height, channels, {}};
-  for (const auto b : randomBytes(static_cast<std::size_t>(width * height * channels), 11))
+  const int count = width * height * channels;
+  for (const auto b : randomBytes(static_cast<std::size_t>(count), 11))
     page.samples.push_back(b % 7 == 0 ? b : 120 + b % 40);
   return page;
 }
@@ -135,7 +137,7 @@ TEST(ColorLoops, AllFormsMakeTheSameBytes) {
   std::array<LevelTable, 3> tables;
   for (auto& table : tables)
     std::copy_n(randomBytes(256, 3 + static_cast<unsigned>(&table - tables.data())).begin(), 256, table.begin());
-  for (const std::size_t count : {0, 1, 5, 21, 22, 63, 64, 65, 128, 191, 193, 1000}) {
+  for (const std::size_t count : {0U, 1U, 5U, 21U, 22U, 63U, 64U, 65U, 128U, 191U, 193U, 1000U}) {
     const std::size_t bytes = 3 * count;
     const Bytes rows[3] = {randomBytes(bytes, 1), randomBytes(bytes, 2), randomBytes(bytes, 5)};
     const std::uint8_t* const pointers[3] = {rows[0].data(), rows[1].data(), rows[2].data()};

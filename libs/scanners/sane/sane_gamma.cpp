@@ -48,8 +48,10 @@ bool SaneGamma::put(SaneDevice& device, const char* name, const LevelTable& curv
   if (!o) return false;
   const SANE_Value_Type type = o->type;
   std::vector<double> table;
+  table.reserve(o->value.size());
   for (const SANE_Word word : o->value) table.push_back(fromWord(type, word));
   SaneValue wanted;
+  wanted.words.reserve(table.size());
   for (const double value : compose(table, o->min, o->max, curve)) wanted.words.push_back(toWord(type, value));
   m_kept.push_back({name, o->value});
   device.set(name, wanted);
