@@ -234,6 +234,7 @@ void PanelSetup::applySettings(bool writesFile) {
   const auto chosen = quillbay::new_MemParam();
   if (m_options.toView) chosen->SetValue(quillbay::key::UseFileOut, writesFile ? 1 : 0);
   std::vector<ScanOptions::KeyValue> settings = m_options.settings;
+  std::vector<std::pair<ScanOptions::KeyValue, CKxVariant>> applied;
   for (auto& pair : settings) pair.first = setting_names::keyOf(pair.first, number(quillbay::key::CurrMode));
   for (const auto& pair : settings) {
     const auto& [key, text] = pair;
@@ -244,6 +245,7 @@ void PanelSetup::applySettings(bool writesFile) {
       set(key, wanted, typed("--set", pair), kUsage);
       m_control->GetParam(key, &current);
       tellChanged(pair, wanted, current);
+      applied.emplace_back(pair, current);
     } else if (page->GetValue(key, &current)) {
       const CKxVariant wanted = valueLike(current, key, text);
       checkOnBed(pair, wanted);
@@ -257,7 +259,12 @@ void PanelSetup::applySettings(bool writesFile) {
   }
   if (chosen->GetKeys().empty()) return;
   m_sink->ApplyParams(chosen.get());
-  QCoreApplication::processEvents();  // the panel applies them in an event of this thread
+  QCoreApplication::processEvents();           // the panel applies them in an event of this thread
+  for (const auto& [pair, value] : applied) {  // a page that fills its lists sets some of them
+    CKxVariant current;
+    if (m_control->GetParam(pair.first, &current) && valueText(current) != valueText(value))
+      set(pair.first, value, typed("--set", pair), kUsage);
+  }
   m_control->GetPageParams(page.get());
   for (const auto& pair : settings) {
     CKxVariant wanted, taken;

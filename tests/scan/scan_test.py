@@ -99,6 +99,12 @@ class CommandLine(Case):
             for word in words:
                 self.assertIn(word, done.stderr)
 
+    def test_settings_of_the_panel_outlive_those_of_its_pages(self):
+        for settings in (["m_nPreviewDPI=150", "colors=16"], ["colors=16", "m_nPreviewDPI=150"]):
+            chosen = [part for setting in settings for part in ("--set", setting)]
+            listed = self.expect(0, "--mode", "palette", *chosen, "--all-options").stdout
+            self.assertIn("[m_nPreviewDPI]: 150", listed)
+
     def test_spellings_of_one_option(self):
         for arguments in (["-oa.tif"], ["-o", "a.tif"], ["--output=a.tif"], ["--outp", "a.tif"], ["-qoa.tif"]):
             self.assertEqual(self.expect(0, *A_PAGE, *arguments).stdout, f"{self.out}/a.tif\n")
