@@ -34,14 +34,17 @@ KXRGBQUAD rounded(const ColorPoint& point) noexcept {
   return {level(point.red), level(point.green), level(point.blue), 0};
 }
 
-/// From dark to light, no two alike.
-void putInOrder(std::vector<KXRGBQUAD>& palette) {
+/// From dark to light, no two alike, `count` in all: black is never among the last entries, which look like unused
+/// ones when they are black.
+void complete(std::size_t count, std::vector<KXRGBQUAD>& palette) {
   const auto rank = [](const KXRGBQUAD& c) {
     return std::uint32_t{greyOf(c.red, c.green, c.blue)} << 24 | colorPlace(c.red, c.green, c.blue);
   };
-  std::sort(palette.begin(), palette.end(),
-            [&](const KXRGBQUAD& a, const KXRGBQUAD& b) { return rank(a) < rank(b); });
+  const auto isDarker = [&](const KXRGBQUAD& a, const KXRGBQUAD& b) { return rank(a) < rank(b); };
+  std::sort(palette.begin(), palette.end(), isDarker);
   palette.erase(std::unique(palette.begin(), palette.end()), palette.end());
+  fillPalette(count, palette);
+  std::sort(palette.begin(), palette.end(), isDarker);
 }
 
 class PalCalculator final : public CKxUnknownImpl<IPalCalculator> {
@@ -80,8 +83,7 @@ class PalCalculator final : public CKxUnknownImpl<IPalCalculator> {
       for (const ColorPoint& centre : findClusters(pointsOf(m_histogram, kMostPoints), wanted))
         colors.push_back(rounded(centre));
     }
-    putInOrder(colors);
-    fillPalette(wanted, colors);
+    complete(wanted, colors);
     std::copy(colors.begin(), colors.end(), palette);
     return 1;
   }

@@ -15,9 +15,9 @@ class IPalCalculator : public IKxUnknown {
   /// Counts the pixels of `area` (null: of all) that lie within the raster, which has code 16, 32, 64, 256 or 512.
   /// Returns 1, or 0 for other codes and lines that could not be read. Throws CXMemException.
   virtual int AddRaster(IRStor* storage, const KxRect* area) = 0;
-  /// Writes `count` entries (1 to 256) to `palette`, and no more. The picture's colours come first, from dark to
-  /// light; a picture that has no more than `count` colours gets exactly these. What is left is filled with other
-  /// colours, no two alike: white, black, the other corners of the colour cube, then the colours between them.
+  /// Writes `count` entries (1 to 256) to `palette`, and no more: from dark to light, no two alike. A picture that
+  /// has no more than `count` colours gets exactly these, and for the rest of the entries others: white, black, the
+  /// other corners of the colour cube, then the colours between them.
   /// `reserved` is null, `flags` is 0. Returns 1, or 0 and writes nothing for another count or a null palette.
   /// Throws CXMemException.
   virtual int Calculate(int count, KXRGBQUAD* palette, void* reserved, int flags) = 0;

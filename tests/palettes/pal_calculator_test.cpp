@@ -166,10 +166,11 @@ TEST(PalCalculator, KeepsEveryColourOfAPictureWithFew) {
   for (const KXRGBQUAD& c : colors) picture.rgb.insert(picture.rgb.end(), {c.red, c.green, c.blue});
   for (const int count : {5, 6, 16, 256}) {
     const Palette palette = paletteOf(picture, count);
-    EXPECT_TRUE(std::is_permutation(colors.begin(), colors.end(), palette.begin(), palette.begin() + 5)) << count;
+    for (const KXRGBQUAD& c : colors) EXPECT_EQ(std::count(palette.begin(), palette.end(), c), 1) << count;
+    EXPECT_NE(palette.back(), KXRGBQUAD{}) << count << ": black at the end looks unused";
   }
   const Palette none = paletteOf(*new_PalCalculator(), 8);
-  EXPECT_EQ(none[0], (KXRGBQUAD{255, 255, 255, 0})) << "nothing was counted: white comes first";
+  EXPECT_EQ(none.back(), (KXRGBQUAD{255, 255, 255, 0})) << "nothing was counted";
 }
 
 TEST(PalCalculator, CountsTheAreaOfEveryKindOfColourLines) {
@@ -193,7 +194,7 @@ TEST(PalCalculator, CountsTheAreaOfEveryKindOfColourLines) {
     EXPECT_EQ(calculator->AddRaster(raster.get(), &nothing), 1);
     EXPECT_EQ(paletteOf(*calculator, 2), (Palette{c.want, {255, 255, 255, 0}})) << static_cast<int>(c.code);
     calculator->Clear();
-    EXPECT_EQ(paletteOf(*calculator, 2), (Palette{{255, 255, 255, 0}, {0, 0, 0, 0}})) << "after Clear";
+    EXPECT_EQ(paletteOf(*calculator, 2), (Palette{{0, 0, 0, 0}, {255, 255, 255, 0}})) << "after Clear";
   }
   const auto calculator = new_PalCalculator();
   EXPECT_EQ(calculator->AddRaster(new_IRStor(KxColorSpace::Bitonal, 4, 4, 100).get(), nullptr), 0);

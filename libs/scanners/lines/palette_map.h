@@ -14,8 +14,8 @@ class PaletteMap {
  public:
   static constexpr std::size_t kClasses = 32768;
 
-  /// Every colour becomes the entry that is nearest to it (`colorDistance`), ties go to the earlier one. The
-  /// classes of all 2^24 colours are computed here: 16 MiB, some hundredths of a second.
+  /// Every colour becomes the entry that is nearest to it (`colorDistance`), ties go to the earlier one
+  /// (`NearestColors`).
   /// @param palette  1 to 256 entries
   static std::shared_ptr<PaletteMap> nearest(std::span<const KXRGBQUAD> palette);
   /// @param entries  256
