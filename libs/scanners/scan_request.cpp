@@ -5,6 +5,7 @@
 #include <span>
 
 #include "platform/base_services.h"
+#include "quillbay/bw_points.h"
 #include "quillbay/scan_keys.h"
 
 namespace quillbay {
@@ -93,6 +94,18 @@ class Reader {
   void curves(ScanRequest* out) {
     if (const CKxBlob* bytes = blob(key::Gamma, kEntries * sizeof(KXRGBQUAD))) out->curves = entriesOf(*bytes);
   }
+  /// Black and white points act before the curves: both together are one table.
+  void points(ScanRequest* out) {
+    BwPoints points;
+    const CKxBlob* bytes = blob(key::HardBwPoint, sizeof points);
+    if (!bytes) return;
+    if (!readBwPoints(*bytes, &points))
+      return refuse(key::HardBwPoint, m_value,
+                    Supp_Translate("a black point that is darker than the white point in red, green and blue"));
+    if (points == BwPoints{}) return;
+    const auto both = curvesOf(points, out->curves.empty() ? nullptr : out->curves.data());
+    out->curves.assign(both.begin(), both.end());
+  }
 
  private:
   // The bytes of a key, of which there are `size`; null without the key, or when they were refused. Valid until the
@@ -154,6 +167,7 @@ std::string readScanRequest(IParam* request, ScanRequest* out) {
   if (r.mode >= kModeGrey && r.mode <= kModeRgb) reader.greyAndColour(&r);
   if (r.mode == kModePalette) reader.palette(&r);
   reader.curves(&r);
+  reader.points(&r);
   *out = std::move(r);
   return reader.why();
 }

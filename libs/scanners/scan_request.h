@@ -32,7 +32,7 @@ struct ScanRequest {
   double paperLength = 0;         ///< mm when the device cannot find the document's end; 0: none was given
   int level = -1;                 ///< of black and white, 0-255: grey below it is black; -1: none was given
   BwSettings bw{};                ///< of black and white: the request's, and the mode's usual ones
-  std::vector<KXRGBQUAD> curves;  ///< 256, or none
+  std::vector<KXRGBQUAD> curves;  ///< 256, or none; with the black and white points in them
   ColorSettings color{};          ///< of grey and colour
   int paletteCount = 256;         ///< of mode 6: colours of a linear palette
   /// Of mode 6: the entries of a computed palette, or the 256 of a lookup file; none: a linear palette is made.

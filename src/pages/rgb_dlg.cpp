@@ -82,11 +82,16 @@ void CRGBDlg::setUp(Filter& filter, IQuillbayUnit* unit) const {
   const auto ranges = query<IUnitKeyRanges>(unit);
   filter.isKnown = ranges && ranges->GetKeyRange(key::numbered(filter.stem, m_mode), &range) != 0;
   if (!filter.isKnown) range = {1, 1, 2, 1};
-  filter.initial = range.initial;
+  filter.range = range;
   const auto kept = filter.ofMode.find(m_mode);
   const double value = filter.isKnown && kept != filter.ofMode.end() ? kept->second : range.initial;
-  filter.control->SetUp(nullptr, 0, std::clamp(value, range.least, std::max(range.least, range.most)), range.least,
-                        range.most, 1);
+  filter.control->SetUp(nullptr, 0, range.initial, range.least, range.most, 1);
+  show(filter, value);
+}
+
+void CRGBDlg::show(const Filter& filter, double value) {
+  const double least = filter.range.least, most = std::max(least, filter.range.most);
+  filter.control->setValue(std::clamp(value, least, most));
 }
 
 void CRGBDlg::describe(const QLabel& label, CSpinScrollEdit& control) const {
@@ -113,8 +118,8 @@ void CRGBDlg::Load(IParam* params) {
       if (!stored.isEmpty()) f->ofMode[mode] = stored.toInt();
     }
     const CKxVariant stored = paramValue(params, key::numbered(f->stem, m_mode));
-    if (!stored.isEmpty() && f->isKnown) f->control->setValue(stored.toInt());
-    if (stored.isEmpty() && resets) f->control->setValue(f->initial);
+    if (!stored.isEmpty() && f->isKnown) show(*f, stored.toInt());
+    if (stored.isEmpty() && resets) show(*f, f->range.initial);
   }
 }
 

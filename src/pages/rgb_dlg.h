@@ -56,7 +56,7 @@ class CRGBDlg final : public CDialog {
     const char* stem;
     QLabel* label = nullptr;
     CSpinScrollEdit* control = nullptr;
-    double initial = 0;
+    UnitKeyRange range{};
     bool isKnown = false;         ///< by the unit, for the current mode
     std::map<int, int> ofMode{};  ///< the values of the modes that have been seen or loaded
   };
@@ -69,6 +69,7 @@ class CRGBDlg final : public CDialog {
 
   [[nodiscard]] std::vector<Slider> sliders() const;
   void setUp(Filter& filter, IQuillbayUnit* unit) const;
+  static void show(const Filter& filter, double value);
   void describe(const QLabel& label, CSpinScrollEdit& control) const;
   void showNote(const QString& why);
 

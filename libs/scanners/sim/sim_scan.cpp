@@ -102,6 +102,11 @@ class SimUnit final : public CKxUnknownImpl<IScan, IQuillbayUnit, IQuillbayUnitE
       if (m_core->config().speed > 0) *out = {kUsualSpeed, 25, kUsualSpeed, 25};
       return m_core->config().speed > 0 ? 1 : 0;
     }
+    if (sameKey(key, key::HardBwPoint)) {
+      if (!HasMode(kModeGrey)) return 0;
+      *out = {0, 0, kMostLevel, 1};
+      return 1;
+    }
     const auto known = modeKeyRange(sameKey(key, key::Threshold) ? key::numbered(key::Level, 0) : key);
     if (!known || !HasMode(known->mode)) return 0;
     *out = known->range;
