@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <array>
 #include <charconv>
+#include <map>
 
 #include "failure.h"
 #include "names.h"
@@ -15,6 +16,9 @@ namespace {
 
 constexpr std::size_t kLongestValue = 60;
 
+/// What the device takes, by key.
+using Ranges = std::map<std::string, quillbay::UnitKeyRange>;
+
 QString text(const std::string& s) { return QString::fromStdString(s); }
 
 QJsonArray array(const std::vector<std::string>& list) {
@@ -26,6 +30,15 @@ QJsonArray array(const std::vector<std::string>& list) {
 std::string numberText(double value) {
   std::array<char, 32> buffer{};
   return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr};
+}
+
+/// " (0 to 255)" for a key whose range the device tells, otherwise nothing.
+std::string rangeOf(const Ranges& ranges, const std::string& key) {
+  const auto found = ranges.find(key);
+  return found == ranges.end()
+             ? std::string()
+             : " (" + translated("%s to %s", {numberText(found->second.least), numberText(found->second.most)}) +
+                   ")";
 }
 
 /// "Resolution in dpi [m_uiDPI, --resolution]: 300".
@@ -53,6 +66,7 @@ struct Inventory {
   std::vector<quillbay::FormatInfo> formats;
   std::vector<quillbay::UnitOption> options;
   std::vector<ScanOptions::KeyValue> parameters, pageKeys;
+  Ranges ranges;
 };
 
 Inventory takeInventory(quillbay::IApp* app, const ScannerChoice& scanner, quillbay::IQuillbayControl* control,
@@ -73,8 +87,11 @@ Inventory takeInventory(quillbay::IApp* app, const ScannerChoice& scanner, quill
   }
   const auto page = quillbay::new_MemParam();
   control->GetPageParams(page.get());
+  const auto ranges = quillbay::query<quillbay::IUnitKeyRanges>(scanner.unit());
   for (const std::string& key : page->GetKeys()) {
     all.pageKeys.emplace_back(key, valueText(quillbay::paramValue(page.get(), key)));
+    quillbay::UnitKeyRange range;
+    if (ranges && ranges->GetKeyRange(key, &range)) all.ranges[key] = range;
   }
   return all;
 }
@@ -82,6 +99,14 @@ Inventory takeInventory(quillbay::IApp* app, const ScannerChoice& scanner, quill
 QJsonObject pairs(const std::vector<ScanOptions::KeyValue>& list) {
   QJsonObject object;
   for (const auto& [key, value] : list) object[text(key)] = text(value);
+  return object;
+}
+
+QJsonObject asJson(const Ranges& ranges) {
+  QJsonObject object;
+  for (const auto& [key, range] : ranges)
+    object[text(key)] =
+        QJsonObject{{"initial", range.initial}, {"least", range.least}, {"most", range.most}, {"step", range.step}};
   return object;
 }
 
@@ -117,7 +142,8 @@ QJsonObject asJson(const Inventory& all) {
           {"formats", formats},
           {"deviceOptions", options},
           {"parameters", pairs(all.parameters)},
-          {"pageKeys", pairs(all.pageKeys)}};
+          {"pageKeys", pairs(all.pageKeys)},
+          {"ranges", asJson(all.ranges)}};
 }
 
 /// The current value and its unit; only the start of a table.
@@ -183,7 +209,7 @@ void print(const Inventory& all, Reporter& out) {
           "Parameters of the panel (--set KEY=VALUE; in brackets: the key, and the option that also sets it):"));
   for (const auto& pair : all.parameters) out.line(setting(pair));
   out.line("  " + translated("Settings of its pages (--set KEY=VALUE):"));
-  for (const auto& pair : all.pageKeys) out.line(setting(pair));
+  for (const auto& pair : all.pageKeys) out.line(setting(pair) + rangeOf(all.ranges, pair.first));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #include <QScrollBar>
 #include <QTimer>
 #include <algorithm>
+#include <map>
 
 #include "pages/option_field.h"
 #include "platform/base_services.h"
@@ -85,17 +86,15 @@ void ModelSetup::fit() {
 }
 
 void ModelSetup::makeForm() {
-  QGroupBox* group = nullptr;
-  QFormLayout* form = nullptr;
+  std::map<std::string, QGroupBox*> groups;
   for (const UnitOption& option : m_options.options()) {
-    const QString title = option.group.empty() ? setupText("Settings") : QString::fromStdString(option.group);
-    if (!group || group->title() != title) {
-      group = new QGroupBox(title);
-      form = new QFormLayout(group);
-      form->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
+    QGroupBox*& group = groups[option.group];
+    if (!group) {
+      group = new QGroupBox(option.group.empty() ? setupText("Settings") : QString::fromStdString(option.group));
+      (new QFormLayout(group))->setFieldGrowthPolicy(QFormLayout::ExpandingFieldsGrow);
       m_groups->addWidget(group);
     }
-    addRow(*form, group, option);
+    addRow(*static_cast<QFormLayout*>(group->layout()), group, option);
   }
   if (m_rows.empty()) m_groups->addWidget(new QLabel(setupText("This scanner has no settings.")));
   m_groups->addStretch(1);

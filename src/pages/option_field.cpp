@@ -40,6 +40,12 @@ int decimalsOf(const UnitOption& option) {
   return decimals;
 }
 
+/// A switch has two choices, the second of which is on.
+std::string switchValue(const UnitOption& option, bool on) {
+  if (option.choices.size() == 2) return option.choices[on ? 1 : 0];
+  return on ? "yes" : "no";
+}
+
 /// The names of units that devices have, as a user reads them.
 QString suffixOf(const UnitOption& option) {
   if (option.unit.empty()) return {};
@@ -80,7 +86,7 @@ QString OptionField::label() const {
 QString OptionField::tip() const {
   QStringList lines;
   if (!m_option.description.empty()) lines += ownText(m_option.description);
-  const bool isNumber = m_option.type == UnitOptionType::Number || m_option.type == UnitOptionType::WholeNumber;
+  const bool isNumber = m_option.range.find_first_of("-0123456789") == 0;
   if (!m_option.range.empty())
     lines += ownText(formatText(Supp_Translate("Range: %s"),
                                 {m_option.range + (isNumber ? suffixOf(m_option).toStdString() : std::string())}));
@@ -95,7 +101,8 @@ void OptionField::make() {
     case Kind::Text: m_control = makeText(); break;
     case Kind::Switch: {
       auto* box = new QCheckBox(plainTitle(m_option));
-      connect(box, &QCheckBox::clicked, this, [this](bool on) { Q_EMIT changed(on ? "yes" : "no"); });
+      connect(box, &QCheckBox::clicked, this,
+              [this](bool on) { Q_EMIT changed(ownText(switchValue(m_option, on))); });
       m_control = box;
       break;
     }
@@ -177,7 +184,7 @@ void OptionField::showValue(const QString& value) {
     for (const std::string& choice : m_option.choices) box->addItem(ownText(choice), ownText(choice));
     box->setCurrentIndex(box->findData(value));
   } else if (auto* check = qobject_cast<QCheckBox*>(m_control)) {
-    check->setChecked(m_option.value == "yes");
+    check->setChecked(m_option.value == switchValue(m_option, true));
   } else if (auto* spin = qobject_cast<QDoubleSpinBox*>(m_control)) {
     const bool hasRange = m_option.least < m_option.most;
     spin->setDecimals(decimalsOf(m_option));

@@ -33,8 +33,8 @@ void CScanSetup::createForm(int) {
   m_setup = UnitSetupOf(controller().Unit(), {});
   m_form->modelSetup->setEnabled(static_cast<bool>(m_setup));
   if (!m_setup) m_form->modelSetup->setToolTip(shown("This scanner has no settings of its own"));
-  m_form->units->addItem(QStringLiteral("mm"), kMillimetres);
-  m_form->units->addItem(QStringLiteral("inch"), kInches);
+  m_form->units->addItem(shown("mm"), kMillimetres);
+  m_form->units->addItem(shown("inch"), kInches);
   m_form->eject->addItem(shown("Unload forward"), 0);
   m_form->eject->addItem(shown("Unload to back"), 1);
   m_form->eject->addItem(shown("Leave in the scanner"), kStays);

@@ -212,7 +212,7 @@ TEST_F(DesktopTest, TheFirstStartOffersScannersAndSimulatesOnlyWhenAsked) {
 
 TEST_F(DesktopTest, TheProgramKeepsHowFilesAreMade) {
   open();
-  OutputSettings wanted{".png", false, false, 12, 5, quillbay::kFateAsk, false, 30};
+  OutputSettings wanted{".png", false, false, 12, 5, quillbay::kFateAsk};
   window->prompts().output = [&](OutputSettings* output) {
     *output = wanted;
     return true;

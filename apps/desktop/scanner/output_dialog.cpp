@@ -36,10 +36,8 @@ OutputDialog::OutputDialog(const OutputSettings& output, QWidget* parent)
       m_fate(new QComboBox),
       m_multiPage(new QCheckBox(tr("&One file for all pages of a batch"))),
       m_addsCounter(new QCheckBox(tr("&Add the counter to the name"))),
-      m_answers(new QCheckBox(tr("&Press the default button after a while"))),
       m_counter(new QSpinBox),
-      m_digits(new QSpinBox),
-      m_answerDelay(new QSpinBox) {
+      m_digits(new QSpinBox) {
   setWindowTitle(tr("File settings"));
   auto* column = new QVBoxLayout(this);
   auto* files = new QGroupBox(tr("Files"));
@@ -63,7 +61,6 @@ OutputDialog::OutputDialog(const OutputSettings& output, QWidget* parent)
   auto* buttons = new QDialogButtonBox(QDialogButtonBox::Ok | QDialogButtonBox::Cancel);
   column->addWidget(files);
   column->addWidget(counter);
-  column->addWidget(makeAnswering(output));
   column->addStretch(1);
   column->addWidget(buttons);
 
@@ -77,22 +74,6 @@ OutputDialog::OutputDialog(const OutputSettings& output, QWidget* parent)
   connect(buttons, &QDialogButtonBox::accepted, this, &QDialog::accept);
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   updateEnabled();
-}
-
-QWidget* OutputDialog::makeAnswering(const OutputSettings& output) {
-  auto* group = new QGroupBox(tr("Messages during a scan"));
-  auto* form = new QFormLayout(group);
-  const QString tip =
-      tr("A message without a user does not stop a batch. A key or a mouse button in the message keeps it open.");
-  m_answers->setToolTip(tip);
-  m_answers->setChecked(output.answers);
-  form->addRow(m_answers);
-  m_answerDelay->setRange(1, 100);
-  m_answerDelay->setValue(output.answerDelay);
-  m_answerDelay->setEnabled(output.answers);
-  addField(*form, tr("&Half seconds until then"), m_answerDelay, tip);
-  connect(m_answers, &QCheckBox::toggled, m_answerDelay, &QWidget::setEnabled);
-  return group;
 }
 
 void OutputDialog::makeFormats(const std::string& extension) {
@@ -124,8 +105,6 @@ OutputSettings OutputDialog::output() const {
   output.counter = m_counter->value();
   output.digits = m_digits->value();
   output.fate = m_fate->currentData().toInt();
-  output.answers = m_answers->isChecked();
-  output.answerDelay = m_answerDelay->value();
   return output;
 }
 

@@ -19,12 +19,11 @@ class OutputDialog : public QDialog {
 
  private:
   void makeFormats(const std::string& extension);
-  [[nodiscard]] QWidget* makeAnswering(const OutputSettings& output);
   void updateEnabled();
 
   QComboBox *m_format, *m_fate;
-  QCheckBox *m_multiPage, *m_addsCounter, *m_answers;
-  QSpinBox *m_counter, *m_digits, *m_answerDelay;
+  QCheckBox *m_multiPage, *m_addsCounter;
+  QSpinBox *m_counter, *m_digits;
 };
 
 }  // namespace desktop

@@ -46,8 +46,6 @@ OutputSettings readOutput(quillbay::IQuillbayControl& control) {
   output.counter = std::max(0, value(key::Counter).toInt());
   output.digits = digitsOf(text(key::CounterFormat), output.digits);
   output.fate = value(key::FileFate).toInt();
-  output.answers = value(key::AutoAnswerEnable).toInt() != 0;
-  output.answerDelay = value(key::AutoAnswerDelay).toInt();
   return output;
 }
 
@@ -65,8 +63,6 @@ bool applyOutput(quillbay::IQuillbayControl& control, const OutputSettings& outp
   set(key::CounterFormat, formatOf(output.digits));
   set(key::Counter, output.counter);
   set(key::FileFate, output.fate);
-  set(key::AutoAnswerEnable, output.answers ? 1 : 0);
-  set(key::AutoAnswerDelay, output.answerDelay);
   return isTaken;
 }
 

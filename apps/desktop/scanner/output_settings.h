@@ -16,8 +16,6 @@ struct OutputSettings {
   int counter = 0;                 ///< from 0: of the next file
   int digits = 3;                  ///< 1 to 8
   int fate = quillbay::kFateIncrement;
-  bool answers = true;  ///< messages of the panel are answered automatically; the panel keeps this itself
-  int answerDelay = 5;  ///< 1 to 100: half seconds until then
   bool operator==(const OutputSettings&) const = default;
 };
 

@@ -231,6 +231,45 @@ bool setSimKey(std::string_view key, std::string_view value, SimConfig* out, std
   return false;
 }
 
+namespace {
+
+/// How a form shows a key.
+struct SimField {
+  std::string_view key;
+  const char* group;
+  double least = 0, most = 0;  ///< of a number
+};
+constexpr const char* kBedGroup = "Paper and bed";
+constexpr const char* kDrawingGroup = "Drawings";
+constexpr const char* kTransportGroup = "Transport";
+constexpr SimField kFields[] = {{"width", kBedGroup, 10, 2000},
+                                {"length", kBedGroup, 0, 1000000},
+                                {"size", kBedGroup},
+                                {"at", kBedGroup},
+                                {"skew", kBedGroup, -45, 45},
+                                {"background", kBedGroup},
+                                {"source", kTransportGroup},
+                                {"count", kTransportGroup},
+                                {"speed", kTransportGroup, 0, 1e9},
+                                {"seed", kDrawingGroup},
+                                {"drawing", kDrawingGroup},
+                                {"images", kDrawingGroup},
+                                {"image-dpi", kDrawingGroup, 10, 4800}};
+
+void describeField(const SimKey& key, UnitOption* option) {
+  const auto* field =
+      std::find_if(std::begin(kFields), std::end(kFields), [&](const SimField& f) { return f.key == key.name; });
+  option->advanced = field == std::end(kFields);  // what devices differ in, and faults
+  option->group = Supp_Translate(option->advanced ? "Device" : field->group);
+  if (key.allowed == kSwitch) option->type = UnitOptionType::Switch;
+  if (option->advanced || field->least == field->most) return;
+  option->type = UnitOptionType::Number;
+  option->least = field->least;
+  option->most = field->most;
+}
+
+}  // namespace
+
 bool parseSimDevice(std::string_view deviceString, SimConfig* out, std::string* why) {
   if (!isSimDevice(deviceString)) {
     *why = formatText(Supp_Translate("\"%s\" is not a simulated scanner: its name starts with \"sim:\"."),
@@ -274,6 +313,7 @@ std::vector<UnitOption> simOptions(const SimConfig& config) {
     } else {
       option.range = key.allowed;
     }
+    describeField(key, &option);
     options.push_back(std::move(option));
   }
   return options;

@@ -48,8 +48,8 @@ std::int32_t endOf(const SimJob& job) {
   if (config.findsEnd) {
     end = SimBed::paperEnd(config, job.page);
   } else {
-    end = job.request.paperLength > 0 ? job.top / mmToPixels(1, job.dpi) + job.request.paperLength
-                                      : config.paperLength;
+    const double bed = config.length > 0 ? config.length : config.paperLength;
+    end = job.request.paperLength > 0 ? job.top / mmToPixels(1, job.dpi) + job.request.paperLength : bed;
   }
   if (config.length > 0) end = std::min(end, config.length);
   return std::max(job.top + 1, pixelsOf(end, job.dpi));
