@@ -128,7 +128,7 @@ void CMainSettings::updateSummary() {
   parts.mode = m_form->modeList->currentText().toStdString();
   parts.paper = m_form->areaList->currentText().toStdString();
   parts.detection = v.detectionText;
-  if (isFound(v)) parts.found = foundText(params().units(), v.found);
+  if (isFound(v)) parts.found = foundNumbers(params().units(), v.found);
   parts.dpi = v.dpi;
   v.summary = settingsSummary(parts);
 }

@@ -400,6 +400,37 @@ TEST(MainSettings, DetectionCountsOnlyWhereItIsOffered) {
   }
 }
 
+TEST(MainSettings, AnAreaThatTheUserNamesIsNotLookedFor) {
+  Page p;
+  p.load([](IParam&) {});
+  EXPECT_EQ(p.v().autodetect, 8) << "nobody has chosen";
+  const std::pair<int, int> cases[] = {
+      {kAreaAuto, 8}, {kAreaCustom, 0}, {kAreaAutoWidth, 30}, {kAreaFixedWidth, 0}, {kAreaAuto, 30}};
+  for (const auto& [area, mask] : cases) {
+    p.pick(CMainSettings::kAreaList, area);
+    EXPECT_EQ(p.v().autodetect, mask) << area;
+    EXPECT_EQ(p.v().scanType, area);
+  }
+  p.page->OnCommand(CMainSettings::kDetectSkew, kCodeClicked, 0);
+  p.pick(CMainSettings::kAreaList, kAreaAuto);
+  EXPECT_EQ(p.v().autodetect, 14) << "bits that the user chose stay";
+  p.pickPaper("A4");
+  EXPECT_EQ(p.v().autodetect, 0);
+  EXPECT_TRUE(p.button(CMainSettings::kBursting)->isEnabled());
+
+  // A search that found nothing, or was cancelled, has said so.
+  p.page->OnCommand(CMainSettings::kDetect, kCodeClicked, 0);
+  EXPECT_EQ(p.controller.detectMask, 30);
+  EXPECT_TRUE(p.messages.empty());
+  ScanValues& v = p.params->quiet();
+  v.rectValid = 1;
+  v.found = {DetectedBy::Prescan, v.rcScan, 0.0349, {297, 210}, "A4"};
+  p.params->NotifyParam(scan_key::RcScan.name);
+  EXPECT_NE(p.v().summary.find("Document: \t297 x 210 mm (A4), turned by 2"), std::string::npos) << p.v().summary;
+  p.params->set(scan_key::RcScan, {0, 0, 300, 200});
+  EXPECT_EQ(p.v().summary.find("Document"), std::string::npos) << "another area is none that was found";
+}
+
 TEST(MainSettings, SeldomUsedPapersComeWithMore) {
   Page p;
   auto* list = p.list(CMainSettings::kAreaList);

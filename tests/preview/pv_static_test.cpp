@@ -6,6 +6,7 @@
 #include <QProxyStyle>
 #include <QtTest>
 #include <cstdlib>
+#include <numbers>
 #include <vector>
 
 #include "host/linear_unit.h"
@@ -241,6 +242,74 @@ TEST_F(PVStatic, KeysDoWhatTheMouseDoes) {
   QTest::keyClick(&picture, Qt::Key_Escape);
   EXPECT_EQ(shortcuts, 1);
   picture.setParent(nullptr);
+}
+
+TEST_F(PVStatic, AFoundDocumentIsCorrectedByMouseAndKeys) {
+  preview();
+  constexpr double kDegree = std::numbers::pi / 180;
+  params->papers = {{"A4", {210, 297}}};
+  for (const double degrees : {-3.0, 3.0}) {
+    SCOPED_TRACE(degrees);
+    const Sheet sheet{{350, 250}, 297, 210, degrees * kDegree};
+    ScanValues& values = params->quiet();
+    values.scanType = kAreaAuto;
+    values.rcScan = boxAround(sheet);
+    values.found = {DetectedBy::Prescan, values.rcScan, sheet.angle, {297, 210}, "A4"};
+    params->NotifyParam(scan_key::RcScan.name);
+    params->set(scan_key::RcPreview, {300, 160, 420, 220});
+    const auto shown = [&] { return placesOf(scannedSheet(v()), picture.transform()); };
+    const auto pixel = [](const tagRPOINT& p) { return QPoint(qRound(p.x), qRound(p.y)); };
+    for (const tagRPOINT& corner : shown().corners) {
+      EXPECT_TRUE(picture.rect().contains(pixel(corner))) << "all of it is seen";
+    }
+    save(degrees < 0 ? "found-right" : "found-left");
+    const double scale = picture.transform().scaleX;
+    hover(pixel(shown().knob));
+    EXPECT_EQ(picture.cursor().shape(), Qt::OpenHandCursor);
+    // The right edge 40 pixels outwards: the angle stays.
+    const QPoint right = pixel(shown().handles[kRight]);
+    drag(right, right + QPoint(40, 0));
+    EXPECT_EQ(v().found.by, DetectedBy::User);
+    EXPECT_NEAR(v().found.angle, sheet.angle, 1e-9);
+    EXPECT_NEAR(v().found.sheet.cx, 297 + 40 / scale, 1.5);
+    EXPECT_NEAR(v().found.sheet.cy, 210, 0.5);
+    EXPECT_EQ(v().found.paper, "");
+    EXPECT_EQ(v().rcScan, v().found.box);
+    EXPECT_EQ(v().skew, v().found.angle);
+    EXPECT_EQ(v().boundDetectDirty, 0) << "the next page is this one, not searched for";
+    // The knob: to the right is a smaller turn to straighten.
+    const QPoint knob = pixel(shown().knob);
+    QTest::mousePress(&picture, Qt::LeftButton, {}, knob);
+    QTest::mouseMove(&picture, knob + QPoint(3, 0));
+    QTest::mouseMove(&picture, knob + QPoint(5, 0));
+    save(degrees < 0 ? "turning-right" : "turning-left");
+    QTest::mouseRelease(&picture, Qt::LeftButton, {}, knob + QPoint(5, 0));
+    EXPECT_LT(v().found.angle, sheet.angle - 0.005);
+    const double turned = v().found.angle;
+    QTest::keyClick(&picture, Qt::Key_L);
+    EXPECT_NEAR(v().found.angle, turned + kTurnStep, 1e-9);
+    QTest::keyClick(&picture, Qt::Key_R, Qt::ShiftModifier);
+    EXPECT_NEAR(v().found.angle, turned + kTurnStep - kLargeTurnStep, 1e-9);
+    const tagRRECT before = v().rcScan;
+    QTest::keyClick(&picture, Qt::Key_Down, Qt::ShiftModifier);
+    EXPECT_NEAR(v().rcScan.top, before.top + 10, 0.01);
+    EXPECT_NEAR(v().rcScan.left, before.left, 0.01);
+    // Given up, and while something runs.
+    const tagRRECT kept = v().rcScan;
+    QTest::mousePress(&picture, Qt::LeftButton, {}, pixel(shown().handles[kTop]));
+    QTest::mouseMove(&picture, QPoint(100, 10));
+    QTest::keyClick(&picture, Qt::Key_Escape);
+    QTest::mouseRelease(&picture, Qt::LeftButton, {}, QPoint(100, 10));
+    picture.setEnabled(false);
+    drag(pixel(shown().knob), QPoint(30, 30));
+    picture.setEnabled(true);
+    EXPECT_EQ(v().rcScan, kept);
+  }
+  // Another area is none that was found.
+  params->set(scan_key::RcScan, kArea);
+  picture.setFocus();
+  QTest::keyClick(&picture, Qt::Key_L);
+  EXPECT_EQ(v().rcScan, kArea);
 }
 
 TEST_F(PVStatic, LongAreasScroll) {

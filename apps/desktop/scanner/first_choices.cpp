@@ -65,6 +65,7 @@ void makeFirstChoices(quillbay::IApp* app, quillbay::IQuillbayControl* control) 
   // The whole bed to the document's end.
   set(quillbay::key::RcScan, quillbay::tagRRECT{0, 0, unit->GetMaxWidth(), unit->GetMaxWidth()});
   set(quillbay::key::ScanAreaType, quillbay::kAreaFixedWidth);
+  set(quillbay::key::Autodetect, 0);  // that area is no other's: it is not looked for
   const QString folder = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
   if (!folder.isEmpty()) set(quillbay::key::Dir, folder.toStdString());
 }
