@@ -36,7 +36,7 @@ TEST(SaneFaults, SourcesAndKeysThatTheDeviceOffers) {
   EXPECT_EQ(range.most, 255);
   EXPECT_EQ(ranges->GetKeyRange("BACKGROUNDSUPP4", &range), 1);
   EXPECT_EQ(range.most, 100);
-  for (const char* unknown : {"LEVEL5", "BLUR5", "BACKGROUNDSUPP0"})
+  for (const char* unknown : {"LEVEL5", "BLUR8", "BACKGROUNDSUPP0", "SCAN_HUE"})
     EXPECT_EQ(ranges->GetKeyRange(unknown, &range), 0);
 
   // The feeder that was chosen counts for who opens the device next.
@@ -122,6 +122,27 @@ TEST(SaneFaults, StopsWhileAReadBlocks) {
   }
   scanner.set({{"read-delay", "no"}});
   expectWorks(scanner);
+}
+
+TEST(SaneFaults, APageThatBreaksOffHandsOnTheLinesThatItHas) {
+  SaneScanner scanner;
+  scanner.set({{"read-delay", "yes"},
+               {"read-delay-duration", "20000"},
+               {"read-limit", "yes"},
+               {"read-limit-size", "4096"}});
+  // Grey lines go into the stripe as they are; adaptive black and white holds lines back.
+  for (const int mode : {5, 1}) {
+    SCOPED_TRACE(mode);
+    WaitingSink sink;
+    ASSERT_TRUE(scanner.start({mode, 100, {0, 0, 100, 1000}}, &sink));
+    ASSERT_TRUE(sink.waitForReads(12));
+    scanner.unit->Command(nullptr, 1);
+    ASSERT_TRUE(sink.waitForEnd());
+    EXPECT_EQ(sink.ended, std::vector<int>{2});
+    EXPECT_GT(sink.lineCount, 20);  // 394 pixels a line
+    EXPECT_LT(sink.lineCount, 3937);
+  }
+  scanner.set({{"read-delay", "no"}, {"read-limit", "no"}});
 }
 
 TEST(SaneFaults, StopsWhenTheSinkWantsIt) {
