@@ -52,7 +52,10 @@ void CPalDetector::DropCache() {
   if (m_page) m_page->PaletteChanged();
 }
 
-void CPalDetector::Calculate(int count, KXRGBQUAD* palette) { m_calculator->Calculate(count, palette, nullptr, 0); }
+void CPalDetector::Calculate(int count, KXRGBQUAD* palette) {
+  m_calculator->Calculate(count, palette, nullptr, 0);
+  m_calculator->Clear();  // its memory, up to 64 MiB
+}
 
 void CPalDetector::Keep(IParam* params, const KXRGBQUAD* palette, int count) {
   CKxBlob bytes(kPaletteBytes);

@@ -48,7 +48,8 @@ class CPalDetector final : public CKxUnknownImpl<IScanSink> {
   /// Takes the request back; returns whether there was one.
   [[nodiscard]] bool takeLutRequest() noexcept { return std::exchange(m_makesLut, false); }
 
-  /// After a prescan: computes `count` (1 to 256) colours of it into `palette`, which has room for 256.
+  /// After a prescan, once: computes `count` (1 to 256) colours of it into `palette`, which has room for 256, and
+  /// forgets the prescan.
   void Calculate(int count, KXRGBQUAD* palette);
   /// Keeps a computed palette, 256 entries of which `count` are used, and puts it into the settings.
   void Keep(IParam* params, const KXRGBQUAD* palette, int count);
