@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
 
 #include "control/search_scan.h"
 #include "quillbay/scan_keys.h"
@@ -20,6 +21,18 @@ EndCause causeOf(SearchEnd end) {
   }
 }
 
+/// What of a request changes the colours of a scan, in any form that can be compared.
+CKxBlob adjustmentsOf(IParam* request) {
+  CKxBlob all;
+  const CKxVariant curves = paramValue(request, key::Gamma);
+  if (const auto* bytes = curves.get<CKxBlob>()) all = *bytes;
+  for (const char* key : {key::Hue, key::Saturation}) {
+    const std::string number = std::to_string(paramInt(request, key)) + ' ';
+    all.insert(all.end(), number.begin(), number.end());
+  }
+  return all;
+}
+
 }  // namespace
 
 int paletteColors(IParam* request) {
@@ -32,11 +45,24 @@ int paletteColors(IParam* request) {
 }
 
 bool PalettePrescan::IsNeeded(IParam* request) const {
-  return m_parts.values().currMode == kModePalette && m_detector->NeedsPrescan(request) != 0;
+  if (m_parts.values().currMode != kModePalette) return false;
+  return m_detector->NeedsPrescan(request) != 0 || isOutdated(request);
+}
+
+/// Whether the request has the palette that is kept, of colours that were adjusted in another way.
+bool PalettePrescan::isOutdated(IParam* request) const {
+  const bool isComputed = !paramValue(request, key::Palette).isEmpty() && paramValue(request, key::Lut).isEmpty();
+  return isComputed && adjustmentsOf(request) != m_adjustments;
 }
 
 int PalettePrescan::Run(IParam* request, int dpi, EndCause* cause, UnitFault* fault) {
   const bool makesLut = m_detector->takeLutRequest();
+  if (!makesLut && isOutdated(request)) {
+    request->SetValue(key::PaletteCount, paletteColors(request));
+    request->SetValue(key::Adaptive, 1);
+    request->Remove(key::Palette);
+    m_detector->DropCache();
+  }
   if (!makesLut && paramInt(request, key::Adaptive) == 0) return 0;
   const bool isScanned = scan(request, dpi, cause, fault);
   if (IPalettePage* page = m_detector->page()) page->PaletteChanged();  // the one before may be dropped
@@ -47,6 +73,7 @@ int PalettePrescan::Run(IParam* request, int dpi, EndCause* cause, UnitFault* fa
   m_detector->Calculate(count, palette.data());
   if (makesLut) return makeLut(request, palette.data(), cause);
   m_detector->Keep(request, palette.data(), count);
+  m_adjustments = adjustmentsOf(request);
   return 1;
 }
 

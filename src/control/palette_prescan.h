@@ -18,11 +18,13 @@ class PalettePrescan final : public IPalettePrescan {
   void Forget() override { m_detector->DropCache(); }
 
  private:
+  [[nodiscard]] bool isOutdated(IParam* request) const;
   [[nodiscard]] bool scan(IParam* request, int dpi, EndCause* cause, UnitFault* fault);
   [[nodiscard]] int makeLut(IParam* request, const KXRGBQUAD* palette, EndCause* cause);
 
   PanelParts& m_parts;
   KxPtr<CPalDetector> m_detector;
+  CKxBlob m_adjustments;  // of the palette that is kept
 };
 
 /// Colours of the palette that a request of a palette scan has the unit use.

@@ -96,12 +96,21 @@ TEST_F(PanelPaletteTest, OnePrescanServesADocument) {
       {"the kind of area", [&] { set("m_eScanType", 2), set("m_eScanType", 3); }},
       {"the method", [&] { apply(kPalettePhotos, 16); }},
       {"the number of colours", [&] { apply(kPalettePhotos, 17); }},
+      {"the brightness",
+       [&] {
+         const auto values = new_MemParam();
+         values->SetValue(key::Brightness, 20);
+         sink()->ApplyParams(values.get());
+       }},
       {"the document", [&] { control->Eject(); }},
   };
   for (const auto& [what, change] : changes) {
     EXPECT_EQ(run(StartKind::Prescan), EndCause::Done);
     EXPECT_EQ(ranModes(), withPrescan) << what;
     change();
+    EXPECT_EQ(run(StartKind::Prescan), EndCause::Done);
+    EXPECT_EQ(ranModes(), withPrescan) << what;
+    control->Eject();
   }
   apply(kPaletteLinear, 16);
   EXPECT_EQ(run(), EndCause::Done);
