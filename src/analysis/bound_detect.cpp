@@ -1,13 +1,13 @@
 #include "analysis/bound_detect.h"
 
 #include <cmath>
+#include <exception>
 #include <memory>
 #include <utility>
 
 #include "analysis/bound_skew.h"
 #include "analysis/sheet_model.h"
 #include "platform/base_services.h"
-#include "quillbay/errors.h"
 
 namespace quillbay {
 
@@ -27,6 +27,29 @@ std::vector<RowExtent> extentsOf(const BoundStripes& stripes, std::int32_t thres
     current = next;
   }
   return extents;
+}
+
+namespace {
+
+// Null where none can be made.
+KxPtr<IRStor> bitonalOf(const BoundStripes& stripes, const BoundServices& services) {
+  try {
+    if (stripes.isGrey()) return services.binarize(readStripes(stripes).get(), nullptr);
+    auto raster = services.newRaster(KxColorSpace::Bitonal, stripes.size().width, 0, stripes.resolution());
+    return raster && stripes.copyTo(raster.get()) ? raster : KxPtr<IRStor>{};
+  } catch (const std::exception& e) {
+    logLine(LogLevel::Warning, "quillbay.analysis", std::string("no angle can be found: ") + e.what());
+    return {};
+  }
+}
+
+}  // namespace
+
+double skewOf(const BoundStripes& stripes, const std::vector<RowExtent>& extents, const BoundServices& services) {
+  const auto bitonal = bitonalOf(stripes, services);
+  if (!bitonal) return 0;
+  const double angle = services.serviceAngle(bitonal.get());
+  return std::abs(angle) > kLeastSkew ? angle : searchSkew(extents);
 }
 
 int CIBoundDetect::Reset() {
@@ -49,7 +72,7 @@ int CIBoundDetect::Detect(std::int32_t bounds[4], double* angle, std::int32_t* h
   const auto extents = extentsOf(stripes, settings.threshold);
   auto found = uniteExtents(extents, stripes.size().width);
   if (!found) return 0;
-  const double skew = settings.deskew ? skewOf(stripes, extents) : 0;
+  const double skew = settings.deskew ? skewOf(stripes, extents, m_services) : 0;
   if (std::abs(skew) > kLeastSkew && settings.scanType == kAreaAutoWidth) widenToPage(&*found, skew);
   bounds[0] = found->left;
   bounds[1] = found->top;
@@ -58,25 +81,6 @@ int CIBoundDetect::Detect(std::int32_t bounds[4], double* angle, std::int32_t* h
   *angle = skew;
   *height = stripes.size().height;
   return 1;
-}
-
-// Null where none can be made.
-KxPtr<IRStor> CIBoundDetect::bitonalOf(const BoundStripes& stripes) const {
-  try {
-    if (stripes.isGrey()) return m_services.binarize(readStripes(stripes).get(), nullptr);
-    auto raster = m_services.newRaster(KxColorSpace::Bitonal, stripes.size().width, 0, stripes.resolution());
-    return raster && stripes.copyTo(raster.get()) ? raster : KxPtr<IRStor>{};
-  } catch (const CXException& e) {
-    logLine(LogLevel::Warning, "quillbay.analysis", std::string("no angle can be found: ") + e.what());
-    return {};
-  }
-}
-
-double CIBoundDetect::skewOf(const BoundStripes& stripes, const std::vector<RowExtent>& extents) const {
-  const auto bitonal = bitonalOf(stripes);
-  if (!bitonal) return 0;
-  const double angle = m_services.serviceAngle(bitonal.get());
-  return std::abs(angle) > kLeastSkew ? angle : searchSkew(extents);
 }
 
 }  // namespace quillbay

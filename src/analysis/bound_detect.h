@@ -31,6 +31,15 @@ struct BoundServices {
 /// One extent for each row of `stripes`; the first and the last row have none.
 [[nodiscard]] std::vector<RowExtent> extentsOf(const BoundStripes& stripes, std::int32_t threshold);
 
+/// The angle that straightens what the stripes show, or 0: the deskew service's, or where it finds none the
+/// rotation that makes the box around `extents` smallest. Without a bitonal picture, for want of memory, there is
+/// none.
+[[nodiscard]] double skewOf(const BoundStripes& stripes, const std::vector<RowExtent>& extents,
+                            const BoundServices& services);
+
+/// What `new_IBoundDetect` works with: the panel's settings, and the libraries' services.
+[[nodiscard]] const BoundServices& panelBoundServices() noexcept;
+
 class CIBoundDetect final : public CKxUnknownImpl<IBoundDetect> {
  public:
   explicit CIBoundDetect(const BoundServices& services) : m_services(services) {}
@@ -39,9 +48,6 @@ class CIBoundDetect final : public CKxUnknownImpl<IBoundDetect> {
   int Detect(std::int32_t bounds[4], double* angle, std::int32_t* height) override;
 
  private:
-  [[nodiscard]] KxPtr<IRStor> bitonalOf(const BoundStripes& stripes) const;
-  [[nodiscard]] double skewOf(const BoundStripes& stripes, const std::vector<RowExtent>& extents) const;
-
   const BoundServices m_services;
   BoundStripes m_stripes;
 };

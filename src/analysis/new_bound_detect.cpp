@@ -20,8 +20,13 @@ double serviceAngle(IRStor* bitonal) {
 
 }  // namespace
 
+const BoundServices& panelBoundServices() noexcept {
+  static const BoundServices services{panelSettings, new_IRStor, AutoBinarizing, serviceAngle};
+  return services;
+}
+
 KxPtr<IBoundDetect> new_IBoundDetect() {
-  return KxPtr<IBoundDetect>::adopt(new CIBoundDetect({panelSettings, new_IRStor, AutoBinarizing, serviceAngle}));
+  return KxPtr<IBoundDetect>::adopt(new CIBoundDetect(panelBoundServices()));
 }
 
 }  // namespace quillbay

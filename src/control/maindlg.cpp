@@ -52,7 +52,9 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
     m_performer.fail(what);
     PostCommand(this, command::kApplyParams, 1);  // what waited for the end of the page
   });
+  m_steps.detection = &m_detection;
   m_parts.stateChanged = [this] { showState(); };
+  m_parts.areaFound = [this] { AreaChanged(); };
   m_parts.settingsApplied = [this](bool modeChanged) {
     if (modeChanged) OnParamChanging(scan_key::CurrMode.name);
     takeArea();
@@ -143,13 +145,13 @@ int CMaindlg::StartUp() {
 void CMaindlg::makeForm() {
   m_form = std::make_unique<PanelForm>(this);
   m_parts.status = &m_form->status();
+  m_form->status().onCancel = [this] { buttonPressed(command::kStop); };
   m_toolbar =
       std::make_unique<PanelToolbar>(m_form->toolbar(), this, static_cast<bool>(query<IHelp>(m_params->app())),
                                      [this](int id) { buttonPressed(id); });
   attachControls();
   connect(m_form->tabs(), &QTabBar::currentChanged, this,
           [this](int index) { m_guard.guarded([&] { return chooseTab(index), true; }); });
-  m_form->status().onCancel = [this] { buttonPressed(command::kStop); };
 }
 
 /// A page that cannot mean its values is not left.
@@ -232,12 +234,6 @@ void CMaindlg::showState() {
   if (m_run.state() != RunState::Waiting) m_performer.wait().close();
 }
 
-void CMaindlg::showHelp() {
-  const auto help = query<IHelp>(m_params->app());
-  const char* inUse = m_form->topicInUse(m_pages, m_layout == 0);
-  const std::string topic = inUse ? inUse : values().helpTopic;
-  if (help && help->ShowTopic(topic.c_str())) return;
-  logLine(LogLevel::Warning, kLog, "no help was shown for " + topic);
 /// What the panel does; while it does nothing, what was found.
 void CMaindlg::showStatus() {
   const RunState state = m_run.state();
@@ -248,6 +244,12 @@ void CMaindlg::showStatus() {
   status.setCancellable(state == RunState::Detecting || state == RunState::FindingPalette);
 }
 
+void CMaindlg::showHelp() {
+  const auto help = query<IHelp>(m_params->app());
+  const char* inUse = m_form->topicInUse(m_pages, m_layout == 0);
+  const std::string topic = inUse ? inUse : values().helpTopic;
+  if (help && help->ShowTopic(topic.c_str())) return;
+  logLine(LogLevel::Warning, kLog, "no help was shown for " + topic);
 }
 
 bool CMaindlg::event(QEvent* event) {
@@ -285,6 +287,8 @@ int CMaindlg::OnParamChanging(const char* key) {
   if (sameKey(key, scan_key::CurrMode.name)) {
     quiet().colorSpace = colorSpaceOfMode(values().currMode);
     m_form->fillTabs(m_pages);
+  } else if (sameKey(key, key::ScanModesChanged)) {
+    m_scanner.learn(*m_params);  // before the pages read it
   } else if (sameKey(key, scan_key::RcPreview.name)) {
     PostCommand(this, command::kRedrawPort, 1, 0, true);
   }
@@ -297,6 +301,7 @@ int CMaindlg::OnParamChanged(const char* key) {
                            scan_key::ScanType.name, scan_key::PaperName.name, scan_key::Portrait.name}) {
     if (sameKey(key, area)) noteArea();
   }
+  if (m_initialised && (sameKey(key, scan_key::RcScan.name) || sameKey(key, scan_key::Units.name))) showStatus();
   // Later: what is set in a broadcast is not heard of.
   if (!m_run.isBusy() && m_preview->isNewArea()) PostCommand(this, command::kNewArea, 1, 0, true);
   return 0;
@@ -305,7 +310,6 @@ int CMaindlg::OnParamChanged(const char* key) {
 void CMaindlg::AreaChanged() {
   noteArea();
   if (!m_viewSync->hasView()) return m_preview->placeFrame(kFirstFrameAspect);
-  if (m_initialised && (sameKey(key, scan_key::RcScan.name) || sameKey(key, scan_key::Units.name))) showStatus();
   m_viewSync->SetArea(values().rcScan, values().dpi);
   m_preview->keepFrame();
 }

@@ -2,6 +2,7 @@
 #include <memory>
 #include <string>
 
+#include "control/area_detection.h"
 #include "control/focus_keeper.h"
 #include "control/palette_prescan.h"
 #include "control/panel_form.h"
@@ -117,9 +118,9 @@ class CMaindlg final : public CDialog, private IPanelController {
   void layoutPanel();
   void switchLayout();
   void showState();
+  void showStatus();
   void showHelp();
   void buttonPressed(int id);
-  void showStatus();
   [[nodiscard]] PanelState panelState() const;
   int OnParamChanging(const char* key);
   int OnParamChanged(const char* key);
@@ -158,6 +159,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   PanelSettings m_settings;
   CountdownTimer m_previewTimer;
   RunPerformer m_performer;
+  AreaDetection m_detection{m_parts};
   KxPtr<PanelProgress> m_progress;
   std::unique_ptr<CScanTo, DestinationReleaser> m_destination;
   FocusKeeper m_focus;

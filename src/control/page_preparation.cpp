@@ -1,27 +1,18 @@
 #include "control/page_preparation.h"
 
-#include <QGuiApplication>
-#include <QScreen>
-
 #include "analysis/scan_rectangle.h"
+#include "analysis/sheet_outline.h"
 #include "control/media_check.h"
 #include "control/palette_prescan.h"
+#include "control/screen_width.h"
+#include "control/search_scan.h"
+#include "params/found_text.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 #include "stores/simple_stor.h"
 #include "stores/view_stor.h"
 
 namespace quillbay {
-
-namespace {
-
-/// In its own pixels. Without a screen there is nothing to fill.
-std::int32_t screenWidth() {
-  const QScreen* screen = QGuiApplication::primaryScreen();
-  return screen ? qRound(screen->size().width() * screen->devicePixelRatio()) : 0;
-}
-
-}  // namespace
 
 KxPtr<IParam> PagePreparation::collectRequest() const {
   auto request = new_MemParam();
@@ -76,7 +67,7 @@ Preparation PagePreparation::page() {
   m_parts.params.viewStore = makeViewStore();
   out.request = collectRequest();
   if (!out.request) return out;
-  m_parts.params.set(scan_key::BoundDetectDirty, 1);
+  if (!keepsFound()) m_parts.params.set(scan_key::BoundDetectDirty, 1);
   out.page.fragment = v.customScanValid != 0;
   out.page.bursting = v.bursting != 0 && !out.page.fragment;
   if (!findArea(out)) return out;
@@ -111,18 +102,60 @@ bool PagePreparation::makeRoom(Preparation& out) {
   return false;
 }
 
+/// Whether the page is what the user corrected, or asked for with a search of its own: nothing is looked for again.
+/// Only the document that lies there now was looked at.
+bool PagePreparation::keepsFound() const {
+  const ScanValues& v = m_parts.values();
+  if (!isFound(v) || v.bursting || m_parts.run.burst() || m_parts.run.record().documents() > 0) return false;
+  return v.found.by == DetectedBy::User || detectionOf(v) == 0;
+}
+
 bool PagePreparation::findArea(Preparation& out) {
-  return out.page.fragment || detect(out.request.get(), -1, nullptr);
+  if (out.page.fragment) return true;
+  if (!keepsFound()) return detectFor(out);
+  m_parts.quiet().skew = m_parts.values().found.angle;
+  out.request->SetValue(key::Rect, m_parts.values().rcScan);
+  const DetectedArea found = m_parts.values().found;
+  m_parts.host.call([&] { m_parts.host.listeners().detected(found); });
+  return true;
+}
+
+/// What the search found, as the preview, the status and hosts show it.
+void PagePreparation::noteFound() const {
+  ScanValues& v = m_parts.quiet();
+  const Sheet sheet = sheetIn(v.rcScan, v.skew, v.scanType);
+  v.found = {m_parts.steps.detection->FoundBy(), v.rcScan, sheet.angle, {sheet.width, sheet.height}, {}};
+  if (isFound(v)) v.found.paper = paperOfSize(m_parts.params.papers, v.found.sheet);
+  m_parts.params.NotifyParam(scan_key::RcScan.name);
+  const DetectedArea found = v.found;
+  m_parts.host.note(foundText(m_parts.params.units(), found));
+  m_parts.host.call([&] { m_parts.host.listeners().detected(found); });
+}
+
+/// As a step of a run.
+bool PagePreparation::detectFor(Preparation& out) {
+  if (detect(out.request.get(), -1, nullptr)) return true;
+  DetectionEnd end = m_parts.steps.detection->End();
+  out.cause = end.cause;
+  out.fault = std::move(end.fault);
+  return false;
 }
 
 bool PagePreparation::detect(IParam* request, int mask, bool* found) {
   if (!m_parts.run.beginSearch(RunState::Detecting)) return false;
   m_parts.stateChanged();
   IAreaDetection* detection = m_parts.steps.detection;
+  const bool searches = (mask == -1 ? detectionOf(m_parts.values()) : mask) != 0;
+  if (searches) m_parts.host.call([&] { m_parts.host.listeners().detecting(); });
   const bool goOn = m_parts.host.call([&] { return detection->Detect(request, mask); }) != 0;
   m_parts.run.endSearch();
+  const bool isAreaFound = goOn && detection->AreaFound();
+  // A preview makes a picture of its own of what was found.
+  const bool previews = m_parts.run.isBusy() && isPreview(m_parts.run.kind());
+  m_parts.search->settlePicture(isAreaFound && !previews);
+  if (isAreaFound) noteFound();
   m_parts.stateChanged();
-  if (found) *found = goOn && detection->AreaFound();
+  if (found) *found = isAreaFound;
   return goOn;
 }
 
@@ -146,7 +179,7 @@ void PagePreparation::putRectangle(Preparation& out, ScanPlan& plan) {
   const bool fragment = out.page.fragment;
   tagRRECT rect =
       applyLengthRule(computeScanRectangle({v.rcScan, v.addWidthPercent, v.bedWidth, v.minWidth, v.center != 0,
-                                            fragment, m_parts.steps.detection->AreaFound()}),
+                                            fragment, isFound(v) || m_parts.steps.detection->AreaFound()}),
                       v.scanType);
   m_parts.quiet().lastScanArea = rect;
   if (!fragment && m_parts.run.record().pages() == 0) noteWidening(rect.width());
@@ -197,7 +230,7 @@ Preparation PagePreparation::prescan() {
   const double down = params.values().rcScan.top - frame.top;
   params.set(scan_key::RcPreview, {frame.left, frame.top + down, frame.right, frame.bottom + down});
   const bool fragment = params.values().customScanValid != 0;
-  if (params.values().boundDetectDirty && !fragment && !detect(out.request.get(), -1, nullptr)) return out;
+  if (params.values().boundDetectDirty && !fragment && !detectFor(out)) return out;
   const tagRRECT rect = applyLengthRule(params.values().rcScan, params.values().scanType);
   params.set(scan_key::RcScan, rect);
   out.request->SetValue(key::Rect, rect);

@@ -42,6 +42,9 @@ class PagePreparation {
   [[nodiscard]] bool canFindArea() const;
   [[nodiscard]] bool makeRoom(Preparation& out);
   [[nodiscard]] bool findArea(Preparation& out);
+  [[nodiscard]] bool keepsFound() const;
+  void noteFound() const;
+  [[nodiscard]] bool detectFor(Preparation& out);
   [[nodiscard]] bool findPalette(Preparation& out);
   [[nodiscard]] bool checkMedia(Preparation& out);
   void putRectangle(Preparation& out, ScanPlan& plan);

@@ -3,6 +3,7 @@
 #include "control/told_events.h"
 
 #include "platform/base_services.h"
+#include "quillbay/host_services.h"
 #include "quillbay/scan_keys.h"
 
 namespace quillbay {
@@ -63,6 +64,12 @@ int PanelHost::show(const std::string& text, EventButtons buttons,
 int PanelHost::message(EventKind kind, const std::string& text, EventButtons buttons) const {
   return show(text, buttons, [&](IEvents& events) {
     return events.Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons));
+  });
+}
+
+int PanelHost::ask(EventKind kind, const std::string& text, EventButtons buttons) const {
+  return show(text, buttons, [&](IEvents& events) {
+    return events.Message(static_cast<int>(kind), text.c_str(), kMessageForUser, static_cast<int>(buttons));
   });
 }
 

@@ -32,6 +32,8 @@ class PanelHost {
   /// Shows a message and tells the listeners of it. Returns the host's answer; a host without messages returns the
   /// harmless one.
   int message(EventKind kind, const std::string& text, EventButtons buttons) const;
+  /// The same, never answered automatically: the user alone knows.
+  int ask(EventKind kind, const std::string& text, EventButtons buttons) const;
   /// The same for an event by number.
   int event(int code, const std::string& text, EventButtons buttons) const;
   void note(const std::string& text) const;

@@ -28,6 +28,7 @@ struct PanelParts {
   SearchScan* search = nullptr;          ///< never null for a step of a run
   const void* owner = nullptr;           ///< what `CSharedScanParams::runs` is while this panel runs
   std::function<void()> stateChanged{};  ///< shows the run's state
+  std::function<void()> areaFound{};     ///< shows a new scan area
   KxPtr<IParam> previewSettings{};       ///< the request of the preview that is shown; null without one
   bool keepsRasters = false;             ///< the host reads pages while they are scanned
   /// Settings changed without a broadcast; whether the mode did.

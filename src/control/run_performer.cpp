@@ -245,8 +245,12 @@ bool RunPerformer::detectArea(int mask) {
   if (othersRun()) return false;
   PagePreparation steps = preparation();
   const auto request = steps.collectRequest();
+  if (!request) return false;
   bool found = false;
-  return request && steps.detect(request.get(), mask, &found) && found;
+  const bool goOn = steps.detect(request.get(), mask, &found);
+  const UnitFault fault = goOn ? UnitFault{} : m_parts.steps.detection->End().fault;
+  if (!fault.text.empty()) m_parts.host.message(EventKind::Information, fault.text, EventButtons::Ok);
+  return found;
 }
 
 void RunPerformer::pushSettings() {
@@ -312,12 +316,12 @@ void RunPerformer::endRun() {
   if (m_run.state() != RunState::Ending) return;
   m_prescan.end();
   m_ending.endRun();
+  if (m_run.record().pages() > 0 && m_parts.scanner.hasFeeder()) forgetFound();
   perform(m_run.ended());
 }
 
 void RunPerformer::performRest(const Actions& todo) {
   for (const Action& action : todo) {
-  if (m_run.record().pages() > 0 && m_parts.scanner.hasFeeder()) forgetFound();
     if (!quietly([&] { performOne(action); }) && action.what == Do::End) performRest(m_run.ended());
   }
 }

@@ -15,8 +15,8 @@ class NoDetection final : public IAreaDetection {
 
 class NoPalette final : public IPalettePrescan {
  public:
-  bool IsNeeded() const override { return false; }
-  int Run(IParam*, int) override { return 1; }
+  bool IsNeeded(IParam*) const override { return false; }
+  int Run(IParam*, int, EndCause*, UnitFault*) override { return 1; }
   void Forget() override {}
 };
 

@@ -15,6 +15,12 @@ namespace quillbay {
 /// The optional steps of a scan. The controller calls each of them in the same way; a step that the panel does not
 /// have does nothing.
 
+/// Why a search for the area ended a run.
+struct DetectionEnd {
+  EndCause cause = EndCause::Refused;  ///< `Refused`: the user declined
+  UnitFault fault{};                   ///< the device's, not told yet
+};
+
 /// Finds the scan area before a scan.
 class IAreaDetection {
  public:
@@ -30,6 +36,8 @@ class IAreaDetection {
   [[nodiscard]] virtual DetectedBy FoundBy() const {
     return AreaFound() ? DetectedBy::Prescan : DetectedBy::Nothing;
   }
+  /// Why the last `Detect` returned 0.
+  [[nodiscard]] virtual DetectionEnd End() const { return {}; }
 };
 
 /// Computes the palette of a document in a prescan.

@@ -105,6 +105,7 @@ class PanelTest : public testing::Test {
     set("m_Dir", out.path());
     set("m_Mask", "page");
     set("m_fCenter", 0);
+    set("m_dwAutodetect", 0);
   }
   bool openSmall(const std::string& device, eTarnwellMode mode = ScanToFile) {
     if (!open(device, mode)) return false;
