@@ -121,7 +121,8 @@ void SanePage::startPipeline(LinePipeline& pipeline, const SANE_Parameters& p) {
                       p.lines >= 0 && m_cut ? m_cut->lines : p.lines, m_setup.dpi);
 }
 
-void SanePage::goOn(int answer) const {
+void SanePage::goOn(int answer) {
+  m_isRefused = m_isRefused || !answer;
   if (m_stop || !answer) throw UnitFaultException(stoppedFault(m_device.name()));
 }
 
@@ -155,16 +156,38 @@ void SanePage::endPage(LinePipeline& pipeline) {
   if (pipeline.linesOut() == 0) checkSane(SANE_STATUS_EOF, m_device.name(), SaneStep::Read);
 }
 
+// Hands on what a page that breaks off has left in the filters, unless the sink wants no more. Why it did stays
+// what is told.
+void SanePage::readOrKeep(LinePipeline& pipeline, const std::function<void()>& read) {
+  try {
+    read();
+  } catch (...) {
+    if (m_isRefused) throw;
+    try {
+      static_cast<void>(pipeline.flush());
+    } catch (const std::exception& e) {
+      logLine(LogLevel::Warning, "quillbay.scanner",
+              m_device.name() + ": the last lines of a page that broke off are lost: " + e.what());
+    }
+    throw;
+  }
+}
+
 void SanePage::readDirect(LinePipeline& pipeline, std::size_t lineBytes) {
   for (;;) {
     std::int32_t lines = INT32_MAX;
     std::uint8_t* room = pipeline.lineRoom(&lines);
     const std::size_t size = static_cast<std::size_t>(lines) * lineBytes;
     std::size_t filled = 0;
-    while (filled < size) {
-      const std::size_t got = readSome(room + filled, size - filled);
-      if (!got) break;
-      filled += got;
+    try {
+      while (filled < size) {
+        const std::size_t got = readSome(room + filled, size - filled);
+        if (!got) break;
+        filled += got;
+      }
+    } catch (...) {
+      if (!m_isRefused) static_cast<void>(pipeline.linesDone(static_cast<std::int32_t>(filled / lineBytes)));
+      throw;
     }
     const auto whole = static_cast<std::int32_t>(filled / lineBytes);
     if (whole > 0) goOn(pipeline.linesDone(whole));
@@ -210,6 +233,11 @@ void SanePage::readInOnePass(const SANE_Parameters& p) {
   LinePipeline pipeline(pipelineSetup(p, samplesOf(p)), m_sink);
   const TakeLines take = into(pipeline, samplesOf(p));
   startPipeline(pipeline, p);
+  readOrKeep(pipeline, [&] { readLines(pipeline, p, take); });
+  endPage(pipeline);
+}
+
+void SanePage::readLines(LinePipeline& pipeline, const SANE_Parameters& p, const TakeLines& take) {
   const bool packedColour = p.format == SANE_FRAME_RGB && p.depth == 1;
   if (!m_cut && pipeline.isDirect() && p.depth <= 8 && !packedColour && lineBytesOf(p) == neededBytes(p)) {
     readDirect(pipeline, lineBytesOf(p));
@@ -227,13 +255,17 @@ void SanePage::readInOnePass(const SANE_Parameters& p) {
   } else {
     readFrame(p, take);
   }
-  endPage(pipeline);
 }
 
 void SanePage::readInThreePasses(SANE_Parameters p) {
   LinePipeline pipeline(pipelineSetup(p, DeviceSamples::Rgb8), m_sink);
   const TakeLines take = into(pipeline, DeviceSamples::Rgb8);
   startPipeline(pipeline, p);
+  readOrKeep(pipeline, [&] { readPasses(p, take); });
+  endPage(pipeline);
+}
+
+void SanePage::readPasses(SANE_Parameters p, const TakeLines& take) {
   const std::int32_t width = p.pixels_per_line;
   ThreePassPage page(width, p.lines, m_setup.dpi);
   for (int pass = 0;; ++pass) {
@@ -256,7 +288,6 @@ void SanePage::readInThreePasses(SANE_Parameters p) {
     if (!isThreePass(p.format) || p.pixels_per_line != width)
       checkSane(SANE_STATUS_UNSUPPORTED, m_device.name(), SaneStep::Read, "frames of a page differ");
   }
-  endPage(pipeline);
 }
 
 }  // namespace quillbay

@@ -46,17 +46,21 @@ class SanePage {
   LinePipeline::Setup pipelineSetup(const SANE_Parameters& p, DeviceSamples samples) const;
   void findCut(const SANE_Parameters& p);
   TakeLines into(LinePipeline& pipeline, DeviceSamples samples);
+  void readLines(LinePipeline& pipeline, const SANE_Parameters& p, const TakeLines& take);
+  void readPasses(SANE_Parameters p, const TakeLines& take);
+  void readOrKeep(LinePipeline& pipeline, const std::function<void()>& read);
   void readDirect(LinePipeline& pipeline, std::size_t lineBytes);
   void readFrame(const SANE_Parameters& p, const TakeLines& take);
   std::size_t readSome(std::uint8_t* to, std::size_t room);
   void endPage(LinePipeline& pipeline);
-  void goOn(int answer) const;
+  void goOn(int answer);
   void noteTail(std::size_t bytes) const;
 
   SaneDevice& m_device;
   Setup m_setup;
   IScanSink* m_sink;
   const std::atomic<bool>& m_stop;
+  bool m_isRefused = false;      // the sink wants no more lines
   std::optional<PageCut> m_cut;  // of this page, when it is more than what is wanted
 };
 
