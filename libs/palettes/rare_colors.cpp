@@ -78,7 +78,7 @@ bool placeColor(ColorClusters& clusters, const ColorPoint& color) {
 
 void keepRareColors(ColorClusters& clusters) {
   constexpr int kRounds = 8;
-  constexpr double kLeastGain = 1e-3;
+  constexpr double kEnough = 1e-3;
   double total = 0;
   for (const ColorPoint& p : clusters.points()) total += static_cast<double>(p.weight);
   const std::size_t count = clusters.state().centres.size();
@@ -89,7 +89,7 @@ void keepRareColors(ColorClusters& clusters) {
     if (static_cast<double>(color.weight) < std::max(least, 1.0)) return;
     const ColorClusters::State before = clusters.state();
     if (!placeColor(clusters, color)) return;
-    clusters.settle(kRounds, kLeastGain);
+    clusters.settle(kRounds, kEnough);
     if (clusters.state().error > most) {
       clusters.restore(before);
       return;
