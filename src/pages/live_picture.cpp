@@ -58,12 +58,12 @@ QSize LivePicture::sizeHint() const { return {kPictureSide, kPictureSide}; }
 
 QSize LivePicture::minimumSizeHint() const { return {kLeastPictureSide, kLeastPictureSide}; }
 
-/// The picture as large as it fits, in the middle.
+/// The picture as large as it fits, next to the settings.
 QRect LivePicture::place() const {
-  if (!m_picture) return rect();
+  if (!m_picture) return {0, 0, width(), std::min(height(), kPictureSide)};
   QSize size = QSize(m_picture->width, m_picture->height).scaled(this->size(), Qt::KeepAspectRatio);
   size = size.expandedTo({1, 1});
-  return {QPoint((width() - size.width()) / 2, (height() - size.height()) / 2), size};
+  return {QPoint((width() - size.width()) / 2, 0), size};
 }
 
 void LivePicture::prepare() {
@@ -104,9 +104,9 @@ void LivePicture::paintEvent(QPaintEvent*) {
   const QRect at = place();
   if (!m_picture) {
     painter.setPen(palette().color(QPalette::Mid));
-    painter.drawRect(rect().adjusted(0, 0, -1, -1));
+    painter.drawRect(at.adjusted(0, 0, -1, -1));
     painter.setPen(palette().color(QPalette::WindowText));
-    painter.drawText(rect().adjusted(8, 8, -8, -8), Qt::AlignCenter | Qt::TextWordWrap, m_instead);
+    painter.drawText(at.adjusted(8, 8, -8, -8), Qt::AlignCenter | Qt::TextWordWrap, m_instead);
     return;
   }
   painter.drawImage(at, m_showsOriginal ? m_original : m_adjusted);

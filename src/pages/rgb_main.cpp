@@ -177,7 +177,7 @@ void CRGBMain::takePicture() {
   const auto settings = controller().PreviewSettings();
   const auto& store = params().previewStore;
   m_base = store ? unadjusted(pictureOf(*store, kMostPictureWidth), settings.get()) : Unadjusted{};
-  const bool isBitonal = store && !m_base.picture && !store->IsEmpty();
+  const bool isBitonal = settings && isBitonalMode(paramInt(settings.get(), key::Mode, kModeRgb));
   m_picture->setPicture(
       m_base.picture, QString::fromStdString(
                           Supp_Translate(isBitonal ? "The last preview is black and white. Make a preview (F6) in "
