@@ -48,6 +48,7 @@ PanelForm::PanelForm(QWidget* panel) : m_panel(panel) {
   m_previewColumn->hide();
   m_columns->setStretchFactor(1, 1);
   m_tabs->setExpanding(false);
+  m_tabs->setSelectionBehaviorOnRemove(QTabBar::SelectPreviousTab);  // when the preview gets a place of its own
   auto* destinationRow = new QVBoxLayout(m_destinationPlace);
   destinationRow->setContentsMargins(0, 0, 0, 0);
   m_footerPlace = form.footerPlace;
