@@ -34,6 +34,10 @@ measure() {
   "$build/bin/detect_bench" "$memory"
 
   echo
+  echo "Sheets that lie crooked on the simulated scanner: found, straightened and written, beside the truth"
+  /usr/bin/python3 bench/found_sheets.py "$build" "$out" --count 100
+
+  echo
   echo "Palettes beside pngquant, ImageMagick and leptonica: without dither, each pixel at its nearest entry"
   "$build/bin/palette_bench" "$memory"
 
