@@ -125,8 +125,23 @@ bool ScriptRun::run(const std::vector<ScriptStep>& steps) {
   m_progress = nullptr;  // closes its window before a message opens
   log(formatText(Supp_Translate(done ? "Script %s: done" : "Script %s: not done; the document is as it was"),
                  {m_title}));
+  handOver();
   tellFailures();
   return done;
+}
+
+void ScriptRun::take(const StepNote& note) {
+  log("    " + note.text);
+  if (!m_notes.empty()) m_notes += '\n';
+  m_notes += note.text;
+  if (note.isMiss) ++m_misses;
+}
+
+/// What the commands report, for the program that ran the script.
+void ScriptRun::handOver() const {
+  if (!m_parameters || m_notes.empty()) return;
+  m_parameters->SetValue(script_key::Notes, m_notes);
+  m_parameters->SetValue(script_key::Misses, m_misses);
 }
 
 bool ScriptRun::perform(const std::vector<ScriptStep>& steps) {
@@ -252,8 +267,7 @@ ScriptRun::Outcome ScriptRun::close() {
 ScriptRun::Outcome ScriptRun::change(const ScriptStep& step) {
   std::vector<KxPtr<IRStor>> results;
   for (const auto& raster : m_work.rasters) {
-    auto result = runRasterStep(step, raster.get(), m_progress.get(),
-                                [this](const std::string& text) { log("    " + text); });
+    auto result = runRasterStep(step, raster.get(), m_progress.get(), [this](const StepNote& note) { take(note); });
     if (!result) return Outcome::Cancelled;
     results.push_back(std::move(result));
   }

@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "host/script_raster.h"
 #include "host/script_services.h"
 #include "host/script_step.h"
 #include "quillbay/host.h"
@@ -74,6 +75,8 @@ class ScriptRun {
   void tell(const std::string& file, const std::string& head, const std::string& details) const;
   void collect(const std::string& file, const std::string& why, const ScriptStep* step, bool cancelled) const;
   void log(const std::string& line) const;
+  void take(const StepNote& note);
+  void handOver() const;
   [[nodiscard]] bool isCancelled() const { return m_progress && m_progress->IsCancelled() != 0; }
 
   const ScriptWorld m_world;
@@ -84,6 +87,8 @@ class ScriptRun {
   std::vector<Work> m_kept;    // left by "/Open", and not in a file
   std::vector<Work> m_closed;  // pages that go at the end
   std::vector<Failure> m_failures;
+  std::string m_notes;  // lines
+  int m_misses = 0;
 };
 
 }  // namespace quillbay

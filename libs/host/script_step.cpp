@@ -33,6 +33,7 @@ constexpr Rule kRules[] = {
      ScriptAction::Crop,
      false,
      {{{"LEFT", "mm"}, {"TOP", "mm"}, {"WIDTH", "mm; default: the detected content"}, {"HEIGHT", "mm"}}}},
+    {"CropToDocument", ScriptAction::CropToDocument, false, {}},
     {"Despeckle", ScriptAction::Despeckle, false, {{{"SIZE", "mm, the largest speck that is removed"}}}},
     {"Invert", ScriptAction::Invert, false, {}},
     {"Rotate", ScriptAction::Rotate, false, {{{"ANGLE", "degrees clockwise"}}}},
@@ -146,6 +147,7 @@ ScriptStep compileStep(const ScriptCommand& command, const std::string& file, co
       if (!step.by) check.refuse(Supp_Translate("ANGLE is missing; give it in degrees, clockwise"));
       break;
     case ScriptAction::Close:
+    case ScriptAction::CropToDocument:
     case ScriptAction::Invert:
     case ScriptAction::Autocorrect: break;
   }

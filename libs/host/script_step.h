@@ -8,7 +8,18 @@
 
 namespace quillbay {
 
-enum class ScriptAction { Open, SaveAs, Close, Deskew, Crop, Despeckle, Invert, Rotate, Autocorrect };
+enum class ScriptAction {
+  Open,
+  SaveAs,
+  Close,
+  Deskew,
+  Crop,
+  CropToDocument,
+  Despeckle,
+  Invert,
+  Rotate,
+  Autocorrect
+};
 
 /// A command of a script, checked.
 struct ScriptStep {

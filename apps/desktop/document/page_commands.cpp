@@ -79,6 +79,8 @@ void PageCommands::fill(QMenu* menu) {
             "/Rotate ANGLE:90");
   addScript(menu, tr("&Straighten"), QKeySequence("Ctrl+Shift+D"), tr("Detects the skew and straightens the page"),
             "/Deskew");
+  addScript(menu, tr("Crop to the d&ocument"), QKeySequence("Ctrl+Shift+T"),
+            tr("Finds the sheet on the scanner's bed and cuts off the bed"), "/CropToDocument");
   addScript(menu, tr("&Crop to content"), QKeySequence("Ctrl+Shift+C"),
             tr("Cuts off the border around the content"), "/Crop");
   menu->addSeparator();
@@ -160,27 +162,39 @@ bool PageCommands::execute(const QString& title, const char* key, const QString&
   // A file of commands may name files: it is run once.
   if (ids.empty() || (key && key == std::string_view(quillbay::script_key::FileName))) ids = {current};
   bool done = true;
+  Notes notes;
+  notes.namesPages = ids.size() > 1;
   m_document->beginStep(title);
   for (std::size_t i = 0; i < ids.size() && done; ++i) {
     m_document->setCurrent(ids[i]);
-    done = executeOnce(*sink, title, key, value);
+    done = executeOnce(*sink, title, key, value, &notes);
   }
   m_document->endStep();
   m_document->setCurrent(current);
   m_running = false;
   update(m_scanning);
   emit runningChanged();
+  if (!notes.all.isEmpty()) emit reported(title + ": " + notes.all.join(' '));
+  if (!notes.misses.isEmpty()) emit missed(notes.misses.join("\n\n"));
   return done;
 }
 
 /// A key names the argument that holds the script; without one it is the autocorrection.
 bool PageCommands::executeOnce(quillbay::IScriptCmdSink& sink, const QString& title, const char* key,
-                               const QString& value) {
+                               const QString& value, Notes* notes) {
   const WindowFactory factory(m_app, title, m_window);
   const auto arguments = quillbay::new_MemParam();
   arguments->SetValue(quillbay::script_key::Title, title.toStdString());
   if (key) arguments->SetValue(key, value.toStdString());
-  return sink.ExecCommand(key ? quillbay::script_key::Process : "Autocorrect", arguments.get()) == 0;
+  const Page* page = m_document->page(m_document->current());
+  const QString name = page && notes->namesPages ? page->name + ": " : QString();
+  const bool done = sink.ExecCommand(key ? quillbay::script_key::Process : "Autocorrect", arguments.get()) == 0;
+  const auto text = QString::fromStdString(quillbay::paramString(arguments.get(), quillbay::script_key::Notes));
+  if (!text.isEmpty()) {
+    notes->all += name + QString(text).replace('\n', ' ');
+    if (quillbay::paramInt(arguments.get(), quillbay::script_key::Misses) > 0) notes->misses += name + text;
+  }
+  return done;
 }
 
 }  // namespace desktop

@@ -2,6 +2,7 @@
 #include <QList>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <functional>
 #include <vector>
 
@@ -47,14 +48,23 @@ class PageCommands : public QObject {
  signals:
   /// A command begins or has ended.
   void runningChanged();
+  /// What a command that has ended reports of the pages, in one line.
+  void reported(const QString& text);
+  /// A command did not find on some pages what it looks for.
+  void missed(const QString& text);
 
  private:
+  struct Notes {
+    QStringList all, misses;
+    bool namesPages = false;
+  };
   QAction* add(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip,
                const std::function<void()>& run);
   void addScript(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip, const char* script);
   void fillPolicies(QMenu* menu);
   bool execute(const QString& title, const char* key, const QString& value);
-  bool executeOnce(quillbay::IScriptCmdSink& sink, const QString& title, const char* key, const QString& value);
+  bool executeOnce(quillbay::IScriptCmdSink& sink, const QString& title, const char* key, const QString& value,
+                   Notes* notes);
 
   quillbay::IHostApp* m_app;
   Document* m_document;

@@ -122,6 +122,11 @@ void MainWindow::makePageMenu() {
   m_pageCommands->fill(menu);
   m_pageCommands->selectedPages = [this] { return m_pages->selected(); };
   connect(m_pageCommands, &PageCommands::runningChanged, this, &MainWindow::updateActions);
+  connect(m_pageCommands, &PageCommands::reported, this, [this](const QString& text) {
+    m_log->note(text);
+    statusBar()->showMessage(text);
+  });
+  connect(m_pageCommands, &PageCommands::missed, this, &MainWindow::tell);
 }
 
 /// The commands that change what pages there are, and undo.

@@ -83,8 +83,11 @@ bool PageTones::showsBedAround(const KxRect& part) const {
   const double least = kLeastAround * m_size.width * m_size.height;
   const auto lies = [&](int end) { return static_cast<double>(around.total(end)) >= least; };
   if (!lies(256)) return false;
+  const int paper = inside.common(256);
+  // White paper cannot be distinguished from white corners: most of what lies around it has to be bed.
+  if (paper >= kNoGrain && 2 * around.total(kNoGrain) < around.total(256)) return false;
   const int bed = around.common(lies(kNoGrain) ? kNoGrain : 256);
-  return std::abs(bed - inside.common(256)) >= kLeastDifference;
+  return std::abs(bed - paper) >= kLeastDifference;
 }
 
 }  // namespace quillbay
