@@ -1,9 +1,10 @@
 /// The search for the document before a scan, on the panel.
-#include <QPushButton>
+#include <numbers>
 #include <stdexcept>
 
 #include "fake_scanner.h"
 #include "panel_fixture.h"
+#include "params/shared_scan_params.h"
 
 namespace quillbay {
 namespace {
@@ -71,6 +72,27 @@ TEST_F(PanelDetectTest, ScansWhatIsFoundAndSnapsItToPapers) {
     EXPECT_TRUE(messages.empty());
     close();
   }
+}
+
+TEST_F(PanelDetectTest, OnlyTheFoundAreaIsStraightened) {
+  openAuto("sim:width=420,size=210x148,at=60x30,skew=2,source=flatbed");
+  set("m_fDeskew", 1);
+  const auto skew = [] { return CSharedScanParams::currentValues()->skew; };
+  EXPECT_EQ(run(), EndCause::Done);
+  EXPECT_NEAR(skew(), -2 * std::numbers::pi / 180, 0.001);
+  set("m_rcCustomScan", tagRRECT{70, 50, 150, 100});
+  set("m_fCustomScanValid", 1);
+  EXPECT_EQ(run(), EndCause::Done);
+  EXPECT_EQ(skew(), 0) << "a fragment";
+  EXPECT_EQ(recorder->pages.back().lines, 197);
+  set("m_dwAutodetect", 0);
+  set("m_eScanType", kAreaCustom);
+  set("m_rcScan", tagRRECT{50, 30, 300, 110});
+  EXPECT_EQ(run(), EndCause::Done);
+  EXPECT_EQ(skew(), 0) << "an area that was drawn";
+  set("m_fBursting", 1);
+  EXPECT_EQ(run(), EndCause::Done);
+  EXPECT_EQ(skew(), 0) << "the pieces of a burst";
 }
 
 TEST_F(PanelDetectTest, WithoutADocumentTheUserDecides) {
