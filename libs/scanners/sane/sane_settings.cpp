@@ -47,10 +47,11 @@ void applyOthers(SaneDevice& device, WantedOptions wanted) {
 }
 
 // Line art of the device's own is a plain threshold, and its level can be set only where the device has an option
-// for it. All else is made here from grey.
+// for it; without one, the usual level stands for the device's. All else is made here from grey.
 bool wantsBits(const SaneDevice& device, const ScanRequest& request) noexcept {
   if (request.mode != kModeBwThreshold || request.bw.filters()) return false;
-  return request.level < 0 || hasOwnThreshold(device.options());
+  const bool isUsual = request.level < 0 || request.level == levelRange(kModeBwThreshold).initial;
+  return isUsual || hasOwnThreshold(device.options());
 }
 
 // Sets the mode; returns whether one bit a pixel must still be chosen by the depth.
