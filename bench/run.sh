@@ -38,6 +38,10 @@ measure() {
   /usr/bin/python3 bench/found_sheets.py "$build" "$out" --count 100
 
   echo
+  echo "What straightening adds to a scan of A1 in colour at 400 dpi"
+  /usr/bin/python3 bench/straighten_share.py "$build" "$out" "$@"
+
+  echo
   echo "Palettes beside pngquant, ImageMagick and leptonica: without dither, each pixel at its nearest entry"
   "$build/bin/palette_bench" "$memory"
 

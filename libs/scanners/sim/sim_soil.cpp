@@ -28,7 +28,7 @@ SimSoil::SimSoil(const Kind& kind, std::uint64_t seed, double scale, std::int32_
     m_noise.resize(kNoiseCount);
     for (auto& n : m_noise) {
       const double bell = random.unit() + random.unit() + random.unit() - 1.5;
-      n = static_cast<std::int8_t>(std::lround(bell / 1.5 * kind.noise));
+      n = static_cast<std::int16_t>(std::lround(bell / 1.5 * kind.noise));
     }
   }
   m_streaks.resize(static_cast<std::size_t>(std::max(0, right - left)));
@@ -40,7 +40,7 @@ void SimSoil::makeStreaks(std::uint64_t seed) {
   for (auto n = static_cast<std::int64_t>(m_left / every); static_cast<double>(n) * every < m_right; ++n) {
     SimRandom random(mixSeeds(seed, static_cast<std::uint64_t>(n)));
     const auto x = static_cast<std::int32_t>((static_cast<double>(n) + random.unit()) * every);
-    const auto tone = static_cast<std::int8_t>(random.below(25) - 10);
+    const auto tone = static_cast<std::int16_t>(random.below(25) - 10);
     if (x >= m_left && x < m_right) m_streaks[static_cast<std::size_t>(x - m_left)] = tone;
   }
 }

@@ -31,7 +31,7 @@ class SimSoil {
   const std::uint64_t m_seed;
   const double m_scale;
   const std::int32_t m_left, m_right;
-  std::vector<std::int8_t> m_noise, m_streaks;
+  std::vector<std::int16_t> m_noise, m_streaks;
   std::vector<Speck> m_specks;  // of the cells that the current row crosses
   std::int64_t m_cellRow = INT64_MIN;
 };
