@@ -2,6 +2,7 @@
 
 #include <exception>
 
+#include "analysis/sheet_outline.h"
 #include "control/outside_call.h"
 #include "params/notify_guard.h"
 #include "platform/base_services.h"
@@ -45,13 +46,19 @@ bool PageEnding::release(const ScanStarted& page, bool cancelled, void (*done)(v
   return true;
 }
 
+std::int64_t pageWidth(const ScanStarted& scan) {
+  if (!scan.plan || scan.plan->kind != RunKind::Scan) return scan.width;
+  const ScanValues& v = scan.plan->draft.names.values;
+  return v.skew == 0 ? scan.width : roundHalfUp(mmToPixels(straightSheet(v, v.skew).width, scan.dpi));
+}
+
 PageEnd PageEnding::handOver(const ScanStarted& page, bool cancelled, std::int64_t lines) {
   PageEnd end;
   end.cancelled = cancelled;
   CSharedScanParams& params = m_parts.params;
   const auto outcome = query<IStoreOutcome>(params.destinationStore.get());
   const bool failed = outcome && !outcome->GetError().empty();
-  end.info.width = page.width;
+  end.info.width = pageWidth(page);
   end.info.dpi = page.dpi;
   end.info.lines = outcome && !cancelled ? outcome->GetLines() : lines;
   if (outcome && !cancelled && !failed) {

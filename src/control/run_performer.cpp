@@ -265,7 +265,7 @@ void RunPerformer::onStarted() {
   const bool hasPlace = m_ending.begin(started);
   if (started.plan->kind != RunKind::Prescan) m_view.setScanned(started.plan->area, started.dpi);
   ScanStartInfo info;
-  info.width = started.width;
+  info.width = pageWidth(started);
   info.expectedLines = started.lines;
   info.dpi = started.dpi;
   info.colorSpace = started.colorSpace;

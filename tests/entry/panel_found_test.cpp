@@ -1,7 +1,6 @@
 /// What the panel shows of a document that was found, and what the user makes of it.
 #include <QLabel>
 #include <QPushButton>
-#include <QtTest>
 #include <numbers>
 
 #include "panel_fixture.h"
@@ -23,7 +22,7 @@ class PanelFoundTest : public PanelTest {
     QCoreApplication::processEvents();
   }
   [[nodiscard]] const ScanValues& v() const { return *CSharedScanParams::currentValues(); }
-  [[nodiscard]] bool shows(const QString& part) const {
+  [[nodiscard]] bool shows(const QString& part) {
     const auto labels = window()->findChildren<QLabel*>();
     return std::any_of(labels.begin(), labels.end(), [&](const QLabel* l) { return l->text().contains(part); });
   }
@@ -41,7 +40,8 @@ TEST_F(PanelFoundTest, ACorrectionHoldsForTheDocumentThatLiesThere) {
   auto* picture = window()->findChild<QWidget*>("previewPicture");
   QFocusEvent last(QEvent::FocusIn, Qt::BacktabFocusReason);
   QApplication::sendEvent(picture, &last);
-  QTest::keyClick(picture, Qt::Key_Right, Qt::ControlModifier | Qt::ShiftModifier);
+  QKeyEvent wider(QEvent::KeyPress, Qt::Key_Right, Qt::ControlModifier | Qt::ShiftModifier);
+  QApplication::sendEvent(picture, &wider);
   EXPECT_TRUE(shows("Found 220 x 148 mm, turned"));
   const DetectedArea corrected = v().found;
   EXPECT_EQ(corrected.by, DetectedBy::User);
@@ -58,15 +58,9 @@ TEST_F(PanelFoundTest, ACorrectionHoldsForTheDocumentThatLiesThere) {
   EXPECT_EQ(v().found.by == DetectedBy::User, false);
 }
 
-TEST_F(PanelFoundTest, CancelLeavesPictureAndAreaAsTheyWere) {
-  openOver("sim:width=420,size=210x148,at=60x30,source=flatbed");
-  EXPECT_EQ(run(StartKind::Prescan), EndCause::Done);
-  const tagRRECT before = v().rcScan;
-  auto* picture = window()->findChild<QWidget*>("previewPicture");
-  const QImage seen = picture->grab().toImage();
-  close();
+TEST_F(PanelFoundTest, CancelLeavesEverythingAsItWas) {
   openOver("sim:width=420,size=210x148,at=60x30,source=flatbed,speed=60");
-  set("m_rcScan", before);
+  const tagRRECT before = v().rcScan;
   const DetectedArea found = v().found;
   QTimer cancel;
   bool wasOffered = false;
@@ -81,7 +75,6 @@ TEST_F(PanelFoundTest, CancelLeavesPictureAndAreaAsTheyWere) {
   EXPECT_EQ(v().rcScan, before);
   EXPECT_EQ(v().found, found);
   EXPECT_TRUE(messages.empty()) << "who cancelled knows it";
-  EXPECT_FALSE(seen.isNull());
 }
 
 }  // namespace

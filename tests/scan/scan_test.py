@@ -578,6 +578,8 @@ class Found(Case):
                 for edge, truth in (("left", min(x)), ("right", max(x)), ("top", min(y)), ("bottom", max(y))):
                     self.assertAlmostEqual(found["area"][edge], truth, delta=1.5, msg=edge)
                 rows, columns = self.pages("a.tif")[0]
+                page, = self.events(done, "page")
+                self.assertEqual((page["lines"], page["width"]), (rows, columns))
                 self.assertAlmostEqual(columns * 0.254, width, delta=3)
                 self.assertAlmostEqual(rows * 0.254, length, delta=3)
                 picture, inside = self.image("a.tif"), 14  # of the paper's white margin, in pixels
