@@ -10,8 +10,8 @@ namespace quillbay {
 
 namespace {
 
-constexpr double kStep = 0.0008726646259972223;  // 0.05 degrees
-constexpr double kMost = 0.7853981633975001;     // 45 degrees
+constexpr double kStep = 0.0008726646259972223;   // 0.05 degrees
+constexpr double kMostSkew = 0.7853981633975001;  // 45 degrees
 constexpr double kPatience = 0.08726646259972222;
 constexpr double kLargest = 2147483647.0, kSmallest = -2147483648.0;
 
@@ -63,7 +63,7 @@ struct Best {
 
 void sweep(std::span<const Point> points, double angle, double step, Best* best) noexcept {
   int misses = 0;
-  for (; std::abs(angle) <= kMost; angle += step) {
+  for (; std::abs(angle) <= kMostSkew; angle += step) {
     const double area = boxArea(points, angle);
     if (area < best->area) {
       *best = {area, angle};
