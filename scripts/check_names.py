@@ -46,7 +46,9 @@ def check(root):
             text = path.read_text(encoding="utf-8")
             for token in TOKEN.finditer(text):
                 word = token.group(1)
-                if word is None or (place, word) in OTHER_MEANING or not (word in names or (place not in PROSE and KEY.search(word))):
+                if word is None or (place, word) in OTHER_MEANING:
+                    continue
+                if not (word in names or (place not in PROSE and KEY.search(word))):
                     continue
                 line = text.count("\n", 0, token.start()) + 1
                 instead = names.get(word, f"a constant of {HEADER}")
