@@ -1,5 +1,5 @@
 /// The running dashes of the preview control: frames per second and processor time, over the picture of a prescan
-/// that fills the control.
+/// that fills the control. And the colour page: from a moved slider to the painted picture of a prescan.
 /// usage: preview_bench [SECONDS]    how long the dashes run (10)
 #include <QApplication>
 #include <QEventLoop>
@@ -8,18 +8,22 @@
 #include <vector>
 
 #include "bench_tools.h"
+#include "pages/live_picture.h"
+#include "pages/rgb_dlg.h"
+#include "pages/rgb_main.h"
 #include "preview/pv_static.h"
 #include "quillbay/scan_keys.h"
 #include "stores/preview_stor.h"
 #include "stores/scan_buffer.h"
 #include "stores/simple_stor.h"
+#include "widgets/spin_scroll_edit.h"
 
 namespace quillbay {
 namespace {
 
 using bench::Times;
 
-constexpr double kAimPercent = 2, kAimFrames = 5;
+constexpr double kAimPercent = 2, kAimFrames = 5, kAimSliderMs = 30;
 constexpr int kWidth = 1600, kHeight = 1000;
 
 /// The control does not need one while nobody touches it.
@@ -54,12 +58,12 @@ class PaintCount final : public QObject {
   int count = 0;
 };
 
-void fill(ISStripStor& store) {
+void fill(ISStripStor& store, KxColorSpace space = KxColorSpace::Grey) {
   constexpr std::int32_t kPixels = 3600;
-  std::vector<std::uint8_t> line(kPixels);
+  std::vector<std::uint8_t> line(kPixels * (space == KxColorSpace::Grey ? 1 : 3));
   for (int stripe = 0; stripe < 20; ++stripe) {
     const auto buffer =
-        KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(100, {kPixels, 100}, KxColorSpace::Grey, nullptr));
+        KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(100, {kPixels, 100}, space, nullptr));
     for (int y = 0; y < 100; ++y) {
       for (std::size_t x = 0; x < line.size(); ++x)
         line[x] = static_cast<std::uint8_t>(x ^ std::size_t(stripe * y));
@@ -78,7 +82,42 @@ void run(int milliseconds) {
 
 double percent(const Times& t) { return 100 * t.process / t.wall; }
 
+/// Every step moves a slider, has the picture computed and painted, as `updates` of a screen would show it.
+void measureSlider(const char* what, QSize size, int blur) {
+  NoController controller;
+  const auto params = CSharedScanParams::acquire(nullptr, &makeEmptyStore);
+  params->previewStore = KxPtr<ISStripStor>::adopt(new CPreviewStor(kWidth));
+  fill(*params->previewStore, KxColorSpace::Rgb);
+  params->quiet().currMode = kModeRgb;
+  QWidget window;
+  auto* page = new CRGBMain(controller, params);
+  page->Create(&window, kModeRgb);
+  page->resize(size);
+  window.resize(size);
+  window.show();
+  run(100);
+  const auto filters = new_MemParam();
+  filters->SetValue(key::numbered(key::Blur, kModeRgb), blur);
+  page->Load(filters.get());
+  auto* slider = page->simple().control<CSpinScrollEdit>(CRGBDlg::kContrast);
+  bench::Series times;
+  for (int i = -100; i <= 100; ++i) {
+    const Times start = bench::now();
+    slider->setValue(i);
+    page->simple().OnCommand(CRGBDlg::kContrast, kCodeEdited, 0);
+    page->picture().repaint();
+    times.add(bench::since(start));
+  }
+  const QSize shown = page->picture().adjusted().size();
+  std::printf("slider to picture, %s, %d x %d: %.2f / %.2f ms (median / worst)\n", what, shown.width(),
+              shown.height(), times.median(&Times::wall), times.worst(&Times::wall));
+  bench::aim(std::string("slider to picture, ") + what, times.worst(&Times::wall), "ms", kAimSliderMs);
+}
+
 int measure(int seconds) {
+  measureSlider("narrow panel", {360, 760}, 0);
+  measureSlider("half a screen", {1600, 1000}, 0);
+  measureSlider("half a screen, with blur", {1600, 1000}, 4);
   NoController controller;
   const auto params = CSharedScanParams::acquire(nullptr, &makeEmptyStore);
   params->previewStore = KxPtr<ISStripStor>::adopt(new CPreviewStor(kWidth));

@@ -13,7 +13,7 @@ namespace quillbay {
 
 namespace {
 
-constexpr int kPictureSide = 180, kLeastPictureSide = 90;
+constexpr int kPictureSide = 200, kLeastPictureWidth = 90, kLeastPictureHeight = 170;
 constexpr int kPickReach = 2;  // pixels around the place whose mean is chosen
 
 QImage wrapped(const Picture& p) {
@@ -56,7 +56,7 @@ void LivePicture::endPick() {
 
 QSize LivePicture::sizeHint() const { return {kPictureSide, kPictureSide}; }
 
-QSize LivePicture::minimumSizeHint() const { return {kLeastPictureSide, kLeastPictureSide}; }
+QSize LivePicture::minimumSizeHint() const { return {kLeastPictureWidth, kLeastPictureHeight}; }
 
 /// The picture as large as it fits, next to the settings.
 QRect LivePicture::place() const {

@@ -208,7 +208,8 @@ void CRGBMain::endPick(const IPanelTool* tool) {
   m_picture->setPicking(false);
 }
 
-/// What the settings would ask of the unit. A palette that is not computed yet changes nothing that could be shown.
+/// What the settings would ask of the unit, without filters that it does not have. A palette that is not computed
+/// yet changes nothing that could be shown.
 KxPtr<IParam> CRGBMain::request() {
   auto made = new_MemParam();
   if (m_mode == kModePalette) {
@@ -222,6 +223,12 @@ KxPtr<IParam> CRGBMain::request() {
     mode = kModeRgb;
     for (const char* stem : {key::SoftenSharpen, key::Blur})
       made->SetValue(key::numbered(stem, mode), paramInt(made.get(), key::numbered(stem, kModePalette)));
+  }
+  const auto ranges = query<IUnitKeyRanges>(controller().Unit());
+  for (const char* stem : {key::SoftenSharpen, key::Blur}) {
+    UnitKeyRange unused;
+    const std::string filter = key::numbered(stem, mode);
+    if (!ranges || !ranges->GetKeyRange(filter, &unused)) made->Remove(filter);
   }
   made->SetValue(key::Mode, mode);
   putGammaTable(made.get());

@@ -18,6 +18,7 @@
 #include "document/save_plan.h"
 #include "quillbay/events.h"
 #include "quillbay/formats.h"
+#include "quillbay/quillbay.h"
 #include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 #include "scanner/output_settings.h"
@@ -38,6 +39,7 @@ namespace {
 
 constexpr int kLimitMs = 120000;
 constexpr int kSmallest = 0;  // the PNG writer takes the most time for it
+constexpr int kColourTab = 1;
 
 /// Runs the event loop until something holds; false after a long time.
 bool waitFor(const std::function<bool()>& holds) {
@@ -86,6 +88,7 @@ class Shooting {
     m_window.view().fitAll();
     if (!save(m_window, "main") || !save(*panel(), "panel-to-view")) return false;
     if (!savePreview() || !savePages()) return false;
+    if (all && !saveColours()) return false;
     if (all && !(saveAtWork() && saveDialogs() && saveHelp())) return false;
     if (!m_window.setMode(quillbay::ScanToFile)) return false;
     control()->SetParam(quillbay::key::Dir, "/srv/maps", nullptr);
@@ -173,6 +176,26 @@ class Shooting {
     const bool saved = save(*panel(), name);
     tabs->setCurrentIndex(0);
     return saved;
+  }
+  /// The colour page over the preview: sliders, curves, and the points of the scanner.
+  bool saveColours() {
+    const auto before = modeOf(*control());
+    control()->SetParam(quillbay::key::CurrMode, quillbay::kModeRgb, nullptr);
+    apply({{quillbay::key::Brightness, 20}, {quillbay::key::Saturation, 60}, {quillbay::key::RedBalance, 15}});
+    bool saved = saveTab(kColourTab, "panel-colour");
+    apply({{quillbay::key::IsGamma, 1},
+           {quillbay::key::CurvePoints, "quillbay-curves 1\ncommon 0,0 70,40 180,215 255,255\nblue 0,0 230,255"}});
+    saved = saved && saveTab(kColourTab, "panel-curves");
+    apply({{quillbay::key::ResetMark, 1}});
+    control()->SetParam(quillbay::key::CurrMode, before, nullptr);
+    return saved;
+  }
+  /// Settings of the panel's pages; they are taken over from the event loop.
+  void apply(const std::vector<std::pair<std::string, quillbay::CKxVariant>>& values) {
+    const auto set = quillbay::new_MemParam();
+    for (const auto& [key, value] : values) set->SetValue(key, value);
+    quillbay::query<quillbay::IQuillbaySink>(control())->ApplyParams(set.get());
+    QCoreApplication::processEvents();
   }
   static int modeOf(quillbay::IQuillbayControl& control) {
     quillbay::CKxVariant mode;
