@@ -79,7 +79,7 @@ void PageCommands::fill(QMenu* menu) {
             "/Rotate ANGLE:90");
   addScript(menu, tr("&Straighten"), QKeySequence("Ctrl+Shift+D"), tr("Detects the skew and straightens the page"),
             "/Deskew");
-  addScript(menu, tr("Crop to the d&ocument"), QKeySequence("Ctrl+Shift+T"),
+  addScript(menu, tr("Crop to the docu&ment"), QKeySequence("Ctrl+Shift+T"),
             tr("Finds the sheet on the scanner's bed and cuts off the bed"), "/CropToDocument");
   addScript(menu, tr("&Crop to content"), QKeySequence("Ctrl+Shift+C"),
             tr("Cuts off the border around the content"), "/Crop");
