@@ -6,6 +6,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <numbers>
 #include <utility>
 
 #include "area.h"
@@ -47,7 +48,6 @@ const char* nameOf(KxColorSpace space) {
   }
 }
 
-double bytesPerPixel(KxColorSpace space) {
 const char* nameOf(quillbay::DetectedBy by) {
   switch (by) {
     case quillbay::DetectedBy::Device: return "device";
@@ -58,6 +58,7 @@ const char* nameOf(quillbay::DetectedBy by) {
   }
 }
 
+double bytesPerPixel(KxColorSpace space) {
   switch (space) {
     case KxColorSpace::Bitonal:
     case KxColorSpace::BitonalRle: return 0.125;
@@ -190,7 +191,6 @@ void Reporter::message(const quillbay::HostMessage& message, const std::string& 
   json(event);
 }
 
-void Reporter::started(const quillbay::ScanStartInfo& info) {
 void Reporter::detecting() {
   if (m_json) json({{"event", "detecting"}});
   if (!m_progress) return;
@@ -220,6 +220,7 @@ void Reporter::detected(const quillbay::DetectedArea& area) {
         {"paper", text(area.paper)}});
 }
 
+void Reporter::started(const quillbay::ScanStartInfo& info) {
   {
     const std::lock_guard lock(m_mutex);
     m_info = info;
