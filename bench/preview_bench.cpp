@@ -62,8 +62,7 @@ void fill(ISStripStor& store, KxColorSpace space = KxColorSpace::Grey) {
   constexpr std::int32_t kPixels = 3600;
   std::vector<std::uint8_t> line(kPixels * (space == KxColorSpace::Grey ? 1 : 3));
   for (int stripe = 0; stripe < 20; ++stripe) {
-    const auto buffer =
-        KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(100, {kPixels, 100}, space, nullptr));
+    const auto buffer = KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(100, {kPixels, 100}, space, nullptr));
     for (int y = 0; y < 100; ++y) {
       for (std::size_t x = 0; x < line.size(); ++x)
         line[x] = static_cast<std::uint8_t>(x ^ std::size_t(stripe * y));
@@ -82,8 +81,8 @@ void run(int milliseconds) {
 
 double percent(const Times& t) { return 100 * t.process / t.wall; }
 
-/// Every step moves a slider, has the picture computed and painted, as `updates` of a screen would show it.
-void measureSlider(const char* what, QSize size, int blur) {
+/// Every step moves a slider, has the picture computed and painted.
+void measureSlider(const char* what, QSize size) {
   NoController controller;
   const auto params = CSharedScanParams::acquire(nullptr, &makeEmptyStore);
   params->previewStore = KxPtr<ISStripStor>::adopt(new CPreviewStor(kWidth));
@@ -96,9 +95,6 @@ void measureSlider(const char* what, QSize size, int blur) {
   window.resize(size);
   window.show();
   run(100);
-  const auto filters = new_MemParam();
-  filters->SetValue(key::numbered(key::Blur, kModeRgb), blur);
-  page->Load(filters.get());
   auto* slider = page->simple().control<CSpinScrollEdit>(CRGBDlg::kContrast);
   bench::Series times;
   for (int i = -100; i <= 100; ++i) {
@@ -115,9 +111,8 @@ void measureSlider(const char* what, QSize size, int blur) {
 }
 
 int measure(int seconds) {
-  measureSlider("narrow panel", {360, 760}, 0);
-  measureSlider("half a screen", {1600, 1000}, 0);
-  measureSlider("half a screen, with blur", {1600, 1000}, 4);
+  measureSlider("narrow panel", {360, 760});
+  measureSlider("half a screen", {1600, 1000});
   NoController controller;
   const auto params = CSharedScanParams::acquire(nullptr, &makeEmptyStore);
   params->previewStore = KxPtr<ISStripStor>::adopt(new CPreviewStor(kWidth));
