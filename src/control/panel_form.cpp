@@ -90,6 +90,7 @@ void PanelForm::showTab(const PanelPages& pages, int index) const {
   if (index < 0 || static_cast<std::size_t>(index) >= roles.size()) return;
   m_body->setCurrentIndex(0);
   m_pageArea->setCurrentWidget(pages.page(roles[static_cast<std::size_t>(index)])->GetHwnd());
+  m_pageArea->currentWidget()->updateGeometry();  // it may have another height
 }
 
 void PanelForm::showPreviewTab() const {

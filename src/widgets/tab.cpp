@@ -37,6 +37,18 @@ int CTab::Create(CWnd* parent, int mode) {
   return 1;
 }
 
+QSize CTab::sizeHint() const {
+  const QSize hint = CDialog::sizeHint();
+  return isHidden() ? QSize(hint.width(), 0) : hint;
+}
+
+QSize CTab::minimumSizeHint() const {
+  const QSize hint = CDialog::minimumSizeHint();
+  return isHidden() ? QSize(hint.width(), 0) : hint;
+}
+
+int CTab::heightForWidth(int width) const { return isHidden() ? 0 : CDialog::heightForWidth(width); }
+
 bool CTab::OnCommand(int id, int code, std::int64_t value) {
   assertUserInterfaceThread();
   return m_controller.Guarded([&] {

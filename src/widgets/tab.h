@@ -29,6 +29,11 @@ class CTab : public CDialog, public IUIScanPage {
 
   bool OnCommand(int id, int code, std::int64_t value) final;
 
+  // A page that is not shown takes no height: what stands below the pages follows the shown one.
+  [[nodiscard]] QSize sizeHint() const override;
+  [[nodiscard]] QSize minimumSizeHint() const override;
+  [[nodiscard]] int heightForWidth(int width) const override;
+
   /// Commands of the page's menu.
   enum MenuCommand : int { kResetPage = 12, kDisablePreview = 32814 };
 
