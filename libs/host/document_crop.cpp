@@ -9,9 +9,22 @@ namespace {
 
 bool wasCancelled(IProgress* progress) { return progress && progress->IsCancelled(); }
 
+/// A rectangle of `findContent` without the margin of 1 mm that it has around the content, as far as the page goes.
+KxRect withoutMargin(const KxRect& r, IRStor& page) {
+  const auto margin = static_cast<std::int32_t>(mmToPixels(1, resolutionOf(page)));
+  const KxSize size = page.GetSize();
+  const KxRect inner{r.left > 0 ? r.left + margin : 0, r.top > 0 ? r.top + margin : 0,
+                     r.right < size.width ? r.right - margin : size.width,
+                     r.bottom < size.height ? r.bottom - margin : size.height};
+  return inner.left < inner.right && inner.top < inner.bottom ? inner : r;
+}
+
 /// The corners that turning left have stronger edges than the sheet: only `findContent` sees past them.
 std::optional<KxRect> boxOn(IRStor* page, bool hasWhiteCorners, IProgress* progress) {
-  if (hasWhiteCorners) return findContent(page, progress);
+  if (hasWhiteCorners) {
+    const auto content = findContent(page, progress);
+    return content ? std::optional(withoutMargin(*content, *page)) : content;
+  }
   FoundDocument found;
   return FindDocument(page, progress, &found) ? std::optional(found.box) : std::nullopt;
 }
