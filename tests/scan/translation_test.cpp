@@ -79,7 +79,8 @@ TEST_F(ScanTranslation, WhatACommandLineIsRefusedWith) {
                                                     {"-q", "-v"},
                                                     {"--batch-prompt"},
                                                     // With the scanner and the panel:
-                                                    {"--area", "auto"},
+                                                    {"--deskew", "--area", "A4"},
+                                                    {"--if-not-found", "cry"},
                                                     {"--area", "A44"},
                                                     {"--area", "A0"},
                                                     {"--area", "custom:0,0,9"},
