@@ -47,7 +47,9 @@ class IQuillbayUnit : public IKxUnknown {
   /// Keys read (see scan_keys.h): `Mode`, `ImageDpi`, `Rect` (top = bottom: to the end of the document; none: the
   /// whole bed), `RequestType`, `BatchMode`, `PaperLength` (used where the device cannot find the document's end),
   /// `Bursting` (non-zero: a piece of a long document; a piece that starts after its end has no lines), `Level` of
-  /// a black-and-white mode, without it `Threshold`, and `Gamma`.
+  /// a black-and-white mode, without it `Threshold`, `Gamma` (applied by the device's own gamma tables where it has
+  /// some, else to its lines), and of mode 6 one of `Lut`, `Palette` and `PaletteCount` (colours that are spread
+  /// evenly; 256 without any of them), the first in this order.
   virtual int Scan(IScanSink* sink, IParam* request) = 0;
   /// One of `UnitCommand`. `sink` may be null.
   virtual int Command(IScanSink* sink, int code) = 0;
@@ -99,7 +101,8 @@ struct UnitKeyRange {
 class IUnitKeyRanges : public IKxUnknown {
  public:
   /// Stores the range of a key: `key::numbered(key::Level, mode)` and the like. Returns 1, or 0 when the unit does
-  /// not know the key; `*out` stays as it was. The unit refuses values outside the range.
+  /// not know the key; `*out` stays as it was. The unit refuses values outside the range. `Saturation` is known to
+  /// units with colour; no unit of ours knows `Hue`, which `CalculateColorCurves` makes part of `Gamma`.
   virtual int GetKeyRange(std::string_view key, UnitKeyRange* out) = 0;
 };
 
