@@ -72,6 +72,7 @@ void SearchPicture::complete() const {
 void SearchPicture::settle(bool keeps) {
   const KxPtr<Sink> sink = std::exchange(m_sink, {});
   const auto before = std::exchange(m_before, std::nullopt);
+  if (keeps && sink) m_parts.previewSettings = {};  // a search has no curves
   if (keeps || !sink || !before) return;
   CSharedScanParams& params = m_parts.params;
   if (params.previewStore.get() == static_cast<ISStripStor*>(sink->picture())) params.previewStore = before->store;

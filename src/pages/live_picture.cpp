@@ -88,7 +88,7 @@ const QImage& LivePicture::adjusted() {
 
 void LivePicture::paintSplit(QPainter& painter, const QRect& at) const {
   QRect left = at;
-  left.setRight(std::clamp(*m_split, at.left(), at.right()));
+  left.setRight(std::clamp(m_split.value_or(at.left()), at.left(), at.right()));
   painter.save();
   painter.setClipRect(left);
   painter.drawImage(at, m_original);

@@ -55,7 +55,7 @@ void CurveView::setChannel(CurveChannel channel) {
 }
 
 void CurveView::setLevels(std::optional<PictureLevels> levels) {
-  m_levels = std::move(levels);
+  m_levels = levels;
   update();
 }
 
@@ -66,7 +66,7 @@ std::optional<CurvePoint> CurveView::chosen() const {
 }
 
 void CurveView::moveChosen(CurvePoint to) {
-  if (!chosen()) return;
+  if (!m_chosen || !chosen()) return;
   ToneCurve changed = curve();
   changed.move(*m_chosen, to);
   take(std::move(changed), m_chosen);
@@ -195,7 +195,8 @@ void CurveView::keyPressEvent(QKeyEvent* event) {
       return;
     case Qt::Key_Escape:
       if (!m_before) break;
-      m_curves = *std::exchange(m_before, std::nullopt);
+      m_curves = m_before.value();
+      m_before.reset();
       choose(std::nullopt);
       if (onChanged) onChanged();
       return;
