@@ -74,6 +74,7 @@ void PanelForm::fillTabs(const PanelPages& pages) const {
     m_tabs->addTab(QString::fromStdString(pages.page(role)->GetTitle()));
   }
   if (hadPreview) addPreviewTab();
+  m_tabs->updateGeometry();  // it does not ask for room by itself before the panel is shown
   showTab(pages, 0);
   if (showedPreview) showPreviewTab();
 }
@@ -117,6 +118,7 @@ void PanelForm::placePreview(QWidget* window, PreviewSpot spot) const {
   if (hasTab && spot != PreviewSpot::Tab) m_tabs->removeTab(last);
   if (!hasTab && spot == PreviewSpot::Tab) addPreviewTab();
   m_tabs->setVisible(spot != PreviewSpot::Hidden && m_tabs->count() > 1);
+  m_tabs->updateGeometry();
   if (spot != PreviewSpot::Column) return;
   const int all = m_columns->width();
   const int settings = std::min(all / 2, m_columns->fontMetrics().averageCharWidth() * kSettings);
