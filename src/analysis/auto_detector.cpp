@@ -25,10 +25,12 @@ tagRRECT toMm(const KxRect& pixels, std::uint32_t dpi) noexcept {
 
 }  // namespace
 
-CAutoDetector::CAutoDetector(KxPtr<IBoundDetect> detector) : m_detector(std::move(detector)) {}
+CAutoDetector::CAutoDetector(KxPtr<IBoundDetect> detector, std::int64_t mostKept)
+    : m_detector(std::move(detector)), m_mostKept(mostKept) {}
 
-void CAutoDetector::begin(std::uint32_t dpi, IProgress* progress) {
+void CAutoDetector::begin(std::uint32_t dpi, IProgress* progress, std::optional<BoundSettings> rollSettings) {
   release();
+  m_rollSettings = rollSettings;
   m_dpi = dpi;
   m_finished.exchange(0);
   m_result = 0;
@@ -43,6 +45,7 @@ void CAutoDetector::release() {
   m_detector->Reset();
   m_kept = {};
   m_isKept = true;
+  m_roll.reset();
   m_progress = nullptr;
 }
 
@@ -54,6 +57,7 @@ int CAutoDetector::onEnded() {
 int CAutoDetector::onStarted() {
   m_kept = {};
   m_isKept = true;
+  m_roll.reset();
   m_detector->Reset();
   return 1;
 }
@@ -61,8 +65,12 @@ int CAutoDetector::onStarted() {
 int CAutoDetector::onStripe(IScanBuffer* stripe) {
   m_position += kStepOfStripe;
   if (m_progress) m_progress->SetPosition(m_position);
-  m_detector->AddStripe(stripe);
-  keep(stripe);
+  if (m_roll) {
+    m_roll->add(stripe);
+  } else {
+    m_detector->AddStripe(stripe);
+    keep(stripe);
+  }
   m_dpi = stripe->GetResolution();
   return 1;
 }
@@ -71,27 +79,42 @@ void CAutoDetector::keep(IScanBuffer* stripe) {
   if (!m_isKept) return;
   m_isKept = m_kept.add(stripe);
   const KxSize size = m_kept.size();
-  if (std::int64_t{size.width} * size.height > kMostKept) m_isKept = false;
-  if (!m_isKept) m_kept = {};
+  if (std::int64_t{size.width} * size.height > m_mostKept) m_isKept = false;
+  if (m_isKept) return;
+  BoundStripes beginning = std::exchange(m_kept, {});
+  if (!m_rollSettings || beginning.isEmpty()) return;
+  m_roll.emplace(std::move(beginning), *m_rollSettings);
+  m_detector->Reset();
+}
+
+/// By bound detection alone.
+std::optional<KxRect> CAutoDetector::bounds(const BoundServices* services, double* angle) {
+  if (m_roll) {
+    const auto found = m_roll->detect(services ? *services : panelBoundServices(), angle);
+    m_result = found ? 1 : 0;
+    return found;
+  }
+  std::int32_t height = 0;
+  m_result = m_detector->Detect(m_bounds, angle, &height);
+  if (!m_result) return std::nullopt;
+  return KxRect{m_bounds[0], m_bounds[1], m_bounds[2], m_bounds[3]};
 }
 
 std::optional<FoundBounds> CAutoDetector::detect(const BoundServices* services, bool wantsAngle) {
   double angle = 0;
-  std::int32_t height = 0;
-  m_result = m_detector->Detect(m_bounds, &angle, &height);
+  const auto first = bounds(services, &angle);
   const BoundStripes kept = std::exchange(m_kept, {});
   release();
   std::optional<FoundBounds> found;
-  const KxRect bounds{m_bounds[0], m_bounds[1], m_bounds[2], m_bounds[3]};
   if (m_dpi == 0) return found;
-  if (m_result) found = FoundBounds{toMm(bounds, m_dpi), angle, false};
+  if (first) found = FoundBounds{toMm(*first, m_dpi), angle, false};
   if (!services || kept.isEmpty()) return found;
   const auto again = lookAgain(kept, *services, wantsAngle && angle == 0);
-  if (!again) return found ? fitted(kept, bounds, *found) : found;
-  if (found && !isLess(bounds, again->bounds)) {
+  if (!again) return found ? fitted(kept, *first, *found) : found;
+  if (found && !isLess(*first, again->bounds)) {
     // The same edges, told more closely: the size of a paper is recognised.
-    if (isNearer(bounds, again->bounds)) found->box = toMm(again->bounds, m_dpi);
-    return fitted(kept, bounds, *found);
+    if (isNearer(*first, again->bounds)) found->box = toMm(again->bounds, m_dpi);
+    return fitted(kept, *first, *found);
   }
   logLine(LogLevel::Info, "quillbay.analysis", "the document was found at a second look");
   return fitted(kept, again->bounds, {toMm(again->bounds, m_dpi), angle == 0 ? again->angle : angle, true});

@@ -4,6 +4,7 @@
 #include <optional>
 
 #include "analysis/bound_detect.h"
+#include "analysis/roll_bounds.h"
 #include "quillbay/geometry.h"
 #include "quillbay/raster.h"
 #include "quillbay/scanner.h"
@@ -23,15 +24,17 @@ struct FoundBounds {
 /// has ended (`hasFinished`), both on the user-interface thread.
 class CAutoDetector final : public CKxUnknownImplStatic<IKxUnknown> {
  public:
-  /// A prescan up to this many bytes is kept for a second look; of a longer one, a roll of more than about 25 m,
-  /// only bound detection tells.
+  /// A prescan up to this many bytes is kept until `detect`. Of a longer one, a roll of more than about 25 m, only
+  /// this beginning is kept, for the skew; the rest goes through bound detection while it arrives, and there is no
+  /// second look.
   static constexpr std::int64_t kMostKept = std::int64_t{320} << 20;
 
-  explicit CAutoDetector(KxPtr<IBoundDetect> detector = new_IBoundDetect());
+  explicit CAutoDetector(KxPtr<IBoundDetect> detector = new_IBoundDetect(), std::int64_t mostKept = kMostKept);
 
   [[nodiscard]] IScanSink* sink() noexcept { return &m_sink; }
-  /// Forgets the prescan before. `progress` (may be null) is told of every stripe.
-  void begin(std::uint32_t dpi, IProgress* progress);
+  /// Forgets the prescan before. `progress` (may be null) is told of every stripe. `rollSettings`: how a prescan is
+  /// searched that is too long to be kept; without them all of it is kept.
+  void begin(std::uint32_t dpi, IProgress* progress, std::optional<BoundSettings> rollSettings = std::nullopt);
   /// Whether the prescan has ended since the last call.
   [[nodiscard]] bool hasFinished() noexcept { return m_finished.exchange(0) != 0; }
   /// Looks for the document, and drops the prescan. With `services` it looks again: where bound detection found
@@ -67,6 +70,7 @@ class CAutoDetector final : public CKxUnknownImplStatic<IKxUnknown> {
   int onStarted();
   int onStripe(IScanBuffer* stripe);
   void keep(IScanBuffer* stripe);
+  [[nodiscard]] std::optional<KxRect> bounds(const BoundServices* services, double* angle);
   [[nodiscard]] FoundBounds fitted(const BoundStripes& kept, const KxRect& bounds, FoundBounds found) const;
 
   CIScanSink m_sink{this};
@@ -75,8 +79,11 @@ class CAutoDetector final : public CKxUnknownImplStatic<IKxUnknown> {
   std::atomic<int> m_finished{0};
   int m_result = 0;
   std::uint32_t m_dpi = 0;
+  const std::int64_t m_mostKept;
+  std::optional<BoundSettings> m_rollSettings;
   BoundStripes m_kept;
-  bool m_isKept = true;  // all of the prescan
+  bool m_isKept = true;              // all of the prescan
+  std::optional<RollBounds> m_roll;  // of one too long to be kept
   KxPtr<IProgress> m_progress;
   int m_position = 0;
 };

@@ -52,6 +52,16 @@ double skewOf(const BoundStripes& stripes, const std::vector<RowExtent>& extents
   return std::abs(angle) > kLeastSkew ? angle : searchSkew(extents);
 }
 
+std::optional<KxRect> boundsOf(const std::vector<RowExtent>& extents, const BoundStripes& stripes,
+                               const BoundSettings& settings, const BoundServices& services, double* angle) {
+  *angle = 0;
+  auto found = uniteExtents(extents, stripes.size().width);
+  if (!found) return found;
+  if (settings.deskew) *angle = skewOf(stripes, extents, services);
+  if (std::abs(*angle) > kLeastSkew && settings.scanType == kAreaAutoWidth) widenToPage(&*found, *angle);
+  return found;
+}
+
 int CIBoundDetect::Reset() {
   m_stripes = {};
   return 1;
@@ -67,18 +77,14 @@ int CIBoundDetect::AddStripe(IScanBuffer* stripe) {
 int CIBoundDetect::Detect(std::int32_t bounds[4], double* angle, std::int32_t* height) {
   const BoundStripes stripes = std::exchange(m_stripes, {});
   if (stripes.isEmpty()) return 0;
-  *angle = 0;
   const BoundSettings settings = m_services.settings();
   const auto extents = extentsOf(stripes, settings.threshold);
-  auto found = uniteExtents(extents, stripes.size().width);
+  const auto found = boundsOf(extents, stripes, settings, m_services, angle);
   if (!found) return 0;
-  const double skew = settings.deskew ? skewOf(stripes, extents, m_services) : 0;
-  if (std::abs(skew) > kLeastSkew && settings.scanType == kAreaAutoWidth) widenToPage(&*found, skew);
   bounds[0] = found->left;
   bounds[1] = found->top;
   bounds[2] = found->right;
   bounds[3] = found->bottom;
-  *angle = skew;
   *height = stripes.size().height;
   return 1;
 }

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 #include "analysis/bound_extents.h"
@@ -36,6 +37,12 @@ struct BoundServices {
 /// none.
 [[nodiscard]] double skewOf(const BoundStripes& stripes, const std::vector<RowExtent>& extents,
                             const BoundServices& services);
+
+/// The rectangle around all extents, and the skew in `*angle` (0 without one), by the settings. The skew is looked
+/// for in `stripes`: those of the extents, or their beginning.
+[[nodiscard]] std::optional<KxRect> boundsOf(const std::vector<RowExtent>& extents, const BoundStripes& stripes,
+                                             const BoundSettings& settings, const BoundServices& services,
+                                             double* angle);
 
 /// What `new_IBoundDetect` works with: the panel's settings, and the libraries' services.
 [[nodiscard]] const BoundServices& panelBoundServices() noexcept;

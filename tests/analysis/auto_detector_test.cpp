@@ -122,6 +122,38 @@ TEST(AutoDetector, LooksAgainWhereThereIsLessThanTheSheet) {
   }
 }
 
+/// A long prescan is searched while it arrives, and finds the same.
+TEST(AutoDetector, KeepsOnlyTheBeginningOfARoll) {
+  Picture roll(400, 900, 40);
+  roll.fill({100, 80, 320, 730}, 210);
+  roll.addNoise(3);
+  const auto whole = found(roll);
+  ASSERT_TRUE(whole);
+  CAutoDetector detector(new_IBoundDetect(), 400 * 120);
+  detector.begin(100, nullptr, BoundSettings{});
+  give(detector, roll, 100);
+  const auto last = KxPtr<CIScanBuffer>::adopt(new CIScanBuffer(100, {400, 1}, KxColorSpace::Grey, nullptr));
+  const auto references = last->AddRef();
+  detector.sink()->StripeArrived(900, last.get(), 0);
+  EXPECT_EQ(last->AddRef(), references + 1) << "a later stripe is not kept";
+  last->Release();
+  last->Release();
+  const auto bounds = detector.detect(&panelBoundServices(), false);
+  ASSERT_TRUE(bounds);
+  EXPECT_EQ(detector.result(), 1);
+  EXPECT_NEAR(bounds->box.left, whole->box.left, 1.5);
+  EXPECT_NEAR(bounds->box.top, whole->box.top, 1.5);
+  EXPECT_NEAR(bounds->box.right, whole->box.right, 1.5);
+  EXPECT_NEAR(bounds->box.bottom, whole->box.bottom, 1.5);
+  CAutoDetector kept(new_IBoundDetect(), 400 * 120);  // exactly what bound detection finds in one piece
+  kept.begin(100, nullptr);
+  give(kept, roll, 100);
+  kept.sink()->StripeArrived(900, last.get(), 0);
+  const auto exact = kept.detect(nullptr, false);
+  ASSERT_TRUE(exact);
+  EXPECT_EQ(bounds->box, exact->box);
+}
+
 TEST(AutoDetector, TakesAnyPicture) {
   for (const KxSize size : {KxSize{600, 400}, KxSize{600, 1}, KxSize{600, 2}, KxSize{8, 400}, KxSize{1, 1}}) {
     for (const int tone : {0, 255}) EXPECT_FALSE(found(Picture(size.width, size.height, tone)));
