@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "pages/scan_area.h"
+#include "params/found_angle.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 
@@ -193,7 +194,10 @@ std::string ParamAccess::set(std::string_view key, const CKxVariant& value) cons
     m_params.quiet().extensions.fill(*value.get<std::string>());
     m_params.NotifyParam(key::Extension);
   } else if (const QuietKey* quiet = findQuietKey(key)) {
-    m_params.quiet().*quiet->member = value.toInt();
+    if (quiet->member == &ScanValues::deskew)
+      setDeskew(m_params, value.toInt() != 0);
+    else
+      m_params.quiet().*quiet->member = value.toInt();
     m_params.NotifyParam(quiet->name);
   } else {
     std::visit([&](const auto& k) { store(m_params, k, value); }, *findScanKey(key));

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "params/found_angle.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 #include "ui_scan_setup.h"
@@ -139,7 +140,7 @@ bool CScanSetup::OnPageCommand(int id, int code, std::int64_t) {
       v.standardPapers = m_form->standardPapers->isChecked() ? 1 : 0;
       return detectionChanged(), true;
     case kDeskew:
-      v.deskew = m_form->deskew->isChecked() ? 1 : 0;
+      setDeskew(params(), m_form->deskew->isChecked());
       explain();
       return detectionChanged(), true;
     case kAutoAnswer:
@@ -193,7 +194,7 @@ void CScanSetup::loadValues(IParam* store, bool resets) {
                                    kLeastDelay, kMostDelay);
     v.autoAnswer = flag(key::AutoAnswerEnable, v.autoAnswer, defaults.autoAnswer);
   }
-  v.deskew = flag(key::Deskew, v.deskew, defaults.deskew);
+  setDeskew(params(), flag(key::Deskew, v.deskew, defaults.deskew) != 0);
   params().setIfChanged(scan_key::Units, flag(key::Units, v.units, defaults.units));
 }
 

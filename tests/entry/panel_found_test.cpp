@@ -58,6 +58,19 @@ TEST_F(PanelFoundTest, ACorrectionHoldsForTheDocumentThatLiesThere) {
   EXPECT_EQ(v().found.by == DetectedBy::User, false);
 }
 
+TEST_F(PanelFoundTest, WithoutAutoDeskewWhatWasFoundIsScannedAsItLies) {
+  openOver("sim:width=420,size=210x148,at=60x30,skew=2,source=flatbed");
+  window()->findChild<QPushButton*>("detect")->click();
+  const tagRRECT box = v().found.box;
+  set("m_dwAutodetect", 0);  // the next page is what was found
+  set("m_fDeskew", 0);
+  EXPECT_TRUE(isFound(v()));
+  EXPECT_FALSE(shows("turned by"));
+  EXPECT_EQ(run(), EndCause::Done);
+  ASSERT_EQ(recorder->pages.size(), 1U);
+  EXPECT_NEAR(static_cast<double>(recorder->pages[0].width), mmToPixels(box.width(), 100), 1.5);
+}
+
 TEST_F(PanelFoundTest, CancelLeavesEverythingAsItWas) {
   openOver("sim:width=420,size=210x148,at=60x30,source=flatbed,speed=60");
   const tagRRECT before = v().rcScan;
