@@ -1,5 +1,6 @@
 #include "analysis/paper_snap.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "analysis/sheet_model.h"
@@ -49,6 +50,13 @@ tagRRECT snapToPaper(tagRRECT found, const tagRSIZE& paper, double bedWidth, boo
   }
   if (found.right - kOnBedMm > bedWidth) moveAcross(found, bedWidth - found.right);
   return found;
+}
+
+tagRRECT snapOnFlatbed(const tagRRECT& found, const tagRSIZE& paper, const tagRSIZE& bed, bool widthOnly) noexcept {
+  tagRRECT area = snapToPaper(found, paper, bed.cx, widthOnly);
+  const double beyond = bed.cy > 0 && !widthOnly ? area.bottom - bed.cy : 0;
+  if (beyond > kOnBedMm) moveAlong(area, -std::min(beyond, area.top));
+  return area;
 }
 
 tagRRECT lengthenByMedia(tagRRECT found, double pulledIn, double angle) noexcept {

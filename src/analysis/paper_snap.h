@@ -19,6 +19,11 @@ inline constexpr double kPaperToleranceMm = 1.0;
 /// passes its left, upper or right edge. With `widthOnly` the length stays as found.
 [[nodiscard]] tagRRECT snapToPaper(tagRRECT found, const tagRSIZE& paper, double bedWidth, bool widthOnly) noexcept;
 
+/// The same on a flatbed, whose documents lie anywhere along it: moved onto the bed at its lower edge, too, while
+/// the paper is no longer than the bed. A length of the bed of 0 is unknown.
+[[nodiscard]] tagRRECT snapOnFlatbed(const tagRRECT& found, const tagRSIZE& paper, const tagRSIZE& bed,
+                                     bool widthOnly) noexcept;
+
 /// The area of a document of which a device pulled `pulledIn` millimetres in before the prescan began: it starts at
 /// the top and ends that much later. The pulled-in part of a turned document reaches farther to one side; `angle`:
 /// radians, as found.

@@ -1,5 +1,6 @@
 #include "control/area_detection.h"
 
+#include <cmath>
 #include <utility>
 
 #include "analysis/paper_snap.h"
@@ -14,6 +15,8 @@ namespace {
 bool isLengthOpen(const ScanValues& values) noexcept {
   return values.scanType == kAreaAutoWidth || values.scanType == kAreaFixedWidth;
 }
+
+bool isMeasure(double length) noexcept { return std::isfinite(length) && length > 0; }
 
 /// A prescan's reason for not having been made.
 DetectionEnd endOf(SearchOutcome outcome) {
@@ -88,6 +91,11 @@ bool AreaDetection::takeMeasured(IParam* request) {
   }
   ScanValues& v = m_parts.quiet();
   const bool isWhole = !media.isEndless && v.scanType != kAreaAutoWidth;
+  if (!isMeasure(media.width) || (isWhole && !isMeasure(media.length))) {
+    logLine(LogLevel::Warning, "quillbay.control",
+            "the scanner's measure of the document is none; a prescan finds it");
+    return false;
+  }
   const double length = isWhole ? media.length : v.paperLength;
   if (!isWhole) m_parts.params.set(scan_key::ScanType, kAreaAutoWidth);
   const double left = (v.bedWidth - media.width) / 2;
@@ -97,7 +105,8 @@ bool AreaDetection::takeMeasured(IParam* request) {
 }
 
 SearchOutcome AreaDetection::prescan() {
-  m_detector.begin(static_cast<std::uint32_t>(m_parts.values().previewDpi), m_parts.params.progress.get());
+  m_detector.begin(static_cast<std::uint32_t>(m_parts.values().previewDpi), m_parts.params.progress.get(),
+                   panelBoundServices().settings());
   const auto request = makeRequest();
   return m_parts.search->run(RunState::Detecting, request.get(), m_detector.sink());
 }
@@ -126,10 +135,15 @@ tagRRECT AreaDetection::areaOf(const FoundBounds& found) const {
     area = lengthenByMedia(area, media.bottom, found.angle);
   }
   if (v.standardPapers == 0 || v.deskew != 0) return area;
-  area.bottom -= std::exchange(area.top, 0);
+  // What is fed in starts with the document; on a bed its lower part would be cut off.
+  const bool liesOnBed = m_parts.scanner.isFlatbed();
+  if (!liesOnBed) area.bottom -= std::exchange(area.top, 0);
   const bool widthOnly = isLengthOpen(v);
   const auto paper = smallestPaper(m_parts.params.papers, {area.width(), area.height()}, widthOnly);
-  return paper ? snapToPaper(area, *paper, v.bedWidth, widthOnly) : area;
+  if (!paper) return area;
+  if (!liesOnBed) return snapToPaper(area, *paper, v.bedWidth, widthOnly);
+  const double length = m_parts.host.call([&] { return m_parts.scanner.unit()->GetMaxLength(); });
+  return snapOnFlatbed(area, *paper, {v.bedWidth, length}, widthOnly);
 }
 
 void AreaDetection::take(const tagRRECT& area, IParam* request, DetectedBy by) {

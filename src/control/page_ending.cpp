@@ -52,6 +52,13 @@ std::int64_t pageWidth(const ScanStarted& scan) {
   return v.skew == 0 ? scan.width : roundHalfUp(mmToPixels(straightSheet(v, v.skew).width, scan.dpi));
 }
 
+std::int64_t pageLines(const ScanStarted& scan) {
+  if (!scan.plan || scan.plan->kind != RunKind::Scan || scan.lines <= 0) return scan.lines;
+  const ScanValues& v = scan.plan->draft.names.values;
+  if (v.skew == 0) return scan.lines;
+  return static_cast<std::int64_t>(mmToPixels(straightSheet(v, v.skew).height, scan.dpi));  // as `leastPageLines`
+}
+
 PageEnd PageEnding::handOver(const ScanStarted& page, bool cancelled, std::int64_t lines) {
   PageEnd end;
   end.cancelled = cancelled;

@@ -6,6 +6,8 @@ namespace quillbay {
 
 /// Pixels that the lines of a scan have when they are handed on: fewer than the device's where it is straightened.
 [[nodiscard]] std::int64_t pageWidth(const ScanStarted& scan);
+/// The lines that a page is going to have: of a straightened one those of its sheet. -1 when unknown.
+[[nodiscard]] std::int64_t pageLines(const ScanStarted& scan);
 
 /// What follows the last line of a page: the document is unloaded, the writer finishes, the destination takes the
 /// page, and the run's file gets its name. User-interface thread only; messages run event loops.

@@ -147,7 +147,15 @@ bool PagePreparation::detect(IParam* request, int mask, bool* found) {
   IAreaDetection* detection = m_parts.steps.detection;
   const bool searches = (mask == -1 ? detectionOf(m_parts.values()) : mask) != 0;
   if (searches) m_parts.host.call([&] { m_parts.host.listeners().detecting(); });
-  const bool goOn = m_parts.host.call([&] { return detection->Detect(request, mask); }) != 0;
+  bool goOn = false;
+  try {
+    goOn = m_parts.host.call([&] { return detection->Detect(request, mask); }) != 0;
+  } catch (const WindowGone&) {
+    throw;  // nothing shows a picture any more
+  } catch (...) {
+    m_parts.search->settlePicture(false);
+    throw;
+  }
   m_parts.run.endSearch();
   const bool isAreaFound = goOn && detection->AreaFound();
   // A preview makes a picture of its own of what was found.

@@ -266,7 +266,7 @@ void RunPerformer::onStarted() {
   if (started.plan->kind != RunKind::Prescan) m_view.setScanned(started.plan->area, started.dpi);
   ScanStartInfo info;
   info.width = pageWidth(started);
-  info.expectedLines = started.lines;
+  info.expectedLines = pageLines(started);
   info.dpi = started.dpi;
   info.colorSpace = started.colorSpace;
   info.file = started.page.target.path;

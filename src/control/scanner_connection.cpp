@@ -103,6 +103,11 @@ bool ScannerConnection::hasFeeder() const {
   return !media || media->HasFeeder() != 0;
 }
 
+bool ScannerConnection::isFlatbed() const {
+  const auto media = query<IUnitMedia>(m_unit.get());
+  return media && media->GetSource() == UnitSource::Flatbed;
+}
+
 bool ScannerConnection::takeDirectMode(CSharedScanParams& params) const {
   if (!m_unit || !m_unit->HasMode(kModeDirect)) return false;
   params.set(scan_key::CurrMode, kModeDirect);

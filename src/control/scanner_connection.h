@@ -36,6 +36,8 @@ class ScannerConnection {
   [[nodiscard]] UnitFault fault() const;
   /// Whether the next document of a batch comes by itself; also where the device cannot tell.
   [[nodiscard]] bool hasFeeder() const;
+  /// Whether documents lie on a bed, anywhere along it; false where the device cannot tell.
+  [[nodiscard]] bool isFlatbed() const;
   /// Whether the scanner scans with its own settings; then mode, area and answers of the panel are set for it.
   [[nodiscard]] bool takeDirectMode(CSharedScanParams& params) const;
 

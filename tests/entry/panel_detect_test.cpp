@@ -1,4 +1,5 @@
 /// The search for the document before a scan, on the panel.
+#include <cmath>
 #include <numbers>
 #include <stdexcept>
 
@@ -57,6 +58,9 @@ TEST_F(PanelDetectTest, ScansWhatIsFoundAndSnapsItToPapers) {
       {"sim:width=420,size=203x140,at=2x30", 1, 0, {0, 0, 210, 148}, 1.5},
       {"sim:width=420,size=203x140,at=215x30", 1, 0, {210, 0, 420, 148}, 1.5},
       {"sim:width=420,size=203x140,at=60x30", 1, 1, {60, 30, 263, 170}, 1.5},
+      // On a bed it stays where it lies, on the bed.
+      {"sim:width=420,length=400,size=210x148,at=60x130,source=flatbed", 1, 0, {60, 130, 270, 278}, 1.5},
+      {"sim:width=420,length=300,size=203x140,at=60x159,source=flatbed", 1, 0, {56.5, 152, 266.5, 300}, 1.5},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.device);
@@ -80,6 +84,9 @@ TEST_F(PanelDetectTest, OnlyTheFoundAreaIsStraightened) {
   const auto skew = [] { return CSharedScanParams::currentValues()->skew; };
   EXPECT_EQ(run(), EndCause::Done);
   EXPECT_NEAR(skew(), -2 * std::numbers::pi / 180, 0.001);
+  EXPECT_NEAR(static_cast<double>(recorder->starts.back().expectedLines),
+              static_cast<double>(recorder->pages.back().lines), 1)
+      << "of the straight page";
   set("m_rcCustomScan", tagRRECT{70, 50, 150, 100});
   set("m_fCustomScanValid", 1);
   EXPECT_EQ(run(), EndCause::Done);
@@ -128,6 +135,7 @@ TEST_F(PanelDetectTest, AScannersOwnMeasureNeedsNoPrescan) {
       {"centred on the bed", {"A5", 148, 210, false}, kAreaAuto, {76, 0, 224, 210}, kAreaAuto},
       {"of unknown length", {"", 148, 0, true}, kAreaAuto, {76, 0, 224, 200}, kAreaAutoWidth},
       {"the width alone is wanted", {"", 148, 210, false}, kAreaAutoWidth, {76, 0, 224, 200}, kAreaAutoWidth},
+      {"no measure", {"", 0, std::nan(""), false}, kAreaAuto, {0, 0, 300, 200}, kAreaFixedWidth},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.why);
@@ -138,8 +146,9 @@ TEST_F(PanelDetectTest, AScannersOwnMeasureNeedsNoPrescan) {
     set("m_dwAutodetect", 30);
     unit->media = c.media;
     unit->types.clear();
+    answer = EventAnswer::Yes;  // its prescan shows nothing
     EXPECT_EQ(run(), EndCause::Done);
-    EXPECT_EQ(std::count(unit->types.begin(), unit->types.end(), kRequestDetection), 0);
+    EXPECT_EQ(std::count(unit->types.begin(), unit->types.end(), kRequestDetection), c.media.width > 0 ? 0 : 1);
     EXPECT_EQ(area(), c.area);
     EXPECT_EQ(*get("m_eScanType").get<std::int32_t>(), c.typeAfter);
     close();
@@ -183,7 +192,7 @@ TEST_F(PanelDetectTest, AUnitThatBreaksOrAHostThatClosesEndsTheSearch) {
     const auto front = KxPtr<FakeScannerApp>::adopt(new FakeScannerApp(app(), unit));
     openFake(front.get());
     unit->pause = std::chrono::milliseconds(200);
-    const auto before = settings();
+    auto before = settings();
     if (call == "close") {
       QTimer::singleShot(50, [&] { close(); });
       ASSERT_TRUE(control->Start(StartKind::Scan, 1));
@@ -196,9 +205,22 @@ TEST_F(PanelDetectTest, AUnitThatBreaksOrAHostThatClosesEndsTheSearch) {
       unit->onCall = [&](const std::string& made) {
         if (breaks && made == call) throw std::runtime_error("it broke");
       };
+      set("m_dwAutodetect", 0);
+      EXPECT_EQ(run(StartKind::Prescan), EndCause::Done);
+      set("m_dwAutodetect", 8);
+      m_parent->resize(900, 700);
+      m_parent->show();
+      auto* preview = window()->findChild<QWidget*>("previewPicture");
+      const auto shown = [&] {
+        QCoreApplication::processEvents();
+        return preview->grab().toImage();
+      };
+      const QImage picture = shown();
+      before = settings();
       breaks = true;
       EXPECT_EQ(run(), EndCause::Refused);
       EXPECT_EQ(settings(), before);
+      EXPECT_EQ(shown(), picture) << "the preview shows what it showed";
       unit->onCall = nullptr;
       EXPECT_EQ(QGuiApplication::overrideCursor(), nullptr);
       close();
