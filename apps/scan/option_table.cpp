@@ -165,7 +165,8 @@ constexpr std::array kTable{
         "document.",
         take<&ScanOptions::area>},
     OptionRow{"deskew", 0, Argument::None, nullptr, kPage,
-              "With --area auto, find the skew of the document, too, and straighten the page while it is scanned.",
+              "With --area auto, find the skew of the document, too, and straighten the page while it is scanned. "
+              "Another area is not straightened.",
               [](ScanOptions& o, std::string_view) { return choose(o.deskew, true, "--no-deskew"); }},
     OptionRow{"no-deskew", 0, Argument::None, nullptr, kPage, "Scan the document as it lies.",
               [](ScanOptions& o, std::string_view) { return choose(o.deskew, false, "--deskew"); }},

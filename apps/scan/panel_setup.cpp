@@ -101,6 +101,7 @@ void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
   if (writesFile) applyOutput(output);
   applyFormatOptions(output);
   applySettings(writesFile);
+  tellDeskew();
 }
 
 void PanelSetup::set(const std::string& key, const CKxVariant& value, const std::string& what, ExitStatus status) {
@@ -152,6 +153,13 @@ void PanelSetup::applyResolution() {
 
 void PanelSetup::applyDeskew() {
   if (m_options.deskew) set(quillbay::key::Deskew, *m_options.deskew ? 1 : 0, "--deskew", kUsage);
+}
+
+/// An area of the saved settings, or the whole bed without --area, is not looked for.
+void PanelSetup::tellDeskew() {
+  if (!m_options.deskew.value_or(false) || number(quillbay::key::Autodetect) != 0) return;
+  m_reporter.note(
+      translated("--deskew does nothing here: only a document that is found is straightened; add --area auto"));
 }
 
 void PanelSetup::applyArea() {

@@ -26,6 +26,7 @@ class PanelSetup {
   void applyResolution();
   void applyArea();
   void applyDeskew();
+  void tellDeskew();
   void applyBursting();
   void applyOutput(const OutputChoice& output);
   void applyFormatOptions(const OutputChoice& output);

@@ -580,6 +580,8 @@ class Found(Case):
                 rows, columns = self.pages("a.tif")[0]
                 page, = self.events(done, "page")
                 self.assertEqual((page["lines"], page["width"]), (rows, columns))
+                started, = self.events(done, "started")
+                self.assertAlmostEqual(started["expectedLines"], rows, delta=1)
                 self.assertAlmostEqual(columns * 0.254, width, delta=3)
                 self.assertAlmostEqual(rows * 0.254, length, delta=3)
                 picture, inside = self.image("a.tif"), 14  # of the paper's white margin, in pixels
@@ -620,6 +622,8 @@ class Found(Case):
 
     def test_settings_are_kept_like_others(self):
         device = "sim:size=420x297,at=200x100,skew=2"
+        done = self.expect(0, "--deskew", "-o", "d.tif", device=device)
+        self.assertIn("--area auto", done.stderr, "nothing that could be straightened is looked for")
         self.expect(0, *self.AUTO, "--deskew", "--save-settings", "-o", "a.tif", device=device)
         done = self.expect(0, "--json", "-o", "b.tif", device=device)
         self.assertAlmostEqual(self.events(done, "detected")[0]["angle"], -2, delta=0.05)
