@@ -15,7 +15,8 @@ constexpr std::int32_t kPictureWidth = 640;
 void PrescanFeed::begin() {
   const ScanValues& v = m_parts.values();
   const tagRRECT place = m_parts.steps.preview ? m_parts.steps.preview->GetRasterPlace() : tagRRECT{};
-  m_kept = Kept{m_parts.params.previewStore, v.rcScan, v.rcPreview, place, v.rectValid};
+  m_kept =
+      Kept{m_parts.params.previewStore, v.rcScan, v.rcPreview, place, v.rectValid, v.boundDetectDirty, v.found};
 }
 
 /// The unit may keep the request itself.
@@ -78,6 +79,9 @@ void PrescanFeed::end() {
   const auto kept = std::exchange(m_kept, std::nullopt);
   if (!kept) return;
   m_parts.params.previewStore = kept->store;
+  // Before the area, whose handlers look at it. A page that is scanned next is looked for anew.
+  m_parts.quiet().found = kept->found;
+  m_parts.params.setIfChanged(scan_key::BoundDetectDirty, kept->dirty);
   m_parts.params.setIfChanged(scan_key::RectValid, kept->rectValid);
   m_parts.params.setIfChanged(scan_key::RcScan, kept->scanArea);
   m_parts.params.setIfChanged(scan_key::RcPreview, kept->frame);

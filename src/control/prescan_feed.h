@@ -27,7 +27,8 @@ class PrescanFeed {
   struct Kept {
     KxPtr<ISStripStor> store;
     tagRRECT scanArea, frame, place;
-    std::int32_t rectValid = 0;
+    std::int32_t rectValid = 0, dirty = 0;
+    DetectedArea found;
   };
   void lengthen(double by) const;
   void follow(double length) const;

@@ -175,6 +175,22 @@ TEST_F(PanelDetectTest, CancelInTheMiddleLeavesEverythingAsItWas) {
   EXPECT_EQ(run(), EndCause::Done) << "the scanner stays usable";
 }
 
+TEST_F(PanelDetectTest, APreviewThatIsStoppedAfterItFoundSomethingLooksAgain) {
+  openAuto("sim:width=420,size=210x148,at=60x30,speed=2000,source=flatbed");
+  const auto before = settings();
+  recorder->onLines = [&](std::int64_t) { control->Stop(StopKind::Now); };
+  EXPECT_EQ(run(StartKind::Prescan), EndCause::Stopped);
+  EXPECT_EQ(settings(), before);
+  recorder->onLines = nullptr;
+  EXPECT_EQ(run(StartKind::Prescan), EndCause::Done);
+  expectNear(area(), {60, 30, 270, 178}, 1.5);
+  const auto found = CSharedScanParams::currentValues()->found;
+  set("m_fBoundDetectDirty", 1);
+  recorder->onLines = [&](std::int64_t) { control->Stop(StopKind::Now); };
+  EXPECT_EQ(run(StartKind::Prescan), EndCause::Stopped);
+  EXPECT_EQ(CSharedScanParams::currentValues()->found, found) << "what the user sees";
+}
+
 TEST_F(PanelDetectTest, ADeviceThatFailsIsNamedAndNothingChanges) {
   openAuto("sim:width=420,size=210x148,at=60x30,jam-after=200");
   const auto before = settings();
