@@ -105,17 +105,17 @@ std::optional<FoundBounds> CAutoDetector::detect(const BoundServices* services, 
   const auto first = bounds(services, &angle);
   const BoundStripes kept = std::exchange(m_kept, {});
   release();
-  std::optional<FoundBounds> found;
-  if (m_dpi == 0) return found;
-  if (first) found = FoundBounds{toMm(*first, m_dpi), angle, false};
-  if (!services || kept.isEmpty()) return found;
-  const auto again = lookAgain(kept, *services, wantsAngle && angle == 0);
-  if (!again) return found ? fitted(kept, *first, *found) : found;
-  if (found && !isLess(*first, again->bounds)) {
+  if (m_dpi == 0) return std::nullopt;
+  const bool looksAgain = services && !kept.isEmpty();
+  const auto again =
+      looksAgain ? lookAgain(kept, *services, wantsAngle && angle == 0) : std::optional<SecondLook>{};
+  if (first && !(again && isLess(*first, again->bounds))) {
+    FoundBounds found{toMm(*first, m_dpi), angle, false};
     // The same edges, told more closely: the size of a paper is recognised.
-    if (isNearer(*first, again->bounds)) found->box = toMm(again->bounds, m_dpi);
-    return fitted(kept, *first, *found);
+    if (again && isNearer(*first, again->bounds)) found.box = toMm(again->bounds, m_dpi);
+    return looksAgain ? fitted(kept, *first, found) : found;
   }
+  if (!again) return std::nullopt;
   logLine(LogLevel::Info, "quillbay.analysis", "the document was found at a second look");
   return fitted(kept, again->bounds, {toMm(again->bounds, m_dpi), angle == 0 ? again->angle : angle, true});
 }
