@@ -6,6 +6,7 @@
 
 #include "listings.h"
 #include "names.h"
+#include "quillbay/preview_resolution.h"
 #include "quillbay/scan_keys.h"
 #include "setting_names.h"
 #include "translated.h"
@@ -101,6 +102,7 @@ void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
   if (writesFile) applyOutput(output);
   applyFormatOptions(output);
   applySettings(writesFile);
+  choosePreviewResolution();
   tellDeskew();
 }
 
@@ -153,6 +155,13 @@ void PanelSetup::applyResolution() {
 
 void PanelSetup::applyDeskew() {
   if (m_options.deskew) set(quillbay::key::Deskew, *m_options.deskew ? 1 : 0, "--deskew", kUsage);
+}
+
+void PanelSetup::choosePreviewResolution() {
+  const bool isChosen = std::any_of(m_options.settings.begin(), m_options.settings.end(), [](const auto& pair) {
+    return names::same(pair.first, quillbay::key::PreviewDpi);
+  });
+  if (!isChosen) quillbay::liftPreviewResolution(*m_control, *m_scanner.unit());
 }
 
 /// An area of the saved settings, or the whole bed without --area, is not looked for.

@@ -32,6 +32,8 @@ class PanelSetup {
   void applyFormatOptions(const OutputChoice& output);
   /// Parts --set into parameters, set at once, and page keys, applied together.
   void applySettings(bool writesFile);
+  /// Where --set does not.
+  void choosePreviewResolution();
   /// Sets a parameter; `what` is the option that it comes from.
   void set(const std::string& key, const quillbay::CKxVariant& value, const std::string& what, ExitStatus status);
   void checkOnBed(const ScanOptions::KeyValue& pair, const quillbay::CKxVariant& value) const;

@@ -252,6 +252,7 @@ Preparation PagePreparation::prescan() {
 
 Preparation PagePreparation::areaPrescan(const tagRRECT& area) {
   Preparation out;
+  if (!arePagesAcceptable()) return out;
   if (!m_parts.host.clearRasters(ClearFor::Preview, false)) return out;
   out.request = collectRequest();
   if (!out.request) return out;

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/base_services.h"
+#include "quillbay/preview_resolution.h"
 
 namespace quillbay {
 
@@ -28,6 +29,12 @@ void RunEvents::tell(const char* what, F&& call) const {
       logLine(LogLevel::Error, "quillbay.control", std::string("a host failed at ") + what);
     }
   }
+}
+
+void RunEvents::starting() const {
+  tell("OnStarting", [](IQuillbayEvents& e) {
+    if (const auto hears = query<IStartEvents>(&e)) hears->OnStarting();
+  });
 }
 
 void RunEvents::started(const ScanStartInfo& info) const {

@@ -13,6 +13,7 @@ class RunEvents {
   int advise(IQuillbayEvents* events);
   int unadvise(IQuillbayEvents* events);
 
+  void starting() const;
   void started(const ScanStartInfo& info) const;
   void lines(std::int64_t count) const;
   void pageFinished(const PageInfo& page) const;

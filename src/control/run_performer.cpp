@@ -146,6 +146,8 @@ void RunPerformer::start(RunKind kind, int wanted, bool isDirect) {
 }
 
 void RunPerformer::performStart(RunKind kind, int wanted) {
+  // A host may still choose something for it.
+  if (!m_run.isBusy()) m_parts.host.call([&] { m_parts.host.listeners().starting(); });
   const Actions todo = m_run.start(kind, wanted);
   if (m_run.isBusy()) m_parts.params.runs = this;
   perform(todo);
@@ -243,6 +245,7 @@ void RunPerformer::forgetFound() const {
 
 bool RunPerformer::detectArea(int mask) {
   if (othersRun()) return false;
+  m_parts.host.call([&] { m_parts.host.listeners().starting(); });
   PagePreparation steps = preparation();
   const auto request = steps.collectRequest();
   if (!request) return false;

@@ -116,5 +116,44 @@ TEST_F(PanelViewTest, ShowsAPageThatGoesToAFileAndIsNotKept) {
   EXPECT_EQ(port()->Transform(), before) << "the pages are back";
 }
 
+TEST_F(PanelViewTest, PreviewsTellInksFromPaperUnlessSomebodyChose) {
+  open();
+  smallPages();
+  const auto previewDpi = [&] {
+    quillbay::CKxVariant dpi;
+    control()->GetParam(quillbay::key::PreviewDpi, &dpi);
+    return dpi.toInt();
+  };
+  for (const int mode : {quillbay::kModeRgb, quillbay::kModeGrey}) {  // each starts with the coarsest
+    set("m_CurrMode", mode);
+    ASSERT_EQ(previewDpi(), 50);
+    ASSERT_TRUE(scan());
+    EXPECT_EQ(previewDpi(), 100) << "before the prescans of a scan";
+  }
+  for (const int chosen : {150, 200}) {
+    set("m_nPreviewDPI", chosen);
+    ASSERT_TRUE(scan());
+    EXPECT_EQ(previewDpi(), chosen);
+  }
+}
+
+TEST_F(PanelViewTest, APreviewOfThePartThatIsShownNamesAMissingLookupFile) {
+  open();
+  smallPages();
+  ASSERT_TRUE(scan());
+  set("m_CurrMode", quillbay::kModePalette);
+  const auto values = quillbay::new_MemParam();
+  values->SetValue(quillbay::key::PaletteMethod, quillbay::kPaletteClassified);
+  values->SetValue(quillbay::key::LutFileName, std::string("/missing.lut"));
+  quillbay::query<quillbay::IQuillbaySink>(control())->ApplyParams(values.get());
+  QCoreApplication::processEvents();
+  messages.clear();
+  bool ended = false;
+  QObject::connect(&window->panelDock(), &PanelDock::ended, window.get(), [&] { ended = true; });
+  EXPECT_EQ(control()->Start(quillbay::StartKind::AreaPrescan, 0), 1);
+  ASSERT_TRUE(waitFor([&] { return ended; }));
+  EXPECT_TRUE(messages.join(' ').contains("LUT file /missing.lut not found.")) << messages.join(' ').toStdString();
+}
+
 }  // namespace
 }  // namespace desktop

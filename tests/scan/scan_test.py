@@ -99,6 +99,12 @@ class CommandLine(Case):
             for word in words:
                 self.assertIn(word, done.stderr)
 
+    def test_previews_tell_inks_from_paper_unless_the_user_chose(self):
+        for chosen, dpi in (([], 100), (["--set", "m_nPreviewDPI=50"], 50), (["--set", "m_npreviewdpi=200"], 200)):
+            for mode in ("rgb", "palette", "bw-threshold"):
+                listed = self.expect(0, "--mode", mode, *chosen, "--all-options").stdout
+                self.assertIn(f"[m_nPreviewDPI]: {dpi}", listed, mode)
+
     def test_settings_of_the_panel_outlive_those_of_its_pages(self):
         for settings in (["m_nPreviewDPI=150", "colors=16"], ["colors=16", "m_nPreviewDPI=150"]):
             chosen = [part for setting in settings for part in ("--set", setting)]

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "quillbay/keep_rasters.h"
+#include "quillbay/preview_resolution.h"
 #include "quillbay/scanner.h"
 #include "scanner/first_choices.h"
 #include "scanner/job_bar.h"
@@ -22,9 +23,14 @@ constexpr int kOfferColumns = 42;
 }
 
 /// Passes on what the panel tells.
-class PanelListener final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
+class PanelListener final
+    : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents, quillbay::IStartEvents> {
  public:
   explicit PanelListener(PanelDock* dock) : m_dock(dock) {}
+  void OnStarting() override {
+    const auto unit = currentScanner(m_dock->m_app).as<quillbay::IQuillbayUnit>();
+    if (unit && m_dock->m_control) quillbay::liftPreviewResolution(*m_dock->m_control, *unit);
+  }
   void OnStarted(const quillbay::ScanStartInfo& info) override {
     const bool isPreview =
         info.kind == quillbay::StartKind::Prescan || info.kind == quillbay::StartKind::AreaPrescan;

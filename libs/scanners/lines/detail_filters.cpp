@@ -27,7 +27,7 @@ const std::uint8_t* BlurFilter::make() {
   std::uint16_t* end = first + width();
   for (std::size_t i = 0; i < margin; ++i) {
     m_sums[i] = first[i % m_channels];
-    end[i] = end[i % m_channels - m_channels];
+    end[i] = (end - m_channels)[i % m_channels];
   }
   colorLoops().means(m_sums.data(), width(), reach(), m_channels, m_out.data());
   return m_out.data();
