@@ -13,33 +13,65 @@ constexpr std::int32_t kMostSensitive = 192;
 constexpr std::int32_t kReach = 4;
 /// An edge found later than the other one by less is the same edge.
 constexpr std::int32_t kSamePixels = 3;
-constexpr std::int32_t kColumnsAtOnce = 64;
+/// Dirt on a bed is as strong as a faint edge where the picture is finer than this, in dots per inch; averages of
+/// areas leave the edge.
+constexpr std::int32_t kMostDpi = 60;
 
-/// The extents of all columns: of the picture, turned about its diagonal.
-std::vector<RowExtent> extentsOfColumns(const BoundStripes& stripes) {
-  const KxSize size = stripes.size();
-  const auto height = static_cast<std::size_t>(size.height);
-  std::vector<RowExtent> extents(static_cast<std::size_t>(size.width));
-  if (size.width < 3) return extents;
-  std::vector<std::uint8_t> columns(height * kColumnsAtOnce), kept(height),
-      room(static_cast<std::size_t>(size.width));
-  RowExtentFinder finder(size.height, kMostSensitive);
-  std::int32_t next = 0;  // column
-  for (std::int32_t left = 0; left < size.width; left += kColumnsAtOnce) {
-    const std::int32_t count = std::min(kColumnsAtOnce, size.width - left);
-    for (std::int32_t y = 0; y < size.height; ++y) {
-      const std::uint8_t* row = stripes.row(y, room.data()) + left;
-      for (std::int32_t x = 0; x < count; ++x)
-        columns[static_cast<std::size_t>(x) * height + static_cast<std::size_t>(y)] = row[x];
-    }
-    for (std::int32_t x = 0; x < count; ++x, ++next) {
-      const std::uint8_t* column = columns.data() + static_cast<std::size_t>(x) * height;
-      if (next == 0) finder.begin(column);
-      if (next > 1) extents[static_cast<std::size_t>(next) - 1] = finder.extentOf(kept.data(), column);
-      if (next > 0) std::copy_n(column, height, kept.data());
-    }
+/// The picture, each pixel the average of `scale` x `scale`.
+struct Coarse {
+  std::int32_t width = 0, height = 0, scale = 1;
+  std::vector<std::uint8_t> pixels;
+  [[nodiscard]] const std::uint8_t* row(std::int32_t y) const {
+    return pixels.data() + static_cast<std::size_t>(y) * static_cast<std::size_t>(width);
   }
+};
+
+Coarse coarseOf(const BoundStripes& stripes) {
+  const KxSize size = stripes.size();
+  const auto dpi = static_cast<std::int32_t>(std::min(stripes.resolution(), 9600U));
+  Coarse out;
+  out.scale = std::max(1, (dpi + kMostDpi - 1) / kMostDpi);
+  out.width = size.width / out.scale;
+  out.height = size.height / out.scale;
+  const auto width = static_cast<std::size_t>(out.width), scale = static_cast<std::size_t>(out.scale);
+  out.pixels.resize(width * static_cast<std::size_t>(out.height));
+  std::vector<std::uint8_t> room(static_cast<std::size_t>(size.width));
+  std::vector<std::uint32_t> sums(width);
+  const auto area = static_cast<std::uint32_t>(out.scale * out.scale);
+  for (std::int32_t y = 0; y < out.height; ++y) {
+    std::fill(sums.begin(), sums.end(), area / 2);
+    for (std::int32_t k = 0; k < out.scale; ++k) {
+      const std::uint8_t* row = stripes.row(y * out.scale + k, room.data());
+      for (std::size_t x = 0; x < width; ++x)
+        for (std::size_t n = 0; n < scale; ++n) sums[x] += row[x * scale + n];
+    }
+    std::uint8_t* to = out.pixels.data() + static_cast<std::size_t>(y) * width;
+    for (std::size_t x = 0; x < width; ++x) to[x] = static_cast<std::uint8_t>(sums[x] / area);
+  }
+  return out;
+}
+
+/// One extent for each row; the first and the last have none.
+std::vector<RowExtent> extentsOfRows(const Coarse& picture) {
+  std::vector<RowExtent> extents(static_cast<std::size_t>(picture.height));
+  if (picture.height < 3 || picture.width <= 0) return extents;
+  RowExtentFinder finder(picture.width, kMostSensitive);
+  finder.begin(picture.row(0));
+  for (std::int32_t y = 1; y + 1 < picture.height; ++y)
+    extents[static_cast<std::size_t>(y)] = finder.extentOf(picture.row(y), picture.row(y + 1));
   return extents;
+}
+
+/// Turned about its diagonal.
+Coarse turnedOf(const Coarse& picture) {
+  Coarse out{picture.height, picture.width, picture.scale, std::vector<std::uint8_t>(picture.pixels.size())};
+  for (std::int32_t y = 0; y < picture.height; ++y) {
+    const std::uint8_t* row = picture.row(y);
+    for (std::int32_t x = 0; x < picture.width; ++x)
+      out.pixels[static_cast<std::size_t>(x) * static_cast<std::size_t>(out.width) + static_cast<std::size_t>(y)] =
+          row[x];
+  }
+  return out;
 }
 
 void trim(std::int32_t* from, std::int32_t* to) {
@@ -69,10 +101,11 @@ bool isNearer(const KxRect& first, const KxRect& second) noexcept {
 }
 
 std::optional<SecondLook> lookAgain(const BoundStripes& stripes, const BoundServices& services, bool wantsAngle) {
-  const auto rows = extentsOf(stripes, kMostSensitive);
-  auto along = uniteExtents(rows, stripes.size().width);
+  const Coarse picture = coarseOf(stripes);
+  const auto rows = extentsOfRows(picture);
+  auto along = uniteExtents(rows, picture.width);
   if (along) trim(&along->left, &along->right);
-  const auto turned = uniteExtents(extentsOfColumns(stripes), stripes.size().height);
+  const auto turned = uniteExtents(extentsOfRows(turnedOf(picture)), picture.height);
   std::optional<KxRect> across;
   if (turned) {
     across = KxRect{turned->top, turned->left, turned->bottom, turned->right};
@@ -81,6 +114,8 @@ std::optional<SecondLook> lookAgain(const BoundStripes& stripes, const BoundServ
   if (!along && !across) return std::nullopt;
   SecondLook found;
   found.bounds = along && across ? united(*along, *across) : along ? *along : *across;
+  for (std::int32_t* edge : {&found.bounds.left, &found.bounds.top, &found.bounds.right, &found.bounds.bottom})
+    *edge *= picture.scale;
   if (wantsAngle) found.angle = skewOf(stripes, rows, services);
   return found;
 }

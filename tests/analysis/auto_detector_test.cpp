@@ -122,6 +122,24 @@ TEST(AutoDetector, LooksAgainWhereThereIsLessThanTheSheet) {
   }
 }
 
+TEST(AutoDetector, DirtOnTheBedIsNoDocument) {
+  Picture dirty(600, 500, 60);
+  dirty.fill({100, 80, 420, 400}, 200);
+  for (std::int32_t y = 6; y < 490; y += 37) {  // specks of a millimetre
+    for (std::int32_t x = 6 + y % 29; x < 590; x += 41) {
+      if (dirty.at(x, y) == 60) dirty.fill({x, y, x + 4, y + 4}, 78);
+    }
+  }
+  dirty.addNoise(6);
+  const auto bounds = found(dirty);
+  ASSERT_TRUE(bounds);
+  constexpr double kMm = 0.254, kNear = 1.5;
+  EXPECT_NEAR(bounds->box.left, 100 * kMm, kNear);
+  EXPECT_NEAR(bounds->box.top, 80 * kMm, kNear);
+  EXPECT_NEAR(bounds->box.right, 420 * kMm, kNear);
+  EXPECT_NEAR(bounds->box.bottom, 400 * kMm, kNear);
+}
+
 /// A long prescan is searched while it arrives, and finds the same.
 TEST(AutoDetector, KeepsOnlyTheBeginningOfARoll) {
   Picture roll(400, 900, 40);
