@@ -113,7 +113,7 @@ void CPVStatic::mouseMoveEvent(QMouseEvent* event) {
   const tagRPOINT p = view::toDocument(m_view, at);
   Drag& drag = *m_drag;
   updateFrames();
-  if (drag.sheet) {
+  if (drag.sheet && drag.grabbed) {
     drag.sheet = draggedSheet(*drag.grabbed, drag.zone, drag.start, p);
     drag.hasMoved = true;
     return updateFrames();

@@ -106,14 +106,14 @@ std::vector<PaintedFrame> CPVStatic::frames() const {
 std::optional<PaintedSheet> CPVStatic::paintedSheet() const {
   if (!hasSheet()) return std::nullopt;
   const ScanValues& v = m_params->values();
-  const bool isDragged = m_drag && m_drag->sheet;
+  const auto* dragged = m_drag && m_drag->sheet ? &*m_drag->sheet : nullptr;
   PaintedSheet shown;
-  shown.places = placesOf(isDragged ? *m_drag->sheet : scannedSheet(v), m_view);
+  shown.places = placesOf(dragged ? *dragged : scannedSheet(v), m_view);
   shown.isActive = hasFocus() && activeFrame() == ActiveFrame::Sheet && !m_drag;
   shown.hasHandles = takesInput() && m_mode == Mode::None;
   DetectedArea numbers = v.found;
-  if (isDragged) {
-    numbers = correctedArea(*m_drag->sheet, v);
+  if (dragged) {
+    numbers = correctedArea(*dragged, v);
     numbers.paper = paperOfSize(m_params->papers, numbers.sheet);
   }
   shown.numbers = QString::fromStdString(foundNumbers(m_params->units(), numbers));
@@ -123,7 +123,8 @@ std::optional<PaintedSheet> CPVStatic::paintedSheet() const {
 void CPVStatic::updateFrames() {
   QRegion edges;
   for (const PaintedFrame& frame : frames()) edges += touchedBy(frame);
-  if (m_drag && m_drag->sheet) edges += touchedBy(*paintedSheet(), rectOf(m_client), font());
+  const auto dragged = m_drag && m_drag->sheet ? paintedSheet() : std::nullopt;
+  if (dragged) edges += touchedBy(*dragged, rectOf(m_client), font());
   update(edges & rectOf(m_client));
 }
 

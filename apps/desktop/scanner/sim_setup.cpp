@@ -299,7 +299,8 @@ void SimSetup::choosePictures() {
   const QString folder = m_pictures.isEmpty() ? QString() : QFileInfo(m_pictures.front()).absolutePath();
   const QStringList files = QFileDialog::getOpenFileNames(
       this, tr("Pictures to feed"), folder,
-      tr("Pictures (%1)").arg("*.tif *.tiff *.png *.jpg *.jpeg *.pnm *.pbm *.pgm *.ppm") + ";;" + tr("All files (*)"));
+      tr("Pictures (%1)").arg("*.tif *.tiff *.png *.jpg *.jpeg *.pnm *.pbm *.pgm *.ppm") + ";;" +
+          tr("All files (*)"));
   if (files.isEmpty()) return;
   m_pictures = files;
   showPictures();
