@@ -25,7 +25,7 @@ std::string nameOfPart(std::string_view part) {
   return std::string(part.substr(0, part.size() - kPart.size()));
 }
 
-int refuse(std::string* why, std::string text) {
+int refuseToRecover(std::string* why, std::string text) {
   if (why) *why = std::move(text);
   return 0;
 }
@@ -113,25 +113,25 @@ std::string publishWhere(const std::string& part, const std::string& name, const
 int RecoverPart(const std::string& part, const RecoverTarget& target, std::string* file, std::string* why) {
   const std::string name = nameOfPart(part);
   if (name.empty()) {
-    return refuse(
+    return refuseToRecover(
         why, formatText(
                  Supp_Translate(
                      "%s is not an unfinished file of a scan: its name does not end in \".part\" or \".part.N\"."),
                  {part}));
   }
-  if (!fio::exists(part)) return refuse(why, formatText(Supp_Translate("%s does not exist."), {part}));
+  if (!fio::exists(part)) return refuseToRecover(why, formatText(Supp_Translate("%s does not exist."), {part}));
   RecoverTarget complete = target;
   if (!target.file.empty() && fio::extensionOf(target.file).empty()) complete.file += fio::extensionOf(name);
   if (!target.file.empty() && !hasFormatOf(complete.file, name)) {
-    return refuse(why,
-                  formatText(Supp_Translate("%s has another format than %s; give the new name the extension %s."),
-                             {part, complete.file, fio::extensionOf(name)}));
+    return refuseToRecover(
+        why, formatText(Supp_Translate("%s has another format than %s; give the new name the extension %s."),
+                        {part, complete.file, fio::extensionOf(name)}));
   }
   try {
     const std::string published = publishWhere(part, name, complete);
     if (file) *file = published;
   } catch (const CXException& e) {
-    return refuse(why, e.what());
+    return refuseToRecover(why, e.what());
   }
   return 1;
 }

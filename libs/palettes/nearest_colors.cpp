@@ -62,7 +62,7 @@ void NearestColors::mapRgb(const std::uint8_t* rgb, std::size_t count, std::uint
       areFilled &= m_isFilled[places[i] / kCubeColors];
     }
     for (std::size_t i = 0; i < n && !areFilled; ++i) {
-      if (!m_isFilled[places[i] / kCubeColors]) fillCube(places[i] / kCubeColors);
+      if (!m_isFilled[places[i] / kCubeColors]) fillCube(static_cast<std::uint32_t>(places[i] / kCubeColors));
     }
     for (std::size_t i = 0; i < n; ++i) out[i] = m_table[places[i]];
     out += n;

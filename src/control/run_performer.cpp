@@ -11,7 +11,7 @@ namespace {
 
 /// How long closing waits for a device that does not answer before it is left to itself.
 constexpr std::chrono::seconds kCloseLimit{10};
-constexpr int kFinished = 1;  // the unit's end notification
+constexpr int kScanFinished = 1;  // the unit's end notification
 constexpr const char* kLog = "quillbay.control";
 
 /// A step that must not keep the others from being done. False when it failed.
@@ -109,7 +109,7 @@ bool RunPerformer::handle(int id, int code, std::int64_t value) {
     case command::kPrescanStripes: onPrescanStripes(); return true;
     case command::kReady:
       onPrescanStripes();
-      if (m_run.kind() == RunKind::Prescan && m_run.isRunning() && code == kFinished && !m_run.stopAsked())
+      if (m_run.kind() == RunKind::Prescan && m_run.isRunning() && code == kScanFinished && !m_run.stopAsked())
         m_prescan.complete();
       perform(m_run.unitEnded(code, value != 0, faultOf(m_router->takeEnd().value_or(ScanEnd{}))));
       return true;

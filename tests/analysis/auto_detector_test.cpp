@@ -28,10 +28,10 @@ class FakeDetect final : public CKxUnknownImpl<IBoundDetect> {
 };
 
 /// A grey picture, as stripes of up to 50 lines.
-struct Picture {
+struct TestPicture {
   std::int32_t width, height;
   std::vector<std::uint8_t> pixels;
-  Picture(std::int32_t w, std::int32_t h, int tone)
+  TestPicture(std::int32_t w, std::int32_t h, int tone)
       : width(w),
         height(h),
         pixels(static_cast<std::size_t>(w) * static_cast<std::size_t>(h), static_cast<std::uint8_t>(tone)) {}
@@ -51,7 +51,7 @@ struct Picture {
   }
 };
 
-void give(CAutoDetector& detector, Picture& picture, std::uint32_t dpi) {
+void give(CAutoDetector& detector, TestPicture& picture, std::uint32_t dpi) {
   IScanSink* sink = detector.sink();
   sink->ScanStarted(KxColorSpace::Grey, picture.width, picture.height, dpi);
   for (std::int32_t top = 0; top < picture.height; top += 50) {
@@ -64,7 +64,7 @@ void give(CAutoDetector& detector, Picture& picture, std::uint32_t dpi) {
   sink->ScanEnded(1);
 }
 
-std::optional<FoundBounds> found(Picture picture) {
+std::optional<FoundBounds> found(TestPicture picture) {
   CAutoDetector detector;
   detector.begin(100, nullptr);
   give(detector, picture, 100);
@@ -79,7 +79,7 @@ TEST(AutoDetector, FeedsItsDetectorAndTellsMillimetres) {
   EXPECT_EQ(detector.resolution(), 100U);
   EXPECT_FALSE(detector.hasFinished());
   const int resets = fake->resets;
-  Picture picture(40, 120, 200);
+  TestPicture picture(40, 120, 200);
   give(detector, picture, 50);  // the device's own resolution
   EXPECT_EQ(fake->resets, resets + 1) << "a scan that starts drops what was there";
   EXPECT_EQ(fake->stripes, 3);
@@ -102,15 +102,15 @@ TEST(AutoDetector, FeedsItsDetectorAndTellsMillimetres) {
 }
 
 TEST(AutoDetector, LooksAgainWhereThereIsLessThanTheSheet) {
-  Picture faint(600, 500, 200);  // an edge too faint for the usual threshold
+  TestPicture faint(600, 500, 200);  // an edge too faint for the usual threshold
   faint.fill({100, 80, 420, 400}, 226);
   faint.addNoise(2);
-  Picture half(600, 500, 60);  // one that is strong above, and faint below
+  TestPicture half(600, 500, 60);  // one that is strong above, and faint below
   half.fill({100, 80, 420, 200}, 200);
   half.fill({100, 200, 420, 400}, 86);
-  Picture bordering(600, 500, 30);  // a sheet that touches the bed's left edge
+  TestPicture bordering(600, 500, 30);  // a sheet that touches the bed's left edge
   bordering.fill({0, 80, 420, 400}, 220);
-  for (Picture* picture : {&faint, &half, &bordering}) {
+  for (TestPicture* picture : {&faint, &half, &bordering}) {
     const auto bounds = found(*picture);
     ASSERT_TRUE(bounds);
     EXPECT_TRUE(bounds->atSecondLook);
@@ -123,7 +123,7 @@ TEST(AutoDetector, LooksAgainWhereThereIsLessThanTheSheet) {
 }
 
 TEST(AutoDetector, DirtOnTheBedIsNoDocument) {
-  Picture dirty(600, 500, 60);
+  TestPicture dirty(600, 500, 60);
   dirty.fill({100, 80, 420, 400}, 200);
   for (std::int32_t y = 6; y < 490; y += 37) {  // specks of a millimetre
     for (std::int32_t x = 6 + y % 29; x < 590; x += 41) {
@@ -142,7 +142,7 @@ TEST(AutoDetector, DirtOnTheBedIsNoDocument) {
 
 /// A long prescan is searched while it arrives, and finds the same.
 TEST(AutoDetector, KeepsOnlyTheBeginningOfARoll) {
-  Picture roll(400, 900, 40);
+  TestPicture roll(400, 900, 40);
   roll.fill({100, 80, 320, 730}, 210);
   roll.addNoise(3);
   const auto whole = found(roll);
@@ -174,8 +174,8 @@ TEST(AutoDetector, KeepsOnlyTheBeginningOfARoll) {
 
 TEST(AutoDetector, TakesAnyPicture) {
   for (const KxSize size : {KxSize{600, 400}, KxSize{600, 1}, KxSize{600, 2}, KxSize{8, 400}, KxSize{1, 1}}) {
-    for (const int tone : {0, 255}) EXPECT_FALSE(found(Picture(size.width, size.height, tone)));
-    Picture noise(size.width, size.height, 128);
+    for (const int tone : {0, 255}) EXPECT_FALSE(found(TestPicture(size.width, size.height, tone)));
+    TestPicture noise(size.width, size.height, 128);
     std::mt19937 random(3);
     for (auto& p : noise.pixels) p = random() % 2 ? 255 : 0;
     const auto bounds = found(noise);  // anything, within the picture
