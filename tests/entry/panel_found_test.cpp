@@ -1,5 +1,6 @@
 /// What the panel shows of a document that was found, and what the user makes of it.
 #include <QLabel>
+#include <QLocale>
 #include <QPushButton>
 #include <numbers>
 
@@ -31,7 +32,8 @@ class PanelFoundTest : public PanelTest {
 TEST_F(PanelFoundTest, ACorrectionHoldsForTheDocumentThatLiesThere) {
   openOver("sim:width=420,size=210x148,at=60x30,skew=2,source=flatbed");
   window()->findChild<QPushButton*>("detect")->click();
-  EXPECT_TRUE(shows("Found 210 x 148 mm (A5), turned by 2.0 degrees to the right"));
+  EXPECT_TRUE(
+      shows("Found 210 x 148 mm (A5), turned by " + QLocale().toString(2.0, 'f', 1) + " degrees to the right"));
   EXPECT_FALSE(window()->findChild<QPushButton*>("cancelSearch")->isVisible());
   EXPECT_TRUE(isFound(v()));
   EXPECT_NEAR(v().found.angle, -2 * std::numbers::pi / 180, 0.001);

@@ -147,7 +147,7 @@ TEST_F(DocumentScriptTest, CommandsReportWhatTheyFound) {
   };
   const Case cases[] = {
       {"/Deskew", {"", KxColorSpace::Grey, 25, 240, 2}, "turned anticlockwise by ", true, false},
-      {"/Deskew", {"", KxColorSpace::Bitonal, 0, 255, -1.5}, "turned clockwise by 1.", true, false},
+      {"/Deskew", {"", KxColorSpace::Bitonal, 0, 255, -1.5}, "turned clockwise by 1", true, false},
       {"/Deskew", {"", KxColorSpace::Grey, 25, 240, 0.02}, "straight", false, false},
       {"/CropToDocument", {"", KxColorSpace::Grey, 25, 240, 2}, "", true, false},
       {"/CropToDocument", {"", KxColorSpace::Grey, 240, 240, 2}, "No scanner bed", false, true},

@@ -104,7 +104,7 @@ TEST(ScanSetup, LoadsWhatIsThere) {
           {"own", "of the unit"}});
   EXPECT_EQ(w.notes->count("m_nUnits"), 1) << "the shared units are switched";
   EXPECT_EQ(w.params->units().index(), 1);
-  EXPECT_EQ(w.find<UnitSpin>(CScanSetup::kPrescanLength)->text(), "20.00") << "inches";
+  EXPECT_EQ(w.find<UnitSpin>(CScanSetup::kPrescanLength)->text(), QLocale().toString(20.0, 'f', 2)) << "inches";
   EXPECT_EQ(std::make_tuple(w.v().rewind, w.v().paperLength, w.v().autoPaper, w.v().standardPapers),
             std::make_tuple(1, 508.0, 40, 1));
   EXPECT_EQ(std::make_tuple(w.v().autoAnswerDelay, w.v().autoAnswer, w.v().deskew), std::make_tuple(7, 0, 1));
