@@ -1,5 +1,6 @@
 #include "pages/scan_setup.h"
 
+#include <QShowEvent>
 #include <algorithm>
 #include <utility>
 
