@@ -13,7 +13,6 @@ using quillbay::UnitFaultCode;
 namespace {
 
 constexpr int kOnce = 1;
-constexpr int kDetectAll = 30;
 
 }  // namespace
 
@@ -42,6 +41,8 @@ CliRun::CliRun(quillbay::IQuillbayControl* control, const ScanOptions& options, 
       m_refusals(refusals) {}
 
 int CliRun::run() {
+  m_control->GetParam(quillbay::key::ScanAreaType, &m_areaType);
+  m_control->GetParam(quillbay::key::Autodetect, &m_detection);
   m_control->Advise(this);
   m_interrupts.onFirst([this](int) { stop(); });
   const StartKind kind = m_options.batch ? StartKind::Batch : StartKind::Scan;
@@ -63,8 +64,8 @@ void CliRun::OnDetected(const quillbay::DetectedArea& area) {
 void CliRun::lookAgain() {
   m_scansAll = false;
   std::string why;
-  const bool looks = m_control->SetParam(quillbay::key::ScanAreaType, quillbay::kAreaAuto, &why) &&
-                     m_control->SetParam(quillbay::key::Autodetect, kDetectAll, &why);
+  const bool looks = m_control->SetParam(quillbay::key::ScanAreaType, m_areaType, &why) &&
+                     m_control->SetParam(quillbay::key::Autodetect, m_detection, &why);
   if (!looks) m_reporter.error(why);
 }
 

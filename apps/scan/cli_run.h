@@ -52,5 +52,6 @@ class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEv
   const Refusals& m_refusals;
   QEventLoop m_loop;
   int m_status = kDone;
-  bool m_scansAll = false;  // the last page's document was not found
+  quillbay::CKxVariant m_areaType, m_detection;  // as the run began
+  bool m_scansAll = false;                       // the last page's document was not found
 };

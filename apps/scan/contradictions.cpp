@@ -40,7 +40,7 @@ constexpr Given kPortrait{"--portrait", [](const ScanOptions& o) { return o.port
 constexpr Given kLandscape{"--landscape", [](const ScanOptions& o) { return o.portrait == false; }};
 constexpr Given kCenter{"--center", [](const ScanOptions& o) { return o.center == true; }};
 constexpr Given kDeskew{"--deskew", [](const ScanOptions& o) { return o.deskew == true; }};
-constexpr Given kNotFound{"--if-not-found", [](const ScanOptions& o) { return o.choosesIfNotFound; }};
+constexpr Given kNotFound{"--if-not-found", [](const ScanOptions& o) { return o.failsIfNotFound.has_value(); }};
 constexpr Given kAuto{"--area auto", findsArea};
 constexpr Given kNamedArea{"this --area", namesArea};
 constexpr Given kRecover{"--recover", recovers};

@@ -62,7 +62,6 @@ std::string takeTarget(ScanOptions& o, std::string_view v) {
 std::string takeNotFound(ScanOptions& o, std::string_view v) {
   if (v != "scan-all" && v != "fail") return names::allowed({"scan-all", "fail"}, v, "--help");
   o.failsIfNotFound = v == "fail";
-  o.choosesIfNotFound = true;
   return {};
 }
 

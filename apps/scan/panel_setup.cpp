@@ -17,7 +17,6 @@ namespace {
 
 constexpr std::size_t kNearestResolutions = 6;
 /// Width, length, position and skew.
-constexpr int kDetectAll = 30;
 
 /// The numbers of "1,2.5,3", or nothing.
 std::vector<double> numbersOf(const std::string& text) {
@@ -181,7 +180,7 @@ void PanelSetup::applyArea() {
     // An area that the user names is not looked for.
     const bool finds = request.kind == AreaRequest::Kind::Auto;
     if (!finds || number(quillbay::key::Autodetect) == 0)
-      set(quillbay::key::Autodetect, finds ? kDetectAll : 0, "--area", kUsage);
+      set(quillbay::key::Autodetect, finds ? quillbay::kDetectAll : 0, "--area", kUsage);
     if (!area.paper.empty()) set(quillbay::key::PaperName, area.paper, "--area " + area.paper, kUsage);
     set(quillbay::key::ScanAreaType, area.type, "--area", kUsage);
     set(quillbay::key::RcScan, area.rect, "--area", kUsage);
@@ -244,15 +243,29 @@ void PanelSetup::checkOnBed(const ScanOptions::KeyValue& pair, const CKxVariant&
   }
 }
 
+/// Curves that were saved would hide what the user sets with the sliders.
+void PanelSetup::chooseSliders(const std::vector<ScanOptions::KeyValue>& settings) {
+  const auto has = [&](auto matches) {
+    return std::any_of(settings.begin(), settings.end(), [&](const auto& pair) { return matches(pair.first); });
+  };
+  if (!has(setting_names::isColourSlider)) return;
+  if (has([](const std::string& key) { return names::same(key, quillbay::key::IsGamma); })) return;
+  const auto chosen = quillbay::new_MemParam();
+  chosen->SetValue(quillbay::key::IsGamma, 0);
+  m_sink->ApplyParams(chosen.get());
+  QCoreApplication::processEvents();  // the panel applies it in an event of this thread
+}
+
 void PanelSetup::applySettings(bool writesFile) {
   const std::vector<std::string> keys = m_control->GetParamKeys();
+  std::vector<ScanOptions::KeyValue> settings = m_options.settings;
+  for (auto& pair : settings) pair.first = setting_names::keyOf(pair.first, number(quillbay::key::CurrMode));
+  chooseSliders(settings);
   const auto page = quillbay::new_MemParam();
   m_control->GetPageParams(page.get());
   const auto chosen = quillbay::new_MemParam();
   if (m_options.toView) chosen->SetValue(quillbay::key::UseFileOut, writesFile ? 1 : 0);
-  std::vector<ScanOptions::KeyValue> settings = m_options.settings;
   std::vector<std::pair<ScanOptions::KeyValue, CKxVariant>> applied;
-  for (auto& pair : settings) pair.first = setting_names::keyOf(pair.first, number(quillbay::key::CurrMode));
   for (const auto& pair : settings) {
     const auto& [key, text] = pair;
     CKxVariant current;

@@ -31,6 +31,7 @@ class PanelSetup {
   void applyOutput(const OutputChoice& output);
   void applyFormatOptions(const OutputChoice& output);
   /// Parts --set into parameters, set at once, and page keys, applied together.
+  void chooseSliders(const std::vector<ScanOptions::KeyValue>& settings);
   void applySettings(bool writesFile);
   /// Where --set does not.
   void choosePreviewResolution();

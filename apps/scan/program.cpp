@@ -45,7 +45,7 @@ KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter
   host.keepSettings = options.saveSettings;
   host.interactive = false;
   host.answers.overwrite = options.overwrite;
-  host.answers.scanWholeImage = !options.failsIfNotFound;
+  host.answers.scanWholeImage = !options.failsIfNotFound.value_or(false);
   host.clear = options.multipage ? quillbay::ClearPolicy::Keep : quillbay::ClearPolicy::Discard;
   host.log = options.quiet || options.verbose == 0 ? quillbay::HostLog::Quiet
              : options.verbose == 1                ? quillbay::HostLog::Info

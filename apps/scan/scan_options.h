@@ -17,8 +17,7 @@ struct ScanOptions {
   std::optional<int> dpi;
   std::string area;  ///< as typed; empty: not given
   std::optional<bool> deskew;
-  bool choosesIfNotFound = false;  ///< --if-not-found was given
-  bool failsIfNotFound = false;    ///< otherwise the whole bed is scanned
+  std::optional<bool> failsIfNotFound;  ///< --if-not-found; without it the whole bed is scanned
   std::optional<bool> center;
   std::optional<bool> portrait;
 

@@ -126,6 +126,12 @@ std::string keyOf(std::string_view name, int mode) {
   return std::string(name);
 }
 
+bool isColourSlider(std::string_view key) {
+  constexpr const char* kSliders[] = {key::Brightness, key::Contrast,     key::Hue,        key::Saturation,
+                                      key::RedBalance, key::GreenBalance, key::BlueBalance};
+  return std::any_of(std::begin(kSliders), std::end(kSliders), [&](const char* s) { return names::same(s, key); });
+}
+
 std::string withOptions(std::string text) {
   for (const Setting& setting : kSettings) {
     const std::string_view key = setting.key;

@@ -48,6 +48,11 @@ inline void highBytes(const std::uint8_t* samples, std::size_t count, std::uint8
   return static_cast<std::size_t>(best - palette.begin());
 }
 
+/// The grey of a pixel 0xRRGGBB; its upper byte does not count.
+[[nodiscard]] constexpr std::uint8_t greyOf(std::uint32_t rgb) noexcept {
+  return greyOf(rgb >> 16 & 255, rgb >> 8 & 255, rgb & 255);
+}
+
 /// A palette of 16-bit entries, one list for each channel, by their high bytes; by their low ones when none is
 /// above 255, since some programs store entries of 8 bits in that place.
 inline void narrowPalette(const std::uint16_t* red, const std::uint16_t* green, const std::uint16_t* blue,

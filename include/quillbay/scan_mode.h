@@ -49,6 +49,7 @@ enum Centring : std::int32_t { kAlwaysCentres = 1, kNeverCentres = 2 };
 
 /// Bits of `key::Autodetect`; 0 turns detection off.
 inline constexpr std::int32_t kDetectCentreFree = 8;
+inline constexpr std::int32_t kDetectAll = 30;  ///< width, length, position and skew
 
 /// The unit of lengths on the screen (`key::Units`).
 enum LengthUnit : std::int32_t { kMillimetres = 0, kInches = 1 };

@@ -1,9 +1,7 @@
 #include "host/host_files.h"
 
-#include <QFileDialog>
-#include <QPointer>
-
 #include "core/folders.h"
+#include "host/file_dialog.h"
 #include "platform/base_services.h"
 
 namespace quillbay {
@@ -35,16 +33,10 @@ int CHostFiles::ChooseFile(std::string_view channel, QWidget* parent, std::strin
     if (m_ask) return m_ask(known.name, path) ? 1 : 0;
     std::string start = *path;
     if (start.empty()) GetDirectory(kToolTemplatesDir, &start);
-    const auto text = [](const char* english) { return QString::fromStdString(Supp_Translate(english)); };
-    // Deleted with its parent when the panel closes meanwhile.
-    const QPointer<QFileDialog> dialog(
-        new QFileDialog(parent, text(known.title), QString::fromStdString(start), text(known.filter)));
-    dialog->setFileMode(QFileDialog::ExistingFile);
-    if (!path->empty()) dialog->selectFile(QString::fromStdString(*path));
-    const bool chosen = dialog->exec() == QDialog::Accepted && dialog && !dialog->selectedFiles().isEmpty();
-    if (chosen) *path = dialog->selectedFiles().constFirst().toStdString();
-    delete dialog.data();
-    return chosen ? 1 : 0;
+    const std::string chosen = askForFile(parent, {known.title, known.filter, start, *path});
+    if (chosen.empty()) return 0;
+    *path = chosen;
+    return 1;
   }
   return 0;
 }

@@ -38,10 +38,6 @@ NearestColors::NearestColors(std::span<const KXRGBQUAD> palette)
     m_green[i] = palette[i].green;
     m_blue[i] = palette[i].blue;
   }
-  for (std::size_t i = 0; i < 256; ++i) {
-    const auto v = static_cast<std::uint8_t>(i);
-    m_grey[i] = nearest({v, v, v, 0});
-  }
 }
 
 std::uint8_t NearestColors::nearest(KXRGBQUAD color) noexcept {
@@ -68,10 +64,6 @@ void NearestColors::mapRgb(const std::uint8_t* rgb, std::size_t count, std::uint
     out += n;
     count -= n;
   }
-}
-
-void NearestColors::mapGrey(const std::uint8_t* grey, std::size_t count, std::uint8_t* out) const noexcept {
-  for (std::size_t i = 0; i < count; ++i) out[i] = m_grey[grey[i]];
 }
 
 /// The entries that may be the nearest of a colour in the cube: those that are no farther from its nearest point

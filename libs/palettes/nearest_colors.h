@@ -26,8 +26,6 @@ class NearestColors {
   [[nodiscard]] std::uint8_t nearest(KXRGBQUAD color) noexcept;
   /// The indices of `count` pixels R, G, B; `out` may be the line itself.
   void mapRgb(const std::uint8_t* rgb, std::size_t count, std::uint8_t* out) noexcept;
-  /// The indices of `count` grey pixels; `out` may be the line itself.
-  void mapGrey(const std::uint8_t* grey, std::size_t count, std::uint8_t* out) const noexcept;
 
  private:
   static constexpr std::size_t kCubeColors = 512;
@@ -41,7 +39,6 @@ class NearestColors {
   Channel m_red{}, m_green{}, m_blue{};
   std::unique_ptr<std::uint8_t[]> m_table;  // by `colorPlace`
   std::array<std::uint8_t, kCubes> m_isFilled{};
-  std::array<std::uint8_t, 256> m_grey{};
 };
 
 }  // namespace quillbay

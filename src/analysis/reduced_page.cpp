@@ -78,27 +78,6 @@ class StripeDC final : public CKxUnknownImplStatic<IRasterDC> {
   std::vector<std::uint32_t> m_pixels;
 };
 
-/// Passes a cancellation on; the picture's positions are counted by its stripes.
-class CancelOfDrawing final : public CKxUnknownImplStatic<IProgress> {
- public:
-  explicit CancelOfDrawing(IProgress* progress) : m_progress(progress) {}
-  void SetText(const char*) override {}
-  void Step() override {}
-  int SetPosition(int) override { return 0; }
-  void Reset() override {}
-  int IsCancelled() override { return m_progress ? m_progress->IsCancelled() : 0; }
-
- private:
-  IProgress* const m_progress;
-};
-
-void toGrey(const std::uint32_t* row, std::int32_t width, std::uint8_t* out) noexcept {
-  for (std::int32_t x = 0; x < width; ++x) {
-    const std::uint32_t rgb = row[x];
-    out[x] = greyOf(rgb >> 16 & 255, rgb >> 8 & 255, rgb & 255);
-  }
-}
-
 double scaleFor(IRStor& page, double mostDpi, double mostPixels) {
   const double area = static_cast<double>(page.GetWidth()) * page.GetHeight();
   const std::uint32_t dpi = page.GetResolution();
@@ -119,14 +98,16 @@ ReducedPage reducePage(IRStor& page, double mostDpi, double mostPixels, IProgres
   const KxSize size{pixels(page.GetWidth()), pixels(page.GetHeight())};
   const auto dpi = static_cast<std::uint32_t>(std::max(1L, std::lround(page.GetResolution() * reduced.scale)));
   StripeDC target(size.width);
-  CancelOfDrawing cancel(progress);
   for (std::int32_t top = 0; top < size.height; top += kStripeLines) {
     const std::int32_t lines = std::min(kStripeLines, size.height - top);
     target.begin(lines);
     const CRDirectTfm tfm{reduced.scale, reduced.scale, 0, static_cast<double>(-top)};
-    if (cancel.IsCancelled() || !drawing->Draw(&target, tfm, &cancel)) return {};
+    if ((progress && progress->IsCancelled()) || !drawing->Draw(&target, tfm, nullptr)) return {};
     const auto stripe = KxPtr<GreyStripe>::adopt(new GreyStripe({size.width, lines}, dpi));
-    for (std::int32_t y = 0; y < lines; ++y) toGrey(target.GetRow(y), size.width, stripe->line(y));
+    for (std::int32_t y = 0; y < lines; ++y) {
+      const std::uint32_t* row = target.GetRow(y);
+      std::transform(row, row + size.width, stripe->line(y), [](std::uint32_t rgb) { return greyOf(rgb); });
+    }
     reduced.stripes.push_back(stripe.as<IScanBuffer>());
     if (progress) progress->SetPosition(static_cast<int>(std::int64_t{top + lines} * end / size.height));
   }

@@ -119,10 +119,6 @@ class EdgeFinder {
   const double m_reach;
 };
 
-tagRPOINT moved(const tagRPOINT& from, const tagRPOINT& direction, double by) noexcept {
-  return {from.x + direction.x * by, from.y + direction.y * by};
-}
-
 }  // namespace
 
 std::optional<Sheet> fitSheet(const BoundStripes& stripes, const KxRect& bounds, double angle, double reach) {

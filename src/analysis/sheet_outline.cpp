@@ -8,23 +8,19 @@
 
 namespace quillbay {
 
-namespace {
-
-tagRPOINT sum(const tagRPOINT& from, const tagRPOINT& direction, double by) noexcept {
+tagRPOINT moved(const tagRPOINT& from, const tagRPOINT& direction, double by) noexcept {
   return {from.x + direction.x * by, from.y + direction.y * by};
 }
-
-}  // namespace
 
 tagRPOINT Sheet::across() const noexcept { return {std::cos(angle), -std::sin(angle)}; }
 
 tagRPOINT Sheet::down() const noexcept { return {std::sin(angle), std::cos(angle)}; }
 
 std::array<tagRPOINT, 4> Sheet::corners() const noexcept {
-  const tagRPOINT top = sum(centre, down(), -height / 2), bottom = sum(centre, down(), height / 2);
+  const tagRPOINT top = moved(centre, down(), -height / 2), bottom = moved(centre, down(), height / 2);
   const double half = width / 2;
-  return {sum(top, across(), -half), sum(top, across(), half), sum(bottom, across(), half),
-          sum(bottom, across(), -half)};
+  return {moved(top, across(), -half), moved(top, across(), half), moved(bottom, across(), half),
+          moved(bottom, across(), -half)};
 }
 
 Sheet sheetIn(const tagRRECT& box, double angle, std::int32_t scanType) noexcept {
@@ -41,7 +37,7 @@ Sheet sheetIn(const tagRRECT& box, double angle, std::int32_t scanType) noexcept
   const double side = sheet.width * std::sin(a);
   const tagRPOINT corner =
       angle > 0 ? tagRPOINT{box.left, box.top + side} : tagRPOINT{box.right - sheet.width * std::cos(a), box.top};
-  sheet.centre = sum(sum(corner, sheet.across(), sheet.width / 2), sheet.down(), sheet.height / 2);
+  sheet.centre = moved(moved(corner, sheet.across(), sheet.width / 2), sheet.down(), sheet.height / 2);
   return sheet;
 }
 

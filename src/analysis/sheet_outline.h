@@ -21,6 +21,9 @@ struct Sheet {
   bool operator==(const Sheet&) const = default;
 };
 
+/// A point `by` times `direction` from another.
+[[nodiscard]] tagRPOINT moved(const tagRPOINT& from, const tagRPOINT& direction, double by) noexcept;
+
 /// The sheet that straightening makes of an upright box by `angle`: the page holds what lies in it, from edge to
 /// edge. The box itself where nothing is straightened (an angle up to `kLeastSkew`, over 45 degrees, or one that no
 /// sheet fills the box with).

@@ -18,15 +18,6 @@ bool isLengthOpen(const ScanValues& values) noexcept {
 
 bool isMeasure(double length) noexcept { return std::isfinite(length) && length > 0; }
 
-/// A prescan's reason for not having been made.
-DetectionEnd endOf(SearchOutcome outcome) {
-  switch (outcome.end) {
-    case SearchEnd::NoMedia: return {EndCause::Media, std::move(outcome.fault)};
-    case SearchEnd::Fault: return {EndCause::Device, std::move(outcome.fault)};
-    default: return {EndCause::Stopped, {}};
-  }
-}
-
 /// Keeps what a prescan delivered until its end.
 class DetectorLease {
  public:
@@ -67,7 +58,7 @@ bool AreaDetection::search(IParam* request) {
   const DetectorLease lease(m_detector);
   SearchOutcome outcome = prescan();
   if (outcome.end != SearchEnd::Complete) {
-    m_end = endOf(std::move(outcome));
+    m_end = {causeOf(outcome.end), std::move(outcome.fault)};
     return false;
   }
   const bool wantsAngle = m_parts.values().deskew != 0;

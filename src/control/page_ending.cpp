@@ -49,14 +49,16 @@ bool PageEnding::release(const ScanStarted& page, bool cancelled, void (*done)(v
 std::int64_t pageWidth(const ScanStarted& scan) {
   if (!scan.plan || scan.plan->kind != RunKind::Scan) return scan.width;
   const ScanValues& v = scan.plan->draft.names.values;
-  return v.skew == 0 ? scan.width : roundHalfUp(mmToPixels(straightSheet(v, v.skew).width, scan.dpi));
+  const Sheet sheet = straightSheet(v, v.skew);
+  return sheet.angle == 0 ? scan.width : roundHalfUp(mmToPixels(sheet.width, scan.dpi));
 }
 
 std::int64_t pageLines(const ScanStarted& scan) {
   if (!scan.plan || scan.plan->kind != RunKind::Scan || scan.lines <= 0) return scan.lines;
   const ScanValues& v = scan.plan->draft.names.values;
-  if (v.skew == 0) return scan.lines;
-  return static_cast<std::int64_t>(mmToPixels(straightSheet(v, v.skew).height, scan.dpi));  // as `leastPageLines`
+  const Sheet sheet = straightSheet(v, v.skew);
+  if (sheet.angle == 0) return scan.lines;
+  return static_cast<std::int64_t>(mmToPixels(sheet.height, scan.dpi));  // as `leastPageLines`
 }
 
 PageEnd PageEnding::handOver(const ScanStarted& page, bool cancelled, std::int64_t lines) {

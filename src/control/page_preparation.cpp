@@ -145,7 +145,7 @@ bool PagePreparation::detect(IParam* request, int mask, bool* found) {
   if (!m_parts.run.beginSearch(RunState::Detecting)) return false;
   m_parts.stateChanged();
   IAreaDetection* detection = m_parts.steps.detection;
-  const bool searches = (mask == -1 ? detectionOf(m_parts.values()) : mask) != 0;
+  const bool searches = detection->IsOffered() && (mask == -1 ? m_parts.values().autodetect : mask) != 0;
   if (searches) m_parts.host.call([&] { m_parts.host.listeners().detecting(); });
   bool goOn = false;
   try {

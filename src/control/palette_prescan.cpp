@@ -13,14 +13,6 @@ namespace {
 
 constexpr int kMostPaletteColors = 256;
 
-EndCause causeOf(SearchEnd end) {
-  switch (end) {
-    case SearchEnd::NoMedia: return EndCause::Media;
-    case SearchEnd::Fault: return EndCause::Device;
-    default: return EndCause::Stopped;
-  }
-}
-
 /// What of a request changes the colours of a scan, in any form that can be compared.
 CKxBlob adjustmentsOf(IParam* request) {
   CKxBlob all;

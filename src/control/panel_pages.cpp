@@ -46,6 +46,7 @@ IUIScanPage* PanelPages::makeBwPage(int mode) const {
 }
 
 void PanelPages::destroy() {
+  m_lists = {};  // a page that is shown in place of one that goes finds no others
   for (auto& p : m_pages) p.reset();
 }
 

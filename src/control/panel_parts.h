@@ -34,6 +34,8 @@ struct PanelParts {
   /// Settings changed without a broadcast; whether the mode did.
   std::function<void(bool modeChanged)> settingsApplied{};
 
+  /// Whether another panel of the process runs: scanner and stores are its own meanwhile.
+  [[nodiscard]] bool othersRun() const noexcept { return params.runs && params.runs != owner; }
   [[nodiscard]] ScanValues& quiet() const { return params.quiet(); }
   [[nodiscard]] const ScanValues& values() const { return params.values(); }
   /// The view store's raster with a reference, or null.

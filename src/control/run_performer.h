@@ -29,7 +29,7 @@ class RunPerformer {
   /// Empties the stores and unloads the document.
   void leaveDocument();
   /// Whether another panel of the process runs: scanner and stores are its own meanwhile.
-  [[nodiscard]] bool othersRun() const noexcept { return m_parts.params.runs && m_parts.params.runs != this; }
+  [[nodiscard]] bool othersRun() const noexcept { return m_parts.othersRun(); }
   /// Looks for the area for a page of the panel; returns whether it was found.
   [[nodiscard]] bool detectArea(int mask);
   /// The unit takes over the current settings; nothing moves.

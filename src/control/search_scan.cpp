@@ -22,9 +22,8 @@ constexpr int kScanComplete = 1;
 class SearchState {
  public:
   SearchState(PanelParts& parts, RunState search) : m_parts(parts) {
-    const bool othersRun = parts.params.runs && parts.params.runs != parts.owner;
-    m_isBegun = !othersRun && parts.run.state() != search && parts.run.beginSearch(search);
-    m_isIn = !othersRun && parts.run.state() == search;
+    m_isBegun = !parts.othersRun() && parts.run.state() != search && parts.run.beginSearch(search);
+    m_isIn = !parts.othersRun() && parts.run.state() == search;
     m_claims = m_isIn && !parts.params.runs;
     if (m_claims) parts.params.runs = parts.owner;
     if (m_isBegun) parts.stateChanged();

@@ -21,6 +21,13 @@ enum class SearchEnd : int {
   Fault,      ///< the unit refused the scan or broke it off; nobody was told yet
 };
 
+/// Why a run ends that needed the search; a search that is complete ends none.
+[[nodiscard]] constexpr EndCause causeOf(SearchEnd end) noexcept {
+  return end == SearchEnd::NoMedia ? EndCause::Media
+         : end == SearchEnd::Fault ? EndCause::Device
+                                   : EndCause::Stopped;
+}
+
 struct SearchOutcome {
   SearchEnd end = SearchEnd::Cancelled;
   UnitFault fault;  ///< of `NoMedia` and `Fault`

@@ -16,7 +16,7 @@ namespace quillbay {
 BwPage::BwPage(IPanelController& controller, KxPtr<CSharedScanParams> params, int mode)
     : CTab(controller, std::move(params), kFirstNumber + mode), m_mode(mode) {}
 
-BwPage::~BwPage() { m_changes.Unsubscribe(); }
+BwPage::~BwPage() = default;
 
 std::string BwPage::GetTitle() { return Supp_Translate("BW Settings"); }
 
@@ -29,13 +29,8 @@ void BwPage::setUp(std::vector<Slider> sliders, QLabel* note) {
     takeRange(slider);
     slider.control->setValue(slider.range.initial);
     explain(slider);
-    NumberSpin* field = slider.control->field();
-    connect(field, &UnitSpin::noted, this, &BwPage::showNote);
-    // The field shows what is saved.
-    connect(field, &QAbstractSpinBox::editingFinished, this,
-            [control = slider.control] { control->setValue(std::trunc(control->value())); });
+    connect(slider.control->field(), &UnitSpin::noted, this, &BwPage::showNote);
   }
-  m_changes.Subscribe(params().connectionPoint());
 }
 
 void BwPage::takeRange(Slider& slider) {
@@ -95,7 +90,7 @@ int BwPage::Load(IParam* store) {
     const auto& [initial, least, most, step] = slider.range;
     const double now = slider.control->value();
     const double value =
-        stored.isEmpty() ? initial : std::clamp(stored.toDouble(now), least, std::max(least, most));
+        stored.isEmpty() ? initial : std::clamp(std::trunc(stored.toDouble(now)), least, std::max(least, most));
     if (value != now) slider.control->setValue(value);
   }
   return 1;
@@ -108,13 +103,10 @@ int BwPage::Save(IParam* store) {
 }
 
 std::string BwPage::GetRefusal() {
-  std::string why;
-  for (const Slider& slider : m_sliders) {
-    if (why.empty()) why = slider.control->field()->problem().toStdString();
-    slider.control->field()->finishEdit();
-    slider.control->setValue(std::trunc(slider.control->value()));
-  }
-  return why;
+  std::vector<UnitSpin*> fields;
+  fields.reserve(m_sliders.size());
+  for (const Slider& slider : m_sliders) fields.push_back(slider.control->field());
+  return finishEdits(fields);
 }
 
 }  // namespace quillbay

@@ -46,23 +46,15 @@ class BwPage : public CTab {
   bool OnPageCommand(int id, int code, std::int64_t value) override;
 
  private:
-  class CIChangeParams final : public TSinkImpl<IChangeParams, BwPage> {
-   public:
-    using TSinkImpl::TSinkImpl;
-    int OnParamChanging(const char*) override { return 1; }
-    int OnParamChanged(const char* key) override { return owner()->paramChanged(key); }
-  };
-
   [[nodiscard]] std::string keyOf(const Slider& slider) const;
   void takeRange(Slider& slider);
   void explain(const Slider& slider) const;
   void showNote(const QString& why);
-  int paramChanged(const char* key);
+  int paramChanged(const char* key) override;
 
   const int m_mode;
   std::vector<Slider> m_sliders;
   QLabel* m_note = nullptr;
-  CIChangeParams m_changes{this};
 };
 
 /// What more and less of a value does to a drawing. `stem` is that of its key, `mode` 0 to 4.

@@ -19,7 +19,6 @@ namespace {
 
 constexpr int kApplyTicks = 20;
 constexpr int kDetectWidthMask = 8;
-constexpr int kDetectAllMask = 30;
 
 }  // namespace
 
@@ -29,10 +28,7 @@ CMainSettings::CMainSettings(IPanelController& controller, KxPtr<CSharedScanPara
   m_applyTimer.start(kApplyTicks, false);
 }
 
-CMainSettings::~CMainSettings() {
-  m_changes.Unsubscribe();
-  m_applyTimer.destroy();
-}
+CMainSettings::~CMainSettings() { m_applyTimer.destroy(); }
 
 std::string CMainSettings::GetTitle() { return Supp_Translate("Main"); }
 
@@ -57,7 +53,6 @@ void CMainSettings::createForm(int) {
   }
   fillLists();
   showAll();
-  m_changes.Subscribe(params().connectionPoint());
 }
 
 void CMainSettings::takeLimits() {
@@ -135,7 +130,7 @@ void CMainSettings::chooseArea() {
   const int chosen = selectedData(m_form->areaList);
   const bool finds = chosen == kAreaAuto || chosen == kAreaAutoWidth;
   if (params().values().offersDetection && chosen >= 0 && finds != (params().values().autodetect != 0))
-    params().set(scan_key::Autodetect, finds ? kDetectAllMask : 0);
+    params().set(scan_key::Autodetect, finds ? kDetectAll : 0);
   applyArea();
 }
 
@@ -234,7 +229,7 @@ void CMainSettings::toggleDetection(int bit) {
 void CMainSettings::detectArea() {
   const bool widthOnly = params().values().scanType == kAreaFixedWidth;
   // Who finds nothing, or was cancelled, has said so.
-  if (controller().DetectArea(widthOnly ? kDetectWidthMask : kDetectAllMask) == 0) return;
+  if (controller().DetectArea(widthOnly ? kDetectWidthMask : kDetectAll) == 0) return;
   takeCentring(params().values().centring == kAlwaysCentres ? 1 : 0);
   showArea();
   updateSummary();
@@ -250,11 +245,7 @@ void CMainSettings::takeTypedArea() {
 }
 
 std::string CMainSettings::GetRefusal() {
-  std::string why;
-  for (LengthSpin* field : lengthFields()) {
-    if (why.empty()) why = field->problem().toStdString();
-    field->finishEdit();
-  }
+  std::string why = finishEdits(lengthFields());
   takeTypedArea();
   const ScanValues& v = params().values();
   if (why.empty() && v.scanType == kAreaCustom && !(v.rcScan.height() > 0))

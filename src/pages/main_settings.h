@@ -63,13 +63,6 @@ class CMainSettings final : public CTab {
   void fillMenu(QMenu& menu) override;
 
  private:
-  class CIChangeParams final : public TSinkImpl<IChangeParams, CMainSettings> {
-   public:
-    using TSinkImpl::TSinkImpl;
-    int OnParamChanging(const char*) override { return 1; }
-    int OnParamChanged(const char* key) override { return owner()->paramChanged(key); }
-  };
-
   // Lists
   struct Stored;
   void takeLimits();
@@ -111,7 +104,7 @@ class CMainSettings final : public CTab {
   void forgetNote();
   void updateSummary();
 
-  int paramChanged(const char* key);
+  int paramChanged(const char* key) override;
   void reactToKey();
   void reactToAutodetect();
   void reactToScanType();
@@ -126,7 +119,6 @@ class CMainSettings final : public CTab {
   [[nodiscard]] std::array<LengthSpin*, 4> lengthFields() const;
 
   std::unique_ptr<Ui::MainSettings> m_form;
-  CIChangeParams m_changes{this};
   CountdownTimer m_applyTimer;
   std::optional<DpiRange> m_dpiRange;
   bool m_areaTyped = false;  // the fields hold an area that `key::RcScan` does not have yet

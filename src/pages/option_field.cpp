@@ -91,6 +91,7 @@ QString OptionField::tip() const {
     lines += ownText(formatText(Supp_Translate("Range: %s"),
                                 {m_option.range + (isNumber ? suffixOf(m_option).toStdString() : std::string())}));
   if (!m_option.active) lines += translatedText("Not available with the current settings");
+  if (lines.isEmpty()) return {};
   return "<qt>" + lines.join('\n').toHtmlEscaped().replace('\n', "<br>") + "</qt>";
 }
 

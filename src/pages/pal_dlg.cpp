@@ -1,6 +1,7 @@
 #include "pages/pal_dlg.h"
 
 #include <QApplication>
+#include <array>
 #include <cstring>
 
 #include "pages/palette_swatches.h"
@@ -54,7 +55,7 @@ int CPalDlg::Load(IParam* store) {
   const std::int32_t wanted = paramInt(store, key::PaletteColors, resets ? kMostColors : before);
   if (isColorCount(wanted) && wanted != before) {
     m_form->colors->setValue(wanted);
-    m_detector->DropCache();
+    if (m_method == kPaletteMaps) m_detector->DropCache();  // photographs have all colours
   }
   showAll();
   return 1;
@@ -87,7 +88,8 @@ int CPalDlg::readLut(IParam* store) {
 }
 
 std::string CPalDlg::GetRefusal() {
-  m_form->colors->finishEdit();
+  std::string why = finishEdits(std::array<UnitSpin*, 1>{m_form->colors});
+  if (!why.empty() && m_form->colors->isEnabled()) return why;
   if (!readsLut() || readLut(new_MemParam().get())) return {};
   if (const auto events = query<IEvents>(params().app())) events->Subject(m_lutFile.c_str(), m_lutProblem.c_str());
   return formatText(loadString(kTextLutNotFound), {m_lutFile});

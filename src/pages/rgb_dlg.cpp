@@ -3,6 +3,7 @@
 #include <QSlider>
 #include <algorithm>
 #include <cmath>
+#include <vector>
 
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
@@ -132,15 +133,10 @@ void CRGBDlg::Save(IParam* params) const {
 }
 
 std::string CRGBDlg::finishEdits() {
-  std::string why;
-  const auto finish = [&](CSpinScrollEdit* control) {
-    if (why.empty()) why = control->field()->problem().toStdString();
-    control->field()->finishEdit();
-  };
-  for (const Slider& s : sliders()) finish(s.control);
-  finish(m_blur.control);
-  finish(m_sharpen.control);
-  return why;
+  std::vector<UnitSpin*> fields;
+  for (const Slider& s : sliders()) fields.push_back(s.control->field());
+  for (const Filter* f : {&m_blur, &m_sharpen}) fields.push_back(f->control->field());
+  return quillbay::finishEdits(fields);
 }
 
 bool CRGBDlg::OnCommand(int id, int code, std::int64_t) {

@@ -7,6 +7,7 @@
 #include "pages/bw_point_hold.h"
 #include "pages/gamma_hold.h"
 #include "pages/live_picture.h"
+#include "pages/pal_dlg.h"
 #include "pages/rgb_dlg.h"
 #include "platform/base_services.h"
 #include "preview/store_picture.h"
@@ -31,7 +32,6 @@ CRGBMain::CRGBMain(IPanelController& controller, KxPtr<CSharedScanParams> params
       m_adjustments(newPictureAdjustments()) {}
 
 CRGBMain::~CRGBMain() {
-  m_changes.Unsubscribe();
   m_picture->onPicked = {};
   m_picture->onPickEnded = {};
 }
@@ -52,7 +52,6 @@ void CRGBMain::createForm(int mode) {
   makeTabs(mode);
   makePicture();
   makeTools();
-  m_changes.Subscribe(params().connectionPoint());
 }
 
 void CRGBMain::makeTabs(int mode) {
@@ -96,7 +95,6 @@ void CRGBMain::makePicture() {
   m_picture->onPickEnded = [this] {
     if (const auto tool = std::exchange(m_picker, {})) tool->PickEnded();
   };
-  takePicture();
 }
 
 /// A run uses the settings of the tab that is chosen.
@@ -126,6 +124,7 @@ int CRGBMain::paramChanged(const char* key) {
   const Loading loading(*this);
   m_mode = mode;
   m_simple->setMode(controller().Unit(), mode);
+  if (isVisible()) takePalette();
   m_picture->refresh();
   return 1;
 }
@@ -173,7 +172,19 @@ void CRGBMain::resizeEvent(QResizeEvent* event) {
 
 // --- the picture
 
+/// What the palette page asks for does not change while this page is shown: it is asked once, not in every paint.
+void CRGBMain::takePalette() {
+  m_palette = {};
+  if (m_mode != kModePalette) return;
+  for (IUIScanPage* page : controller().PagesOf(m_mode)) {
+    if (page->GetNumber() != CPalDlg::kNumber) continue;
+    m_palette = new_MemParam();
+    page->Save(m_palette.get());
+  }
+}
+
 void CRGBMain::takePicture() {
+  takePalette();
   const auto settings = controller().PreviewSettings();
   const auto& store = params().previewStore;
   m_base = store ? unadjusted(pictureOf(*store, kMostPictureWidth), settings.get()) : Unadjusted{};
@@ -212,11 +223,7 @@ void CRGBMain::endPick(const IPanelTool* tool) {
 /// yet changes nothing that could be shown.
 KxPtr<IParam> CRGBMain::request() {
   auto made = new_MemParam();
-  if (m_mode == kModePalette) {
-    for (IUIScanPage* page : controller().PagesOf(m_mode)) {
-      if (page != this) page->Save(made.get());
-    }
-  }
+  if (m_palette) Param_CopyTo(m_palette.get(), made.get());
   Save(made.get());
   int mode = m_mode;
   if (mode == kModePalette && paramInt(made.get(), key::Adaptive) != 0) {

@@ -47,20 +47,14 @@ class CRGBMain final : public CTab {
   void resizeEvent(QResizeEvent* event) override;
 
  private:
-  class CIChangeParams final : public TSinkImpl<IChangeParams, CRGBMain> {
-   public:
-    using TSinkImpl::TSinkImpl;
-    int OnParamChanging(const char*) override { return 1; }
-    int OnParamChanged(const char* key) override { return owner()->paramChanged(key); }
-  };
-
   void makeTabs(int mode);
   void makeTools();
   void makePicture();
   [[nodiscard]] int shownMode(int createMode) const;
   void chooseTab(int tab);
   void changed();
-  int paramChanged(const char* key);
+  int paramChanged(const char* key) override;
+  void takePalette();
   void takePicture();
   [[nodiscard]] int givePicture(ToolPicture* out) const;
   [[nodiscard]] int startPick(IPanelTool* tool);
@@ -68,13 +62,13 @@ class CRGBMain final : public CTab {
   [[nodiscard]] KxPtr<IParam> request();
 
   std::unique_ptr<Ui::RGBMain> m_form;
-  CIChangeParams m_changes{this};
   std::unique_ptr<IPictureAdjustments> m_adjustments;
   CRGBDlg* m_simple = nullptr;  // in the form, as the others
   CGammaHold* m_gamma = nullptr;
   CBWPointHold* m_points = nullptr;
   LivePicture* m_picture = nullptr;
   Unadjusted m_base;
+  KxPtr<IParam> m_palette;     // the palette page's values, in the palette mode
   KxPtr<IPanelTool> m_picker;  // the tool that the user picks for
   int m_mode = 0;              // that the filters are set up for
   bool m_setsPoints = false;   // the unit does

@@ -26,7 +26,7 @@ QString shown(const std::string& english) { return QString::fromStdString(Supp_T
 CScanSetup::CScanSetup(IPanelController& controller, KxPtr<CSharedScanParams> params)
     : CTab(controller, std::move(params), kNumber), m_form(std::make_unique<Ui::ScanSetup>()) {}
 
-CScanSetup::~CScanSetup() { m_changes.Unsubscribe(); }
+CScanSetup::~CScanSetup() = default;
 
 std::string CScanSetup::GetTitle() { return Supp_Translate("Scanner Setup"); }
 
@@ -45,7 +45,6 @@ void CScanSetup::createForm(int) {
   limitFields();
   explain();
   showValues();
-  m_changes.Subscribe(params().connectionPoint());
 }
 
 /// A scanner that does not know the speed has one alone.
@@ -66,15 +65,17 @@ void CScanSetup::takeSpeedRange() {
                                 : shown("This scanner has one speed, or sets it in Model Setup"));
 }
 
+std::array<UnitSpin*, 3> CScanSetup::fields() const {
+  return {m_form->prescanLength, m_form->threshold, m_form->answerDelay};
+}
+
 void CScanSetup::limitFields() {
   m_form->prescanLength->setUnits(&params().units());
   m_form->prescanLength->setLimits(kLeastPrescan, kMostPrescan);
   m_form->prescanLength->setStep(kPrescanStep);
   m_form->threshold->setLimits(kLeastThreshold, kMostThreshold);
   m_form->answerDelay->setLimits(kLeastDelay, kMostDelay);
-  for (UnitSpin* field : {static_cast<UnitSpin*>(m_form->prescanLength), static_cast<UnitSpin*>(m_form->threshold),
-                          static_cast<UnitSpin*>(m_form->answerDelay)})
-    connect(field, &UnitSpin::noted, this, &CScanSetup::showNote);
+  for (UnitSpin* field : fields()) connect(field, &UnitSpin::noted, this, &CScanSetup::showNote);
 }
 
 /// What depends on other choices says so.
@@ -217,14 +218,6 @@ int CScanSetup::Save(IParam* store) {
   return 1;
 }
 
-std::string CScanSetup::GetRefusal() {
-  std::string why;
-  for (UnitSpin* field : {static_cast<UnitSpin*>(m_form->prescanLength), static_cast<UnitSpin*>(m_form->threshold),
-                          static_cast<UnitSpin*>(m_form->answerDelay)}) {
-    if (why.empty()) why = field->problem().toStdString();
-    field->finishEdit();
-  }
-  return why;
-}
+std::string CScanSetup::GetRefusal() { return finishEdits(fields()); }
 
 }  // namespace quillbay

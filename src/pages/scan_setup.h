@@ -1,10 +1,10 @@
 #pragma once
+#include <array>
 #include <memory>
 
-#include "platform/change_params.h"
-#include "quillbay/connection_point.h"
 #include "quillbay/unit_setup.h"
 #include "widgets/tab.h"
+#include "widgets/unit_spin.h"
 
 namespace Ui {
 class ScanSetup;
@@ -44,20 +44,14 @@ class CScanSetup final : public CTab {
   void showEvent(QShowEvent* event) override;
 
  private:
-  class CIChangeParams final : public TSinkImpl<IChangeParams, CScanSetup> {
-   public:
-    using TSinkImpl::TSinkImpl;
-    int OnParamChanging(const char*) override { return 1; }
-    int OnParamChanged(const char* key) override { return owner()->paramChanged(key); }
-  };
-
   void takeSpeedRange();
   void limitFields();
+  [[nodiscard]] std::array<UnitSpin*, 3> fields() const;
   void explain();
   void showValues();
   void showNote(const QString& why);
   void loadValues(IParam* store, bool resets);
-  int paramChanged(const char* key);
+  int paramChanged(const char* key) override;
   /// A setting of the detection was changed: what was found with another one does not count.
   void detectionChanged();
   void setUpModel();
@@ -66,7 +60,6 @@ class CScanSetup final : public CTab {
   std::unique_ptr<Ui::ScanSetup> m_form;
   KxPtr<IQuillbayUnitSetup> m_setup;
   int m_usualSpeed = 100;
-  CIChangeParams m_changes{this};
 };
 
 }  // namespace quillbay

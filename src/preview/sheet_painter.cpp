@@ -8,7 +8,6 @@ namespace quillbay {
 
 namespace {
 
-constexpr QRgb kGreen = qRgb(0, 150, 70);
 constexpr double kHalfSquare = 3.5, kKnob = 4.5;
 constexpr int kPad = 5, kGapBelow = 12;
 constexpr int kTouched = 6;  // of lines and handles beside the outline
@@ -59,11 +58,11 @@ void paintSheet(QPainter& painter, const PaintedSheet& sheet, const QRect& room,
   painter.setPen(
       QPen(QColor(255, 255, 255, 200), sheet.isActive ? 5 : 4, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
   painter.drawPolyline(outline);
-  painter.setPen(QPen(QColor(kGreen), sheet.isActive ? 3 : 2, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
+  painter.setPen(QPen(QColor(kSheetGreen), sheet.isActive ? 3 : 2, Qt::SolidLine, Qt::FlatCap, Qt::MiterJoin));
   painter.drawPolyline(outline);
   if (sheet.hasHandles) {
     painter.drawLine(pointAt(sheet.places.handles[kTop]), pointAt(sheet.places.knob));
-    painter.setPen(QPen(QColor(kGreen), 1.5));
+    painter.setPen(QPen(QColor(kSheetGreen), 1.5));
     painter.setBrush(Qt::white);
     for (const tagRPOINT& handle : sheet.places.handles) {
       painter.drawRect(QRectF(handle.x - kHalfSquare, handle.y - kHalfSquare, 2 * kHalfSquare, 2 * kHalfSquare));

@@ -7,6 +7,9 @@
 
 namespace quillbay {
 
+/// The outline of a found sheet.
+inline constexpr QRgb kSheetGreen = qRgb(0, 150, 70);
+
 /// A found sheet as it is seen, in device-independent pixels.
 struct PaintedSheet {
   SheetPlaces places;

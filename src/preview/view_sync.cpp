@@ -12,6 +12,8 @@
 #include "analysis/sheet_outline.h"
 #include "platform/base_services.h"
 #include "preview/first_frame.h"
+#include "preview/sheet_painter.h"
+#include "preview/store_picture.h"
 #include "preview/view_places.h"
 #include "stores/preview_stor.h"
 #include "view/view_transform.h"
@@ -20,9 +22,6 @@
 namespace quillbay {
 
 namespace {
-
-constexpr int kHalfTone = 8;
-constexpr QRgb kSheetEdges = qRgb(0, 150, 70);
 
 /// All of the process, the oldest first. User-interface thread.
 std::vector<CViewSync*>& all() {
@@ -199,7 +198,7 @@ int CViewSync::Paint(IKxViewPort* view, IKxViewDC* dc, int /*flags*/) {
   const tagRRECT place = scanning ? view->GetVisibleArea() : m_params->values().rcPreview;
   if (!(place.width() > 0)) return 0;
   const int before = dc->GetStretchMode();
-  if (!scanning) dc->SetStretchMode(kHalfTone);
+  if (!scanning) dc->SetStretchMode(kHalfTones);
   const CRTfm tfm = places::across(extent, place);
   m_stores.paint(*dc, *store, extent, tfm);
   m_painted = CRDirectTfm{tfm.scaleX, tfm.scaleY, tfm.offsetX, tfm.offsetY};
@@ -241,7 +240,7 @@ void CViewSync::paintSheetEdges(IKxViewDC& dc, const tagRRECT& frame) const {
   painter.setCompositionMode(QPainter::CompositionMode_SourceOver);
   painter.setRenderHint(QPainter::Antialiasing);
   painter.setBrush(Qt::NoBrush);
-  painter.setPen(QPen(QColor(kSheetEdges), 2));
+  painter.setPen(QPen(QColor(kSheetGreen), 2));
   painter.drawPolygon(edges);
 }
 

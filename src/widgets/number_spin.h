@@ -7,7 +7,7 @@
 namespace quillbay {
 
 /// A field for a number, formatted by a unit without a length; by a plain one that shows no decimals until another
-/// is set.
+/// is set. Without decimals the field holds whole numbers: what is typed behind the point does not count.
 class NumberSpin final : public UnitSpin {
   Q_OBJECT
  public:
@@ -26,7 +26,7 @@ class NumberSpin final : public UnitSpin {
 
  private:
   KxPtr<IUnit> m_unit;
-  bool m_plain = true;
+  bool m_plain = true, m_isWhole = true;
   double m_step = 1;
 };
 

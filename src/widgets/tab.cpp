@@ -34,8 +34,11 @@ int CTab::Create(CWnd* parent, int mode) {
   const Loading loading(*this);
   createForm(mode);
   attachControls();
+  m_changes.Subscribe(params().connectionPoint());
   return 1;
 }
+
+int CTab::paramChanged(const char*) { return 1; }
 
 QSize CTab::sizeHint() const {
   const QSize hint = CDialog::sizeHint();

@@ -2,8 +2,10 @@
 #include <string>
 
 #include "params/shared_scan_params.h"
+#include "platform/change_params.h"
 #include "platform/panel_controller.h"
 #include "platform/scan_page.h"
+#include "quillbay/connection_point.h"
 #include "widgets/dialog.h"
 
 class QAbstractButton;
@@ -40,6 +42,8 @@ class CTab : public CDialog, public IUIScanPage {
  protected:
   /// Sets the form up (`setupUi`), for a mode of `Create`.
   virtual void createForm(int mode) = 0;
+  /// A scan parameter was changed, after the form is set up.
+  virtual int paramChanged(const char* key);
   /// A command of the page's own; the controller hears of it afterwards.
   virtual bool OnPageCommand(int id, int code, std::int64_t value) = 0;
 
@@ -51,6 +55,13 @@ class CTab : public CDialog, public IUIScanPage {
   void addToMenu(QMenu& menu, const std::string& text, int id, bool checked);
   /// The menu of the page; none where the scanner uses its own settings.
   void contextMenuEvent(QContextMenuEvent* event) final;
+
+  class CIChangeParams final : public TSinkImpl<IChangeParams, CTab> {
+   public:
+    using TSinkImpl::TSinkImpl;
+    int OnParamChanging(const char*) override { return 1; }
+    int OnParamChanged(const char* key) override { return owner()->paramChanged(key); }
+  };
 
   /// While one lives the page takes values over, and no change counts as the user's.
   class Loading {
@@ -76,6 +87,7 @@ class CTab : public CDialog, public IUIScanPage {
   KxPtr<CSharedScanParams> m_params;
   const int m_number;
   int m_loading = 0;
+  CIChangeParams m_changes{this};
 };
 
 }  // namespace quillbay

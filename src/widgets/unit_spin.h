@@ -61,4 +61,16 @@ class UnitSpin : public QAbstractSpinBox {
   QString m_problem, m_note;
 };
 
+/// Ends the edits of fields (pointers to `UnitSpin`). The first reason why one does not hold what was typed; empty
+/// when all do.
+template <class Fields>
+[[nodiscard]] std::string finishEdits(const Fields& fields) {
+  std::string why;
+  for (UnitSpin* field : fields) {
+    if (why.empty()) why = field->problem().toStdString();
+    field->finishEdit();
+  }
+  return why;
+}
+
 }  // namespace quillbay

@@ -212,12 +212,11 @@ TEST(HostTools, FilesOfCurvesThatCannotBeReadChangeNothing) {
   CurveView& view = viewOf(page);
   view.resize(300, 300);
   QTest::mouseClick(&view, Qt::LeftButton, {}, view.placeOf({60, 100}).toPoint());
-  path = folder.file("mine");
+  path = folder.file("mine.curves");
   press("Save...");
   const CurveSet drawn = view.curves();
   press("Reset");
   EXPECT_FALSE(view.curves() == drawn);
-  path += ".curves";
   press("Load...");
   EXPECT_EQ(view.curves(), drawn);
 }

@@ -133,6 +133,11 @@ TEST(PalDlg, LoadTakesWhatItKnows) {
   p.load({{key::PaletteColors, 7}});
   p.load({{key::PaletteColors, 257}});
   EXPECT_EQ(values(), loaded) << "what is out of range";
+  auto* typed = p.page->control<QWidget>(CPalDlg::kColors)->findChild<QLineEdit*>();
+  typed->setText("many");
+  Q_EMIT typed->textEdited("many");
+  EXPECT_NE(p.page->GetRefusal(), "") << "no scan with a number that the user did not type";
+  EXPECT_EQ(p.page->GetRefusal(), "") << "the field has its value again";
   p.load({{key::ResetMark, 1}});
   EXPECT_EQ(values(), std::tuple(0, 256, std::string()));
 }

@@ -42,6 +42,14 @@ class Colours(Case):
                 curve = numpy.where(level <= 63, 0, numpy.where(level >= 192, 255, spread)) - 30
                 self.assertTrue(numpy.array_equal(self.image(mode + "-made.tif"), curve.clip(0, 255)))
 
+    def test_sliders_that_are_named_count_although_curves_were_saved(self):
+        area = ["-r", "60", "--area", "custom:0,0,200,100", "--mode", "rgb"]
+        self.expect(0, *area, "--set", "brightness=-30", "-o", "plain.tif")
+        self.expect(0, *area, "--set", "IsGamma=1", "--save-settings", "-o", "curves.tif")
+        self.expect(0, *area, "--set", "brightness=-30", "-o", "made.tif")
+        self.assertTrue(numpy.array_equal(self.image("made.tif"), self.image("plain.tif")))
+        self.assertFalse(numpy.array_equal(self.image("curves.tif"), self.image("plain.tif")))
+
     def test_saturation_and_filters_reach_the_scanner(self):
         area = ["--mode", "rgb", "-r", "60", "--area", "custom:0,0,200,100"]
         self.expect(0, *area, "-o", "own.tif")

@@ -221,9 +221,10 @@ TEST(NumberField, TextThatIsNoNumberRestoresTheValueBefore) {
     double want;
     bool noted;
   };
-  const Case cases[] = {{"7", 7, false},   {" -3 ", -3, false}, {"", 0, false},     {"+5", 5, false},
-                        {"+-5", 12, true}, {"1e999", 12, true}, {"nan", 12, true},  {"inf", 12, true},
-                        {"4 5", 12, true}, {"0x10", 12, true},  {"1e1", 10, false}, {"999", 100, true}};
+  const Case cases[] = {{"7", 7, false},    {" -3 ", -3, false}, {"", 0, false},    {"+5", 5, false},
+                        {"9.7", 9, false},  {"-3.9", -3, false}, {"+-5", 12, true}, {"1e999", 12, true},
+                        {"nan", 12, true},  {"inf", 12, true},   {"4 5", 12, true}, {"0x10", 12, true},
+                        {"1e1", 10, false}, {"999", 100, true}};
   for (const Case& c : cases) {
     SCOPED_TRACE(c.text);
     NumberSpin field;

@@ -23,7 +23,8 @@ struct JpegFormat {
 
 /// Restart markers are counted modulo 8: bands of that many intervals all count from 0.
 inline constexpr std::int32_t kRestartCycle = 8;
-inline constexpr std::int32_t kMostJpegLines = 65500;
+/// Pixels to a line, and lines: the library's limit.
+inline constexpr std::int32_t kMostJpegSide = 65500;
 
 /// Codes each band as a picture of its own, with one restart interval to a row of blocks.
 [[nodiscard]] std::unique_ptr<IBandEncoder> makeJpegEncoder(const JpegFormat& format);

@@ -7,14 +7,13 @@
 namespace quillbay {
 namespace {
 
-constexpr std::int32_t kMostWidth = 65500;  // the library's
 constexpr std::size_t kBandPixels = std::size_t{512} << 10;
 constexpr std::uint8_t kEnd[] = {0xff, 0xd9};
 constexpr std::uint8_t kLastRestart[] = {0xff, 0xd0 + kRestartCycle - 1};
 constexpr const char* kDepths[] = {"full", "half", nullptr};
 
 std::string tooMany(const char* what, std::int64_t count) {
-  return "a JPEG holds at most " + std::to_string(kMostJpegLines) + ' ' + what + ", and the page has " +
+  return "a JPEG holds at most " + std::to_string(kMostJpegSide) + ' ' + what + ", and the page has " +
          std::to_string(count) + "; scan to a TIFF file, or at a lower resolution";
 }
 
@@ -39,8 +38,8 @@ JpegPage::JpegPage(const EdgeFile& file, const QbPage& page, const QbOptions* op
   if (colorSpace != KxColorSpace::Grey && bitsPerPixel(colorSpace) < 24) {
     throw ModuleError(QB_E_REFUSED, "a JPEG holds grey or full colour; choose one of these modes, or a TIFF file");
   }
-  if (page.width > kMostWidth) throw ModuleError(QB_E_REFUSED, tooMany("pixels to a line", page.width));
-  if (page.expected_lines > kMostJpegLines) throw ModuleError(QB_E_REFUSED, tooMany("lines", page.expected_lines));
+  if (page.width > kMostJpegSide) throw ModuleError(QB_E_REFUSED, tooMany("pixels to a line", page.width));
+  if (page.expected_lines > kMostJpegSide) throw ModuleError(QB_E_REFUSED, tooMany("lines", page.expected_lines));
   m_format = {colorSpace, page.width, page.dpi, optionNumber(options, "Quality", 90, 1, 100),
               optionChoice(options, kJpegOptions[1]) == 1};
   m_comment = page.software ? page.software : "";
@@ -84,7 +83,7 @@ void JpegPage::takeBand(const ByteBuffer& band) {
 
 void JpegPage::write(const QbBlock& block) {
   m_lines += block.lines;
-  if (m_lines > kMostJpegLines) throw ModuleError(QB_E_REFUSED, tooMany("lines", m_lines));
+  if (m_lines > kMostJpegSide) throw ModuleError(QB_E_REFUSED, tooMany("lines", m_lines));
   m_pipeline->push(block);
 }
 

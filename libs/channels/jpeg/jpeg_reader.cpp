@@ -60,6 +60,8 @@ struct JpegReader::Job {
   template <class Step>
   void run(Step step) {
     if (finishes(step)) return;
+    if (code == QB_E_REFUSED)
+      throw ModuleError(code, "the progressive picture is too large to be read; save it as a baseline JPEG");
     throw ModuleError(code, code == QB_E_DAMAGED ? std::string("the file is damaged: ") + complaint : "");
   }
   template <class Step>
@@ -75,7 +77,11 @@ void JpegReader::Job::create() {
   errors.error_exit = [](j_common_ptr c) {
     Job& job = *static_cast<Job*>(c->client_data);
     c->err->format_message(c, job.complaint);
-    job.fail(c->err->msg_code == JERR_OUT_OF_MEMORY ? QB_E_MEMORY : QB_E_DAMAGED);
+    switch (c->err->msg_code) {
+      case JERR_OUT_OF_MEMORY: return job.fail(QB_E_MEMORY);
+      case JERR_NO_BACKING_STORE: return job.fail(QB_E_REFUSED);
+      default: job.fail(QB_E_DAMAGED);
+    }
   };
   errors.output_message = [](j_common_ptr) {};
   // Warnings: pixels that are not what was saved.

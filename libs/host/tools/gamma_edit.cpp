@@ -1,6 +1,5 @@
 #include "host/tools/gamma_edit.h"
 
-#include <QFileDialog>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -10,6 +9,7 @@
 #include <QToolButton>
 #include <cstring>
 
+#include "host/file_dialog.h"
 #include "host/tools/curve_text.h"
 #include "host/tools/curve_view.h"
 #include "platform/base_services.h"
@@ -19,13 +19,10 @@ namespace quillbay {
 
 namespace {
 
-constexpr const char* kCurveSuffix = ".curves";
-
 std::string askUser(QWidget* parent, bool toSave) {
-  const QString filter = toolText("Curves (*.curves);;All files (*)");
-  QString path = toSave ? QFileDialog::getSaveFileName(parent, toolText("Save the curves"), {}, filter)
-                        : QFileDialog::getOpenFileName(parent, toolText("Load curves"), {}, filter);
-  return path.toStdString();
+  return askForFile(
+      parent,
+      {toSave ? "Save the curves" : "Load curves", "Curves (*.curves);;All files (*)", {}, {}, toSave, "curves"});
 }
 
 CKxBlob bytesOf(const GammaTable& table) {
@@ -212,9 +209,8 @@ void GammaEdit::loadFile() {
 
 void GammaEdit::saveFile() {
   const KxPtr<IPanelTool> self = KxPtr<IPanelTool>::share(this);
-  std::string path = m_askFile(window(), true);
+  const std::string path = m_askFile(window(), true);
   if (path.empty() || !window()) return;
-  if (fio::extensionOf(path).empty() && !fio::exists(path + kCurveSuffix)) path += kCurveSuffix;
   if (const std::string why = saveCurveFile(path, m_curves); !why.empty()) message(why);
 }
 

@@ -29,14 +29,12 @@ void ToolBase::Close() {
 
 void ToolBase::pick(Pick what) {
   if (!site()) return;
-  if (what == Pick::None) {
-    m_site->EndPick();
-  } else if (!m_site->Pick()) {
-    message(Supp_Translate("There is no picture to choose a point in. Make a preview (F6) first."));
-    what = Pick::None;
-  }
-  m_pick = what;
-  showPick(what);
+  if (what == Pick::None) m_site->EndPick();
+  const bool isRefused = what != Pick::None && !m_site->Pick();
+  m_pick = isRefused ? Pick::None : what;
+  showPick(m_pick);
+  // Last: the window may be gone when it returns.
+  if (isRefused) message(Supp_Translate("There is no picture to choose a point in. Make a preview (F6) first."));
 }
 
 int ToolBase::Picked(KXRGBQUAD color) {

@@ -41,8 +41,6 @@ class CancelOnly final : public CKxUnknownImplStatic<IProgress> {
   IProgress* const m_progress;
 };
 
-std::uint8_t brightness(std::uint32_t rgb) noexcept { return greyOf(rgb >> 16 & 255, rgb >> 8 & 255, rgb & 255); }
-
 }  // namespace
 
 PixPtr madePix(PIX* pix) {
@@ -68,7 +66,7 @@ SmallPicture drawSmall(IRStor& source, const KxRect& part, double scale, IProgre
   for (std::int32_t y = 0; y < size.height; ++y) {
     const std::uint32_t* row = target.GetRow(y);
     l_uint32* out = pixGetData(small.grey.get()) + std::ptrdiff_t{y} * pixGetWpl(small.grey.get());
-    for (std::int32_t x = 0; x < size.width; ++x) SET_DATA_BYTE(out, x, brightness(row[x]));
+    for (std::int32_t x = 0; x < size.width; ++x) SET_DATA_BYTE(out, x, greyOf(row[x]));
   }
   return small;
 }

@@ -365,6 +365,7 @@ bool SaneCore::setOption(std::string_view name, std::string_view value, std::str
     SaneThread::instance().call(m_app.get(), [&] {
       if (!m_device->mayAsk()) return;  // the next scan opens it again
       endBatch();
+      m_gamma.restore(*m_device);  // before an option makes its tables inactive, and before they are shown
       if (m_device->settable(name)) m_device->set(name, parsed);
       learn();
     });
