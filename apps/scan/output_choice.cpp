@@ -32,14 +32,6 @@ std::vector<std::string> extensionsOf(const std::vector<FormatInfo>& formats) {
   return list;
 }
 
-const FormatInfo& formatNamed(const std::vector<FormatInfo>& formats, const std::string& name) {
-  for (const FormatInfo& f : formats) {
-    if (names::same(f.name, name)) return f;
-  }
-  throw Failure(kUsage, translated("--format \"%s\": unknown format; %s",
-                                   {name, names::allowed(namesOf(formats), name, "--all-options")}));
-}
-
 const FormatInfo* formatOfExtension(const std::vector<FormatInfo>& formats, const std::string& extension) {
   for (const FormatInfo& f : formats) {
     for (const std::string& e : f.extensions) {
@@ -47,6 +39,16 @@ const FormatInfo* formatOfExtension(const std::vector<FormatInfo>& formats, cons
     }
   }
   return nullptr;
+}
+
+/// By its name, or as its files end: "jpg", "tif".
+const FormatInfo& formatNamed(const std::vector<FormatInfo>& formats, const std::string& name) {
+  for (const FormatInfo& f : formats) {
+    if (names::same(f.name, name)) return f;
+  }
+  if (const FormatInfo* format = formatOfExtension(formats, '.' + name)) return *format;
+  throw Failure(kUsage, translated("--format \"%s\": unknown format; %s",
+                                   {name, names::allowed(namesOf(formats), name, "--all-options")}));
 }
 
 /// Where a tag starts, in any letter case; the text's size without it.

@@ -199,6 +199,7 @@ class Files(Case):
             (["--mask", "f<DPI>-"], "f50-000.tif"),
             (["--mask", "f<foo>"], "f-foo-000.tif"),
             (["--dir", "sub/new", "--format", "png"], "sub/new/scan000.png"),
+            (["--format", "jpg"], "scan000.jpg"),
             (["-o", "g ä%d.tif"], "g ä%d.tif"),
         ]
         for arguments, name in cases:
