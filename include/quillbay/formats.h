@@ -12,11 +12,14 @@ namespace quillbay {
 /// An option of a file format, for help texts and for checking user input.
 struct FormatOption {
   std::string key, help;
-  std::vector<std::string> choices;  ///< allowed values, the default first; empty: free
+  std::vector<std::string> choices;  ///< allowed values, the default first; empty: a number or a text
+  std::int32_t least = 0, most = 0;  ///< of a number; both 0 for a text
+  std::string otherwise;             ///< the number or text that counts when none is set
 };
 
 struct FormatInfo {
   std::string name;                     ///< "TIFF"
+  std::string description;              ///< for a list that people choose from: "TIFF pictures"
   std::vector<std::string> extensions;  ///< with the leading dot, the usual one first
   bool paged = false;                   ///< several pages in one file
   std::vector<FormatOption> options;

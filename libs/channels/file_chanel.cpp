@@ -27,6 +27,13 @@ class PartOf : public Interface {
   Owner* m_owner;
 };
 
+/// What a document is called when nobody named it: its file without folder and extension.
+std::string titleOf(const std::string& fileName) {
+  std::string name = fio::fileNameOf(fileName);
+  name.resize(name.size() - fio::extensionOf(name).size());
+  return name;
+}
+
 ///           Save                 Commit
 ///   Ready --------> PageWritten --------> Done
 ///     |  (0 or throws: Ready)  |            ^
@@ -136,7 +143,8 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
           m_fileName);
     }
     openTarget(paged);
-    const PageRequest request{m_format, m_params.get(), m_fileName, m_page.expectedLines, paged};
+    const PageRequest request{m_format, m_params.get(), m_fileName, titleOf(m_fileName), m_page.expectedLines,
+                              paged};
     if (!savePage(*m_part, request, raster, progress)) return 0;
     m_pagedPage = paged;
     m_state = State::PageWritten;
@@ -218,10 +226,11 @@ std::vector<FormatInfo> ListFormats() {
   for (const QbFormat* format : loadedFormats()) {
     FormatInfo info;
     info.name = format->name;
+    info.description = format->description;
     info.paged = format->paged != 0;
     for (const char* const* e = format->extensions; *e; ++e) info.extensions.emplace_back(*e);
     for (const QbOptionInfo* o = format->options; o->key; ++o) {
-      FormatOption option{o->key, o->help, {}};
+      FormatOption option{o->key, o->help, {}, o->least, o->most, o->otherwise ? o->otherwise : ""};
       for (const char* const* choice = o->choices; choice && *choice; ++choice)
         option.choices.emplace_back(*choice);
       info.options.push_back(std::move(option));

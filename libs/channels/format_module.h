@@ -16,7 +16,7 @@
 extern "C" {
 #endif
 
-#define QUILLBAY_FORMAT_ABI 2u
+#define QUILLBAY_FORMAT_ABI 3u
 
 enum QbCode {
   QB_OK = 0,
@@ -68,6 +68,9 @@ typedef struct QbPage {
   const uint8_t* palette;
   const char* software;  /* may be empty */
   const char* date_time; /* "YYYY:MM:DD HH:MM:SS" */
+  const char* title;     /* of the document; may be empty */
+  const uint8_t* icc;    /* the colour profile of grey and colour pages; null: none */
+  size_t icc_size;
 } QbPage;
 
 /* Consecutive lines, top line first, in the line format of the page's colour space. With `bytes`, line i begins at
@@ -100,11 +103,14 @@ typedef struct QbReader QbReader;
 typedef struct QbOptionInfo {
   const char* key;
   const char* help;
-  const char* const* choices; /* ended by null, the default first; null: free */
+  const char* const* choices; /* ended by null, the default first; null: a number or a text */
+  int32_t least, most;        /* of a number; both 0 for a text */
+  const char* otherwise;      /* the number or text that counts when it is not set */
 } QbOptionInfo;
 
 typedef struct QbFormat {
   const char* name;              /* "TIFF" */
+  const char* description;       /* for a list that people choose from: "TIFF pictures" */
   const char* const* extensions; /* with the leading dot, ended by null, the usual one first */
   int paged;                     /* several pages in one file */
   const QbOptionInfo* options;   /* ended by a null key */

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <ctime>
 
+#include "channels/codec/module_support.h"
+#include "channels/color_profile.h"
 #include "channels/line_source.h"
 #include "platform/base_services.h"
 
@@ -111,6 +113,10 @@ class PageSaver {
     page.palette = bytes;
     page.software = software.c_str();
     page.date_time = moment.c_str();
+    page.title = m_request.title.c_str();
+    const ColorProfile profile = profileFor(m_colorSpace, m_options.text(kProfileOption.key));
+    page.icc = profile.empty() ? nullptr : profile.data();
+    page.icc_size = profile.size();
     m_file.beginPage(page, m_options.edge());
   }
 

@@ -12,6 +12,7 @@ struct PageRequest {
   const QbFormat* format = nullptr;
   IIOParams* params = nullptr;     ///< may be null
   std::string fileName;            ///< for texts
+  std::string title;               ///< of the document
   std::int64_t expectedLines = 0;  ///< 0: unknown
   bool paged = false;
 };

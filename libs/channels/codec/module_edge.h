@@ -9,6 +9,7 @@ namespace quillbay {
 /// What a format is called and takes: the first fields of `QbFormat`.
 struct FormatWords {
   const char* name;
+  const char* description;
   const char* const* extensions;
   bool paged;
   const QbOptionInfo* options;
@@ -29,6 +30,7 @@ constexpr QbFormat makeFormat(const FormatWords& words) {
   };
   return {
       .name = words.name,
+      .description = words.description,
       .extensions = words.extensions,
       .paged = words.paged ? 1 : 0,
       .options = words.options,

@@ -24,15 +24,18 @@ int optionChoice(const QbOptions* options, const QbOptionInfo& info) {
                     "the option " + std::string(info.key) + " cannot be \"" + value + "\"; choose one of " + known);
 }
 
-int optionNumber(const QbOptions* options, const char* key, int otherwise, int least, int most) {
-  const std::string value = optionText(options, key, "");
-  if (value.empty()) return otherwise;
+int optionNumber(const QbOptions* options, const QbOptionInfo& info) {
+  return optionNumber(options, info, info.most);
+}
+
+int optionNumber(const QbOptions* options, const QbOptionInfo& info, int most) {
+  const std::string value = optionText(options, info.key, info.otherwise);
   int number = 0;
   const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
-  if (error == std::errc{} && end == value.data() + value.size() && number >= least && number <= most)
+  if (error == std::errc{} && end == value.data() + value.size() && number >= info.least && number <= most)
     return number;
-  throw ModuleError(QB_E_REFUSED, "the option " + std::string(key) + " cannot be \"" + value +
-                                      "\"; choose a number of " + std::to_string(least) + " to " +
+  throw ModuleError(QB_E_REFUSED, "the option " + std::string(info.key) + " cannot be \"" + value +
+                                      "\"; choose a number of " + std::to_string(info.least) + " to " +
                                       std::to_string(most));
 }
 

@@ -78,7 +78,13 @@ inline std::string optionText(const QbOptions* options, const char* key, const c
 /// The index of an option's value among its choices, letters compared without case. Refuses others.
 int optionChoice(const QbOptions* options, const QbOptionInfo& info);
 
-/// An option's whole number within `least`..`most`; `otherwise` when it is not set. Refuses others.
-int optionNumber(const QbOptions* options, const char* key, int otherwise, int least, int most);
+/// The whole number of an option; its default when it is not set. Refuses those outside `least`..`most`.
+int optionNumber(const QbOptions* options, const QbOptionInfo& info);
+/// The same with a limit of the moment.
+int optionNumber(const QbOptions* options, const QbOptionInfo& info, int most);
+
+/// The option of formats that hold a colour profile; the channels read it and hand over the profile.
+inline constexpr QbOptionInfo kProfileOption = {
+    "Profile", "Colour profile: sRGB, none, or the path of an ICC file.", nullptr, 0, 0, "sRGB"};
 
 }  // namespace quillbay

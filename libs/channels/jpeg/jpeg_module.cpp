@@ -21,7 +21,7 @@ int accepts(std::int32_t colorSpace) {
 
 const char* const kExtensions[] = {".jpg", ".jpeg", nullptr};
 const QbFormat kJpeg = quillbay::makeFormat<quillbay::SinglePageWriter<quillbay::JpegPage>, quillbay::JpegReader>(
-    {"JPEG", kExtensions, false, quillbay::kJpegOptions, probe, accepts});
+    {"JPEG", "JPEG pictures", kExtensions, false, quillbay::kJpegOptions, probe, accepts});
 
 const QbFormat* const kFormats[] = {&kJpeg};
 const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 1, kFormats};

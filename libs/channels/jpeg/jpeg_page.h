@@ -1,6 +1,8 @@
 #pragma once
 #include <cstdint>
 #include <memory>
+#include <string_view>
+#include <vector>
 
 #include "channels/codec/band_pipeline.h"
 #include "channels/codec/module_support.h"
@@ -23,11 +25,13 @@ class JpegPage {
 
  private:
   void takeBand(const ByteBuffer& band);
+  void appendSegment(std::uint8_t marker, std::string_view head, std::string_view data);
+  void appendProfile(const std::uint8_t* icc, std::size_t size);
   void appendHead(const std::uint8_t* head, const JpegParts& parts);
 
   EdgeFile m_file;
   JpegFormat m_format;
-  std::string m_comment;
+  std::vector<std::uint8_t> m_extras;  // segments that stand behind the density
   std::int64_t m_lines = 0;
   std::int64_t m_heightAt = 0;  // in the file; 0: nothing is there yet
   std::unique_ptr<BandPipeline> m_pipeline;

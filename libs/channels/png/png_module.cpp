@@ -25,7 +25,7 @@ int accepts(std::int32_t colorSpace) {
 
 const char* const kExtensions[] = {".png", nullptr};
 const QbFormat kPng = quillbay::makeFormat<quillbay::SinglePageWriter<quillbay::PngPage>, quillbay::PngReader>(
-    {"PNG", kExtensions, false, quillbay::kPngOptions, probe, accepts});
+    {"PNG", "PNG pictures", kExtensions, false, quillbay::kPngOptions, probe, accepts});
 
 const QbFormat* const kFormats[] = {&kPng};
 const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 1, kFormats};

@@ -16,8 +16,9 @@ constexpr double kInchesPerMetre = 1 / 0.0254;
 }  // namespace
 
 const QbOptionInfo kPngOptions[] = {
-    {"Level", "Compression effort: 0 (none), 1 (fastest, the default) to 9.", nullptr},
-    {nullptr, nullptr, nullptr},
+    {"Level", "Compression effort: 0 (none), 1 (fastest, the default) to 9.", nullptr, 0, 9, "1"},
+    kProfileOption,
+    {},
 };
 
 bool PngPage::isFinishedIn(const EdgeFile& file) {
@@ -30,7 +31,7 @@ bool PngPage::isFinishedIn(const EdgeFile& file) {
 
 PngPage::PngPage(const EdgeFile& file, const QbPage& page, const QbOptions* options) : m_file(file) {
   if (m_file.size() != 0) throw ModuleError(QB_E_REFUSED, "a PNG file holds one page; choose another name");
-  m_format = {static_cast<KxColorSpace>(page.color_space), page.width, optionNumber(options, "Level", 1, 0, 9)};
+  m_format = {static_cast<KxColorSpace>(page.color_space), page.width, optionNumber(options, kPngOptions[0])};
   BandPipeline::Setup setup;
   const std::size_t lines = kBandBytes / m_format.lineBytes();
   setup.bandLines = static_cast<std::int32_t>(std::max<std::size_t>(lines, 8));
@@ -42,6 +43,7 @@ PngPage::PngPage(const EdgeFile& file, const QbPage& page, const QbOptions* opti
   const std::vector<std::uint8_t> ihdr = header(0);
   head.insert(head.end(), ihdr.begin(), ihdr.end());
   m_file.append(head.data(), head.size());
+  if (page.icc) appendProfile(page.icc, page.icc_size);
   if (m_format.colorSpace == KxColorSpace::Palette) {
     std::vector<std::uint8_t> palette(std::size_t{3} * 256);  // whole: every index is covered
     for (int i = 0; i < std::min(page.palette_count, 256); ++i) {
@@ -60,6 +62,7 @@ PngPage::PngPage(const EdgeFile& file, const QbPage& page, const QbOptions* opti
     const std::string text = std::string("Software") + '\0' + software;
     appendChunk("tEXt", {text.begin(), text.end()});
   }
+  if (const std::string title = page.title ? page.title : ""; !title.empty()) appendTitle(title);
   // The Deflate stream's head, in a chunk of its own: window of 32 KiB, fastest.
   appendChunk("IDAT", {0x78, 0x01});
 }
@@ -75,6 +78,23 @@ std::vector<std::uint8_t> PngPage::header(std::uint32_t height) const {
                                                                                      : 0);
   sealChunk(chunk.data(), "IHDR", 13);
   return chunk;
+}
+
+void PngPage::appendTitle(const std::string& title) {
+  // The keyword's end, not compressed (two), and the ends of the empty language and the empty translated keyword.
+  const std::string text = std::string("Title") + std::string(5, '\0') + title;
+  appendChunk("iTXt", {text.begin(), text.end()});
+}
+
+/// The profile's name, and the profile compressed.
+void PngPage::appendProfile(const std::uint8_t* icc, std::size_t size) {
+  const std::string name = std::string("ICC profile") + '\0' + '\0';  // ended by a zero; 0: Deflate
+  std::vector<std::uint8_t> chunk(name.begin(), name.end());
+  uLongf room = compressBound(size);
+  chunk.resize(name.size() + room);
+  if (compress2(chunk.data() + name.size(), &room, icc, size, 9) != Z_OK) throw std::bad_alloc();
+  chunk.resize(name.size() + room);
+  appendChunk("iCCP", chunk);
 }
 
 void PngPage::appendChunk(const char type[4], const std::vector<std::uint8_t>& data) {

@@ -26,6 +26,8 @@ class PngPage {
 
  private:
   [[nodiscard]] std::vector<std::uint8_t> header(std::uint32_t height) const;
+  void appendTitle(const std::string& title);
+  void appendProfile(const std::uint8_t* icc, std::size_t size);
   void appendChunk(const char type[4], const std::vector<std::uint8_t>& data);
   void takeBand(const ByteBuffer& band);
 

@@ -18,11 +18,13 @@ int acceptsAll(std::int32_t colorSpace) {
   return acceptsBits(colorSpace) || acceptsGrey(colorSpace) || acceptsColours(colorSpace);
 }
 
-constexpr QbOptionInfo kNoOptions[] = {{nullptr, nullptr, nullptr}};
+constexpr QbOptionInfo kNoOptions[] = {{}};
 
-constexpr QbFormat format(const char* name, const char* const* extensions, int (*accepts)(std::int32_t)) {
+constexpr QbFormat format(const char* name, const char* description, const char* const* extensions,
+                          int (*accepts)(std::int32_t)) {
   using Writer = quillbay::SinglePageWriter<quillbay::PnmPage>;
-  return quillbay::makeFormat<Writer, quillbay::PnmReader>({name, extensions, false, kNoOptions, probe, accepts});
+  return quillbay::makeFormat<Writer, quillbay::PnmReader>(
+      {name, description, extensions, false, kNoOptions, probe, accepts});
 }
 
 // Each name holds what its letters say; ".pnm" holds any of them.
@@ -30,10 +32,10 @@ constexpr const char* kAny[] = {".pnm", nullptr};
 constexpr const char* kBits[] = {".pbm", nullptr};
 constexpr const char* kGrey[] = {".pgm", nullptr};
 constexpr const char* kColours[] = {".ppm", nullptr};
-constexpr QbFormat kPnm = format("PNM", kAny, acceptsAll);
-constexpr QbFormat kPbm = format("PBM", kBits, acceptsBits);
-constexpr QbFormat kPgm = format("PGM", kGrey, acceptsGrey);
-constexpr QbFormat kPpm = format("PPM", kColours, acceptsColours);
+constexpr QbFormat kPnm = format("PNM", "Portable any maps", kAny, acceptsAll);
+constexpr QbFormat kPbm = format("PBM", "Portable bitmaps", kBits, acceptsBits);
+constexpr QbFormat kPgm = format("PGM", "Portable grey maps", kGrey, acceptsGrey);
+constexpr QbFormat kPpm = format("PPM", "Portable pixel maps", kColours, acceptsColours);
 
 const QbFormat* const kFormats[] = {&kPnm, &kPbm, &kPgm, &kPpm};
 const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 4, kFormats};

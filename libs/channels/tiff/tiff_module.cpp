@@ -22,7 +22,7 @@ int accepts(std::int32_t colorSpace) {
 
 const char* const kExtensions[] = {".tif", ".tiff", ".btf", nullptr};
 const QbFormat kTiff = quillbay::makeFormat<quillbay::TiffWriter, quillbay::TiffReader>(
-    {"TIFF", kExtensions, true, quillbay::kTiffOptions, probe, accepts});
+    {"TIFF", "TIFF pictures", kExtensions, true, quillbay::kTiffOptions, probe, accepts});
 
 const QbFormat* const kFormats[] = {&kTiff};
 const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 1, kFormats};

@@ -47,14 +47,16 @@ std::int64_t directoryBytes(std::int64_t lines, std::int32_t stripLines) { retur
 const QbOptionInfo kTiffOptions[] = {
     {"Compression",
      "auto: G4 for black and white, LZW for grey and colour. Deflate is smaller on maps and slower, Zstandard is "
-     "small and "
-     "fastest, but many programs cannot read it.",
-     kCompressions},
-    {"Level", "Effort of Deflate (1 to 12) and Zstandard (1 to 19); 1 is fastest.", nullptr},
-    {"Predictor", "Stores differences of neighbouring pixels with LZW, Deflate and Zstandard.", kPredictors},
-    {"TiffKind", "auto: BigTIFF if the file may exceed 4 GB, the length is unknown, or pages follow.", kKinds},
-    {"StripBytes", "Bytes per strip before compression, 4096 to 16777216.", nullptr},
-    {nullptr, nullptr, nullptr},
+     "small and fastest, but many programs cannot read it.",
+     kCompressions, 0, 0, nullptr},
+    {"Level", "Effort of Deflate (1 to 12) and Zstandard (1 to 19); 1 is fastest.", nullptr, 1, 19, "1"},
+    {"Predictor", "Stores differences of neighbouring pixels with LZW, Deflate and Zstandard.", kPredictors, 0, 0,
+     nullptr},
+    {"TiffKind", "auto: BigTIFF if the file may exceed 4 GB, the length is unknown, or pages follow.", kKinds, 0, 0,
+     nullptr},
+    {"StripBytes", "Bytes per strip before compression, 4096 to 16777216.", nullptr, 4096, 16 << 20, "524288"},
+    kProfileOption,
+    {},
 };
 
 TiffPage::TiffPage(const EdgeFile& file, const TiffState& before, const QbPage& page, const QbOptions* options)
@@ -109,8 +111,9 @@ void TiffPage::chooseFormat(const QbPage& page, const QbOptions* options) {
   const bool tones = !bitonal && m_format.colorSpace != KxColorSpace::Palette;
   const int predictor = optionChoice(options, kTiffOptions[OptionPredictor]);
   m_format.predictor = differences && tones && predictor != 2;
-  m_format.level = optionNumber(options, "Level", 1, 1, m_format.compression == TiffCompression::Deflate ? 12 : 19);
-  const int stripBytes = optionNumber(options, "StripBytes", 512 << 10, 4096, 16 << 20);
+  m_format.level =
+      optionNumber(options, kTiffOptions[OptionLevel], m_format.compression == TiffCompression::Deflate ? 12 : 19);
+  const int stripBytes = optionNumber(options, kTiffOptions[OptionStripBytes]);
   const auto lines = static_cast<std::int64_t>(static_cast<std::size_t>(stripBytes) / m_format.lineBytes());
   m_stripLines = static_cast<std::int32_t>(std::max<std::int64_t>(lines, kLeastStripLines));
 }
