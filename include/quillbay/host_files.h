@@ -14,6 +14,8 @@ namespace quillbay {
 inline constexpr char kToolTemplatesDir[] = "ToolTemplatesDir";
 /// The channel of lookup files of classified colours (`IFileDialogs`).
 inline constexpr char kLutFileChannel[] = "LUTFile";
+/// The channel of preset files (`IFileDialogs`).
+inline constexpr char kPresetFileChannel[] = "PresetFile";
 
 /// The host's standard folders, by name. User-interface thread.
 class IStdDirectories : public IKxUnknown {
@@ -29,6 +31,8 @@ class IFileDialogs : public IKxUnknown {
   /// Lets the user choose an existing file and stores its complete path in `*path`, which suggests one (empty:
   /// none). Returns 1, or 0 when the user cancelled or the host does not know the channel.
   virtual int ChooseFile(std::string_view channel, QWidget* parent, std::string* path) = 0;
+  /// The same for a file to write; the user has agreed when it exists.
+  virtual int ChooseTarget(std::string_view /*channel*/, QWidget* /*parent*/, std::string* /*path*/) { return 0; }
 };
 
 }  // namespace quillbay

@@ -51,6 +51,7 @@ inline constexpr char Rewind[] = "m_Rewind";  ///< int: 0 unload forward, 1 to t
 inline constexpr char DetectionThreshold[] = "m_Auto";             ///< int, 10 to 192
 inline constexpr char StandardPapers[] = "m_StandardPapers";       ///< int: not 0: a found size becomes a paper's
 inline constexpr char Deskew[] = "m_fDeskew";                      ///< int: not 0: pages are straightened
+inline constexpr char PresetsChanged[] = "presets";                ///< broadcast: the presets, or which is chosen
 inline constexpr char ScanModesChanged[] = "OnSelchangeScanmode";  ///< broadcast: what the scanner offers changed
 inline constexpr char ModeIndex[] = "m_ctrlModes";
 inline constexpr char ResolutionIndex[] = "m_ctrlDPI";
@@ -118,7 +119,17 @@ inline constexpr char Panel[] = "Quillbay2.0";                  ///< of `IProfil
 inline constexpr char ScannerSource[] = "ScanManager\\Source";  ///< of the host's `IParam` root
 inline constexpr char Scroll[] = "Scroll";                      ///< of `IProfile`: a view's
 inline constexpr char PreviewPlacement[] = "PagePreview";       ///< of `IProfile`: where the preview floats
+inline constexpr char Presets[] = "presets";                    ///< in the panel's: a store for each preset
 }  // namespace section_name
+
+/// Keys of a preset in the profile.
+namespace preset_key {
+inline constexpr char Name[] = "DispName";    ///< text: for the user
+inline constexpr char Comment[] = "Comment";  ///< text
+inline constexpr char Id[] = "ID";            ///< int
+inline constexpr char User[] = "fUser";       ///< int: 1 for presets that the user made
+inline constexpr char Data[] = "Data";        ///< store: in it one for each page
+}  // namespace preset_key
 
 /// Keys of a view's settings.
 namespace view_key {

@@ -56,6 +56,9 @@ class IPanelController {
   virtual std::vector<IUIScanPage*> AllPages() = 0;
   /// Lets one page take values. Returns what the page returns.
   virtual int LoadPage(IUIScanPage* page, IParam* params) = 0;
+  /// Lets one page store what the user chose, without what was computed for one document. Returns what the page
+  /// returns.
+  virtual int SavePage(IUIScanPage*, IParam*) { return 0; }
   /// The named values of pages; null where the panel keeps none.
   virtual IPresetManager* Presets() { return nullptr; }
   /// The request that the preview's picture was scanned with; null before a preview.

@@ -28,14 +28,18 @@ class IPresetManager {
   /// 0, or 1 and fills in `*id`.
   virtual int GetChosen(std::int32_t* id) = 0;
   /// Asks the user for a name, a comment and which pages of the current mode take part, of all or of one page,
-  /// stores their values and chooses the new preset. A preset of the same id is replaced. Returns 0 when the user
-  /// cancelled.
+  /// stores their values and chooses the new preset. Asks before a preset of the same id is replaced. Returns 0
+  /// when the user cancelled.
   virtual int Create(int page) = 0;
   /// Lets one or all pages, of every mode, load what the preset holds for them; a page for which it holds nothing
   /// stays as it is. Returns 0 when it holds nothing at all.
   virtual int Apply(std::int32_t id, int page) = 0;
   /// Brings one or all pages to their defaults. Presets stay.
   virtual int Reset(int page) = 0;
+  /// Writes a preset into a file, and reads one from a file that the user chooses; the user is told what cannot be
+  /// read, and asked before one is replaced. Return 0 when nothing was written or stored.
+  virtual int Export(std::int32_t id) = 0;
+  virtual int Import() = 0;
   /// Deletes a preset for good; afterwards none is chosen. Returns 0 when there is no such preset.
   virtual int Delete(std::int32_t id) = 0;
   /// Carries out an entry of a page's menu: a `MenuCommand`, or a preset's id, which is applied to that page only.

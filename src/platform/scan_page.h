@@ -30,6 +30,9 @@ class IUIScanPage {
   /// Why no run may start with the page's values, and the page may not be left: a message, which the controller
   /// shows; empty when they are acceptable. Ends an edit that is under way.
   [[nodiscard]] virtual std::string GetRefusal() { return {}; }
+  /// What the last `Load` could not take over as it was stored, and what counts instead: a message, which is shown
+  /// after a preset was applied ("There is no format ...; ... is used"); empty for nothing.
+  [[nodiscard]] virtual std::string GetLoadNote() { return {}; }
 };
 
 /// A unit's own pages for the B/W modes, where it has some.
