@@ -32,6 +32,8 @@ class BitWriter {
     m_count = 0;
   }
   [[nodiscard]] std::uint8_t* end() const noexcept { return m_to; }
+  /// Bits that `flush` would write.
+  [[nodiscard]] int pending() const noexcept { return m_count; }
   void moved(std::uint8_t* to) noexcept { m_to = to; }
 
  private:
@@ -101,6 +103,15 @@ void putLine(BitWriter& out, const std::int32_t* line, const std::int32_t* above
   }
 }
 
+/// A line without regard to the one above.
+void putFlatLine(BitWriter& out, const std::int32_t* line, std::int32_t width) noexcept {
+  for (std::int32_t a0 = 0; a0 < width; a0 = line[1], line += 2) {
+    out.put(g4::kHorizontal);
+    putRun(out, line[0] - a0, false);
+    putRun(out, line[1] - line[0], true);
+  }
+}
+
 }  // namespace
 
 void G4Encoder::encode(const Band& band, ByteBuffer& out) {
@@ -110,6 +121,7 @@ void G4Encoder::encode(const Band& band, ByteBuffer& out) {
   std::uint8_t* base = out.room(room);
   BitWriter bits(base);
   m_above.assign(5, m_width);
+  bool isFlat = m_output == G4Output::Piece;
   band.eachLine([&](const std::uint8_t* line, bool packed) {
     if (base + room < bits.end() + lineRoom) {
       const auto used = static_cast<std::size_t>(bits.end() - base);
@@ -118,13 +130,23 @@ void G4Encoder::encode(const Band& band, ByteBuffer& out) {
       bits.moved(base + used);
     }
     findChanges(line, packed, m_width, m_line);
-    putLine(bits, m_line.data(), m_above.data(), m_width);
+    if (isFlat) {
+      putFlatLine(bits, m_line.data(), m_width);
+    } else {
+      putLine(bits, m_line.data(), m_above.data(), m_width);
+    }
+    isFlat = false;
     std::swap(m_line, m_above);
   });
-  bits.put(g4::kEndOfBlockHalf);
-  bits.put(g4::kEndOfBlockHalf);
+  if (m_output == G4Output::Block) {
+    bits.put(g4::kEndOfBlockHalf);
+    bits.put(g4::kEndOfBlockHalf);
+  }
+  const int rest = bits.pending() % 8;
   bits.flush();
-  out.setSize(static_cast<std::size_t>(bits.end() - base));
+  std::uint8_t* end = bits.end();
+  if (m_output == G4Output::Piece) *end++ = static_cast<std::uint8_t>(rest == 0 ? 8 : rest);
+  out.setSize(static_cast<std::size_t>(end - base));
 }
 
 }  // namespace quillbay
