@@ -66,21 +66,26 @@ class JpegEncoder final : public IBandEncoder {
     m_rows.clear();
     // libjpeg only reads them.
     band.eachLine([this](const std::uint8_t* line) { m_rows.push_back(const_cast<JSAMPROW>(line)); });
-    m_target.out = &out;
     // A tenth is what a scan of middling quality takes.
-    m_target.room = kLeastRoom + m_rows.size() * static_cast<std::size_t>(m_format.width) / 2;
-    m_target.take(out.room(m_target.room), 0);
+    run(kLeastRoom + m_rows.size() * static_cast<std::size_t>(m_format.width) / 2, out, &JpegEncoder::code);
+  }
+  void tables(ByteBuffer& out) { run(kLeastRoom, out, &JpegEncoder::codeTables); }
+
+ private:
+  /// `step` may be left by a jump.
+  void run(std::size_t room, ByteBuffer& out, void (JpegEncoder::*step)()) {
+    m_target.out = &out;
+    m_target.room = room;
+    m_target.take(out.room(room), 0);
     if (setjmp(m_jump)) {
       jpeg_abort_compress(&m_codec);
       throw std::runtime_error(std::string("JPEG failed on a band of lines: ") + m_complaint);
     }
-    code();
+    (this->*step)();
     out.setSize(m_target.room - m_target.base.free_in_buffer);
   }
 
- private:
-  /// May be left by a jump.
-  void code() {
+  void setUp() {
     m_codec.image_width = static_cast<JDIMENSION>(m_format.width);
     m_codec.image_height = static_cast<JDIMENSION>(m_rows.size());
     m_codec.in_color_space = colourOrder(m_format.colorSpace);
@@ -89,13 +94,27 @@ class JpegEncoder final : public IBandEncoder {
     jpeg_set_quality(&m_codec, m_format.quality, TRUE);
     m_codec.comp_info[0].h_samp_factor = m_format.isColour() && m_format.isHalved ? 2 : 1;
     m_codec.comp_info[0].v_samp_factor = m_codec.comp_info[0].h_samp_factor;
-    m_codec.restart_in_rows = 1;
     m_codec.dct_method = JDCT_ISLOW;
+    if (m_format.isPart) {
+      m_codec.write_JFIF_header = FALSE;
+      return;
+    }
+    m_codec.restart_in_rows = 1;
     if (m_format.dpi > 0 && m_format.dpi <= 0xffff) {
       m_codec.density_unit = 1;
       m_codec.X_density = m_codec.Y_density = static_cast<UINT16>(m_format.dpi);
     }
-    jpeg_start_compress(&m_codec, TRUE);
+  }
+
+  void codeTables() {
+    setUp();
+    jpeg_write_tables(&m_codec);
+  }
+
+  void code() {
+    setUp();
+    if (m_format.isPart) jpeg_suppress_tables(&m_codec, TRUE);
+    jpeg_start_compress(&m_codec, m_format.isPart ? FALSE : TRUE);
     while (m_codec.next_scanline < m_codec.image_height) {
       jpeg_write_scanlines(&m_codec, m_rows.data() + m_codec.next_scanline,
                            m_codec.image_height - m_codec.next_scanline);
@@ -130,6 +149,12 @@ class JpegEncoder final : public IBandEncoder {
 
 std::unique_ptr<IBandEncoder> makeJpegEncoder(const JpegFormat& format) {
   return std::make_unique<JpegEncoder>(format);
+}
+
+std::vector<std::uint8_t> jpegTables(const JpegFormat& format) {
+  ByteBuffer bytes;
+  JpegEncoder(format).tables(bytes);
+  return {bytes.data(), bytes.data() + bytes.size()};
 }
 
 JpegParts partsOf(const std::uint8_t* picture, std::size_t size) {

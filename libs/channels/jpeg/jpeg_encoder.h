@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "channels/codec/band_pipeline.h"
 #include "quillbay/color_space.h"
@@ -15,6 +16,7 @@ struct JpegFormat {
   std::uint32_t dpi = 0;
   int quality = 90;
   bool isHalved = false;  ///< colour at half the resolution both ways (4:2:0)
+  bool isPart = false;    ///< a part of a TIFF page: no restart markers, no density, its tables are `jpegTables`
 
   [[nodiscard]] bool isColour() const noexcept { return colorSpace != KxColorSpace::Grey; }
   /// Lines that are coded together: a restart interval is one such row.
@@ -28,6 +30,9 @@ inline constexpr std::int32_t kMostJpegSide = 65500;
 
 /// Codes each band as a picture of its own, with one restart interval to a row of blocks.
 [[nodiscard]] std::unique_ptr<IBandEncoder> makeJpegEncoder(const JpegFormat& format);
+
+/// The tables of parts of this format: a stream of its own, as TIFF's JPEGTables has it. Throws std::runtime_error.
+[[nodiscard]] std::vector<std::uint8_t> jpegTables(const JpegFormat& format);
 
 /// The parts of a coded band: the first `coded` bytes are its head, `size` more the coded rows.
 struct JpegParts {
