@@ -12,8 +12,9 @@ build="build-essential cmake ninja-build pkg-config ca-certificates git
 run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
 check="libgtest-dev clang-format-16 clang-tidy-16 python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales
-  xdotool dbus-daemon at-spi2-core python3-gi"
-bench="libvips-tools imagemagick pngquant mate-backgrounds"
+  xdotool dbus-daemon at-spi2-core python3-gi
+  libjpeg-turbo-progs poppler-utils qpdf libopenjp2-tools"
+bench="libvips-tools imagemagick pngquant mate-backgrounds img2pdf gdal-bin"
 fuzz="clang-16 libclang-rt-16-dev"
 
 wanted="$build $run"
