@@ -166,8 +166,16 @@ class Seeds:
                  b"/CropToDocument\n/Despeckle SIZE:0.3\n/Invert _ignore_command_:1\n/Rotate ANGLE:90\n/Autocorrect\n"
                  b"/SaveAs FNAME:~/b.tif DontProcessErrors:1\n/Close\n")
         self.put("script", "mark", b"\xef\xbb\xbf/invert\n\n  /ROTATE angle:1e2\n")
-        self.put("script", "run", b"/Run PROGRAM:\"tesseract\" ARG:%i ARG:%o\n")
+        self.put("script", "run", b"/Run LIMIT:60 OUT:pdf tesseract %i \"%b\" -l deu --psm 1 50%% pdf\n")
         self.put("script", "wrong", b"/Crop WIDTH:\"\n")
+
+    def preset(self):
+        self.put("preset", "two", b'''{"format": "quillbay-preset", "version": 1, "name": "Maps", "comment": "for the archive",
+"pages": [{"page": 0, "title": "Main", "settings": {"MODE": 7, "ImageDPI": 300, "m_rcScan": {"rect": [0, 0, 210.5, 297]},
+"m_szPaper": "A4", "x": {"double": 2}}}, {"page": 10, "settings": {"m_CounterFormat": "%.3d", "m_fMultiPage": 1},
+"stores": {"TIFF": {"settings": {"Compression": "LZW", "b": {"blob": "AAEC"}}}}}]}''')
+        self.put("preset", "none", b'{"format": "quillbay-preset", "version": 1, "name": "n", "pages": []}')
+        self.put("preset", "newer", b'{"format": "quillbay-preset", "version": 2}')
 
 
 def main():
@@ -177,7 +185,7 @@ def main():
     args = parser.parse_args()
     seeds = Seeds(args.scan and str(pathlib.Path(args.scan).resolve()))
     try:
-        for name in args.names or ("tiff", "png", "jpeg", "pnm", "bmp", "jp2", "pdf", "script"):
+        for name in args.names or ("tiff", "png", "jpeg", "pnm", "bmp", "jp2", "pdf", "script", "preset"):
             getattr(seeds, name)()
     finally:
         shutil.rmtree(seeds.folder)

@@ -33,7 +33,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     require(!step.area || (step.area->right > step.area->left && step.area->bottom > step.area->top),
             "an area has a size");
     const auto again = stepsOf(step.text());
-    require(again.size() == 1 && again[0].action == step.action && again[0].arguments == step.arguments,
+    require(again.size() == 1 && again[0].action == step.action && again[0].arguments == step.arguments &&
+                again[0].program.words == step.program.words,
             "what the log shows is the command");
   }
   return 0;
