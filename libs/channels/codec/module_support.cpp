@@ -13,6 +13,11 @@ bool sameWord(const std::string& a, const char* b) {
 
 }  // namespace
 
+void checkLineBytes(std::uint64_t bytes) {
+  if (bytes > kMostLineBytes)
+    throw ModuleError(QB_E_DAMAGED, "its lines are longer than any picture's; the file is damaged");
+}
+
 int optionChoice(const QbOptions* options, const QbOptionInfo& info) {
   const std::string value = optionText(options, info.key, info.choices[0]);
   std::string known;

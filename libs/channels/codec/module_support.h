@@ -1,5 +1,6 @@
 #pragma once
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <string>
@@ -68,6 +69,11 @@ class EdgeFile {
   }
   const QbFile* m_file;
 };
+
+/// The bytes of the longest line that is read: 90 million pixels in colour. A damaged head says whatever it likes.
+inline constexpr std::uint64_t kMostLineBytes = std::uint64_t{1} << 28;
+/// Refuses a page with longer lines before memory is asked for.
+void checkLineBytes(std::uint64_t bytes);
 
 /// An option's value; `otherwise` when it is not set.
 inline std::string optionText(const QbOptions* options, const char* key, const char* otherwise) {

@@ -20,6 +20,7 @@ namespace {
 
 constexpr std::size_t kReadBytes = std::size_t{256} << 10;
 constexpr long kMostCoefficientBytes = 1L << 30;
+constexpr int kMostScans = 100;  // of a progressive picture; each goes through all of its coefficients
 
 std::uint8_t mixed(int ink, int black) noexcept { return static_cast<std::uint8_t>((ink * black + 127) / 255); }
 
@@ -38,6 +39,7 @@ struct JpegReader::Job {
   jpeg_decompress_struct codec{};
   jpeg_error_mgr errors{};
   jpeg_source_mgr source{};
+  jpeg_progress_mgr progress{};
   std::jmp_buf jump{};
   std::int64_t position = 0;
   int code = QB_OK;
@@ -90,6 +92,13 @@ void JpegReader::Job::create() {
   };
   codec.client_data = this;
   jpeg_create_decompress(&codec);
+  progress.progress_monitor = [](j_common_ptr c) {
+    Job& job = *static_cast<Job*>(c->client_data);
+    if (job.codec.input_scan_number <= kMostScans) return;
+    std::strcpy(job.complaint, "too many scans");
+    job.fail(QB_E_DAMAGED);
+  };
+  codec.progress = &progress;
   codec.mem->max_memory_to_use = kMostCoefficientBytes;
   source.init_source = [](j_decompress_ptr) {};
   source.term_source = [](j_decompress_ptr) {};

@@ -40,7 +40,8 @@ struct PngReader::Job {
   bool hasOpacity = false;         // a sample of it follows each pixel
   std::vector<std::uint8_t> rows;  // interlaced: all of them; with opacity: one
 
-  void readHead();
+  void readInfo();
+  void chooseForm();
   void findOpacity();
   void readLine(std::uint8_t* out);
   void layOnWhite(const std::uint8_t* row, std::uint8_t* out) const noexcept;
@@ -85,13 +86,17 @@ void PngReader::Job::onRead(png_structp png, png_bytep bytes, png_size_t size) {
   job->position += static_cast<std::int64_t>(size);
 }
 
-void PngReader::Job::readHead() {
+void PngReader::Job::readInfo() {
   png_set_user_limits(png, 0x7fffffff, 0x7fffffff);
   png_read_info(png, info);
   width = png_get_image_width(png, info);
   height = png_get_image_height(png, info);
   colorType = png_get_color_type(png, info);
   depth = png_get_bit_depth(png, info);
+}
+
+/// How lines come; libpng takes memory for them.
+void PngReader::Job::chooseForm() {
   findOpacity();
   if (depth == 16) png_set_strip_16(png);
   if (colorType == PNG_COLOR_TYPE_GRAY && depth < 8 && !isBitonal()) png_set_expand_gray_1_2_4_to_8(png);
@@ -168,7 +173,9 @@ void PngReader::openPage(std::int32_t, QbPicture* out) {
   job.info = job.png ? png_create_info_struct(job.png) : nullptr;
   if (!job.info) throw std::bad_alloc();
   png_set_read_fn(job.png, &job, Job::onRead);
-  job.run([&job] { job.readHead(); });
+  job.run([&job] { job.readInfo(); });
+  checkLineBytes(std::uint64_t{job.width} * 4 * (job.depth == 16 ? 2 : 1));
+  job.run([&job] { job.chooseForm(); });
   job.describe(out);
   if (job.passes == 1) return job.rows.resize(job.hasOpacity ? job.rowBytes : 0);
   if (std::uint64_t{job.height} * job.rowBytes > kMaxInterlacedBytes) {

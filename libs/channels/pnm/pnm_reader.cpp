@@ -17,6 +17,7 @@ void PnmReader::openPage(std::int32_t, QbPicture* out) {
   out->width = m_header.width;
   out->height = m_header.height;
   out->orientation = 1;
+  checkLineBytes(m_header.samples());
   m_wide.resize(!m_header.isPlain() && m_header.most > 255 ? 2 * m_header.samples() : 0);
 }
 

@@ -7,7 +7,7 @@
 namespace quillbay {
 namespace {
 
-constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 31;  // of what is held of a page
+constexpr std::uint64_t kMostBytes = std::uint64_t{1} << 29;  // of what is held of a page, each time
 
 class PageOf {
  public:
@@ -27,7 +27,8 @@ class PageOf {
 class StripLines final : public TiffLines, PageOf {
  public:
   StripLines(TIFF* tiff, TiffSource& source) : PageOf(tiff, source), m_bytes(TIFFScanlineSize64(tiff)) {
-    if (m_bytes == 0 || m_bytes > kMostBytes) source.fail();
+    if (m_bytes == 0) source.fail();
+    checkLineBytes(m_bytes);
   }
   [[nodiscard]] std::size_t lineBytes() const noexcept override { return m_bytes; }
   void read(std::uint8_t* out, std::size_t size) override {
@@ -73,6 +74,7 @@ class TileLines final : public BandLines {
     m_columns = (std::uint64_t{m_width} + m_across - 1) / m_across;
     if (m_columns * tileBytes > kMostBytes) source.fail();
     m_lineBytes = m_columns * m_tileLine;
+    checkLineBytes(m_lineBytes);
     m_tile.resize(tileBytes);
     m_band.resize(m_lineBytes * m_bandLines);
   }
@@ -108,6 +110,7 @@ class RgbaLines final : public BandLines {
     m_bandLines = m_tiled ? tiffTag<std::uint32_t>(tiff, TIFFTAG_TILELENGTH, 0)
                           : std::min(tiffTag<std::uint32_t>(tiff, TIFFTAG_ROWSPERSTRIP, m_height), m_height);
     m_lineBytes = std::size_t{m_width} * 3;
+    checkLineBytes(m_lineBytes);
     if (m_across == 0 || m_bandLines == 0 || std::uint64_t{m_across} * m_bandLines * 4 > kMostBytes ||
         m_lineBytes * m_bandLines > kMostBytes) {
       source.fail();

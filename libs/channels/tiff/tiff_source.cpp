@@ -51,6 +51,7 @@ void TiffSource::fail() const {
   throw ModuleError(QB_E_DAMAGED, "the file is damaged" + (complaint.empty() ? "" : " (" + complaint + ")"));
 }
 
+/// The head alone is read first: a page behind a damaged one can be opened.
 TiffPtr openTiff(TiffSource& source, std::uint64_t offset) {
   const std::unique_ptr<TIFFOpenOptions, void (*)(TIFFOpenOptions*)> options(TIFFOpenOptionsAlloc(),
                                                                              TIFFOpenOptionsFree);
@@ -58,7 +59,7 @@ TiffPtr openTiff(TiffSource& source, std::uint64_t offset) {
   TIFFOpenOptionsSetErrorHandlerExtR(options.get(), noteError, &source);
   TIFFOpenOptionsSetWarningHandlerExtR(options.get(), ignoreWarning, &source);
   TiffPtr tiff(TIFFClientOpenExt(
-      "page", "rm", &source, readSource, [](thandle_t, void*, tmsize_t) -> tmsize_t { return -1; }, seekSource,
+      "page", "rmh", &source, readSource, [](thandle_t, void*, tmsize_t) -> tmsize_t { return -1; }, seekSource,
       [](thandle_t) { return 0; },
       [](thandle_t handle) {
         auto* from = static_cast<TiffSource*>(handle);
