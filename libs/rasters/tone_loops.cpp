@@ -2,14 +2,7 @@
 
 #include <cstring>
 
-// Each loop is written once, as a body that is compiled for the least processor and, on x86-64, for AVX2 as well.
-#if defined(__x86_64__) && defined(__GNUC__)
-#include <emmintrin.h>
-#define QUILLBAY_HAS_AVX2 1
-#else
-#define QUILLBAY_HAS_AVX2 0
-#endif
-#define QUILLBAY_BODY [[gnu::always_inline]] inline
+#include "platform/processor_forms.h"
 
 namespace quillbay {
 namespace {
@@ -190,7 +183,7 @@ QUILLBAY_LOOPS(Avx2, [[gnu::target("avx2")]])
 
 const ToneLoops& toneLoops() noexcept {
 #if QUILLBAY_HAS_AVX2
-  static const bool avx2 = __builtin_cpu_supports("avx2") != 0;
+  static const bool avx2 = runsAvx2();
   if (avx2) return kLoopsAvx2;
 #endif
   return kLoopsPlain;

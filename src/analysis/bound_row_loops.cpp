@@ -2,9 +2,7 @@
 
 #include <algorithm>
 
-#if defined(__x86_64__) && defined(__GNUC__)
-#define QUILLBAY_HAS_AVX2 1
-#endif
+#include "platform/processor_forms.h"
 
 namespace quillbay {
 
@@ -18,21 +16,19 @@ constexpr int kMorePasses = 4;
 using Piece = std::uint16_t[kPiece + 1];
 
 // sum / 10 for sums up to 2550: 6554 / 65536 is above 1/10 by so little that no quotient changes.
-[[gnu::always_inline]] inline std::uint16_t tenth(std::uint32_t sum) noexcept {
+QUILLBAY_BODY std::uint16_t tenth(std::uint32_t sum) noexcept {
   return static_cast<std::uint16_t>(static_cast<std::uint32_t>(static_cast<std::uint16_t>(sum)) * 6554U >> 16);
 }
 
 // What a pass makes of its input is right up to one place behind where the input is.
-[[gnu::always_inline]] inline void pass(const std::uint16_t* sums, const std::uint16_t* from,
-                                        std::uint16_t* to) noexcept {
+QUILLBAY_BODY void pass(const std::uint16_t* sums, const std::uint16_t* from, std::uint16_t* to) noexcept {
   for (std::size_t i = 0; i < kPiece; ++i) {
     to[i + 1] = tenth(static_cast<std::uint16_t>(sums[i] + from[i]));
   }
 }
 
 // A pass that tells whether it changed anything: when it did not, every value follows from its left neighbour.
-[[gnu::always_inline]] inline bool lastPass(const std::uint16_t* sums, const std::uint16_t* from,
-                                            std::uint16_t* to) noexcept {
+QUILLBAY_BODY bool lastPass(const std::uint16_t* sums, const std::uint16_t* from, std::uint16_t* to) noexcept {
   std::uint16_t changed = 0;
   for (std::size_t i = 0; i < kPiece; ++i) {
     const std::uint16_t value = tenth(static_cast<std::uint16_t>(sums[i] + from[i]));
@@ -42,14 +38,14 @@ using Piece = std::uint16_t[kPiece + 1];
   return changed == 0;
 }
 
-[[gnu::always_inline]] inline void inOrder(const std::uint16_t* sums, std::uint16_t* values) noexcept {
+QUILLBAY_BODY void inOrder(const std::uint16_t* sums, std::uint16_t* values) noexcept {
   for (std::size_t i = 0; i < kPiece; ++i) values[i + 1] = tenth(static_cast<std::uint32_t>(sums[i]) + values[i]);
 }
 
 // Each value depends on its left neighbour, but only by a tenth: guessed values are put right by a few passes over
 // the whole piece, in each of which all places are independent. Guesses are a ninth, right on even ground.
-[[gnu::always_inline]] inline const std::uint16_t* solve(const std::uint16_t* sums, std::uint16_t left, Piece& a,
-                                                         Piece& b) noexcept {
+QUILLBAY_BODY const std::uint16_t* solve(const std::uint16_t* sums, std::uint16_t left, Piece& a,
+                                         Piece& b) noexcept {
   a[0] = b[0] = left;
   for (std::size_t i = 0; i < kPiece; ++i) {
     a[i + 1] = static_cast<std::uint16_t>(static_cast<std::uint32_t>(sums[i]) * 7282U >> 16);
@@ -65,8 +61,8 @@ using Piece = std::uint16_t[kPiece + 1];
   return a;
 }
 
-[[gnu::always_inline]] inline void smoothBody(const BoundBand& band, std::size_t x, std::uint8_t* smoothed,
-                                              std::uint16_t* columnSums) noexcept {
+QUILLBAY_BODY void smoothBody(const BoundBand& band, std::size_t x, std::uint8_t* smoothed,
+                              std::uint16_t* columnSums) noexcept {
   const std::uint8_t* __restrict previous = band.previous + x - 1;
   const std::uint8_t* __restrict current = band.current + x;
   const std::uint8_t* __restrict next = band.next + x - 1;
@@ -86,9 +82,8 @@ using Piece = std::uint16_t[kPiece + 1];
   }
 }
 
-[[gnu::always_inline]] inline bool findEdgesBody(const std::uint16_t* sums, std::ptrdiff_t x, std::ptrdiff_t first,
-                                                 std::ptrdiff_t last, std::int16_t least,
-                                                 std::uint8_t* ends) noexcept {
+QUILLBAY_BODY bool findEdgesBody(const std::uint16_t* sums, std::ptrdiff_t x, std::ptrdiff_t first,
+                                 std::ptrdiff_t last, std::int16_t least, std::uint8_t* ends) noexcept {
   constexpr std::size_t kEarlier = 16;  // the four columns before are among these
   std::uint8_t strong[kEarlier + kLook];
   const std::ptrdiff_t from = x - static_cast<std::ptrdiff_t>(kEarlier);
@@ -138,7 +133,7 @@ const BoundRowLoops& plainBoundRowLoops() noexcept { return kLoopsPlain; }
 
 const BoundRowLoops& boundRowLoops() noexcept {
 #if QUILLBAY_HAS_AVX2
-  static const bool avx2 = __builtin_cpu_supports("avx2") != 0;
+  static const bool avx2 = runsAvx2();
   if (avx2) return kLoopsAvx2;
 #endif
   return kLoopsPlain;

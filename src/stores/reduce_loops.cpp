@@ -4,13 +4,7 @@
 #include <bit>
 #include <cstring>
 
-#if defined(__x86_64__) && defined(__GNUC__)
-#include <emmintrin.h>
-#define QUILLBAY_X86 1
-#else
-#define QUILLBAY_X86 0
-#endif
-#define QUILLBAY_BODY [[gnu::always_inline]] inline
+#include "platform/processor_forms.h"
 
 namespace quillbay {
 namespace {
@@ -136,7 +130,7 @@ std::size_t sumBlocksPlain(const WeightedLines& l, std::size_t from, std::size_t
   return sumBlocks<16>(l, from, n, sums);
 }
 
-#if QUILLBAY_X86
+#if QUILLBAY_HAS_AVX2
 [[gnu::target("avx2")]] std::size_t sumBlocksAvx2(const WeightedLines& l, std::size_t from, std::size_t n,
                                                   std::uint32_t* sums) noexcept {
   return sumBlocks<32>(l, from, n, sums);
@@ -147,8 +141,8 @@ using SumBlocks = std::size_t (*)(const WeightedLines&, std::size_t, std::size_t
 
 /// For this processor.
 SumBlocks chooseSumBlocks() noexcept {
-#if QUILLBAY_X86
-  if (__builtin_cpu_supports("avx2") != 0) return sumBlocksAvx2;
+#if QUILLBAY_HAS_AVX2
+  if (runsAvx2()) return sumBlocksAvx2;
 #endif
   return sumBlocksPlain;
 }
@@ -179,7 +173,7 @@ QUILLBAY_BODY void sumPixels(const WeightedLines& l, const std::uint64_t* colors
 
 /// The four sums of a pixel, of which blue, green and red become bytes.
 QUILLBAY_BODY std::uint32_t packed(const Sums& tones) noexcept {
-#if QUILLBAY_X86
+#if QUILLBAY_HAS_AVX2
   const auto words = reinterpret_cast<__m128i>(tones);
   const __m128i halves = _mm_packs_epi32(words, words);
   return static_cast<std::uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(halves, halves)));

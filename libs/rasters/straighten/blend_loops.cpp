@@ -2,12 +2,7 @@
 
 #include <algorithm>
 
-#if defined(__x86_64__) && defined(__GNUC__)
-#include <immintrin.h>
-#define QUILLBAY_HAS_AVX2 1
-#else
-#define QUILLBAY_HAS_AVX2 0
-#endif
+#include "platform/processor_forms.h"
 
 namespace quillbay {
 namespace {
@@ -100,7 +95,7 @@ BlendLoops::BlendLoops(std::size_t bytes, std::uint32_t fallRight, std::uint32_t
   }
   m_loop = bytes == 1 ? BlendForms::plain<1> : bytes == 3 ? BlendForms::plain<3> : BlendForms::plain<4>;
 #if QUILLBAY_HAS_AVX2
-  static const bool avx2 = __builtin_cpu_supports("avx2") != 0;
+  static const bool avx2 = runsAvx2();
   if (avx2 && !plain) {
     m_loop = bytes == 1 ? BlendForms::avx2<1> : bytes == 3 ? BlendForms::avx2<3> : BlendForms::avx2<4>;
   }

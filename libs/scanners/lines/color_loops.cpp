@@ -2,16 +2,8 @@
 
 #include <algorithm>
 
+#include "platform/processor_forms.h"
 #include "quillbay/palette.h"
-
-// Each loop is written once, as a body that is compiled for the least processor and, on x86-64, for AVX2 as well.
-#if defined(__x86_64__) && defined(__GNUC__)
-#include <immintrin.h>
-#define QUILLBAY_HAS_AVX2 1
-#else
-#define QUILLBAY_HAS_AVX2 0
-#endif
-#define QUILLBAY_BODY [[gnu::always_inline]] inline
 
 namespace quillbay {
 namespace {
@@ -178,7 +170,7 @@ constexpr ColorLoops kColorVbmi{curveVbmi, curvesVbmi, saturateAvx2, greyAvx2, m
 std::array<const ColorLoops*, 3> allColorLoops() noexcept {
   std::array<const ColorLoops*, 3> all{&kColorPlain, nullptr, nullptr};
 #if QUILLBAY_HAS_AVX2
-  if (__builtin_cpu_supports("avx2") == 0) return all;
+  if (!runsAvx2()) return all;
   all[1] = &kColorAvx2;
   const bool looksUp = __builtin_cpu_supports("avx512f") != 0 && __builtin_cpu_supports("avx512bw") != 0 &&
                        __builtin_cpu_supports("avx512vbmi") != 0;
