@@ -26,23 +26,6 @@ LevelTable sameLevels() {
 
 }  // namespace
 
-BoxFilter::BoxFilter(std::size_t width, std::size_t reach) : BandFilter(width, reach), m_sums(width + 2 * reach) {}
-
-void BoxFilter::enter(const std::uint8_t* entering, const std::uint8_t* leaving) {
-  std::uint16_t* sums = m_sums.data() + reach();
-  if (leaving)
-    bw_loops::exchangeRow(entering, leaving, width(), sums);
-  else
-    bw_loops::addRow(entering, width(), sums);
-}
-
-void BoxFilter::means(const LevelTable& table, std::uint8_t* out) noexcept {
-  const std::size_t first = reach(), last = reach() + width() - 1;
-  std::fill_n(m_sums.begin(), reach(), m_sums[first]);
-  std::fill_n(m_sums.begin() + static_cast<std::ptrdiff_t>(last + 1), reach(), m_sums[last]);
-  bw_loops::windowMeans(m_sums.data(), width(), reach(), table.data(), out);
-}
-
 LevelTable AdaptiveFilter::limits(int level, int suppression) {
   LevelTable table;
   for (int mean = 0; mean < 256; ++mean) {
@@ -55,16 +38,16 @@ LevelTable AdaptiveFilter::limits(int level, int suppression) {
 }
 
 AdaptiveFilter::AdaptiveFilter(std::size_t width, std::size_t reach, int level, int suppression)
-    : BoxFilter(width, reach), m_limits(limits(level, suppression)), m_out(width) {}
+    : BoxFilter(width, 1, reach), m_limits(limits(level, suppression)), m_out(width) {}
 
 const std::uint8_t* AdaptiveFilter::make() {
-  means(m_limits, m_out.data());
+  bw_loops::windowMeans(columnSums(), width(), reach(), m_limits.data(), m_out.data());
   bw_loops::blackBelow(row(0), m_out.data(), width(), m_out.data());
   return m_out.data();
 }
 
 PaperFilter::PaperFilter(std::size_t width, std::size_t reach, std::uint32_t dpi, int suppression)
-    : BoxFilter(width, reach),
+    : BoxFilter(width, 1, reach),
       m_same(sameLevels()),
       m_fall(std::max(1, static_cast<std::int32_t>(256 * 25.4 * kPaperFallPerMm / std::max(dpi, 1U)))),
       m_paper(width / kPaperStep + 2),
@@ -88,7 +71,7 @@ void PaperFilter::follow() noexcept {
 }
 
 const std::uint8_t* PaperFilter::make() {
-  means(m_same, m_out.data());
+  bw_loops::windowMeans(columnSums(), width(), reach(), m_same.data(), m_out.data());
   follow();
   const auto gain = [&](std::size_t i) { return m_gains[static_cast<std::size_t>(m_paper[i] / 256)]; };
   for (std::size_t x = 0, i = 0; x < width(); x += kPaperStep, ++i)

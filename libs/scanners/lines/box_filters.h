@@ -1,25 +1,10 @@
 #pragma once
 #include <array>
 
+#include "scanners/lines/box_filter.h"
 #include "scanners/lines/color_loops.h"
-#include "scanners/lines/row_filter.h"
 
 namespace quillbay {
-
-/// Filters by the mean of the square window around a pixel, `reach` (at most `bw_loops::kMostReach`) pixels to each
-/// side. A row costs the same whatever the window's size.
-class BoxFilter : public BandFilter {
- public:
-  BoxFilter(std::size_t width, std::size_t reach);
-
- protected:
-  void enter(const std::uint8_t* entering, const std::uint8_t* leaving) override;
-  /// `out[x] = table[mean]` for the row that is made.
-  void means(const LevelTable& table, std::uint8_t* out) noexcept;
-
- private:
-  std::vector<std::uint16_t> m_sums;  // of the columns, with `reach` repeated ones at both ends
-};
 
 /// "BW Adaptive": compares a pixel with a limit between the level and the mean of its window, and tells dark ink on
 /// paper (mean at or above the level: black is what is clearly darker) from light lines on dark sheets or in solid

@@ -1,5 +1,5 @@
 #pragma once
-#include "scanners/lines/row_filter.h"
+#include "scanners/lines/box_filter.h"
 
 namespace quillbay {
 
@@ -8,16 +8,13 @@ namespace quillbay {
 
 /// A pixel becomes the mean of the square window around it, `reach` (1 to `ColorLoops::kMostReach`) pixels to each
 /// side.
-class BlurFilter final : public BandFilter {
+class BlurFilter final : public BoxFilter {
  public:
   BlurFilter(std::size_t width, std::size_t channels, std::size_t reach);
 
  private:
-  void enter(const std::uint8_t* entering, const std::uint8_t* leaving) override;
   const std::uint8_t* make() override;
 
-  std::size_t m_channels;
-  std::vector<std::uint16_t> m_sums;  // of the columns, with repeated pixels at both ends
   std::vector<std::uint8_t> m_out;
 };
 
