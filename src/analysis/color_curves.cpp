@@ -22,7 +22,8 @@ double exponentOf(int balance, double gamma, int hue) noexcept {
 }
 
 std::uint8_t levelAt(int i, int low, int high, double exponent) noexcept {
-  const double share = static_cast<double>(i - low) / static_cast<double>(high - low);  // 0/0 when they are equal
+  if (low == high) return 0;  // 0/0 yields no level, whatever the exponent makes of it
+  const double share = static_cast<double>(i - low) / static_cast<double>(high - low);
   const double level = std::pow(share, exponent) * 255.0 + 0.5;
   return std::isnan(level) ? std::uint8_t{0} : static_cast<std::uint8_t>(level);
 }

@@ -166,7 +166,11 @@ KXRGBQUAD colorOfCode(std::size_t code) {
 
 std::optional<CKxBlob> parseLutFile(std::span<const std::uint8_t> bytes) {
   LineReader reader(bytes);
-  if (reader.line().find(kLutMark) == std::string_view::npos) return std::nullopt;
+  const std::string_view first = reader.line();
+  if (first.find(kLutMark) == std::string_view::npos) return std::nullopt;
+  // Of lines that end in carriage returns alone: what would be read of it are no colours, and classes that are
+  // moved.
+  if (first.size() == kMostLineBytes && first.find('\r') != std::string_view::npos) return std::nullopt;
   reader.line();
   const auto lines = static_cast<std::uint32_t>(leadingNumber(reader.line()));
   if (lines == 0) return std::nullopt;

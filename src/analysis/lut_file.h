@@ -29,7 +29,8 @@ inline constexpr std::size_t kLutBytes = kLutPaletteBytes + kLutClasses;
 
 /// What `key::Lut` holds of a file's bytes; nothing when they are none of a lookup file: another first line, no
 /// number of palette lines, or fewer than 32,768 classes.
-/// A line is cut after 512 bytes, and its rest is the next line. A number is what a line's piece starts with
+/// A line is cut after 512 bytes, and its rest is the next line; a first line that is cut and holds a carriage
+/// return is of a file whose lines end in that alone, which is none. A number is what a line's piece starts with
 /// (blanks and tabs, a sign, digits), held to 32 bits; 0 without digits. Of palette numbers the low byte counts,
 /// and a number of palette lines below 0 counts as 256. Bytes after the classes are not read.
 [[nodiscard]] std::optional<CKxBlob> parseLutFile(std::span<const std::uint8_t> bytes);

@@ -38,6 +38,8 @@ TEST(ColorCurves, AreTheseValues) {
   const Settings balanced{10, 25, -20, 0, 30, 0, -30};
   const Settings all{-35, -50, 15, 50, -100, 100, 7, 1.2, 0.9, 2.2, {20, 0, 128, 0}, {200, 255, 129, 0}};
   const Settings points{0, 0, 0, 0, 0, 0, 0, 1, 1, 1, {10, 200, 0, 0}, {10, 100, 0, 0}};
+  Settings wild = points;  // so high that the exponent is 0
+  wild.redGamma = 1e300;
   Settings none;
   none.redGamma = std::nan("");
   const Case cases[] = {
@@ -71,6 +73,7 @@ TEST(ColorCurves, AreTheseValues) {
       {points, 11, {255, 0, 255}},
       {points, 99, {255, 0, 255}},
       {points, 100, {255, 255, 255}},
+      {wild, 10, {0, 0, 255}},
       {none, 128, {0, 128, 128}},  // a gamma that is no number is the least one
       {none, 254, {242, 254, 254}},
   };

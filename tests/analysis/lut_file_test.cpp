@@ -88,6 +88,9 @@ TEST(LutFile, CountsAreHeldTo256) {
 
 TEST(LutFile, WhatIsNone) {
   const std::string start = "MORVANE-LUT\r\n0402\r\n1\r\n10 20 30\r\n0\r\n";
+  // Cut into lines of 512 bytes it would have a count, and bytes enough for classes.
+  std::string returns = "MORVANE-LUT\r0402\r256\r";
+  for (int i = 0; i < 256; ++i) returns += "001 001 001\r";
   const std::pair<const char*, std::string> cases[] = {
       {"empty", ""},
       {"another first line", fileOf("MORVANE LUT\r\n0402\r\n1\r\n1 2 3\r\n0\r\n")},
@@ -99,6 +102,7 @@ TEST(LutFile, WhatIsNone) {
       {"no classes", start},
       {"one class too few", fileOf(start).substr(0, start.size() + kLutClasses - 1)},
       {"carriage returns alone", fileOf("MORVANE-LUT\r0402\r1\r10 20 30\r0\r")},
+      {"a whole file of such lines", fileOf(returns + "0\r")},
       {"one long line", "MORVANE-LUT" + std::string(4 << 20, 'x')},
   };
   for (const auto& [what, bytes] : cases) EXPECT_FALSE(parsed(bytes)) << what;
