@@ -114,6 +114,11 @@ TEST(HostTools, CurvesAreDrawnDraggedAndRemovedByMouseAndKeys) {
   QTest::mouseClick(&view, Qt::RightButton, {}, place(dragged.x + 10, dragged.y + 1));
   EXPECT_TRUE(view.curves().curve(CurveChannel::Common).isStraight());
 
+  view.setCurves({});
+  QFocusEvent tab(QEvent::FocusIn, Qt::TabFocusReason);
+  QApplication::sendEvent(&view, &tab);
+  EXPECT_EQ(view.chosen(), (CurvePoint{0, 0})) << "the keyboard has a point to move";
+
   QTest::mousePress(&view, Qt::LeftButton, {}, place(50, 200));
   QTest::keyClick(&view, Qt::Key_Escape);
   EXPECT_TRUE(view.curves().curve(CurveChannel::Common).isStraight()) << "a drag that is given up";

@@ -4,7 +4,6 @@
 #include <QLabel>
 #include <QSignalBlocker>
 #include <QSpinBox>
-#include <QToolButton>
 
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
@@ -50,14 +49,8 @@ int BWPointSetup::Refresh() {
   return 1;
 }
 
-QToolButton* BWPointSetup::addRow(QWidget* window, QGridLayout* grid, int row, Pick what, Fields* fields) {
-  auto* choose = new QToolButton(window);
-  choose->setText(toolText(what == Pick::Black ? "Black point" : "White point"));
-  choose->setToolTip(toolText(what == Pick::Black ? "Choose the place in the picture that becomes black"
-                                                  : "Choose the place in the picture that becomes white"));
-  choose->setCheckable(true);
-  choose->setFocusPolicy(Qt::StrongFocus);
-  choose->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+void BWPointSetup::addRow(QWidget* window, QGridLayout* grid, int row, Pick what, Fields* fields) {
+  QToolButton* choose = makePickButton(window, what);
   grid->addWidget(choose, row, 0);
   constexpr const char* kNames[] = {"Red", "Green", "Blue"};
   for (std::size_t i = 0; i < fields->size(); ++i) {
@@ -68,8 +61,6 @@ QToolButton* BWPointSetup::addRow(QWidget* window, QGridLayout* grid, int row, P
     grid->addWidget(field, row, static_cast<int>(i) + 1);
     QObject::connect(field, &QSpinBox::valueChanged, window, [this] { takeFields(); });
   }
-  QObject::connect(choose, &QToolButton::clicked, window, [this, what](bool on) { pick(on ? what : Pick::None); });
-  return choose;
 }
 
 void BWPointSetup::build(QWidget* window) {
@@ -77,13 +68,9 @@ void BWPointSetup::build(QWidget* window) {
   grid->setContentsMargins(0, 0, 0, 0);
   constexpr const char* kNames[] = {"Red", "Green", "Blue"};
   for (int i = 0; i < 3; ++i) grid->addWidget(new QLabel(toolText(kNames[i]), window), 0, i + 1);
-  m_black = addRow(window, grid, 1, Pick::Black, &m_blackLevels);
-  m_white = addRow(window, grid, 2, Pick::White, &m_whiteLevels);
-  auto* reset = new QToolButton(window);
-  reset->setText(toolText("Reset"));
-  reset->setToolTip(toolText("The scanner uses its own black and white"));
-  reset->setFocusPolicy(Qt::StrongFocus);
-  reset->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+  addRow(window, grid, 1, Pick::Black, &m_blackLevels);
+  addRow(window, grid, 2, Pick::White, &m_whiteLevels);
+  QToolButton* reset = makeButton(window, "Reset", "The scanner uses its own black and white");
   grid->addWidget(reset, 3, 0);
   QObject::connect(reset, &QToolButton::clicked, window, [this] {
     m_points = {};
@@ -107,11 +94,6 @@ bool BWPointSetup::take(Pick what, KXRGBQUAD color) {
   m_points = points;
   Refresh();
   return true;
-}
-
-void BWPointSetup::showPick(Pick what) {
-  m_black->setChecked(what == Pick::Black);
-  m_white->setChecked(what == Pick::White);
 }
 
 }  // namespace quillbay

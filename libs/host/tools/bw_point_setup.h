@@ -6,7 +6,6 @@
 
 class QGridLayout;
 class QSpinBox;
-class QToolButton;
 
 namespace quillbay {
 
@@ -23,17 +22,15 @@ class BWPointSetup final : public ToolBase {
  protected:
   void build(QWidget* window) override;
   bool take(Pick what, KXRGBQUAD color) override;
-  void showPick(Pick what) override;
 
  private:
   using Fields = std::array<QSpinBox*, 3>;
-  QToolButton* addRow(QWidget* window, QGridLayout* grid, int row, Pick what, Fields* fields);
+  void addRow(QWidget* window, QGridLayout* grid, int row, Pick what, Fields* fields);
   void takeFields();
 
   BwPoints m_points;
   // Of the window, while it lives.
   Fields m_blackLevels{}, m_whiteLevels{};
-  QToolButton *m_black = nullptr, *m_white = nullptr;
 };
 
 }  // namespace quillbay

@@ -230,8 +230,11 @@ bool CurveView::event(QEvent* event) {
   return QWidget::event(event);
 }
 
+/// Who comes with the keyboard has a point to move at once.
 void CurveView::focusInEvent(QFocusEvent* event) {
   QWidget::focusInEvent(event);
+  const bool byKey = event->reason() == Qt::TabFocusReason || event->reason() == Qt::BacktabFocusReason;
+  if (byKey && !chosen()) return choose(0);
   update();
 }
 

@@ -6,7 +6,6 @@
 #include <QSignalBlocker>
 #include <QSpinBox>
 #include <QTabBar>
-#include <QToolButton>
 #include <cstring>
 
 #include "host/file_dialog.h"
@@ -124,35 +123,18 @@ QWidget* GammaEdit::fieldRow(QWidget* window) {
   return row;
 }
 
-QToolButton* GammaEdit::button(QWidget* row, const char* text, const char* tip) {
-  auto* made = new QToolButton(row);
-  made->setText(toolText(text));
-  made->setToolTip(toolText(tip));
-  made->setFocusPolicy(Qt::StrongFocus);
-  made->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-  return made;
-}
-
 QWidget* GammaEdit::buttonRow(QWidget* window) {
   auto* row = new QWidget(window);
   auto* grid = new QGridLayout(row);
   grid->setContentsMargins(0, 0, 0, 0);
   grid->setSpacing(4);
   if (m_picksPoints) {
-    m_black = button(row, "Black point", "Choose the place in the picture that becomes black");
-    m_white = button(row, "White point", "Choose the place in the picture that becomes white");
-    m_black->setCheckable(true);
-    m_white->setCheckable(true);
-    QObject::connect(m_black, &QToolButton::clicked, m_view,
-                     [this](bool on) { pick(on ? Pick::Black : Pick::None); });
-    QObject::connect(m_white, &QToolButton::clicked, m_view,
-                     [this](bool on) { pick(on ? Pick::White : Pick::None); });
-    grid->addWidget(m_black, 0, 0, 1, 3);
-    grid->addWidget(m_white, 0, 3, 1, 3);
+    grid->addWidget(makePickButton(row, Pick::Black), 0, 0, 1, 3);
+    grid->addWidget(makePickButton(row, Pick::White), 0, 3, 1, 3);
   }
-  auto* straight = button(row, "Reset", "All curves become straight lines");
-  auto* load = button(row, "Load...", "Load curves from a file");
-  auto* save = button(row, "Save...", "Save the curves in a file");
+  auto* straight = makeButton(row, "Reset", "All curves become straight lines");
+  auto* load = makeButton(row, "Load...", "Load curves from a file");
+  auto* save = makeButton(row, "Save...", "Save the curves in a file");
   QObject::connect(straight, &QToolButton::clicked, m_view, [this] { reset(); });
   QObject::connect(load, &QToolButton::clicked, m_view, [this] { loadFile(); });
   QObject::connect(save, &QToolButton::clicked, m_view, [this] { saveFile(); });
@@ -189,12 +171,6 @@ bool GammaEdit::take(Pick what, KXRGBQUAD color) {
   m_curves = curves;
   m_view->setCurves(curves);
   return true;
-}
-
-void GammaEdit::showPick(Pick what) {
-  if (!m_black) return;
-  m_black->setChecked(what == Pick::Black);
-  m_white->setChecked(what == Pick::White);
 }
 
 void GammaEdit::loadFile() {

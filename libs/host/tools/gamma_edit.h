@@ -9,7 +9,6 @@
 class QLabel;
 class QSpinBox;
 class QTabBar;
-class QToolButton;
 
 namespace quillbay {
 
@@ -31,12 +30,10 @@ class GammaEdit final : public ToolBase {
  protected:
   void build(QWidget* window) override;
   bool take(Pick what, KXRGBQUAD color) override;
-  void showPick(Pick what) override;
 
  private:
   [[nodiscard]] QWidget* fieldRow(QWidget* window);
   [[nodiscard]] QWidget* buttonRow(QWidget* window);
-  QToolButton* button(QWidget* row, const char* text, const char* tip);
   void setCurves(const CurveSet& curves);
   void showPoint();
   void movePoint();
@@ -51,7 +48,6 @@ class GammaEdit final : public ToolBase {
   CurveView* m_view = nullptr;
   QTabBar* m_channels = nullptr;
   QSpinBox *m_input = nullptr, *m_output = nullptr;
-  QToolButton *m_black = nullptr, *m_white = nullptr;
 };
 
 }  // namespace quillbay

@@ -27,6 +27,33 @@ void ToolBase::Close() {
   delete m_window;
 }
 
+QToolButton* ToolBase::makeButton(QWidget* parent, const char* text, const char* tip) {
+  auto* made = new QToolButton(parent);
+  made->setText(toolText(text));
+  made->setToolTip(toolText(tip));
+  made->setFocusPolicy(Qt::StrongFocus);
+  made->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+  return made;
+}
+
+QToolButton* ToolBase::makePickButton(QWidget* parent, Pick what) {
+  const bool isBlack = what == Pick::Black;
+  QToolButton* made = makeButton(parent, isBlack ? "Black point" : "White point",
+                                 isBlack ? "Choose the place in the picture that becomes black: click it, or move "
+                                           "the cross with the arrow keys and press Return"
+                                         : "Choose the place in the picture that becomes white: click it, or move "
+                                           "the cross with the arrow keys and press Return");
+  made->setCheckable(true);
+  QObject::connect(made, &QToolButton::clicked, parent, [this, what](bool on) { pick(on ? what : Pick::None); });
+  m_pickButtons[isBlack ? 0 : 1] = made;
+  return made;
+}
+
+void ToolBase::showPick(Pick what) const {
+  if (m_pickButtons[0]) m_pickButtons[0]->setChecked(what == Pick::Black);
+  if (m_pickButtons[1]) m_pickButtons[1]->setChecked(what == Pick::White);
+}
+
 void ToolBase::pick(Pick what) {
   if (!site()) return;
   if (what == Pick::None) m_site->EndPick();

@@ -1,6 +1,8 @@
 #pragma once
 #include <QPointer>
+#include <QToolButton>
 #include <QWidget>
+#include <array>
 
 #include "quillbay/app.h"
 #include "quillbay/tools.h"
@@ -27,20 +29,25 @@ class ToolBase : public CKxUnknownImpl<IPanelTool> {
   virtual void build(QWidget* window) = 0;
   /// The user chose a colour. False when it cannot be taken.
   virtual bool take(Pick what, KXRGBQUAD color) = 0;
-  /// What is being picked has changed.
-  virtual void showPick(Pick what) = 0;
 
+  /// A button of the window.
+  [[nodiscard]] static QToolButton* makeButton(QWidget* parent, const char* text, const char* tip);
+  /// The button that lets the user choose a point; it is down until one is chosen.
+  [[nodiscard]] QToolButton* makePickButton(QWidget* parent, Pick what);
   [[nodiscard]] QWidget* window() const { return m_window; }
   [[nodiscard]] IToolSite* site() const { return m_window ? m_site : nullptr; }
-  void pick(Pick what);
   void changed();
   void message(const std::string& text) const;
 
  private:
+  void pick(Pick what);
+  void showPick(Pick what) const;
+
   KxPtr<IEvents> m_events;
   QPointer<QWidget> m_window;
   IToolSite* m_site = nullptr;
   Pick m_pick = Pick::None;
+  std::array<QPointer<QToolButton>, 2> m_pickButtons;  // for black, for white
 };
 
 /// A text of the tools through the one translation function.
