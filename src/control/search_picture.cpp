@@ -6,6 +6,7 @@
 #include "control/screen_width.h"
 #include "platform/preview_page.h"
 #include "quillbay/scan_keys.h"
+#include "quillbay/scan_mode.h"
 
 namespace quillbay {
 
@@ -49,6 +50,7 @@ KxPtr<IScanSink> SearchPicture::begin(IParam* request, IScanSink* target) {
   CSharedScanParams& params = m_parts.params;
   if (!m_before) m_before = Before{params.previewStore, page->GetRasterPlace()};
   const CKxVariant rect = paramValue(request, key::Rect);
+  m_mode = paramInt(request, key::Mode, kModeGrey);
   m_area = rect.get<tagRRECT>() ? *rect.get<tagRRECT>() : tagRRECT{0, 0, params.values().bedWidth, 0};
   auto picture = KxPtr<CPreviewStor>::adopt(new CPreviewStor(screenWidth()));
   params.previewStore = KxPtr<ISStripStor>::share(picture.get());
@@ -72,7 +74,10 @@ void SearchPicture::complete() const {
 void SearchPicture::settle(bool keeps) {
   const KxPtr<Sink> sink = std::exchange(m_sink, {});
   const auto before = std::exchange(m_before, std::nullopt);
-  if (keeps && sink) m_parts.previewSettings = {};  // a search has no curves
+  if (keeps && sink) {  // a search has no curves
+    m_parts.previewSettings = new_MemParam();
+    m_parts.previewSettings->SetValue(key::Mode, m_mode);
+  }
   if (keeps || !sink || !before) return;
   CSharedScanParams& params = m_parts.params;
   if (params.previewStore.get() == static_cast<ISStripStor*>(sink->picture())) params.previewStore = before->store;

@@ -37,7 +37,8 @@ class SearchPicture {
   PanelParts& m_parts;
   std::optional<Before> m_before;  // the search: what it replaced
   KxPtr<Sink> m_sink;
-  tagRRECT m_area{};  // of the scan; its length may be unknown
+  tagRRECT m_area{};        // of the scan; its length may be unknown
+  std::int32_t m_mode = 0;  // of the scan
 };
 
 }  // namespace quillbay

@@ -1,11 +1,11 @@
 #include "pages/bw_page.h"
 
 #include <QLabel>
-#include <QSlider>
 #include <algorithm>
 #include <cmath>
 #include <utility>
 
+#include "pages/field_texts.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 #include "widgets/number_spin.h"
@@ -24,23 +24,24 @@ std::string BwPage::keyOf(const Slider& slider) const { return key::numbered(sli
 
 void BwPage::setUp(std::vector<Slider> sliders, QLabel* note) {
   m_sliders = std::move(sliders);
-  m_note = note;
   for (Slider& slider : m_sliders) {
     takeRange(slider);
     slider.control->setValue(slider.range.initial);
     explain(slider);
-    connect(slider.control->field(), &UnitSpin::noted, this, &BwPage::showNote);
+    showNotesOf(*slider.control->field(), note);
   }
 }
 
 void BwPage::takeRange(Slider& slider) {
   slider.range = {0, 0, 1, 1};
   const auto ranges = query<IUnitKeyRanges>(controller().Unit());
-  const bool isKnown = ranges && ranges->GetKeyRange(keyOf(slider), &slider.range) != 0;
+  const bool wasKnown = slider.isKnown;
+  slider.isKnown = ranges && ranges->GetKeyRange(keyOf(slider), &slider.range) != 0;
   const auto& [initial, least, most, step] = slider.range;
-  slider.control->SetUp(nullptr, 0, std::clamp(slider.control->value(), least, std::max(least, most)), least, most,
-                        1);
-  const bool isOffered = isKnown || !slider.isFilter;
+  // What stood in a field for a key that the unit did not know was nobody's choice.
+  const double value = slider.isKnown && !wasKnown ? initial : slider.control->value();
+  slider.control->SetUp(nullptr, 0, std::clamp(value, least, std::max(least, most)), least, most, 1);
+  const bool isOffered = slider.isKnown || !slider.isFilter;
   for (QWidget* part : {static_cast<QWidget*>(slider.control), static_cast<QWidget*>(slider.label),
                         static_cast<QWidget*>(slider.help)})
     part->setEnabled(isOffered);
@@ -48,27 +49,17 @@ void BwPage::takeRange(Slider& slider) {
 
 /// The same sentences below the slider and as a hint; screen readers get them with the field.
 void BwPage::explain(const Slider& slider) const {
-  const QString name = slider.label->text().remove('&').remove(':');
   const QString help = QString::fromStdString(bwHelp(slider.stem, m_mode));
   slider.help->setText(help);
   const QString range =
       QString::fromStdString(formatText(Supp_Translate("From %s to %s"), {toText(std::trunc(slider.range.least)),
                                                                           toText(std::trunc(slider.range.most))}));
-  for (QWidget* part :
-       {static_cast<QWidget*>(slider.control->slider()), static_cast<QWidget*>(slider.control->field())}) {
-    part->setAccessibleName(name);
-    part->setAccessibleDescription(help);
-    part->setToolTip("<qt>" + help.toHtmlEscaped() + "<br>" + range.toHtmlEscaped() + "</qt>");
-  }
+  describeSlider(*slider.control, *slider.label,
+                 "<qt>" + help.toHtmlEscaped() + "<br>" + range.toHtmlEscaped() + "</qt>", help);
 }
 
 bool BwPage::OnPageCommand(int id, int code, std::int64_t) {
   return code == kCodeEdited && id >= kLevel && id <= kBlur;
-}
-
-void BwPage::showNote(const QString& why) {
-  m_note->setText(why);
-  m_note->setVisible(!why.isEmpty());
 }
 
 /// The scanner was set up: it may know other keys now.

@@ -1,5 +1,6 @@
 #pragma once
-#include <QString>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "platform/change_params.h"
@@ -40,6 +41,7 @@ class BwPage : public CTab {
     QLabel* help;
     bool isFilter;  ///< disabled where the unit does not know it
     UnitKeyRange range{};
+    bool isKnown = false;  ///< by the unit
   };
   /// After `setupUi`: takes the ranges of the unit. `note` gets what a field does not take.
   void setUp(std::vector<Slider> sliders, QLabel* note);
@@ -49,12 +51,10 @@ class BwPage : public CTab {
   [[nodiscard]] std::string keyOf(const Slider& slider) const;
   void takeRange(Slider& slider);
   void explain(const Slider& slider) const;
-  void showNote(const QString& why);
   int paramChanged(const char* key) override;
 
   const int m_mode;
   std::vector<Slider> m_sliders;
-  QLabel* m_note = nullptr;
 };
 
 /// What more and less of a value does to a drawing. `stem` is that of its key, `mode` 0 to 4.

@@ -14,7 +14,8 @@ namespace quillbay {
 namespace {
 
 constexpr int kPictureSide = 200, kLeastPictureWidth = 90, kLeastPictureHeight = 170;
-constexpr int kPickReach = 2;  // pixels around the place whose mean is chosen
+constexpr int kAimGap = 4, kAimArm = 12, kFastAim = 10;  // pixels
+constexpr int kPickReach = 2;                            // pixels around the place whose mean is chosen
 
 QImage wrapped(const Picture& p) {
   return {p.bytes.data(), p.width, p.height, static_cast<qsizetype>(p.stride), QImage::Format_RGB32};
@@ -44,7 +45,10 @@ void LivePicture::refresh() {
 void LivePicture::setPicking(bool picks) {
   m_picks = picks;
   setCursor(picks ? Qt::CrossCursor : Qt::ArrowCursor);
-  if (picks) setFocus();
+  if (picks) {
+    m_aim = place().center();
+    setFocus();
+  }
   update();
 }
 
@@ -97,6 +101,15 @@ void LivePicture::paintSplit(QPainter& painter, const QRect& at) const {
   painter.drawLine(left.topRight(), left.bottomRight());
 }
 
+/// A cross with an open middle, dark on light pictures and light on dark ones.
+void LivePicture::paintAim(QPainter& painter) const {
+  for (const auto& [color, width] : {std::pair{QColor(Qt::white), 3}, std::pair{QColor(Qt::black), 1}}) {
+    painter.setPen(QPen(color, width));
+    for (const QPoint& way : {QPoint(1, 0), QPoint(-1, 0), QPoint(0, 1), QPoint(0, -1)})
+      painter.drawLine(m_aim + kAimGap * way, m_aim + kAimArm * way);
+  }
+}
+
 void LivePicture::paintEvent(QPaintEvent*) {
   assertUserInterfaceThread();
   prepare();
@@ -117,6 +130,7 @@ void LivePicture::paintEvent(QPaintEvent*) {
     painter.drawText(at.adjusted(4, 4, -4, -4), Qt::AlignCenter | Qt::TextWordWrap, m_problem);
   }
   if (!hasFocus()) return;
+  if (m_picks) paintAim(painter);
   QStyleOptionFocusRect option;
   option.initFrom(this);
   option.rect = at;
@@ -165,7 +179,26 @@ void LivePicture::mouseReleaseEvent(QMouseEvent*) {
   update();
 }
 
+bool LivePicture::pickByKey(int key, int step) {
+  const QRect at = place();
+  switch (key) {
+    case Qt::Key_Left: m_aim.rx() -= step; break;
+    case Qt::Key_Right: m_aim.rx() += step; break;
+    case Qt::Key_Up: m_aim.ry() -= step; break;
+    case Qt::Key_Down: m_aim.ry() += step; break;
+    case Qt::Key_Return:
+    case Qt::Key_Enter:
+    case Qt::Key_Space: pickAt(m_aim); return true;
+    default: return false;
+  }
+  m_aim = {std::clamp(m_aim.x(), at.left(), at.right()), std::clamp(m_aim.y(), at.top(), at.bottom())};
+  update();
+  return true;
+}
+
 void LivePicture::keyPressEvent(QKeyEvent* event) {
+  const bool isFast = event->modifiers().testFlag(Qt::ShiftModifier);
+  if (m_picks && pickByKey(event->key(), isFast ? kFastAim : 1)) return;
   if (event->key() == Qt::Key_Escape && m_picks) return endPick();
   if (event->key() != Qt::Key_Space || !m_picture) return QWidget::keyPressEvent(event);
   m_showsOriginal = true;
@@ -185,9 +218,19 @@ void LivePicture::focusOutEvent(QFocusEvent* event) {
 }
 
 bool LivePicture::event(QEvent* event) {
-  if (event->type() == QEvent::ShortcutOverride && m_picks &&
-      static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape)
-    event->accept();
+  if (event->type() == QEvent::ShortcutOverride && m_picks) {
+    switch (static_cast<QKeyEvent*>(event)->key()) {
+      case Qt::Key_Escape:
+      case Qt::Key_Left:
+      case Qt::Key_Right:
+      case Qt::Key_Up:
+      case Qt::Key_Down:
+      case Qt::Key_Return:
+      case Qt::Key_Enter:
+      case Qt::Key_Space: event->accept(); break;
+      default: break;
+    }
+  }
   return QWidget::event(event);
 }
 

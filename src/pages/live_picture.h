@@ -12,6 +12,7 @@ namespace quillbay {
 
 /// Shows a picture as the settings change it, made in the size that is shown whenever it is painted. While the
 /// mouse button is down the original is shown to the left of the pointer; while the space bar is down, all over.
+/// A place is chosen by a click, or by Return and the space bar at the cross that the arrow keys move.
 class LivePicture final : public QWidget {
  public:
   explicit LivePicture(QWidget* parent);
@@ -50,6 +51,8 @@ class LivePicture final : public QWidget {
   [[nodiscard]] QRect place() const;
   void prepare();
   void pickAt(const QPoint& at);
+  [[nodiscard]] bool pickByKey(int key, int step);
+  void paintAim(QPainter& painter) const;
   void endPick();
   void paintSplit(QPainter& painter, const QRect& at) const;
 
@@ -61,6 +64,7 @@ class LivePicture final : public QWidget {
   bool m_isOld = true;
   bool m_picks = false;
   bool m_showsOriginal = false;
+  QPoint m_aim;                // where the keyboard picks
   std::optional<int> m_split;  // the original is shown to the left of it
 };
 

@@ -1,10 +1,10 @@
 #include "pages/rgb_dlg.h"
 
-#include <QSlider>
 #include <algorithm>
 #include <cmath>
 #include <vector>
 
+#include "pages/field_texts.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 #include "quillbay/scan_mode.h"
@@ -95,22 +95,16 @@ void CRGBDlg::show(const Filter& filter, double value) {
   filter.control->setValue(std::clamp(value, least, most));
 }
 
-void CRGBDlg::describe(const QLabel& label, CSpinScrollEdit& control) const {
-  const QString name = label.text().remove('&').remove(':');
-  control.slider()->setAccessibleName(name);
-  control.field()->setAccessibleName(name);
-  control.slider()->setToolTip(control.toolTip());
-  control.field()->setToolTip(control.toolTip());
-  connect(control.field(), &UnitSpin::noted, this, &CRGBDlg::showNote, Qt::UniqueConnection);
+void CRGBDlg::describe(const QLabel& label, const CSpinScrollEdit& control) const {
+  describeSlider(control, label, control.toolTip());
+  showNotesOf(*control.field(), m_form->note);
 }
 
-void CRGBDlg::showNote(const QString& why) {
-  m_form->note->setText(why);
-  m_form->note->setVisible(!why.isEmpty());
-}
-
-void CRGBDlg::Load(IParam* params) {
-  for (const Slider& s : sliders()) s.control->setValue(std::clamp(paramInt(params, s.key), -s.most, s.most));
+void CRGBDlg::Load(IParam* params, bool keepsMissing) {
+  for (const Slider& s : sliders()) {
+    const int missing = keepsMissing ? truncated(*s.control) : 0;
+    s.control->setValue(std::clamp(paramInt(params, s.key, missing), -s.most, s.most));
+  }
   const bool resets = paramInt(params, key::ResetMark) != 0;
   for (Filter* f : {&m_blur, &m_sharpen}) {
     if (resets) f->ofMode.clear();
@@ -128,7 +122,9 @@ void CRGBDlg::Save(IParam* params) const {
   for (const Slider& s : sliders()) params->SetValue(s.key, truncated(*s.control));
   for (const Filter* f : {&m_blur, &m_sharpen}) {
     for (const auto& [mode, value] : f->ofMode) params->SetValue(key::numbered(f->stem, mode), value);
-    params->SetValue(key::numbered(f->stem, m_mode), truncated(*f->control));
+    // Of a filter that the unit does not know, what was loaded stays.
+    if (f->isKnown || f->ofMode.count(m_mode) == 0)
+      params->SetValue(key::numbered(f->stem, m_mode), truncated(*f->control));
   }
 }
 

@@ -41,8 +41,9 @@ class CRGBDlg final : public CDialog {
   void initialise(IQuillbayUnit* unit, int mode);
   /// Sets the filters up for another mode; what `unit` does not know is disabled.
   void setMode(IQuillbayUnit* unit, int mode);
-  /// A missing key sets its slider to 0, and leaves a filter as it is; with `key::ResetMark` to its default.
-  void Load(IParam* params);
+  /// A missing key sets its slider to 0 (`keepsMissing`: leaves it), and leaves a filter as it is; with
+  /// `key::ResetMark` to its default.
+  void Load(IParam* params, bool keepsMissing = false);
   /// All values, truncated; of other modes the filters that were set.
   void Save(IParam* params) const;
   /// Why a field does not hold what was typed, or an empty text. Ends an edit that is under way.
@@ -70,8 +71,7 @@ class CRGBDlg final : public CDialog {
   [[nodiscard]] std::vector<Slider> sliders() const;
   void setUp(Filter& filter, IQuillbayUnit* unit) const;
   static void show(const Filter& filter, double value);
-  void describe(const QLabel& label, CSpinScrollEdit& control) const;
-  void showNote(const QString& why);
+  void describe(const QLabel& label, const CSpinScrollEdit& control) const;
 
   std::unique_ptr<Ui::RGBDlg> m_form;
   Filter m_sharpen, m_blur;

@@ -125,6 +125,7 @@ int CRGBMain::paramChanged(const char* key) {
   m_mode = mode;
   m_simple->setMode(controller().Unit(), mode);
   if (isVisible()) takePalette();
+  showPictureNote();
   m_picture->refresh();
   return 1;
 }
@@ -134,7 +135,8 @@ int CRGBMain::Load(IParam* params) {
   const bool resets = paramInt(params, key::ResetMark) != 0;
   const int tab = paramInt(params, key::IsGamma, resets ? kSimple : m_form->tabs->currentIndex());
   m_gamma->Load(params);
-  m_simple->Load(params);
+  // Sliders that adjust nothing, as the curves do, stay where a set says nothing of them.
+  m_simple->Load(params, tab == kGamma && !resets);
   m_points->Load(params);
   chooseTab(tab == kGamma ? kGamma : kSimple);
   return 1;
@@ -188,14 +190,27 @@ void CRGBMain::takePicture() {
   const auto settings = controller().PreviewSettings();
   const auto& store = params().previewStore;
   m_base = store ? unadjusted(pictureOf(*store, kMostPictureWidth), settings.get()) : Unadjusted{};
-  const bool isBitonal = settings && isBitonalMode(paramInt(settings.get(), key::Mode, kModeRgb));
+  const std::int32_t previewMode = settings ? paramInt(settings.get(), key::Mode, kModeRgb) : kModeRgb;
+  m_isBaseGrey = previewMode == kModeGrey;
   m_picture->setPicture(
-      m_base.picture, QString::fromStdString(
-                          Supp_Translate(isBitonal ? "The last preview is black and white. Make a preview (F6) in "
-                                                     "this mode to see what the settings do."
-                                                   : "Make a preview (F6) to see what the settings do.")));
-  m_form->pictureNote->setVisible(m_base.picture && !m_base.isExact);
+      m_base.picture,
+      QString::fromStdString(Supp_Translate(isBitonalMode(previewMode)
+                                                ? "The last preview is black and white. Make a preview (F6) in "
+                                                  "this mode to see what the settings do."
+                                                : "Make a preview (F6) to see what the settings do.")));
+  showPictureNote();
   m_gamma->refresh();
+}
+
+/// Where the picture is not what the scan will be. What a search for the document left is grey, in any mode.
+void CRGBMain::showPictureNote() {
+  const bool lacksColours = m_isBaseGrey && m_mode != kModeGrey;
+  m_form->pictureNote->setVisible(m_base.picture && (lacksColours || !m_base.isExact));
+  m_form->pictureNote->setText(QString::fromStdString(Supp_Translate(
+      lacksColours
+          ? "The last preview is grey, so that the colours are missing. Make a preview (F6) in this mode."
+          : "The last preview was adjusted itself, so that this picture is not exact. For an exact one, reset "
+            "the page and make a preview (F6).")));
 }
 
 int CRGBMain::givePicture(ToolPicture* out) const {

@@ -56,6 +56,7 @@ class CRGBMain final : public CTab {
   int paramChanged(const char* key) override;
   void takePalette();
   void takePicture();
+  void showPictureNote();
   [[nodiscard]] int givePicture(ToolPicture* out) const;
   [[nodiscard]] int startPick(IPanelTool* tool);
   void endPick(const IPanelTool* tool);
@@ -68,6 +69,7 @@ class CRGBMain final : public CTab {
   CBWPointHold* m_points = nullptr;
   LivePicture* m_picture = nullptr;
   Unadjusted m_base;
+  bool m_isBaseGrey = false;
   KxPtr<IParam> m_palette;     // the palette page's values, in the palette mode
   KxPtr<IPanelTool> m_picker;  // the tool that the user picks for
   int m_mode = 0;              // that the filters are set up for

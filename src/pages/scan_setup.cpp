@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "pages/field_texts.h"
 #include "params/found_angle.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
@@ -75,7 +76,7 @@ void CScanSetup::limitFields() {
   m_form->prescanLength->setStep(kPrescanStep);
   m_form->threshold->setLimits(kLeastThreshold, kMostThreshold);
   m_form->answerDelay->setLimits(kLeastDelay, kMostDelay);
-  for (UnitSpin* field : fields()) connect(field, &UnitSpin::noted, this, &CScanSetup::showNote);
+  for (UnitSpin* field : fields()) showNotesOf(*field, m_form->note);
 }
 
 /// What depends on other choices says so.
@@ -119,11 +120,6 @@ int CScanSetup::paramChanged(const char* key) {
   }
   if (sameKey(key, key::ScanModesChanged)) takeSpeedRange();
   return 1;
-}
-
-void CScanSetup::showNote(const QString& why) {
-  m_form->note->setText(why);
-  m_form->note->setVisible(!why.isEmpty());
 }
 
 bool CScanSetup::OnPageCommand(int id, int code, std::int64_t) {

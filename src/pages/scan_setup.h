@@ -49,7 +49,6 @@ class CScanSetup final : public CTab {
   [[nodiscard]] std::array<UnitSpin*, 3> fields() const;
   void explain();
   void showValues();
-  void showNote(const QString& why);
   void loadValues(IParam* store, bool resets);
   int paramChanged(const char* key) override;
   /// A setting of the detection was changed: what was found with another one does not count.

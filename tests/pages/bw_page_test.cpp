@@ -82,11 +82,12 @@ TEST(BwPages, AFilterThatTheUnitDoesNotKnowIsDisabledForItsModeAlone) {
 
   BwPage* page = w.page(3);
   w.load(page, {{"LEVEL3", 200}});
-  w.controller.unit->ranges["BLUR3"] = {0, 0, 2, 1};
+  w.controller.unit->ranges["BLUR3"] = {2, 0, 2, 1};
   w.controller.unit->ranges["LEVEL3"] = {90, 0, 99, 1};
   w.params->NotifyParam("OnSelchangeScanmode");
   EXPECT_TRUE(w.slider(page, BwPage::kBlur)->field()->isEnabled()) << "the scanner was set up";
-  EXPECT_EQ(w.saved(page), "LEVEL3=99 SOFTEN_SHARPEN3=0 BLUR3=0 ");
+  EXPECT_EQ(w.saved(page), "LEVEL3=99 SOFTEN_SHARPEN3=0 BLUR3=2 ")
+      << "a filter that is new begins with the unit's default";
 }
 
 TEST(BwPages, LoadTakesWhatIsThereAndResetTheRest) {

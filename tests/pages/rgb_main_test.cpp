@@ -134,6 +134,11 @@ TEST(ColourSetup, FiltersThatTheUnitDoesNotKnowAreHiddenAndLaterDisabled) {
     EXPECT_EQ(p.slider(CRGBDlg::kBlur).slider()->maximum(), 2);
     EXPECT_EQ(p.slider(CRGBDlg::kBlur).value(), 1);
   }
+  ColourPage other;
+  EXPECT_EQ(paramInt(other.save().get(), "BLUR7", -1), 1);
+  other.load({{"BLUR7", 3}});
+  EXPECT_EQ(paramInt(other.save().get(), "BLUR7", -1), 3) << "it may be for what the unit knows another time";
+
   ColourPage p({{"BLUR7", {1, 0, 4, 1}}, {"SOFTEN_SHARPEN7", {0, -8, 8, 1}}, {"BLUR5", {2, 0, 3, 1}}});
   p.params->set(scan_key::CurrMode, kModeGrey);
   EXPECT_TRUE(p.slider(CRGBDlg::kBlur).isEnabled());
@@ -173,10 +178,13 @@ TEST(ColourSetup, TheChosenTabDecidesWhatIsSaved) {
   saved = p.save();
   EXPECT_TRUE(paramValue(saved.get(), "SCAN_GAMMA").isEmpty());
   EXPECT_FALSE(paramValue(saved.get(), "SCAN_BRIGHTNESS").isEmpty());
+  p.load({{"SCAN_HUE", 33}});
   p.load({{"IsGamma", 1}});
   p.load({});
   EXPECT_EQ(paramInt(p.save().get(), "IsGamma", -1), 1) << "a missing key leaves the tab";
+  EXPECT_EQ(p.slider(CRGBDlg::kHue).value(), 33) << "and the sliders, which adjust nothing now";
   p.load({{"__reset", 1}});
+  EXPECT_EQ(p.slider(CRGBDlg::kHue).value(), 0);
   EXPECT_EQ(paramInt(p.save().get(), "IsGamma", -1), 0);
 }
 
@@ -241,8 +249,29 @@ TEST(LivePictures, ShowWhatTheSettingsDo) {
   live.onPicked = [&](KXRGBQUAD c) { picked = c; };
   QTest::mouseClick(&live, Qt::LeftButton, {}, live.rect().center());
   EXPECT_EQ(picked, (KXRGBQUAD{100, 50, 200, 0})) << "without adjustments";
+  live.setPicking(true);
+  QTest::keyClick(&live, Qt::Key_Right);
+  EXPECT_TRUE(live.isPicking());
+  picked = {};
+  QTest::keyClick(&live, Qt::Key_Return);
+  EXPECT_EQ(picked, (KXRGBQUAD{100, 50, 200, 0})) << "by the keyboard";
+  EXPECT_FALSE(live.isPicking());
   live.setPicture(nullptr, "none");
   EXPECT_FALSE(live.hasPicture());
+}
+
+TEST(LivePictures, SayThatASearchLeftNoColours) {
+  ColourPage p;
+  p.window.resize(400, 900);
+  p.window.show();
+  p.controller.previewSettings = new_MemParam();
+  p.controller.previewSettings->SetValue("MODE", kModeGrey);
+  p.preview(test::Bytes(320, 100), KxColorSpace::Grey);
+  auto* note = p.page->findChild<QLabel*>("pictureNote");
+  EXPECT_FALSE(note->isHidden());
+  EXPECT_NE(note->text().indexOf("is grey"), -1);
+  p.params->set(scan_key::CurrMode, kModeGrey);
+  EXPECT_TRUE(note->isHidden()) << "a grey scan looks so";
 }
 
 std::shared_ptr<Picture> onePixel(std::uint32_t pixel) {

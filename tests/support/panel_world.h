@@ -125,6 +125,7 @@ class NotingController final : public IPanelController {
   std::vector<IUIScanPage*> PagesOf(int) override { return {}; }
   std::vector<IUIScanPage*> AllPages() override { return {}; }
   int LoadPage(IUIScanPage*, IParam*) override { return 0; }
+  KxPtr<IParam> PreviewSettings() override { return previewSettings; }
 
   KxPtr<IEvents> events;
   std::vector<int> posted;
@@ -133,7 +134,7 @@ class NotingController final : public IPanelController {
   int previewRestarts = 0, docks = 0, floats = 0;
   int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0;
   std::vector<std::string> commands;
-  KxPtr<IParam> lastArguments;
+  KxPtr<IParam> lastArguments, previewSettings;
   std::function<void()> onPageChanged;
   std::string refused;  ///< a command that the host answers with a failure
   std::function<void(const std::string&, IParam*)> onCommand;
