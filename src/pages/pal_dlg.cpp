@@ -104,7 +104,9 @@ bool CPalDlg::OnPageCommand(int id, int code, std::int64_t) {
       setMethod(id - kLinear);
       showAll();
       return true;
-    case kColors: m_detector->DropCache(); return true;
+    case kColors:
+      if (m_detector->keptColors() != colors()) m_detector->DropCache();
+      return true;
     case kLutFile:
       if (code == kCodeEdited) m_lutFile = m_form->lutFile->text().toStdString();
       return true;
@@ -205,6 +207,12 @@ void CPalDlg::showPalette() {
   m_form->note->setText(QString::fromStdString(noteOf(colors.size())));
   m_form->swatches->setColors(std::move(colors));
   m_form->createLut->setEnabled(controller().IsCommandEnabled(kAreaPrescanCommand) != 0);
+}
+
+/// What the page offers while nothing runs was off in a run.
+void CPalDlg::Enable(int enable) {
+  CTab::Enable(enable);
+  if (enable && isVisible()) showPalette();
 }
 
 void CPalDlg::showEvent(QShowEvent* event) {

@@ -41,6 +41,7 @@ class CPalDlg final : public CTab, public IPalettePage {
   int Save(IParam* store) override;
   std::string GetTitle() override;
   std::string GetRefusal() override;
+  void Enable(int enable) override;
   [[nodiscard]] const KxPtr<CPalDetector>& detector() const noexcept { return m_detector; }
 
   // IPalettePage

@@ -11,6 +11,13 @@
 namespace quillbay {
 namespace {
 
+/// A view that shows nothing.
+class StillView final : public CKxUnknownImpl<IKxView> {
+ public:
+  int Invalidate() override { return 1; }
+  QWidget* GetWindow() override { return nullptr; }
+};
+
 class PanelPaletteTest : public PanelTest {
  protected:
   /// A panel on a fake scanner in the palette mode, with 16 colours from a prescan.
@@ -45,7 +52,9 @@ class PanelPaletteTest : public PanelTest {
   }
   /// Without a view there is no part of the document to preview: the next scan makes the file.
   void createLut() {
-    window()->findChild<QPushButton*>("createLut")->click();
+    auto* button = window()->findChild<QPushButton*>("createLut");
+    EXPECT_TRUE(button->isEnabledTo(button->parentWidget())) << "also after a run";
+    button->click();
     QCoreApplication::processEvents();
   }
   [[nodiscard]] std::string lutPath() const { return settings.file("data/templates/auto.lut"); }
@@ -173,6 +182,34 @@ TEST_F(PanelPaletteTest, ALookupFileThatCannotBeWrittenEndsTheRun) {
   EXPECT_EQ(ranModes(), std::vector{int{kModeRgb}});
   EXPECT_EQ(run(), EndCause::Done) << "with the method that stands";
   EXPECT_EQ(ranModes(), withPrescan);
+}
+
+TEST_F(PanelPaletteTest, TheAreaThatAViewShowsGivesALookupFile) {
+  hostView = KxPtr<IKxView>::adopt(new StillView);
+  openFake();
+  sink()->EnableViewSync(1);
+  set("m_fDisablePreview", 1);  // no other preview follows
+  const tagRRECT shown{40, 10, 190, 110};
+  set("m_rcPreview", shown);
+  createLut();
+  ASSERT_TRUE(recorder->waitEnded());
+  EXPECT_EQ(recorder->cause, EndCause::Done);
+  EXPECT_EQ(recorder->starts.back().kind, StartKind::AreaPrescan);
+  EXPECT_EQ(ranModes(), withPrescan);
+  EXPECT_EQ(*paramValue(first.get(), key::Rect).get<tagRRECT>(), shown) << "colours of what is seen";
+  EXPECT_EQ(paramInt(first.get(), key::ImageDpi), 100);
+  const CKxVariant lut = paramValue(last.get(), key::Lut);
+  ASSERT_TRUE(lut.get<CKxBlob>()) << "the picture is classified";
+  EXPECT_EQ(lut.get<CKxBlob>()->size(), 33792U);
+  EXPECT_TRUE(paramValue(last.get(), key::Palette).isEmpty());
+  EXPECT_TRUE(std::filesystem::exists(lutPath()));
+  EXPECT_TRUE(filesIn(out.path()).empty()) << "no page";
+  const auto page = new_MemParam();
+  control->GetPageParams(page.get());
+  EXPECT_EQ(paramInt(page.get(), key::PaletteMethod), kPaletteClassified);
+  EXPECT_EQ(paramString(page.get(), key::LutFileName), lutPath());
+  EXPECT_EQ(run(), EndCause::Done);
+  EXPECT_EQ(ranModes(), without) << "the file is there";
 }
 
 TEST_F(PanelPaletteTest, ALookupFileMadeFromTheDocumentClassifiesIt) {

@@ -111,8 +111,12 @@ TEST(PalDlg, ThePaletteGoesWithTheMethodAndTheNumber) {
   p.click(CPalDlg::kPhotos);
   EXPECT_EQ(p.swatches(), 0U);
   EXPECT_EQ(paramInt(p.save().get(), key::Adaptive), 1);
-  p.keep(256);
-  p.page->control<NumberSpin>(CPalDlg::kColors)->stepBy(1);
+  p.load({{key::PaletteMethod, kPaletteMaps}, {key::PaletteColors, 17}});
+  p.keep(17);
+  auto* colors = p.page->control<NumberSpin>(CPalDlg::kColors);
+  Q_EMIT colors->findChild<QLineEdit*>()->textEdited("17");
+  EXPECT_EQ(paramInt(p.save().get(), key::Adaptive), 0) << "the same number was typed";
+  colors->stepBy(1);
   EXPECT_EQ(paramInt(p.save().get(), key::Adaptive), 1);
 }
 
