@@ -63,6 +63,9 @@ class IQuillbayEvents : public IKxUnknown {
   virtual void OnDetected(const DetectedArea&) {}
   /// The run is over; the panel is idle. `fault` is the scanner's when it is the cause.
   virtual void OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) = 0;
+  /// What a host may show as well is another one now, by whomever: `key::Units`, or `key::ScanModesChanged` (what
+  /// the scanner offers: its sources, modes and resolutions). A setting that is set in this call is not told again.
+  virtual void OnSettingChanged(std::string_view /*key*/) {}
 };
 
 /// The operations of a panel beyond `IQuillbaySink`; queried from it. Called on the user-interface thread.

@@ -304,6 +304,8 @@ int CMaindlg::OnParamChanged(const char* key) {
   if (m_initialised && (sameKey(key, scan_key::RcScan.name) || sameKey(key, scan_key::Units.name))) showStatus();
   // Later: what is set in a broadcast is not heard of.
   if (!m_run.isBusy() && m_preview->isNewArea()) PostCommand(this, command::kNewArea, 1, 0, true);
+  const bool isTold = sameKey(key, scan_key::Units.name) || sameKey(key, key::ScanModesChanged);
+  if (m_initialised && isTold) listeners().settingChanged(key);  // last: the window may be gone when it returns
   return 0;
 }
 

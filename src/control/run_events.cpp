@@ -65,6 +65,10 @@ void RunEvents::message(const std::string& text) const {
   tell("OnMessage", [copy = text](IQuillbayEvents& e) { e.OnMessage(copy); });
 }
 
+void RunEvents::settingChanged(std::string_view key) const {
+  tell("OnSettingChanged", [copy = std::string(key)](IQuillbayEvents& e) { e.OnSettingChanged(copy); });
+}
+
 void RunEvents::ended(EndCause cause, const UnitFault& fault, std::int32_t pages) const {
   tell("OnEnded", [cause, copy = fault, pages](IQuillbayEvents& e) { e.OnEnded(cause, copy, pages); });
 }

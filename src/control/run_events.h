@@ -1,5 +1,6 @@
 #pragma once
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "quillbay/control.h"
@@ -21,6 +22,7 @@ class RunEvents {
   void detecting() const;
   void detected(const DetectedArea& area) const;
   void message(const std::string& text) const;
+  void settingChanged(std::string_view key) const;
   void ended(EndCause cause, const UnitFault& fault, std::int32_t pages) const;
 
  private:

@@ -4,6 +4,7 @@
 #include "desktop_fixture.h"
 #include "document/page_commands.h"
 #include "document/page_list.h"
+#include "scanner/job_bar.h"
 #include "scanner/output_settings.h"
 #include "scanner/scanner_offer.h"
 #include "window/manual_window.h"
@@ -137,6 +138,33 @@ TEST_F(DesktopTest, ThePageListIsWorkedWithByKeysAndMenus) {
   surface->setFocus();
   QTest::keyClick(surface, Qt::Key_Delete);
   EXPECT_EQ(order(), (Ids{1, 2, 3}));
+}
+
+TEST_F(DesktopTest, WhatIsSetInThePanelIsShownAroundItAtOnce) {
+  open("sim:size=210x148,source=flatbed");
+  QAction* inch = nullptr;
+  for (QAction* action : window->findChildren<QAction*>()) {
+    if (action->text() == "&inch") inch = action;
+  }
+  ASSERT_TRUE(inch);
+  EXPECT_FALSE(inch->isChecked());
+  set("m_nUnits", 1);
+  EXPECT_TRUE(inch->isChecked());
+
+  const auto* source = window->panelDock().bar().findChild<QComboBox*>();
+  EXPECT_EQ(source->currentData().toInt(), static_cast<int>(quillbay::UnitSource::Flatbed));
+  QTimer::singleShot(0, [] {
+    auto* dialog = qobject_cast<QDialog*>(QApplication::activeModalWidget());
+    ASSERT_TRUE(dialog);
+    for (auto* box : dialog->findChildren<QComboBox*>()) {
+      if (box->findData("feeder") < 0) continue;
+      box->setCurrentIndex(box->findData("feeder"));
+      Q_EMIT box->activated(box->currentIndex());
+    }
+    dialog->accept();
+  });
+  window->panelDock().panel()->findChild<QPushButton*>("modelSetup")->click();
+  EXPECT_EQ(source->currentData().toInt(), static_cast<int>(quillbay::UnitSource::Feeder));
 }
 
 TEST_F(DesktopTest, ScrollBarsFollowTheViewAndMoveIt) {

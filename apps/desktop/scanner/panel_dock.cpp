@@ -8,6 +8,7 @@
 
 #include "quillbay/keep_rasters.h"
 #include "quillbay/preview_resolution.h"
+#include "quillbay/scan_keys.h"
 #include "quillbay/scanner.h"
 #include "scanner/first_choices.h"
 #include "scanner/job_bar.h"
@@ -57,6 +58,11 @@ class PanelListener final
     if (std::exchange(m_dock->m_isPreviewing, false))
       return emit m_dock->previewEnded(static_cast<int>(cause), QString::fromStdString(fault.text));
     emit m_dock->ended(static_cast<int>(cause), QString::fromStdString(fault.text), pages);
+  }
+  void OnSettingChanged(std::string_view key) override {
+    if (key == quillbay::key::Units) return emit m_dock->unitsChanged();
+    m_dock->m_bar->showScanner(currentScanner(m_dock->m_app).get());
+    emit m_dock->scannerChanged();
   }
 
  private:

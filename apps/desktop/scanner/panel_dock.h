@@ -67,6 +67,10 @@ class PanelDock : public QDockWidget {
   void areaPreviewStarted();
   void previewStarted();
   void previewEnded(int cause, const QString& fault);
+  /// The units of lengths were changed in the panel.
+  void unitsChanged();
+  /// The scanner was set up in the panel: it may offer other sources now.
+  void scannerChanged();
   void chooseScannerAsked();
   /// One of those that were found.
   void scannerChosen(const QString& device);

@@ -205,6 +205,8 @@ void MainWindow::connectParts() {
   });
   connect(m_panel, &PanelDock::areaPreviewStarted, m_view, &DocumentView::showPreview);
   connect(m_panel, &PanelDock::previewEnded, this, &MainWindow::previewEnded);
+  connect(m_panel, &PanelDock::unitsChanged, this, &MainWindow::takeUnit);
+  connect(m_panel, &PanelDock::scannerChanged, this, &MainWindow::updateActions);
 }
 
 void MainWindow::scanEnded(int cause, const QString& fault, int pages) {

@@ -111,6 +111,8 @@ class MainWindow : public QMainWindow {
   void setUnit(const char* unit);
   /// The user's unit, to the panel and the status line.
   void applyUnit();
+  /// Takes over what the user chose in the panel.
+  void takeUnit();
   void choosePage(int id);
   void about();
   /// At a help topic ("QBHelp:IDH_ScanError"; empty: its beginning).
@@ -153,6 +155,7 @@ class MainWindow : public QMainWindow {
   bool m_opening = false;
   bool m_closeLater = false;  // when what is being opened was given up
   QActionGroup* m_modes = nullptr;
+  QActionGroup* m_units = nullptr;
   std::vector<QAction*> m_needsPage, m_needsPanel, m_needsOpenPanel, m_needsIdle, m_needsBusy;
   QShortcut* m_stopKey = nullptr;
   quillbay::eTarnwellMode m_mode = quillbay::ScanToView;

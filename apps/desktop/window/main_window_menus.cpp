@@ -189,13 +189,13 @@ void MainWindow::makeViewMenu() {
                  [this] { m_view->actualPixels(); }));
   menu->addSeparator();
   QMenu* units = menu->addMenu(tr("&Units"));
-  auto* group = new QActionGroup(this);
+  m_units = new QActionGroup(this);
   for (const char* unit : {"mm", "inch"}) {
     const QString name = QLatin1String(unit) == QLatin1String("mm") ? tr("&mm") : tr("&inch");
     QAction* action = addAction(units, name, {}, {}, [this, unit] { setUnit(unit); });
     action->setCheckable(true);
-    action->setChecked(m_settings->text("Unit", "mm") == unit);
-    group->addAction(action);
+    action->setData(unit);
+    m_units->addAction(action);
   }
   menu->addSeparator();
   m_panel->toggleViewAction()->setText(tr("&Scanning panel"));
@@ -227,8 +227,15 @@ void MainWindow::setUnit(const char* unit) {
   m_status->showPage(m_document->page(m_view->current()));
 }
 
+void MainWindow::takeUnit() {
+  quillbay::CKxVariant units;
+  if (m_panel->control() && m_panel->control()->GetParam(quillbay::key::Units, &units))
+    setUnit(units.toInt() == quillbay::kInches ? "inch" : "mm");
+}
+
 void MainWindow::applyUnit() {
   const QString unit = m_settings->text("Unit", "mm");
+  for (QAction* action : m_units->actions()) action->setChecked(action->data().toString() == unit);
   m_status->setUnit(unit.toStdString());
   m_pages->setUnit(m_status->unit());
   if (m_panel->control())
