@@ -14,7 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using quillbay::FormatInfo;
 
-constexpr const char* kDefaultFormat = "TIFF";
+constexpr const char* kPagedFormat = "TIFF";
 constexpr std::string_view kReplaced = "\"*?<>|";
 constexpr const char* kCounterTag = "<COUNTER>";
 constexpr std::array kTags{kCounterTag, "<DATE>", "<TIME>", "<USER>", "<COLORSPACE>", "<DPI>", "<SIZE>"};
@@ -113,6 +113,13 @@ void takeFile(const ScanOptions& options, const std::vector<FormatInfo>& formats
 
 }  // namespace
 
+void completeOutput(OutputChoice& choice, const std::string& extension) {
+  if (!choice.extension.empty()) return;
+  choice.extension = extension;
+  const std::vector<FormatInfo> formats = quillbay::ListFormats();
+  if (const FormatInfo* format = formatOfExtension(formats, extension)) choice.format = format->name;
+}
+
 OutputChoice chooseOutput(const ScanOptions& options) {
   const std::vector<FormatInfo> formats = quillbay::ListFormats();
   if (formats.empty())
@@ -130,12 +137,13 @@ OutputChoice chooseOutput(const ScanOptions& options) {
     choice.folder = absolute(options.dir);
     choice.mask = options.mask.empty() ? "scan" : options.mask;
   }
-  if (choice.format.empty()) choice.format = kDefaultFormat;
-  const FormatInfo& format = formatNamed(formats, choice.format);
-  if (choice.extension.empty()) choice.extension = format.extensions.empty() ? "" : format.extensions.front();
-  if (options.multipage && !format.paged) {
-    throw Failure(kUsage,
-                  translated("--multipage: a %s file holds one page; use %s", {format.name, kDefaultFormat}));
+  if (!choice.format.empty()) {
+    const FormatInfo& format = formatNamed(formats, choice.format);
+    if (choice.extension.empty()) choice.extension = format.extensions.empty() ? "" : format.extensions.front();
+    if (options.multipage && !format.paged) {
+      throw Failure(kUsage,
+                    translated("--multipage: a %s file holds one page; use %s", {format.name, kPagedFormat}));
+    }
   }
   // With one file per page, each page needs its own name.
   const bool several = (options.batch && *options.batch != 1) || options.bursting;

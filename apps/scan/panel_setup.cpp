@@ -6,6 +6,8 @@
 
 #include "listings.h"
 #include "names.h"
+#include "preset_actions.h"
+#include "quillbay/formats.h"
 #include "quillbay/preview_resolution.h"
 #include "quillbay/scan_keys.h"
 #include "setting_names.h"
@@ -92,13 +94,16 @@ PanelSetup::PanelSetup(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const
       m_reporter(reporter),
       m_saved(saved) {}
 
-void PanelSetup::apply(const OutputChoice& output, bool writesFile) {
+void PanelSetup::apply(OutputChoice& output, bool writesFile) {
+  applyPreset();
   applyMode();
   applyResolution();
   applyArea();
   applyDeskew();
   applyBursting();
   if (writesFile) applyOutput(output);
+  checkPaged(output);
+  completeFormat(output);
   applyFormatOptions(output);
   applySettings(writesFile);
   choosePreviewResolution();
@@ -127,6 +132,33 @@ int PanelSetup::number(const std::string& key) const {
   CKxVariant value;
   m_control->GetParam(key, &value);
   return value.toInt();
+}
+
+void PanelSetup::applyPreset() {
+  if (m_options.preset.empty()) return;
+  const quillbay::PresetEntry entry = preset_actions::find(m_app, "--preset", m_options.preset);
+  const auto presets = quillbay::query<quillbay::IQuillbayPresets>(m_sink);
+  if (!presets || !presets->ApplyPreset(entry.id)) {
+    throw Failure(kUsage, translated("--preset \"%s\": it holds nothing for the settings of this scanner",
+                                     {m_options.preset}));
+  }
+  m_presetPages = entry.pages;
+}
+
+bool PanelSetup::presetHolds(std::int32_t page) const {
+  return std::find(m_presetPages.begin(), m_presetPages.end(), page) != m_presetPages.end();
+}
+
+/// A file that the options name has to take what the preset makes of it.
+void PanelSetup::checkPaged(const OutputChoice& output) const {
+  if (m_options.preset.empty() || output.format.empty() || number(quillbay::key::MultiPage) == 0) return;
+  for (const quillbay::FormatInfo& format : quillbay::ListFormats()) {
+    if (!names::same(format.name, output.format) || format.paged) continue;
+    throw Failure(kUsage,
+                  translated("--preset \"%s\" writes all pages into one file, and a %s file holds one page; choose "
+                             "another format, or --set %s=0",
+                             {m_options.preset, format.name, quillbay::key::MultiPage}));
+  }
 }
 
 void PanelSetup::applyMode() {
@@ -172,7 +204,8 @@ void PanelSetup::tellDeskew() {
 
 void PanelSetup::applyArea() {
   const AreaRequest request = parseArea(m_options.area);
-  const bool asSaved = request.kind == AreaRequest::Kind::None && m_saved;
+  const bool asSaved =
+      request.kind == AreaRequest::Kind::None && (m_saved || presetHolds(quillbay::kPresetMainPage));
   if (!asSaved) {
     const AreaChoice area = chooseArea(request, listPapers(m_app), m_scanner.bed(), m_options.portrait,
                                        number(quillbay::key::Portrait) != 0);
@@ -197,14 +230,22 @@ void PanelSetup::applyArea() {
 void PanelSetup::applyOutput(const OutputChoice& output) {
   set(quillbay::key::Dir, output.folder, "--dir", kUsage);
   set(quillbay::key::Mask, output.mask, "--mask", kUsage);
-  set(quillbay::key::MultiPage, m_options.multipage ? 1 : 0, "--multipage", kUsage);
+  if (m_options.multipage || !presetHolds(quillbay::kPresetSavePage))
+    set(quillbay::key::MultiPage, m_options.multipage ? 1 : 0, "--multipage", kUsage);
   set(quillbay::key::UseAutoCounter, output.counter ? 1 : 0, "--output", kUsage);
-  set(quillbay::key::Extension, output.extension, "--format", kUsage);
+  // Over what the save page says, for this run alone.
+  if (!output.extension.empty()) set(quillbay::key::Extension, output.extension, "--format", kUsage);
   if (m_options.increment) {
     set(quillbay::key::FileFate, quillbay::kFateIncrement, "--increment", kUsage);
-  } else if (output.named || m_options.overwrite) {
+  } else if (output.named || m_options.overwrite || number(quillbay::key::FileFate) == quillbay::kFateOverwrite) {
     set(quillbay::key::FileFate, quillbay::kFateAsk, "--output", kUsage);  // the answer comes from the policy
   }
+}
+
+void PanelSetup::completeFormat(OutputChoice& output) {
+  CKxVariant extension;
+  m_control->GetParam(quillbay::key::Extension, &extension);
+  if (const auto* text = extension.get<std::string>()) completeOutput(output, *text);
 }
 
 void PanelSetup::applyFormatOptions(const OutputChoice& output) {
@@ -225,7 +266,8 @@ void PanelSetup::applyBursting() {
         translated("--bursting needs an area that sets the length of the pieces: --area custom:L,T,R,B or the name "
                    "of a paper"));
   }
-  set(quillbay::key::Bursting, m_options.bursting ? 1 : 0, "--bursting", kUsage);
+  if (m_options.bursting || !presetHolds(quillbay::kPresetMainPage))
+    set(quillbay::key::Bursting, m_options.bursting ? 1 : 0, "--bursting", kUsage);
 }
 
 /// Refuses an area outside the bed, as --area does.

@@ -18,10 +18,15 @@ class PanelSetup {
              const ScanOptions& options, Reporter& reporter, bool saved);
 
   /// Checks everything and sets it; nothing is created. Throws Failure that names what is wrong and lists what is
-  /// allowed: usage, or device for what this device does not offer.
-  void apply(const OutputChoice& output, bool writesFile);
+  /// allowed: usage, or device for what this device does not offer. A format that the options leave open is filled
+  /// in.
+  void apply(OutputChoice& output, bool writesFile);
 
  private:
+  void applyPreset();
+  /// Whether the preset has values of a page.
+  [[nodiscard]] bool presetHolds(std::int32_t page) const;
+  void checkPaged(const OutputChoice& output) const;
   void applyMode();
   void applyResolution();
   void applyArea();
@@ -29,6 +34,7 @@ class PanelSetup {
   void tellDeskew();
   void applyBursting();
   void applyOutput(const OutputChoice& output);
+  void completeFormat(OutputChoice& output);
   void applyFormatOptions(const OutputChoice& output);
   /// Parts --set into parameters, set at once, and page keys, applied together.
   void chooseSliders(const std::vector<ScanOptions::KeyValue>& settings);
@@ -49,4 +55,5 @@ class PanelSetup {
   const ScanOptions& m_options;
   Reporter& m_reporter;
   const bool m_saved;
+  std::vector<std::int32_t> m_presetPages;
 };

@@ -15,6 +15,9 @@ namespace quillbay {
 enum class StartKind : int { Scan = 0, Prescan = 1, AreaPrescan = 2, Batch = 3 };
 enum class StopKind : int { Now = 0, AfterPage = 1 };
 
+/// The number of the panel's save page (`IQuillbayControl::ShowPage`).
+inline constexpr int kSavePage = 10;
+
 /// Why a run (a scan with all its batch pages or burst pieces) ended.
 enum class EndCause : int {
   Done = 0,     ///< all requested pages
@@ -94,6 +97,9 @@ class IQuillbayControl : public IKxUnknown {
   virtual int Unadvise(IQuillbayEvents* events) = 0;
   /// Writes the settings of all pages into the host's profile now (a panel that closes does so as well).
   virtual int SaveSettings() = 0;
+  /// Brings a settings page to the front by its number; a panel in its small layout grows for it. Returns 1, or 0
+  /// when the current mode has no such page.
+  virtual int ShowPage(int number) = 0;
 };
 
 /// Non-zero when the settings of a panel for a scanner of this name (`IScan::GetName`) are in the profile of `app`.

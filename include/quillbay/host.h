@@ -118,14 +118,17 @@ struct HostOptions {
   std::function<QWidget*(const std::string& page)> showManual;
   /// Folder of lookup files and templates; empty: $XDG_DATA_HOME/quillbay.
   std::string dataFolder;
+  /// Scripts may run programs ("/Run") in this run, whatever the settings say (section "Scripts", key
+  /// "AllowPrograms").
+  bool allowPrograms = false;
   /// Chooses an existing file of a channel (`IFileDialogs::ChooseFile`) in place of a dialog.
   std::function<bool(const std::string& channel, std::string* path)> chooseFile;
 };
 
 /// The application object. It answers queries for `IAppInterior`, `IEvents`, `IProfile`, `IParam`, `IIOParams`,
 /// `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`, `IScanManager`, `IScannerChooser`,
-/// `IScriptServices`, `IScriptCmdSink` and `IStdDirectories`, and, if `HostOptions::interactive`, for `IHelp` and
-/// `IFileDialogs`.
+/// `IScriptServices`, `IScriptQueue`, `IScriptCmdSink`, `IFormatSettings` and `IStdDirectories`, and, if
+/// `HostOptions::interactive`, for `IHelp` and `IFileDialogs`.
 /// User-interface thread only, except as `IEvents` and `IIOParams` state.
 ///
 /// Besides the commands of the panel, the script sink accepts from a program:

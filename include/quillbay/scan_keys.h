@@ -29,18 +29,25 @@ inline constexpr char CustomScanValid[] = "m_fCustomScanValid";
 inline constexpr char Dpi[] = "m_uiDPI";
 inline constexpr char ScanAreaType[] = "m_eScanType";  ///< `ScanAreaType`
 inline constexpr char Bursting[] = "m_fBursting";
-inline constexpr char FileFate[] = "m_fFileFate";  ///< `FileFate`
+inline constexpr char FileFate[] = "m_fFileFate";    ///< `FileFate`
+inline constexpr char EjectType[] = "m_eEjectType";  ///< no value of the panel's own; presets follow it
 inline constexpr char UpdateRect[] = "m_fUpdateRect";
 inline constexpr char ScannerKeyPressed[] = "m_ScannerKeyPressed";
 inline constexpr char Center[] = "m_fCenter";
 inline constexpr char RcScan[] = "m_rcScan";              ///< rectangle, mm
 inline constexpr char RcPreview[] = "m_rcPreview";        ///< rectangle, mm
 inline constexpr char RcCustomScan[] = "m_rcCustomScan";  ///< rectangle, mm
-inline constexpr char Extension[] = "m_Ext";              ///< text: of the output file, with its dot
+/// text: of the output file, with its dot. Setting it overrides the formats of the save page for all colours, until
+/// the user chooses one there or it is set to an empty text; it is not kept.
+inline constexpr char Extension[] = "m_Ext";
 
 // What the pages, the destination and the panel keep beside them.
-inline constexpr char AddWidth[] = "m_Add";    ///< int: percent
-inline constexpr char AutoSet[] = "AUTO_SET";  ///< `Autodetect` as the main page keeps it
+/// text: "(*.tif) TIFF pictures", or how it begins; with a `ColorClass` (`numbered`): the format of its files
+inline constexpr char FormatName[] = "m_ExtSelName";
+inline constexpr char CounterDigits[] = "m_Chars";        ///< int, 1 to 8; `CounterFormat` follows
+inline constexpr char StartCounter[] = "m_StartCounter";  ///< int, its 32 bits without a sign; sets `Counter`
+inline constexpr char AddWidth[] = "m_Add";               ///< int: percent
+inline constexpr char AutoSet[] = "AUTO_SET";             ///< `Autodetect` as the main page keeps it
 inline constexpr char DisablePreview[] = "m_fDisablePreview";
 inline constexpr char AutoAnswerEnable[] =
     "m_AutoAnswerEnable";                                       ///< int: not 0: messages are answered by themselves
@@ -60,6 +67,8 @@ inline constexpr char SaveSettings[] = "SaveSettings";  ///< with a number, 0 to
 /// int: in an otherwise empty set that a page loads, not 0 brings the page to its defaults.
 inline constexpr char ResetMark[] = "__reset";
 inline constexpr char UseFileOut[] = "m_fUseFileOut";
+inline constexpr char UseScript[] = "m_fUseScript";   ///< int: not 0: a script works on each page after its scan
+inline constexpr char ScriptName[] = "m_ScriptName";  ///< text: a script file, or the name of the host's correction
 inline constexpr char Layout[] = "m_fMinSize";
 
 // A scan request (`IQuillbayUnit::Scan`); the main page keeps `Mode`, `ImageDpi` and `Rect` under these names too.
@@ -119,7 +128,10 @@ inline constexpr char Panel[] = "Quillbay2.0";                  ///< of `IProfil
 inline constexpr char ScannerSource[] = "ScanManager\\Source";  ///< of the host's `IParam` root
 inline constexpr char Scroll[] = "Scroll";                      ///< of `IProfile`: a view's
 inline constexpr char PreviewPlacement[] = "PagePreview";       ///< of `IProfile`: where the preview floats
-inline constexpr char Presets[] = "presets";                    ///< in the panel's: a store for each preset
+/// Of `IProfile`: its sub-store "LastOutputDirectory" holds the output folder while a script works on a page.
+inline constexpr char Indexing[] = "indexing";
+inline constexpr char Scripts[] = "Scripts";  ///< of `IProfile`: the host's script processor
+inline constexpr char Presets[] = "presets";  ///< in the panel's: a store for each preset
 }  // namespace section_name
 
 /// Keys of a preset in the profile.
@@ -163,6 +175,7 @@ inline constexpr char AddRaster[] = "IntAddRaster";
 inline constexpr char AddPage[] = "IntAddPage";
 inline constexpr char Process[] = "ProcessScript";
 inline constexpr char Kill[] = "KillCommand";
+inline constexpr char Autocorrect[] = "Autocorrect";  ///< also the key of its script in `section_name::Scripts`
 
 inline constexpr char Raster[] = "RStor";       ///< object: `IRStor`
 inline constexpr char FileName[] = "FileName";  ///< text
@@ -175,7 +188,18 @@ inline constexpr char MultiPage[] = "Multipage";  ///< int
 inline constexpr char BatchScan[] = "BatchScan";  ///< int
 inline constexpr char Prescan[] = "Prescan";      ///< int
 inline constexpr char Connect[] = "Connect";      ///< int
-inline constexpr char KeepWindow[] = "_donthidewindow";  ///< int
+inline constexpr char KeepWindow[] = "_donthidewindow";           ///< int
+inline constexpr char IgnoreCommand[] = "_ignore_command_";       ///< int: 1: the command is not run
+inline constexpr char DontProcessErrors[] = "DontProcessErrors";  ///< int: not 0: failures are not listed
+inline constexpr char Error[] = "Error";                          ///< text: of a failed file: the reason
+
+// Of the host's script settings (`IScriptSyntaxParam`), and of its profile.
+inline constexpr char KeyWord[] = "KeyWord";                          ///< text
+inline constexpr char KeyName[] = "KeyName";                          ///< text
+inline constexpr char LastOutputDirectory[] = "LastOutputDirectory";  ///< sub-store of `section_name::Indexing`
+inline constexpr char Directory[] = "Directory";                      ///< text, in the one before
+inline constexpr char AllowPrograms[] = "AllowPrograms";              ///< int: not 0: scripts may run programs
+inline constexpr char ProgramTimeLimit[] = "ProgramTimeLimit";        ///< int: seconds that such a program may take
 }  // namespace script_key
 
 }  // namespace quillbay

@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <mutex>
 #include <system_error>
+#include <utility>
 
 #include "platform/base_services.h"
 #include "platform/log_category.h"
@@ -36,36 +38,81 @@ std::vector<fs::path> modulesIn(const fs::path& folder) {
   return found;
 }
 
-void loadModule(const fs::path& path, std::vector<const QbFormat*>* formats) {
-  void* handle = dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+std::mutex& knownMutex() {
+  static std::mutex s_mutex;  // guards the next
+  return s_mutex;
+}
+
+std::vector<ModuleAnswer>& knownModules() {
+  static std::vector<ModuleAnswer> s_known;
+  return s_known;
+}
+
+struct Loaded {
+  std::vector<ModuleAnswer> answers;
+  std::vector<const QbFormat*> formats;
+};
+
+const char* loadModule(ModuleAnswer& answer, std::vector<const QbFormat*>* formats) {
+  void* handle = dlopen(answer.file.c_str(), RTLD_NOW | RTLD_LOCAL);
   if (!handle) {
     const char* why = dlerror();
-    logLine(LogLevel::Error, kChannelsLog, "format module not loaded: " + std::string(why ? why : path.c_str()));
-    return;
+    return why ? why : "it cannot be loaded";
   }
   const auto factory = reinterpret_cast<QbModuleFactory>(dlsym(handle, QUILLBAY_FORMAT_FACTORY));
   const QbModule* module = factory ? factory(QUILLBAY_FORMAT_ABI) : nullptr;
-  if (!module || module->abi != QUILLBAY_FORMAT_ABI || module->table_size != sizeof(QbFormat)) {
-    logLine(LogLevel::Error, kChannelsLog,
-            path.string() + (module ? " is a format module of another version; install the one of this program"
-                                    : " is not a format module"));
-    return;  // it is not unloaded: its code may already run
-  }
+  if (!module || module->abi != QUILLBAY_FORMAT_ABI || module->table_size != sizeof(QbFormat))
+    return "it is not a format module of this program";  // it is not unloaded: its code may already run
+  answer.formats.clear();                                // what was kept may be of another name or order
   for (int i = 0; i < module->count; ++i) {
     formats->push_back(module->formats[i]);
-    logLine(LogLevel::Debug, kChannelsLog, std::string(module->formats[i]->name) + " from " + path.string());
+    answer.formats.push_back(factsOf(*module->formats[i]));
+    logLine(LogLevel::Debug, kChannelsLog, std::string(module->formats[i]->name) + " from " + answer.file);
   }
+  answer.state = ModuleState::Good;
+  return nullptr;
 }
 
-std::vector<const QbFormat*> loadAll() {
-  std::vector<const QbFormat*> formats;
+/// The folder's modules, and those elsewhere that are known.
+std::vector<std::string> moduleFiles(const std::string& folder, const std::vector<ModuleAnswer>& known) {
+  std::vector<std::string> files;
+  for (const fs::path& path : modulesIn(folder)) files.push_back(path.string());
+  for (const ModuleAnswer& answer : known) {
+    if (std::find(files.begin(), files.end(), answer.file) == files.end()) files.push_back(answer.file);
+  }
+  return files;
+}
+
+Loaded loadAll() {
+  std::vector<ModuleAnswer> known;
+  {
+    const std::lock_guard lock(knownMutex());
+    known = knownModules();
+  }
+  Loaded loaded;
   const std::string folder = formatFolder();
-  for (const fs::path& path : modulesIn(folder)) loadModule(path, &formats);
-  if (formats.empty()) {
+  loaded.answers = examineModules(moduleFiles(folder, known), known);
+  for (ModuleAnswer& answer : loaded.answers) {
+    // Without the helper program all modules are taken as good: that is better than no formats.
+    const bool loads = answer.state == ModuleState::Good || answer.state == ModuleState::Unasked;
+    const char* why = loads ? loadModule(answer, &loaded.formats) : answer.why.c_str();
+    if (!why) continue;
+    if (loads) {
+      answer.state = ModuleState::Unusable;
+      answer.formats.clear();
+    }
+    logLine(LogLevel::Error, kChannelsLog, "format module " + answer.file + " is not used: " + why);
+  }
+  if (loaded.formats.empty()) {
     logLine(LogLevel::Error, kChannelsLog,
             "no format modules in \"" + folder + "\"; set QUILLBAY_FORMATS to their folder");
   }
-  return formats;
+  return loaded;
+}
+
+const Loaded& loadedModules() {
+  static const Loaded s_loaded = loadAll();
+  return s_loaded;
 }
 
 }  // namespace
@@ -82,10 +129,18 @@ std::string formatFolder() {
   return places[0].string();
 }
 
-const std::vector<const QbFormat*>& loadedFormats() {
-  static const std::vector<const QbFormat*> formats = loadAll();
-  return formats;
+std::string moduleFile(const std::string& name) {
+  return name.find('/') == std::string::npos ? (fs::path(formatFolder()) / name).string() : name;
 }
+
+void rememberModules(std::vector<ModuleAnswer> known) {
+  const std::lock_guard lock(knownMutex());
+  knownModules() = std::move(known);
+}
+
+const std::vector<ModuleAnswer>& moduleAnswers() { return loadedModules().answers; }
+
+const std::vector<const QbFormat*>& loadedFormats() { return loadedModules().formats; }
 
 const QbFormat* formatForName(std::string_view fileName) {
   const std::string extension = fio::extensionOf(fileName);

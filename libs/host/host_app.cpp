@@ -86,6 +86,7 @@ CHostApp::CHostApp(const HostOptions& options)
   m_profile = KxPtr<CHostProfile>::adopt(
       new CHostProfile(m_options.configFolder, m_options.stateFolder, m_options.keepSettings, tell));
   m_io = KxPtr<CIOParams>::adopt(new CIOParams(sectionOf(m_profile.get(), "Formats").get(), GetProductName()));
+  m_formats = KxPtr<CFormatSettings>::adopt(new CFormatSettings(KxPtr<IProfile>::share(m_profile.get()), m_io));
   m_styles = new_HostStyles();
   m_tools = KxPtr<CToolsFactory>::adopt(new CToolsFactory(m_events.as<IEvents>()));
   m_papers = new_StdPapers(sectionOf(m_profile.get(), "Papers").get());
@@ -97,6 +98,7 @@ CHostApp::CHostApp(const HostOptions& options)
 }
 
 CHostApp::~CHostApp() {
+  m_script->queue()->Finish();
   WithdrawApp(static_cast<IHostApp*>(this));
   m_forwarder->clear();
 }
@@ -111,9 +113,10 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
   if (wanted == typeid(IScanManager)) return answerWith<IScanManager>(wanted, scanManager(), out) ? 1 : 0;
   if (wanted == typeid(IParam)) return answerWith<IParam>(wanted, m_profile->state(), out) ? 1 : 0;
   if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
-      answerWith<IIOParams>(wanted, m_io, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
+      answerWith<IIOParams>(wanted, m_io, out) || answerWith<IFormatSettings>(wanted, m_formats, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
       answerWith<IToolsFactory>(wanted, m_tools, out) || answerWith<IStdPapersParam>(wanted, m_papers, out) ||
       answerWith<IScriptCmdSink>(wanted, m_script, out) || answerWith<IScriptServices>(wanted, m_services, out) ||
+      answerWith<IScriptQueue>(wanted, m_script ? m_script->queue() : KxPtr<CScriptQueue>{}, out) ||
       answerWith<IStdDirectories>(wanted, m_files, out) ||
       answerWith<IInterfaceRegistry>(wanted, m_registry, out) || answerWith<IHelp>(wanted, m_help, out)) {
     return 1;

@@ -3,6 +3,7 @@
 #include <string>
 
 #include "core/registry_store.h"
+#include "host/format_settings.h"
 #include "host/help_service.h"
 #include "host/host_events.h"
 #include "host/host_files.h"
@@ -90,6 +91,7 @@ class CHostApp final
   const KxPtr<CInterfaceRegistry> m_registry = KxPtr<CInterfaceRegistry>::adopt(new CInterfaceRegistry);
   KxPtr<CHostProfile> m_profile;
   KxPtr<CIOParams> m_io;
+  KxPtr<CFormatSettings> m_formats;
   KxPtr<IStyleManager> m_styles;
   KxPtr<CToolsFactory> m_tools;
   KxPtr<IStdPapersParam> m_papers;

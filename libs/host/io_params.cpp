@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/base_services.h"
+#include "quillbay/format_settings.h"
 
 namespace quillbay {
 namespace {
@@ -24,13 +25,21 @@ bool refuse(std::string* why, std::string text) {
 
 }  // namespace
 
-CIOParams::CIOParams(IParam* saved, std::string software) : m_software(std::move(software)) {
-  if (saved) Param_CopyTo(saved, m_options.get());
+CIOParams::CIOParams(IParam* saved, std::string software) : m_software(std::move(software)) { takeSaved(saved); }
+
+void CIOParams::takeSaved(IParam* saved) {
+  auto copy = new_MemParam();
+  if (saved) Param_CopyTo(saved, copy.get());
+  const std::lock_guard lock(m_mutex);
+  m_saved = std::move(copy);
 }
 
 IParam* CIOParams::GetFormatOptions(std::string_view format) {
   auto copy = new_MemParam();
   const std::lock_guard lock(m_mutex);
+  const auto entry = KxPtr<IParam>::adopt(m_saved->GetSubStore(format, 0));
+  const auto saved = entry ? KxPtr<IParam>::adopt(entry->GetSubStore(format_key::Options, 0)) : KxPtr<IParam>{};
+  if (saved) Param_CopyTo(saved.get(), copy.get());
   const auto options = KxPtr<IParam>::adopt(m_options->GetSubStore(format, 0));
   if (options) Param_CopyTo(options.get(), copy.get());
   return copy.detach();

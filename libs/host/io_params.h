@@ -10,8 +10,10 @@ namespace quillbay {
 /// The options of the file formats: the saved ones, and over them those of this run. Any thread.
 class CIOParams final : public CKxUnknownImpl<IIOParams> {
  public:
-  /// `saved` (may be null) holds a sub-store for each format; it is copied.
+  /// `saved` (may be null) holds a sub-store for each format, with its `format_key::Options`; it is copied.
   CIOParams(IParam* saved, std::string software);
+  /// The saved ones anew.
+  void takeSaved(IParam* saved);
   /// A copy of the format's options, with a reference; empty when none were set.
   IParam* GetFormatOptions(std::string_view format) override;
   [[nodiscard]] std::string GetSoftware() override { return m_software; }
@@ -22,8 +24,9 @@ class CIOParams final : public CKxUnknownImpl<IIOParams> {
 
  private:
   const std::string m_software;
-  std::mutex m_mutex;  // guards what the next holds
-  const KxPtr<IParam> m_options = new_MemParam();
+  std::mutex m_mutex;  // guards what the next two hold
+  KxPtr<IParam> m_saved = new_MemParam();
+  const KxPtr<IParam> m_options = new_MemParam();  // of this run
 };
 
 }  // namespace quillbay

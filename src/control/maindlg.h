@@ -12,6 +12,7 @@
 #include "control/panel_settings.h"
 #include "control/panel_status.h"
 #include "control/panel_toolbar.h"
+#include "control/preset_manager.h"
 #include "control/run_performer.h"
 #include "platform/panel_controller.h"
 #include "preview/view_sync.h"
@@ -62,6 +63,9 @@ class CMaindlg final : public CDialog, private IPanelController {
   [[nodiscard]] std::string GetNextFileName() const { return m_parts.files() ? m_parts.files()->nextFile() : ""; }
   [[nodiscard]] RunEvents& listeners() noexcept { return m_host.listeners(); }
   int SaveSettings();
+  int ShowPage(int number);
+  int ApplyPreset(std::int32_t id);
+  int TakePreset(Preset* out);
   int GivePreviewCommand(int id);
   [[nodiscard]] int IsPreviewCommandEnabled(int id);
   [[nodiscard]] int IsPreviewCommandChecked(int id);
@@ -110,6 +114,8 @@ class CMaindlg final : public CDialog, private IPanelController {
   std::vector<IUIScanPage*> PagesOf(int mode) override { return m_pages.windowsOf(mode); }
   std::vector<IUIScanPage*> AllPages() override { return m_pages.all(); }
   int LoadPage(IUIScanPage* page, IParam* params) override;
+  int SavePage(IUIScanPage* page, IParam* params) override;
+  IPresetManager* Presets() override { return &m_presets; }
   KxPtr<IParam> PreviewSettings() override { return m_parts.previewSettings; }
 
   void makeForm();
@@ -152,6 +158,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   std::shared_ptr<ScanRouter> m_router;
   KxPtr<ScanSinkForwarder> m_scanSink;
   ScannerConnection m_scanner;
+  CPResetManager m_presets;  // hears of changes before the pages
   PanelPages m_pages;
   ScanSteps m_steps;
   std::unique_ptr<PalettePrescan> m_palette;

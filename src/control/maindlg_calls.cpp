@@ -1,5 +1,9 @@
+#include <QTabBar>
+#include <algorithm>
+
 #include "control/command_ids.h"
 #include "control/maindlg.h"
+#include "control/own_area.h"
 #include "control/start_commands.h"
 #include "platform/post_command.h"
 #include "quillbay/preview_control.h"
@@ -73,6 +77,18 @@ void CMaindlg::PageChanged() {
   });
 }
 
+int CMaindlg::ShowPage(int number) {
+  return m_guard.guarded([&] {
+    const auto pages = m_pages.windowsOf(values().currMode);
+    const auto wanted =
+        std::find_if(pages.begin(), pages.end(), [&](IUIScanPage* p) { return p->GetNumber() == number; });
+    if (wanted == pages.end()) return 0;
+    if (m_layout != 0) switchLayout();
+    m_form->tabs()->setCurrentIndex(static_cast<int>(wanted - pages.begin()));
+    return 1;
+  });
+}
+
 int CMaindlg::ExecCommand(const char* name, IParam* arguments) {
   constexpr int kFailed = 1;
   return m_guard.passed([&] { return m_host.execCommand(name, arguments); }, kFailed);
@@ -98,6 +114,28 @@ int CMaindlg::LoadPage(IUIScanPage* page, IParam* params) {
   const int answer = page->Load(params);
   AreaChanged();
   return answer;
+}
+
+int CMaindlg::SavePage(IUIScanPage* page, IParam* params) {
+  const OwnArea own(*m_params, m_run);
+  const int answer = page->Save(params);
+  PanelPages::removeComputed(params);
+  return answer;
+}
+
+int CMaindlg::ApplyPreset(std::int32_t id) {
+  return m_guard.guarded([&] {
+    const int answer = m_settings.applyPreset(id);
+    if (answer && !m_run.isBusy()) PageChanged();
+    return answer;
+  });
+}
+
+int CMaindlg::TakePreset(Preset* out) {
+  return m_guard.guarded([&] {
+    *out = m_presets.takeCurrent();
+    return 1;
+  });
 }
 
 int CMaindlg::GivePreviewCommand(int id) {

@@ -12,6 +12,7 @@ const char* helpTopicOf(PageRole role) noexcept {
     case PageRole::Setup: return "QBHelp:IDH_quillbay_tab_setting";
     case PageRole::Palette: return "QBHelp:IDH_quillbay_tab_palette";
     case PageRole::Rgb: return "QBHelp:IDH_quillbay_tab_rgb";
+    case PageRole::Save: return "QBHelp:IDH_quillbay_tab_save";
     case PageRole::PostProcessing: return "QBHelp:IDH_quillbay_tab_postprocess";
     default: return "QBHelp:IDH_quillbay_tab_bw";
   }
@@ -45,6 +46,7 @@ PageLists makePageLists(const std::array<bool, kPageRoles>& available, std::int3
     if (mode >= kModeGrey && mode <= kModeRgb) wanted.push_back(PageRole::Rgb);
     if (destinationMode == ScanToView) wanted.push_back(PageRole::PostProcessing);
     if (mode != kModeDirect) wanted.push_back(PageRole::Setup);
+    if (mode != kModeDirect && destinationMode != ScanToPrint) wanted.push_back(PageRole::Save);
     for (const PageRole role : wanted) {
       if (available[static_cast<std::size_t>(role)]) lists[static_cast<std::size_t>(mode)].push_back(role);
     }

@@ -10,8 +10,8 @@ namespace quillbay {
 
 /// The pages that a panel may have. Their order is the order in which they are made; a page's number names its
 /// store.
-enum class PageRole : int { Main, Setup, Bw0, Bw1, Bw2, Bw3, Bw4, Palette, Rgb, PostProcessing };
-inline constexpr int kPageRoles = 10;
+enum class PageRole : int { Main, Setup, Bw0, Bw1, Bw2, Bw3, Bw4, Palette, Rgb, PostProcessing, Save };
+inline constexpr int kPageRoles = 11;
 
 /// The help topic of a page.
 [[nodiscard]] const char* helpTopicOf(PageRole role) noexcept;

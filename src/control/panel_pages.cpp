@@ -8,6 +8,7 @@
 #include "pages/main_settings.h"
 #include "pages/pal_dlg.h"
 #include "pages/rgb_main.h"
+#include "pages/save_setup.h"
 #include "pages/scan_setup.h"
 #include "quillbay/scan_keys.h"
 
@@ -32,6 +33,7 @@ void PanelPages::create(QStackedWidget* place) {
   }
   if (m_controller.Unit()->HasMode(kModeGrey) || m_controller.Unit()->HasMode(kModeRgb))
     take(PageRole::Rgb, new CRGBMain(m_controller, m_params));
+  if (m_params->values().mode != ScanToPrint) take(PageRole::Save, new CSaveSetup(m_controller, m_params));
   m_lists = makePageLists(available, m_params->values().mode);
 }
 

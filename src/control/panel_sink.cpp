@@ -59,11 +59,17 @@ int PanelSink::Advise(IQuillbayEvents* events) { return m_dialog ? m_dialog->lis
 
 int PanelSink::Unadvise(IQuillbayEvents* events) { return m_dialog ? m_dialog->listeners().unadvise(events) : 0; }
 
+int PanelSink::ShowPage(int number) { return m_dialog ? m_dialog->ShowPage(number) : 0; }
+
 int PanelSink::SaveSettings() { return m_dialog ? m_dialog->SaveSettings() : 0; }
 
 IRStor* PanelSink::GetRaster() { return m_dialog ? m_dialog->viewRaster() : nullptr; }
 
 int PanelSink::KeepRasters(int keep) { return m_dialog ? m_dialog->KeepRasters(keep) : kNoWindow; }
+
+int PanelSink::ApplyPreset(std::int32_t id) { return m_dialog ? m_dialog->ApplyPreset(id) : 0; }
+
+int PanelSink::TakePreset(Preset* out) { return m_dialog ? m_dialog->TakePreset(out) : 0; }
 
 int PanelSink::PreviewCommand(quillbay::PreviewCommand command) {
   return m_dialog ? m_dialog->GivePreviewCommand(static_cast<int>(command)) : 0;

@@ -3,6 +3,7 @@
 
 #include "quillbay/control.h"
 #include "quillbay/keep_rasters.h"
+#include "quillbay/presets.h"
 #include "quillbay/preview_control.h"
 #include "quillbay/quillbay.h"
 
@@ -13,8 +14,8 @@ class CMaindlg;
 /// What a host holds of a panel: forwards to the dialog while it lives, and reports that there is no window
 /// afterwards. Commands and parameters are posted, so any thread may give them; everything else is the
 /// user-interface thread's.
-class PanelSink final
-    : public CKxUnknownImpl<IQuillbaySink, IQuillbayControl, IRGetSource, IKeepRasters, IPreviewControl> {
+class PanelSink final : public CKxUnknownImpl<IQuillbaySink, IQuillbayControl, IRGetSource, IKeepRasters,
+                                              IPreviewControl, IQuillbayPresets> {
  public:
   explicit PanelSink(CMaindlg* dialog) : m_dialog(dialog) {}
   void dialogIsGone() noexcept;
@@ -35,12 +36,16 @@ class PanelSink final
   int Advise(IQuillbayEvents* events) override;
   int Unadvise(IQuillbayEvents* events) override;
   int SaveSettings() override;
+  int ShowPage(int number) override;
 
   IRStor* GetRaster() override;
   CRDirectTfm GetTransform() override;
   int GetFlags() override { return 0; }
 
   int KeepRasters(int keep) override;
+
+  int ApplyPreset(std::int32_t id) override;
+  int TakePreset(Preset* out) override;
 
   int PreviewCommand(quillbay::PreviewCommand command) override;
   int IsPreviewCommandEnabled(quillbay::PreviewCommand command) override;

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "pages/scan_area.h"
+#include "params/counter_format.h"
 #include "params/found_angle.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
@@ -55,10 +56,9 @@ std::string checkDpi(IQuillbayUnit& unit, std::int32_t mode, std::int32_t dpi) {
 }
 
 std::string checkFormat(const std::string& format) {
-  const bool fits = format.size() == 4 && format[0] == '%' && format[1] == '.' && format[2] >= '1' &&
-                    format[2] <= '8' && format[3] == 'd';
-  return fits ? std::string()
-              : formatText(Supp_Translate("%s takes %.Nd with N from 1 to 8"), {scan_key::CounterFormat.name});
+  return digitsOfCounter(format) != 0
+             ? std::string()
+             : formatText(Supp_Translate("%s takes %.Nd with N from 1 to 8"), {scan_key::CounterFormat.name});
 }
 
 std::string checkPaper(const CSharedScanParams& params, const std::string& name) {
@@ -165,7 +165,7 @@ std::string checkQuiet(const QuietKey& key, const CKxVariant& value) {
 
 std::string checkExtension(const CKxVariant& value) {
   const auto* text = value.get<std::string>();
-  const bool good = text && text->size() >= 2 && text->front() == '.';
+  const bool good = text && (text->empty() || (text->size() >= 2 && text->front() == '.'));
   return good ? std::string() : formatText(Supp_Translate("%s takes an extension, .tif"), {key::Extension});
 }
 
@@ -191,7 +191,7 @@ std::string ParamAccess::set(std::string_view key, const CKxVariant& value) cons
   std::string why = check(key, value);
   if (!why.empty()) return why;
   if (sameKey(key, key::Extension)) {  // of all colour classes: what a host that asks for one file format wants
-    m_params.quiet().extensions.fill(*value.get<std::string>());
+    m_params.quiet().hostExtension = *value.get<std::string>();
     m_params.NotifyParam(key::Extension);
   } else if (const QuietKey* quiet = findQuietKey(key)) {
     if (quiet->member == &ScanValues::deskew)
@@ -207,7 +207,7 @@ std::string ParamAccess::set(std::string_view key, const CKxVariant& value) cons
 
 int getScanParam(const ScanValues& values, std::string_view key, CKxVariant* out) {
   if (sameKey(key, key::Extension)) {
-    *out = values.extensions[static_cast<std::size_t>(colorClassOf(values.colorSpace))];
+    *out = extensionOf(values, colorClassOf(values.colorSpace));
     return 1;
   }
   if (const QuietKey* quiet = findQuietKey(key)) {

@@ -53,7 +53,7 @@ std::string buildOutputPath(const NameContext& context) {
   if (v.mask.empty() || v.dir.empty()) return {};
   std::string name = v.mask;
   if (v.useAutoCounter && !v.multiPage) name += formatCounter(v.counterFormat, v.counter);
-  name += v.extensions[static_cast<std::size_t>(colorClassOf(v.colorSpace))];
+  name += extensionOf(v, colorClassOf(v.colorSpace));
   const std::string path = fio::withDelimiter(fio::expandHome(v.dir)) + name;
   return replaceInvalid(macrosOf(context).expand(path, context));
 }

@@ -197,6 +197,10 @@ PageDraft CScanToView::draft(bool isLast) const {
 
 std::string CScanToView::nextFile() const { return applyExistsRule(makeNameContext(m_params)).path; }
 
+std::string CScanToView::fileName() const { return fio::fileNameOf(buildOutputPath(makeNameContext(m_params))); }
+
+std::string CScanToView::tags() const { return tagList(makeNameContext(m_params)); }
+
 std::string CScanToView::askFolder() {
   const std::string start = fio::expandHome(m_params.values().dir);
   if (m_context.chooseFolder) return m_context.chooseFolder(this, start);

@@ -8,6 +8,7 @@
 #include "destinations/next_name.h"
 #include "destinations/path_rules.h"
 #include "destinations/run_output.h"
+#include "platform/file_naming.h"
 #include "quillbay/connection_point.h"
 #include "widgets/dialog.h"
 
@@ -26,7 +27,8 @@ namespace quillbay {
 class CScanToView final : public CDialog,
                           public CScanTo,
                           public CKxUnknownImplStatic<IKxUnknown>,
-                          public IFileDestination {
+                          public IFileDestination,
+                          public IFileNaming {
  public:
   /// Numbers of the controls.
   enum Control : int { kUseFileOut = 1301, kDir = 1302, kBrowse = 1303, kMask = 1304, kNextName = 1305 };
@@ -52,6 +54,9 @@ class CScanToView final : public CDialog,
   void pageStarted(const NamedPage& page) override;
   [[nodiscard]] RunFile endRun() override;
   [[nodiscard]] std::string nextFile() const override;
+
+  [[nodiscard]] std::string fileName() const override;
+  [[nodiscard]] std::string tags() const override;
 
   bool OnCommand(int id, int code, std::int64_t value) override;
   /// Looks for the next file's name, without waiting: the field keeps what it shows until that is known.

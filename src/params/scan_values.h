@@ -64,7 +64,8 @@ struct ScanValues {
   DetectedArea found;  ///< by the last search; `isFound` says whether it still counts
   tagRRECT lastScanArea;
   std::string outputFile;
-  std::array<std::string, 4> extensions{".tif", ".tif", ".tif", ".tif"};
+  std::array<std::string, 4> extensions{".tif", ".tif", ".tif", ".tif"};  ///< by colour class
+  std::string hostExtension;  ///< over all of them, as long as the host asks for it; empty: it does not
   std::string scannerName;
   std::string helpTopic;
   bool hasScriptSyntax = false;
@@ -83,6 +84,11 @@ struct ScanValues {
 /// What is detected: `key::Autodetect`, and nothing where the panel cannot detect.
 [[nodiscard]] inline std::int32_t detectionOf(const ScanValues& values) noexcept {
   return values.offersDetection ? values.autodetect : 0;
+}
+/// The extension of files of a colour class.
+[[nodiscard]] inline const std::string& extensionOf(const ScanValues& values, ColorClass colorClass) noexcept {
+  return values.hostExtension.empty() ? values.extensions[static_cast<std::size_t>(colorClass)]
+                                      : values.hostExtension;
 }
 /// The colour space of a scan mode: bitonal for 0-4, grey for 5, palette for 6, colour for all others.
 [[nodiscard]] KxColorSpace colorSpaceOfMode(std::int32_t mode) noexcept;

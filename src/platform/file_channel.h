@@ -1,6 +1,7 @@
 #pragma once
 #include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/page_target.h"
 #include "quillbay/app.h"
@@ -95,6 +96,11 @@ KxPtr<IKxFileChanel> new_FileChanel(IIOParams* params, const std::string& fileNa
 
 /// A channel that reads `fileName` (its content chooses the format). Throws CXFileException.
 KxPtr<IKxFileChanel> new_OpenFileChanel(IIOParams* params, const std::string& fileName);
+
+/// Examines the module of an entry of the host's format settings (`format_key`) and notes there what it can write:
+/// `format_key::ColorSpaces` and `MultiPage`, or `Exclude` when it offers nothing. Returns 1, or 0 when the module is
+/// not there, is none, or failed: nothing is noted then.
+int ProbeSaveFormat(std::string_view name, IParam* entry);
 
 /// Gives the finished pages of a batch's NAME.part their final name; what `Commit` does, after the fact.
 /// Never replaces a file unless `mayReplace`. Throws CXFileException.

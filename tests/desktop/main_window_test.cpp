@@ -5,7 +5,6 @@
 #include "document/page_commands.h"
 #include "document/page_list.h"
 #include "scanner/job_bar.h"
-#include "scanner/output_settings.h"
 #include "scanner/scanner_offer.h"
 #include "window/manual_window.h"
 #include "window/status_line.h"
@@ -238,27 +237,44 @@ TEST_F(DesktopTest, TheFirstStartOffersScannersAndSimulatesOnlyWhenAsked) {
   open({});  // remembered
 }
 
-TEST_F(DesktopTest, TheProgramKeepsHowFilesAreMade) {
+TEST_F(DesktopTest, HowFilesAreMadeIsKeptAndFoundOnTheSavePage) {
   open();
-  OutputSettings wanted{".png", false, false, 12, 5, quillbay::kFateAsk};
-  window->prompts().output = [&](OutputSettings* output) {
-    *output = wanted;
-    return true;
-  };
+  QAction* files = nullptr;
   for (QAction* action : window->findChildren<QAction*>()) {
-    if (action->text().remove('&') == "File settings...") action->trigger();
+    if (action->text().remove('&') == "File settings...") files = action;
   }
-  EXPECT_EQ(readOutput(*control()), wanted);
-  control()->SetParam(quillbay::key::Counter, wanted.counter = 20, nullptr);  // as pages do
-  EXPECT_TRUE(window->setMode(quillbay::ScanToView));
-  EXPECT_EQ(readOutput(*control()), wanted) << "a panel that follows goes on counting";
-  EXPECT_TRUE(window->close());
-  window.reset();
-  open({});
-  EXPECT_EQ(readOutput(*control()), wanted);
+  ASSERT_TRUE(files);
+  files->trigger();
+  auto* grey = window->findChild<QComboBox*>("grey");
+  ASSERT_TRUE(grey && grey->isVisible()) << "the save page is in front";
+  const auto chosen = quillbay::new_MemParam();
+  chosen->SetValue("m_ExtSelName0", "(*.png)");
+  chosen->SetValue("m_Chars", 5);
+  chosen->SetValue("m_fFileFate", static_cast<int>(quillbay::kFateAsk));
+  quillbay::query<quillbay::IQuillbaySink>(control())->ApplyParams(chosen.get());
+  QApplication::processEvents();
+  const auto text = [this](const char* key) {
+    quillbay::CKxVariant value;
+    control()->GetParam(key, &value);
+    const auto* found = value.get<std::string>();
+    return found ? *found : std::to_string(value.toInt());
+  };
+  control()->SetParam(quillbay::key::Counter, 20, nullptr);  // as pages do
+  for (int start = 0; start < 2; ++start) {
+    EXPECT_EQ(text("m_Ext"), ".png");
+    EXPECT_EQ(text("m_CounterFormat"), "%.5d");
+    EXPECT_EQ(text("m_fFileFate"), "2");
+    EXPECT_EQ(text("m_nCounter"), "20") << "a panel that follows goes on counting";
+    EXPECT_TRUE(window->close());
+    window.reset();
+    open({});
+  }
+  EXPECT_EQ(control()->SetParam("m_Ext", ".tif", nullptr), 1);
+  EXPECT_EQ(text("m_Ext"), ".tif");
+  EXPECT_EQ(control()->SetParam("m_Ext", "", nullptr), 1) << "the user's choice again";
+  EXPECT_EQ(text("m_Ext"), ".png");
   std::string why;
-  wanted.extension = "png";
-  EXPECT_FALSE(applyOutput(*control(), wanted, &why));
+  EXPECT_EQ(control()->SetParam("m_Ext", "png", &why), 0);
   EXPECT_TRUE(why.find(".tif") != std::string::npos) << why;
 }
 

@@ -40,7 +40,7 @@ JobBar::JobBar(QWidget* parent)
   new WheelGuard(m_source);
   m_source->setToolTip(tr("Where documents come from"));
   m_files->setAccessibleName(tr("File settings"));
-  m_files->setToolTip(tr("Format, one file for all pages, and the counter"));
+  m_files->setToolTip(tr("The save page: formats, one file for all pages, and the counter"));
   m_device->setAccessibleName(tr("Scanner settings"));
   m_device->setToolTip(tr("Settings of the scanner"));
   row->addWidget(m_sourceLabel);

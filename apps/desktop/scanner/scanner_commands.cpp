@@ -10,7 +10,7 @@
 #include "recovery/session_guard.h"
 #include "scanner/first_choices.h"
 #include "scanner/job_bar.h"
-#include "scanner/output_dialog.h"
+#include "scanner/next_counter.h"
 #include "scanner/panel_dock.h"
 #include "scanner/sim_device.h"
 #include "window/log_dock.h"
@@ -57,7 +57,7 @@ void ScannerCommands::fill(QMenu* menu) {
   QMenu* sources = menu->addMenu(tr("S&ource"));
   m_sources = sources->menuAction();
   connect(sources, &QMenu::aboutToShow, this, [this, sources] { fillSources(sources); });
-  m_files = add(tr("&File settings..."), tr("Format, one file for all pages, and the counter"),
+  m_files = add(tr("&File settings..."), tr("The save page of the panel: formats, one file for all pages, and the counter"),
                 &ScannerCommands::chooseFiles);
   m_device = add(tr("Scanner setti&ngs..."), tr("Settings of the scanner"), &ScannerCommands::chooseDevice);
 }
@@ -104,10 +104,7 @@ void ScannerCommands::prepare() {
 void ScannerCommands::panelTried(bool opened) {
   quillbay::IQuillbayControl* control = m_window->panelDock().control();
   if (!opened || !control) return;
-  OutputSettings output = readOutput(*control);
-  std::string why;
-  if (recallOutput(m_window->settings(), &output) && !applyOutput(*control, output, &why))
-    m_window->log().note(QString::fromStdString(why));
+  recallCounter(m_window->settings(), *control);
 }
 
 bool ScannerCommands::mayChange() {
@@ -173,14 +170,10 @@ void ScannerCommands::changeSource(quillbay::IScan* scanner, UnitSource source) 
 
 void ScannerCommands::chooseFiles() {
   quillbay::IQuillbayControl* control = m_window->panelDock().control();
-  if (!control || !mayChange()) return;
-  OutputSettings output = readOutput(*control);
-  if (!m_window->prompts().output(&output)) return;
-  control = m_window->panelDock().control();  // the panel may have gone while the window was open
-  std::string why;
   if (!control) return;
-  if (!applyOutput(*control, output, &why)) return m_window->tell(QString::fromStdString(why));
-  keepOutput(m_window->settings(), output);
+  m_window->panelDock().show();
+  m_window->panelDock().raise();
+  control->ShowPage(quillbay::kSavePage);
 }
 
 void ScannerCommands::chooseDevice() {

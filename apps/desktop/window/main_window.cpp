@@ -63,7 +63,8 @@ QString endText(quillbay::EndCause cause, int pages) {
 MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
     : QMainWindow(parent),
       m_self(std::make_shared<MainWindow*>(this)),
-      m_prompts(windowPrompts(this, [this](const std::string& topic) { openManual(topic); })),
+      m_prompts(windowPrompts(
+          this, [this](const std::string& topic) { openManual(topic); }, [this] { return m_app.get(); })),
       m_document(new Document(this)) {
   setWindowTitle("Quillbay");
   m_log = new LogDock(this);  // the host's first words go there

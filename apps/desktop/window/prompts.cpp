@@ -9,10 +9,10 @@
 #include <QPushButton>
 #include <QStandardPaths>
 
+#include "quillbay/format_settings.h"
 #include "quillbay/formats.h"
 #include "quillbay/unit_setup.h"
 #include "recovery/recovery_dialog.h"
-#include "scanner/output_dialog.h"
 #include "scanner/scanner_dialog.h"
 
 namespace desktop {
@@ -46,15 +46,27 @@ QStringList filesToOpen(QWidget* parent) {
   return files;
 }
 
-QString nameToSave(QWidget* parent, const QString& suggested, bool paged) {
+/// What the host's settings list, each with all extensions of its module.
+QStringList saveFilters(quillbay::IApp* app, bool paged) {
+  const auto formats = quillbay::ListFormats();
+  QStringList filters;
+  for (const quillbay::SaveFormat& listed : quillbay::ListSaveFormats(app)) {
+    if (paged && !listed.multiPage) continue;
+    const QString usual = "*." + QString::fromStdString(listed.extension);
+    QStringList patterns{usual};
+    for (const auto& format : formats) {
+      if (format.name == listed.name) patterns += patternsOf(format).split(' ');
+    }
+    patterns.removeDuplicates();
+    filters += QString("%1 (%2)").arg(text(listed.description.c_str()), patterns.join(' '));
+  }
+  return filters;
+}
+
+QString nameToSave(QWidget* parent, const QStringList& filters, const QString& suggested, bool paged) {
   QFileDialog dialog(parent, paged ? text("Save all pages in one file") : text("Save page"));
   dialog.setAcceptMode(QFileDialog::AcceptSave);
   dialog.setDirectory(lastFolder());
-  QStringList filters;
-  for (const auto& format : quillbay::ListFormats()) {
-    if (paged && !format.paged) continue;
-    filters += QString("%1 (%2)").arg(QString::fromStdString(format.name), patternsOf(format));
-  }
   dialog.setNameFilters(filters);
   const QString suffix = QFileInfo(suggested).suffix();
   dialog.setDefaultSuffix(suffix.isEmpty() ? "tif" : suffix);
@@ -121,11 +133,12 @@ bool askStop(QWidget* parent) {
 
 }  // namespace
 
-Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& topic)> help) {
+Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& topic)> help,
+                      std::function<quillbay::IApp*()> app) {
   Prompts prompts;
   prompts.openFiles = [parent] { return filesToOpen(parent); };
-  prompts.saveName = [parent](const QString& suggested, bool paged) {
-    return nameToSave(parent, suggested, paged);
+  prompts.saveName = [parent, app = std::move(app)](const QString& suggested, bool paged) {
+    return nameToSave(parent, saveFilters(app(), paged), suggested, paged);
   };
   prompts.folder = [parent] {
     return QFileDialog::getExistingDirectory(parent, text("Folder for the pages"), lastFolder());
@@ -140,12 +153,6 @@ Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& top
     ScannerDialog dialog(manager, help, parent);
     if (dialog.exec() != QDialog::Accepted) return false;
     *device = dialog.device();
-    return true;
-  };
-  prompts.output = [parent](OutputSettings* output) {
-    OutputDialog dialog(*output, parent);
-    if (dialog.exec() != QDialog::Accepted) return false;
-    *output = dialog.output();
     return true;
   };
   prompts.device = [parent](const quillbay::KxPtr<quillbay::IUnitOptions>& unit, const QString& name) {

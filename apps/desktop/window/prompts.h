@@ -15,7 +15,6 @@ class IUnitOptions;
 
 namespace desktop {
 
-struct OutputSettings;
 enum class UnsavedAnswer { Save, Discard, Cancel };
 
 /// Everything that the program asks a user, in one place; tests answer in the user's stead.
@@ -36,8 +35,6 @@ struct Prompts {
   std::function<int()> batchPages;
   /// Stores what opens the scanner; false: given up.
   std::function<bool(quillbay::IScanManager* manager, std::string* device)> scanner;
-  /// Changes how files are made; false: given up.
-  std::function<bool(OutputSettings* output)> output;
   /// Lets the user change a scanner's own settings, which are set at once; false: nothing was changed.
   std::function<bool(const quillbay::KxPtr<quillbay::IUnitOptions>& unit, const QString& name)> device;
   /// What to do with what a crash has left; `troubles` are told.
@@ -47,6 +44,8 @@ struct Prompts {
 };
 
 /// Asks with windows over `parent`. `help` opens the manual at a help topic ("QBHelp:IDH_ScanError").
-[[nodiscard]] Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& topic)> help);
+/// `app` returns the application object, whose settings say what pages can be saved in.
+[[nodiscard]] Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& topic)> help,
+                                    std::function<quillbay::IApp*()> app);
 
 }  // namespace desktop

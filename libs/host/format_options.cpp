@@ -1,0 +1,175 @@
+#include "host/format_options.h"
+
+#include <QDialogButtonBox>
+#include <QFormLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QPointer>
+#include <QPushButton>
+#include <QVBoxLayout>
+#include <algorithm>
+
+#include "host/format_fields.h"
+#include "host/format_forms.h"
+#include "host/format_texts.h"
+#include "platform/base_services.h"
+#include "quillbay/format_settings.h"
+
+namespace quillbay {
+
+namespace {
+
+constexpr int kWidestHelp = 320;
+constexpr std::uint32_t kEveryColor = 3 | 8 | 16 | 256 | 512;
+
+QString optionText(const std::string& english) { return QString::fromStdString(Supp_Translate(english)); }
+
+/// The control of an option in a form, or null.
+QWidget* controlOf(const QWidget* form, const char* key) {
+  if (!form) return nullptr;
+  for (QWidget* child : form->findChildren<QWidget*>()) {
+    const QVariant own = child->property("optionKey");
+    if (own.isValid() && sameKey(own.toString().toStdString(), key)) return child;
+  }
+  return nullptr;
+}
+
+/// A row of a table-made form: label, control, and what the module says about it.
+void addRow(QFormLayout* rows, const QbOptionInfo& option, QWidget* control) {
+  auto* label = new QLabel(QString::fromStdString(formatOptionLabel(option.key)));
+  label->setBuddy(control);
+  rows->addRow(label, control);
+  auto* help = new QLabel(optionText(option.help ? option.help : ""));
+  help->setWordWrap(true);
+  help->setTextFormat(Qt::PlainText);
+  help->setMinimumWidth(kWidestHelp);
+  QFont small = help->font();
+  small.setPointSizeF(small.pointSizeF() * 0.9);
+  help->setFont(small);
+  if (!help->text().isEmpty()) rows->addRow(help);
+}
+
+}  // namespace
+
+FormatOptionsDialog::FormatOptionsDialog(const QbFormat& format, IParam* options, QWidget* parent)
+    : QDialog(parent),
+      m_options(options),
+      m_preferred(static_cast<std::uint32_t>(paramInt(options, format_key::PreferredPage))),
+      m_note(new QLabel) {
+  setWindowTitle(QString::fromStdString(formatText(Supp_Translate("Options of %s"), {format.name})));
+  auto* column = new QVBoxLayout(this);
+  column->addWidget(makePage(format));
+  m_note->setWordWrap(true);
+  m_note->setTextFormat(Qt::PlainText);
+  column->addWidget(m_note);
+  column->addStretch(1);
+  auto* buttons = new QDialogButtonBox;
+  buttons->addButton(optionText("OK"), QDialogButtonBox::AcceptRole)->setDefault(true);
+  buttons->addButton(optionText("Cancel"), QDialogButtonBox::RejectRole);
+  QPushButton* defaults = buttons->addButton(optionText("&Defaults"), QDialogButtonBox::ResetRole);
+  defaults->setEnabled(!m_fields.empty());
+  column->addWidget(buttons);
+  connect(buttons, &QDialogButtonBox::accepted, this, &FormatOptionsDialog::accept);
+  connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
+  connect(defaults, &QPushButton::clicked, this, [this] { reset(); });
+  showDependent();
+}
+
+FormatOptionsDialog::~FormatOptionsDialog() = default;
+
+QWidget* FormatOptionsDialog::makePage(const QbFormat& format) {
+  auto* page = new QWidget;
+  auto* column = new QVBoxLayout(page);
+  column->setContentsMargins(0, 0, 0, 0);
+  QWidget* form = newFormatForm(format.name);
+  if (form) column->addWidget(form);
+  QFormLayout* rows = nullptr;
+  for (const QbOptionInfo* option = format.options; option && option->key; ++option) {
+    QWidget* control = controlOf(form, option->key);
+    if (!control || !FormatField::fits(*option, control)) {
+      if (!rows) {
+        auto* group = new QGroupBox(form ? optionText("More") : optionText("Options"));
+        rows = new QFormLayout(group);
+        rows->setRowWrapPolicy(QFormLayout::WrapLongRows);
+        column->addWidget(group);
+      }
+      control = FormatField::newControl(*option);
+      addRow(rows, *option, control);
+    }
+    addField(*option, control);
+  }
+  if (m_fields.empty()) column->addWidget(new QLabel(optionText("This format has no options.")));
+  return page;
+}
+
+void FormatOptionsDialog::addField(const QbOptionInfo& option, QWidget* control) {
+  auto field = std::make_unique<FormatField>(option, control, m_preferred);
+  CKxVariant kept;
+  std::string value = field->otherwise();
+  if (m_options->GetValue(option.key, &kept)) {
+    if (const auto* text = kept.get<std::string>())
+      value = *text;
+    else if (kept.get<std::int32_t>())
+      value = toText(std::int64_t{kept.toInt()});
+  }
+  field->setValue(value);
+  field->listen([this] { showDependent(); });
+  m_fields.push_back(std::move(field));
+}
+
+std::string FormatOptionsDialog::valueOf(std::string_view key) const {
+  for (const auto& field : m_fields) {
+    if (sameKey(field->key(), key)) return field->value();
+  }
+  return {};
+}
+
+/// Enables what counts with the other choices, and says what a choice does not take.
+void FormatOptionsDialog::showDependent() {
+  QStringList notes;
+  for (const auto& field : m_fields) {
+    const std::uint32_t colors = formatChoiceColors(field->key(), field->value());
+    if ((colors & kEveryColor) != kEveryColor) {
+      const std::string text = colors == 3 ? "%s is for black-and-white pages only: with it grey and colour pages "
+                                             "are refused. Automatic takes what fits each page."
+                                           : "%s is for greyscale and colour pages only: with it black-and-white "
+                                             "and palette pages are refused. Automatic takes what fits each page.";
+      notes += QString::fromStdString(formatText(Supp_Translate(text), {formatChoiceText(field->value())}));
+    }
+    const QString rule = field->control()->property("enabledWhen").toString();
+    if (rule.isEmpty()) continue;
+    const QString wanted = QString::fromStdString(valueOf(rule.section('=', 0, 0).toStdString()));
+    const bool counts = rule.section('=', 1).split('|').contains(wanted, Qt::CaseInsensitive);
+    field->control()->setEnabled(counts);
+    for (QLabel* label : findChildren<QLabel*>()) {
+      if (label->buddy() == field->control()) label->setEnabled(counts);
+    }
+  }
+  m_note->setText(notes.join('\n'));
+  m_note->setVisible(!notes.isEmpty());
+}
+
+void FormatOptionsDialog::reset() {
+  for (const auto& field : m_fields) field->setValue(field->otherwise());
+}
+
+void FormatOptionsDialog::accept() {
+  for (const auto& field : m_fields) {
+    const std::string value = field->value();
+    if (value.empty() || value == field->otherwise())
+      m_options->Remove(field->key());
+    else
+      m_options->SetValue(field->key(), value);
+  }
+  QDialog::accept();
+}
+
+bool ShowFormatOptions(const QbFormat& format, IParam* options, QWidget* parent) {
+  const auto held = KxPtr<IParam>::share(options);
+  const QPointer<FormatOptionsDialog> dialog(new FormatOptionsDialog(format, options, parent));
+  const int answer = dialog->exec();
+  if (dialog) delete dialog.data();
+  return answer == QDialog::Accepted;
+}
+
+}  // namespace quillbay

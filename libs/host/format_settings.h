@@ -1,0 +1,32 @@
+#pragma once
+#include <string>
+#include <vector>
+
+#include "channels/module_probe.h"
+#include "host/io_params.h"
+#include "quillbay/format_settings.h"
+
+namespace quillbay {
+
+/// What the settings know of modules from earlier runs.
+[[nodiscard]] std::vector<ModuleAnswer> knownModules(IProfile* profile);
+
+/// The settings of file formats in the host's profile: an entry for each format that a module offers, and what was
+/// found out of the modules, so that a start with the same modules examines none. User-interface thread.
+class CFormatSettings final : public CKxUnknownImpl<IFormatSettings> {
+ public:
+  /// Hands what is known of modules to their loader, which uses it when formats are first asked for.
+  CFormatSettings(KxPtr<IProfile> profile, KxPtr<CIOParams> options);
+  IParam* GetSection(std::string_view name) override;
+  int ShowOptions(std::string_view format, IParam* entry, QWidget* parent) override;
+  void OptionsChanged() override;
+
+ private:
+  [[nodiscard]] KxPtr<IParam> section(std::string_view name) const;
+
+  const KxPtr<IProfile> m_profile;
+  const KxPtr<CIOParams> m_options;
+  bool m_isUpToDate = false;  // the modules' answers are in the profile
+};
+
+}  // namespace quillbay

@@ -1,0 +1,172 @@
+// The settings of file formats: entries made of the modules, options, and their dialogs.
+#include "host/format_settings.h"
+
+#include <gtest/gtest.h>
+
+#include <QtWidgets>
+
+#include "channels/module_loader.h"
+#include "host/format_options.h"
+#include "host_fixture.h"
+#include "quillbay/format_settings.h"
+#include "quillbay/host.h"
+
+namespace quillbay {
+namespace {
+
+KxPtr<IHostApp> makeApp(const TempFolder& folder) {
+  HostOptions options = folder.options();
+  options.interactive = false;
+  return New_HostApp(options);
+}
+
+KxPtr<IParam> entryOf(IApp* app, const char* section, const char* name) {
+  const auto settings = query<IFormatSettings>(app);
+  const auto list = KxPtr<IParam>::adopt(settings->GetSection(section));
+  return KxPtr<IParam>::adopt(list->GetSubStore(name, 0));
+}
+
+const QbFormat& formatOf(const char* name) {
+  for (const QbFormat* format : loadedFormats()) {
+    if (std::string(format->name) == name) return *format;
+  }
+  throw std::runtime_error(std::string("no format ") + name);
+}
+
+TEST(FormatSettings, ListsTheModulesFormatsAndKeepsWhatIsKnown) {
+  const TempFolder folder;
+  const auto app = makeApp(folder);
+  const auto tiff = entryOf(app.get(), format_key::AllSaveFormats, "TIFF");
+  ASSERT_TRUE(tiff);
+  EXPECT_EQ(paramString(tiff.get(), "FormatDLL"), "tiff.so");
+  EXPECT_EQ(paramString(tiff.get(), "Extension"), "tif");
+  EXPECT_EQ(std::make_tuple(paramInt(tiff.get(), "DirectSave"), paramInt(tiff.get(), "MultiPage")),
+            std::make_tuple(1, 1));
+  EXPECT_NE(paramInt(tiff.get(), "TwSaveColorSpace") & 1, 0);
+  const auto png = entryOf(app.get(), format_key::AllSaveFormats, "PNG");
+  EXPECT_EQ(paramInt(png.get(), "MultiPage"), 0);
+  const auto list = KxPtr<IParam>::adopt(query<IFormatSettings>(app.get())->GetSection(format_key::AllSaveFormats));
+  EXPECT_EQ(list->GetSubStores().front(), "TIFF") << "what counts while the user has chosen nothing";
+  query<IProfile>(app.get())->Flush();
+
+  // The next start asks no module: its answers are in the settings.
+  const auto next = makeApp(folder);
+  std::vector<std::string> files;
+  for (const ModuleAnswer& answer : moduleAnswers()) files.push_back(answer.file);
+  const auto known = knownModules(query<IProfile>(next.get()).get());
+  int examined = -1;
+  const auto answers = examineModules(files, known, kProbeLimit, &examined);
+  EXPECT_EQ(examined, 0);
+  EXPECT_EQ(answers.size(), files.size());
+}
+
+TEST(FormatSettings, AModuleThatFailedOrChangedIsAskedWhenItsFileIsAnother) {
+  const TempFolder folder;
+  const auto app = makeApp(folder);
+  const auto settings = query<IFormatSettings>(app.get());
+  const auto list = KxPtr<IParam>::adopt(settings->GetSection(format_key::AllSaveFormats));
+  const auto failed = KxPtr<IParam>::adopt(list->GetSubStore("gone.so", 1));
+  failed->SetValue("FormatDLL", "/elsewhere/gone.so");
+  failed->SetValue("TwExclude", 1);
+  failed->SetValue("TwReason", "it crashes");
+  failed->SetValue("TwFileSize", "100");
+  const auto off = KxPtr<IParam>::adopt(list->GetSubStore("PNG", 0));
+  off->SetValue("Enabled", 0);
+  off->SetValue("Description", "Mine");
+  query<IProfile>(app.get())->Flush();
+  const auto known = knownModules(query<IProfile>(app.get()).get());
+  const auto gone = std::find_if(known.begin(), known.end(),
+                                 [](const ModuleAnswer& a) { return a.file == "/elsewhere/gone.so"; });
+  ASSERT_NE(gone, known.end());
+  EXPECT_EQ(std::make_tuple(gone->state, gone->size), std::make_tuple(ModuleState::Crashed, std::int64_t{100}));
+
+  const auto next = makeApp(folder);
+  const auto png = entryOf(next.get(), format_key::AllSaveFormats, "PNG");
+  EXPECT_EQ(paramInt(png.get(), "Enabled", 1), 0) << "the user's";
+  EXPECT_EQ(paramString(png.get(), "Description"), "Mine");
+  EXPECT_EQ(paramInt(entryOf(next.get(), format_key::AllSaveFormats, "gone.so").get(), "TwExclude"), 0)
+      << "the file went: what it was does not count";
+}
+
+TEST(FormatSettings, OptionsOfTheSettingsCountUntilThisRunSaysOtherwise) {
+  const TempFolder folder;
+  const auto app = makeApp(folder);
+  const auto settings = query<IFormatSettings>(app.get());
+  const auto formats = KxPtr<IParam>::adopt(settings->GetSection(format_key::Formats));
+  const auto entry = KxPtr<IParam>::adopt(formats->GetSubStore("TIFF", 1));
+  KxPtr<IParam>::adopt(entry->GetSubStore("Options", 1))->SetValue("Compression", "LZW");
+  const auto compression = [&] {
+    const auto options = KxPtr<IParam>::adopt(query<IIOParams>(app.get())->GetFormatOptions("TIFF"));
+    return paramString(options.get(), "Compression");
+  };
+  EXPECT_EQ(compression(), "");
+  settings->OptionsChanged();
+  EXPECT_EQ(compression(), "LZW");
+  std::string why;
+  EXPECT_EQ(app->SetFormatOption("TIFF", "Compression", "Deflate", &why), 1) << why;
+  EXPECT_EQ(compression(), "Deflate");
+}
+
+TEST(FormatOptions, EveryFormatHasADialogForAllItsOptions) {
+  for (const QbFormat* format : loadedFormats()) {
+    const auto options = new_MemParam();
+    FormatOptionsDialog dialog(*format, options.get(), nullptr);
+    std::set<QChar> used;
+    for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+      const auto at = label->text().indexOf('&');
+      if (!label->buddy() || at < 0) continue;
+      EXPECT_TRUE(used.insert(label->text().at(at + 1).toLower()).second)
+          << format->name << ": " << label->text().toStdString();
+    }
+    dialog.accept();
+    EXPECT_TRUE(options->GetKeys().empty()) << format->name << ": defaults are not kept";
+  }
+}
+
+TEST(FormatOptions, ChoicesOfTheClassStandFirstAndWhatDependsIsDisabled) {
+  const auto options = new_MemParam();
+  options->SetValue("Compression", "Deflate");
+  options->SetValue("Level", "7");
+  options->SetValue("PreferredPage", 16);
+  FormatOptionsDialog dialog(formatOf("TIFF"), options.get(), nullptr);
+  auto* compression = dialog.findChild<QComboBox*>("compression");
+  auto* level = dialog.findChild<QSpinBox*>("level");
+  ASSERT_TRUE(compression && level);
+  EXPECT_EQ(compression->itemData(0).toString(), "auto");
+  EXPECT_GT(compression->findData("G4"), compression->findData("Zstandard")) << "not for greyscale";
+  EXPECT_TRUE(level->isEnabled());
+  EXPECT_EQ(level->value(), 7);
+  compression->setCurrentIndex(compression->findData("LZW"));
+  EXPECT_FALSE(level->isEnabled());
+  dialog.accept();
+  EXPECT_EQ(paramString(options.get(), "Compression"), "LZW");
+  EXPECT_EQ(paramString(options.get(), "Level"), "7");
+}
+
+/// A module of somebody else.
+TEST(FormatOptions, ATableOfOptionsIsEnough) {
+  static const char* const kShapes[] = {"round", "square", nullptr};
+  static const QbOptionInfo kOptions[] = {{"Shape", "The shape of things.", kShapes, 0, 0, nullptr},
+                                          {"DotCount", "Dots, 1 to 9.", nullptr, 1, 9, "4"},
+                                          {"Motto", "Any text.", nullptr, 0, 0, ""},
+                                          {}};
+  QbFormat format{};
+  format.name = "Other";
+  format.options = kOptions;
+  const auto options = new_MemParam();
+  options->SetValue("Shape", "oval");  // not a choice (any more)
+  FormatOptionsDialog dialog(format, options.get(), nullptr);
+  auto* shape = dialog.findChild<QComboBox*>();
+  auto* count = dialog.findChild<QSpinBox*>();
+  ASSERT_TRUE(shape && count);
+  EXPECT_EQ(shape->currentData().toString(), "round");
+  EXPECT_EQ(std::make_tuple(count->minimum(), count->maximum(), count->value()), std::make_tuple(1, 9, 4));
+  shape->setCurrentIndex(1);
+  count->setValue(5);
+  dialog.accept();
+  EXPECT_EQ(options->GetKeys(), (std::vector<std::string>{"Shape", "DotCount"}));
+  EXPECT_EQ(paramString(options.get(), "DotCount"), "5");
+}
+
+}  // namespace
+}  // namespace quillbay
