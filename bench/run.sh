@@ -22,6 +22,14 @@ measure() {
   "$build/bin/store_bench" "$memory"
 
   echo
+  echo "File formats beside other programs: the same pixels, from memory to memory, two cores"
+  /usr/bin/python3 bench/format_bench.py "$build" "$memory" "$@"
+
+  echo
+  echo "Killed at random moments of a batch of 100 pages into one file: what is left"
+  /usr/bin/python3 bench/kill_bench.py "$build" "$out/kills"
+
+  echo
   echo "The picture of a scan on the screen beside libvips, one thread each, the same pixels in memory"
   "$build/bin/reduction_bench" "$memory"
 

@@ -4,7 +4,7 @@
 
 using quillbay::fuzz::checkAnswer;
 using quillbay::fuzz::CheckedReader;
-using quillbay::fuzz::fuzzedFormat;
+using quillbay::fuzz::fuzzedModule;
 using quillbay::fuzz::MemoryFile;
 using quillbay::fuzz::require;
 
@@ -13,12 +13,14 @@ namespace {
 constexpr std::int32_t kWidth = 13, kHeight = 5, kMostPages = 3, kMostLines = 20;
 constexpr std::size_t kMostReadBytes = std::size_t{1} << 20;
 
+const QbFormat& fuzzedFormat() { return *fuzzedModule().formats[0]; }
+
 using Lines = std::vector<std::uint8_t>;
 
 /// The first lines of the first pages; empty where a page cannot be opened.
 std::vector<Lines> pagesOf(const MemoryFile& file, std::int32_t* count) {
   std::vector<Lines> pages;
-  CheckedReader reader(file);
+  CheckedReader reader(fuzzedFormat(), file);
   *count = reader.opened() ? reader.pages() : 0;
   for (std::int32_t page = 0; page < std::min(*count, kMostPages); ++page) {
     const auto picture = reader.openPage(page);
@@ -73,7 +75,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (size > 0 && !fuzzedFormat().probe(data, std::min<std::size_t>(size, 64))) return -1;
+  if (size > 0 && !quillbay::fuzz::formatOf(data, size)) return -1;
   MemoryFile file(data, size);
   std::int32_t before = 0;
   const std::vector<Lines> were = pagesOf(file, &before);
@@ -84,7 +86,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::vector<Lines> are = pagesOf(file, &after);
   require(after == before + 1 && after == counted, "the file has one page more");
   for (std::size_t i = 0; i < were.size(); ++i) require(are[i] == were[i], "the pages before are what they were");
-  CheckedReader reader(file);
+  CheckedReader reader(fuzzedFormat(), file);
   const auto picture = reader.openPage(after - 1);
   require(picture && picture->width == kWidth && picture->height == kHeight, "the new page is there");
   require(reader.readLines(*picture, kHeight, 0).size() == quillbay::fuzz::lineBytesOf(*picture) * kHeight,

@@ -3,7 +3,6 @@
 #include "fuzzed_module.h"
 
 using quillbay::fuzz::CheckedReader;
-using quillbay::fuzz::fuzzedFormat;
 using quillbay::fuzz::MemoryFile;
 using quillbay::fuzz::require;
 
@@ -31,14 +30,15 @@ void readPage(CheckedReader& reader, std::int32_t page) {
 }  // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-  (void)fuzzedFormat();  // its counters are there before the first input
+  (void)quillbay::fuzz::fuzzedModule();  // its counters are there before the first input
   return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  if (!fuzzedFormat().probe(data, std::min<std::size_t>(size, 64))) return -1;  // no such file gets to this module
+  const QbFormat* format = quillbay::fuzz::formatOf(data, size);
+  if (!format) return -1;  // no such file gets to this module
   const MemoryFile file(data, size);
-  CheckedReader reader(file);
+  CheckedReader reader(*format, file);
   if (!reader.opened()) return 0;
   const std::int32_t pages = std::min(reader.pages(), kMostPages);
   for (std::int32_t page = 0; page < pages; ++page) readPage(reader, page);

@@ -11,8 +11,8 @@
 namespace quillbay::fuzz {
 
 /// The format module that a target is built for, loaded as the channels load it.
-inline const QbFormat& fuzzedFormat() {
-  static const QbFormat* const format = [] {
+inline const QbModule& fuzzedModule() {
+  static const QbModule* const loaded = [] {
     void* handle = dlopen(QUILLBAY_FUZZED_MODULE, RTLD_NOW | RTLD_LOCAL);
     if (!handle) std::fprintf(stderr, "%s\n", dlerror());
     require(handle != nullptr, "the module is loaded");
@@ -20,9 +20,18 @@ inline const QbFormat& fuzzedFormat() {
     require(factory != nullptr, "it has a factory");
     const QbModule* module = factory(QUILLBAY_FORMAT_ABI);
     require(module && module->abi == QUILLBAY_FORMAT_ABI && module->table_size == sizeof(QbFormat), "it is ours");
-    return module->formats[0];
+    return module;
   }();
-  return *format;
+  return *loaded;
+}
+
+/// The module's format of a file that begins with these bytes; null when it has none.
+inline const QbFormat* formatOf(const std::uint8_t* data, std::size_t size) {
+  const QbModule& module = fuzzedModule();
+  for (int i = 0; i < module.count; ++i) {
+    if (module.formats[i]->probe(data, std::min<std::size_t>(size, 64))) return module.formats[i];
+  }
+  return nullptr;
 }
 
 /// The bytes of a line, as `QbFormat::read_line` has them.
@@ -38,7 +47,7 @@ inline std::size_t lineBytesOf(const QbPicture& picture) {
 /// The reader of a file, with what the channels count on checked at every step.
 class CheckedReader {
  public:
-  explicit CheckedReader(const MemoryFile& file) : m_format(fuzzedFormat()) {
+  CheckedReader(const QbFormat& format, const MemoryFile& file) : m_format(format) {
     QbText why{};
     m_code = m_format.open_reader(file.edge(), &m_reader, &why);
     checkAnswer(m_code, why);
