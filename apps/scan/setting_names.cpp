@@ -40,6 +40,8 @@ constexpr std::array kSettings{
     Setting{key::UseAutoCounter, "Counter after the name", nullptr},
     Setting{key::Counter, "Next counter value", nullptr},
     Setting{key::CounterFormat, "Format of the counter", nullptr},
+    Setting{key::CounterDigits, "Digits of the counter, 1 to 8", nullptr},
+    Setting{key::StartCounter, "First counter value", nullptr},
     Setting{key::FileFate, "Existing file: 0 count up, 1 replace, 2 ask", "--overwrite"},
     Setting{key::UseFileOut, "Save the pages of a view", "--to"},
     Setting{key::Threshold, "Black threshold, 0 to 255", nullptr},
@@ -68,6 +70,8 @@ constexpr std::array kSettings{
     Setting{key::DetectionThreshold, "Threshold of the detection, 10 to 192", nullptr},
     Setting{key::StandardPapers, "A found size becomes a standard paper", nullptr},
     Setting{key::Deskew, "Straighten pages", nullptr},
+    // With a number at their end: of a kind of pages, from 0 black and white, grey, palette, colour.
+    Setting{key::FormatName, "File format of a kind of pages", nullptr},
     // With the number of a mode at their end.
     Setting{key::Level, "Level of black", nullptr},
     Setting{key::BackgroundSuppression, "Background suppression in percent", nullptr},
