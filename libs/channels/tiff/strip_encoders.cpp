@@ -9,6 +9,7 @@
 #include <string>
 
 #include "channels/codec/line_bytes.h"
+#include "channels/tiff/g3_encoder.h"
 #include "channels/tiff/g4_encoder.h"
 #include "channels/tiff/lzw_encoder.h"
 
@@ -176,6 +177,16 @@ class ZstdEncoder final : public BytesEncoder {
 
 }  // namespace
 
+JpegFormat jpegFormatOf(const StripFormat& format) noexcept {
+  JpegFormat jpeg;
+  jpeg.colorSpace = format.colorSpace;
+  jpeg.width = format.width;
+  jpeg.quality = format.quality;
+  jpeg.isHalved = format.isHalved;
+  jpeg.isPart = true;
+  return jpeg;
+}
+
 std::unique_ptr<IBandEncoder> makeStripEncoder(const StripFormat& format) {
   switch (format.compression) {
     case TiffCompression::PackBits: return std::make_unique<PackBitsEncoder>(format);
@@ -183,6 +194,8 @@ std::unique_ptr<IBandEncoder> makeStripEncoder(const StripFormat& format) {
     case TiffCompression::Deflate: return std::make_unique<DeflateEncoder>(format);
     case TiffCompression::Zstandard: return std::make_unique<ZstdEncoder>(format);
     case TiffCompression::G4: return std::make_unique<G4Encoder>(format.width);
+    case TiffCompression::G3: return std::make_unique<G3Encoder>(format.width);
+    case TiffCompression::Jpeg: return makeJpegEncoder(jpegFormatOf(format));
     case TiffCompression::None: break;
   }
   return std::make_unique<PlainEncoder>(format);

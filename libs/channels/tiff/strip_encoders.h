@@ -3,20 +3,23 @@
 #include <memory>
 
 #include "channels/codec/band_pipeline.h"
+#include "channels/jpeg/jpeg_encoder.h"
 #include "quillbay/color_space.h"
 
 namespace quillbay {
 
 /// In the order of the option's choices after "auto".
-enum class TiffCompression { None, PackBits, Lzw, Deflate, Zstandard, G4 };
+enum class TiffCompression { None, PackBits, Lzw, Deflate, Zstandard, G4, Jpeg, G3 };
 
-/// How the lines of a page look in the file.
+/// How the lines of a page look in the file, cut into strips or, with a tile's width, into tiles.
 struct StripFormat {
   KxColorSpace colorSpace = KxColorSpace::Grey;
   std::int32_t width = 0;
   TiffCompression compression = TiffCompression::None;
   int level = 0;
   bool predictor = false;  ///< differences from pixel to pixel are stored
+  int quality = 0;         ///< of JPEG
+  bool isHalved = false;   ///< JPEG keeps colour at half the resolution both ways
 
   /// Samples per pixel in the file: the fourth byte of 32-bit pixels has no meaning and is left out.
   [[nodiscard]] int samples() const noexcept {
@@ -33,6 +36,9 @@ struct StripFormat {
            colorSpace == KxColorSpace::Rgb;
   }
 };
+
+/// How a strip of this format is coded as JPEG.
+[[nodiscard]] JpegFormat jpegFormatOf(const StripFormat& format) noexcept;
 
 /// An encoder of strips of this format; for None it only converts the lines.
 [[nodiscard]] std::unique_ptr<IBandEncoder> makeStripEncoder(const StripFormat& format);

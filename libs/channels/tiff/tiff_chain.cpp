@@ -1,5 +1,6 @@
 #include "channels/tiff/tiff_chain.h"
 
+#include <algorithm>
 #include <string>
 #include <unordered_set>
 
@@ -24,42 +25,93 @@ bool looksLikeTiff(const std::uint8_t* head, std::size_t size) noexcept {
   return version == 42 || version == 43;
 }
 
-TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets) {
-  TiffState state;
-  const std::int64_t size = file.size();
-  if (size == 0) return state;
-  std::uint8_t bytes[16] = {};
-  if (size >= 8) file.read(0, bytes, size >= 16 ? 16 : 8);
-  if (!looksLikeTiff(bytes, static_cast<std::size_t>(size))) {
-    throw ModuleError(QB_E_DAMAGED, "it is not a TIFF file");
+namespace {
+
+/// Follows directories, with a few short reads each.
+class ChainWalk {
+ public:
+  ChainWalk(const EdgeFile& file, TiffState* state)
+      : m_file(file), m_state(*state), m_end(static_cast<std::uint64_t>(file.size())) {}
+
+  /// Returns the place of the first directory.
+  std::uint64_t readHead() {
+    std::uint8_t bytes[16] = {};
+    if (m_end >= 8) m_file.read(0, bytes, m_end >= 16 ? 16 : 8);
+    if (!looksLikeTiff(bytes, m_end)) throw ModuleError(QB_E_DAMAGED, "it is not a TIFF file");
+    m_state.started = true;
+    m_state.bigEndian = bytes[0] == 'M';
+    m_state.big = getNumber(bytes + 2, 2, m_state.bigEndian) == 43;
+    m_state.linkAt = m_state.big ? 8 : 4;
+    if (m_end < static_cast<std::uint64_t>(m_state.linkAt) + offsetSize()) {
+      throw ModuleError(QB_E_TRUNCATED, "it ends within its head");
+    }
+    return getNumber(bytes + m_state.linkAt, static_cast<int>(offsetSize()), m_state.bigEndian);
   }
-  state.started = true;
-  state.bigEndian = bytes[0] == 'M';
-  state.big = getNumber(bytes + 2, 2, state.bigEndian) == 43;
-  const int offsetSize = state.big ? 8 : 4, countSize = state.big ? 8 : 2, entrySize = state.big ? 20 : 12;
-  state.linkAt = state.big ? 8 : 4;
-  if (size < state.linkAt + offsetSize) throw ModuleError(QB_E_TRUNCATED, "it ends within its head");
-  std::uint64_t next = getNumber(bytes + state.linkAt, offsetSize, state.bigEndian);
-  std::unordered_set<std::uint64_t> seen;
-  while (next != 0) {
-    const auto end = static_cast<std::uint64_t>(size);
-    const std::string page = "its page " + std::to_string(state.pages + 1);
+
+  /// Goes over the directory at `at`; returns the place of the next one.
+  std::uint64_t pass(std::uint64_t at) {
+    const std::string page = "its page " + std::to_string(m_state.pages + 1);
     const auto damaged = [&] { return ModuleError(QB_E_DAMAGED, page + " is damaged"); };
     const auto cutOff = [&] { return ModuleError(QB_E_TRUNCATED, page + " lies after the end of the file"); };
-    if (next >= end || end - next < static_cast<std::uint64_t>(countSize)) throw cutOff();
-    if (!seen.insert(next).second) throw damaged();
-    file.read(static_cast<std::int64_t>(next), bytes, static_cast<std::size_t>(countSize));
-    const std::uint64_t entries = getNumber(bytes, countSize, state.bigEndian);
+    const std::uint64_t countSize = m_state.big ? 8 : 2, entrySize = m_state.big ? 20 : 12;
+    if (at >= m_end || m_end - at < countSize) throw cutOff();
+    if (!m_seen.insert(at).second) throw damaged();
+    const std::uint64_t entries = read(at, countSize);
     if (entries == 0 || entries > 65535) throw damaged();
-    const std::uint64_t link =
-        next + static_cast<std::uint64_t>(countSize) + entries * static_cast<std::uint64_t>(entrySize);
-    if (link > end || end - link < static_cast<std::uint64_t>(offsetSize)) throw cutOff();
-    file.read(static_cast<std::int64_t>(link), bytes, static_cast<std::size_t>(offsetSize));
-    if (offsets) offsets->push_back(next);
-    state.linkAt = static_cast<std::int64_t>(link);
-    ++state.pages;
-    next = getNumber(bytes, offsetSize, state.bigEndian);
+    const std::uint64_t link = at + countSize + entries * entrySize;
+    if (link > m_end || m_end - link < offsetSize()) throw cutOff();
+    m_isPage = isPage(at + countSize, std::min<std::uint64_t>(entries, 2), entrySize);
+    m_state.linkAt = static_cast<std::int64_t>(link);
+    return read(link, offsetSize());
   }
+  /// The directory that was passed is no smaller copy or mask of another one.
+  [[nodiscard]] bool passedPage() const noexcept { return m_isPage; }
+
+ private:
+  [[nodiscard]] std::uint64_t offsetSize() const noexcept { return m_state.big ? 8 : 4; }
+  std::uint64_t read(std::uint64_t at, std::uint64_t size) const {
+    std::uint8_t bytes[8];
+    m_file.read(static_cast<std::int64_t>(at), bytes, size);
+    return getNumber(bytes, static_cast<int>(size), m_state.bigEndian);
+  }
+  /// By the first entries: tags ascend, and those that tell have the lowest numbers.
+  bool isPage(std::uint64_t at, std::uint64_t entries, std::uint64_t entrySize) const {
+    constexpr std::uint64_t kKind = 254, kOldKind = 255, kReduced = 1, kMask = 4, kOldReduced = 2;
+    constexpr std::uint64_t kShort = 3;
+    for (std::uint64_t i = 0; i < entries; ++i, at += entrySize) {
+      const std::uint64_t tag = read(at, 2), type = read(at + 2, 2);
+      const std::uint64_t value = read(at + entrySize - offsetSize(), type == kShort ? 2 : 4);
+      if (tag == kKind) return (value & (kReduced | kMask)) == 0;
+      if (tag == kOldKind) return value != kOldReduced;
+    }
+    return true;
+  }
+
+  const EdgeFile& m_file;
+  TiffState& m_state;
+  std::uint64_t m_end;
+  std::unordered_set<std::uint64_t> m_seen;
+  bool m_isPage = true;
+};
+
+}  // namespace
+
+TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets) {
+  TiffState state;
+  if (file.size() == 0) return state;
+  ChainWalk walk(file, &state);
+  const std::uint64_t first = walk.readHead();
+  for (std::uint64_t next = first; next != 0;) {
+    const std::uint64_t at = next;
+    next = walk.pass(at);
+    if (!walk.passedPage()) continue;
+    if (offsets) offsets->push_back(at);
+    ++state.pages;
+  }
+  if (state.pages > 0 || first == 0) return state;
+  // Nothing but smaller copies: their first stands for the page.
+  if (offsets) offsets->push_back(first);
+  state.pages = 1;
   return state;
 }
 

@@ -15,9 +15,9 @@ struct TiffState {
   std::int32_t pages = 0;
 };
 
-/// Follows the chain of directories, two short reads each; `offsets` (may be null) gets where they start.
-/// An empty file is not started. Throws ModuleError for a file that is damaged or cut off; `offsets` has the pages
-/// before then.
+/// Follows the chain of directories, a few short reads each; `offsets` (may be null) gets where those of pages
+/// start: smaller copies of pages and masks are passed over. An empty file is not started. Throws ModuleError for a
+/// file that is damaged or cut off; `offsets` has the pages before then.
 [[nodiscard]] TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets);
 
 /// Non-zero for the first bytes of a TIFF or BigTIFF.

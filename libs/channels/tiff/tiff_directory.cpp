@@ -9,7 +9,7 @@ namespace quillbay {
 namespace {
 
 // Field types.
-constexpr std::uint16_t kAscii = 2, kShort = 3, kLong = 4, kRational = 5, kLong8 = 16;
+constexpr std::uint16_t kAscii = 2, kShort = 3, kLong = 4, kRational = 5, kUndefined = 7, kLong8 = 16;
 
 }  // namespace
 
@@ -38,6 +38,16 @@ void TiffDirectory::text(std::uint16_t tag, const std::string& value) {
   Entry entry{tag, kAscii, value.size() + 1, {value.begin(), value.end()}};
   entry.bytes.push_back(0);
   m_entries.push_back(std::move(entry));
+}
+
+void TiffDirectory::bytes(std::uint16_t tag, const std::vector<std::uint8_t>& value) {
+  m_entries.push_back({tag, kUndefined, value.size(), value});
+}
+
+void TiffDirectory::ratios(std::uint16_t tag, const std::vector<std::uint64_t>& values) {
+  std::vector<std::uint64_t> pairs;
+  for (const std::uint64_t value : values) pairs.insert(pairs.end(), {value, 1});
+  add(tag, kRational, values.size(), 4, pairs);
 }
 
 void TiffDirectory::places(std::uint16_t tag, const std::vector<std::uint64_t>& values) {

@@ -15,6 +15,9 @@ class TiffDirectory {
   void number(std::uint16_t tag, std::uint32_t value);
   void ratio(std::uint16_t tag, std::uint32_t over, std::uint32_t under);
   void text(std::uint16_t tag, const std::string& value);
+  void bytes(std::uint16_t tag, const std::vector<std::uint8_t>& value);
+  /// Whole numbers as ratios.
+  void ratios(std::uint16_t tag, const std::vector<std::uint64_t>& values);
   /// Offsets or sizes: 8 bytes each in a BigTIFF, else 4.
   void places(std::uint16_t tag, const std::vector<std::uint64_t>& values);
 
