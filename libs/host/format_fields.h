@@ -23,6 +23,7 @@ class FormatField {
 
   [[nodiscard]] const char* key() const noexcept { return m_option.key; }
   [[nodiscard]] QWidget* control() const noexcept { return m_control; }
+  [[nodiscard]] int most() const noexcept { return m_option.most; }
   /// The value as the module takes it.
   [[nodiscard]] std::string value() const;
   /// Shows a value; its default for one that the option does not have.

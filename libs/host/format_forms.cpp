@@ -6,7 +6,9 @@
 #include <memory>
 
 #include "platform/base_services.h"
+#include "ui_jp2_options.h"
 #include "ui_jpeg_options.h"
+#include "ui_pdf_options.h"
 #include "ui_png_options.h"
 #include "ui_tiff_options.h"
 
@@ -26,9 +28,9 @@ struct KnownForm {
   QWidget* (*make)();
 };
 constexpr KnownForm kForms[] = {
-    {"TIFF", makeForm<Ui::TiffOptions>},
-    {"JPEG", makeForm<Ui::JpegOptions>},
-    {"PNG", makeForm<Ui::PngOptions>},
+    {"TIFF", makeForm<Ui::TiffOptions>},     {"PDF", makeForm<Ui::PdfOptions>},
+    {"JPEG", makeForm<Ui::JpegOptions>},     {"PNG", makeForm<Ui::PngOptions>},
+    {"JPEG 2000", makeForm<Ui::Jp2Options>},
 };
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QPointer>
 #include <QPushButton>
+#include <QSpinBox>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -124,6 +125,21 @@ std::string FormatOptionsDialog::valueOf(std::string_view key) const {
   return {};
 }
 
+/// Whether an option is one of several things: "Compression=LZW|Deflate".
+bool FormatOptionsDialog::holds(const QString& rule) const {
+  const QString value = QString::fromStdString(valueOf(rule.section('=', 0, 0).toStdString()));
+  return rule.section('=', 1).split('|').contains(value, Qt::CaseInsensitive);
+}
+
+/// A number may have a lower end with some choices.
+void FormatOptionsDialog::limit(const FormatField& field) const {
+  auto* spin = qobject_cast<QSpinBox*>(field.control());
+  const QString rule = field.control()->property("mostWhen").toString();
+  if (!spin || rule.isEmpty()) return;
+  const bool isLimited = holds(rule.section(':', 0, 0));
+  spin->setMaximum(isLimited ? rule.section(':', 1).toInt() : field.most());
+}
+
 /// Enables what counts with the other choices, and says what a choice does not take.
 void FormatOptionsDialog::showDependent() {
   QStringList notes;
@@ -136,10 +152,10 @@ void FormatOptionsDialog::showDependent() {
                                              "and palette pages are refused. Automatic takes what fits each page.";
       notes += QString::fromStdString(formatText(Supp_Translate(text), {formatChoiceText(field->value())}));
     }
+    limit(*field);
     const QString rule = field->control()->property("enabledWhen").toString();
     if (rule.isEmpty()) continue;
-    const QString wanted = QString::fromStdString(valueOf(rule.section('=', 0, 0).toStdString()));
-    const bool counts = rule.section('=', 1).split('|').contains(wanted, Qt::CaseInsensitive);
+    const bool counts = holds(rule);
     field->control()->setEnabled(counts);
     for (QLabel* label : findChildren<QLabel*>()) {
       if (label->buddy() == field->control()) label->setEnabled(counts);
@@ -156,7 +172,9 @@ void FormatOptionsDialog::reset() {
 void FormatOptionsDialog::accept() {
   for (const auto& field : m_fields) {
     const std::string value = field->value();
-    if (value.empty() || value == field->otherwise())
+    // One without an effect could be refused by the module.
+    const bool counts = field->control()->isEnabledTo(this);
+    if (!counts || value.empty() || value == field->otherwise())
       m_options->Remove(field->key());
     else
       m_options->SetValue(field->key(), value);

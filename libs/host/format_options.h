@@ -26,6 +26,8 @@ class FormatOptionsDialog : public QDialog {
   [[nodiscard]] QWidget* makePage(const QbFormat& format);
   void addField(const QbOptionInfo& option, QWidget* control);
   [[nodiscard]] std::string valueOf(std::string_view key) const;
+  [[nodiscard]] bool holds(const QString& rule) const;
+  void limit(const FormatField& field) const;
   void showDependent();
   void reset();
 

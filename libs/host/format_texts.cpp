@@ -20,18 +20,16 @@ constexpr KnownText kOptionLabels[] = {
     {"Level", "&Effort"},
     {"Predictor", "&Predictor"},
     {"Quality", "&Quality"},
-    {"Colour", "Resolution of &colours"},
-    {"Subsampling", "Resolution of &colours"},
+    {"Colour", "&Resolution of colours"},
     {"TiffKind", "&Kind of file"},
     {"StripBytes", "&Bytes of a strip"},
     {"Layout", "&Layout"},
     {"TileSize", "&Size of a tile"},
     {"Profile", "Colour pro&file"},
-    {"Title", "&Title"},
-    {"Bitonal", "&Black and white"},
-    {"Tones", "&Grey and colour"},
-    {"Conformance", "Conformance (PDF/&A)"},
-    {"Rate", "&Rate"},
+    {"Coding", "&Coding"},
+    {"Ratio", "&Ratio"},
+    {"Overviews", "&Overviews"},
+    {"Archive", "For archives (PDF/&A)"},
 };
 
 constexpr KnownText kChoiceTexts[] = {
@@ -50,9 +48,9 @@ constexpr KnownText kChoiceTexts[] = {
     {"half", "Half"},
     {"strips", "Strips"},
     {"tiles", "Tiles"},
-    {"pyramid", "Tiles with reduced pages (pyramid)"},
     {"lossless", "Lossless"},
-    {"rate", "By rate"},
+    {"quality", "By quality"},
+    {"ratio", "By ratio"},
 };
 
 struct ChoiceColors {
