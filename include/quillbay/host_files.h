@@ -14,6 +14,8 @@ namespace quillbay {
 inline constexpr char kToolTemplatesDir[] = "ToolTemplatesDir";
 /// The channel of lookup files of classified colours (`IFileDialogs`).
 inline constexpr char kLutFileChannel[] = "LUTFile";
+/// The channel of scripts (`IFileDialogs`).
+inline constexpr char kScriptFileChannel[] = "ScriptFiles";
 /// The channel of preset files (`IFileDialogs`).
 inline constexpr char kPresetFileChannel[] = "PresetFile";
 

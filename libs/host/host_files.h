@@ -16,10 +16,14 @@ class CHostFiles final : public CKxUnknownImpl<IStdDirectories, IFileDialogs> {
 
   int GetDirectory(std::string_view name, std::string* out) override;
   int ChooseFile(std::string_view channel, QWidget* parent, std::string* path) override;
+  int ChooseTarget(std::string_view channel, QWidget* parent, std::string* path) override;
 
  private:
+  int choose(std::string_view channel, QWidget* parent, std::string* path, bool isNew);
+
   const std::string m_dataFolder;
   const Ask m_ask;
+  std::string m_lastFolder;  // of the channels that have no folder of their own
 };
 
 }  // namespace quillbay

@@ -16,6 +16,11 @@ void HostChanges::add(IParam* set) {
   m_waiting.push_back({{}, {}, std::move(copy)});
 }
 
+void HostChanges::addPreset(std::int32_t id) {
+  const std::lock_guard lock(m_mutex);
+  m_waiting.push_back({{}, {}, {}, id});
+}
+
 std::vector<HostChanges::Change> HostChanges::take() {
   const std::lock_guard lock(m_mutex);
   return std::exchange(m_waiting, {});

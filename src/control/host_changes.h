@@ -1,5 +1,6 @@
 #pragma once
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -7,17 +8,19 @@
 
 namespace quillbay {
 
-/// What a host changes, in order, until it is applied: values by name, and sets for the pages. Any thread.
+/// What a host changes, in order, until it is applied: values by name, sets for the pages, and presets. Any thread.
 class HostChanges {
  public:
   struct Change {
     std::string key;
     CKxVariant value;
-    KxPtr<IParam> set;  ///< of `IQuillbaySink::ApplyParams`; null for a single value
+    KxPtr<IParam> set;                     ///< of `IQuillbaySink::ApplyParams`; null for a single value
+    std::optional<std::int32_t> preset{};  ///< its id
   };
   void add(std::string key, const CKxVariant& value);
   /// Copies `set`.
   void add(IParam* set);
+  void addPreset(std::int32_t id);
   [[nodiscard]] std::vector<Change> take();
 
  private:

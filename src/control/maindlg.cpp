@@ -39,6 +39,7 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
       m_router(std::make_shared<ScanRouter>(this)),
       m_scanSink(KxPtr<ScanSinkForwarder>::adopt(new ScanSinkForwarder(m_router))),
       m_scanner(m_guard.life(), m_scanSink.get()),
+      m_presets(*this, this, m_params),
       m_pages(*this, m_params),
       m_parts{*m_params, m_run, m_host, m_scanner, m_pages, m_steps},
       m_settings(m_parts),
@@ -53,9 +54,11 @@ CMaindlg::CMaindlg(IApp* app, IKxView* view, CWnd* parent, IScriptCmdSink* scrip
     PostCommand(this, command::kApplyParams, 1);  // what waited for the end of the page
   });
   m_steps.detection = &m_detection;
+  m_parts.presets = &m_presets;
   m_parts.stateChanged = [this] { showState(); };
   m_parts.areaFound = [this] { AreaChanged(); };
   m_parts.settingsApplied = [this](bool modeChanged) {
+    m_presets.forgetChosen();
     if (modeChanged) OnParamChanging(scan_key::CurrMode.name);
     takeArea();
   };
@@ -191,6 +194,7 @@ void CMaindlg::layoutPanel() {
   const std::size_t pages = m_pages.current().size();
   if (pages == 0) m_layout = 1;
   m_form->showPages(m_layout == 0, pages);
+  m_form->showPageMenu(m_layout == 0 && pages > 0 && !m_directMode);
   m_preview->lay(m_layout == 0);
   m_viewSync->Subscribe();
   showState();
@@ -227,6 +231,7 @@ void CMaindlg::showState() {
   if (m_run.state() == RunState::Prescanning) m_preview->show();
   if (std::exchange(m_ran, busy) && !busy) m_preview->keepFrame();
   m_pages.enable(!busy);
+  m_form->enablePageMenu(!busy);
   if (m_steps.preview) m_steps.preview->Enable(busy ? 0 : 1);
   if (m_destination) m_destination->Enable(busy ? 0 : 1);
   showStatus();

@@ -103,7 +103,7 @@ class CMaindlg final : public CDialog, private IPanelController {
   void AreaChanged() override;
   int OffersDetection() override { return m_steps.detection->IsOffered() ? 1 : 0; }
   int DetectArea(int mask) override;
-  void RunPostProcessing() override {}
+  void RunPostProcessing() override;
   int ExecCommand(const char* command, IParam* arguments) override;
   int Message(EventKind kind, const std::string& text, EventButtons buttons) override;
   void PostPanelCommand(int command) override;

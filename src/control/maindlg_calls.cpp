@@ -5,6 +5,7 @@
 #include "control/maindlg.h"
 #include "control/own_area.h"
 #include "control/start_commands.h"
+#include "pages/post_proc.h"
 #include "platform/post_command.h"
 #include "quillbay/preview_control.h"
 
@@ -87,6 +88,19 @@ int CMaindlg::ShowPage(int number) {
     m_form->tabs()->setCurrentIndex(static_cast<int>(wanted - pages.begin()));
     return 1;
   });
+}
+
+void CMaindlg::RunPostProcessing() {
+  CPostProc* page = m_pages.postProcessing();
+  const std::vector<PageRole>& roles = m_pages.current();
+  const auto place = std::find(roles.begin(), roles.end(), PageRole::PostProcessing);
+  if (!page || place == roles.end() || !page->runsAfterScan()) return;
+  if (m_layout == 0) {
+    const auto index = static_cast<int>(place - roles.begin());
+    setTab(m_form->tabs(), index);
+    m_form->showTab(m_pages, index);
+  }
+  m_guard.passed([&] { return page->RunPostProcessing(), 0; }, 0);
 }
 
 int CMaindlg::ExecCommand(const char* name, IParam* arguments) {

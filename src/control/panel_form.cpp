@@ -1,11 +1,13 @@
 #include "control/panel_form.h"
 
 #include <QApplication>
+#include <QContextMenuEvent>
 #include <QSignalBlocker>
 #include <QSplitter>
 #include <QStackedWidget>
 #include <QTabBar>
 #include <QToolBar>
+#include <QToolButton>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -35,6 +37,8 @@ PanelForm::PanelForm(QWidget* panel) : m_panel(panel) {
   Ui::MaindlgForm form;
   form.setupUi(panel);
   m_tabs = form.tabs;
+  m_pageMenu = form.pageMenu;
+  QObject::connect(m_pageMenu, &QToolButton::clicked, m_pageMenu, [this] { openPageMenu(); });
   m_pageArea = form.pageArea;
   m_toolbar = form.commandToolbar;
   m_destinationPlace = form.destinationPlace;
@@ -135,14 +139,27 @@ void PanelForm::showPages(bool full, std::size_t count) const {
   }
 }
 
+void PanelForm::showPageMenu(bool shown) const { m_pageMenu->setVisible(shown); }
+
+void PanelForm::enablePageMenu(bool enabled) const { m_pageMenu->setEnabled(enabled); }
+
+void PanelForm::openPageMenu() const {
+  QWidget* page = m_pageArea->currentWidget();
+  if (!page || m_body->currentWidget() == m_previewTab) return;
+  const QPoint below = m_pageMenu->mapToGlobal(QPoint(0, m_pageMenu->height()));
+  QContextMenuEvent asked(QContextMenuEvent::Other, page->mapFromGlobal(below), below);
+  QApplication::sendEvent(page, &asked);
+}
+
 void PanelForm::orderTabbing() const {
   std::vector<QWidget*> ring;
   for (QWidget* w = m_panel->nextInFocusChain(); w != m_panel; w = w->nextInFocusChain()) {
     if ((w->focusPolicy() & Qt::TabFocus) && !w->focusProxy()) ring.push_back(w);
   }
   QWidget* last = nullptr;
-  for (const QWidget* part : std::initializer_list<QWidget*>{m_toolbar, m_tabs, m_pageArea, m_destinationPlace,
-                                                             m_previewTab, m_previewColumn, m_footerPlace}) {
+  for (const QWidget* part :
+       std::initializer_list<QWidget*>{m_toolbar, m_tabs, m_pageMenu, m_pageArea, m_destinationPlace, m_previewTab,
+                                       m_previewColumn, m_footerPlace}) {
     if (!part) continue;
     for (QWidget* w : ring) {
       if (w != part && !part->isAncestorOf(w)) continue;

@@ -8,6 +8,7 @@ class QSplitter;
 class QStackedWidget;
 class QTabBar;
 class QToolBar;
+class QToolButton;
 
 namespace quillbay {
 
@@ -39,6 +40,9 @@ class PanelForm {
   void showPreviewTab() const;
   /// The small layout has no pages.
   void showPages(bool full, std::size_t count) const;
+  /// The button that opens the menu of the shown page.
+  void showPageMenu(bool shown) const;
+  void enablePageMenu(bool enabled) const;
   /// Tab goes through the panel as it is read, in whatever order its parts were made.
   void orderTabbing() const;
   /// The help topic of what the user works with, or null: the destination's.
@@ -46,11 +50,13 @@ class PanelForm {
 
  private:
   void addPreviewTab() const;
+  void openPageMenu() const;
   [[nodiscard]] bool isPreviewTab(int index) const;
 
   QWidget* m_panel;
   QToolBar* m_toolbar;
   QTabBar* m_tabs;
+  QToolButton* m_pageMenu;
   QStackedWidget* m_pageArea;
   QStackedWidget* m_body;  // settings and destination, or the preview
   QSplitter* m_columns;

@@ -12,6 +12,7 @@
 
 namespace quillbay {
 
+class IPresetManager;
 class PanelStatus;
 class SearchScan;
 
@@ -30,6 +31,7 @@ struct PanelParts {
   std::function<void()> stateChanged{};  ///< shows the run's state
   std::function<void()> areaFound{};     ///< shows a new scan area
   KxPtr<IParam> previewSettings{};       ///< the request of the preview that is shown; null without one
+  IPresetManager* presets = nullptr;     ///< never null for a change of the settings
   bool keepsRasters = false;             ///< the host reads pages while they are scanned
   /// Settings changed without a broadcast; whether the mode did.
   std::function<void(bool modeChanged)> settingsApplied{};

@@ -3,7 +3,9 @@
 #include "control/own_area.h"
 #include "control/panel_store.h"
 #include "control/param_access.h"
+#include "control/preset_store.h"
 #include "platform/base_services.h"
+#include "platform/preset_manager.h"
 #include "quillbay/scan_keys.h"
 
 namespace quillbay {
@@ -54,6 +56,17 @@ void PanelSettings::getPageParams(IParam* out) const {
   m_parts.destination->SaveParams(out);
 }
 
+int PanelSettings::applyPreset(std::int32_t id) {
+  PresetEntry there;
+  if (!preset_store::find(m_parts.params.app(), id, &there)) return 0;
+  if (m_parts.run.holdsSettings()) {
+    m_changes.addPreset(id);
+    return 1;
+  }
+  const OwnArea own(m_parts.params, m_parts.run);
+  return m_parts.presets->Apply(id, IPresetManager::kAnyPage);
+}
+
 void PanelSettings::applyWaiting() {
   if (m_parts.run.holdsSettings()) return;
   const auto changes = m_changes.take();
@@ -63,6 +76,10 @@ void PanelSettings::applyWaiting() {
   for (const auto& change : changes) {
     if (change.set) {
       applySet(change.set.get());
+      continue;
+    }
+    if (change.preset) {
+      m_parts.presets->Apply(*change.preset, IPresetManager::kAnyPage);
       continue;
     }
     // What was allowed when it was asked for need not be any more.

@@ -25,6 +25,9 @@ class PanelSettings {
   void getPageParams(IParam* out) const;
   /// A set of the host's for the pages; copied. Any thread.
   void add(IParam* set) { m_changes.add(set); }
+  /// Applies a preset to all pages, or keeps it while a page runs. Returns 1, or 0 when there is none that holds
+  /// anything for them.
+  int applyPreset(std::int32_t id);
   /// Applies what waits, unless a page runs.
   void applyWaiting();
 

@@ -10,6 +10,7 @@
 #include "pages/paper_list.h"
 #include "pages/scan_area.h"
 #include "platform/base_services.h"
+#include "platform/preset_manager.h"
 #include "quillbay/events.h"
 #include "ui_main_settings.h"
 
@@ -51,6 +52,7 @@ void CMainSettings::createForm(int) {
     // What the device does not take gives way to the resolution that stands.
     connect(typed, &QLineEdit::editingFinished, this, [this] { showResolution(selectedDpi()); });
   }
+  makePresetMenu();
   fillLists();
   showAll();
 }
@@ -85,11 +87,18 @@ bool CMainSettings::OnPageCommand(int id, int code, std::int64_t) {
     case kDetectPosition: toggleDetection(kDetectCentreFree); return true;
     case kDetectSkew: toggleDetection(16); return true;
     case kBursting: params().set(scan_key::Bursting, m_form->bursting->isChecked() ? 1 : 0); return true;
-    default: return code == kCodeSelected ? choose(id, code) : edited(id);
+    case kPresetList:
+      if (code == kCodeAccepted) choosePreset();
+      return true;
+    case kCreatePreset:
+      if (controller().Presets()) controller().Presets()->Create(IPresetManager::kAnyPage);
+      return true;
+    case kDeletePreset: deletePreset(m_form->presetList->currentIndex()); return true;
+    default: return code == kCodeSelected ? choose(id) : edited(id);
   }
 }
 
-bool CMainSettings::choose(int id, int) {
+bool CMainSettings::choose(int id) {
   m_fieldNote.clear();  // another choice answers it
   switch (id) {
     case kModeList: applyMode(); return true;
@@ -219,7 +228,8 @@ void CMainSettings::stepList(int key) {
     next = stepIndex(next, list->count(), step.step);
   if (next < 0) return;
   list->setCurrentIndex(next);
-  OnCommand(list->property("controlId").toInt(), kCodeSelected, next);
+  OnCommand(list->property("controlId").toInt(), step.list == KeyList::Preset ? kCodeAccepted : kCodeSelected,
+            next);
 }
 
 void CMainSettings::toggleDetection(int bit) {

@@ -35,6 +35,8 @@ class CMainSettings final : public CTab {
     kCentre = 70,
     kBursting = 75,
     kPortrait = 111,
+    kCreatePreset = 1229,
+    kDeletePreset = 1230,  ///< the chosen one
     kLandscape = 112,
     kWidth = 1401,
     kOffset = 1402,
@@ -71,6 +73,13 @@ class CMainSettings final : public CTab {
   void showMorePapers();
   void selectArea(int entry);
   void markUnusable();
+  // Presets
+  void makePresetMenu();
+  void fillPresetMenu(QMenu& menu);
+  void showPresets();
+  void showChosenPreset();
+  void choosePreset();
+  void deletePreset(int entry);
   void fillResolutions(int mode);
   void showResolution(int dpi);
   [[nodiscard]] int selectedData(const QComboBox* list) const;
@@ -89,7 +98,7 @@ class CMainSettings final : public CTab {
   void toggleDetection(int bit);
   void detectArea();
   void takeTypedArea();
-  bool choose(int id, int code);
+  bool choose(int id);
   bool edited(int id);
 
   // What the controls show

@@ -29,9 +29,7 @@ void CMainSettings::fillLists() {
   params().quiet().offersDetection = controller().OffersDetection() != 0;
   fillAreas();
   fillResolutions(params().values().currMode);
-  // Presets have no store yet: the list is there, and is shown once it can hold something.
-  m_form->presetLabel->setVisible(m_form->presetList->count() > 0);
-  m_form->presetList->setVisible(m_form->presetList->count() > 0);
+  showPresets();
 }
 
 /// The list of areas, with the sizes of papers in the current unit; the selected one stays selected.

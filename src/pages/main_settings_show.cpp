@@ -138,6 +138,10 @@ int CMainSettings::paramChanged(const char* key) {
     m_areaTyped = false;  // another area took its place
   else
     takeTypedArea();
+  if (sameKey(key, key::PresetsChanged))
+    showPresets();
+  else
+    showChosenPreset();
   if (sameKey(key, key::ScannerKeyPressed)) reactToKey();
   if (sameKey(key, key::ScanModesChanged)) reactToScanner();
   if (sameKey(key, key::Units)) showUnits();

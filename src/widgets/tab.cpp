@@ -6,6 +6,7 @@
 #include <memory>
 
 #include "platform/base_services.h"
+#include "platform/preset_manager.h"
 #include "quillbay/scan_keys.h"
 #include "widgets/user_interface_thread.h"
 
@@ -56,21 +57,33 @@ bool CTab::OnCommand(int id, int code, std::int64_t value) {
   assertUserInterfaceThread();
   return m_controller.Guarded([&] {
     const bool handled = onMenuCommand(id) || OnPageCommand(id, code, value);
-    if (isUsersChange(id, code)) reportChange();
+    if (isUsersChange(id, code) && id != kAddPreset) reportChange();
     return handled;
   });
 }
 
 bool CTab::onMenuCommand(int id) {
-  if (id == kDisablePreview) {
+  if (id != kResetPage && id != kAddPreset && id != kDisablePreview) return false;
+  if (!isEnabled()) return true;  // a page has started while the menu was open
+  if (IPresetManager* presets = m_controller.Presets()) {
+    presets->OnMenuCommand(m_number, id);
+  } else if (id == kDisablePreview) {
     params().quiet().disablePreview = params().values().disablePreview ? 0 : 1;
-    return true;
+  } else if (id == kResetPage) {
+    const auto defaults = new_MemParam();
+    defaults->SetValue(key::ResetMark, 1);
+    Load(defaults.get());
   }
-  if (id != kResetPage) return false;
-  const auto defaults = new_MemParam();
-  defaults->SetValue(key::ResetMark, 1);
-  Load(defaults.get());
   return true;
+}
+
+void CTab::applyPreset(std::int32_t id) {
+  m_controller.Guarded([&] {
+    if (!isEnabled()) return false;
+    m_controller.Presets()->Apply(id, m_number);
+    reportChange();
+    return true;
+  });
 }
 
 void CTab::fillMenu(QMenu&) {}
@@ -95,14 +108,34 @@ void CTab::contextMenuEvent(QContextMenuEvent* event) {
   // Not run in a loop of its own: the panel may close while it is open.
   auto* menu = std::make_unique<QMenu>(this).release();
   menu->setAttribute(Qt::WA_DeleteOnClose);
+  menu->setToolTipsVisible(true);
   fillMenu(*menu);
   if (!menu->isEmpty()) menu->addSeparator();
-  addToMenu(*menu, Supp_Translate("&Disable Preview Updating"), kDisablePreview,
-            params().values().disablePreview != 0);
-  menu->addSeparator();
-  QAction* reset = menu->addAction(QString::fromStdString(Supp_Translate("&Reset Page")));
-  connect(reset, &QAction::triggered, this, [this] { OnCommand(kResetPage, kCodeClicked, 0); });
+  addCommonEntries(*menu);
   menu->popup(event->globalPos());
+}
+
+/// What every page's menu has.
+void CTab::addCommonEntries(QMenu& menu) {
+  const auto command = [&](const char* text, int id) {
+    QAction* action = menu.addAction(QString::fromStdString(Supp_Translate(text)));
+    connect(action, &QAction::triggered, this, [this, id] { OnCommand(id, kCodeClicked, 0); });
+  };
+  addToMenu(menu, Supp_Translate("&Disable Preview Updating"), kDisablePreview,
+            params().values().disablePreview != 0);
+  menu.addSeparator();
+  command("&Reset Page", kResetPage);
+  if (!m_controller.Presets()) return;
+  menu.addSeparator();
+  const std::vector<IPresetManager::Preset> presets = m_controller.Presets()->List(m_number);
+  for (const IPresetManager::Preset& preset : presets) {
+    QString name = QString::fromStdString(preset.name);
+    QAction* action = menu.addAction(name.replace('&', "&&"));
+    action->setToolTip(QString::fromStdString(Supp_Translate("Applies this preset to this page")));
+    connect(action, &QAction::triggered, this, [this, id = preset.id] { applyPreset(id); });
+  }
+  if (!presets.empty()) menu.addSeparator();
+  command("&Add preset...", kAddPreset);
 }
 
 void CTab::reportChange() {

@@ -37,7 +37,7 @@ class CTab : public CDialog, public IUIScanPage {
   [[nodiscard]] int heightForWidth(int width) const override;
 
   /// Commands of the page's menu.
-  enum MenuCommand : int { kResetPage = 12, kDisablePreview = 32814 };
+  enum MenuCommand : int { kResetPage = 12, kAddPreset = 13, kDisablePreview = 32814 };
 
  protected:
   /// Sets the form up (`setupUi`), for a mode of `Create`.
@@ -81,6 +81,8 @@ class CTab : public CDialog, public IUIScanPage {
   [[nodiscard]] CSharedScanParams& params() const noexcept { return *m_params; }
 
  private:
+  void addCommonEntries(QMenu& menu);
+  void applyPreset(std::int32_t id);
   [[nodiscard]] bool onMenuCommand(int id);
 
   IPanelController& m_controller;

@@ -5,6 +5,7 @@
 
 #include "params/shared_scan_params.h"
 #include "platform/panel_controller.h"
+#include "platform/scan_page.h"
 #include "quillbay/host.h"
 #include "quillbay/unit_setup.h"
 #include "support/temp_dir.h"
@@ -122,12 +123,16 @@ class NotingController final : public IPanelController {
   void RestartPreview() override { ++previewRestarts; }
   int DockPreview() override { return ++docks; }
   int FloatPreview() override { return ++floats; }
-  std::vector<IUIScanPage*> PagesOf(int) override { return {}; }
-  std::vector<IUIScanPage*> AllPages() override { return {}; }
-  int LoadPage(IUIScanPage*, IParam*) override { return 0; }
+  std::vector<IUIScanPage*> PagesOf(int) override { return pages; }
+  std::vector<IUIScanPage*> AllPages() override { return pages; }
+  int LoadPage(IUIScanPage* page, IParam* set) override { return page->Load(set); }
+  int SavePage(IUIScanPage* page, IParam* set) override { return page->Save(set); }
+  IPresetManager* Presets() override { return presets; }
   KxPtr<IParam> PreviewSettings() override { return previewSettings; }
 
   KxPtr<IEvents> events;
+  std::vector<IUIScanPage*> pages;
+  IPresetManager* presets = nullptr;
   std::vector<int> posted;
   KxPtr<NotedUnit> unit = KxPtr<NotedUnit>::adopt(new NotedUnit);
   int offersDetection = 1;
