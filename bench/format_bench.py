@@ -131,6 +131,20 @@ class Bench:
                 self.aims.append((f"{title}, file beside {label}", ratio, AIM_SIZE, ratio <= AIM_SIZE))
         sys.stdout.flush()
 
+    def overviews(self):
+        """What a map program finds in a file of tiles."""
+        if self.only and "pyramid" not in self.only:
+            return
+        out = self.folder / "pyramid.tif"
+        self.run(self.tool, "ours", out, self.folder / "map.ppm", "Compression=JPEG", "Layout=tiles")
+        done = self.run("gdalinfo", out)
+        if not done:
+            self.skipped.append("overviews: gdalinfo")
+            return
+        found = [line.strip() for line in done[2].splitlines() if "Overviews" in line or "Block=" in line]
+        print("\ngdalinfo of the tiles: " + "; ".join(found[:2]))
+        out.unlink()
+
     def memory(self, cases):
         if self.only and "memory" not in self.only:
             return
@@ -175,6 +189,7 @@ def all_cases(bench):
                   (".tif", ["Compression=JPEG", f"Quality={q}", "Colour=half", "Layout=tiles"]), [
                       ("vips tiffsave", ".tif", [*vips, "--tile", "--pyramid", "--compression", "jpeg", "--Q", q,
                                                  "--tile-width", "256", "--tile-height", "256"])], lossless=False)
+    bench.overviews()
     bench.compare("PDF, G4", "plan", (".pdf", []), [
         ("img2pdf", ".pdf", ["img2pdf", "-o", "OUT", "IN"]),
         ("tiff2pdf", ".pdf", ["tiff2pdf", "-o", "OUT", "TIFF"])])
