@@ -72,6 +72,7 @@ std::size_t takeReport(const std::string& report, const std::vector<ModuleAnswer
   return ended;
 }
 
+/// The verdict over one that the helper did not come back from.
 void giveUpOn(ModuleAnswer* answer, const HelperEnd& end, std::chrono::milliseconds limit) {
   answer->formats.clear();
   answer->state = end.how == HelperEnd::How::TimedOut ? ModuleState::Hung : ModuleState::Crashed;
@@ -88,7 +89,9 @@ bool askHelper(const std::string& helper, std::chrono::milliseconds limit, std::
   const HelperEnd end = runHelper(helper, files, limit);
   bool begun = false;
   std::size_t done = takeReport(end.output, *asked, &begun);
-  if (begun && done < asked->size()) giveUpOn((*asked)[done++], end, limit);
+  // One that those before it left little time is asked again, as the first.
+  const bool isCut = end.how == HelperEnd::How::TimedOut && done > 0;
+  if (begun && done < asked->size() && !isCut) giveUpOn((*asked)[done++], end, limit);
   asked->erase(asked->begin(), asked->begin() + static_cast<std::ptrdiff_t>(done));
   if (done > 0) return true;
   logLine(

@@ -1,9 +1,13 @@
 #include "host/format_fields.h"
 
+#include <QAction>
 #include <QCheckBox>
 #include <QComboBox>
+#include <QFileDialog>
 #include <QLineEdit>
+#include <QPointer>
 #include <QSpinBox>
+#include <QStyle>
 #include <algorithm>
 #include <vector>
 
@@ -34,12 +38,30 @@ std::string switchChoice(const QbOptionInfo& option, bool isOn) {
 
 QString fieldText(const std::string& text) { return QString::fromStdString(text); }
 
+constexpr const char* kProfileKey = "Profile";
+
+/// A button in the field that chooses a colour profile's file.
+void offerFiles(QWidget* control) {
+  auto* combo = qobject_cast<QComboBox*>(control);
+  auto* edit = combo ? combo->lineEdit() : qobject_cast<QLineEdit*>(control);
+  if (!edit) return;
+  QAction* open = edit->addAction(edit->style()->standardIcon(QStyle::SP_DirOpenIcon), QLineEdit::TrailingPosition);
+  open->setToolTip(fieldText(Supp_Translate("Choose the file of a colour profile")));
+  QObject::connect(open, &QAction::triggered, edit, [edit = QPointer<QLineEdit>(edit)] {
+    const QString file =
+        QFileDialog::getOpenFileName(edit, fieldText(Supp_Translate("Colour profile")), {},
+                                     fieldText(Supp_Translate("Colour profiles (*.icc *.icm);;All files (*)")));
+    if (edit && !file.isEmpty()) edit->setText(file);
+  });
+}
+
 }  // namespace
 
 FormatField::FormatField(const QbOptionInfo& option, QWidget* control, std::uint32_t preferred)
     : m_option(option), m_control(control) {
   if (auto* combo = qobject_cast<QComboBox*>(control); combo && option.choices) fillChoices(combo, preferred);
   if (auto* spin = qobject_cast<QSpinBox*>(control)) spin->setRange(option.least, option.most);
+  if (sameKey(option.key, kProfileKey)) offerFiles(control);
   control->setFocusPolicy(Qt::StrongFocus);
   const QString help = fieldText(Supp_Translate(option.help ? option.help : ""));
   if (control->toolTip().isEmpty()) control->setToolTip(help);

@@ -35,6 +35,10 @@ constexpr KnownForm kForms[] = {
 
 }  // namespace
 
+QString formatFormText(const char* english, const char* /*comment*/) {
+  return english && *english ? QString::fromStdString(Supp_Translate(english)) : QString();
+}
+
 QWidget* newFormatForm(std::string_view format) {
   const auto* found = std::find_if(std::begin(kForms), std::end(kForms),
                                    [&](const KnownForm& form) { return sameKey(form.format, format); });

@@ -1,9 +1,13 @@
 #pragma once
+#include <QString>
 #include <string_view>
 
 class QWidget;
 
 namespace quillbay {
+
+/// A form's text through the one translation function; what the forms' generated code calls.
+[[nodiscard]] QString formatFormText(const char* english, const char* comment = nullptr);
 
 /// The form for the options of a format, with no parent: controls carry the option's key as the dynamic property
 /// "optionKey", and as "enabledWhen" what another option must be for them to count ("Compression=LZW|Deflate").

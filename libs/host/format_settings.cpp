@@ -76,8 +76,9 @@ ModuleAnswer readAnswer(IParam* entry) {
 
 /// Adds the answer of an entry; of a module with several formats one that works counts.
 void addAnswer(std::vector<ModuleAnswer>* answers, ModuleAnswer answer) {
-  const auto same =
-      std::find_if(answers->begin(), answers->end(), [&](const ModuleAnswer& a) { return a.file == answer.file; });
+  const auto same = std::find_if(answers->begin(), answers->end(), [&](const ModuleAnswer& a) {
+    return a.file == answer.file && a.size == answer.size && a.time == answer.time;
+  });
   if (same == answers->end())
     answers->push_back(std::move(answer));
   else if (answer.state == ModuleState::Good)
@@ -94,7 +95,9 @@ void putFormat(IParam* section, const ModuleAnswer& answer, const FormatFacts& f
   }
   entry->Remove(format_key::Exclude);
   entry->Remove(kReason);
-  const std::string extension = facts.extensions.empty() ? std::string() : facts.extensions.front().substr(1);
+  const std::string extension =
+      facts.extensions.empty() ? std::string()
+                               : facts.extensions.front().substr(facts.extensions.front().starts_with('.') ? 1 : 0);
   if (isOther || paramString(entry.get(), format_key::Extension).empty())
     put(entry.get(), format_key::Extension, extension);
   if (isOther || paramString(entry.get(), format_key::Description).empty())

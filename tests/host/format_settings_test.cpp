@@ -51,6 +51,9 @@ TEST(FormatSettings, ListsTheModulesFormatsAndKeepsWhatIsKnown) {
 
   // The next start asks no module: its answers are in the settings.
   const auto next = makeApp(folder);
+  const auto again =
+      KxPtr<IParam>::adopt(query<IFormatSettings>(next.get())->GetSection(format_key::AllSaveFormats));
+  EXPECT_EQ(again->GetSubStores(), list->GetSubStores());
   std::vector<std::string> files;
   for (const ModuleAnswer& answer : moduleAnswers()) files.push_back(answer.file);
   const auto known = knownModules(query<IProfile>(next.get()).get());
