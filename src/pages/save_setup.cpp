@@ -167,6 +167,7 @@ bool CSaveSetup::OnPageCommand(int id, int code, std::int64_t) {
     case kDigits: return takeExtensions(), showName(), true;
     case kStart:
       m_start = startOf(m_form->start->value());
+      m_hasStart = true;
       params().set(scan_key::Counter, counterOf(m_start));
       return showName(), true;
     case kIncrement: return setFate(kFateIncrement), true;
@@ -277,16 +278,23 @@ void CSaveSetup::loadValues(IParam* store, bool resets) {
   digits = std::clamp(paramInt(store, key::CounterDigits, digits ? digits : kUsualDigits), 1, kMostCounterDigits);
   m_form->digits->setValue(digits);
   params().set(scan_key::CounterFormat, counterFormat(digits));
-  CKxVariant start;
-  const bool hasStart = store && store->GetValue(key::StartCounter, &start);
-  if (hasStart || resets) {
-    m_start = startOf(start);
-    params().set(scan_key::Counter, counterOf(m_start));
-  }
+  loadStart(store, resets);
   int several = number(key::MultiPage, now.multiPage, 0) != 0 ? 1 : 0;
   if (now.mode == ScanToNet) several = 0;
   if (now.multiPageRequested) several = 1;
   params().set(scan_key::MultiPage, several);
+}
+
+/// Settings that are pushed with the start that counting had already do not begin it anew.
+void CSaveSetup::loadStart(IParam* store, bool resets) {
+  CKxVariant value;
+  const bool hasStart = store && store->GetValue(key::StartCounter, &value);
+  const std::uint32_t start = startOf(value);
+  const bool isNew = (hasStart && start != m_start) || (hasStart && !m_hasStart) || resets;
+  if (!isNew) return;
+  m_start = start;
+  m_hasStart = true;
+  params().set(scan_key::Counter, counterOf(start));
 }
 
 void CSaveSetup::loadFormats(IParam* store, bool resets) {

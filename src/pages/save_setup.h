@@ -65,6 +65,7 @@ class CSaveSetup final : public CTab {
   [[nodiscard]] std::array<UnitSpin*, 2> fields() const;
   int paramChanged(const char* key) override;
   void loadValues(IParam* store, bool resets);
+  void loadStart(IParam* store, bool resets);
   void loadFormats(IParam* store, bool resets);
   void fillLists();
   void fillList(ColorClass colorClass);
@@ -84,6 +85,7 @@ class CSaveSetup final : public CTab {
   std::vector<SaveFormat> m_table;
   std::array<ClassRow, 4> m_rows;
   std::uint32_t m_start = 0;  // the counter's first value
+  bool m_hasStart = false;    // it was loaded or set
   std::string m_missing;      // formats that were asked for and are not there: a message
   std::string m_refused;      // why a value of a set was not taken
   std::string m_fieldNote;

@@ -264,6 +264,9 @@ TEST(SaveSetup, TheCounterHasItsRules) {
   EXPECT_TRUE(w.page->control<QRadioButton>(CSaveSetup::kAsk)->isChecked());
   w.params->set(scan_key::Counter, 9);
   EXPECT_EQ(paramInt(w.saved().get(), "m_StartCounter"), 7) << "where counting starts, not where it is";
+  const auto pushed = w.saved();
+  w.page->Load(pushed.get());
+  EXPECT_EQ(w.v().counter, 9) << "settings that are pushed do not begin counting anew";
   w.click(CSaveSetup::kOverwrite);
   w.click(CSaveSetup::kAddsCounter);
   EXPECT_EQ(std::make_tuple(w.v().fileFate, w.v().useAutoCounter), std::make_tuple(1, 1));
