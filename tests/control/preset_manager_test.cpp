@@ -3,11 +3,11 @@
 
 #include <gtest/gtest.h>
 
-#include <QTest>
 #include <QtWidgets>
 #include <fstream>
 
 #include "pages/pres_dlg.h"
+#include "quillbay/host_files.h"
 #include "quillbay/scan_keys.h"
 #include "support/panel_world.h"
 #include "widgets/tab.h"
@@ -57,7 +57,7 @@ struct PresetWorld : test::PanelWorld {
     });
     return presets.Create(page);
   }
-  int create(const char* name, const std::vector<int>& leftOut = {}) {
+  int store(const char* name, const std::vector<int>& leftOut = {}) {
     return create([&](CPresDlg& dialog) {
       dialog.control<QLineEdit>(CPresDlg::kName)->setText(name);
       for (const int row : leftOut)
@@ -136,9 +136,9 @@ TEST(Presets, TheDialogStaysUntilItHasANameAndEndsWithThePanel) {
 
 TEST(Presets, OneOfTheSameNumberIsReplacedWhenTheUserAgrees) {
   PresetWorld w;
-  ASSERT_EQ(w.create("maps"), 1);
-  ASSERT_EQ(w.create("LrfvaraE"), 1);
-  ASSERT_EQ(w.create("plans"), 1);
+  ASSERT_EQ(w.store("maps"), 1);
+  ASSERT_EQ(w.store("LrfvaraE"), 1);
+  ASSERT_EQ(w.store("plans"), 1);
   w.setAll(3);
   int asked = 0;
   EXPECT_EQ(w.create([&](CPresDlg& dialog) {
@@ -160,9 +160,9 @@ TEST(Presets, OneOfTheSameNumberIsReplacedWhenTheUserAgrees) {
 TEST(Presets, ApplyLoadsWhatTheyHoldAndLeavesTheRest) {
   PresetWorld w;
   w.setAll(1);
-  ASSERT_EQ(w.create("maps", {1}), 1);
+  ASSERT_EQ(w.store("maps", {1}), 1);
   w.setAll(2);
-  ASSERT_EQ(w.create("plans"), 1);
+  ASSERT_EQ(w.store("plans"), 1);
   w.pages[2]->note = "no such format";
   const std::int32_t maps = PresetId("maps");
   EXPECT_EQ(w.presets.Apply(maps, IPresetManager::kAnyPage), 1);
@@ -199,7 +199,7 @@ TEST(Presets, OnlySettingsThatTheyFollowUnchooseThem) {
       {"m_Dir", false},         {"m_Mask", false},     {"m_nUnits", false},       {"m_rcPreview", false},
       {"m_fRectValid", false},  {"m_nMinDPI", false},  {"m_Rewind", false},       {"presets", false}};
   for (const auto& [key, follows] : cases) {
-    if (w.chosen().empty()) w.create("maps"), w.answer = EventAnswer::Yes;
+    if (w.chosen().empty()) w.store("maps"), w.answer = EventAnswer::Yes;
     ASSERT_EQ(w.chosen(), "maps");
     w.params->NotifyParam(key);
     EXPECT_EQ(w.chosen().empty(), follows) << key;
@@ -208,8 +208,8 @@ TEST(Presets, OnlySettingsThatTheyFollowUnchooseThem) {
 
 TEST(Presets, GoForGood) {
   PresetWorld w;
-  ASSERT_EQ(w.create("maps"), 1);
-  ASSERT_EQ(w.create("plans"), 1);
+  ASSERT_EQ(w.store("maps"), 1);
+  ASSERT_EQ(w.store("plans"), 1);
   EXPECT_EQ(w.presets.Delete(PresetId("plans")), 1);
   EXPECT_EQ(w.presets.Delete(PresetId("plans")), 0);
   EXPECT_EQ(w.names(), Names{"maps"});
@@ -221,7 +221,7 @@ TEST(Presets, GoForGood) {
 TEST(Presets, GoFromOneComputerToAnother) {
   PresetWorld w;
   w.setAll(4);
-  ASSERT_EQ(w.create("maps/A0"), 1);
+  ASSERT_EQ(w.store("maps/A0"), 1);
   w.chosenFile = w.dir.file("maps.qbpreset");
   ASSERT_EQ(w.presets.Export(PresetId("maps/A0")), 1);
   EXPECT_EQ(w.askedChannel, kPresetFileChannel);
@@ -261,8 +261,8 @@ TEST(Presets, EveryPagesMenuHasThoseThatHoldIt) {
   EXPECT_EQ(entriesOf(*menu), QStringList({"Disable Preview Updating", "-", "Reset Page", "-", "Add preset..."}));
   delete menu;
   w.setAll(5);
-  w.create("A & B");
-  w.create("other", {1});
+  w.store("A & B");
+  w.store("other", {1});
   w.setAll(6);
   menu = open();
   EXPECT_EQ(entriesOf(*menu),
