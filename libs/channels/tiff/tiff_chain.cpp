@@ -78,11 +78,15 @@ class ChainWalk {
   bool isPage(std::uint64_t at, std::uint64_t entries, std::uint64_t entrySize) const {
     constexpr std::uint64_t kKind = 254, kOldKind = 255, kReduced = 1, kMask = 4, kOldReduced = 2;
     constexpr std::uint64_t kShort = 3;
-    for (std::uint64_t i = 0; i < entries; ++i, at += entrySize) {
-      const std::uint64_t tag = read(at, 2), type = read(at + 2, 2);
-      const std::uint64_t value = read(at + entrySize - offsetSize(), type == kShort ? 2 : 4);
-      if (tag == kKind) return (value & (kReduced | kMask)) == 0;
-      if (tag == kOldKind) return value != kOldReduced;
+    std::uint8_t bytes[40];
+    m_file.read(static_cast<std::int64_t>(at), bytes, entries * entrySize);
+    for (const std::uint8_t* entry = bytes; entry < bytes + entries * entrySize; entry += entrySize) {
+      const auto number = [&](std::uint64_t from, int size) {
+        return getNumber(entry + from, size, m_state.bigEndian);
+      };
+      const std::uint64_t value = number(entrySize - offsetSize(), number(2, 2) == kShort ? 2 : 4);
+      if (number(0, 2) == kKind) return (value & (kReduced | kMask)) == 0;
+      if (number(0, 2) == kOldKind) return value != kOldReduced;
     }
     return true;
   }
