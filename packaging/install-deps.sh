@@ -8,7 +8,7 @@ set -eu
 build="build-essential cmake ninja-build pkg-config ca-certificates git
   qt6-base-dev qt6-base-dev-tools libgl1-mesa-dev
   libsane-dev libtiff-dev libdeflate-dev libpng-dev libjpeg-dev zlib1g-dev libzstd-dev libleptonica-dev
-  liblcms2-dev libqpdf-dev libpoppler-cpp-dev"
+  liblcms2-dev libopenjp2-7-dev libqpdf-dev libpoppler-cpp-dev"
 run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
 check="libgtest-dev clang-format-16 clang-tidy-16 python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales

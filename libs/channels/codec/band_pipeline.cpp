@@ -31,8 +31,8 @@ const std::uint8_t* Band::whole(std::size_t lineBytes) const noexcept {
 
 BandPipeline::BandPipeline(Setup setup) : m_setup(std::move(setup)) {
   const unsigned threads = encoderThreads();
-  // One band being filled, one being delivered, two for each worker.
-  for (unsigned i = 0; i < 2 * threads + 2; ++i) m_jobs.push_back(std::make_unique<Job>());
+  // One band being filled, one being delivered, and those of the workers.
+  for (unsigned i = 0; i < m_setup.depth * threads + 2; ++i) m_jobs.push_back(std::make_unique<Job>());
   try {
     for (unsigned i = 0; i < threads; ++i) m_workers.emplace_back([this] { work(); });
   } catch (const std::system_error&) {
@@ -92,7 +92,10 @@ void BandPipeline::deliverFront() {
 }
 
 void BandPipeline::submit() {
-  if (m_setup.prepare) m_setup.prepare(m_jobs[m_fill]->band);
+  Band& band = m_jobs[m_fill]->band;
+  band.setFirst(m_submitted);
+  m_submitted += band.lines();
+  if (m_setup.prepare) m_setup.prepare(band);
   {
     const std::lock_guard lock(m_mutex);
     m_jobs[m_fill]->step = Step::Waiting;

@@ -27,6 +27,9 @@ class Band {
   /// Gives the blocks back.
   void clear() noexcept;
   [[nodiscard]] std::int32_t lines() const noexcept { return m_lines; }
+  /// The page's line, from 0, that the first one is.
+  [[nodiscard]] std::int64_t first() const noexcept { return m_first; }
+  void setFirst(std::int64_t line) noexcept { m_first = line; }
   /// Calls `take(line bytes)` for each line, top line first; with a second parameter it is told whether a bitonal
   /// line is packed.
   template <class Take>
@@ -58,6 +61,7 @@ class Band {
   };
   std::vector<Part> m_parts;
   std::int32_t m_lines = 0;
+  std::int64_t m_first = 0;
 };
 
 /// Turns a band into bytes; each worker has its own.
@@ -75,6 +79,8 @@ class BandPipeline {
  public:
   struct Setup {
     std::int32_t bandLines = 1;
+    /// Bands that wait or are encoded, for each thread. One is enough where a band takes long.
+    unsigned depth = 2;
     std::function<std::unique_ptr<IBandEncoder>()> makeEncoder;
     /// Takes the encoded bytes of the next band.
     std::function<void(const ByteBuffer&)> deliver;
@@ -106,6 +112,7 @@ class BandPipeline {
   std::vector<std::unique_ptr<Job>> m_jobs;  // a ring: m_front is delivered next, m_fill is being filled
   std::size_t m_front = 0;
   std::size_t m_fill = 0;
+  std::int64_t m_submitted = 0;  // lines
   std::vector<std::thread> m_workers;
 
   std::mutex m_mutex;  // guards the steps, m_next and m_stop
