@@ -68,7 +68,7 @@ void CMainSettings::takeLimits() {
   m_dpiRange = resolutionRange(*controller().Unit());
 }
 
-bool CMainSettings::OnPageCommand(int id, int code, std::int64_t) {
+bool CMainSettings::OnPageCommand(int id, int code, std::int64_t value) {
   if (id < kWidth || id > kLength) takeTypedArea();  // before what depends on it
   switch (id) {
     case kScannerKey: stepList(code); return true;
@@ -88,7 +88,8 @@ bool CMainSettings::OnPageCommand(int id, int code, std::int64_t) {
     case kDetectSkew: toggleDetection(16); return true;
     case kBursting: params().set(scan_key::Bursting, m_form->bursting->isChecked() ? 1 : 0); return true;
     case kPresetList:
-      if (code == kCodeAccepted) choosePreset();
+      // By its place: the list may show the one that was chosen before again.
+      if (code == kCodeAccepted) choosePreset(static_cast<int>(value));
       return true;
     case kCreatePreset:
       if (controller().Presets()) controller().Presets()->Create(IPresetManager::kAnyPage);

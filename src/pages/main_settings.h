@@ -58,6 +58,7 @@ class CMainSettings final : public CTab {
   int Save(IParam* store) override;
   std::string GetTitle() override;
   std::string GetRefusal() override;
+  std::string GetLoadNote() override { return m_loadNote; }
 
  protected:
   void createForm(int mode) override;
@@ -78,7 +79,7 @@ class CMainSettings final : public CTab {
   void fillPresetMenu(QMenu& menu);
   void showPresets();
   void showChosenPreset();
-  void choosePreset();
+  void choosePreset(int entry);
   void deletePreset(int entry);
   void fillResolutions(int mode);
   void showResolution(int dpi);
@@ -123,6 +124,7 @@ class CMainSettings final : public CTab {
   void loadMode(const Stored& stored);
   void loadResolution(const Stored& stored);
   void loadArea(const Stored& stored);
+  void noteMisses(const Stored& stored);
   /// The scanner uses its own settings: nothing of this page chooses a mode or an area.
   [[nodiscard]] bool isDirect() const;
   [[nodiscard]] std::array<LengthSpin*, 4> lengthFields() const;
@@ -132,6 +134,7 @@ class CMainSettings final : public CTab {
   std::optional<DpiRange> m_dpiRange;
   bool m_areaTyped = false;  // the fields hold an area that `key::RcScan` does not have yet
   bool m_allPapers = false;  // the list shows the seldom used papers as well
+  std::string m_loadNote;    // what of the loaded set this scanner does not have
   QString m_fieldNote;       // why a field does not show what was typed
   QString m_lengthTip;       // of a length that counts
   bool m_applying = false;   // a choice of this page is being stored: its own echo is not applied again

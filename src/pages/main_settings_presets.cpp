@@ -67,9 +67,9 @@ void CMainSettings::showChosenPreset() {
   m_form->presetList->setCurrentIndex(presets->GetChosen(&id) ? m_form->presetList->findData(id) : -1);
 }
 
-void CMainSettings::choosePreset() {
+void CMainSettings::choosePreset(int entry) {
   IPresetManager* presets = controller().Presets();
-  const QVariant chosen = m_form->presetList->currentData();
+  const QVariant chosen = m_form->presetList->itemData(entry);
   if (!presets || !chosen.isValid()) return;
   presets->Apply(chosen.toInt(), IPresetManager::kAnyPage);
   showChosenPreset();  // also when it holds nothing for these pages

@@ -49,6 +49,7 @@ int CMainSettings::Load(IParam* store) {
   for (std::size_t i = 0; i < v.saveSettings.size(); ++i)
     v.saveSettings[i] = paramString(store, saveSettingsKey(i), stored.resets ? std::string() : v.saveSettings[i]);
   loadChoices(stored);
+  noteMisses(stored);
   if (const int mask = stored.number(key::AutoSet, v.autodetect, stored.defaults.autodetect);
       mask != v.autodetect) {
     params().set(scan_key::Autodetect, mask);
@@ -107,6 +108,24 @@ void CMainSettings::loadArea(const Stored& stored) {
     selectPaper(name);
   else if (area >= 0 && area < kAreaPaper + static_cast<int>(params().papers.size()))
     selectArea(area);
+}
+
+/// What the set names, and counts as something else here.
+void CMainSettings::noteMisses(const Stored& stored) {
+  m_loadNote.clear();
+  if (isDirect()) return;
+  const ScanValues& v = params().values();
+  const auto add = [this](const std::string& line) { m_loadNote += (m_loadNote.empty() ? "" : "\n") + line; };
+  const int mode = paramInt(stored.store, key::Mode, -1), dpi = paramInt(stored.store, key::ImageDpi, -1);
+  const std::string paper = paramString(stored.store, key::PaperName);
+  if (mode >= 0 && mode <= kModeRgb && mode != v.currMode)
+    add(formatText(Supp_Translate("This scanner does not have the mode %s; %s is used."),
+                   {Supp_Translate(modeName(mode)), Supp_Translate(modeName(v.currMode))}));
+  if (dpi > 0 && dpi != v.dpi)
+    add(formatText(Supp_Translate("This scanner does not have %d dpi; %d dpi is used."),
+                   {std::to_string(dpi), std::to_string(v.dpi)}));
+  if (!paper.empty() && v.scanType != kAreaPaper)
+    add(formatText(Supp_Translate("There is no paper %s; its size is used."), {paper}));
 }
 
 int CMainSettings::Save(IParam* store) {

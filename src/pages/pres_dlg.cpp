@@ -39,7 +39,8 @@ bool CPresDlg::isComplete() {
     m_form->name->setFocus();
     return false;
   }
-  return !accepts || accepts(name());
+  const auto accept = accepts;  // the dialog may be destroyed while the user is asked
+  return !accept || accept(name());
 }
 
 bool CPresDlg::OnCommand(int id, int code, std::int64_t) {

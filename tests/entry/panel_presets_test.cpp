@@ -47,6 +47,44 @@ TEST_F(PanelPresetsTest, AHostAppliesOneAndTheListShowsItUntilASettingChanges) {
   EXPECT_TRUE(messages.empty()) << messages[0];
 }
 
+TEST_F(PanelPresetsTest, TheUserPicksOneFromTheListAlsoBehindATypedLength) {
+  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3"));
+  savePreset("small grey");
+  set("m_uiDPI", 100);
+  savePreset("finer");
+  ASSERT_EQ(presets()->ApplyPreset(PresetId("finer")), 1);
+  auto* width = window()->findChild<QWidget*>("width")->findChild<QLineEdit*>();
+  width->setText("100");
+  Q_EMIT width->textEdited("100");
+  list()->setCurrentIndex(0);
+  Q_EMIT list()->activated(0);
+  EXPECT_EQ(get("m_uiDPI").toInt(), 50);
+  EXPECT_EQ(list()->currentText(), "small grey");
+  EXPECT_EQ(*get("m_rcScan").get<tagRRECT>(), (tagRRECT{0, 0, 254, 127}));
+  answer = EventAnswer::Yes;
+  auto* more = window()->findChild<QToolButton*>("presetMore")->menu();
+  Q_EMIT more->aboutToShow();
+  more->actions()[0]->menu()->actions()[1]->trigger();  // delete "finer"
+  ASSERT_EQ(messages.size(), 1U);
+  EXPECT_NE(messages[0].find("finer"), std::string::npos) << messages[0];
+  EXPECT_EQ(list()->count(), 1);
+}
+
+TEST_F(PanelPresetsTest, WhatThisScannerLacksIsTold) {
+  ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3"));
+  Preset preset;
+  ASSERT_EQ(presets()->TakePreset(&preset), 1);
+  preset.name = "of another scanner";
+  preset.pages[0].values->SetValue("ImageDPI", 99999);
+  preset.pages[0].values->SetValue("m_ctrlPaperList", 4);
+  preset.pages[0].values->SetValue("m_PaperName", "Town map");
+  ASSERT_EQ(StorePreset(app(), preset), 1);
+  ASSERT_EQ(presets()->ApplyPreset(PresetId(preset.name)), 1);
+  ASSERT_EQ(messages.size(), 1U);
+  for (const char* word : {"99999", "Town map"})
+    EXPECT_NE(messages[0].find(word), std::string::npos) << messages[0];
+}
+
 TEST_F(PanelPresetsTest, WhileAPageIsScannedItWaits) {
   ASSERT_TRUE(openSmall("sim:size=210x120,at=10x3"));
   savePreset("small grey");
