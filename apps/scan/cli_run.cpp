@@ -32,13 +32,14 @@ void Refusals::hear(const quillbay::HostMessage& message) {
 }
 
 CliRun::CliRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
-               Interrupts& interrupts, NextPage& next, const Refusals& refusals)
+               Interrupts& interrupts, NextPage& next, const Refusals& refusals, PageScripts& scripts)
     : m_control(control),
       m_options(options),
       m_reporter(reporter),
       m_interrupts(interrupts),
       m_next(next),
-      m_refusals(refusals) {}
+      m_refusals(refusals),
+      m_scripts(scripts) {}
 
 int CliRun::run() {
   m_control->GetParam(quillbay::key::ScanAreaType, &m_areaType);
@@ -73,6 +74,7 @@ void CliRun::stop() {
   m_reporter.note(translated(m_options.finishPage ? "stopping after this page; interrupt again to end at once"
                                                   : "stopping; interrupt again to end at once"));
   m_control->Stop(m_options.finishPage ? StopKind::AfterPage : StopKind::Now);
+  if (!m_options.finishPage) m_scripts.cancel();
 }
 
 void CliRun::OnPageFinished(const quillbay::PageInfo& page) {
@@ -100,7 +102,12 @@ int CliRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
 }
 
 void CliRun::OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) {
+  m_scripts.whenDone([this, cause, fault, pages] { finish(cause, fault, pages); });
+}
+
+void CliRun::finish(EndCause cause, const UnitFault& fault, int pages) {
   m_status = statusOf(cause, fault, pages);
+  if (m_status == kDone && m_scripts.failures() > 0) m_status = kScript;
   // The unit's fault reports a stop as well; it is news only if the scanner caused it.
   const bool isNews =
       cause == EndCause::Stopped ? Interrupts::number() == 0 : fault.code != UnitFaultCode::Cancelled;

@@ -4,6 +4,7 @@
 #include "failure.h"
 #include "interrupts.h"
 #include "next_page.h"
+#include "page_scripts.h"
 #include "quillbay/control.h"
 #include "reporter.h"
 #include "scan_options.h"
@@ -26,7 +27,7 @@ class Refusals {
 class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
  public:
   CliRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
-         Interrupts& interrupts, NextPage& next, const Refusals& refusals);
+         Interrupts& interrupts, NextPage& next, const Refusals& refusals, PageScripts& scripts);
   /// Returns the exit status.
   int run();
 
@@ -43,6 +44,7 @@ class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEv
   [[nodiscard]] int statusOf(quillbay::EndCause cause, const quillbay::UnitFault& fault, int pages) const;
   void lookAgain();
   void stop();
+  void finish(quillbay::EndCause cause, const quillbay::UnitFault& fault, int pages);
 
   quillbay::IQuillbayControl* m_control;
   const ScanOptions& m_options;
@@ -50,6 +52,7 @@ class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEv
   Interrupts& m_interrupts;
   NextPage& m_next;
   const Refusals& m_refusals;
+  PageScripts& m_scripts;
   QEventLoop m_loop;
   int m_status = kDone;
   quillbay::CKxVariant m_areaType, m_detection;  // as the run began

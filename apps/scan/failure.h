@@ -3,7 +3,7 @@
 #include <string>
 
 /// Exit statuses of the program; 128 + N after signal N.
-enum ExitStatus : int { kDone = 0, kUsage = 1, kDevice = 2, kOutput = 3, kMedia = 4, kSignal = 128 };
+enum ExitStatus : int { kDone = 0, kUsage = 1, kDevice = 2, kOutput = 3, kMedia = 4, kScript = 5, kSignal = 128 };
 
 /// Ends the program with a status, after one line on standard error.
 class Failure : public std::runtime_error {

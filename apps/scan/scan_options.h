@@ -4,9 +4,26 @@
 #include <utility>
 #include <vector>
 
+/// The name that --script gives the program's own correction.
+inline constexpr const char* kOwnScript = "autocorrect";
+
 /// The options of the command line, before anything is looked up.
 struct ScanOptions {
-  enum class Action { Scan, ListDevices, AllOptions, DryRun, Recover, Help, Version, HelpMan, HelpCompletion };
+  enum class Action {
+    Scan,
+    ListDevices,
+    AllOptions,
+    DryRun,
+    Recover,
+    ListPresets,
+    SavePreset,
+    ExportPreset,
+    ImportPreset,
+    Help,  // from here on: texts
+    Version,
+    HelpMan,
+    HelpCompletion
+  };
   using KeyValue = std::pair<std::string, std::string>;
 
   Action action = Action::Scan;
@@ -27,6 +44,8 @@ struct ScanOptions {
   bool multipage = false;
   bool overwrite = false, increment = false;
   bool toView = false;
+  std::string script;  ///< FILE of --script: works on each page after its scan
+  bool allowPrograms = false;
 
   std::optional<int> batch;          ///< pages; 0: until no document comes
   bool batchPrompt = false;          ///< asks between the pages, with a feeder too
@@ -36,6 +55,11 @@ struct ScanOptions {
   std::vector<KeyValue> settings;  ///< --set
   bool saveSettings = false;
   std::string recover;  ///< FILE of --recover
+
+  std::string preset;        ///< NAME of --preset; empty: none
+  std::string savePreset;    ///< NAME
+  std::string exportPreset;  ///< NAME
+  std::string presetFile;    ///< FILE of --export-preset or --import-preset; "-": standard output or input
 
   bool finishPage = false;
   bool json = false, quiet = false;

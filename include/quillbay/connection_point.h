@@ -102,6 +102,8 @@ class TSinkImpl : public CKxUnknownImplStatic<I> {
     m_point = nullptr;
     return answer;
   }
+  /// Whether it is subscribed somewhere.
+  [[nodiscard]] bool isSubscribed() const noexcept { return static_cast<bool>(m_point); }
 
  protected:
   [[nodiscard]] T* owner() const noexcept { return m_owner; }

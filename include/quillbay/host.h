@@ -162,6 +162,11 @@ class IHostApp : public IApp {
 /// them; the remembered scanner is written when the object is destroyed.
 QUILLBAY_API KxPtr<IHostApp> New_HostApp(const HostOptions& options);
 
+/// Checks a script file before it is used: whether it can be read, its commands, and, unless `mayRun` is not 0 or
+/// the settings of `app` (may be null) allow it, that it runs no program. Returns 1, or 0 with the reason in
+/// `*why`.
+QUILLBAY_API int CheckScript(IApp* app, const std::string& file, int mayRun, std::string* why);
+
 /// Where `RecoverPart` puts the pages.
 struct RecoverTarget {
   std::string file{};       ///< empty: the name without ".part"

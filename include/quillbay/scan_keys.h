@@ -177,6 +177,9 @@ inline constexpr char Process[] = "ProcessScript";
 inline constexpr char Kill[] = "KillCommand";
 inline constexpr char Autocorrect[] = "Autocorrect";  ///< also the key of its script in `section_name::Scripts`
 
+/// The name of the host's own correction for users, which its catalogue translates.
+inline constexpr char OwnCorrection[] = "Autocortect";
+
 inline constexpr char Raster[] = "RStor";       ///< object: `IRStor`
 inline constexpr char FileName[] = "FileName";  ///< text
 inline constexpr char Text[] = "Script";        ///< text: the script itself

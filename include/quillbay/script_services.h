@@ -33,6 +33,37 @@ class IScriptErrorSink : public IKxUnknown {
   virtual void FileFailed(const char* file, IParam* parameters, int cancelled) = 0;
 };
 
+/// Whoever has pages worked on after a scan: the panel's page for it.
+class IScriptRunner : public IKxUnknown {
+ public:
+  /// The script that "Autocorrect" without parameters runs: a file; empty: the host's own.
+  [[nodiscard]] virtual std::string GetScript() = 0;
+  /// Has one file processed: a picture that a script could not process, or a script. Returns 0 for success, as
+  /// `IScriptCmdSink::ExecCommand`.
+  virtual int ProcessFile(const char* file) = 0;
+};
+
+/// Is told when the number of an `IScriptQueue` has changed.
+class IScriptQueueSink : public IKxUnknown {
+ public:
+  virtual void QueueChanged(int count) = 0;
+};
+
+/// The scripts that a host works on aside, one after another; queried from the application object. While a runner
+/// is registered, the command "Autocorrect" without parameters returns at once: its script then works on the page
+/// that was the current one, and the commands that save this page wait for it. What it changes is put into the
+/// document when it has ended. User-interface thread.
+class IScriptQueue : public IKxUnknown {
+ public:
+  /// What runs and waits.
+  virtual int Count() = 0;
+  /// Ends the script that runs and those that wait; each is reported as cancelled. Pages are saved all the same.
+  virtual void Cancel() = 0;
+  /// Waits until nothing is left; shows nothing meanwhile.
+  virtual void Finish() = 0;
+  [[nodiscard]] virtual KxPtr<IConnectionPoint<IScriptQueueSink>> GetSinks() = 0;
+};
+
 /// Where to register; queried from the application object. Sinks may leave at any time, also while they are called.
 /// All logs and error collectors receive everything; the progress factory registered last is used.
 class IScriptServices : public IKxUnknown {
@@ -40,6 +71,8 @@ class IScriptServices : public IKxUnknown {
   [[nodiscard]] virtual KxPtr<IConnectionPoint<IScriptLogSink>> GetLogs() = 0;
   [[nodiscard]] virtual KxPtr<IConnectionPoint<IScriptProgressFactory>> GetProgressFactories() = 0;
   [[nodiscard]] virtual KxPtr<IConnectionPoint<IScriptErrorSink>> GetErrorCollectors() = 0;
+  /// The runner registered last is asked for its script.
+  [[nodiscard]] virtual KxPtr<IConnectionPoint<IScriptRunner>> GetRunners() = 0;
 };
 
 }  // namespace quillbay

@@ -6,7 +6,7 @@ namespace quillbay {
 
 int CHostPages::Add(const HostPage& page) {
   if (!page.raster) return 0;
-  std::erase_if(m_entries, [](const Entry& e) { return e.page.saved; });
+  std::erase_if(m_entries, [this](const Entry& e) { return e.page.saved && !isKept(e); });
   if (!page.multipage || m_document == 0) ++m_document;
   m_entries.push_back({m_nextId++, m_document, page});
   return m_entries.back().id;
@@ -54,7 +54,7 @@ int CHostPages::CountUnsaved() {
 }
 
 void CHostPages::Clear(int unsavedToo) {
-  std::erase_if(m_entries, [unsavedToo](const Entry& e) { return unsavedToo || e.page.saved; });
+  std::erase_if(m_entries, [&](const Entry& e) { return (unsavedToo || e.page.saved) && !isKept(e); });
 }
 
 std::vector<HostDocument> CHostPages::documents() const {

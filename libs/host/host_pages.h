@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <vector>
 
 #include "quillbay/host.h"
@@ -20,6 +21,8 @@ class CHostPages final : public CKxUnknownImpl<IHostPages> {
   void Clear(int unsavedToo) override;
 
   [[nodiscard]] std::vector<HostDocument> documents() const;
+  /// Pages for which this is true leave neither with a new page nor by `Clear`: they are worked on.
+  void setKept(std::function<bool(int id)> isKept) { m_isKept = std::move(isKept); }
 
  private:
   struct Entry {
@@ -27,9 +30,11 @@ class CHostPages final : public CKxUnknownImpl<IHostPages> {
     HostPage page;
   };
   Entry* find(int id);
+  [[nodiscard]] bool isKept(const Entry& entry) const { return m_isKept && m_isKept(entry.id); }
 
   std::vector<Entry> m_entries;
   int m_nextId = 1, m_document = 0;
+  std::function<bool(int)> m_isKept;
 };
 
 }  // namespace quillbay

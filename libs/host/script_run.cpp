@@ -66,12 +66,12 @@ ScriptRun::ScriptRun(ScriptWorld world, std::string title, IParam* parameters)
 
 void ScriptRun::log(const std::string& line) const {
   m_world.events->Note("quillbay.script", line.c_str());
-  m_world.services->log(line);
+  m_world.reports->Log(line);
 }
 
 void ScriptRun::takeCurrent() {
   HostPage page;
-  const int id = m_world.pages->GetCurrent();
+  const int id = m_world.page > 0 ? m_world.page : m_world.pages->GetCurrent();
   if (id <= 0 || !m_world.pages->GetPage(id, &page) || !page.raster) return;
   m_work.page = id;
   m_work.rasters = {page.raster};
@@ -84,6 +84,8 @@ void ScriptRun::takeCurrent() {
 /// The reason against running the script; empty without one.
 std::string ScriptRun::check(const std::vector<ScriptStep>& steps) const {
   bool hasPage = !m_work.rasters.empty();
+  if (m_world.page > 0 && !hasPage)
+    return formatText(Supp_Translate("%s was closed before the script ran."), {m_world.pageName});
   std::vector<std::string> written;
   for (const ScriptStep& step : steps) {
     if (step.ignored) continue;
@@ -99,6 +101,8 @@ std::string ScriptRun::check(const std::vector<ScriptStep>& steps) const {
     } else if (!hasPage) {
       return refuse(Supp_Translate("there is no page to work on"));
     }
+    if (step.action == ScriptAction::Run && !m_world.programs.allowed)
+      return refuse(programsNotAllowed(step.program.words.front()));
     if (step.action == ScriptAction::SaveAs) written.push_back(step.file);
     hasPage = step.action != ScriptAction::Close;
   }
@@ -108,20 +112,19 @@ std::string ScriptRun::check(const std::vector<ScriptStep>& steps) const {
 void ScriptRun::refuse(const std::string& script, const std::string& why) {
   takeCurrent();
   log(formatText(Supp_Translate("Not run: %s"), {why}));
-  const std::string& file = m_work.file.empty() ? script : m_work.file;
+  const std::string& page = m_work.name.empty() ? m_world.pageName : m_work.name;
+  const std::string& file = page.empty() ? script : page;
   collect(file, why, nullptr, false);
-  tell(file, Supp_Translate("The script was not run"), why);
+  if (!isListed()) tell(file, Supp_Translate("The script was not run"), why);
 }
 
 bool ScriptRun::run(const std::vector<ScriptStep>& steps) {
   takeCurrent();
   log(formatText(Supp_Translate("Script %s: started"), {m_title}));
-  if (const std::string why = check(steps); !why.empty()) {
-    refuse(m_title, why);
-    return false;
-  }
-  m_progress = m_world.services->makeProgress(m_title);
-  const bool done = perform(steps) && commit();
+  if (const std::string why = check(steps); !why.empty()) return refuse(m_title, why), false;
+  m_progress = m_world.reports->MakeProgress(m_title);
+  bool done = perform(steps);
+  if (done) onDocument([&] { done = commit(); });
   m_progress = nullptr;  // closes its window before a message opens
   log(formatText(Supp_Translate(done ? "Script %s: done" : "Script %s: not done; the document is as it was"),
                  {m_title}));
@@ -130,7 +133,7 @@ bool ScriptRun::run(const std::vector<ScriptStep>& steps) {
   return done;
 }
 
-void ScriptRun::take(const StepNote& note) {
+void ScriptRun::note(const StepNote& note) {
   log("    " + note.text);
   if (!m_notes.empty()) m_notes += '\n';
   m_notes += note.text;
@@ -238,7 +241,7 @@ ScriptRun::Outcome ScriptRun::open(const ScriptStep& step) {
 
 ScriptRun::Outcome ScriptRun::saveAs(const ScriptStep& step) {
   const bool replace = fio::exists(step.file);
-  if (!mayReplaceFile(m_world.events.get(), step.file)) return Outcome::Declined;
+  if (step.file != m_world.replaced && !mayReplaceFile(m_world.events.get(), step.file)) return Outcome::Declined;
   fio::createFolder(fio::folderOf(step.file));
   LineProgress lines(m_progress.get(), linesOf(m_work.rasters));
   if (!SaveRasterFile(m_world.app.get(), m_work.rasters, step.file, replace, m_progress ? &lines : nullptr)) {
@@ -248,7 +251,9 @@ ScriptRun::Outcome ScriptRun::saveAs(const ScriptStep& step) {
   m_work.file = m_work.name = step.file;
   if (replace) m_world.pages->NoteOverwritten(step.file);
   // What the document holds is in the file now, whatever else the script does.
-  if (m_work.page > 0 && !m_work.changed && isAsItWas(m_work)) m_world.pages->NoteSaved(m_work.page, step.file);
+  onDocument([&] {
+    if (m_work.page > 0 && !m_work.changed && isAsItWas(m_work)) m_world.pages->NoteSaved(m_work.page, step.file);
+  });
   if (m_world.onSaved) m_world.onSaved(step.file);
   return Outcome::Done;
 }
@@ -264,13 +269,26 @@ ScriptRun::Outcome ScriptRun::close() {
   return Outcome::Done;
 }
 
-ScriptRun::Outcome ScriptRun::change(const ScriptStep& step) {
+/// None when it was cancelled.
+std::vector<KxPtr<IRStor>> ScriptRun::resultsOf(const ScriptStep& step) {
+  if (step.action == ScriptAction::Run) {
+    const ProgramWork work{m_work.rasters, m_work.file, m_work.page > 0, m_world.app.get()};
+    return runProgramStep(step, m_world.programs, work, m_progress.get(),
+                          [this](const std::string& line) { log(line); });
+  }
   std::vector<KxPtr<IRStor>> results;
   for (const auto& raster : m_work.rasters) {
-    auto result = runRasterStep(step, raster.get(), m_progress.get(), [this](const StepNote& note) { take(note); });
-    if (!result) return Outcome::Cancelled;
+    auto result =
+        runRasterStep(step, raster.get(), m_progress.get(), [this](const StepNote& found) { note(found); });
+    if (!result) return {};
     results.push_back(std::move(result));
   }
+  return results;
+}
+
+ScriptRun::Outcome ScriptRun::change(const ScriptStep& step) {
+  std::vector<KxPtr<IRStor>> results = resultsOf(step);
+  if (results.empty()) return Outcome::Cancelled;
   const auto same = [](const auto& a, const auto& b) { return a.get() == b.get(); };
   if (std::equal(results.begin(), results.end(), m_work.rasters.begin(), same)) return Outcome::Done;
   m_work.rasters = std::move(results);
@@ -283,6 +301,10 @@ ScriptRun::Outcome ScriptRun::change(const ScriptStep& step) {
 bool ScriptRun::isAsItWas(const Work& work) const {
   HostPage now;
   return m_world.pages->GetPage(work.page, &now) != 0 && now.raster.get() == work.before.get();
+}
+
+void ScriptRun::onDocument(const std::function<void()>& work) const {
+  m_world.onDocument ? m_world.onDocument(work) : work();
 }
 
 bool ScriptRun::commit() {
@@ -302,9 +324,10 @@ bool ScriptRun::commit(const Work& work) {
   if (work.page > 0) {
     if (!work.changed) return true;
     if (!isAsItWas(work) || !m_world.pages->Replace(work.page, work.rasters.front().get())) {
-      m_failures.push_back(
-          {work.name, formatText(Supp_Translate("%s was closed or changed while the script ran."), {work.name}),
-           false});
+      const std::string why =
+          formatText(Supp_Translate("%s was closed or changed while the script ran."), {work.name});
+      m_failures.push_back({work.name, why, false});
+      collect(work.name, why, nullptr, false);
       return false;
     }
     if (work.saved) m_world.pages->NoteSaved(work.page, work.file);
@@ -332,11 +355,11 @@ void ScriptRun::collect(const std::string& file, const std::string& why, const S
   }
   parameters->SetValue(script_key::Text, m_title);
   parameters->SetValue("Error", why);
-  m_world.services->fileFailed(file, parameters.get(), cancelled);
+  m_world.reports->FileFailed(file, parameters.get(), cancelled);
 }
 
 void ScriptRun::tellFailures() const {
-  if (m_failures.empty()) return;
+  if (m_failures.empty() || isListed()) return;
   if (m_failures.size() == 1 && m_failures.front().cannotWrite) {
     return sayCannotWrite(m_world.events.get(), m_failures.front().file, m_failures.front().why);
   }

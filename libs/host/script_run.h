@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "host/script_program.h"
 #include "host/script_raster.h"
 #include "host/script_services.h"
 #include "host/script_step.h"
@@ -15,8 +16,15 @@ struct ScriptWorld {
   KxPtr<IHostPages> pages;
   KxPtr<IEvents> events;
   KxPtr<IApp> app;  ///< gives the options of the file formats
-  KxPtr<CScriptServices> services;
+  KxPtr<IScriptReports> reports;
   std::function<void(const std::string& file)> onSaved;
+  ProgramPolicy programs{};
+  int page = 0;            ///< what to begin with; 0: the current one
+  std::string pageName{};  ///< what that is called, for a message when it is gone
+  /// Runs what asks the document and then changes it, on the document's thread; empty: at once.
+  std::function<void(const std::function<void()>&)> onDocument{};
+  std::function<bool()> isListed{};  ///< whether somebody lists failures, so that no message is needed
+  std::string replaced{};            ///< a file that is replaced without a question
 };
 
 /// Asks before a file is replaced; true when there is none of this name.
@@ -27,8 +35,9 @@ struct ScriptWorld {
 ///
 /// A command that fails on a file that the script opened ends the work on this file: the script continues with the
 /// next "/Open". One that fails on the document's own page ends the script. Everything that failed is reported in
-/// one message. User-interface thread; a progress may dispatch events meanwhile, and other scripts may run therein:
-/// a page that was changed or closed by then stays as it is, and the script is reported as failed.
+/// one message. All parts of its world are called on the thread that it runs on. A progress may dispatch events
+/// meanwhile, and other scripts may run therein: a page that was changed or closed by then stays as it is, and the
+/// script is reported as failed.
 class ScriptRun {
  public:
   /// `title` is how messages call the script; `parameters` (may be null) are those of the command that runs it.
@@ -66,16 +75,19 @@ class ScriptRun {
   [[nodiscard]] Outcome saveAs(const ScriptStep& step);
   [[nodiscard]] Outcome close();
   [[nodiscard]] Outcome change(const ScriptStep& step);
+  [[nodiscard]] std::vector<KxPtr<IRStor>> resultsOf(const ScriptStep& step);
   [[nodiscard]] Outcome failed(const ScriptStep& step, const std::string& file, const std::string& why,
                                bool cannotWrite);
   [[nodiscard]] bool isAsItWas(const Work& work) const;
+  void onDocument(const std::function<void()>& work) const;
   [[nodiscard]] bool commit();
   [[nodiscard]] bool commit(const Work& work);
+  [[nodiscard]] bool isListed() const { return m_world.isListed && m_world.isListed(); }
   void tellFailures() const;
   void tell(const std::string& file, const std::string& head, const std::string& details) const;
   void collect(const std::string& file, const std::string& why, const ScriptStep* step, bool cancelled) const;
   void log(const std::string& line) const;
-  void take(const StepNote& note);
+  void note(const StepNote& note);
   void handOver() const;
   [[nodiscard]] bool isCancelled() const { return m_progress && m_progress->IsCancelled() != 0; }
 

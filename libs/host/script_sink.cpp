@@ -13,10 +13,10 @@ namespace {
 constexpr int kYesNo = static_cast<int>(EventButtons::YesNo);
 constexpr int kQuestion = static_cast<int>(EventKind::Question);
 constexpr int kYes = static_cast<int>(EventAnswer::Yes);
-constexpr const char* kAutocorrect = "Autocorrect";
 constexpr qint64 kMostScriptBytes = 16 << 20;
 
-/// Adds `raster` to a file as its next page.
+}  // namespace
+
 void appendPage(IIOParams* io, const std::string& file, IRStor* raster) {
   const auto channel = new_FileChanel(io, file, nullptr, nullptr);
   const auto save = channel.as<IKxRasterSavePagedChanel>();
@@ -40,7 +40,7 @@ void appendPage(IIOParams* io, const std::string& file, IRStor* raster) {
   channel->Commit();
 }
 
-std::string readScript(const std::string& path) {
+std::string readScriptFile(const std::string& path) {
   QFile file(QString::fromStdString(path));
   if (!file.open(QIODevice::ReadOnly)) {
     throw CXFileException(
@@ -53,7 +53,18 @@ std::string readScript(const std::string& path) {
   return file.readAll().toStdString();
 }
 
-}  // namespace
+CHostScriptSink::CHostScriptSink(Parts parts, const HostOptions& options)
+    : m_parts(std::move(parts)),
+      m_onSaved(options.onSaved),
+      m_programs{options.allowPrograms},
+      m_clear(options.clear) {
+  m_ownPages->setKept([queue = m_queue.get()](int id) { return queue->holds(id); });
+}
+
+void CHostScriptSink::setPages(IHostPages* pages) {
+  m_queue->Finish();
+  m_programPages = KxPtr<IHostPages>::share(pages);
+}
 
 int CHostScriptSink::ExecCommand(const char* command, IParam* arguments) {
   const std::string name = command ? command : "";
@@ -66,7 +77,7 @@ int CHostScriptSink::ExecCommand(const char* command, IParam* arguments) {
     done = addPage(arguments);
   } else if (sameKey(name, script_key::Process)) {
     done = paramInt(arguments, kIgnoreCommand) || processScript(arguments);
-  } else if (sameKey(name, kAutocorrect)) {
+  } else if (sameKey(name, script_key::Autocorrect)) {
     done = paramInt(arguments, kIgnoreCommand) || autocorrect(arguments);
   } else if (sameKey(name, script_key::Kill)) {
     done = !m_onClose || m_onClose();
@@ -85,13 +96,19 @@ KxPtr<IEvents> CHostScriptSink::events() const {
   return registered ? registered : KxPtr<IEvents>::share(m_parts.events.get());
 }
 
-ScriptWorld CHostScriptSink::world() const { return {pages(), events(), m_parts.app, m_parts.services, m_onSaved}; }
+ScriptWorld CHostScriptSink::world() const {
+  ScriptWorld world{pages(), events(), m_parts.app, m_parts.services.as<IScriptReports>(), m_onSaved};
+  world.programs = programPolicyOf(m_parts.profile.get());
+  world.programs.allowed = world.programs.allowed || m_programs.allowed;
+  return world;
+}
 
 bool CHostScriptSink::clearRasters(IParam* arguments) {
   // No page comes after a preview or a connection; the pages of a multi-page document are kept.
   const bool noPageComes = paramInt(arguments, script_key::Prescan) || paramInt(arguments, script_key::Connect);
   if (m_clear == ClearPolicy::Keep || noPageComes || paramInt(arguments, script_key::MultiPage)) return true;
   const auto held = pages();
+  if (m_programPages && m_queue->Count() > 0) return true;  // some of them are worked on
   if (m_clear == ClearPolicy::Discard) {
     held->Clear(m_parts.events->interactive() ? 0 : 1);
     return true;
@@ -127,6 +144,7 @@ bool CHostScriptSink::addPage(IParam* arguments) {
   const auto held = pages();
   HostPage page;
   if (file.empty() || !held->GetPage(m_lastPage, &page)) return false;
+  if (m_queue->holds(m_lastPage)) return queueAddPage(file), true;
   try {
     appendPage(m_parts.io.get(), file, page.raster.get());
   } catch (const CXException& e) {
@@ -140,23 +158,44 @@ bool CHostScriptSink::addPage(IParam* arguments) {
 
 bool CHostScriptSink::processScript(IParam* arguments) {
   const std::string text = paramString(arguments, script_key::Text);
-  if (text.empty()) return runFile(paramString(arguments, script_key::FileName), arguments);
-  return runText(text, {}, paramString(arguments, script_key::Title, Supp_Translate("command")), arguments);
+  if (!text.empty())
+    return runText(text, {}, paramString(arguments, script_key::Title, Supp_Translate("command")), arguments);
+  const std::string file = paramString(arguments, script_key::FileName);
+  const auto runner = m_parts.services->runner();
+  if (runner && isPicture(file)) return processPicture(file, *runner);
+  // The panel saves the page that a script still works on.
+  const int page = pages()->GetCurrent();
+  if (!paramInt(arguments, script_key::KeepWindow) || !m_queue->holds(page)) return runFile(file, arguments);
+  try {
+    return queueSource({readScriptFile(file), file, file}, asideOf(page, true));
+  } catch (const CXFileException& e) {
+    ScriptRun(world(), file, arguments).refuse(file, e.what());
+  }
+  return false;
+}
+
+std::string CHostScriptSink::correctionPath(IParam* arguments, IScriptRunner* runner) const {
+  std::string path = paramString(arguments, script_key::FileName);
+  if (path.empty() && runner) path = runner->GetScript();
+  if (path.empty()) {
+    const auto scripts = KxPtr<IParam>::adopt(m_parts.profile->GetSection(section_name::Scripts, 0));
+    path = paramString(scripts.get(), script_key::Autocorrect);
+  }
+  return path.empty() ? path : fio::expandHome(path);
 }
 
 bool CHostScriptSink::autocorrect(IParam* arguments) {
-  std::string path = paramString(arguments, script_key::FileName);
-  if (path.empty()) {
-    const auto scripts = KxPtr<IParam>::adopt(m_parts.profile->GetSection("Scripts", 0));
-    path = paramString(scripts.get(), kAutocorrect);
-  }
-  if (!path.empty()) return runFile(fio::expandHome(path), arguments);
-  return runText(std::string("/") + kAutocorrect, {}, Supp_Translate(kAutocorrect), arguments);
+  const auto runner = arguments ? KxPtr<IScriptRunner>{} : m_parts.services->runner();
+  const std::string path = correctionPath(arguments, runner.get());
+  if (runner) return correctAside(path, asideOf(pages()->GetCurrent(), false));
+  if (!path.empty()) return runFile(path, arguments);
+  return runText(std::string("/") + script_key::Autocorrect, {}, Supp_Translate(script_key::Autocorrect),
+                 arguments);
 }
 
 bool CHostScriptSink::runFile(const std::string& path, IParam* arguments) {
   try {
-    return runText(readScript(path), path, path, arguments);
+    return runText(readScriptFile(path), path, path, arguments);
   } catch (const CXFileException& e) {
     ScriptRun(world(), path, arguments).refuse(path, e.what());
   }

@@ -1,10 +1,12 @@
 #pragma once
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
 #include "host/host_events.h"
 #include "host/host_pages.h"
+#include "host/script_queue.h"
 #include "host/script_run.h"
 
 namespace quillbay {
@@ -22,8 +24,7 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
     KxPtr<CScriptServices> services;
     KxPtr<IParam> syntax;  ///< the settings of `IScriptSyntaxParam`
   };
-  CHostScriptSink(Parts parts, const HostOptions& options)
-      : m_parts(std::move(parts)), m_onSaved(options.onSaved), m_clear(options.clear) {}
+  CHostScriptSink(Parts parts, const HostOptions& options);
 
   /// 0 for success. What cannot be done is reported through the events; an unknown command returns 1.
   int ExecCommand(const char* command, IParam* arguments) override;
@@ -31,8 +32,9 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
   void setClearPolicy(ClearPolicy clear) { m_clear = clear; }
   void setRasterHandler(std::function<void(const HostDocument&)> handler) { m_onRaster = std::move(handler); }
   void setCloseHandler(std::function<bool()> handler) { m_onClose = std::move(handler); }
-  /// Null: the list of its own.
-  void setPages(IHostPages* pages) { m_programPages = KxPtr<IHostPages>::share(pages); }
+  /// Null: the list of its own. Waits for the scripts that work on pages of the one before.
+  void setPages(IHostPages* pages);
+  [[nodiscard]] const KxPtr<CScriptQueue>& queue() const { return m_queue; }
   [[nodiscard]] std::vector<HostDocument> documents() const { return m_ownPages->documents(); }
 
  private:
@@ -48,14 +50,45 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
   bool runFile(const std::string& path, IParam* arguments);
   bool runText(const std::string& text, const std::string& file, const std::string& title, IParam* arguments);
 
+  // Aside from the user-interface thread.
+  /// A script with its name, and the folder that its file names begin at.
+  struct Source {
+    std::string text, file, title;
+  };
+  struct Aside {
+    int page = 0;          ///< 0: a file
+    std::string name;      ///< of what it works on, for the user
+    bool isSave = false;   ///< it is not cancelled, and tells its failures
+    std::string replaced;  ///< a file that is replaced without a question
+  };
+  [[nodiscard]] ScriptWorld worldOf(const Aside& aside) const;
+  [[nodiscard]] Aside asideOf(int page, bool isSave) const;
+  /// The script of "Autocorrect".
+  [[nodiscard]] std::string correctionPath(IParam* arguments, IScriptRunner* runner) const;
+  bool correctAside(const std::string& path, const Aside& aside);
+  bool queueSource(const Source& source, const Aside& aside);
+  bool queueSteps(std::vector<ScriptStep> steps, const std::string& title, const Aside& aside);
+  void queueAddPage(const std::string& file);
+  [[nodiscard]] bool isPicture(const std::string& file) const;
+  bool processPicture(const std::string& file, IScriptRunner& runner);
+  [[nodiscard]] std::vector<ScriptStep> compile(const Source& source) const;
+
   const Parts m_parts;
   const std::function<void(const std::string&)> m_onSaved;
+  const ProgramPolicy m_programs;            // of this run
+  std::map<std::string, int> m_unprocessed;  // pages by the names that they were reported with
   const KxPtr<CHostPages> m_ownPages = KxPtr<CHostPages>::adopt(new CHostPages);
   KxPtr<IHostPages> m_programPages;
   ClearPolicy m_clear;
   int m_lastPage = 0;  // that "IntAddRaster" brought
   std::function<void(const HostDocument&)> m_onRaster;
   std::function<bool()> m_onClose;
+  const KxPtr<CScriptQueue> m_queue = KxPtr<CScriptQueue>::adopt(new CScriptQueue);
 };
+
+/// The text of a script file. Throws CXFileException.
+[[nodiscard]] std::string readScriptFile(const std::string& path);
+/// Adds `raster` to a file as its next page. Throws CXFileException. Any thread.
+void appendPage(IIOParams* io, const std::string& file, IRStor* raster);
 
 }  // namespace quillbay

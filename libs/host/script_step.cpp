@@ -11,6 +11,8 @@ namespace quillbay {
 namespace {
 
 constexpr double kMaxMm = 1e6, kMaxSpeckMm = 10, kMaxDeskew = 45, kMaxTurn = 36000;
+constexpr double kMaxLimit = 86400;  // seconds
+constexpr std::string_view kPlaces = "iob%";
 
 struct Key {
   const char* name;
@@ -38,6 +40,12 @@ constexpr Rule kRules[] = {
     {"Invert", ScriptAction::Invert, false, {}},
     {"Rotate", ScriptAction::Rotate, false, {{{"ANGLE", "degrees clockwise"}}}},
     {"Autocorrect", ScriptAction::Autocorrect, false, {}},
+    {"Run",
+     ScriptAction::Run,
+     false,
+     {{{"LIMIT", "seconds that the program may take"},
+       {"IN", "extension of the file %i; default: tif"},
+       {"OUT", "extension of the file %o; default: tif"}}}},
 };
 
 /// What every command may carry.
@@ -121,6 +129,47 @@ std::optional<tagRRECT> cropArea(const Checker& check) {
   return tagRRECT{x, y, x + *width, y + *height};
 }
 
+std::string extensionFor(const Checker& check, const char* key) {
+  const std::string* text = check.find(key);
+  if (!text) return "tif";
+  const auto isPlain = [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); };
+  const std::string name = toLowerAscii(*text);
+  if (name.empty() || name.size() > 8 || !std::all_of(name.begin(), name.end(), isPlain)) {
+    check.refuse(formatText(Supp_Translate("%s is the extension of a picture file, such as tif or png"), {key}));
+  }
+  return name;
+}
+
+/// The letters that follow the percent signs of a word.
+template <class F>
+void eachPlace(std::string_view word, F&& take) {
+  for (auto at = word.find('%'); at != std::string_view::npos; at = word.find('%', at + 2))
+    take(at + 1 < word.size() ? word[at + 1] : '\0');
+}
+
+ScriptProgram programOf(const Checker& check, const ScriptCommand& command, const std::string& script) {
+  ScriptProgram program;
+  program.words = command.words;
+  if (program.words.empty() || program.words.front().empty())
+    check.refuse(Supp_Translate("write the program and its arguments after it"));
+  std::string& name = program.words.front();
+  name = fio::expandHome(name);
+  if (!name.starts_with('/') && name.find('/') != std::string::npos) name = fio::folderOf(script) + name;
+  for (const std::string& word : program.words) {
+    if (word.find('\0') != std::string::npos) check.refuse(Supp_Translate("a word holds a zero byte"));
+    eachPlace(word, [&](char place) {
+      if (place == '\0' || kPlaces.find(place) == std::string_view::npos) {
+        check.refuse(formatText(
+            Supp_Translate("\"%s\": after a percent sign stands i, o, b, or another percent sign"), {word}));
+      }
+    });
+  }
+  program.limit = static_cast<int>(check.number("LIMIT", 1, kMaxLimit).value_or(0));
+  program.in = extensionFor(check, "IN");
+  program.out = extensionFor(check, "OUT");
+  return program;
+}
+
 ScriptStep compileStep(const ScriptCommand& command, const std::string& file, const std::string& title,
                        IParam* settings) {
   const Checker check(command, title);
@@ -146,6 +195,7 @@ ScriptStep compileStep(const ScriptCommand& command, const std::string& file, co
       step.by = check.number("ANGLE", -kMaxTurn, kMaxTurn);
       if (!step.by) check.refuse(Supp_Translate("ANGLE is missing; give it in degrees, clockwise"));
       break;
+    case ScriptAction::Run: step.program = programOf(check, command, file); break;
     case ScriptAction::Close:
     case ScriptAction::CropToDocument:
     case ScriptAction::Invert:
@@ -157,12 +207,38 @@ ScriptStep compileStep(const ScriptCommand& command, const std::string& file, co
 }  // namespace
 
 std::string ScriptStep::text() const {
+  const auto quoted = [](const std::string& value) {
+    const bool needs = value.empty() || value.find_first_of(" \t") != std::string::npos;
+    return needs ? "\"" + value + "\"" : value;
+  };
   std::string all = name;
-  for (const auto& [key, value] : arguments) {
-    const bool quoted = value.empty() || value.find_first_of(" \t") != std::string::npos;
-    all += " " + key + (quoted ? ":\"" + value + "\"" : ":" + value);
+  for (const auto& [key, value] : arguments) all.append(" ").append(key).append(":").append(quoted(value));
+  for (const std::string& word : program.words) {
+    const bool isLikeKey = word.find(':') != std::string::npos;
+    all.append(" ").append(isLikeKey ? "\"" + word + "\"" : quoted(word));
   }
   return all;
+}
+
+bool ScriptProgram::uses(char place) const {
+  bool found = false;
+  for (const std::string& word : words) eachPlace(word, [&](char letter) { found = found || letter == place; });
+  return found;
+}
+
+std::string fillPlaces(const std::string& word, const std::function<std::string(char)>& file) {
+  std::string filled;
+  for (std::size_t at = 0; at < word.size(); ++at) {
+    const bool isPlace = word[at] == '%' && at + 1 < word.size();
+    if (!isPlace) {
+      filled += word[at];
+    } else if (const char letter = word[++at]; letter == '%') {
+      filled += '%';
+    } else {
+      filled += file(letter);
+    }
+  }
+  return filled;
 }
 
 std::vector<ScriptStep> compileScript(std::string_view text, const std::string& file, const std::string& title,

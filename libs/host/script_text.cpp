@@ -1,5 +1,7 @@
 #include "host/script_text.h"
 
+#include <algorithm>
+
 #include "platform/base_services.h"
 
 namespace quillbay {
@@ -38,6 +40,41 @@ void skipBlanks(std::string_view& text) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
 }
 
+/// The next word of a program's line, from its first character on.
+std::string takeWord(std::string_view& rest, const std::string& file, int line) {
+  std::string word;
+  while (!rest.empty() && kBlanks.find(rest.front()) == std::string_view::npos) {
+    if (rest.front() != '"') {
+      const auto end = std::min(rest.find_first_of(" \t\""), rest.size());
+      word += rest.substr(0, end);
+      rest.remove_prefix(end);
+      continue;
+    }
+    const auto close = rest.find('"', 1);
+    if (close == std::string_view::npos) refuse(file, line, "a value without its closing quote");
+    word += rest.substr(1, close - 1);
+    rest.remove_prefix(close + 1);
+  }
+  return word;
+}
+
+bool isRunKey(std::string_view line) {
+  const auto key = line.substr(0, std::min(line.find_first_of(": \t\""), line.size()));
+  if (key.size() == line.size() || line[key.size()] != ':') return false;
+  return std::any_of(std::begin(kRunKeys), std::end(kRunKeys), [&](auto known) { return sameKey(key, known); });
+}
+
+void takeArguments(std::string_view line, const std::string& file, ScriptCommand* command) {
+  const bool runs = sameKey(command->name, kRunCommand);
+  for (skipBlanks(line); !line.empty(); skipBlanks(line)) {
+    if (!runs || (command->words.empty() && isRunKey(line))) {
+      command->arguments.push_back(takeArgument(line, file, command->line));
+    } else {
+      command->words.push_back(takeWord(line, file, command->line));
+    }
+  }
+}
+
 }  // namespace
 
 std::string ScriptCommand::argument(std::string_view key) const {
@@ -60,11 +97,9 @@ std::vector<ScriptCommand> parseScript(std::string_view text, const std::string&
     if (line.empty()) continue;
     if (!line.starts_with('/')) refuse(file, number, "a command begins with a slash");
     const auto nameEnd = std::min(line.find_first_of(kBlanks), line.size());
-    ScriptCommand command{number, std::string(line.substr(0, nameEnd)), {}};
+    ScriptCommand command{number, std::string(line.substr(0, nameEnd)), {}, {}};
     line.remove_prefix(nameEnd);
-    for (skipBlanks(line); !line.empty(); skipBlanks(line)) {
-      command.arguments.push_back(takeArgument(line, file, number));
-    }
+    takeArguments(line, file, &command);
     commands.push_back(std::move(command));
   }
   return commands;

@@ -7,6 +7,7 @@
 #include "pages/bw_thresh.h"
 #include "pages/main_settings.h"
 #include "pages/pal_dlg.h"
+#include "pages/post_proc.h"
 #include "pages/rgb_main.h"
 #include "pages/save_setup.h"
 #include "pages/scan_setup.h"
@@ -33,6 +34,8 @@ void PanelPages::create(QStackedWidget* place) {
   }
   if (m_controller.Unit()->HasMode(kModeGrey) || m_controller.Unit()->HasMode(kModeRgb))
     take(PageRole::Rgb, new CRGBMain(m_controller, m_params));
+  if (m_params->values().mode == ScanToView)
+    take(PageRole::PostProcessing, m_postProcessing = new CPostProc(m_controller, m_params));
   if (m_params->values().mode != ScanToPrint) take(PageRole::Save, new CSaveSetup(m_controller, m_params));
   m_lists = makePageLists(available, m_params->values().mode);
 }
@@ -48,6 +51,7 @@ IUIScanPage* PanelPages::makeBwPage(int mode) const {
 }
 
 void PanelPages::destroy() {
+  m_postProcessing = nullptr;
   m_lists = {};  // a page that is shown in place of one that goes finds no others
   for (auto& p : m_pages) p.reset();
 }

@@ -13,6 +13,7 @@ class QStackedWidget;
 
 namespace quillbay {
 
+class CPostProc;
 class PanelStore;
 
 /// A panel's settings pages, those that a mode has, and what all of them together hold. User-interface thread only.
@@ -45,6 +46,8 @@ class PanelPages {
   void enable(bool enable) const;
   /// The detector of the palette page; null when the unit has no palette mode.
   [[nodiscard]] const KxPtr<CPalDetector>& paletteDetector() const noexcept { return m_paletteDetector; }
+  /// Null where the destination has none.
+  [[nodiscard]] CPostProc* postProcessing() const noexcept { return m_postProcessing; }
 
  private:
   [[nodiscard]] IUIScanPage* makeBwPage(int mode) const;
@@ -56,6 +59,7 @@ class PanelPages {
   IPanelController& m_controller;
   KxPtr<CSharedScanParams> m_params;
   std::array<std::unique_ptr<IUIScanPage, Releaser>, kPageRoles> m_pages;
+  CPostProc* m_postProcessing = nullptr;  // one of them
   PageLists m_lists;
   KxPtr<CPalDetector> m_paletteDetector;
 };

@@ -2,6 +2,7 @@
 #include <QTimer>
 #include <memory>
 
+#include "destinations/command_suppression.h"
 #include "destinations/destination_factory.h"
 #include "destinations/file_destination.h"
 #include "destinations/history.h"
@@ -92,6 +93,8 @@ class CScanToView final : public CDialog,
   void remember();
   void saveHistories();
   void installStore();
+  void suppressCommands();
+  void awaitSave();
   /// The files of the run that is under way; the first call in a run makes them.
   [[nodiscard]] RunOutput& output();
   [[nodiscard]] bool pasteInto(const QLineEdit* edit);
@@ -120,7 +123,9 @@ class CScanToView final : public CDialog,
   NextNameFinder m_nextName{this, kNameFound};
   QTimer m_clock;  // runs while the name shows the time
   bool m_useFileOut = true;
-  std::unique_ptr<RunOutput> m_output;  // from a run's first page to its end
+  std::string m_lastSave;                            // file that the host was asked to save a page to
+  std::unique_ptr<CommandSuppression> m_suppressed;  // from a batch's first page to its end
+  std::unique_ptr<RunOutput> m_output;               // from a run's first page to its end
 };
 
 }  // namespace quillbay

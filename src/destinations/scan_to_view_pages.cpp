@@ -9,6 +9,7 @@
 #include "destinations/scan_to_view.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
+#include "quillbay/script_services.h"
 #include "widgets/string_table.h"
 
 namespace quillbay {
@@ -31,7 +32,18 @@ RunOutput& CScanToView::output() {
 
 void CScanToView::installStore() { m_params.destinationStore = m_context.makeStore(m_mode); }
 
+/// In a batch the panel saves the pages, whatever the user's script does with files.
+void CScanToView::suppressCommands() {
+  const bool suppresses = m_mode == ScanToView && m_params.values().batch;
+  if (!suppresses) {
+    m_suppressed = nullptr;
+  } else if (!m_suppressed) {
+    m_suppressed = std::make_unique<CommandSuppression>(m_params.app());
+  }
+}
+
 int CScanToView::BeginScan() {
+  suppressCommands();
   output().preparePage();
   if (!m_useFileOut) {
     m_params.quiet().outputFile.clear();  // no file: the rule for existing ones refuses nothing
@@ -42,7 +54,15 @@ int CScanToView::BeginScan() {
   return 1;
 }
 
+/// A host that works aside may not have written the last page yet. The rule for existing files has to find it when
+/// the next one would get its name: a mask without a counter does that.
+void CScanToView::awaitSave() {
+  const auto queue = m_lastSave.empty() ? KxPtr<IScriptQueue>{} : query<IScriptQueue>(m_params.app());
+  if (queue && queue->Count() > 0 && !m_params.values().multiPage && nextFile() == m_lastSave) queue->Finish();
+}
+
 bool CScanToView::prepareFile() {
+  awaitSave();
   const ScanValues& v = m_params.values();
   if (v.dir.empty() || v.mask.empty()) {
     tell(loadString(kTextMaskEmpty));
@@ -151,6 +171,7 @@ int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
 }
 
 RunFile CScanToView::endRun() {
+  m_suppressed = nullptr;
   const std::unique_ptr<RunOutput> ended = std::move(m_output);
   if (!ended) return {};
   std::string why;
@@ -209,6 +230,7 @@ bool CScanToView::sendSave() {
     arguments->SetValue(script_key::FileName, file);
     return m_context.controller->ExecCommand(script_key::AddPage, arguments.get()) == 0;
   }
+  m_lastSave = file;
   const BatchScript script(file);
   arguments->SetValue(script_key::FileName, script.path());
   arguments->SetValue(script_key::KeepWindow, 1);

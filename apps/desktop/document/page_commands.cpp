@@ -96,9 +96,35 @@ void PageCommands::fill(QMenu* menu) {
         const QString file = chooseScript();
         if (!file.isEmpty()) runFile(file);
       }));
+  addProgramChoice(menu);
   menu->addSeparator();
   fillPolicies(menu->addMenu(tr("&Before each scan")));
   update(m_scanning);
+}
+
+void PageCommands::addProgramChoice(QMenu* menu) {
+  const auto profile = quillbay::query<quillbay::IProfile>(m_app);
+  const auto scripts =
+      quillbay::KxPtr<quillbay::IParam>::adopt(profile->GetSection(quillbay::section_name::Scripts, 0));
+  QAction* action = menu->addAction(tr("Allo&w scripts to run programs"));
+  action->setCheckable(true);
+  action->setChecked(quillbay::paramInt(scripts.get(), quillbay::script_key::AllowPrograms) != 0);
+  action->setStatusTip(tr("Scripts with the command /Run may start programs of this computer"));
+  action->setToolTip(action->statusTip());
+  connect(action, &QAction::triggered, this, [this, action] { allowPrograms(action); });
+}
+
+void PageCommands::allowPrograms(QAction* action) {
+  const QString question = tr(
+      "A script with the command /Run starts programs of this computer, with your rights: such a program can read, "
+      "change and delete your files. Allow it only if you know where your scripts come from.\n\nAllow scripts to "
+      "run programs?");
+  if (action->isChecked() && agree && !agree(question, tr("Allow"))) return action->setChecked(false);
+  const auto profile = quillbay::query<quillbay::IProfile>(m_app);
+  const auto scripts =
+      quillbay::KxPtr<quillbay::IParam>::adopt(profile->GetSection(quillbay::section_name::Scripts, 1));
+  scripts->SetValue(quillbay::script_key::AllowPrograms, action->isChecked() ? 1 : 0);
+  profile->Flush();
 }
 
 void PageCommands::fillPolicies(QMenu* menu) {

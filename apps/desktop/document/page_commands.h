@@ -44,6 +44,8 @@ class PageCommands : public QObject {
   std::function<std::vector<int>()> selectedPages;
   /// Asks for a script file; empty: given up. Replaced by tests.
   std::function<QString()> chooseScript;
+  /// Asks whether to do what a question warns of; `yes` is the text of the button that agrees.
+  std::function<bool(const QString& question, const QString& yes)> agree;
 
  signals:
   /// A command begins or has ended.
@@ -62,6 +64,8 @@ class PageCommands : public QObject {
                const std::function<void()>& run);
   void addScript(QMenu* menu, const QString& text, const QKeySequence& key, const QString& tip, const char* script);
   void fillPolicies(QMenu* menu);
+  void addProgramChoice(QMenu* menu);
+  void allowPrograms(QAction* action);
   bool execute(const QString& title, const char* key, const QString& value);
   bool executeOnce(quillbay::IScriptCmdSink& sink, const QString& title, const char* key, const QString& value,
                    Notes* notes);

@@ -13,6 +13,7 @@
 
 #include "document/page_commands.h"
 #include "document/page_list.h"
+#include "quillbay/script_services.h"
 #include "recovery/session_guard.h"
 #include "scanner/panel_dock.h"
 #include "scanner/scanner_commands.h"
@@ -296,6 +297,24 @@ bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   return opened;
 }
 
+bool MainWindow::mayEndScripts() {
+  const auto queue = quillbay::query<quillbay::IScriptQueue>(m_app.get());
+  const int count = queue ? queue->Count() : 0;
+  return count == 0 ||
+         m_prompts.agree(
+             tr("Scripts still work on scanned pages: %n to go. If you end them, these pages stay as they "
+                "were scanned, and are saved so where a file was chosen.",
+                nullptr, count),
+             tr("End scripts"));
+}
+
+void MainWindow::endScripts() {
+  const auto queue = quillbay::query<quillbay::IScriptQueue>(m_app.get());
+  if (!queue) return;
+  queue->Cancel();
+  queue->Finish();
+}
+
 void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
   if (std::exchange(m_closing, true)) return;
@@ -306,10 +325,12 @@ void MainWindow::closeEvent(QCloseEvent* event) {
     return m_files->cancel();
   }
   if (m_panel->isBusy() && !m_prompts.stopScan()) return;
+  if (!mayEndScripts()) return;
   // Before the pages are asked about: what the scan still hands over counts as well.
   const bool hadPanel = m_panel->control() != nullptr;
   m_scanner->keepForNext();
   m_panel->closePanel();
+  endScripts();
   if (!maySurrenderPages(m_document->unsaved(), reorderedFiles(m_document->pages()))) {
     if (hadPanel) setMode(m_mode);
     return;

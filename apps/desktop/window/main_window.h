@@ -121,6 +121,10 @@ class MainWindow : public QMainWindow {
   /// False when these pages are unsaved, or files have their pages in another order, and the user wants to keep
   /// them.
   bool maySurrenderPages(const std::vector<int>& ids, const std::vector<PageSourcePtr>& reordered);
+  /// Asks when scripts still work on pages aside; false: they are to go on.
+  bool mayEndScripts();
+  /// Cancels them, and waits for what they save.
+  void endScripts();
   bool mayReplace(const QString& file, const FileStamp& known, int pages);
   bool isSaved(bool done, const QString& file, const QString& why);
   bool saveNew(const std::vector<int>& ids, const QString& file);

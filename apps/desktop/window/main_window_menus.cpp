@@ -119,6 +119,9 @@ void MainWindow::makePageMenu() {
   m_pageCommands = new PageCommands(m_app.get(), m_document, m_settings.get(), this);
   QMenu* menu = menuBar()->addMenu(tr("&Page"));
   makeEditMenu(menu);
+  m_pageCommands->agree = [this](const QString& question, const QString& yes) {
+    return m_prompts.agree(question, yes);
+  };
   m_pageCommands->fill(menu);
   m_pageCommands->selectedPages = [this] { return m_pages->selected(); };
   connect(m_pageCommands, &PageCommands::runningChanged, this, &MainWindow::updateActions);
