@@ -35,11 +35,11 @@ ModelSetup::ModelSetup(KxPtr<IUnitOptions> unit, const QString& name, QWidget* p
       m_buttons(new QDialogButtonBox) {
   setWindowTitle(QString::fromStdString(formatText(Supp_Translate("Settings of %s"), {name.toStdString()})));
   makeAround();
-  makeForm();
   showValues();
   showRows();
 }
 
+/// What is added first comes first when the user goes through with Tab.
 void ModelSetup::makeAround() {
   auto* column = new QVBoxLayout(this);
   m_scroll->setWidgetResizable(true);
@@ -55,6 +55,7 @@ void ModelSetup::makeAround() {
   m_reason->setTextFormat(Qt::PlainText);
   m_reason->hide();
   column->addWidget(m_scroll, 1);
+  makeForm();
   column->addWidget(m_reason);
   column->addWidget(m_advanced);
   column->addWidget(m_buttons);

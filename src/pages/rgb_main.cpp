@@ -2,6 +2,7 @@
 
 #include <QResizeEvent>
 #include <utility>
+#include <vector>
 
 #include "analysis/gamma_table.h"
 #include "pages/bw_point_hold.h"
@@ -52,6 +53,25 @@ void CRGBMain::createForm(int mode) {
   makeTabs(mode);
   makePicture();
   makeTools();
+  orderFocus();
+}
+
+/// With Tab from top to bottom: the form was made before what the tabs and the point area hold.
+void CRGBMain::orderFocus() {
+  std::vector<QWidget*> chain;
+  for (QWidget* w = nextInFocusChain(); w != this; w = w->nextInFocusChain()) chain.push_back(w);
+  QWidget* last = m_form->tabs;
+  const auto follow = [&last](QWidget* next) { setTabOrder(std::exchange(last, next), next); };
+  const auto followAll = [&](const QWidget* group) {
+    for (QWidget* w : chain) {
+      if (group->isAncestorOf(w) && (w->focusPolicy() & Qt::TabFocus) != 0) follow(w);
+    }
+  };
+  followAll(m_simple);
+  followAll(m_gamma);
+  follow(m_form->setPoint);
+  followAll(m_points);
+  follow(m_picture);
 }
 
 void CRGBMain::makeTabs(int mode) {

@@ -50,6 +50,7 @@ class CRGBMain final : public CTab {
   void makeTabs(int mode);
   void makeTools();
   void makePicture();
+  void orderFocus();
   [[nodiscard]] int shownMode(int createMode) const;
   void chooseTab(int tab);
   void changed();

@@ -132,6 +132,10 @@ TEST(ModelSetup, ApplyKeepsWhatCancelDoesNotPutBack) {
   };
   QAbstractButton* apply = button(QDialogButtonBox::ApplyRole);
   EXPECT_FALSE(apply->isEnabled());
+  QList<QWidget*> chain;
+  for (QWidget* w = dialog.nextInFocusChain(); w != &dialog; w = w->nextInFocusChain()) chain += w;
+  EXPECT_LT(chain.indexOf(field(dialog, "speed")->control()), chain.indexOf(button(QDialogButtonBox::AcceptRole)))
+      << "Tab goes through the settings first";
   auto* spin = qobject_cast<QDoubleSpinBox*>(field(dialog, "brightness")->control());
   spin->setValue(60);
   QApplication::processEvents();

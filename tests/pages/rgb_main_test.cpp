@@ -210,6 +210,24 @@ TEST(ColourSetup, PointsAreOfferedWhereTheUnitSetsThem) {
   }
 }
 
+TEST(ColourSetup, TabGoesFromTopToBottom) {
+  ColourPage p({{"HARDBWPOINT", {0, 0, 255, 1}}});
+  const auto placeOf = [&](const QWidget* wanted) {
+    int place = 0;
+    for (const QWidget* w = p.page->nextInFocusChain(); w != wanted && place < 1000; w = w->nextInFocusChain())
+      ++place;
+    return place;
+  };
+  const QWidget* const order[] = {p.page->findChild<QTabBar*>("tabs"),
+                                  p.slider(CRGBDlg::kBrightness).slider(),
+                                  p.slider(CRGBDlg::kBlue).field(),
+                                  p.page->gamma().findChild<QSpinBox*>(),
+                                  p.page->control<QPushButton>(CRGBMain::kSetPoint),
+                                  p.page->findChild<QWidget*>("pointPlace")->findChild<QSpinBox*>(),
+                                  &p.page->picture()};
+  for (std::size_t i = 1; i < std::size(order); ++i) EXPECT_LT(placeOf(order[i - 1]), placeOf(order[i])) << i;
+}
+
 TEST(ColourSetup, WithoutToolsTheTabSaysSoAndNothingIsBlocked) {
   ColourPage p({{"HARDBWPOINT", {0, 0, 255, 1}}}, kModeRgb, false);
   const auto set = new_MemParam();
