@@ -64,7 +64,8 @@ void CRGBMain::orderFocus() {
   const auto follow = [&last](QWidget* next) { setTabOrder(std::exchange(last, next), next); };
   const auto followAll = [&](const QWidget* group) {
     for (QWidget* w : chain) {
-      if (group->isAncestorOf(w) && (w->focusPolicy() & Qt::TabFocus) != 0) follow(w);
+      const bool isStop = (w->focusPolicy() & Qt::TabFocus) != 0 && !w->focusProxy();
+      if (isStop && group->isAncestorOf(w)) follow(w);
     }
   };
   followAll(m_simple);

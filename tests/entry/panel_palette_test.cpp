@@ -52,9 +52,7 @@ class PanelPaletteTest : public PanelTest {
   }
   /// Without a view there is no part of the document to preview: the next scan makes the file.
   void createLut() {
-    auto* button = window()->findChild<QPushButton*>("createLut");
-    EXPECT_TRUE(button->isEnabledTo(button->parentWidget())) << "also after a run";
-    button->click();
+    window()->findChild<QPushButton*>("createLut")->click();
     QCoreApplication::processEvents();
   }
   [[nodiscard]] std::string lutPath() const { return settings.file("data/templates/auto.lut"); }

@@ -185,6 +185,13 @@ TEST(PalDlg, ButtonsLoadAndCreate) {
   EXPECT_EQ(paramString(p.save().get(), key::LutFileName), p.chosenFile);
   EXPECT_EQ(p.swatches(), 2U);
 
+  p.window.show();
+  p.controller.enablesCommands = 0;  // a run computes a palette
+  p.page->PaletteChanged();
+  EXPECT_FALSE(p.isEnabled(CPalDlg::kCreateLut));
+  p.controller.enablesCommands = 1;
+  p.page->Enable(1);
+  EXPECT_TRUE(p.isEnabled(CPalDlg::kCreateLut)) << "it has ended";
   p.click(CPalDlg::kCreateLut);
   EXPECT_TRUE(p.page->detector()->isLutRequested());
   EXPECT_EQ(p.controller.posted, std::vector{32813});

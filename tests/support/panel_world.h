@@ -119,7 +119,7 @@ class NotingController final : public IPanelController {
     return events ? events->Message(static_cast<int>(kind), text.c_str(), 0, static_cast<int>(buttons)) : 0;
   }
   void PostPanelCommand(int command) override { posted.push_back(command); }
-  int IsCommandEnabled(int) override { return 1; }
+  int IsCommandEnabled(int) override { return enablesCommands; }
   void RestartPreview() override { ++previewRestarts; }
   int DockPreview() override { return ++docks; }
   int FloatPreview() override { return ++floats; }
@@ -135,7 +135,7 @@ class NotingController final : public IPanelController {
   IPresetManager* presets = nullptr;
   std::vector<int> posted;
   KxPtr<NotedUnit> unit = KxPtr<NotedUnit>::adopt(new NotedUnit);
-  int offersDetection = 1;
+  int offersDetection = 1, enablesCommands = 1;
   int previewRestarts = 0, docks = 0, floats = 0;
   int pageChanges = 0, palettesForgotten = 0, areaChanges = 0, detectMask = -1, detects = 0;
   std::vector<std::string> commands;
