@@ -20,6 +20,7 @@
 #include "scanner/sim_setup.h"
 #include "screenshots/example_device.h"
 #include "screenshots/panel_shots.h"
+#include "screenshots/preset_shots.h"
 #include "screenshots/save_shots.h"
 #include "view/document_view.h"
 #include "view/live_page.h"
@@ -62,7 +63,8 @@ class Shooting : private Stage {
     window().view().fitAll();
     if (!save(window(), "main") || !save(*panel(), "panel-to-view")) return false;
     if (!shootPreview(*this) || !shootPages(*this)) return false;
-    if (all && !(shootColours(*this) && shootPalette(*this) && shootSave(*this))) return false;
+    if (all && !(shootColours(*this) && shootPalette(*this) && shootSave(*this) && shootPresets(*this)))
+      return false;
     if (all && !(saveAtWork() && saveDialogs() && saveHelp() && shootFound(*this))) return false;
     if (!window().setMode(quillbay::ScanToFile)) return false;
     set(quillbay::key::Dir, "/srv/maps");
