@@ -59,6 +59,10 @@ def read_tiff(path, page):
         output_of("tiffcp", "-c", "none", f"{path},{tiff_pages(path)[page]}", plain)
         with tifffile.TiffFile(plain) as tiff:
             first = tiff.pages[0]
+            if "YCbCrSubSampling" in first.tags and not first.is_tiled:
+                # The tool has made red, green, blue of it, and kept the tags of what it was.
+                strips = [plain.read_bytes()[at:at + size] for at, size in zip(first.dataoffsets, first.databytecounts)]
+                return numpy.frombuffer(b"".join(strips), "u1").reshape(first.imagelength, first.imagewidth, 3)
             samples = first.asarray()
             if samples.dtype == bool:
                 white = first.photometric == tifffile.PHOTOMETRIC.MINISBLACK

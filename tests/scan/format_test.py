@@ -57,7 +57,7 @@ KINDS = [
     Kind(".pdf", ("Compression=Flate",), multi=True),
     Kind(".pdf", ("Compression=JPEG", "Quality=92"), TONES, 33, True),
     Kind(".pdf", ("Compression=Flate", "Archive=off"), ("rgb",), multi=True),
-    Kind(".jp2", ("Coding=lossless",)),
+    Kind(".jp2", ("Coding=lossless",), COLOURS),
     Kind(".jp2", ("Coding=quality",), TONES, 33),
     Kind(".j2k", ("Coding=lossless",), ("rgb",)),
     Kind(".bmp"),
