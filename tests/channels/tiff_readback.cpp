@@ -2,6 +2,7 @@
 
 #include <tiffio.h>
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
 
@@ -16,6 +17,25 @@ __attribute__((format(printf, 2, 0))) void note(const char*, const char* format,
   g_complaint += std::string(text) + "; ";
 }
 
+bool readTiles(TIFF* tiff, ReadPage* page) {
+  const auto row = static_cast<std::size_t>(TIFFTileRowSize(tiff));
+  std::vector<std::uint8_t> tile(static_cast<std::size_t>(TIFFTileSize(tiff)));
+  for (std::uint32_t y = 0; y < page->height; y += page->tile) {
+    const std::uint32_t count = std::min(page->tile, page->height - y);
+    page->lines.resize(y + count);
+    for (std::uint32_t x = 0; x < page->width; x += page->tile) {
+      if (TIFFReadTile(tiff, tile.data(), x, y, 0, 0) < 0) return false;
+      for (std::uint32_t i = 0; i < count; ++i) {
+        auto& line = page->lines[y + i];
+        line.insert(line.end(), tile.begin() + static_cast<long>(i * row),
+                    tile.begin() + static_cast<long>((i + 1) * row));
+        line.resize(std::min(line.size(), (std::size_t{page->width} * page->samples * page->bits + 7) / 8));
+      }
+    }
+  }
+  return true;
+}
+
 bool readPage(TIFF* tiff, ReadPage* page) {
   TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &page->width);
   TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &page->height);
@@ -28,11 +48,16 @@ bool readPage(TIFF* tiff, ReadPage* page) {
   TIFFGetField(tiff, TIFFTAG_YRESOLUTION, &page->dpiY);
   TIFFGetField(tiff, TIFFTAG_SUBFILETYPE, &page->subfile);
   TIFFGetField(tiff, TIFFTAG_ROWSPERSTRIP, &page->rowsPerStrip);
+  TIFFGetField(tiff, TIFFTAG_TILEWIDTH, &page->tile);
+  TIFFGetField(tiff, TIFFTAG_GROUP3OPTIONS, &page->options);
+  const void* profile = nullptr;
+  TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &page->profile, &profile);
   std::uint16_t total = 0;
   TIFFGetField(tiff, TIFFTAG_PAGENUMBER, &page->page, &total);
   char* text = nullptr;
   if (TIFFGetField(tiff, TIFFTAG_SOFTWARE, &text)) page->software = text;
   if (TIFFGetField(tiff, TIFFTAG_DATETIME, &text)) page->dateTime = text;
+  if (TIFFGetField(tiff, TIFFTAG_DOCUMENTNAME, &text)) page->title = text;
   std::uint16_t *red = nullptr, *green = nullptr, *blue = nullptr;
   if (TIFFGetField(tiff, TIFFTAG_COLORMAP, &red, &green, &blue)) {
     for (int i = 0; i < 256; ++i) {
@@ -40,12 +65,28 @@ bool readPage(TIFF* tiff, ReadPage* page) {
                                static_cast<std::uint8_t>(blue[i] >> 8), 0});
     }
   }
+  if (page->compression == COMPRESSION_JPEG) TIFFSetField(tiff, TIFFTAG_JPEGCOLORMODE, JPEGCOLORMODE_RGB);
+  if (page->tile > 0) return readTiles(tiff, page);
   for (std::uint32_t y = 0; y < page->height; ++y) {
     std::vector<std::uint8_t> line(static_cast<std::size_t>(TIFFScanlineSize(tiff)));
     if (TIFFReadScanline(tiff, line.data(), y, 0) < 0) return false;
     page->lines.push_back(std::move(line));
   }
   return true;
+}
+
+bool readLevels(TIFF* tiff, ReadPage* page) {
+  std::uint16_t count = 0;
+  toff_t* places = nullptr;
+  if (!TIFFGetField(tiff, TIFFTAG_SUBIFD, &count, &places)) return true;
+  const std::vector<toff_t> levels(places, places + count);
+  const auto self = TIFFCurrentDirectory(tiff);
+  bool ok = true;
+  for (const toff_t level : levels) {
+    page->levels.emplace_back();
+    ok = ok && TIFFSetSubDirectory(tiff, level) && readPage(tiff, &page->levels.back());
+  }
+  return TIFFSetDirectory(tiff, self) && ok;
 }
 
 }  // namespace
@@ -62,7 +103,7 @@ ReadFile readTiff(const std::string& file) {
   result.ok = true;
   do {
     ReadPage page;
-    if (!readPage(tiff, &page)) result.ok = false;
+    if (!readPage(tiff, &page) || !readLevels(tiff, &page)) result.ok = false;
     result.pages.push_back(std::move(page));
   } while (TIFFReadDirectory(tiff));
   TIFFClose(tiff);

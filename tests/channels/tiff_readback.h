@@ -12,10 +12,11 @@ struct ReadPage {
   std::uint32_t width = 0, height = 0;
   std::uint16_t compression = 0, photometric = 0, bits = 0, samples = 0, unit = 0, page = 0xffff;
   float dpiX = 0, dpiY = 0;
-  std::uint32_t subfile = 0, rowsPerStrip = 0;
-  std::string software, dateTime;
+  std::uint32_t subfile = 0, rowsPerStrip = 0, tile = 0, options = 0, profile = 0;
+  std::string software, dateTime, title;
   std::vector<KXRGBQUAD> palette;
-  std::vector<std::vector<std::uint8_t>> lines;
+  std::vector<std::vector<std::uint8_t>> lines;  ///< JPEG as red, green, blue
+  std::vector<ReadPage> levels;
 };
 
 struct ReadFile {
