@@ -28,7 +28,9 @@ std::uint8_t mixed(int ink, int black) noexcept { return static_cast<std::uint8_
 
 /// All that outlives a jump of libjpeg back into `run`; nothing with a destructor lives inside of it.
 struct JpegReader::Job {
-  explicit Job(const QbFile* from) : file(from), input(kReadBytes) {}
+  explicit Job(const QbFile* from)
+      : file(from),
+        input(static_cast<std::size_t>(std::clamp<std::int64_t>(from->size(from->self), 1, kReadBytes))) {}
   ~Job() { jpeg_destroy_decompress(&codec); }
   Job(const Job&) = delete;
   Job& operator=(const Job&) = delete;
@@ -114,7 +116,7 @@ void JpegReader::Job::create() {
 void JpegReader::Job::fill() {
   const std::int64_t left = file->size(file->self) - position;
   if (left <= 0) fail(QB_E_TRUNCATED);
-  const auto size = static_cast<std::size_t>(std::min<std::int64_t>(left, kReadBytes));
+  const auto size = static_cast<std::size_t>(std::min<std::int64_t>(left, static_cast<std::int64_t>(input.size())));
   if (file->read(file->self, position, input.data(), size) != QB_OK) fail(QB_E_FILE);
   position += static_cast<std::int64_t>(size);
   source.next_input_byte = input.data();

@@ -19,8 +19,8 @@ bool isDigit(int c) noexcept { return c >= '0' && c <= '9'; }
 bool ByteStream::fill() {
   const std::int64_t left = m_file.size() - m_position;
   if (left <= 0) return false;
-  m_bytes.resize(kPiece);
   m_filled = static_cast<std::size_t>(std::min<std::int64_t>(left, kPiece));
+  m_bytes.resize(std::max(m_bytes.size(), m_filled));
   m_file.read(m_position, m_bytes.data(), m_filled);
   m_position += static_cast<std::int64_t>(m_filled);
   m_at = 0;
