@@ -77,14 +77,14 @@ class ChainWalk {
   /// By the first entries: tags ascend, and those that tell have the lowest numbers.
   bool isPage(std::uint64_t at, std::uint64_t entries, std::uint64_t entrySize) const {
     constexpr std::uint64_t kKind = 254, kOldKind = 255, kReduced = 1, kMask = 4, kOldReduced = 2;
-    constexpr std::uint64_t kShort = 3;
+    constexpr std::uint64_t kTwoBytes = 3;
     std::uint8_t bytes[40];
     m_file.read(static_cast<std::int64_t>(at), bytes, entries * entrySize);
     for (const std::uint8_t* entry = bytes; entry < bytes + entries * entrySize; entry += entrySize) {
       const auto number = [&](std::uint64_t from, int size) {
         return getNumber(entry + from, size, m_state.bigEndian);
       };
-      const std::uint64_t value = number(entrySize - offsetSize(), number(2, 2) == kShort ? 2 : 4);
+      const std::uint64_t value = number(entrySize - offsetSize(), number(2, 2) == kTwoBytes ? 2 : 4);
       if (number(0, 2) == kKind) return (value & (kReduced | kMask)) == 0;
       if (number(0, 2) == kOldKind) return value != kOldReduced;
     }

@@ -8,7 +8,7 @@ namespace quillbay {
 namespace {
 
 constexpr std::int32_t kLeastStripLines = 8;
-constexpr double kMostBytes = 9e18;
+constexpr double kMostCounted = 9e18;
 
 const char* const kCompressions[] = {"auto",      "None", "PackBits", "LZW", "Deflate",
                                      "Zstandard", "G4",   "JPEG",     "G3",  nullptr};
@@ -153,7 +153,7 @@ std::int64_t TiffPlan::bytesOf(std::int64_t lines) const noexcept {
     }
     bytes = places * static_cast<double>(tile.lineBytes()) * tileSize;
   }
-  if (bytes + 8 * places > kMostBytes) return INT64_MAX;
+  if (bytes + 8 * places > kMostCounted) return INT64_MAX;
   return static_cast<std::int64_t>(bytes) + tagBytes(levels, static_cast<std::uint64_t>(places));
 }
 
