@@ -71,40 +71,39 @@ std::size_t InflateSource::read(std::uint8_t* out, std::size_t size) {
   return done;
 }
 
-PredictedSource::PredictedSource(std::unique_ptr<ByteSource> from, const Prediction& prediction)
-    : m_from(std::move(from)),
-      m_prediction(prediction),
+PredictedLines::PredictedLines(const Prediction& prediction)
+    : m_prediction(prediction),
       m_step(static_cast<std::size_t>(std::max(prediction.colors * prediction.bits / 8, 1))),
       m_line(prediction.lineBytes() + m_step),
-      m_above(m_line.size()),
-      m_used(m_line.size()) {}
+      m_above(m_line.size()) {}
+
+const std::uint8_t* PredictedLines::restore(const std::uint8_t* stored) noexcept {
+  const int kind = hasKinds() ? *stored++ : 1;
+  if (kind > 4) return nullptr;
+  std::swap(m_line, m_above);
+  std::memcpy(m_line.data() + m_step, stored, lineBytes());
+  unfilter(kind, m_line.data(), m_above.data(), lineBytes(), m_step);
+  return m_line.data() + m_step;
+}
 
 bool PredictedSource::nextLine() {
-  std::swap(m_line, m_above);
-  std::uint8_t kind = 0;
-  const bool asPng = m_prediction.predictor >= 10;
-  if (asPng && m_from->read(&kind, 1) == 0) return false;
-  const std::size_t size = m_prediction.lineBytes();
-  const std::size_t got = m_from->read(m_line.data() + m_step, size);
+  const std::size_t got = m_from->read(m_stored.data(), m_stored.size());
   if (got == 0) return false;
-  if (got < size) throw ModuleError(QB_E_TRUNCATED, "");
-  if (kind > 4) throw ModuleError(QB_E_DAMAGED, "the file is damaged (a line of a picture is of an unknown kind)");
-  if (asPng) {
-    unfilter(kind, m_line.data(), m_above.data(), size, m_step);
-  } else {
-    unfilter(1, m_line.data(), m_above.data(), size, m_step);
-  }
-  m_used = m_step;
+  if (got < m_stored.size()) throw ModuleError(QB_E_TRUNCATED, "");
+  m_next = m_lines.restore(m_stored.data());
+  if (!m_next) throw ModuleError(QB_E_DAMAGED, "the file is damaged (a line of a picture is of an unknown kind)");
+  m_left = m_lines.lineBytes();
   return true;
 }
 
 std::size_t PredictedSource::read(std::uint8_t* out, std::size_t size) {
   std::size_t done = 0;
   while (done < size) {
-    if (m_used == m_line.size() && !nextLine()) break;
-    const std::size_t count = std::min(size - done, m_line.size() - m_used);
-    std::memcpy(out + done, m_line.data() + m_used, count);
-    m_used += count;
+    if (m_left == 0 && !nextLine()) break;
+    const std::size_t count = std::min(size - done, m_left);
+    std::memcpy(out + done, m_next, count);
+    m_next += count;
+    m_left -= count;
     done += count;
   }
   return done;

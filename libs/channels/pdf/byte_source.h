@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "channels/codec/module_support.h"
@@ -55,22 +56,45 @@ struct Prediction {
   [[nodiscard]] std::size_t lineBytes() const noexcept {
     return (static_cast<std::size_t>(columns) * static_cast<std::size_t>(colors * bits) + 7) / 8;
   }
+  [[nodiscard]] bool isKnown() const noexcept {
+    return predictor == 2 ? bits == 8 : predictor >= 10 && predictor <= 15;
+  }
+};
+
+/// Makes lines of their differences.
+class PredictedLines {
+ public:
+  /// `prediction` is a known one.
+  explicit PredictedLines(const Prediction& prediction);
+  [[nodiscard]] std::size_t lineBytes() const noexcept { return m_prediction.lineBytes(); }
+  /// Bytes of a line as the file has it.
+  [[nodiscard]] std::size_t storedBytes() const noexcept { return lineBytes() + (hasKinds() ? 1 : 0); }
+  /// The next line, valid until the one after; null for one of an unknown kind.
+  [[nodiscard]] const std::uint8_t* restore(const std::uint8_t* stored) noexcept;
+
+ private:
+  [[nodiscard]] bool hasKinds() const noexcept { return m_prediction.predictor >= 10; }
+
+  Prediction m_prediction;
+  std::size_t m_step;  // bytes of a pixel
+  std::vector<std::uint8_t> m_line, m_above;
 };
 
 /// The bytes that lines of differences stand for.
 class PredictedSource final : public ByteSource {
  public:
-  PredictedSource(std::unique_ptr<ByteSource> from, const Prediction& prediction);
+  PredictedSource(std::unique_ptr<ByteSource> from, const Prediction& prediction)
+      : m_from(std::move(from)), m_lines(prediction), m_stored(m_lines.storedBytes()) {}
   std::size_t read(std::uint8_t* out, std::size_t size) override;
 
  private:
   bool nextLine();
 
   std::unique_ptr<ByteSource> m_from;
-  Prediction m_prediction;
-  std::size_t m_step;  // bytes of a pixel
-  std::vector<std::uint8_t> m_line, m_above;
-  std::size_t m_used;
+  PredictedLines m_lines;
+  std::vector<std::uint8_t> m_stored;
+  const std::uint8_t* m_next = nullptr;  // of the line
+  std::size_t m_left = 0;                // bytes of it
 };
 
 }  // namespace quillbay

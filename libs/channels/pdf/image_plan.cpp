@@ -125,8 +125,7 @@ bool readPrediction(QPDFObjectHandle parms, ImagePlan& plan) {
   p.colors = static_cast<int>(std::clamp<long long>(numberOf(parms, "/Colors", 1), 1, 64));
   p.bits = static_cast<int>(std::clamp<long long>(numberOf(parms, "/BitsPerComponent", 8), 1, 16));
   p.columns = static_cast<int>(std::clamp<long long>(numberOf(parms, "/Columns", 1), 1, kMostSide));
-  const bool isKnown = p.predictor == 2 ? p.bits == 8 : p.predictor >= 10 && p.predictor <= 15;
-  return isKnown && p.lineBytes() <= kMostPlanLineBytes;
+  return p.isKnown() && p.lineBytes() <= kMostPlanLineBytes;
 }
 
 bool readFax(QPDFObjectHandle parms, ImagePlan& plan) {

@@ -221,6 +221,10 @@ std::string contentOf(QPDFObjectHandle page, bool* isWhole) {
     QPDFPageObjectHelper(page).pipeContents(&sink);
   } catch (const TooLong&) {
     *isWhole = false;
+  } catch (const std::bad_alloc&) {
+    throw;
+  } catch (const std::exception&) {
+    *isWhole = false;  // coded in a way that is left to rendering
   }
   return content;
 }

@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include "channels/pdf/limited_filters.h"
+
 namespace quillbay {
 namespace {
 
@@ -108,6 +110,7 @@ PdfState stateOf(PdfDocument& document) {
 }  // namespace
 
 PdfDocument::PdfDocument(const QbFile* file) : m_end(findPdfEnd(EdgeFile(file))), m_qpdf(std::make_unique<QPDF>()) {
+  limitFilters();
   withQpdf([&] {
     m_qpdf->setSuppressWarnings(true);
     m_qpdf->setAttemptRecovery(false);

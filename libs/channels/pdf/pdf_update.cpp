@@ -26,14 +26,29 @@ void putBytes(std::string& out, std::int64_t value, int size) {
 
 }  // namespace
 
-void PdfUpdate::start(PdfRef ref, std::string_view text) {
-  m_entries.push_back({ref, m_file.size() - m_base});
-  std::string all = std::to_string(ref.number) + ' ' + std::to_string(ref.generation) + " obj\n";
-  all += text;
-  appendText(all);
+/// An object starts here.
+void PdfUpdate::note(PdfRef ref) {
+  m_entries.push_back({ref, m_file.size() - m_base + static_cast<std::int64_t>(m_text.size())});
 }
 
-void PdfUpdate::add(PdfRef ref, std::string_view text) { start(ref, std::string(text) + "\nendobj\n"); }
+void PdfUpdate::flush() {
+  m_file.append(m_text.data(), m_text.size());
+  m_text.clear();
+}
+
+void PdfUpdate::start(PdfRef ref, std::string_view text) {
+  note(ref);
+  m_text += std::to_string(ref.number) + ' ' + std::to_string(ref.generation) + " obj\n";
+  m_text += text;
+  flush();
+}
+
+void PdfUpdate::add(PdfRef ref, std::string_view text) {
+  note(ref);
+  m_text += std::to_string(ref.number) + ' ' + std::to_string(ref.generation) + " obj\n";
+  m_text += text;
+  m_text += "\nendobj\n";
+}
 
 void PdfUpdate::add(const PdfObjects& objects) {
   for (const auto& [ref, text] : objects) add(ref, text);
@@ -54,7 +69,8 @@ std::string PdfUpdate::trailerWords(const PdfState& state) const {
 }
 
 void PdfUpdate::appendTable(const PdfState& state) {
-  std::string text = "xref\n";
+  std::string& text = m_text;
+  text += "xref\n";
   // The list of a new file starts with the head of the free objects.
   if (state.lastXref == 0) text += "0 1\n0000000000 65535 f \n";
   for (std::size_t i = 0; i < m_entries.size();) {
@@ -66,14 +82,14 @@ void PdfUpdate::appendTable(const PdfState& state) {
     }
   }
   text += "trailer\n<< " + trailerWords(state) + " >>\n";
-  appendText(text);
 }
 
 void PdfUpdate::appendStreamList(PdfState& state) {
   const PdfRef self{state.nextObject++, 0};
-  m_entries.push_back({self, m_file.size() - m_base});
+  std::vector<Entry> entries = m_entries;
+  entries.push_back({self, m_file.size() - m_base + static_cast<std::int64_t>(m_text.size())});
   std::string list, index;
-  for (const Entry& entry : m_entries) {
+  for (const Entry& entry : entries) {
     index += ' ' + std::to_string(entry.ref.number) + " 1";
     putBytes(list, 1, 1);
     putBytes(list, entry.place, 8);
@@ -86,18 +102,19 @@ void PdfUpdate::finish(PdfState& state) {
   std::sort(m_entries.begin(), m_entries.end(),
             [](const Entry& a, const Entry& b) { return a.ref.number < b.ref.number; });
   if (state.firstId.empty()) state.firstId = randomId();
-  const std::int64_t place = m_file.size() - m_base;
+  const std::int64_t place = m_file.size() - m_base + static_cast<std::int64_t>(m_text.size());
   state.hasXrefStreams = state.hasXrefStreams || place > kMostTablePlace;
   if (state.hasXrefStreams) {
     appendStreamList(state);
   } else {
     appendTable(state);
   }
-  appendText("startxref\n");
   const std::string before = padded(state.lastXref, kNumberField), now = padded(place, kNumberField);
-  const std::int64_t at = m_file.size();
-  appendText(before + "\n%%EOF\n");
-  // The first change asked for is made first: those of the page's objects were asked for before.
+  m_text += "startxref\n";
+  const std::int64_t at = m_file.size() + static_cast<std::int64_t>(m_text.size());
+  m_text += before + "\n%%EOF\n";
+  flush();
+  // The changes are made in this order: those of the page's images were asked for before.
   m_file.patch(at, now.data(), now.size());
   state.lastXref = place;
 }

@@ -37,9 +37,10 @@ class PdfUpdate {
  public:
   explicit PdfUpdate(const EdgeFile& file, std::int64_t base) : m_file(file), m_base(base) {}
 
-  /// Starts an object at the file's end; its text follows.
+  /// Starts an object at the file's end; what follows of it is appended to the file.
   void start(PdfRef ref, std::string_view text);
-  /// A whole object.
+  /// A whole object. Objects are gathered: what makes a page part of the document is one write, so that a program
+  /// that is killed leaves no half of it.
   void add(PdfRef ref, std::string_view text);
   void add(const PdfObjects& objects);
   /// A whole stream that is not coded. `words` are the entries of its dictionary.
@@ -56,11 +57,13 @@ class PdfUpdate {
   [[nodiscard]] std::string trailerWords(const PdfState& state) const;
   void appendTable(const PdfState& state);
   void appendStreamList(PdfState& state);
-  void appendText(std::string_view text) const { m_file.append(text.data(), text.size()); }
+  void note(PdfRef ref);
+  void flush();
 
   EdgeFile m_file;
   std::int64_t m_base;
   std::vector<Entry> m_entries;
+  std::string m_text;  // behind the file's end
 };
 
 }  // namespace quillbay
