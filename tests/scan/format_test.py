@@ -16,7 +16,7 @@ from functools import lru_cache
 
 import numpy
 
-from format_readers import NEEDS, count_pages, read_page, signal_to_noise, size_in_mm
+from format_readers import NEEDS, count_pages, output_of, read_page, signal_to_noise, size_in_mm
 from scan_case import LIMIT, Case
 
 MODES = {"bw": "bw-threshold", "grey": "grey", "palette": "palette", "rgb": "rgb"}
@@ -144,6 +144,8 @@ class Formats(Case):
         folder.mkdir()
         try:
             file = self.scan(folder, kind, mode, known, multi, page)
+            if kind.suffix == ".pdf":
+                output_of("qpdf", "--check", file)  # fails for warnings, too
             pages = count_pages(file)
             if pages != (2 if multi else 1):
                 return f"{pages} pages"
@@ -192,6 +194,16 @@ class Formats(Case):
                 self.assertEqual(fault, "")
         if missing:
             self.skipTest(f"no reader of {', '.join(sorted(missing))} is installed")
+
+    def test_a_roll_of_50_m_has_its_true_length(self):
+        for suffix in (".pdf", ".tif"):
+            with self.subTest(suffix=suffix):
+                file = self.out / f"roll{suffix}"
+                self.expect(0, "--mode", "bw-threshold", "-r", "50", "--area", "custom:0,0,30,50000", "-o", str(file),
+                            device="sim:size=30x50000,at=0x0,width=30")
+                width, length = size_in_mm(file)
+                self.assertAlmostEqual(length, 50000, delta=1)
+                self.assertAlmostEqual(width, 30, delta=0.5)
 
 
 if __name__ == "__main__":
