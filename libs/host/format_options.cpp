@@ -36,7 +36,7 @@ QWidget* controlOf(const QWidget* form, const char* key) {
 }
 
 /// A row of a table-made form: label, control, and what the module says about it.
-void addRow(QFormLayout* rows, const QbOptionInfo& option, QWidget* control) {
+void addOptionRow(QFormLayout* rows, const QbOptionInfo& option, QWidget* control) {
   auto* label = new QLabel(QString::fromStdString(formatOptionLabel(option.key)));
   label->setBuddy(control);
   rows->addRow(label, control);
@@ -95,7 +95,7 @@ QWidget* FormatOptionsDialog::makePage(const QbFormat& format) {
         column->addWidget(group);
       }
       control = FormatField::newControl(*option);
-      addRow(rows, *option, control);
+      addOptionRow(rows, *option, control);
     }
     addField(*option, control);
   }

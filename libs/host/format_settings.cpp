@@ -41,7 +41,7 @@ std::int64_t readNumber(IParam* entry, const char* key) {
 }
 
 /// Sets a value, unless it stands there.
-void put(IParam* entry, const char* key, const CKxVariant& value) {
+void putValue(IParam* entry, const char* key, const CKxVariant& value) {
   CKxVariant now;
   if (!entry->GetValue(key, &now) || !sameValue(now, value)) entry->SetValue(key, value);
 }
@@ -51,10 +51,10 @@ bool putStamp(IParam* entry, const ModuleAnswer& answer) {
   const std::string module = moduleName(answer.file);
   const bool isOther = paramString(entry, format_key::Module) != module ||
                        readNumber(entry, kFileSize) != answer.size || readNumber(entry, kFileTime) != answer.time;
-  put(entry, format_key::Module, module);
-  put(entry, kFileSize, toText(answer.size));
-  put(entry, kFileTime, toText(answer.time));
-  put(entry, kFileAbi, static_cast<std::int32_t>(answer.abi));
+  putValue(entry, format_key::Module, module);
+  putValue(entry, kFileSize, toText(answer.size));
+  putValue(entry, kFileTime, toText(answer.time));
+  putValue(entry, kFileAbi, static_cast<std::int32_t>(answer.abi));
   return isOther;
 }
 
@@ -90,7 +90,7 @@ void putFormat(IParam* section, const ModuleAnswer& answer, const FormatFacts& f
   const auto entry = KxPtr<IParam>::adopt(section->GetSubStore(facts.name, 1));
   const bool isOther = putStamp(entry.get(), answer);
   if (!facts.saves) {
-    put(entry.get(), format_key::Exclude, 1);
+    putValue(entry.get(), format_key::Exclude, 1);
     return;
   }
   entry->Remove(format_key::Exclude);
@@ -99,13 +99,13 @@ void putFormat(IParam* section, const ModuleAnswer& answer, const FormatFacts& f
       facts.extensions.empty() ? std::string()
                                : facts.extensions.front().substr(facts.extensions.front().starts_with('.') ? 1 : 0);
   if (isOther || paramString(entry.get(), format_key::Extension).empty())
-    put(entry.get(), format_key::Extension, extension);
+    putValue(entry.get(), format_key::Extension, extension);
   if (isOther || paramString(entry.get(), format_key::Description).empty())
-    put(entry.get(), format_key::Description, facts.description.empty() ? facts.name : facts.description);
+    putValue(entry.get(), format_key::Description, facts.description.empty() ? facts.name : facts.description);
   CKxVariant direct;
   if (!entry->GetValue(format_key::DirectSave, &direct)) entry->SetValue(format_key::DirectSave, 1);
-  put(entry.get(), format_key::ColorSpaces, static_cast<std::int32_t>(facts.colorSpaces));
-  put(entry.get(), format_key::MultiPage, facts.paged ? 1 : 0);
+  putValue(entry.get(), format_key::ColorSpaces, static_cast<std::int32_t>(facts.colorSpaces));
+  putValue(entry.get(), format_key::MultiPage, facts.paged ? 1 : 0);
 }
 
 /// The entry of a module that cannot be used, under its file's name.
@@ -117,8 +117,8 @@ void putFailure(IParam* section, const ModuleAnswer& answer) {
   }
   const auto entry = KxPtr<IParam>::adopt(section->GetSubStore(name, 1));
   putStamp(entry.get(), answer);
-  put(entry.get(), format_key::Exclude, 1);
-  if (answer.state != ModuleState::Nothing) put(entry.get(), kReason, answer.why);
+  putValue(entry.get(), format_key::Exclude, 1);
+  if (answer.state != ModuleState::Nothing) putValue(entry.get(), kReason, answer.why);
 }
 
 /// Entries whose module does not work any more are examined again by who uses them.

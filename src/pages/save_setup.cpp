@@ -299,17 +299,21 @@ void CSaveSetup::loadStart(IParam* store, bool resets) {
 
 void CSaveSetup::loadFormats(IParam* store, bool resets) {
   m_missing.clear();
+  std::array<bool, 4> isAsked{};
   for (const ColorClass colorClass : kClasses) {
     ClassRow& row = m_rows[indexOf(colorClass)];
     CKxVariant value;
     const std::string key = key::numbered(key::FormatName, colorClass);
     const bool isNamed = store && store->GetValue(key, &value);
+    isAsked[indexOf(colorClass)] = isNamed;
     if (isNamed || resets) row.wanted = isNamed ? paramString(store, key) : std::string();
   }
   fillLists();
   for (const ColorClass colorClass : kClasses) {
     const ClassRow& row = m_rows[indexOf(colorClass)];
-    if (row.wanted.empty() || row.list->isHidden() || findFormat(row.formats, row.wanted) >= 0) continue;
+    if (!isAsked[indexOf(colorClass)] || row.wanted.empty() || row.list->isHidden() ||
+        findFormat(row.formats, row.wanted) >= 0)
+      continue;
     // Multipage mode alone leaves it out: the user sees why, and it comes back.
     const bool isThere =
         findFormat(formatsOfClass(m_table, colorClass, params().values().mode, false), row.wanted) >= 0;
