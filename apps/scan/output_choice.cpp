@@ -14,7 +14,7 @@ namespace {
 namespace fs = std::filesystem;
 using quillbay::FormatInfo;
 
-constexpr const char* kPagedFormat = "TIFF";
+constexpr const char* kUsualFormat = "TIFF";
 constexpr std::string_view kReplaced = "\"*?<>|";
 constexpr const char* kCounterTag = "<COUNTER>";
 constexpr std::array kTags{kCounterTag, "<DATE>", "<TIME>", "<USER>", "<COLORSPACE>", "<DPI>", "<SIZE>"};
@@ -129,6 +129,7 @@ OutputChoice chooseOutput(const ScanOptions& options) {
   if (options.output == "-") {
     choice.named = true;
     choice.mask = "page";  // the caller of chooseOutput sets the folder
+    if (choice.format.empty()) choice.format = kUsualFormat;
   } else if (!options.output.empty()) {
     takeFile(options, formats, choice);
   } else {
@@ -142,7 +143,7 @@ OutputChoice chooseOutput(const ScanOptions& options) {
     if (choice.extension.empty()) choice.extension = format.extensions.empty() ? "" : format.extensions.front();
     if (options.multipage && !format.paged) {
       throw Failure(kUsage,
-                    translated("--multipage: a %s file holds one page; use %s", {format.name, kPagedFormat}));
+                    translated("--multipage: a %s file holds one page; use %s", {format.name, kUsualFormat}));
     }
   }
   // With one file per page, each page needs its own name.
