@@ -44,6 +44,8 @@ constexpr std::array kSettings{
     Setting{key::StartCounter, "First counter value", nullptr},
     Setting{key::FileFate, "Existing file: 0 count up, 1 replace, 2 ask", "--overwrite"},
     Setting{key::UseFileOut, "Save the pages of a view", "--to"},
+    Setting{key::UseScript, "Run a script over each page of a view", "--script"},
+    Setting{key::ScriptName, "Script, or Autocortect", "--script"},
     Setting{key::Threshold, "Black threshold, 0 to 255", nullptr},
     Setting{key::Brightness, "Brightness, -100 to 100", nullptr},
     Setting{key::Contrast, "Contrast, -100 to 100", nullptr},

@@ -91,18 +91,20 @@ std::vector<KxPtr<IRStor>> readOutput(const ScriptStep& step, const std::string&
   const std::string& program = step.program.words.front();
   if (!fio::exists(file)) throw CXException(formatText(Supp_Translate("%s wrote no file %o"), {program}));
   std::vector<KxPtr<IRStor>> pages;
+  int count = 0;
   try {
-    const int count = CountRasterPages(file);
-    if (work.isOnePage && count != 1) {
-      throw CXException(
-          formatText(Supp_Translate("%s wrote %s pages in place of one"), {program, toText(std::int64_t{count})}));
-    }
-    for (int page = 0; page < count; ++page) pages.push_back(LoadRasterFile(file, page, nullptr));
-  } catch (const CXFileException& e) {
+    count = CountRasterPages(file);
+    const int wanted = work.isOnePage ? std::min(count, 1) : count;
+    for (int page = 0; page < wanted; ++page) pages.push_back(LoadRasterFile(file, page, nullptr));
+  } catch (const CXException& e) {
     throw CXException(
         formatText(Supp_Translate("what %s wrote to the file %o cannot be read: %s"), {program, e.what()}));
   }
   if (pages.empty()) throw CXException(formatText(Supp_Translate("%s wrote no page"), {program}));
+  if (work.isOnePage && count != 1) {
+    throw CXException(
+        formatText(Supp_Translate("%s wrote %s pages in place of one"), {program, toText(std::int64_t{count})}));
+  }
   return pages;
 }
 

@@ -354,7 +354,7 @@ void ScriptRun::collect(const std::string& file, const std::string& why, const S
     parameters->SetValue("Command", step->name);
   }
   parameters->SetValue(script_key::Text, m_title);
-  parameters->SetValue("Error", why);
+  parameters->SetValue(script_key::Error, why);
   m_world.reports->FileFailed(file, parameters.get(), cancelled);
 }
 

@@ -39,7 +39,7 @@ constexpr Rule kRules[] = {
     {"Despeckle", ScriptAction::Despeckle, false, {{{"SIZE", "mm, the largest speck that is removed"}}}},
     {"Invert", ScriptAction::Invert, false, {}},
     {"Rotate", ScriptAction::Rotate, false, {{{"ANGLE", "degrees clockwise"}}}},
-    {"Autocorrect", ScriptAction::Autocorrect, false, {}},
+    {script_key::Autocorrect, ScriptAction::Autocorrect, false, {}},
     {"Run",
      ScriptAction::Run,
      false,
@@ -50,7 +50,7 @@ constexpr Rule kRules[] = {
 
 /// What every command may carry.
 constexpr Key kCommon[] = {{kIgnoreCommand, "1: the command is skipped; 0: it runs regardless of the settings"},
-                           {"DontProcessErrors", "1: a failure is not listed"}};
+                           {script_key::DontProcessErrors, "1: a failure is not listed"}};
 
 /// A command with the words for what is wrong with it.
 class Checker {
@@ -175,7 +175,7 @@ ScriptStep compileStep(const ScriptCommand& command, const std::string& file, co
   const Checker check(command, title);
   const Rule& rule = ruleOf(command, check);
   check.checkKeys(rule);
-  (void)check.flag("DontProcessErrors");
+  (void)check.flag(script_key::DontProcessErrors);
   ScriptStep step;
   step.action = rule.action;
   step.line = command.line;
@@ -255,7 +255,7 @@ bool isIgnored(IParam* settings, std::string_view command) {
   if (!entries) return false;
   for (const std::string& name : entries->GetSubStores()) {
     const auto entry = KxPtr<IParam>::adopt(entries->GetSubStore(name, 0));
-    if (entry && sameKey(paramString(entry.get(), "KeyWord"), kIgnoreCommand)) {
+    if (entry && sameKey(paramString(entry.get(), script_key::KeyWord), kIgnoreCommand)) {
       return paramInt(entry.get(), kIgnoreCommand) != 0;
     }
   }
@@ -269,8 +269,8 @@ KxPtr<IParam> new_ScriptSyntax() {
     for (const Key& key : rule.keys) {
       if (!key.name) continue;
       const auto entry = KxPtr<IParam>::adopt(command->GetSubStore(key.name, 1));
-      entry->SetValue("KeyWord", key.name);
-      entry->SetValue("KeyName", key.name);
+      entry->SetValue(script_key::KeyWord, key.name);
+      entry->SetValue(script_key::KeyName, key.name);
       entry->SetValue("Help", key.help);
     }
   }

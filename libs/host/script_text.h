@@ -4,6 +4,8 @@
 #include <string_view>
 #include <vector>
 
+#include "quillbay/scan_keys.h"
+
 namespace quillbay {
 
 /// One command of a script.
@@ -21,7 +23,8 @@ struct ScriptCommand {
 /// The command that runs a program: after arguments with one of `kRunKeys`, the rest of its line are words,
 /// separated by blanks. A part of a word in double quotes keeps its blanks.
 inline constexpr std::string_view kRunCommand = "/Run";
-inline constexpr std::string_view kRunKeys[] = {"LIMIT", "IN", "OUT", "_ignore_command_", "DontProcessErrors"};
+inline constexpr std::string_view kRunKeys[] = {"LIMIT", "IN", "OUT", script_key::IgnoreCommand,
+                                                script_key::DontProcessErrors};
 
 /// Reads a script: a command a line, "/NAME KEY:value KEY:"value with blanks"". Lines end in LF or CR LF; empty
 /// ones are skipped. Throws CXException that names `file` and the line for what is no command. Safe on any bytes.

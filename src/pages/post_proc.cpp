@@ -80,17 +80,25 @@ void CPostProc::createForm(int) {
     button->setFocusPolicy(Qt::StrongFocus);
     button->setAccessibleName(inWords("Choose a script"));
   }
-  tools->setAccessibleName(inWords("Script"));
+  tools->setAccessibleName(inWords("Script tools"));
   m_form->scriptRow->addWidget(tools);
   m_form->log->setMaximumBlockCount(kMostLogLines);
   m_form->progress->setRange(0, StepCounter::kEnd);
   m_form->files->installEventFilter(this);
+  connectButton(m_form->cancel, &CPostProc::cancel);
+  connectButton(m_form->tryAgain, &CPostProc::tryAgain);
+  connectButton(m_form->openFolder, &CPostProc::openFolders);
   connect(m_form->files, &QListWidget::itemSelectionChanged, this, &CPostProc::showFields);
   IApp* app = params().app();
   m_queue = query<IScriptQueue>(app);
   if (m_queue) m_queueSink.Subscribe(m_queue->GetSinks().get());
   if (const auto services = query<IScriptServices>(app)) m_runner.Subscribe(services->GetRunners().get());
   showFields();
+}
+
+void CPostProc::connectButton(QPushButton* button, void (CPostProc::*action)()) {
+  connect(button, &QPushButton::clicked, this,
+          [this, action] { controller().Guarded([&] { return (this->*action)(), true; }); });
 }
 
 int CPostProc::Load(IParam* store) {
@@ -128,7 +136,7 @@ void CPostProc::showFields() {
   m_form->useScript->setEnabled(m_isEnabled);
   m_form->scriptName->setEnabled(m_isEnabled && uses);
   if (QAction* browseTool = tool(kBrowse)) browseTool->setEnabled(m_isEnabled);
-  m_form->filesLabel->setEnabled(uses || !m_unprocessed.empty());
+  m_form->filesLabel->setEnabled(uses);
   m_form->cancel->setEnabled(m_isRunning && !m_isCancelled);
   m_form->tryAgain->setEnabled(hasChoice);
   m_form->openFolder->setEnabled(hasChoice);
@@ -141,7 +149,7 @@ std::string CPostProc::script() const {
   return m_scriptName == Supp_Translate(script_key::OwnCorrection) ? std::string() : m_scriptName;
 }
 
-bool CPostProc::OnPageCommand(int id, int code, std::int64_t) {
+bool CPostProc::OnPageCommand(int id, int, std::int64_t) {
   switch (id) {
     case kUseScript:
       if (m_form->useScript->isChecked()) m_form->scriptName->setText(inWords(script_key::OwnCorrection));
@@ -149,25 +157,23 @@ bool CPostProc::OnPageCommand(int id, int code, std::int64_t) {
       return showFields(), true;
     case kScriptName: return takeFields(), true;
     case kBrowse: return browse(), true;
-    case kCancel: return cancel(), true;
-    case kTryAgain: return tryAgain(), true;
-    case kOpenFolder: return openFolders(), true;
-    case kFiles: return code == kCodeSelected;
     default: return false;
   }
 }
 
 void CPostProc::fillMenu(QMenu& menu) {
-  addToMenu(menu, *m_form->tryAgain, kTryAgain);
-  addToMenu(menu, *m_form->openFolder, kOpenFolder);
+  for (QPushButton* button : {m_form->tryAgain, m_form->openFolder}) {
+    QAction* action = menu.addAction(button->text());
+    action->setEnabled(button->isEnabled());
+    connect(action, &QAction::triggered, button, &QPushButton::click);
+  }
 }
 
 /// Return tries the chosen files again, as their button does.
 bool CPostProc::eventFilter(QObject* watched, QEvent* event) {
   if (watched == m_form->files && event->type() == QEvent::KeyPress) {
     const int pressed = static_cast<QKeyEvent*>(event)->key();
-    if ((pressed == Qt::Key_Return || pressed == Qt::Key_Enter) && !chosenFiles().empty())
-      return OnCommand(kTryAgain, kCodeClicked, 0);
+    if (pressed == Qt::Key_Return || pressed == Qt::Key_Enter) return m_form->tryAgain->click(), true;
   }
   return CTab::eventFilter(watched, event);
 }

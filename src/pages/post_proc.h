@@ -8,6 +8,7 @@
 #include "quillbay/script_services.h"
 #include "widgets/tab.h"
 
+class QPushButton;
 namespace Ui {
 class PostProc;
 }
@@ -35,17 +36,13 @@ class StepCounter {
 class CPostProc final : public CTab {
  public:
   static constexpr int kNumber = 9;
+  /// The others change no setting: using them starts no preview.
   enum Control : int {
     kUseScript = 1901,
     kScriptName = 1902,
     kBrowse = 1903,
-    kLog = 1904,
     kFilesLabel = 1905,
-    kFiles = 1906,
     kProgress = 1907,
-    kCancel = 1908,
-    kOpenFolder = 1909,
-    kTryAgain = 1910,
   };
   /// A file of the list, as the host named it.
   struct Unprocessed {
@@ -110,6 +107,7 @@ class CPostProc final : public CTab {
     void QueueChanged(int count) override { owner()->queueChanged(count); }
   };
 
+  void connectButton(QPushButton* button, void (CPostProc::*action)());
   void takeFields();
   void showFields();
   [[nodiscard]] std::string script() const;

@@ -278,6 +278,30 @@ TEST(ScanToView, HandsThePageOnWithAndWithoutSaving) {
   }
 }
 
+TEST(ScanToView, SuppressesTheScriptsOwnFilesDuringABatch) {
+  const auto ignored = [](const Panel& p, const char* name) {
+    const auto syntax = KxPtr<IParam>::adopt(p.app.as<IScriptSyntaxParam>()->GetSyntax());
+    const auto command = KxPtr<IParam>::adopt(syntax->GetSubStore(name, 1));
+    const auto entry = KxPtr<IParam>::adopt(command->GetSubStore("_ignore_command_", 0));
+    return entry && paramInt(entry.get(), "_ignore_command_") == 1 &&
+           paramString(entry.get(), "KeyWord") == "_ignore_command_" &&
+           paramString(entry.get(), "KeyName") == "_ignore_command_";
+  };
+  Panel p(ScanToView);
+  ASSERT_TRUE(p.begin());
+  EXPECT_FALSE(ignored(p, "Open")) << "a single page";
+  p.params->quiet().batch = 1;
+  ASSERT_TRUE(p.begin());
+  EXPECT_TRUE(ignored(p, "Open") && ignored(p, "SaveAs"));
+  EXPECT_FALSE(ignored(p, "Close"));
+  const auto syntax = KxPtr<IParam>::adopt(p.app.as<IScriptSyntaxParam>()->GetSyntax());
+  const auto close = KxPtr<IParam>::adopt(syntax->GetSubStore("Close", 1));
+  const auto left = KxPtr<IParam>::adopt(close->GetSubStore("_ignore_command_", 1));
+  std::ignore = p.panel->endRun();
+  EXPECT_FALSE(ignored(p, "Open") || ignored(p, "SaveAs"));
+  EXPECT_TRUE(close->GetSubStores().empty()) << "whoever suppressed it";
+}
+
 TEST(ScanToView, AFolderThatIsGoneSavesNothing) {
   Panel p(ScanToView);
   p.saveTo(true);

@@ -128,6 +128,10 @@ struct PostWorld : test::PanelWorld {
   T* find(int id) const {
     return page->control<T>(id);
   }
+  template <class T>
+  T* named(const char* name) const {
+    return page->findChild<T*>(name);
+  }
   template <class I>
   KxPtr<I> registered(const KxPtr<IConnectionPoint<I>>& point) {
     return point->Enumerate()->Next();
@@ -159,7 +163,7 @@ TEST(PostProc, RegistersForTheRunAlone) {
     const auto log = w.registered(w.plain->services->logs);
     log->Line("one\n");
     log->Line("two\n");
-    EXPECT_TRUE(w.find<QPushButton>(CPostProc::kCancel)->isEnabled());
+    EXPECT_TRUE(w.named<QPushButton>("cancel")->isEnabled());
     const auto errors = w.registered(w.plain->services->collectors);
     errors->FileFailed("/out/a.tif", failure(false, "no lines").get(), 0);
     errors->FileFailed("/out/b.tif", failure(true).get(), 0);
@@ -167,10 +171,10 @@ TEST(PostProc, RegistersForTheRunAlone) {
   w.page->RunPostProcessing();
   EXPECT_EQ(w.notes(), kWholeRun);
   EXPECT_TRUE(w.directory().isEmpty());
-  EXPECT_EQ(w.find<QPlainTextEdit>(CPostProc::kLog)->toPlainText(), "one\ntwo\n");
+  EXPECT_EQ(w.named<QPlainTextEdit>("log")->toPlainText(), "one\ntwo\n");
   EXPECT_EQ(logFieldText("one\ntwo\n"), "one\r\ntwo\r\n");
-  EXPECT_FALSE(w.find<QPushButton>(CPostProc::kCancel)->isEnabled());
-  auto* list = w.find<QListWidget>(CPostProc::kFiles);
+  EXPECT_FALSE(w.named<QPushButton>("cancel")->isEnabled());
+  auto* list = w.named<QListWidget>("files");
   ASSERT_EQ(list->count(), 1);
   EXPECT_EQ(list->item(0)->text(), "a.tif\nno lines");
   EXPECT_EQ(w.page->errorFiles().items().size(), 1U);
@@ -204,7 +208,7 @@ TEST(PostProc, CountsStepsAndIsCancelledByItsButton) {
     // A key for another window waits for the end of the step; Cancel does not.
     QLineEdit other;
     QCoreApplication::postEvent(&other, new QKeyEvent(QEvent::KeyPress, Qt::Key_A, Qt::NoModifier, "a"));
-    QTimer::singleShot(0, w.page, [&] { w.find<QPushButton>(CPostProc::kCancel)->click(); });
+    QTimer::singleShot(0, w.page, [&] { w.named<QPushButton>("cancel")->click(); });
     progress->Step();
     EXPECT_EQ(progress->IsCancelled(), 1);
     EXPECT_EQ(other.text(), "");
@@ -251,12 +255,12 @@ TEST(PostProc, TriesFilesAgain) {
   w.onRun = [&] { fail("/out/a.tif"), fail("/out/b.tif"), fail("/out/b.tif"); };
   w.page->RunPostProcessing();
   w.onRun = nullptr;
-  auto* list = w.find<QListWidget>(CPostProc::kFiles);
+  auto* list = w.named<QListWidget>("files");
   ASSERT_EQ(list->count(), 2);
   std::vector<std::string> opened;
   w.page->openFolder = [&](const std::string& folder) { opened.push_back(folder); };
   list->selectAll();
-  w.find<QPushButton>(CPostProc::kOpenFolder)->click();
+  w.named<QPushButton>("openFolder")->click();
   EXPECT_EQ(opened, std::vector<std::string>{"/out/"});
   list->clearSelection();
   list->item(0)->setSelected(true);
@@ -267,6 +271,7 @@ TEST(PostProc, TriesFilesAgain) {
   EXPECT_EQ(paramInt(sent.get(), "_donthidewindow"), 1);
   EXPECT_EQ(paramInt(sent.get(), "_ignore_command_", -1), 0);
   EXPECT_EQ(list->count(), 1);
+  EXPECT_EQ(w.controller.pageChanges, 0) << "nothing of it is a setting";
 }
 
 }  // namespace

@@ -90,7 +90,7 @@ void PageCommands::fill(QMenu* menu) {
   m_needsPage.push_back(
       add(menu, tr("&Autocorrect"), QKeySequence("Ctrl+E"),
           tr("Straightens and crops the page, and removes specks from black and white; or runs your own script"),
-          [this] { execute(tr("Autocorrect"), nullptr, {}); }));
+          [this] { execute(tr(quillbay::script_key::Autocorrect), nullptr, {}); }));
   m_needsPage.push_back(
       add(menu, tr("R&un script..."), QKeySequence("Ctrl+Shift+U"), tr("Runs a script file on the page"), [this] {
         const QString file = chooseScript();
@@ -214,7 +214,8 @@ bool PageCommands::executeOnce(quillbay::IScriptCmdSink& sink, const QString& ti
   if (key) arguments->SetValue(key, value.toStdString());
   const Page* page = m_document->page(m_document->current());
   const QString name = page && notes->namesPages ? page->name + ": " : QString();
-  const bool done = sink.ExecCommand(key ? quillbay::script_key::Process : "Autocorrect", arguments.get()) == 0;
+  const bool done = sink.ExecCommand(key ? quillbay::script_key::Process : quillbay::script_key::Autocorrect,
+                                     arguments.get()) == 0;
   const auto text = QString::fromStdString(quillbay::paramString(arguments.get(), quillbay::script_key::Notes));
   if (!text.isEmpty()) {
     notes->all += name + QString(text).replace('\n', ' ');
