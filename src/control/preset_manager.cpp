@@ -151,41 +151,38 @@ int CPResetManager::Create(int page) {
 }
 
 /// Lets pages load what the preset holds for them, or without a preset their defaults.
-void CPResetManager::loadPages(const quillbay::Preset* preset, int page, bool* loaded) {
+CPResetManager::Loaded CPResetManager::loadPages(const quillbay::Preset* preset, int page) {
   const auto defaults = new_MemParam();
   defaults->SetValue(key::ResetMark, 1);
-  std::string notes;
-  {
-    const QScopedValueRollback applying(m_applying, m_applying + 1);
-    for (IUIScanPage* p : m_controller.AllPages()) {
-      if (page != kAnyPage && p->GetNumber() != page) continue;
-      IParam* values = preset ? valuesOf(*preset, p->GetNumber()) : defaults.get();
-      if (!values) continue;
-      m_controller.LoadPage(p, values);
-      addLine(&notes, p->GetLoadNote());
-      *loaded = true;
-    }
+  const QScopedValueRollback applying(m_applying, m_applying + 1);
+  Loaded loaded;
+  for (IUIScanPage* p : m_controller.AllPages()) {
+    if (page != kAnyPage && p->GetNumber() != page) continue;
+    IParam* values = preset ? valuesOf(*preset, p->GetNumber()) : defaults.get();
+    if (!values) continue;
+    m_controller.LoadPage(p, values);
+    addLine(&loaded.notes, p->GetLoadNote());
+    ++loaded.pages;
   }
-  if (!notes.empty()) m_controller.Message(EventKind::Information, notes, EventButtons::Ok);
+  return loaded;
 }
 
 int CPResetManager::Apply(std::int32_t id, int page) {
   quillbay::Preset preset;
   if (!GetPreset(m_params->app(), id, &preset)) return 0;
   const bool isWhole = page == kAnyPage;
-  bool loaded = false;
-  loadPages(&preset, page, &loaded);
-  if (!loaded) return 0;
+  const Loaded loaded = loadPages(&preset, page);
+  if (loaded.pages == 0) return 0;
   // With a page of another preset the settings are neither's.
   if (isWhole || m_chosen != id) setChosen(isWhole ? std::optional(id) : std::nullopt);
+  if (!loaded.notes.empty()) m_controller.Message(EventKind::Information, loaded.notes, EventButtons::Ok);
   return 1;
 }
 
 int CPResetManager::Reset(int page) {
-  bool loaded = false;
-  loadPages(nullptr, page, &loaded);
+  const Loaded loaded = loadPages(nullptr, page);
   forgetChosen();
-  return loaded ? 1 : 0;
+  return loaded.pages > 0 ? 1 : 0;
 }
 
 int CPResetManager::Export(std::int32_t id) {

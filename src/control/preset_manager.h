@@ -46,7 +46,11 @@ class CPResetManager final : public IPresetManager {
 
   [[nodiscard]] std::vector<IUIScanPage*> candidates(int page) const;
   [[nodiscard]] quillbay::Preset take(const std::vector<std::int32_t>& pages) const;
-  void loadPages(const quillbay::Preset* preset, int page, bool* loaded);
+  struct Loaded {
+    int pages = 0;
+    std::string notes;  ///< what they could not take over
+  };
+  Loaded loadPages(const quillbay::Preset* preset, int page);
   /// Whether a preset may take the place of the one of that number, if there is one.
   [[nodiscard]] bool mayReplace(const std::string& name);
   void setChosen(std::optional<std::int32_t> id);
