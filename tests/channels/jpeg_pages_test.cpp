@@ -6,6 +6,7 @@
 //
 #include <jpeglib.h>
 
+#include "channels/color_profile.h"
 #include "quillbay/errors.h"
 #include "test_pages.h"
 
@@ -123,6 +124,94 @@ TEST(JpegPages, BandsMakeWhatTheLibraryMakesOfTheWholePage) {
     const auto raster = new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->Load(0, nullptr);
     ASSERT_EQ(raster->GetHeight(), c.height);
     EXPECT_EQ(raster->GetColorSpace(), samples == 1 ? KxColorSpace::Grey : KxColorSpace::Rgb);
+  }
+}
+
+/// The profile as the library joins its pieces.
+std::vector<std::uint8_t> jpegProfile(const std::string& file) {
+  jpeg_decompress_struct codec{};
+  jpeg_error_mgr errors{};
+  codec.err = jpeg_std_error(&errors);
+  jpeg_create_decompress(&codec);
+  jpeg_mem_src(&codec, reinterpret_cast<const std::uint8_t*>(file.data()), file.size());
+  jpeg_save_markers(&codec, JPEG_APP0 + 2, 0xffff);
+  jpeg_read_header(&codec, TRUE);
+  JOCTET* bytes = nullptr;
+  unsigned size = 0;
+  std::vector<std::uint8_t> profile;
+  if (jpeg_read_icc_profile(&codec, &bytes, &size)) profile.assign(bytes, bytes + size);
+  std::free(bytes);
+  jpeg_destroy_decompress(&codec);
+  return profile;
+}
+
+TEST(JpegPages, TheProfileIsThereInPiecesWhereItIsLong) {
+  const TempFolder folder;
+  const std::string file = folder.file("page.jpg"), own = folder.file("own.icc");
+  ColorProfile large = profileFor(KxColorSpace::Rgb, "sRGB");
+  large.resize(150'000);  // three pieces; what follows the tables counts for nothing
+  for (int i = 0; i < 4; ++i)
+    large[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(150'000 >> 8 * (3 - i));
+  writeFile(own, std::string(large.begin(), large.end()));
+  struct Case {
+    KxColorSpace colorSpace;
+    std::string choice;
+    ColorProfile want;
+  };
+  const Case cases[] = {{KxColorSpace::Rgb, "sRGB", profileFor(KxColorSpace::Rgb, "")},
+                        {KxColorSpace::Grey, "sRGB", profileFor(KxColorSpace::Grey, "")},
+                        {KxColorSpace::Bgra, "none", {}},
+                        {KxColorSpace::Bgr, own, large}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.choice);
+    const TestPage page = makePage(c.colorSpace, 100, 700);
+    saveSingle(file, rasterOf(page, Source::Stripes).get(), paramsWith({{"Profile", c.choice}}).get(), true);
+    EXPECT_EQ(jpegProfile(readFile(file)), c.want);
+    EXPECT_EQ(decoded(readFile(file)).height, 700);
+  }
+}
+
+/// Inks are saved turned over by programs that say so in a marker of their own, and as they are by others.
+TEST(JpegPages, InksAreMixedAsLight) {
+  const TempFolder folder;
+  const std::string file = folder.file("inks.jpg");
+  for (const bool marked : {true, false}) {
+    for (const J_COLOR_SPACE space : {JCS_CMYK, JCS_YCCK}) {
+      SCOPED_TRACE(testing::Message() << marked << ' ' << space);
+      jpeg_compress_struct codec{};
+      jpeg_error_mgr errors{};
+      codec.err = jpeg_std_error(&errors);
+      jpeg_create_compress(&codec);
+      unsigned char* bytes = nullptr;
+      unsigned long size = 0;
+      jpeg_mem_dest(&codec, &bytes, &size);
+      codec.image_width = codec.image_height = 16;
+      codec.input_components = 4;
+      codec.in_color_space = JCS_CMYK;
+      jpeg_set_defaults(&codec);
+      jpeg_set_colorspace(&codec, space);
+      codec.write_Adobe_marker = marked || space == JCS_YCCK ? TRUE : FALSE;
+      jpeg_set_quality(&codec, 100, TRUE);
+      jpeg_start_compress(&codec, TRUE);
+      const std::uint8_t turned = codec.write_Adobe_marker ? 255 : 0;
+      const std::uint8_t inks[] = {255, 102, 0, 51};  // no red; light 153, 255, 255 of which 204 / 255 are left
+      Bytes line;
+      for (int i = 0; i < 64; ++i) line.push_back(turned ^ inks[i % 4]);
+      for (int y = 0; y < 16; ++y) {
+        JSAMPROW row = line.data();
+        jpeg_write_scanlines(&codec, &row, 1);
+      }
+      jpeg_finish_compress(&codec);
+      jpeg_destroy_compress(&codec);
+      writeFile(file, std::string(reinterpret_cast<char*>(bytes), size));
+      std::free(bytes);
+      const auto raster = new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->Load(0, nullptr);
+      const auto lines = KxPtr<IAccessContext>::adopt(raster->GetAccessContext(0, 0));
+      Bytes read(48);
+      lines->ReadLine(7, 0, 16, read.data());
+      const int want[] = {0, 122, 204};
+      for (std::size_t i = 0; i < 48; ++i) ASSERT_NEAR(read[i], want[i % 3], 3) << i;
+    }
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstdio>
 
+#include "channels/color_profile.h"
 #include "test_pages.h"
 
 namespace quillbay::test {
@@ -11,7 +12,8 @@ namespace {
 struct PngPicture {
   png_uint_32 width = 0, height = 0, perMetre = 0;
   int depth = 0, color = 0, paletteCount = 0;
-  std::string software;
+  std::string software, title;
+  ColorProfile profile;
   std::vector<std::vector<std::uint8_t>> lines;
   bool ok = false;
 };
@@ -28,7 +30,14 @@ __attribute__((noinline)) void readAll(png_structp png, png_infop info, PngPictu
   png_textp texts = nullptr;
   int count = 0;
   png_get_text(png, info, &texts, &count);
-  if (count > 0) picture->software = std::string(texts[0].key) + "=" + texts[0].text;
+  for (int i = 0; i < count; ++i) {
+    if (std::string_view(texts[i].key) == "Software") picture->software = texts[i].text;
+    if (std::string_view(texts[i].key) == "Title") picture->title = texts[i].text;
+  }
+  png_charp name = nullptr;
+  png_bytep profile = nullptr;
+  png_uint_32 size = 0;
+  if (png_get_iCCP(png, info, &name, &count, &profile, &size)) picture->profile.assign(profile, profile + size);
   picture->lines.assign(picture->height, std::vector<std::uint8_t>(png_get_rowbytes(png, info)));
   for (auto& line : picture->lines) png_read_row(png, line.data(), nullptr);
   png_read_end(png, nullptr);
@@ -76,7 +85,9 @@ TEST(PngPages, EveryColourAndSourceReadsBackEqual) {
       EXPECT_EQ(read.depth, c.depth);
       EXPECT_EQ(read.color, c.color);
       EXPECT_EQ(read.perMetre, 11811U);
-      EXPECT_EQ(read.software, "Software=Test software");
+      EXPECT_EQ(read.software, "Test software");
+      EXPECT_EQ(read.title, "page");
+      EXPECT_EQ(read.profile, profileFor(c.colorSpace, ""));
       for (std::size_t y = 0; y < page.seen.size(); ++y) {
         std::vector<std::uint8_t> want = page.seen[y];
         if (c.depth == 1) {

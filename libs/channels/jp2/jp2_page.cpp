@@ -29,7 +29,7 @@ constexpr QbOptionInfo kRatio = {
 /// The error of a JPEG of this quality in scans, measured: it follows the step of its numbers.
 double decibelsOf(int quality) noexcept {
   const double step = quality < 50 ? 50.0 / quality : 2 - quality / 50.0;
-  return 35 - 9 * std::log10(std::max(step, 0.01));
+  return 33.5 - 9 * std::log10(std::max(step, 0.01));
 }
 
 /// A tile row is held while it is coded: the wider the page, the fewer lines. A page that is announced longer than

@@ -27,8 +27,12 @@ class CodestreamBytes {
   CodestreamBytes(const QbFile* file, std::int64_t begin, std::int64_t end)
       : m_file(file), m_begin(begin), m_size(end - begin) {}
   [[nodiscard]] bool hasFailed() const noexcept { return m_failed; }
-  /// More was wanted than there is.
-  [[nodiscard]] bool wasShort() const noexcept { return m_short; }
+  /// More was wanted than there is, or the mark of the end is not there.
+  [[nodiscard]] bool wasCutOff() const noexcept {
+    std::uint8_t end[2] = {};
+    if (m_short || m_size < 2) return true;
+    return m_file->read(m_file->self, m_begin + m_size - 2, end, 2) == QB_OK && (end[0] != 0xff || end[1] != 0xd9);
+  }
 
   opj_stream_t* newStream() {
     opj_stream_t* stream = opj_stream_create(kReadBytes, OPJ_STREAM_READ);
@@ -120,11 +124,10 @@ class Jp2Reader::Job {
   std::vector<bool> m_isThere;                      // tiles of the row
 };
 
-/// A failure is the end of a file that was cut off, where more was wanted than there is.
 void Jp2Reader::Job::check(bool isDone) const {
   if (isDone) return;
   if (m_bytes.hasFailed()) throw ModuleError(QB_E_FILE, "");
-  if (m_bytes.wasShort()) throw ModuleError(QB_E_TRUNCATED, "");
+  if (m_bytes.wasCutOff()) throw ModuleError(QB_E_TRUNCATED, "");
   std::string why = m_complaint.substr(0, m_complaint.find('\n'));
   throw ModuleError(QB_E_DAMAGED, "the file is damaged: " + (why.empty() ? "its tiles make no sense" : why));
 }
