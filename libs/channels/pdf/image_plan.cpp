@@ -9,6 +9,7 @@ namespace quillbay {
 namespace {
 
 constexpr long long kMostSide = 0x7ffffff0;
+constexpr std::int32_t kMostFaxWidth = 1 << 29;  // sums of three stay numbers
 constexpr std::size_t kMostPlanLineBytes = std::size_t{256} << 20;
 
 long long numberOf(QPDFObjectHandle dictionary, const char* key, long long otherwise) {
@@ -133,7 +134,7 @@ bool readFax(QPDFObjectHandle parms, ImagePlan& plan) {
   plan.fax1IsBlack = flagOf(parms, "/BlackIs1");
   plan.faxAligns = flagOf(parms, "/EncodedByteAlign");
   return numberOf(parms, "/K", 0) < 0 && numberOf(parms, "/Columns", 1728) == plan.width && plan.bits == 1 &&
-         plan.samples() == 1;
+         plan.samples() == 1 && plan.width <= kMostFaxWidth;
 }
 
 bool readFilters(QPDFObjectHandle dictionary, ImagePlan& plan) {

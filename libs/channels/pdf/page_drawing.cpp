@@ -195,7 +195,10 @@ class DrawingReader final : public QPDFObjectHandle::ParserCallbacks {
     const PageRect& c = m_state.clip;
     const bool isWhole = c.left <= area.left + slack && c.bottom <= area.bottom + slack &&
                          c.right >= area.right - slack && c.top >= area.top - slack;
-    if (!m_state.matrix.isUpright() || !isWhole || (isMask && !m_state.fillsBlack)) m_out.isOnlyImages = false;
+    const bool isPlace = std::isfinite(area.left) && std::isfinite(area.top) && std::isfinite(area.right) &&
+                         std::isfinite(area.bottom);
+    if (!isPlace || !m_state.matrix.isUpright() || !isWhole || (isMask && !m_state.fillsBlack))
+      m_out.isOnlyImages = false;
     m_out.images.push_back({object, area});
   }
 
