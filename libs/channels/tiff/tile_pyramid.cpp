@@ -17,6 +17,11 @@ void holdTile(void*) {}
 
 constexpr std::int32_t half(std::int32_t n) noexcept { return n / 2 + n % 2; }
 
+/// Tiles that so many pixels take.
+constexpr std::int32_t tilesOf(std::int32_t pixels, std::int32_t tileSize) noexcept {
+  return (pixels - 1) / tileSize + 1;
+}
+
 }  // namespace
 
 TilePyramid::TilePyramid(Setup setup)
@@ -30,7 +35,7 @@ TilePyramid::TilePyramid(Setup setup)
     m_cells.emplace(m_setup.palette);
   }
   m_benches = std::vector<Bench>(m_team.members());
-  const auto columns = static_cast<std::size_t>((m_setup.format.width - 1) / m_setup.tileSize + 1);
+  const auto columns = static_cast<std::size_t>(tilesOf(m_setup.format.width, m_setup.tileSize));
   const std::size_t rowBytes = columns * lineBytes() * static_cast<std::size_t>(m_setup.tileSize);
   std::int32_t rows = 1;
   while (static_cast<std::size_t>(rows) * columns < kTilesPerMember * m_team.members() &&
@@ -44,7 +49,7 @@ void TilePyramid::addLevel(std::int32_t width, std::int32_t room) {
   auto level = std::make_unique<Level>();
   const bool isPage = m_levels.empty();
   level->width = width;
-  level->columns = (width - 1) / m_setup.tileSize + 1;
+  level->columns = tilesOf(width, m_setup.tileSize);
   level->room = room;
   level->colorSpace =
       isPage && !isRunList(m_setup.format.colorSpace) ? m_setup.format.colorSpace : m_tileFormat.colorSpace;
@@ -84,6 +89,7 @@ void TilePyramid::finish() {
 
 std::vector<TilePyramid::Size> TilePyramid::sizes() const {
   std::vector<Size> sizes;
+  sizes.reserve(m_levels.size());
   for (const auto& level : m_levels) sizes.push_back({level->width, level->lines});
   return sizes;
 }
@@ -122,7 +128,7 @@ void TilePyramid::encodeRows(std::size_t index, bool isLast) {
   } else {
     m_band.eachLine([this](const std::uint8_t* line) { m_rows.push_back(line); });
   }
-  const std::int32_t tileRows = (level.filled - 1) / m_setup.tileSize + 1;
+  const std::int32_t tileRows = tilesOf(level.filled, m_setup.tileSize);
   m_team.run(
       static_cast<std::size_t>(tileRows) * static_cast<std::size_t>(level.columns),
       [&](std::size_t item, unsigned member, ByteBuffer& out) {
@@ -161,9 +167,9 @@ void TilePyramid::makeTile(const Level& level, Level* next, const Place& place, 
 /// The tile's lines as the file has them. Tones beyond the page's edges repeat the last pixel and line, which costs
 /// least in every compression; bits are white there.
 void TilePyramid::cutTile(const Level& level, const Place& place, std::uint8_t* tile) const noexcept {
+  const std::uint8_t* const* rows = m_rows.data() + place.firstLine;
   for (std::int32_t y = 0; y < place.lines; ++y) {
-    cutLine(level, place, m_rows[static_cast<std::size_t>(place.firstLine + y)],
-            tile + static_cast<std::size_t>(y) * lineBytes());
+    cutLine(level, place, rows[y], tile + static_cast<std::size_t>(y) * lineBytes());
   }
   for (std::int32_t y = place.lines; y < m_setup.tileSize; ++y) {
     std::uint8_t* to = tile + static_cast<std::size_t>(y) * lineBytes();
@@ -192,14 +198,14 @@ void TilePyramid::cutLine(const Level& level, const Place& place, const std::uin
 }
 
 void TilePyramid::halve(const Place& place, const std::uint8_t* tile, Level* next) const noexcept {
-  const std::size_t lines = static_cast<std::size_t>(next->filled + place.firstLine / 2);
-  const TileHalving halving{
-      tile,
-      lineBytes(),
-      next->bytes.get() + lines * next->stride + static_cast<std::size_t>(place.column) * (lineBytes() / 2),
-      next->stride,
-      m_setup.tileSize,
-      half(place.lines)};
+  const std::int32_t line = next->filled + place.firstLine / 2;
+  const TileHalving halving{tile,
+                            lineBytes(),
+                            next->bytes.get() + static_cast<std::size_t>(line) * next->stride +
+                                static_cast<std::size_t>(place.column) * (lineBytes() / 2),
+                            next->stride,
+                            m_setup.tileSize,
+                            half(place.lines)};
   if (m_cells) return halvePalette(halving, *m_cells);
   if (m_tileFormat.colorSpace == KxColorSpace::Bitonal) return halveInk(halving);
   halveTones(halving, m_tileFormat.samples());
