@@ -125,7 +125,8 @@ KxPtr<IRStor> runRasterStep(const ScriptStep& step, IRStor* raster, IProgress* p
     case ScriptAction::Autocorrect: return autocorrect(raster, progress, note);
     case ScriptAction::Open:
     case ScriptAction::SaveAs:
-    case ScriptAction::Close: break;
+    case ScriptAction::Close:
+    case ScriptAction::Run: break;
   }
   throw CXIFaceException(step.name + " works on no raster");
 }
