@@ -85,7 +85,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::int32_t after = 0;
   const std::vector<Lines> are = pagesOf(file, &after);
   require(after == before + 1 && after == counted, "the file has one page more");
-  for (std::size_t i = 0; i < were.size(); ++i) require(are[i] == were[i], "the pages before are what they were");
+  for (std::size_t i = 0; i < were.size(); ++i) {
+    // A page that ended with the file may find more now.
+    const bool same = are[i].size() >= were[i].size() && std::equal(were[i].begin(), were[i].end(), are[i].begin());
+    require(same, "the pages before are what they were");
+  }
   CheckedReader reader(fuzzedFormat(), file);
   const auto picture = reader.openPage(after - 1);
   require(picture && picture->width == kWidth && picture->height == kHeight, "the new page is there");

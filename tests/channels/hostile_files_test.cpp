@@ -103,5 +103,21 @@ TEST(HostileFiles, APageBehindADamagedOneCanBeRead) {
   EXPECT_EQ(LoadRasterFile(file, 1, nullptr)->GetHeight(), 9);
 }
 
+TEST(HostileFiles, AFileWithACopyAloneTakesNoPage) {
+  const TempFolder folder;
+  const std::string file = folder.file("copy.tif");
+  const TestPage page = makePage(KxColorSpace::Grey, 20, 9);
+  savePaged(file, rasterOf(page, Source::Stripes).get(), End::Commit);
+  std::string bytes = readFile(file);
+  const std::size_t kind = bytes.find(std::string("\xfe\0\4\0\1\0\0\0\0\0\0\0\2", 13));
+  ASSERT_NE(kind, std::string::npos);
+  bytes[kind + 12] = '\1';  // a smaller copy, not a page of several
+  writeFile(file, bytes);
+  EXPECT_EQ(LoadRasterFile(file, 0, nullptr)->GetHeight(), 9) << "what there is can be read";
+  EXPECT_THROW(savePaged(file, rasterOf(page, Source::Stripes).get(), End::Commit), CXFileException)
+      << "the page before would be none";
+  EXPECT_TRUE(readFile(file) == bytes);
+}
+
 }  // namespace
 }  // namespace quillbay::test

@@ -116,6 +116,7 @@ TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offset
   // Nothing but smaller copies: their first stands for the page.
   if (offsets) offsets->push_back(first);
   state.pages = 1;
+  state.isCopyAlone = true;
   return state;
 }
 

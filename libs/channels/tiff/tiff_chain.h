@@ -13,6 +13,7 @@ struct TiffState {
   bool bigEndian = false;   ///< its byte order
   std::int64_t linkAt = 0;  ///< place of the offset of the next directory
   std::int32_t pages = 0;
+  bool isCopyAlone = false;  ///< its page is marked as a smaller copy; beside a whole one it would be none
 };
 
 /// Follows the chain of directories, a few short reads each; `offsets` (may be null) gets where those of pages

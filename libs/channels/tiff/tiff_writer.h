@@ -29,7 +29,9 @@ class TiffWriter {
  private:
   static TiffState stateOf(const EdgeFile& file) {
     try {
-      return readTiffChain(file, nullptr);
+      const TiffState state = readTiffChain(file, nullptr);
+      if (!state.isCopyAlone) return state;
+      throw ModuleError(QB_E_DAMAGED, "its page is marked as a smaller copy of another one");
     } catch (const ModuleError& e) {
       if (e.code() == QB_E_FILE) throw;
       throw ModuleError(QB_E_REFUSED, e.text() + ", so no page can be added; choose another name");
