@@ -18,6 +18,7 @@ namespace {
 
 constexpr int kSecondTab = 1, kThirdTab = 2;
 constexpr int kPanelWidth = 352;
+constexpr quillbay::tagRRECT kMiddle{240, 0, 660, 297};  // of the bed, where the document lies
 
 /// A page around a tool, without a picture.
 struct ToolPage final : quillbay::IToolSite {
@@ -63,7 +64,7 @@ bool shootPreview(Stage& stage) {
     stage.set(quillbay::key::CustomScanValid, 1);
   };
   preview->PreviewCommand(PreviewCommand::DisableUpdating);
-  stage.set(quillbay::key::RcScan, quillbay::tagRRECT{240, 0, 660, 297});  // in the middle
+  stage.set(quillbay::key::RcScan, kMiddle);
   const bool done = stage.preview();
   stage.set(quillbay::key::RcPreview, quillbay::tagRRECT{270, 20, 450, 110});
   stage.set(quillbay::key::RcCustomScan, quillbay::tagRRECT{410, 130, 630, 270});
@@ -111,7 +112,8 @@ bool shootColours(Stage& stage) {
 
 bool shootPalette(Stage& stage) {
   const int before = stage.modeNow();
-  stage.set(quillbay::key::CurrMode, quillbay::kModePalette);
+  stage.choose({kMiddle.width(), kMiddle.height()}, quillbay::kModePalette, 200);
+  stage.set(quillbay::key::RcScan, kMiddle);
   stage.apply({{quillbay::key::PaletteMethod, quillbay::kPaletteMaps}, {quillbay::key::PaletteColors, 64}});
   const bool saved = stage.preview() && stage.saveTab(kSecondTab, "panel-palette");
   stage.apply({{quillbay::key::ResetMark, 1}});
@@ -126,6 +128,9 @@ bool shootFound(Stage& stage) {
   const auto preview = dock.preview();
   auto* detect = stage.panel()->findChild<QPushButton*>("detect");
   if (!preview || !detect) return false;
+  std::vector<std::pair<const char*, quillbay::CKxVariant>> before;
+  for (const char* key : {quillbay::key::ScanAreaType, quillbay::key::Autodetect, quillbay::key::Deskew})
+    before.emplace_back(key, stage.get(key));
   stage.set(quillbay::key::ScanAreaType, quillbay::kAreaAuto);
   stage.set(quillbay::key::Autodetect, 30);
   stage.set(quillbay::key::Deskew, 1);
@@ -136,6 +141,7 @@ bool shootFound(Stage& stage) {
   preview->PreviewCommand(PreviewCommand::Show);
   const bool saved = stage.save(*stage.panel(), "preview-found");
   preview->PreviewCommand(PreviewCommand::DisableUpdating);
+  for (const auto& [key, value] : before) stage.set(key, value);
   stage.window().resizeDocks({&dock}, {width}, Qt::Horizontal);
   return saved;
 }

@@ -41,11 +41,13 @@ quillbay::IQuillbayControl* Stage::control() { return m_window.panelDock().contr
 
 QWidget* Stage::panel() { return m_window.panelDock().panel(); }
 
-int Stage::modeNow() {
-  quillbay::CKxVariant mode;
-  control()->GetParam(quillbay::key::CurrMode, &mode);
-  return mode.toInt();
+quillbay::CKxVariant Stage::get(const char* key) {
+  quillbay::CKxVariant value;
+  control()->GetParam(key, &value);
+  return value;
 }
+
+int Stage::modeNow() { return get(quillbay::key::CurrMode).toInt(); }
 
 void Stage::apply(const std::vector<std::pair<std::string, quillbay::CKxVariant>>& values) {
   const auto set = quillbay::new_MemParam();

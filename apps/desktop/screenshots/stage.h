@@ -27,6 +27,7 @@ class Stage {
   /// A file for what a picture needs.
   [[nodiscard]] QString scratch(const QString& name) const { return m_settings.filePath(name); }
   void set(const char* key, const quillbay::CKxVariant& value) { control()->SetParam(key, value, nullptr); }
+  [[nodiscard]] quillbay::CKxVariant get(const char* key);
   [[nodiscard]] int modeNow();
   /// Settings of the panel's pages; they are taken over from the event loop.
   void apply(const std::vector<std::pair<std::string, quillbay::CKxVariant>>& values);
