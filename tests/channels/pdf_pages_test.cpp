@@ -335,8 +335,11 @@ TEST(PdfPages, OtherPagesAreRendered) {
   EXPECT_EQ(lines[100], std::vector<std::uint8_t>(900, 0));
   EXPECT_EQ(lines[500], std::vector<std::uint8_t>(900, 255));
   // An image that says it is larger than the file.
-  writeContent(file, documentWith(image + " /Length 999999", "x", 72, 72, "q 72 0 0 72 0 0 cm /A Do Q"));
-  EXPECT_THROW(linesOf(*std::make_unique<PictureFile>(file), 0), CXFileException);
+  std::string text = documentWith(image, std::string(10000, 'x'), 72, 72, "q 72 0 0 72 0 0 cm /A Do Q");
+  text.replace(text.find("/Length 10000"), 13, "/Length 99999");
+  writeContent(file, text);
+  PictureFile damaged(file);
+  EXPECT_THROW(damaged.openPage(0), CXFileException);
 }
 
 TEST(PdfPages, ArchivesKeepTheRulesThatCanBeChecked) {

@@ -181,7 +181,11 @@ class DrawingReader final : public QPDFObjectHandle::ParserCallbacks {
     if (all.isDictionary() && !m_operands.empty() && m_operands[0].isName()) {
       object = all.getKey(m_operands[0].getName());
     }
-    if (!object.isInitialized() || !object.isStream()) return;  // viewers show nothing either
+    if (!object.isInitialized()) return;  // viewers show nothing either
+    if (object.isIndirect() && object.isNull()) {
+      throw ModuleError(QB_E_DAMAGED, "an image of the page cannot be read; the file is damaged");
+    }
+    if (!object.isStream()) return;
     QPDFObjectHandle dictionary = object.getDict();
     QPDFObjectHandle kind = dictionary.getKey("/Subtype");
     if (!kind.isName() || kind.getName() != "/Image" || m_out.images.size() >= kMostImages) {
