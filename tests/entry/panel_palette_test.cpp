@@ -7,6 +7,7 @@
 
 #include "fake_scanner.h"
 #include "panel_fixture.h"
+#include "quillbay/preview_control.h"
 
 namespace quillbay {
 namespace {
@@ -186,7 +187,7 @@ TEST_F(PanelPaletteTest, TheAreaThatAViewShowsGivesALookupFile) {
   hostView = KxPtr<IKxView>::adopt(new StillView);
   openFake();
   sink()->EnableViewSync(1);
-  set("m_fDisablePreview", 1);  // no other preview follows
+  query<IPreviewControl>(sink())->PreviewCommand(PreviewCommand::DisableUpdating);  // no other preview follows
   const tagRRECT shown{40, 10, 190, 110};
   set("m_rcPreview", shown);
   createLut();
