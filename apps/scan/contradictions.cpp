@@ -100,3 +100,5 @@ std::string contradiction(const ScanOptions& o) {
   }
   return {};
 }
+  if (o.allowPrograms && o.script.empty() && !o.toView)
+    return translated("%s needs --script", {"--allow-programs"});

@@ -73,6 +73,7 @@ constexpr std::array kSections{
         ".TP\n.B lines\npage, lines: the lines received so far.\n"
         ".TP\n.B page\npage, width, lines, dpi, file, published (false until a multi\\-page file is complete).\n"
         ".TP\n.B published\nfile, pages: a file is complete and has its name.\n"
+        ".TP\n.B unprocessed\nfile, reason, cancelled: a page that the script could not process.\n"
         ".TP\n.B message\nkind (information, question, retry), text, and, if there are any, path and answer "
         "(yes, no, retry, give\\-up, ok, cancel).\n"
         ".TP\n.B prompt\ntext: a line on standard input scans the next page; the end of standard input ends the "
@@ -114,6 +115,8 @@ constexpr std::array kSections{
         "EXAMPLES",
         ".nf\n"
         "quillbay\\-scan \\-d sim: \\-\\-mode rgb \\-r 400 \\-\\-area A0 \\-o map.tif\n"
+            ".TP\n.B 5\nAll pages were scanned and saved, but the script of \\-\\-script could not process some of "
+            "them.\n"
         "quillbay\\-scan \\-d sim:skew=2 \\-\\-mode grey \\-r 150 \\-\\-area auto \\-\\-deskew \\-o plan.tif\n"
         "quillbay\\-scan \\-d sim:count=5 \\-\\-mode grey \\-r 150 \\-\\-batch \\-\\-multipage \\-o plans.tif\n"
         "quillbay\\-scan \\-d sim: \\-\\-mode grey \\-r 150 \\-\\-batch=10 \\-\\-dir scans \\-\\-mask '<DATE>\\-' "
@@ -176,8 +179,8 @@ std::string help() {
   }
   text += "\n" +
           translated(
-              "Exit status: 0 done, 1 usage, 2 device, 3 output, 4 no document, 128 + N after\n"
-              "signal N. See the man page quillbay-scan(1).") +
+              "Exit status: 0 done, 1 usage, 2 device, 3 output, 4 no document, 5 script,\n"
+              "128 + N after signal N. See the man page quillbay-scan(1).") +
           "\n";
   return text;
 }
@@ -226,7 +229,7 @@ std::string bashCompletion() {
          "    --area) COMPREPLY=($(compgen -W 'auto auto-width fixed-width: custom:' -- \"$word\")); return ;;\n"
          "    --if-not-found) COMPREPLY=($(compgen -W 'scan-all fail' -- \"$word\")); return ;;\n"
          "    --to) COMPREPLY=($(compgen -W 'file view' -- \"$word\")); return ;;\n"
-         "    -o|--output|--recover) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
+         "    -o|--output|--recover|--script) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
          "    --dir) COMPREPLY=($(compgen -d -- \"$word\")); return ;;\n"
          "  esac\n"
          "  COMPREPLY=($(compgen -W '" +

@@ -53,7 +53,7 @@ std::string takeMode(ScanOptions& o, std::string_view v) {
 
 std::string takeTarget(ScanOptions& o, std::string_view v) {
   if (v == "file" || v == "view") {
-    o.toView = v == "view";
+    o.toView = v == "view" || !o.script.empty();
     return {};
   }
   return names::allowed({"file", "view"}, v, "--help");
@@ -236,6 +236,18 @@ constexpr std::array kTable{
         "millimetres. Short names of the mode's adjustments: brightness, contrast, hue, saturation, red, green, "
         "blue, sharpen, blur; level and background (suppression) of the black-and-white modes; palette (0 "
         "linear, 1 photos, 2 maps, 3 lookup file), colors and lut of the mode palette. May be repeated.",
+    OptionRow{"script", 0, Argument::Required, "FILE", kRun,
+              "Work on each page with the commands of this file, while the next page is scanned, then save it. A page "
+              "that the script cannot process is reported, saved as it was scanned, and makes the exit status 5. "
+              "autocorrect is the program's own correction. Implies --to view.",
+              [](ScanOptions& o, std::string_view v) {
+                o.toView = true;
+                return takeText(v, &o.script);
+              }},
+    OptionRow{"allow-programs", 0, Argument::None, nullptr, kRun,
+              "The script may run programs (/Run). Otherwise, a script that does is refused, unless the settings "
+              "allow it.",
+              raise<&ScanOptions::allowPrograms>},
         takeInto<&ScanOptions::settings>},
     OptionRow{"save-settings", 0, Argument::None, nullptr, kRun,
               "Save the settings of this run and its device. Otherwise, saved settings are read and not changed.",

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <algorithm>
 #include <charconv>
+#include <filesystem>
 
 #include "listings.h"
 #include "names.h"
@@ -10,6 +11,7 @@
 #include "quillbay/formats.h"
 #include "quillbay/preview_resolution.h"
 #include "quillbay/scan_keys.h"
+#include "quillbay/translation.h"
 #include "setting_names.h"
 #include "translated.h"
 
@@ -307,6 +309,14 @@ void PanelSetup::applySettings(bool writesFile) {
   m_control->GetPageParams(page.get());
   const auto chosen = quillbay::new_MemParam();
   if (m_options.toView) chosen->SetValue(quillbay::key::UseFileOut, writesFile ? 1 : 0);
+  if (!m_options.script.empty()) {
+    std::error_code error;
+    const auto path = std::filesystem::absolute(m_options.script, error).string();
+    chosen->SetValue(quillbay::key::UseScript, 1);
+    chosen->SetValue(quillbay::key::ScriptName, m_options.script == kOwnScript
+                                                    ? quillbay::Supp_Translate(quillbay::script_key::OwnCorrection)
+                                                    : path);
+  }
   std::vector<std::pair<ScanOptions::KeyValue, CKxVariant>> applied;
   for (const auto& pair : settings) {
     const auto& [key, text] = pair;

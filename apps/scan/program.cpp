@@ -51,6 +51,7 @@ KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter
              : options.verbose == 1                ? quillbay::HostLog::Info
                                                    : quillbay::HostLog::Debug;
   host.onMessage = [&](const quillbay::HostMessage& message) {
+  host.allowPrograms = options.allowPrograms;
     if (message.event == quillbay::kEventNextDocument) {
       // The text of the event names buttons, which a terminal has not.
       return next.wait(translated("Put the next document on the scanner.")) ? quillbay::EventAnswer::Ok
@@ -131,8 +132,9 @@ struct Run {
 };
 
 int scanPages(quillbay::IQuillbayControl* control, const ScanOptions& options, const Run& run) {
-  int status = CliRun(control, options, run.reporter, run.interrupts, run.next, run.refusals).run();
+  int status = CliRun(control, options, run.reporter, run.interrupts, run.next, run.refusals, run.scripts).run();
   if (options.saveSettings && !control->SaveSettings() && status == kDone) status = kOutput;
+  PageScripts& scripts;
   return status;
 }
 
@@ -141,7 +143,15 @@ int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
   OutputChoice output = chooseOutput(options);
   std::optional<StdoutPage> page;
   if (options.output == "-") output.folder = page.emplace().folder();
+/// Before the paper moves.
+void checkScript(quillbay::IApp* app, const ScanOptions& options) {
+  if (options.script.empty() || options.script == kOwnScript) return;
+  std::string why;
+  if (!quillbay::CheckScript(app, options.script, options.allowPrograms ? 1 : 0, &why)) throw Failure(kUsage, why);
+}
+
   const ScannerChoice scanner(app, options, run.reporter);
+  checkScript(app, options);
   stopIfSignalled();
   const bool saved = quillbay::HasSavedSettings(app, scanner.name()) != 0;
   const HiddenPanel panel(app, !options.toView     ? quillbay::ScanToFile
@@ -177,5 +187,6 @@ int runProgram(const ScanOptions& options, Reporter& reporter) {
     listDevices(app.get(), options, reporter);
     return kDone;
   }
-  return scan(app.get(), options, {reporter, interrupts, next, refusals});
+  PageScripts scripts(app.get(), reporter);
+  return scan(app.get(), options, {reporter, interrupts, next, refusals, scripts});
 }

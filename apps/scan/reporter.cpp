@@ -290,6 +290,21 @@ void Reporter::page(const quillbay::PageInfo& page) {
   if (page.published && !page.file.empty()) published(page.file, 1);
 }
 
+void Reporter::unprocessed(const std::string& file, const std::string& reason, bool cancelled) {
+  const std::string why = reason.empty() ? translated("the script failed") : reason;
+  std::string shown = why;
+  for (char& c : shown) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  {
+    const std::lock_guard lock(m_mutex);
+    put("quillbay-scan: " + translated("%s was not processed: %s", {file, shown}));
+  }
+  if (m_json) {
+    json({{"event", "unprocessed"}, {"file", text(file)}, {"reason", text(why)}, {"cancelled", cancelled}});
+  }
+}
+
 void Reporter::published(const std::string& file, int pages) {
   // A page added to a multi-page file is reported with the page and again with the file.
   if (file == m_lastPublished) return;

@@ -38,6 +38,8 @@ class Reporter {
   void started(const quillbay::ScanStartInfo& info);
   void lines(std::int64_t count);
   void page(const quillbay::PageInfo& page);
+  /// A file or page that a script could not process.
+  void unprocessed(const std::string& file, const std::string& reason, bool cancelled);
   void published(const std::string& file, int pages);
   void ended(quillbay::EndCause cause, const quillbay::UnitFault& fault, int pages, int status);
 

@@ -41,7 +41,7 @@ void skipBlanks(std::string_view& text) {
 }
 
 /// The next word of a program's line, from its first character on.
-std::string takeWord(std::string_view& rest, const std::string& file, int line) {
+std::string takeRunWord(std::string_view& rest, const std::string& file, int line) {
   std::string word;
   while (!rest.empty() && kBlanks.find(rest.front()) == std::string_view::npos) {
     if (rest.front() != '"') {
@@ -70,7 +70,7 @@ void takeArguments(std::string_view line, const std::string& file, ScriptCommand
     if (!runs || (command->words.empty() && isRunKey(line))) {
       command->arguments.push_back(takeArgument(line, file, command->line));
     } else {
-      command->words.push_back(takeWord(line, file, command->line));
+      command->words.push_back(takeRunWord(line, file, command->line));
     }
   }
 }

@@ -66,7 +66,10 @@ CPostProc::CPostProc(IPanelController& controller, KxPtr<CSharedScanParams> para
   };
 }
 
-CPostProc::~CPostProc() { leaveHost(); }
+CPostProc::~CPostProc() {
+  disconnect(m_selection);
+  leaveHost();
+}
 
 std::string CPostProc::GetTitle() { return Supp_Translate("Post Processing"); }
 
@@ -88,7 +91,7 @@ void CPostProc::createForm(int) {
   connectButton(m_form->cancel, &CPostProc::cancel);
   connectButton(m_form->tryAgain, &CPostProc::tryAgain);
   connectButton(m_form->openFolder, &CPostProc::openFolders);
-  connect(m_form->files, &QListWidget::itemSelectionChanged, this, &CPostProc::showFields);
+  m_selection = connect(m_form->files, &QListWidget::itemSelectionChanged, this, &CPostProc::showFields);
   IApp* app = params().app();
   m_queue = query<IScriptQueue>(app);
   if (m_queue) m_queueSink.Subscribe(m_queue->GetSinks().get());
@@ -318,6 +321,7 @@ void CPostProc::fileFailed(const std::string& file, IParam* parameters, bool isF
 }
 
 void CPostProc::showFiles() {
+  const std::vector<std::string> chosen = chosenFiles();
   m_form->files->clear();
   for (const Unprocessed& failed : m_unprocessed) {
     const QString name = QString::fromStdString(fio::fileNameOf(failed.file));
@@ -326,6 +330,7 @@ void CPostProc::showFiles() {
     item->setToolTip(QString::fromStdString(failed.file));
     item->setData(Qt::AccessibleTextRole, name + ", " + reason);
     item->setData(Qt::UserRole, QString::fromStdString(failed.file));
+    item->setSelected(std::find(chosen.begin(), chosen.end(), failed.file) != chosen.end());
   }
   m_form->filesLabel->setText(m_unprocessed.empty()
                                   ? inWords("&Unprocessed files")

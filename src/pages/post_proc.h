@@ -136,6 +136,7 @@ class CPostProc final : public CTab {
   StepCounter m_steps;
   CErrorFiles m_errors;
   std::vector<Unprocessed> m_unprocessed;
+  QMetaObject::Connection m_selection;
   KxPtr<IScriptQueue> m_queue;
   LogSink m_log{this};
   Factory m_factory{this};
