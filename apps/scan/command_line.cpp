@@ -83,13 +83,16 @@ class Reader {
     const auto equals = text.find('=');
     const OptionRow& row = findLong(text.substr(0, equals));
     const std::string shown = "--" + std::string(row.name);
-    if (equals == std::string::npos) {
-      apply(row, shown, row.argument == Argument::Required ? nextValue(row, shown) : std::string());
-    } else if (row.argument == Argument::None) {
+    const bool takesNext = row.argument == Argument::Required || row.argument == Argument::Two;
+    if (equals != std::string::npos && row.argument == Argument::None)
       refuse(translated("\"%s\" takes no value", {shown}));
-    } else {
-      apply(row, shown, text.substr(equals + 1));
-    }
+    std::string value;
+    if (equals != std::string::npos)
+      value = text.substr(equals + 1);
+    else if (takesNext)
+      value = nextValue(row, shown);
+    if (row.argument == Argument::Two) value += '\n' + nextValue(row, shown);
+    apply(row, shown, value);
   }
 
   void readShort(std::string text) {
@@ -114,7 +117,9 @@ class Reader {
   void apply(const OptionRow& row, const std::string& shown, const std::string& value) {
     const std::string wrong = row.apply(m_options, value);
     if (wrong.empty()) return;
-    refuse("\"" + shown + (value.empty() ? "" : " " + value) + "\": " + wrong);
+    std::string typed = value.empty() ? shown : shown + " " + value;
+    std::replace(typed.begin(), typed.end(), '\n', ' ');  // of two values
+    refuse("\"" + typed + "\": " + wrong);
   }
 
   const std::vector<std::string>& m_arguments;

@@ -46,6 +46,24 @@ constexpr Given kNamedArea{"this --area", namesArea};
 constexpr Given kRecover{"--recover", recovers};
 constexpr Given kDryRun{"--dry-run", [](const ScanOptions& o) { return o.action == ScanOptions::Action::DryRun; }};
 
+constexpr Given kSaveSettings{"--save-settings", [](const ScanOptions& o) { return o.saveSettings; }};
+constexpr Given kPreset{"--preset", [](const ScanOptions& o) { return !o.preset.empty(); }};
+constexpr Given kPresetToStdout{"--export-preset to standard output", [](const ScanOptions& o) {
+                                  return o.action == ScanOptions::Action::ExportPreset && o.presetFile == "-";
+                                }};
+
+template <ScanOptions::Action action>
+bool acts(const ScanOptions& o) {
+  return o.action == action;
+}
+
+/// Actions over presets, and what makes no sense with any of them.
+constexpr Given kSavesPreset{"--save-preset", acts<ScanOptions::Action::SavePreset>};
+constexpr std::array kKeepsPresets{Given{"--list-presets", acts<ScanOptions::Action::ListPresets>},
+                                   Given{"--export-preset", acts<ScanOptions::Action::ExportPreset>},
+                                   Given{"--import-preset", acts<ScanOptions::Action::ImportPreset>}};
+constexpr std::array kOfScans{kOutput, kDir, kMask, kBatch, kSaveSettings, kIncrement};
+
 struct Pair {
   Given one, other;
   const char* advice;
@@ -77,6 +95,8 @@ constexpr std::array kPairs{
     Pair{kBursting, kAuto, "a document that is found is scanned whole"},
     Pair{kDeskew, kNamedArea, "only a document that is found is straightened; use --area auto"},
     Pair{kNotFound, kNamedArea, "nothing is looked for; use --area auto"},
+    Pair{kPresetToStdout, kJson, "both write to standard output"},
+    Pair{kRecover, kPreset, "nothing is scanned"},
     Pair{kRecover, kDir, "use --output"},
     Pair{kRecover, kMask, "use --output"},
     Pair{kRecover, kMultipage, "nothing is scanned"},
@@ -87,18 +107,32 @@ constexpr std::array kPairs{
          "the pages keep their format"},
 };
 
+constexpr const char* kNothingScanned = "nothing is scanned";
+
+std::string excluded(const Pair& pair) {
+  return translated("%s and %s cannot be used together: %s",
+                    {pair.one.name, pair.other.name, translated(pair.advice)});
+}
+
 }  // namespace
 
 std::string contradiction(const ScanOptions& o) {
   for (const Pair& pair : kPairs) {
-    if (!pair.one.test(o) || !pair.other.test(o)) continue;
-    return translated("%s and %s cannot be used together: %s",
-                      {pair.one.name, pair.other.name, translated(pair.advice)});
+    if (pair.one.test(o) && pair.other.test(o)) return excluded(pair);
   }
+  for (const Given& scan : kOfScans) {
+    if (scan.test(o) && kSavesPreset.test(o)) return excluded({kSavesPreset, scan, kNothingScanned});
+  }
+  for (const Given& action : kKeepsPresets) {
+    for (const Given& scan : kOfScans) {
+      if (action.test(o) && scan.test(o)) return excluded({action, scan, kNothingScanned});
+    }
+    if (action.test(o) && kPreset.test(o)) return excluded({action, kPreset, kNothingScanned});
+  }
+  if (o.allowPrograms && o.script.empty() && !o.toView)
+    return translated("%s needs --script", {"--allow-programs"});
   for (const Given& given : {kPrompt, kDelay}) {
     if (given.test(o) && !batches(o)) return translated("%s needs --batch", {given.name});
   }
   return {};
 }
-  if (o.allowPrograms && o.script.empty() && !o.toView)
-    return translated("%s needs --script", {"--allow-programs"});

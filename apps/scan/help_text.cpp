@@ -86,7 +86,27 @@ constexpr std::array kSections{
         "is wrong.\n"
         ".TP\n.B device\ndevice, vendor, model, type: one for each line of \\-\\-list\\-devices.\n"
         ".TP\n.B options\nwhat \\-\\-all\\-options lists.\n"
+        ".TP\n.B preset\nname, comment, id (the number that it has in the settings) and pages (page, title): one "
+        "for "
+        "each preset of \\-\\-list\\-presets, and the one that \\-\\-save\\-preset or \\-\\-import\\-preset "
+        "stored.\n"
         ".TP\n.B name\nfile: what \\-\\-dry\\-run prints.\n"},
+    Section{
+        "PRESETS",
+        "A preset keeps the settings of the pages of the panel under a name: mode, resolution, area, adjustments, "
+        "file "
+        "formats. Presets are kept in the settings file, for all scanners; the desktop program shows the same "
+        "ones. "
+        "\\-\\-preset scans with one, and every option that is given besides wins over it. A page of which a "
+        "preset "
+        "holds nothing stays as it is. \\-\\-preset never replaces files by itself: without \\-\\-overwrite an "
+        "existing file is kept, whatever the preset says.\n"
+        ".PP\n"
+        "Capital and small letters may differ from the name, unless several presets differ by them alone. "
+        "\\-\\-export\\-preset and \\-\\-import\\-preset carry a preset to another computer as a JSON file. A file "
+        "that is damaged, that a newer version wrote, or that holds a page or a value that this program does not "
+        "know "
+        "is refused as a whole.\n"},
     Section{"EXIT STATUS",
             ".TP\n.B 0\nDone. An empty feeder after at least one page is success.\n"
             ".TP\n.B 1\nThe command line is wrong; nothing was created.\n"
@@ -95,6 +115,8 @@ constexpr std::array kSections{
             "and there are none or several.\n"
             ".TP\n.B 3\nA file could not be written, or exists already.\n"
             ".TP\n.B 4\nThere was no document, or with \\-\\-if\\-not\\-found fail none was found.\n"
+            ".TP\n.B 5\nAll pages were scanned and saved, but the script of \\-\\-script could not process some of "
+            "them.\n"
             ".TP\n.B 128 + N\nStopped by signal N.\n"},
     Section{
         "SIGNALS",
@@ -115,8 +137,6 @@ constexpr std::array kSections{
         "EXAMPLES",
         ".nf\n"
         "quillbay\\-scan \\-d sim: \\-\\-mode rgb \\-r 400 \\-\\-area A0 \\-o map.tif\n"
-            ".TP\n.B 5\nAll pages were scanned and saved, but the script of \\-\\-script could not process some of "
-            "them.\n"
         "quillbay\\-scan \\-d sim:skew=2 \\-\\-mode grey \\-r 150 \\-\\-area auto \\-\\-deskew \\-o plan.tif\n"
         "quillbay\\-scan \\-d sim:count=5 \\-\\-mode grey \\-r 150 \\-\\-batch \\-\\-multipage \\-o plans.tif\n"
         "quillbay\\-scan \\-d sim: \\-\\-mode grey \\-r 150 \\-\\-batch=10 \\-\\-dir scans \\-\\-mask '<DATE>\\-' "
@@ -128,7 +148,7 @@ constexpr std::array kSections{
 std::string synopsis(const OptionRow& row) {
   std::string text = row.letter ? std::string("-") + row.letter + ", " : "    ";
   text += "--" + std::string(row.name);
-  if (row.argument == Argument::Required) text += " " + std::string(row.value);
+  if (row.argument == Argument::Required || row.argument == Argument::Two) text += " " + std::string(row.value);
   if (row.argument == Argument::Optional) text += "[=" + std::string(row.value ? row.value : "VALUE") + "]";
   return text;
 }
@@ -231,7 +251,16 @@ std::string bashCompletion() {
          "    --to) COMPREPLY=($(compgen -W 'file view' -- \"$word\")); return ;;\n"
          "    -o|--output|--recover|--script) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
          "    --dir) COMPREPLY=($(compgen -d -- \"$word\")); return ;;\n"
+         "    --import-preset) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
+         "    --preset|--export-preset)\n"
+         "      local IFS=$'\\n'\n"
+         "      COMPREPLY=($(compgen -W \"$(quillbay-scan --list-presets 2>/dev/null | cut -f1)\" -- \"$word\"))\n"
+         "      [ ${#COMPREPLY[@]} -gt 0 ] && COMPREPLY=($(printf '%q\\n' \"${COMPREPLY[@]}\"))\n"
+         "      return ;;\n"
          "  esac\n"
+         "  if [ \"$COMP_CWORD\" -gt 2 ] && [ \"${COMP_WORDS[COMP_CWORD-2]}\" = --export-preset ]; then\n"
+         "    COMPREPLY=($(compgen -f -- \"$word\")); return\n"
+         "  fi\n"
          "  COMPREPLY=($(compgen -W '" +
          all +
          "' -- \"$word\"))\n"

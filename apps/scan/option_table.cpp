@@ -15,6 +15,7 @@ constexpr const char* kScanner = "Scanner";
 constexpr const char* kPage = "Page";
 constexpr const char* kOutput = "Output";
 constexpr const char* kRun = "Run";
+constexpr const char* kPresets = "Presets";
 constexpr const char* kMore = "More";
 constexpr int kMaxDpi = 100000;
 constexpr int kMaxPages = 1000000;
@@ -87,6 +88,10 @@ const char* nameOf(Action action) {
     case Action::AllOptions: return "--all-options";
     case Action::DryRun: return "--dry-run";
     case Action::Recover: return "--recover";
+    case Action::ListPresets: return "--list-presets";
+    case Action::SavePreset: return "--save-preset";
+    case Action::ExportPreset: return "--export-preset";
+    case Action::ImportPreset: return "--import-preset";
     default: return "";
   }
 }
@@ -105,6 +110,19 @@ std::string setAction(ScanOptions& o, Action action) {
 template <Action action>
 std::string act(ScanOptions& o, std::string_view) {
   return setAction(o, action);
+}
+
+/// An action over a preset: its name, or a file.
+template <Action action, std::string ScanOptions::*text>
+std::string actOn(ScanOptions& o, std::string_view v) {
+  const std::string wrong = setAction(o, action);
+  return wrong.empty() ? takeText(v, &(o.*text)) : wrong;
+}
+
+std::string takeExport(ScanOptions& o, std::string_view v) {
+  const auto end = std::min(v.find('\n'), v.size());
+  const std::string wrong = actOn<Action::ExportPreset, &ScanOptions::exportPreset>(o, v.substr(0, end));
+  return wrong.empty() ? takeText(v.substr(std::min(end + 1, v.size())), &o.presetFile) : wrong;
 }
 
 /// Sets one of two options that exclude each other; `other` is the name of the other one.
@@ -199,7 +217,8 @@ constexpr std::array kTable{
               "Default: scan.",
               take<&ScanOptions::mask>},
     OptionRow{"format", 0, Argument::Required, "FORMAT", kOutput,
-              "File format by its name or extension; --all-options lists them. Default: TIFF.",
+              "File format by its name or extension, for this run; --all-options lists them. Default: what the panel's "
+              "page Save Settings says, at first TIFF.",
               take<&ScanOptions::format>},
     OptionRow{"option", 0, Argument::Required, "KEY=VALUE", kOutput,
               "Set an option of the file format, e.g. compression=lzw. May be repeated.",
@@ -217,6 +236,18 @@ constexpr std::array kTable{
               "with a view does, and then saves it if --output, --dir or --mask is given.",
               takeTarget},
 
+    OptionRow{"script", 0, Argument::Required, "FILE", kRun,
+              "Work on each page with the commands of this file, while the next page is scanned, then save it. A page "
+              "that the script cannot process is reported, saved as it was scanned, and makes the exit status 5. "
+              "autocorrect is the program's own correction. Implies --to view.",
+              [](ScanOptions& o, std::string_view v) {
+                o.toView = true;
+                return takeText(v, &o.script);
+              }},
+    OptionRow{"allow-programs", 0, Argument::None, nullptr, kRun,
+              "The script may run programs (/Run). Otherwise, a script that does is refused, unless the settings "
+              "allow it.",
+              raise<&ScanOptions::allowPrograms>},
     OptionRow{
         "batch", 0, Argument::Optional, "COUNT", kRun,
         "Scan COUNT pages; without COUNT, until there are no more documents. With a device that has no feeder, the "
@@ -236,18 +267,6 @@ constexpr std::array kTable{
         "millimetres. Short names of the mode's adjustments: brightness, contrast, hue, saturation, red, green, "
         "blue, sharpen, blur; level and background (suppression) of the black-and-white modes; palette (0 "
         "linear, 1 photos, 2 maps, 3 lookup file), colors and lut of the mode palette. May be repeated.",
-    OptionRow{"script", 0, Argument::Required, "FILE", kRun,
-              "Work on each page with the commands of this file, while the next page is scanned, then save it. A page "
-              "that the script cannot process is reported, saved as it was scanned, and makes the exit status 5. "
-              "autocorrect is the program's own correction. Implies --to view.",
-              [](ScanOptions& o, std::string_view v) {
-                o.toView = true;
-                return takeText(v, &o.script);
-              }},
-    OptionRow{"allow-programs", 0, Argument::None, nullptr, kRun,
-              "The script may run programs (/Run). Otherwise, a script that does is refused, unless the settings "
-              "allow it.",
-              raise<&ScanOptions::allowPrograms>},
         takeInto<&ScanOptions::settings>},
     OptionRow{"save-settings", 0, Argument::None, nullptr, kRun,
               "Save the settings of this run and its device. Otherwise, saved settings are read and not changed.",
@@ -265,6 +284,30 @@ constexpr std::array kTable{
           const std::string wrong = setAction(o, Action::Recover);
           return wrong.empty() ? takeText(v, &o.recover) : wrong;
         }},
+
+    OptionRow{"preset", 0, Argument::Required, "NAME", kPresets,
+              "Scan with the settings of this preset. Other options win over it.", take<&ScanOptions::preset>},
+    OptionRow{
+        "list-presets", 0, Argument::None, nullptr, kPresets,
+        "List the presets and exit: a line for each, its name and, after a tab, its comment. With --json also "
+        "its pages.",
+        act<Action::ListPresets>},
+    OptionRow{
+        "save-preset", 0, Argument::Required, "NAME", kPresets,
+        "Save the settings that the device and the other options give as a preset, and exit; nothing is scanned. "
+        "Folder and mask are not part of it. A preset that exists is kept (exit status 3), unless --overwrite is "
+        "given.",
+        actOn<Action::SavePreset, &ScanOptions::savePreset>},
+    OptionRow{
+        "export-preset", 0, Argument::Two, "NAME FILE", kPresets,
+        "Write a preset into a file for another computer, and exit. - is standard output. If the file exists, "
+        "the exit status is 3, unless --overwrite is given.",
+        takeExport},
+    OptionRow{
+        "import-preset", 0, Argument::Required, "FILE", kPresets,
+        "Read a preset from such a file, print its name, and exit. - is standard input. A preset of this name "
+        "is kept (exit status 3), unless --overwrite is given.",
+        actOn<Action::ImportPreset, &ScanOptions::presetFile>},
 
     OptionRow{"json", 0, Argument::None, nullptr, kMore,
               "Print one event per line on standard output, as a JSON object, instead of file names.",

@@ -1,7 +1,10 @@
 #include "program.h"
 
+#include <QCoreApplication>
 #include <QWidget>
+#include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <optional>
 
 #include "cli_run.h"
@@ -11,6 +14,7 @@
 #include "next_page.h"
 #include "output_choice.h"
 #include "panel_setup.h"
+#include "preset_actions.h"
 #include "quillbay/host.h"
 #include "quillbay/quillbay.h"
 #include "quillbay/scan_keys.h"
@@ -38,20 +42,21 @@ std::string hintFor(const quillbay::HostMessage& message) {
   return " " + translated("To recover it: %s", {"quillbay-scan --increment --recover " + quoted(message.path)});
 }
 
-KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, Reporter& reporter, NextPage& next,
+/// `keeps`: what is changed in the settings is saved.
+KxPtr<quillbay::IHostApp> makeApp(const ScanOptions& options, bool keeps, Reporter& reporter, NextPage& next,
                                   Refusals& refusals) {
   quillbay::HostOptions host;
   host.productName = "Quillbay";
-  host.keepSettings = options.saveSettings;
+  host.keepSettings = keeps;
   host.interactive = false;
   host.answers.overwrite = options.overwrite;
   host.answers.scanWholeImage = !options.failsIfNotFound.value_or(false);
+  host.allowPrograms = options.allowPrograms;
   host.clear = options.multipage ? quillbay::ClearPolicy::Keep : quillbay::ClearPolicy::Discard;
   host.log = options.quiet || options.verbose == 0 ? quillbay::HostLog::Quiet
              : options.verbose == 1                ? quillbay::HostLog::Info
                                                    : quillbay::HostLog::Debug;
   host.onMessage = [&](const quillbay::HostMessage& message) {
-  host.allowPrograms = options.allowPrograms;
     if (message.event == quillbay::kEventNextDocument) {
       // The text of the event names buttons, which a terminal has not.
       return next.wait(translated("Put the next document on the scanner.")) ? quillbay::EventAnswer::Ok
@@ -129,20 +134,15 @@ struct Run {
   Interrupts& interrupts;
   NextPage& next;
   const Refusals& refusals;
+  PageScripts& scripts;
 };
 
 int scanPages(quillbay::IQuillbayControl* control, const ScanOptions& options, const Run& run) {
   int status = CliRun(control, options, run.reporter, run.interrupts, run.next, run.refusals, run.scripts).run();
   if (options.saveSettings && !control->SaveSettings() && status == kDone) status = kOutput;
-  PageScripts& scripts;
   return status;
 }
 
-int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
-  (void)parseArea(options.area);  // reports wrong syntax before the device is opened
-  OutputChoice output = chooseOutput(options);
-  std::optional<StdoutPage> page;
-  if (options.output == "-") output.folder = page.emplace().folder();
 /// Before the paper moves.
 void checkScript(quillbay::IApp* app, const ScanOptions& options) {
   if (options.script.empty() || options.script == kOwnScript) return;
@@ -150,8 +150,13 @@ void checkScript(quillbay::IApp* app, const ScanOptions& options) {
   if (!quillbay::CheckScript(app, options.script, options.allowPrograms ? 1 : 0, &why)) throw Failure(kUsage, why);
 }
 
-  const ScannerChoice scanner(app, options, run.reporter);
+int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
   checkScript(app, options);
+  (void)parseArea(options.area);  // reports wrong syntax before the device is opened
+  OutputChoice output = chooseOutput(options);
+  std::optional<StdoutPage> page;
+  if (options.output == "-") output.folder = page.emplace().folder();
+  const ScannerChoice scanner(app, options, run.reporter);
   stopIfSignalled();
   const bool saved = quillbay::HasSavedSettings(app, scanner.name()) != 0;
   const HiddenPanel panel(app, !options.toView     ? quillbay::ScanToFile
@@ -175,6 +180,54 @@ void checkScript(quillbay::IApp* app, const ScanOptions& options) {
   return status;
 }
 
+/// The settings of the options, as a scan with them would use them.
+quillbay::Preset takePreset(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter) {
+  (void)parseArea(options.area);
+  OutputChoice output = chooseOutput(options);
+  const std::string extension = output.extension;
+  const ScannerChoice scanner(app, options, reporter);
+  const HiddenPanel panel(app, quillbay::ScanToFile);
+  const bool saved = quillbay::HasSavedSettings(app, scanner.name()) != 0;
+  PanelSetup(app, panel.sink(), scanner, options, reporter, saved).apply(output, false);
+  // The save page's own, which --format overrides for one run.
+  const auto files = quillbay::new_MemParam();
+  quillbay::CKxVariant mode;
+  panel.control()->GetParam(quillbay::key::CurrMode, &mode);
+  const int colors = std::max(0, mode.toInt() - (quillbay::kModeGrey - 1));  // one format for the five B/W modes
+  if (!extension.empty())
+    files->SetValue(quillbay::key::numbered(quillbay::key::FormatName, colors), "(*" + extension + ")");
+  if (options.multipage) files->SetValue(quillbay::key::MultiPage, 1);
+  if (!files->GetKeys().empty()) {
+    panel.sink()->ApplyParams(files.get());
+    QCoreApplication::processEvents();  // the panel applies them in an event of this thread
+  }
+  quillbay::Preset preset;
+  const auto presets = query<quillbay::IQuillbayPresets>(panel.sink());
+  if (!presets || !presets->TakePreset(&preset))
+    throw Failure(kDevice, translated("the panel cannot be controlled"));
+  preset.name = options.savePreset;
+  return preset;
+}
+
+/// What needs no scan. Nothing when the options ask for something else.
+std::optional<int> runPresetAction(const ScanOptions& options, Reporter& reporter,
+                                   const std::function<KxPtr<quillbay::IHostApp>(bool keeps)>& open) {
+  switch (options.action) {
+    case ScanOptions::Action::ListPresets: return preset_actions::list(open(false).get(), options, reporter);
+    case ScanOptions::Action::ExportPreset: return preset_actions::write(open(false).get(), options, reporter);
+    case ScanOptions::Action::ImportPreset: return preset_actions::read(open(true).get(), options, reporter);
+    case ScanOptions::Action::SavePreset: break;
+    default: return std::nullopt;
+  }
+  quillbay::Preset preset;
+  {
+    const auto app = open(false);  // the panel's other settings are not saved
+    preset_actions::checkName(app.get(), options);
+    preset = takePreset(app.get(), options, reporter);
+  }
+  return preset_actions::store(open(true).get(), options, preset, reporter);
+}
+
 }  // namespace
 
 int runProgram(const ScanOptions& options, Reporter& reporter) {
@@ -182,7 +235,9 @@ int runProgram(const ScanOptions& options, Reporter& reporter) {
   Refusals refusals;
   if (options.action == ScanOptions::Action::Recover) return recover(options, reporter);
   NextPage next(options, reporter, interrupts);
-  const auto app = makeApp(options, reporter, next, refusals);
+  const auto open = [&](bool keeps) { return makeApp(options, keeps, reporter, next, refusals); };
+  if (const auto status = runPresetAction(options, reporter, open)) return *status;
+  const auto app = open(options.saveSettings);
   if (options.action == ScanOptions::Action::ListDevices) {
     listDevices(app.get(), options, reporter);
     return kDone;
