@@ -59,7 +59,8 @@ class IScriptQueue : public IKxUnknown {
   virtual int Count() = 0;
   /// Ends the script that runs and those that wait; each is reported as cancelled. Pages are saved all the same.
   virtual void Cancel() = 0;
-  /// Waits until nothing is left; shows nothing meanwhile.
+  /// Waits until nothing is left, without an event loop; returns at once in a call that a script makes, such as the
+  /// message of a failure.
   virtual void Finish() = 0;
   [[nodiscard]] virtual KxPtr<IConnectionPoint<IScriptQueueSink>> GetSinks() = 0;
 };

@@ -54,7 +54,8 @@ void CScriptQueue::Cancel() {
 }
 
 void CScriptQueue::Finish() {
-  if (!m_thread.joinable()) return;
+  // In a message of a job, its end would be waited for in vain.
+  if (!m_thread.joinable() || m_calls.isServing()) return;
   m_calls.serveUntil([this] { return m_held.empty(); });
   {
     const std::lock_guard lock(m_mutex);

@@ -112,7 +112,7 @@ std::string ScriptRun::check(const std::vector<ScriptStep>& steps) const {
 void ScriptRun::refuse(const std::string& script, const std::string& why) {
   takeCurrent();
   log(formatText(Supp_Translate("Not run: %s"), {why}));
-  const std::string& page = m_work.name.empty() ? m_world.pageName : m_work.name;
+  const std::string& page = m_world.pageName.empty() ? m_work.name : m_world.pageName;
   const std::string& file = page.empty() ? script : page;
   collect(file, why, nullptr, false);
   if (!isListed()) tell(file, Supp_Translate("The script was not run"), why);

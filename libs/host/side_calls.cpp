@@ -35,11 +35,13 @@ bool SideCalls::serveOne() {
     m_calls.pop_front();
   }
   std::exception_ptr fault;
+  ++m_serving;
   try {
     call.work();
   } catch (...) {  // thrown again where the call came from; a posted call throws nothing
     fault = std::current_exception();
   }
+  --m_serving;
   call.work = nullptr;  // what it holds is released on this thread, before its caller goes on
   if (!call.isDone) return true;
   {

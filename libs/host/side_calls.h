@@ -22,6 +22,8 @@ class SideCalls final : public QObject {
   void post(std::function<void()> call);
   /// User-interface thread: serves calls until `isDone`, which is asked after each, without an event loop.
   void serveUntil(const std::function<bool()>& isDone);
+  /// Whether this is a call from another thread, which waits for its end. User-interface thread.
+  [[nodiscard]] bool isServing() const noexcept { return m_serving > 0; }
 
  protected:
   void customEvent(QEvent* event) override;
@@ -36,6 +38,7 @@ class SideCalls final : public QObject {
   [[nodiscard]] bool serveOne();
 
   const std::thread::id m_thread = std::this_thread::get_id();
+  int m_serving = 0;  // user-interface thread
   std::mutex m_mutex;
   std::condition_variable m_changed;
   std::deque<Call> m_calls;
