@@ -47,9 +47,9 @@ class Scripts(Case):
     def test_several_pages_in_one_file(self):
         self.expect(0, *A_PAGE, "--batch", "--multipage", "-o", "a.tif", *self.script("/Rotate ANGLE:90\n"),
                     device=FIVE)
-        width, height = self.pages("a.tif")[0]
+        rows, columns = self.pages("a.tif")[0]
         self.assertEqual(len(self.pages("a.tif")), 5)
-        self.assertGreater(width, height, "turned")
+        self.assertGreater(rows, columns, "turned")
 
     def test_an_interrupt_keeps_the_pages(self):
         process = self.start(*A_PAGE, "-o", "a.tif", *self.script("/Run sleep 50\n"), "--allow-programs", "--json")
