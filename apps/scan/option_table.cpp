@@ -216,10 +216,11 @@ constexpr std::array kTable{
               "Without <COUNTER>, a counter follows the name. The characters \" * ? < > | outside tags become -. "
               "Default: scan.",
               take<&ScanOptions::mask>},
-    OptionRow{"format", 0, Argument::Required, "FORMAT", kOutput,
-              "File format by its name or extension, for this run; --all-options lists them. Default: what the panel's "
-              "page Save Settings says, at first TIFF.",
-              take<&ScanOptions::format>},
+    OptionRow{
+        "format", 0, Argument::Required, "FORMAT", kOutput,
+        "File format by its name or extension, for this run; --all-options lists them. Default: what the panel's "
+        "page Save Settings says, at first TIFF.",
+        take<&ScanOptions::format>},
     OptionRow{"option", 0, Argument::Required, "KEY=VALUE", kOutput,
               "Set an option of the file format, e.g. compression=lzw. May be repeated.",
               takeInto<&ScanOptions::formatOptions>},
@@ -236,14 +237,15 @@ constexpr std::array kTable{
               "with a view does, and then saves it if --output, --dir or --mask is given.",
               takeTarget},
 
-    OptionRow{"script", 0, Argument::Required, "FILE", kRun,
-              "Work on each page with the commands of this file, while the next page is scanned, then save it. A page "
-              "that the script cannot process is reported, saved as it was scanned, and makes the exit status 5. "
-              "autocorrect is the program's own correction. Implies --to view.",
-              [](ScanOptions& o, std::string_view v) {
-                o.toView = true;
-                return takeText(v, &o.script);
-              }},
+    OptionRow{
+        "script", 0, Argument::Required, "FILE", kRun,
+        "Work on each page with the commands of this file, while the next page is scanned, then save it. A page "
+        "that the script cannot process is reported, saved as it was scanned, and makes the exit status 5. "
+        "autocorrect is the program's own correction. Implies --to view.",
+        [](ScanOptions& o, std::string_view v) {
+          o.toView = true;
+          return takeText(v, &o.script);
+        }},
     OptionRow{"allow-programs", 0, Argument::None, nullptr, kRun,
               "The script may run programs (/Run). Otherwise, a script that does is refused, unless the settings "
               "allow it.",
