@@ -90,24 +90,23 @@ TEST(Jp2Pages, LosslessTilesMakeOnePicture) {
     std::uint32_t tiles;
   };
   const Case cases[] = {
-      {"a.jp2", KxColorSpace::Grey, 1, 1, 1},         {"a.jp2", KxColorSpace::Grey, 2051, 1100, 6},
-      {"a.jp2", KxColorSpace::Rgb, 1025, 1301, 4},    {"a.jp2", KxColorSpace::Bgr, 17, 2049, 3},
-      {"a.jp2", KxColorSpace::Rgba, 1003, 33, 1},     {"a.jp2", KxColorSpace::Bgra, 4099, 515, 6},
-      {"a.jp2", KxColorSpace::Palette, 1003, 131, 1}, {"a.j2k", KxColorSpace::Rgb, 1031, 1029, 4}};
+      {"a.jp2", KxColorSpace::Grey, 1, 1, 1},         {"a.jp2", KxColorSpace::Grey, 1100, 1030, 4},
+      {"a.jp2", KxColorSpace::Rgb, 1025, 700, 2},     {"a.jp2", KxColorSpace::Bgr, 17, 2049, 3},
+      {"a.jp2", KxColorSpace::Rgba, 1003, 33, 1},     {"a.jp2", KxColorSpace::Bgra, 4099, 20, 3},
+      {"a.jp2", KxColorSpace::Palette, 1003, 131, 1}, {"a.j2k", KxColorSpace::Rgb, 600, 1029, 2}};
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << c.name << ", code " << static_cast<int>(c.colorSpace) << ", " << c.width);
     const std::string file = folder.file(c.name);
     const TestPage page = makePage(c.colorSpace, c.width, c.height);
     const Bytes want = seenPixels(page);
-    for (const Source source : {Source::Stripes, Source::Growing}) {
-      ASSERT_EQ(saveSingle(file, rasterOf(page, source, 97).get(), nullptr, true), 1);
-      const Jp2Picture read = readByLibrary(file, file.ends_with("jp2") ? OPJ_CODEC_JP2 : OPJ_CODEC_J2K);
-      ASSERT_TRUE(read.ok);
-      EXPECT_EQ(read.tiles, c.tiles);
-      ASSERT_EQ(static_cast<std::int32_t>(read.width), c.width);
-      ASSERT_EQ(static_cast<std::int32_t>(read.height), c.height);
-      ASSERT_TRUE(read.pixels == want);
-    }
+    const Source source = &c - cases < 4 ? Source::Stripes : Source::Growing;
+    ASSERT_EQ(saveSingle(file, rasterOf(page, source, 97).get(), nullptr, true), 1);
+    const Jp2Picture read = readByLibrary(file, file.ends_with("jp2") ? OPJ_CODEC_JP2 : OPJ_CODEC_J2K);
+    ASSERT_TRUE(read.ok);
+    EXPECT_EQ(read.tiles, c.tiles);
+    ASSERT_EQ(static_cast<std::int32_t>(read.width), c.width);
+    ASSERT_EQ(static_cast<std::int32_t>(read.height), c.height);
+    ASSERT_TRUE(read.pixels == want);
     const KxPtr<IRStor> raster = loadedJp2(file);
     ASSERT_EQ(raster->GetHeight(), c.height);
     EXPECT_EQ(raster->GetResolution(), file.ends_with("jp2") ? 300U : 0U);

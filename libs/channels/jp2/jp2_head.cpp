@@ -251,7 +251,8 @@ Jp2Head readJp2Head(const EdgeFile& file) {
 }
 
 void checkJp2Limits(const Jp2Head& head) {
-  constexpr std::int64_t kMostBytes = std::int64_t{1} << 30, kMostBlocks = std::int64_t{1} << 20;
+  constexpr std::int64_t kMostBytes = std::int64_t{1} << 30, kBlocksAnyway = std::int64_t{1} << 16;
+  constexpr std::int64_t kMostBlocks = std::int64_t{1} << 20;
   constexpr std::int64_t kTileBytes = 7000, kTileComponentBytes = 1200;  // the library's
   const auto components = static_cast<std::int64_t>(head.components.size());
   if (head.width() < 1 || head.height() < 1 || head.right > INT32_MAX || head.bottom > INT32_MAX)
@@ -270,10 +271,13 @@ void checkJp2Limits(const Jp2Head& head) {
     if (c.bits > 31) throw ModuleError(QB_E_REFUSED, "its pixels have more than 31 bits; save it with 8");
   }
   const std::int64_t tilePixels = std::min(wide, head.width()) * std::min(high, head.height());
-  // One tile is decoded part by part; what describes its blocks is made for all of it, some 200 bytes for each.
-  if (tilePixels / head.blockPixels * components > kMostBlocks) tooLarge("its tile is cut into too many blocks");
+  // One tile is decoded part by part, but what describes its blocks is made for all of it. Even paper takes some
+  // bits of a block.
+  const std::int64_t mostBlocks = kBlocksAnyway + 16 * (head.end - head.begin);
+  if (tilePixels / head.blockPixels * components > std::min(mostBlocks, kMostBlocks))
+    tooLarge("its tile is cut into too many blocks");
   if (!head.hasOneTile() && tilePixels * components * 4 > kMostBytes) tooLarge("its tiles are too large");
-  const std::int64_t lines = head.hasOneTile() ? kTilePartLines : std::min(high, head.height());
+  const std::int64_t lines = std::min(head.hasOneTile() ? head.partLines() : high, head.height());
   if (head.width() * lines * std::max<std::int64_t>(components, 3) > kMostBytes)
     tooLarge("a row of its tiles is too large");
   if (head.colours == Jp2Head::Colours::Other)

@@ -1,4 +1,5 @@
 #pragma once
+#include <algorithm>
 #include <array>
 #include <cstdint>
 #include <vector>
@@ -41,10 +42,13 @@ struct Jp2Head {
     return (std::int64_t{bottom} - tileTop + tileLines - 1) / tileLines;
   }
   [[nodiscard]] bool hasOneTile() const noexcept { return columns() * rows() == 1; }
+  /// Lines of a single tile that are decoded together: every part goes through what describes the whole tile, and
+  /// blocks of three of its resolutions lie within one.
+  [[nodiscard]] std::int64_t partLines() const noexcept {
+    constexpr std::int64_t kLines = 512, kPixels = std::int64_t{8} << 20;
+    return std::max<std::int64_t>(kPixels / width() / kLines, 1) * kLines;
+  }
 };
-
-/// Lines of a single tile that are decoded together.
-inline constexpr std::int64_t kTilePartLines = 512;
 
 /// Reads the head of a JP2 file or of a codestream alone. Throws ModuleError.
 [[nodiscard]] Jp2Head readJp2Head(const EdgeFile& file);

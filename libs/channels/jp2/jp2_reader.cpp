@@ -178,7 +178,7 @@ void Jp2Reader::Job::readLine(std::uint8_t* out) {
 /// The next lines of a single tile: what they need of it is decoded.
 void Jp2Reader::Job::decodePart() {
   m_first = m_end;
-  m_end = std::min<std::int64_t>((m_first / kTilePartLines + 1) * kTilePartLines, m_head.bottom);
+  m_end = std::min<std::int64_t>((m_first / m_head.partLines() + 1) * m_head.partLines(), m_head.bottom);
   for (OPJ_UINT32 c = 0; c < m_image->numcomps; ++c) {
     opj_image_data_free(m_image->comps[c].data);
     m_image->comps[c].data = nullptr;
