@@ -176,15 +176,19 @@ class Process {
   /// Whether it has ended; it is not removed, so that its number stays its group's.
   [[nodiscard]] bool hasEnded() const {
     siginfo_t info{};
-    return waitid(P_PID, static_cast<id_t>(m_id), &info, WEXITED | WNOHANG | WNOWAIT) == 0 && info.si_pid == m_id;
+    const int answer = waitid(P_PID, static_cast<id_t>(m_id), &info, WEXITED | WNOHANG | WNOWAIT);
+    return answer == 0 ? info.si_pid == m_id : errno == ECHILD;
   }
   void signalGroup(int number) const { ::kill(-m_id, number); }
   /// Waits for its end and removes it.
   [[nodiscard]] int reap() const {
     int status = 0;
-    while (waitpid(m_id, &status, 0) < 0 && errno == EINTR) {
-    }
-    return status;
+    pid_t answer = -1;
+    do {
+      answer = waitpid(m_id, &status, 0);
+    } while (answer < 0 && errno == EINTR);
+    if (answer == m_id) return status;
+    throw CXException(Supp_Translate("it is not known how the program ended; does this one ignore SIGCHLD?"));
   }
 
  private:

@@ -146,7 +146,7 @@ std::vector<KxPtr<IRStor>> runProgramStep(const ScriptStep& step, const ProgramP
     throw CXException(Supp_Translate("%b is the page's file without its extension; this page has no file"));
   const WorkFolder folder;
   const std::string input = folder.file("page." + program.in), output = folder.file("result." + program.out);
-  if (program.uses('i') && !SaveRasterFile(work.app, work.rasters, input, false, nullptr)) return {};
+  if (program.uses('i') && !SaveRasterFile(nullptr, work.rasters, input, false, nullptr)) return {};
   const int limit = program.limit > 0 ? program.limit : policy.limit;
   const Waiting waiting(progress);
   ProgramCall call;

@@ -272,7 +272,7 @@ ScriptRun::Outcome ScriptRun::close() {
 /// None when it was cancelled.
 std::vector<KxPtr<IRStor>> ScriptRun::resultsOf(const ScriptStep& step) {
   if (step.action == ScriptAction::Run) {
-    const ProgramWork work{m_work.rasters, m_work.file, m_work.page > 0, m_world.app.get()};
+    const ProgramWork work{m_work.rasters, m_work.file, m_work.page > 0};
     return runProgramStep(step, m_world.programs, work, m_progress.get(),
                           [this](const std::string& line) { log(line); });
   }
