@@ -1,8 +1,9 @@
 // Format modules for the tests of the probe; FAKE_KIND says what is wrong with it.
 #include <unistd.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <cstdlib>
-#include <initializer_list>
 
 #include "channels/format_module.h"
 
