@@ -76,7 +76,7 @@ std::string CPostProc::GetTitle() { return Supp_Translate("Post Processing"); }
 void CPostProc::createForm(int) {
   m_form->setupUi(this);
   auto* tools = new QToolBar(this);
-  QAction* browseTool = tools->addAction("...");
+  QAction* browseTool = tools->addAction(inWords("..."));
   browseTool->setProperty("controlId", kBrowse);
   browseTool->setToolTip(inWords("Choose a script"));
   if (QWidget* button = tools->widgetForAction(browseTool)) {
