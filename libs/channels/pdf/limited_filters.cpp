@@ -12,7 +12,7 @@
 namespace quillbay {
 namespace {
 
-constexpr std::size_t kMostDecoded = std::size_t{256} << 20;
+constexpr std::size_t kMostDecoded = std::size_t{64} << 20;
 constexpr std::size_t kMostDecodedLine = std::size_t{1} << 20;
 
 /// Passes on bytes, as many as are allowed.
@@ -36,25 +36,32 @@ class CountedBytes final : public Pipeline {
 /// Gathers lines of differences and passes on what they stand for.
 class PredictedBytes final : public Pipeline {
  public:
-  PredictedBytes(Pipeline* to, const Prediction& prediction)
-      : Pipeline("prediction", to), m_lines(prediction) {}
+  PredictedBytes(Pipeline* to, const Prediction& prediction) : Pipeline("prediction", to), m_lines(prediction) {}
   void write(unsigned char const* bytes, std::size_t size) override {
     while (size > 0) {
       const std::size_t count = std::min(size, m_lines.storedBytes() - m_line.size());
       m_line.insert(m_line.end(), bytes, bytes + count);
       bytes += count;
       size -= count;
-      if (m_line.size() == m_lines.storedBytes()) passLine();
+      if (m_line.size() == m_lines.storedBytes()) passLine(m_lines.lineBytes());
     }
   }
-  void finish() override { getNext()->finish(); }
+  /// A last line that is not whole counts as far as it is there.
+  void finish() override {
+    const std::size_t kinds = m_lines.storedBytes() - m_lines.lineBytes();
+    if (const std::size_t had = m_line.size(); had > kinds) {
+      m_line.resize(m_lines.storedBytes());
+      passLine(had - kinds);
+    }
+    getNext()->finish();
+  }
 
  private:
-  void passLine() {
+  void passLine(std::size_t count) {
     const std::uint8_t* line = m_lines.restore(m_line.data());
     if (!line)
       throw ModuleError(QB_E_DAMAGED, "the file is damaged (a part of it is compressed in an unknown way)");
-    getNext()->write(line, m_lines.lineBytes());
+    getNext()->write(line, count);
     m_line.clear();
   }
   PredictedLines m_lines;

@@ -7,6 +7,7 @@ namespace quillbay {
 namespace {
 
 constexpr std::int64_t kMostTablePlace = 9'999'999'999;  // ten digits
+constexpr std::int64_t kSectorBytes = 512;
 
 std::string padded(std::int64_t value, std::size_t digits) {
   const std::string text = std::to_string(value);
@@ -110,8 +111,13 @@ void PdfUpdate::finish(PdfState& state) {
     appendTable(state);
   }
   const std::string before = padded(state.lastXref, kNumberField), now = padded(place, kNumberField);
-  m_text += "startxref\n";
-  const std::int64_t at = m_file.size() + static_cast<std::int64_t>(m_text.size());
+  const std::string_view mark = "startxref\n";
+  const auto fieldAt = [&] { return m_file.size() + static_cast<std::int64_t>(m_text.size() + mark.size()); };
+  // A change within one sector is made as a whole, or not at all.
+  const auto field = static_cast<std::int64_t>(kNumberField);
+  while (fieldAt() % kSectorBytes + field > kSectorBytes) m_text += '\n';
+  const std::int64_t at = fieldAt();
+  m_text += mark;
   m_text += before + "\n%%EOF\n";
   flush();
   // The changes are made in this order: those of the page's images were asked for before.
