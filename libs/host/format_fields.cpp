@@ -39,6 +39,7 @@ std::string switchChoice(const QbOptionInfo& option, bool isOn) {
 QString fieldText(const std::string& text) { return QString::fromStdString(text); }
 
 constexpr const char* kProfileKey = "Profile";
+constexpr int kProfileLetters = 18;
 
 /// A button in the field that chooses a colour profile's file.
 void offerFiles(QWidget* control) {
@@ -62,6 +63,10 @@ FormatField::FormatField(const QbOptionInfo& option, QWidget* control, std::uint
   if (auto* combo = qobject_cast<QComboBox*>(control); combo && option.choices) fillChoices(combo, preferred);
   if (auto* spin = qobject_cast<QSpinBox*>(control)) spin->setRange(option.least, option.most);
   if (sameKey(option.key, kProfileKey)) offerFiles(control);
+  if (auto* combo = qobject_cast<QComboBox*>(control)) {
+    combo->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
+    if (combo->isEditable()) combo->setMinimumContentsLength(kProfileLetters);
+  }
   control->setFocusPolicy(Qt::StrongFocus);
   const QString help = fieldText(Supp_Translate(option.help ? option.help : ""));
   if (control->toolTip().isEmpty()) control->setToolTip(help);

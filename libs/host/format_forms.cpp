@@ -30,7 +30,7 @@ struct KnownForm {
 constexpr KnownForm kForms[] = {
     {"TIFF", makeForm<Ui::TiffOptions>},     {"PDF", makeForm<Ui::PdfOptions>},
     {"JPEG", makeForm<Ui::JpegOptions>},     {"PNG", makeForm<Ui::PngOptions>},
-    {"JPEG 2000", makeForm<Ui::Jp2Options>},
+    {"JPEG 2000", makeForm<Ui::Jp2Options>}, {"JPEG 2000 codestream", makeForm<Ui::Jp2Options>},
 };
 
 }  // namespace

@@ -99,8 +99,29 @@ QWidget* FormatOptionsDialog::makePage(const QbFormat& format) {
     }
     addField(*option, control);
   }
+  if (form) hideUnused(*form);
   if (m_fields.empty()) column->addWidget(new QLabel(optionText("This format has no options.")));
   return page;
+}
+
+/// Formats of one family share a form: what this one does not have is not shown.
+void FormatOptionsDialog::hideUnused(const QWidget& form) const {
+  const auto isUsed = [this](const QWidget* control) {
+    return std::any_of(m_fields.begin(), m_fields.end(), [&](const auto& f) { return f->control() == control; });
+  };
+  for (QGroupBox* group : form.findChildren<QGroupBox*>()) {
+    bool isEmpty = true;
+    for (QWidget* control : group->findChildren<QWidget*>()) {
+      if (!control->property("optionKey").isValid()) continue;
+      isEmpty = isEmpty && !isUsed(control);
+      if (isUsed(control)) continue;
+      control->hide();
+      for (QLabel* label : group->findChildren<QLabel*>()) {
+        if (label->buddy() == control) label->hide();
+      }
+    }
+    group->setVisible(!isEmpty);
+  }
 }
 
 void FormatOptionsDialog::addField(const QbOptionInfo& option, QWidget* control) {

@@ -24,6 +24,7 @@ class FormatOptionsDialog : public QDialog {
 
  private:
   [[nodiscard]] QWidget* makePage(const QbFormat& format);
+  void hideUnused(const QWidget& form) const;
   void addField(const QbOptionInfo& option, QWidget* control);
   [[nodiscard]] std::string valueOf(std::string_view key) const;
   [[nodiscard]] bool holds(const QString& rule) const;
