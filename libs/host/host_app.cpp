@@ -113,9 +113,10 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
   if (wanted == typeid(IScanManager)) return answerWith<IScanManager>(wanted, scanManager(), out) ? 1 : 0;
   if (wanted == typeid(IParam)) return answerWith<IParam>(wanted, m_profile->state(), out) ? 1 : 0;
   if (answerWith<IEvents>(wanted, m_events, out) || answerWith<IProfile>(wanted, m_profile, out) ||
-      answerWith<IIOParams>(wanted, m_io, out) || answerWith<IFormatSettings>(wanted, m_formats, out) || answerWith<IStyleManager>(wanted, m_styles, out) ||
-      answerWith<IToolsFactory>(wanted, m_tools, out) || answerWith<IStdPapersParam>(wanted, m_papers, out) ||
-      answerWith<IScriptCmdSink>(wanted, m_script, out) || answerWith<IScriptServices>(wanted, m_services, out) ||
+      answerWith<IIOParams>(wanted, m_io, out) || answerWith<IFormatSettings>(wanted, m_formats, out) ||
+      answerWith<IStyleManager>(wanted, m_styles, out) || answerWith<IToolsFactory>(wanted, m_tools, out) ||
+      answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out) ||
+      answerWith<IScriptServices>(wanted, m_services, out) ||
       answerWith<IScriptQueue>(wanted, m_script ? m_script->queue() : KxPtr<CScriptQueue>{}, out) ||
       answerWith<IStdDirectories>(wanted, m_files, out) ||
       answerWith<IInterfaceRegistry>(wanted, m_registry, out) || answerWith<IHelp>(wanted, m_help, out)) {
