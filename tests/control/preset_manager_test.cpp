@@ -51,7 +51,10 @@ struct PresetWorld : test::PanelWorld {
   template <class Fill>
   int create(Fill fill, int page = IPresetManager::kAnyPage) {
     QTimer::singleShot(0, &panel, [&] {
-      auto* dialog = window.findChild<CPresDlg*>();
+      CPresDlg* dialog = nullptr;
+      for (QWidget* child : window.findChildren<QWidget*>(Qt::FindDirectChildrenOnly)) {
+        if (auto* found = dynamic_cast<CPresDlg*>(child)) dialog = found;
+      }
       ASSERT_NE(dialog, nullptr);
       fill(*dialog);
     });
