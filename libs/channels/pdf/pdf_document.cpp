@@ -80,6 +80,9 @@ PdfState stateOf(PdfDocument& document) {
   QPDF& qpdf = document.qpdf();
   QPDFObjectHandle trailer = qpdf.getTrailer(), catalog = qpdf.getRoot();
   QPDFObjectHandle root = catalog.getKey("/Pages");
+  // What the library could only guess may look otherwise with one page more.
+  const std::vector<QPDFExc> warnings = qpdf.getWarnings();
+  if (!warnings.empty()) refuse("the file is damaged (" + warnings.front().getMessageDetail() + ")");
   if (qpdf.isEncrypted()) refuse("the document is encrypted");
   if (isSigned(catalog)) refuse("the document is signed, and a change would break the signature");
   if (!catalog.isIndirect() || !root.isIndirect() || !document.countsFit()) refuse("the file is damaged");
