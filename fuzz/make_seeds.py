@@ -94,9 +94,9 @@ class Seeds:
                               ("big_endian", ["-B", "-c", "zip"]), ("zstd", ["-c", "zstd"]), ("strips", ["-r", "2"])):
             self.run("tiff", name, "tiffcp", *options, "seed.tif", "out.tif")
         self.run("tiff", "pages", "tiffcp", "seed.tif", "seed.tif", "out.tif")
-        self.ours("tiff", "ours_grey.tif", "--mode", "grey")
         self.ours("tiff", "ours_pages.tif", "--mode", "bw-threshold", "--multipage", "--batch=2")
-        self.ours("tiff", "ours_palette.tif", "--mode", "palette")
+        self.ours("tiff", "ours_tiles.tif", "--mode", "rgb", "--option", "Layout=tiles")
+        self.ours("tiff", "ours_jpeg.tif", "--mode", "grey", "--option", "Compression=JPEG")
         for name in ("plain", "pages", "big", "big_endian", "ours_pages.tif"):
             if (CORPUS / "tiff" / name).exists():
                 self.put("tiff_append", name, (CORPUS / "tiff" / name).read_bytes())
@@ -139,6 +139,7 @@ class Seeds:
             self.run("bmp", name, "ppmtobmp", source)
         self.run("bmp", "eight", "ppmtobmp", "-bpp=8", "g.pgm")
         self.run("bmp", "os2", "ppmtobmp", "-os2", "g.pgm")
+        self.ours("bmp", "ours_palette.bmp", "--mode", "palette")
         info = struct.pack("<IiiHHIIiiII", 40, 4, 2, 1, 8, 1, 0, 2835, 2835, 2, 0)
         coded = bytes([2, 1, 2, 0, 0, 0, 0, 4, 0, 1, 1, 0, 0, 1])
         self.put("bmp", "rle8", b"BM" + struct.pack("<IHHI", 62 + len(coded), 0, 0, 62) + info + bytes(8) + coded)
@@ -147,7 +148,9 @@ class Seeds:
         for name, source, options in (("grey", "g.pgm", []), ("colour", "c.ppm", ["-r", "10"]), ("tiles", "c.ppm", ["-t", "8,8"])):
             self.run("jp2", f"{name}", "opj_compress", "-i", source, "-o", "out.jp2", "-n", "2", *options)
         self.run("jp2", "codestream", "opj_compress", "-i", "g.pgm", "-o", "out.j2k", "-n", "2")
-        self.ours("jp2", "ours.jp2", "--mode", "rgb")
+        self.ours("jp2", "ours_palette.jp2", "--mode", "palette")
+        self.ours("jp2", "ours_quality.jp2", "--mode", "rgb", "--option", "Coding=quality")
+        self.ours("jp2", "ours.j2k", "--mode", "rgb")
 
     def pdf(self):
         for name, source in (("bits", "b.pbm"), ("grey", "g.pgm"), ("colour", "c.ppm")):
@@ -157,6 +160,7 @@ class Seeds:
         self.run("pdf", "pages", "img2pdf", "-o", "out.pdf", "g.pgm", "c.ppm")
         self.ours("pdf", "ours_pages.pdf", "--mode", "bw-threshold", "--multipage", "--batch=2")
         self.ours("pdf", "ours_grey.pdf", "--mode", "grey")
+        self.ours("pdf", "ours_palette.pdf", "--mode", "palette")
         for name in ("pages", "ours_pages.pdf", "ours_grey.pdf"):
             if (CORPUS / "pdf" / name).exists():
                 self.put("pdf_append", name, (CORPUS / "pdf" / name).read_bytes())
