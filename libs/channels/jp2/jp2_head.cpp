@@ -13,8 +13,9 @@ constexpr int kMostBoxes = 4096;
 constexpr std::int64_t kMostBox = std::int64_t{1} << 16;  // of those that are read whole
 constexpr std::size_t kMostComponents = 16;
 constexpr std::int64_t kMostHeaderBytes = std::int64_t{1} << 20;
-constexpr std::uint32_t kStart = 0xff4f, kSize = 0xff51, kCoding = 0xff52, kComponentCoding = 0xff53;
-constexpr std::uint32_t kTilePart = 0xff90;
+constexpr std::uint32_t kHeadStart = 0xff4f, kHeadSize = 0xff51, kHeadCoding = 0xff52,
+                        kHeadComponentCoding = 0xff53;
+constexpr std::uint32_t kHeadEnd = 0xff90;
 
 [[noreturn]] void damagedHead(const char* what) {
   throw ModuleError(QB_E_DAMAGED, std::string("the file is damaged: ") + what);
@@ -210,16 +211,16 @@ void readCodestream(const EdgeFile& file, Jp2Head* head) {
     if (head->end - at < 4) throw ModuleError(QB_E_TRUNCATED, "");
     file.read(at, marker, sizeof marker);
     const std::uint32_t kind = big16(marker), size = big16(marker + 2);
-    if (isFirst && kind != kSize) damagedHead("it does not begin with its size");
-    if (kind == kTilePart) break;
+    if (isFirst && kind != kHeadSize) damagedHead("it does not begin with its size");
+    if (kind == kHeadEnd) break;
     if (kind < 0xff00 || size < 2 || at - head->begin > kMostHeaderBytes) damagedHead("its head makes no sense");
     if (head->end - at < 2 + std::int64_t{size}) throw ModuleError(QB_E_TRUNCATED, "");
     std::vector<std::uint8_t> bytes(size - 2);
     if (!bytes.empty()) file.read(at + 4, bytes.data(), bytes.size());
-    if (kind == kSize && isFirst) readSize(bytes, head);
-    if (kind == kCoding && bytes.size() > 5)
+    if (kind == kHeadSize && isFirst) readSize(bytes, head);
+    if (kind == kHeadCoding && bytes.size() > 5)
       readCodingStyle(bytes.data() + 5, bytes.size() - 5, (bytes[0] & 1) != 0, head);
-    if (kind == kComponentCoding && bytes.size() > 2)
+    if (kind == kHeadComponentCoding && bytes.size() > 2)
       readCodingStyle(bytes.data() + 2, bytes.size() - 2, (bytes[1] & 1) != 0, head);
     at += 2 + std::int64_t{size};
   }
@@ -233,7 +234,7 @@ Jp2Head readJp2Head(const EdgeFile& file) {
   head.end = file.size();
   if (head.end < 12) throw ModuleError(QB_E_TRUNCATED, "");
   file.read(0, first, sizeof first);
-  if (big16(first) != kStart) {
+  if (big16(first) != kHeadStart) {
     Boxes boxes(file, 0, file.size());
     for (Box box; head.begin == 0;) {
       if (!boxes.next(&box)) throw ModuleError(QB_E_TRUNCATED, "");
@@ -244,7 +245,7 @@ Jp2Head readJp2Head(const EdgeFile& file) {
     }
     if (head.end - head.begin < 2) throw ModuleError(QB_E_TRUNCATED, "");
     file.read(head.begin, first, sizeof first);
-    if (big16(first) != kStart) damagedHead("there is no picture where it should begin");
+    if (big16(first) != kHeadStart) damagedHead("there is no picture where it should begin");
   }
   readCodestream(file, &head);
   return head;
