@@ -1,7 +1,5 @@
 #include "channels/bmp/bmp_page.h"
 
-#include <strings.h>
-
 #include <algorithm>
 #include <cmath>
 #include <string>
@@ -14,7 +12,6 @@ namespace {
 
 constexpr std::size_t kBandBytes = std::size_t{512} << 10;
 constexpr std::int64_t kMostFile = 0xffffffff, kMostLines = 0x7fffffff;
-constexpr std::size_t kProfileHead = 124;
 constexpr double kInchesPerMetre = 1 / 0.0254;
 
 std::int32_t bitsOf(KxColorSpace space) noexcept {
@@ -23,7 +20,7 @@ std::int32_t bitsOf(KxColorSpace space) noexcept {
 
 }  // namespace
 
-const QbOptionInfo kBmpOptions[] = {kProfileOption, {}};
+const QbOptionInfo kBmpOptions[] = {{}};
 
 bool BmpPage::isFinishedIn(const EdgeFile& file) {
   std::uint8_t height[4];
@@ -32,33 +29,30 @@ bool BmpPage::isFinishedIn(const EdgeFile& file) {
   return little32(height) != 0;
 }
 
-BmpPage::BmpPage(const EdgeFile& file, const QbPage& page, const QbOptions* options)
+BmpPage::BmpPage(const EdgeFile& file, const QbPage& page, const QbOptions*)
     : m_file(file), m_space(static_cast<KxColorSpace>(page.color_space)), m_width(page.width) {
   if (m_file.size() != 0) throw ModuleError(QB_E_REFUSED, "a bitmap file holds one page; choose another name");
   const auto bits = static_cast<std::size_t>(m_width) * static_cast<std::size_t>(bitsOf(m_space));
   m_used = (bits + 7) / 8;
   m_stride = (bits + 31) / 32 * 4;
-  // Colours are taken as sRGB where a file says nothing.
-  const std::string profile = optionText(options, kProfileOption.key, kProfileOption.otherwise);
-  makeHead(page, page.icc && page.icc_size > 0 && ::strcasecmp(profile.c_str(), kProfileOption.otherwise) != 0);
+  makeHead(page);
   checkLines(std::max<std::int64_t>(page.expected_lines, 1));
   m_band.resize(std::max(kBandBytes / m_stride, std::size_t{1}) * m_stride);
   m_file.append(m_head.data(), m_head.size());
 }
 
 /// Entries of the palette are blue, green, red, 0.
-void BmpPage::makeHead(const QbPage& page, bool hasProfile) {
-  const std::size_t infoSize = hasProfile ? kProfileHead : kBmpInfoHead;
+void BmpPage::makeHead(const QbPage& page) {
   const std::int32_t bits = bitsOf(m_space);
   const std::size_t colours = bits == 1 ? 2 : bits == 8 ? 256 : 0;
-  const std::size_t paletteAt = kBmpFileHead + infoSize, profileAt = paletteAt + 4 * colours;
-  m_head.assign(profileAt + (hasProfile ? (page.icc_size + 3) / 4 * 4 : 0), 0);
+  const std::size_t paletteAt = kBmpFileHead + kBmpInfoHead;
+  m_head.assign(paletteAt + 4 * colours, 0);
   std::uint8_t* to = m_head.data();
   to[0] = 'B';
   to[1] = 'M';
   putLittle32(to + 10, static_cast<std::uint32_t>(m_head.size()));
   std::uint8_t* info = to + kBmpFileHead;
-  putLittle32(info, static_cast<std::uint32_t>(infoSize));
+  putLittle32(info, static_cast<std::uint32_t>(kBmpInfoHead));
   putLittle32(info + 4, static_cast<std::uint32_t>(m_width));
   info[12] = 1;  // plane
   info[14] = static_cast<std::uint8_t>(bits);
@@ -72,13 +66,6 @@ void BmpPage::makeHead(const QbPage& page, bool hasProfile) {
     const auto grey = static_cast<std::uint8_t>(m_space == KxColorSpace::Palette ? 0 : i * 255 / (colours - 1));
     for (std::size_t c = 0; c < 3; ++c) entry[c] = isOfPage ? page.palette[4 * i + 2 - c] : grey;
   }
-  if (!hasProfile) return;
-  constexpr std::uint32_t kEmbedded = 0x4d424544, kPerceptual = 4;  // "MBED"; of pictures
-  putLittle32(info + 56, kEmbedded);
-  putLittle32(info + 108, kPerceptual);
-  putLittle32(info + 112, static_cast<std::uint32_t>(profileAt - kBmpFileHead));
-  putLittle32(info + 116, static_cast<std::uint32_t>(page.icc_size));
-  std::copy_n(page.icc, page.icc_size, to + profileAt);
 }
 
 void BmpPage::checkLines(std::int64_t lines) const {

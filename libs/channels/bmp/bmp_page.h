@@ -11,7 +11,7 @@ extern const QbOptionInfo kBmpOptions[];
 
 /// A bitmap that is written while its height is unknown: lines from the top (the head's height is negative), 0
 /// lines until the page's end. Bits, bytes (grey or a palette) or 24 bits. The head of 40 bytes, which every reader
-/// knows; a page with a colour profile of its own has the one of 124, with the profile behind the palette.
+/// knows: those with a colour profile are refused by widespread ones.
 class BmpPage {
  public:
   /// Throws ModuleError for a page that cannot be written; nothing was appended then.
@@ -22,7 +22,7 @@ class BmpPage {
   void finish();
 
  private:
-  void makeHead(const QbPage& page, bool hasProfile);
+  void makeHead(const QbPage& page);
   void checkLines(std::int64_t lines) const;
   void convert(const std::uint8_t* line, bool packed, std::uint8_t* out) const;
 
