@@ -129,7 +129,8 @@ std::vector<ModuleAnswer> examineModules(const std::vector<std::string>& files,
     answer.abi = QUILLBAY_FORMAT_ABI;
     if (!stampFile(&answer)) continue;
     const ModuleAnswer* kept = findKnown(known, answer);
-    answers.push_back(kept ? *kept : std::move(answer));
+    if (kept) answer = *kept;
+    answers.push_back(std::move(answer));
   }
   std::vector<ModuleAnswer*> asked;
   for (ModuleAnswer& answer : answers) {
