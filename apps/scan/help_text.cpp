@@ -129,8 +129,8 @@ constexpr std::array kSections{
             ".TP\n.B SANE_CONFIG_DIR\nThe configuration folder of the scanner drivers.\n"
             ".TP\n.B TMPDIR\nThe folder for a page that goes to standard output, until it is complete. Default: "
             "/var/tmp.\n"
-            ".TP\n.B XDG_CONFIG_HOME, XDG_STATE_HOME\nThe folders of quillbay/settings.json and "
-            "quillbay/state.json.\n"
+            ".TP\n.B XDG_CONFIG_HOME, XDG_STATE_HOME\nThe folders of quillbay/settings.json and of "
+            "quillbay/state.json and quillbay/formats.json, which keeps what was found out of the format modules.\n"
             ".TP\n.B XDG_DATA_HOME\nThe folder of quillbay/templates/auto.lut, the lookup file that is made of a "
             "document's colours.\n"},
     Section{

@@ -91,9 +91,10 @@ struct HostOptions {
   std::string modulePath;
   /// Folder of the settings; empty: $XDG_CONFIG_HOME/quillbay.
   std::string configFolder;
-  /// Folder of data that may be lost (the last scanner); empty: $XDG_STATE_HOME/quillbay.
+  /// Folder of data that may be lost (the last scanner, `formats.json`); empty: $XDG_STATE_HOME/quillbay.
   std::string stateFolder;
-  /// False: saved settings are read, and nothing is ever written.
+  /// False: saved settings are read, and nothing is written but what was found out of format modules
+  /// (`formats.json` in the state folder), so that the next start examines none.
   bool keepSettings = true;
   /// True: messages are shown as windows, and questions asked. False: the policy answers.
   bool interactive = true;

@@ -29,11 +29,10 @@ std::size_t rankOf(const std::string& name) {
   return static_cast<std::size_t>(found - kUsualFormats.begin());
 }
 
+bool isInFormatFolder(const std::string& file) { return moduleFile(fio::fileNameOf(file)) == file; }
+
 /// As settings name it: without the folder when it is in that of the formats.
-std::string moduleName(const std::string& file) {
-  const std::string name = fio::fileNameOf(file);
-  return moduleFile(name) == file ? name : file;
-}
+std::string moduleName(const std::string& file) { return isInFormatFolder(file) ? fio::fileNameOf(file) : file; }
 
 std::int64_t readNumber(IParam* entry, const char* key) {
   std::int64_t number = 0;
@@ -77,7 +76,7 @@ ModuleAnswer readAnswer(IParam* entry) {
 /// Adds the answer of an entry; of a module with several formats one that works counts.
 void addAnswer(std::vector<ModuleAnswer>* answers, ModuleAnswer answer) {
   const auto same = std::find_if(answers->begin(), answers->end(), [&](const ModuleAnswer& a) {
-    return a.file == answer.file && a.size == answer.size && a.time == answer.time;
+    return a.file == answer.file && a.size == answer.size && a.time == answer.time && a.abi == answer.abi;
   });
   if (same == answers->end())
     answers->push_back(std::move(answer));
@@ -156,6 +155,16 @@ void putAnswers(IParam* section, const std::vector<ModuleAnswer>& answers) {
   forgetOld(section, answers);
 }
 
+/// Adds what `kept` knows. It names no module: one outside the formats' folder counts when `known` has it.
+void addKept(std::vector<ModuleAnswer>* known, IProfile* kept) {
+  const std::vector<ModuleAnswer> named = *known;
+  for (ModuleAnswer& answer : knownModules(kept)) {
+    const bool isNamed =
+        std::any_of(named.begin(), named.end(), [&](const ModuleAnswer& a) { return a.file == answer.file; });
+    if (isNamed || isInFormatFolder(answer.file)) addAnswer(known, std::move(answer));
+  }
+}
+
 }  // namespace
 
 std::vector<ModuleAnswer> knownModules(IProfile* profile) {
@@ -165,17 +174,21 @@ std::vector<ModuleAnswer> knownModules(IProfile* profile) {
     if (!entries) continue;
     for (const std::string& entryName : entries->GetSubStores()) {
       const auto entry = KxPtr<IParam>::adopt(entries->GetSubStore(entryName, 0));
-      const bool isEntry = entry && !paramString(entry.get(), format_key::Module).empty() &&
-                           paramInt(entry.get(), format_key::Enabled, 1) != 0;
-      if (isEntry) addAnswer(&known, readAnswer(entry.get()));
+      if (!entry || paramString(entry.get(), format_key::Module).empty()) continue;
+      ModuleAnswer answer = readAnswer(entry.get());
+      // The folder's modules are loaded in any case; another one only for an entry that counts.
+      const bool isUsed = paramInt(entry.get(), format_key::Enabled, 1) != 0 || isInFormatFolder(answer.file);
+      if (isUsed) addAnswer(&known, std::move(answer));
     }
   }
   return known;
 }
 
-CFormatSettings::CFormatSettings(KxPtr<IProfile> profile, KxPtr<CIOParams> options)
-    : m_profile(std::move(profile)), m_options(std::move(options)) {
-  rememberModules(knownModules(m_profile.get()));
+CFormatSettings::CFormatSettings(KxPtr<IProfile> profile, KxPtr<CIOParams> options, KxPtr<IProfile> kept)
+    : m_profile(std::move(profile)), m_options(std::move(options)), m_kept(std::move(kept)) {
+  std::vector<ModuleAnswer> known = knownModules(m_profile.get());
+  if (m_kept) addKept(&known, m_kept.get());
+  rememberModules(std::move(known));
 }
 
 KxPtr<IParam> CFormatSettings::section(std::string_view name) const {
@@ -187,8 +200,17 @@ IParam* CFormatSettings::GetSection(std::string_view name) {
   if (!m_isUpToDate) {
     m_isUpToDate = true;
     putAnswers(section(format_key::AllSaveFormats).get(), moduleAnswers());
+    keepAnswers();
   }
   return section(name).detach();
+}
+
+/// The profile of this run is not saved: the next one finds the answers here.
+void CFormatSettings::keepAnswers() const {
+  if (!m_kept) return;
+  const auto entries = KxPtr<IParam>::adopt(m_kept->GetSection(format_key::AllSaveFormats, 1));
+  if (entries) putAnswers(entries.get(), moduleAnswers());
+  m_kept->Flush();  // it may be lost: the log says why
 }
 
 int CFormatSettings::ShowOptions(std::string_view format, IParam* entry, QWidget* parent) {

@@ -41,6 +41,13 @@ HostOptions completed(HostOptions options) {
   return options;
 }
 
+/// What was found out of format modules, for a host that saves no settings; null for others, which save it there.
+KxPtr<IProfile> keptAnswers(const HostOptions& options) {
+  if (options.keepSettings) return {};
+  const std::string path = fio::withDelimiter(options.stateFolder) + "formats.json";
+  return KxPtr<IProfile>::adopt(new Profile(openStore(path, JsonStore::Mode::ReadWrite, {}), {}));
+}
+
 KxPtr<IParam> sectionOf(IProfile* profile, const char* name) {
   return KxPtr<IParam>::adopt(profile->GetSection(name, 0));
 }
@@ -86,7 +93,8 @@ CHostApp::CHostApp(const HostOptions& options)
   m_profile = KxPtr<CHostProfile>::adopt(
       new CHostProfile(m_options.configFolder, m_options.stateFolder, m_options.keepSettings, tell));
   m_io = KxPtr<CIOParams>::adopt(new CIOParams(sectionOf(m_profile.get(), "Formats").get(), GetProductName()));
-  m_formats = KxPtr<CFormatSettings>::adopt(new CFormatSettings(KxPtr<IProfile>::share(m_profile.get()), m_io));
+  m_formats = KxPtr<CFormatSettings>::adopt(
+      new CFormatSettings(KxPtr<IProfile>::share(m_profile.get()), m_io, keptAnswers(m_options)));
   m_styles = new_HostStyles();
   m_tools = KxPtr<CToolsFactory>::adopt(new CToolsFactory(m_events.as<IEvents>()));
   m_papers = new_StdPapers(sectionOf(m_profile.get(), "Papers").get());

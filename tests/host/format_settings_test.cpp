@@ -81,6 +81,9 @@ TEST(FormatSettings, AModuleThatFailedOrChangedIsAskedWhenItsFileIsAnother) {
   const auto gone = std::find_if(known.begin(), known.end(),
                                  [](const ModuleAnswer& a) { return a.file == "/elsewhere/gone.so"; });
   ASSERT_NE(gone, known.end());
+  EXPECT_TRUE(std::any_of(known.begin(), known.end(), [](const ModuleAnswer& a) {
+    return a.file == moduleFile("png.so") && a.state == ModuleState::Good;
+  })) << "one that is not offered is not examined at every start";
   EXPECT_EQ(std::make_tuple(gone->state, gone->size), std::make_tuple(ModuleState::Crashed, std::int64_t{100}));
 
   const auto next = makeApp(folder);
@@ -136,7 +139,8 @@ TEST(FormatOptions, ChoicesOfTheClassStandFirstAndWhatDependsIsDisabled) {
   auto* level = dialog.findChild<QSpinBox*>("level");
   ASSERT_TRUE(compression && level);
   EXPECT_EQ(compression->itemData(0).toString(), "auto");
-  EXPECT_GT(compression->findData("G4"), compression->findData("Zstandard")) << "not for greyscale";
+  EXPECT_EQ(compression->findData("G4"), -1) << "black and white has its own";
+  EXPECT_EQ(dialog.focusWidget(), compression);
   EXPECT_TRUE(level->isEnabled());
   EXPECT_EQ(level->maximum(), 12);
   EXPECT_EQ(level->value(), 7);
@@ -145,6 +149,30 @@ TEST(FormatOptions, ChoicesOfTheClassStandFirstAndWhatDependsIsDisabled) {
   dialog.accept();
   EXPECT_EQ(paramString(options.get(), "Compression"), "LZW");
   EXPECT_EQ(paramString(options.get(), "Level"), "") << "it has no effect";
+}
+
+TEST(FormatOptions, BlackAndWhiteHasItsOwnCompression) {
+  const auto options = new_MemParam();
+  options->SetValue("Compression", "G3");  // of an older version
+  options->SetValue("PreferredPage", 1);
+  FormatOptionsDialog dialog(formatOf("TIFF"), options.get(), nullptr);
+  auto* compression = dialog.findChild<QComboBox*>("compression");
+  auto* blackWhite = dialog.findChild<QComboBox*>("blackWhite");
+  auto* level = dialog.findChild<QSpinBox*>("level");
+  ASSERT_TRUE(compression && blackWhite && level);
+  EXPECT_EQ(dialog.focusWidget(), blackWhite);
+  EXPECT_EQ(compression->currentData().toString(), "G3") << "what is kept is shown";
+  EXPECT_FALSE(level->isEnabled());
+  blackWhite->setCurrentIndex(blackWhite->findData("Deflate"));
+  EXPECT_TRUE(level->isEnabled());
+  EXPECT_EQ(level->maximum(), 12);
+  compression->setCurrentIndex(compression->findData("JPEG"));
+  for (const QLabel* label : dialog.findChildren<QLabel*>()) {
+    EXPECT_FALSE(label->text().contains("refused")) << "every page is taken: " << label->text().toStdString();
+  }
+  dialog.accept();
+  EXPECT_EQ(paramString(options.get(), "Compression"), "JPEG");
+  EXPECT_EQ(paramString(options.get(), "BlackWhite"), "Deflate");
 }
 
 /// A module of somebody else.

@@ -89,7 +89,7 @@ class CommandLine(Case):
                 self.assertEqual(done.stdout, "")
                 self.assertEqual(self.files(), [])
         self.assertFalse(self.config.parent.exists())
-        self.assertFalse(self.state.parent.exists())
+        self.assertFalse(self.state.exists())
 
     def test_what_becomes_something_else_is_told(self):
         cases = [(["--set", "m_Add=999"], ["m_Add=999", "100"]), (["--set", "MODE=9"], ["MODE=9", "5"]),
@@ -538,6 +538,24 @@ class Settings(Case):
         self.assertEqual(self.pages("c.tif"), self.pages("b.tif"))
         self.expect(0, "--mode", "grey", "-o", "d.tif", device=None)
         self.assertEqual(self.config.read_text(), saved)
+
+    def test_format_modules_are_examined_once(self):
+        """Also by runs that save nothing: the second finds what the first found out."""
+        real = Path(PROGRAM).parents[2] / "bin" / "quillbay-probe-formats"
+        helper, runs = self.root / "libexec" / "quillbay-probe-formats", self.root / "runs"
+        helper.parent.mkdir()
+        helper.write_text(f'#!/bin/sh\necho >> "{runs}"\nexec "{real}" "$@"\n')
+        helper.chmod(0o755)
+        self.env["QUILLBAY_LIBEXEC"] = str(helper.parent)
+        for name in ("a.tif", "b.png"):
+            self.expect(0, *A_PAGE, "-o", name)
+            self.assertEqual(runs.read_text(), "\n")
+        self.assertFalse(self.config.exists() or self.state.exists())
+        # What is lost or damaged is found out again.
+        self.state.with_name("formats.json").write_text("{")
+        self.assertNotIn("formats.json", self.expect(0, *A_PAGE, "-o", "c.tif").stderr)
+        self.expect(0, *A_PAGE, "-o", "d.tif")
+        self.assertEqual(runs.read_text(), "\n\n")
 
     def test_of_a_device_with_a_slash_in_its_name(self):
         picture = self.root / "one.pgm"
