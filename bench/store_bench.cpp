@@ -26,8 +26,8 @@ constexpr std::int32_t kLevel = 1;
 /// Gives the TIFF module one compression.
 class BenchApp final : public CKxUnknownImpl<IApp, IIOParams> {
  public:
-  explicit BenchApp(const std::string& compression) : m_options(new_MemParam()) {
-    m_options->SetValue("Compression", compression);
+  BenchApp(const std::string& compression, bool isBitonal) : m_options(new_MemParam()) {
+    m_options->SetValue(isBitonal ? "BlackWhite" : "Compression", compression);
     if (compression == "Deflate" || compression == "Zstandard") m_options->SetValue("Level", kLevel);
   }
   std::string GetProductName() override { return "bench"; }
@@ -49,7 +49,7 @@ double seconds(std::chrono::steady_clock::time_point since) {
 
 double writeByStore(const std::vector<KxPtr<IScanBuffer>>& stripes, const std::string& path,
                     const std::string& compression) {
-  const auto app = KxPtr<BenchApp>::adopt(new BenchApp(compression));
+  const auto app = KxPtr<BenchApp>::adopt(new BenchApp(compression, isRunList(stripes[0]->GetColorSpace())));
   const auto start = std::chrono::steady_clock::now();
   const auto store = KxPtr<CScanToFileStor>::adopt(new CScanToFileStor(app.get(), nullptr));
   PageTarget target;

@@ -58,9 +58,9 @@ void offerFiles(QWidget* control) {
 
 }  // namespace
 
-FormatField::FormatField(const QbOptionInfo& option, QWidget* control, std::uint32_t preferred)
+FormatField::FormatField(const QbOptionInfo& option, QWidget* control, const Place& place)
     : m_option(option), m_control(control) {
-  if (auto* combo = qobject_cast<QComboBox*>(control); combo && option.choices) fillChoices(combo, preferred);
+  if (auto* combo = qobject_cast<QComboBox*>(control); combo && option.choices) fillChoices(combo, place);
   if (auto* spin = qobject_cast<QSpinBox*>(control)) spin->setRange(option.least, option.most);
   if (sameKey(option.key, kProfileKey)) offerFiles(control);
   if (auto* combo = qobject_cast<QComboBox*>(control)) {
@@ -92,12 +92,15 @@ QWidget* FormatField::newControl(const QbOptionInfo& option) {
   return new QLineEdit;
 }
 
-void FormatField::fillChoices(QComboBox* combo, std::uint32_t preferred) const {
+void FormatField::fillChoices(QComboBox* combo, const Place& place) const {
   combo->clear();
+  const QStringList old = combo->property("oldChoices").toString().split('|');
+  const auto isOld = [&](const std::string& choice) { return old.contains(fieldText(choice)); };
   const auto suits = [&](const std::string& choice) {
-    return preferred == 0 || (formatChoiceColors(m_option.key, choice) & preferred) != 0;
+    return place.preferred == 0 || (formatChoiceColors(place.format, m_option.key, choice) & place.preferred) != 0;
   };
   auto choices = choicesOf(m_option);
+  choices.erase(std::remove_if(choices.begin(), choices.end(), isOld), choices.end());
   const auto rest = std::stable_partition(choices.begin(), choices.end(), suits);
   for (auto choice = choices.begin(); choice != choices.end(); ++choice) {
     if (choice == rest) combo->insertSeparator(combo->count());
@@ -132,6 +135,11 @@ void FormatField::setValue(const std::string& value) {
   if (combo->isEditable()) return combo->setEditText(fieldText(value));
   for (int i = 0; i < combo->count(); ++i) {
     if (sameKey(combo->itemData(i).toString().toStdString(), value)) return combo->setCurrentIndex(i);
+  }
+  for (const std::string& old : choicesOf(m_option)) {
+    if (!sameKey(old, value)) continue;
+    combo->addItem(fieldText(formatChoiceText(old)), fieldText(old));
+    return combo->setCurrentIndex(combo->count() - 1);
   }
   combo->setCurrentIndex(combo->findData(fieldText(otherwise())));
 }

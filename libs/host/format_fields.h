@@ -2,6 +2,7 @@
 #include <cstdint>
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "channels/format_module.h"
 
@@ -14,9 +15,13 @@ namespace quillbay {
 /// one, a spin box for a number, an edit field or an editable combo box for a text. User-interface thread.
 class FormatField {
  public:
-  /// Sets up `control`, which outlives this, and is of a kind that fits the option (`fits`). Choices for the colour
-  /// space `preferred` (0: none) stand first.
-  FormatField(const QbOptionInfo& option, QWidget* control, std::uint32_t preferred);
+  /// What the field's option belongs to.
+  struct Place {
+    std::string_view format;  ///< valid for the constructor
+    std::uint32_t preferred;  ///< the colour space whose choices stand first; 0: none
+  };
+  /// Sets up `control`, which outlives this, and is of a kind that fits the option (`fits`).
+  FormatField(const QbOptionInfo& option, QWidget* control, const Place& place);
   [[nodiscard]] static bool fits(const QbOptionInfo& option, const QWidget* control);
   /// A control for the option, with no parent.
   [[nodiscard]] static QWidget* newControl(const QbOptionInfo& option);
@@ -33,7 +38,7 @@ class FormatField {
   void listen(const std::function<void()>& changed) const;
 
  private:
-  void fillChoices(QComboBox* combo, std::uint32_t preferred) const;
+  void fillChoices(QComboBox* combo, const Place& place) const;
 
   const QbOptionInfo m_option;  // its texts are the module's, which is never unloaded
   QWidget* m_control;

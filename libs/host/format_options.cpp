@@ -54,6 +54,7 @@ void addOptionRow(QFormLayout* rows, const QbOptionInfo& option, QWidget* contro
 
 FormatOptionsDialog::FormatOptionsDialog(const QbFormat& format, IParam* options, QWidget* parent)
     : QDialog(parent),
+      m_format(format.name),
       m_options(options),
       m_preferred(static_cast<std::uint32_t>(paramInt(options, format_key::PreferredPage))),
       m_note(new QLabel) {
@@ -74,6 +75,7 @@ FormatOptionsDialog::FormatOptionsDialog(const QbFormat& format, IParam* options
   connect(buttons, &QDialogButtonBox::rejected, this, &QDialog::reject);
   connect(defaults, &QPushButton::clicked, this, [this] { reset(); });
   showDependent();
+  focusPreferred();
 }
 
 FormatOptionsDialog::~FormatOptionsDialog() = default;
@@ -125,7 +127,7 @@ void FormatOptionsDialog::hideUnused(const QWidget& form) const {
 }
 
 void FormatOptionsDialog::addField(const QbOptionInfo& option, QWidget* control) {
-  auto field = std::make_unique<FormatField>(option, control, m_preferred);
+  auto field = std::make_unique<FormatField>(option, control, FormatField::Place{m_format, m_preferred});
   CKxVariant kept;
   std::string value = field->otherwise();
   if (m_options->GetValue(option.key, &kept)) {
@@ -146,10 +148,13 @@ std::string FormatOptionsDialog::valueOf(std::string_view key) const {
   return {};
 }
 
-/// Whether an option is one of several things: "Compression=LZW|Deflate".
-bool FormatOptionsDialog::holds(const QString& rule) const {
-  const QString value = QString::fromStdString(valueOf(rule.section('=', 0, 0).toStdString()));
-  return rule.section('=', 1).split('|').contains(value, Qt::CaseInsensitive);
+/// Whether one of several options is one of several things: "Compression=LZW|Deflate;BlackWhite=LZW".
+bool FormatOptionsDialog::holds(const QString& rules) const {
+  const QStringList all = rules.split(';');
+  return std::any_of(all.begin(), all.end(), [this](const QString& rule) {
+    const QString value = QString::fromStdString(valueOf(rule.section('=', 0, 0).toStdString()));
+    return rule.section('=', 1).split('|').contains(value, Qt::CaseInsensitive);
+  });
 }
 
 /// A number may have a lower end with some choices.
@@ -165,7 +170,7 @@ void FormatOptionsDialog::limit(const FormatField& field) const {
 void FormatOptionsDialog::showDependent() {
   QStringList notes;
   for (const auto& field : m_fields) {
-    const std::uint32_t colors = formatChoiceColors(field->key(), field->value());
+    const std::uint32_t colors = formatChoiceColors(m_format, field->key(), field->value());
     if ((colors & kEveryColor) != kEveryColor) {
       const std::string text = colors == 3 ? "%s is for black-and-white pages only: with it grey and colour pages "
                                              "are refused. Automatic takes what fits each page."
@@ -184,6 +189,15 @@ void FormatOptionsDialog::showDependent() {
   }
   m_note->setText(notes.join('\n'));
   m_note->setVisible(!notes.isEmpty());
+}
+
+/// Where a form has options for some kinds of pages each: that of the page for which it is shown.
+void FormatOptionsDialog::focusPreferred() const {
+  for (const auto& field : m_fields) {
+    const QVariant colors = field->control()->property("forColors");
+    if (!colors.isValid() || (colors.toUInt() & m_preferred) == 0) continue;
+    return field->control()->setFocus();
+  }
 }
 
 void FormatOptionsDialog::reset() {

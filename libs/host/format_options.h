@@ -1,6 +1,8 @@
 #pragma once
 #include <QDialog>
 #include <memory>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "channels/format_module.h"
@@ -16,7 +18,8 @@ class FormatField;
 /// user leaves at their default are not kept.
 class FormatOptionsDialog : public QDialog {
  public:
-  /// `options` outlives the dialog; `format_key::PreferredPage` in it says which choices stand first.
+  /// `options` outlives the dialog; `format_key::PreferredPage` in it says which choices stand first, and which
+  /// option has the focus.
   FormatOptionsDialog(const QbFormat& format, IParam* options, QWidget* parent);
   ~FormatOptionsDialog() override;
   /// Takes what is shown over into `options`.
@@ -27,11 +30,13 @@ class FormatOptionsDialog : public QDialog {
   void hideUnused(const QWidget& form) const;
   void addField(const QbOptionInfo& option, QWidget* control);
   [[nodiscard]] std::string valueOf(std::string_view key) const;
-  [[nodiscard]] bool holds(const QString& rule) const;
+  [[nodiscard]] bool holds(const QString& rules) const;
   void limit(const FormatField& field) const;
   void showDependent();
+  void focusPreferred() const;
   void reset();
 
+  std::string m_format;  // its name
   IParam* m_options;
   std::uint32_t m_preferred;
   std::vector<std::unique_ptr<FormatField>> m_fields;

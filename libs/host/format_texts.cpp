@@ -17,6 +17,7 @@ struct KnownText {
 
 constexpr KnownText kOptionLabels[] = {
     {"Compression", "&Compression"},
+    {"BlackWhite", "Black and &white"},
     {"Level", "&Effort"},
     {"Predictor", "&Predictor"},
     {"Quality", "&Quality"},
@@ -54,15 +55,17 @@ constexpr KnownText kChoiceTexts[] = {
 };
 
 struct ChoiceColors {
+  const char* format;
   const char* key;
   const char* choice;
   std::uint32_t colorSpaces;
 };
 constexpr std::uint32_t kBits = 3, kTones = 16 | 256 | 512;
 constexpr ChoiceColors kChoiceColors[] = {
-    {"Compression", "G3", kBits},
-    {"Compression", "G4", kBits},
-    {"Compression", "JPEG", kTones},
+    {"TIFF", "Compression", "G3", kBits},
+    {"TIFF", "Compression", "G4", kBits},
+    {"PDF", "Compression", "G4", kBits},
+    {"PDF", "Compression", "JPEG", kTones},
 };
 
 const char* findText(const KnownText* begin, const KnownText* end, std::string_view name) {
@@ -94,9 +97,9 @@ std::string formatChoiceText(std::string_view choice) {
   return Supp_Translate(known ? std::string(known) : std::string(choice));
 }
 
-std::uint32_t formatChoiceColors(std::string_view key, std::string_view choice) {
+std::uint32_t formatChoiceColors(std::string_view format, std::string_view key, std::string_view choice) {
   const auto* found = std::find_if(std::begin(kChoiceColors), std::end(kChoiceColors), [&](const ChoiceColors& c) {
-    return sameKey(c.key, key) && sameKey(c.choice, choice);
+    return sameKey(c.format, format) && sameKey(c.key, key) && sameKey(c.choice, choice);
   });
   return found == std::end(kChoiceColors) ? 0xFFFFFFFFU : found->colorSpaces;
 }

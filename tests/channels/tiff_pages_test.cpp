@@ -29,15 +29,17 @@ TEST(TiffPages, EveryColourCompressionAndSourceReadsBackEqual) {
   for (const KxColorSpace colorSpace : kColorSpaces) {
     const TestPage page = makePage(colorSpace, 301, 130);
     for (const char* compression : {"auto", "None", "PackBits", "LZW", "Deflate", "Zstandard", "G4"}) {
-      if (std::string(compression) == "G4" && !isRunList(colorSpace)) continue;
+      const bool bitonal = isRunList(colorSpace);
+      if (std::string(compression) == "G4" && !bitonal) continue;
       const bool differences = std::string("LZW Deflate Zstandard").find(compression) != std::string::npos;
       for (const char* predictor : {"auto", "off"}) {
         if (!differences && predictor[0] == 'o') continue;
         for (const Way& way : ways) {
           SCOPED_TRACE(testing::Message() << "code " << static_cast<int>(colorSpace) << ", " << compression
                                           << ", predictor " << predictor << ", " << way.why);
-          const auto params =
-              paramsWith({{"Compression", compression}, {"StripBytes", "4096"}, {"Predictor", predictor}});
+          const auto params = paramsWith({{bitonal ? "BlackWhite" : "Compression", compression},
+                                          {"StripBytes", "4096"},
+                                          {"Predictor", predictor}});
           ASSERT_EQ(saveSingle(file, rasterOf(page, way.source, way.stripeLines).get(), params.get(), true), 1);
           const ReadFile read = readTiff(file);
           ASSERT_TRUE(read.ok) << read.complaint;
@@ -90,6 +92,56 @@ TEST(TiffPages, TagsTellWhatThePageIs) {
   setEnvironment({});
 }
 
+/// One set of options has to do for a batch of all kinds of pages.
+TEST(TiffPages, EachKindOfPageGetsTheCompressionThatIsForIt) {
+  const TempFolder folder;
+  const std::string file = folder.file("kinds.tif");
+  struct Case {
+    std::map<std::string, std::string> options;
+    int bits, palette, grey;  // compressions
+  };
+  constexpr int kRefused = -1;
+  const Case cases[] = {
+      {{{"Compression", "JPEG"}}, COMPRESSION_CCITTFAX4, COMPRESSION_LZW, COMPRESSION_JPEG},
+      {{{"Compression", "JPEG"}, {"Predictor", "off"}, {"BlackWhite", "G3"}},
+       COMPRESSION_CCITTFAX3,
+       COMPRESSION_LZW,
+       COMPRESSION_JPEG},
+      {{{"Compression", "None"}}, COMPRESSION_CCITTFAX4, COMPRESSION_NONE, COMPRESSION_NONE},
+      {{{"BlackWhite", "None"}}, COMPRESSION_NONE, COMPRESSION_LZW, COMPRESSION_LZW},
+      {{{"BlackWhite", "G4"}, {"Predictor", "on"}}, COMPRESSION_CCITTFAX4, COMPRESSION_LZW, COMPRESSION_LZW},
+      {{{"Compression", "Zstandard"}, {"BlackWhite", "Deflate"}, {"Level", "19"}},
+       COMPRESSION_ADOBE_DEFLATE,
+       COMPRESSION_ZSTD,
+       COMPRESSION_ZSTD},
+      // As it was said when there was one option.
+      {{{"Compression", "G3"}}, COMPRESSION_CCITTFAX3, kRefused, kRefused},
+      {{{"Compression", "g4"}}, COMPRESSION_CCITTFAX4, kRefused, kRefused},
+      {{{"Compression", "G3"}, {"BlackWhite", "LZW"}}, COMPRESSION_LZW, kRefused, kRefused},
+      {{{"BlackWhite", "Zip"}}, kRefused, kRefused, kRefused},
+  };
+  for (const Case& c : cases) {
+    for (const auto& [colorSpace, wanted] : {std::pair{KxColorSpace::BitonalRle, c.bits},
+                                             {KxColorSpace::Palette, c.palette},
+                                             {KxColorSpace::Grey, c.grey}}) {
+      SCOPED_TRACE(testing::Message() << testing::PrintToString(c.options) << ", code "
+                                      << static_cast<int>(colorSpace));
+      const TestPage page = makePage(colorSpace, 100, 40);
+      const auto params = paramsWith(c.options);
+      const auto save = [&] { saveSingle(file, rasterOf(page, Source::Stripes).get(), params.get(), true); };
+      if (wanted == kRefused) {
+        EXPECT_THROW(save(), CXFileException);
+        continue;
+      }
+      ASSERT_NO_THROW(save());
+      const ReadFile read = readTiff(file);
+      ASSERT_TRUE(read.ok) << read.complaint;
+      EXPECT_EQ(read.pages.at(0).compression, wanted);
+      EXPECT_EQ(wanted == COMPRESSION_JPEG ? "" : difference(read.pages.at(0), page), "");
+    }
+  }
+}
+
 TEST(TiffPages, KindFollowsLengthAndOptions) {
   const TempFolder folder;
   const std::int64_t tooLong = 200'000'000;  // lines of 30 bytes pass 4 GB
@@ -139,8 +191,6 @@ TEST(TiffPages, RefusalsSayWhyAndLeaveNothing) {
       {{{"Level", "99"}}, 0, "Level"},
       {{{"StripBytes", "many"}}, 0, "StripBytes"},
       {{{"Compression", "G3"}}, 0, "black-and-white"},
-      {{{"Compression", "JPEG"}}, 0, "grey and full colour", KxColorSpace::Palette},
-      {{{"Compression", "JPEG"}}, 0, "grey and full colour", KxColorSpace::Bitonal},
       {{{"Compression", "JPEG"}}, 0, "Layout to tiles", KxColorSpace::Grey, 65501},
       {{{"Compression", "JPEG"}, {"Predictor", "on"}}, 0, "Predictor"},
       {{{"Compression", "JPEG"}, {"Quality", "0"}}, 0, "Quality"},
@@ -205,7 +255,7 @@ TEST(TiffPages, FaxCodesHoldAnyLine) {
     for (const char* compression : {"G4", "G3"}) {
       // libtiff's room for the runs of Group 3 is one short there for a line of single dots.
       if (compression[1] == '3' && width % 32 == 0) continue;
-      const auto params = paramsWith({{"Compression", compression}, {"StripBytes", "4096"}});
+      const auto params = paramsWith({{"BlackWhite", compression}, {"StripBytes", "4096"}});
       for (const Source source : {Source::Stripes, Source::LooseStripes}) {
         saveSingle(file, rasterOf(page, source, 64).get(), params.get(), true);
         const ReadFile read = readTiff(file);
@@ -229,7 +279,7 @@ TEST(TiffPages, RunsOutsideTheLineOrTouchingAreTakenAsTheyShow) {
                        reinterpret_cast<const std::uint8_t*>(runs + 12));
   page.seen[0] = {0xfe, 0x01, 0xf0};
   for (const char* compression : {"G4", "LZW"}) {
-    const auto params = paramsWith({{"Compression", compression}});
+    const auto params = paramsWith({{"BlackWhite", compression}});
     saveSingle(file, rasterOf(page, Source::Stripes).get(), params.get(), true);
     EXPECT_EQ(difference(readTiff(file).pages.at(0), page), "") << compression;
   }

@@ -42,9 +42,12 @@ class Kind:
 TONES = ("grey", "rgb")
 COLOURS = ("grey", "palette", "rgb")
 KINDS = [
-    *(Kind(".tif", (f"Compression={c}",), multi=True) for c in ("None", "PackBits", "LZW", "Deflate", "Zstandard")),
-    *(Kind(".tif", (f"Compression={c}",), ("bw",), multi=True) for c in ("G4", "G3")),
+    *(Kind(".tif", (f"Compression={c}", f"BlackWhite={c}"), multi=True)
+      for c in ("None", "PackBits", "LZW", "Deflate", "Zstandard")),
+    Kind(".tif", ("BlackWhite=G4",), ("bw",), multi=True),
+    Kind(".tif", ("Compression=G3",), ("bw",), multi=True),
     Kind(".tif", ("Compression=JPEG", "Quality=92"), TONES, 33, True),
+    Kind(".tif", ("Compression=JPEG",), ("bw", "palette"), multi=True),
     Kind(".tif", ("Compression=JPEG", "Quality=92", "Colour=half"), ("rgb",), 24, True),
     Kind(".tif", ("Layout=tiles",), multi=True),
     Kind(".tif", ("Layout=tiles", "Compression=JPEG", "Quality=92"), TONES, 33, True),

@@ -98,11 +98,11 @@ class SaneCase(Case):
 class Pages(SaneCase):
     """Sizes are such that most lines end within a byte, and areas begin beside the bed's corner."""
 
-    PLAIN, PNG, RAW = ["tif"], ["png"], ["tif", "--option", "Compression=None"]
+    PLAIN, PNG, RAW = ["tif"], ["png"], ["tif", "--option", "Compression=None", "--option", "BlackWhite=None"]
     CASES = [  # mode, dpi, area, outputs
         ("rgb", 77, (13, 7, 151, 53), [PLAIN, RAW, PNG, ["tif", "--option", "Compression=Zstandard"]]),
         ("grey", 301, (100, 3, 133, 47), [PLAIN, PNG, ["tif", "--option", "Compression=Deflate"]]),
-        ("bw-threshold", 73, (3, 3, 143, 59), [PLAIN, RAW, PNG, ["tif", "--option", "Compression=PackBits"]]),
+        ("bw-threshold", 73, (3, 3, 143, 59), [PLAIN, RAW, PNG, ["tif", "--option", "BlackWhite=PackBits"]]),
     ]
 
     def test_every_sample_is_in_the_file(self):

@@ -33,7 +33,7 @@ class PlainFormat final : public quillbay::CKxUnknownImplStatic<quillbay::IApp, 
   std::string GetSoftware() override { return GetProductName(); }
   quillbay::IParam* GetFormatOptions(std::string_view) override {
     auto options = quillbay::new_MemParam();
-    options->SetValue("Compression", "None");
+    for (const char* key : {"Compression", "BlackWhite"}) options->SetValue(key, "None");
     return options.detach();
   }
 };

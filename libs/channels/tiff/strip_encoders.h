@@ -8,7 +8,7 @@
 
 namespace quillbay {
 
-/// In the order of the option's choices after "auto".
+/// In the order of the choices of the option Compression after "auto".
 enum class TiffCompression { None, PackBits, Lzw, Deflate, Zstandard, G4, Jpeg, G3 };
 
 /// How the lines of a page look in the file, cut into strips or, with a tile's width, into tiles.

@@ -9,9 +9,14 @@ namespace {
 
 constexpr std::int32_t kLeastStripLines = 8;
 constexpr double kMostCounted = 9e18;
+constexpr int kMostDeflateLevel = 12;
 
 const char* const kCompressions[] = {"auto",      "None", "PackBits", "LZW", "Deflate",
                                      "Zstandard", "G4",   "JPEG",     "G3",  nullptr};
+const char* const kBlackWhites[] = {"auto", "G4", "G3", "None", "PackBits", "LZW", "Deflate", "Zstandard", nullptr};
+constexpr TiffCompression kBlackWhiteOf[] = {
+    TiffCompression::G4,       TiffCompression::G4,  TiffCompression::G3,      TiffCompression::None,
+    TiffCompression::PackBits, TiffCompression::Lzw, TiffCompression::Deflate, TiffCompression::Zstandard};
 const char* const kKinds[] = {"auto", "classic", "big", nullptr};
 const char* const kPredictors[] = {"auto", "on", "off", nullptr};
 const char* const kColours[] = {"full", "half", nullptr};
@@ -21,6 +26,7 @@ const char* const kOverviews[] = {"on", "off", nullptr};
 
 enum Option {
   OptionCompression,
+  OptionBlackWhite,
   OptionQuality,
   OptionColour,
   OptionLevel,
@@ -40,29 +46,43 @@ bool storesDifferences(TiffCompression c) noexcept {
   return isOneOf(c, {TiffCompression::Lzw, TiffCompression::Deflate, TiffCompression::Zstandard});
 }
 
-/// Compression and colours have to fit each other.
-void checkCompression(const TiffPlan& plan, bool isChosen, int predictor) {
+bool isFax(TiffCompression c) noexcept { return isOneOf(c, {TiffCompression::G4, TiffCompression::G3}); }
+
+/// Bits have an option of their own, so that pages of all kinds can come with one set of options. G4 and G3 were
+/// choices of the other one before there were two, and are taken there for bits still.
+TiffCompression blackWhiteCompression(int blackWhite, int compression) {
+  const auto other = static_cast<TiffCompression>(compression - 1);
+  return blackWhite == 0 && compression > 0 && isFax(other) ? other : kBlackWhiteOf[blackWhite];
+}
+
+/// Of grey, palette and colour pages.
+TiffCompression toneCompression(KxColorSpace colorSpace, int compression) {
+  // Of those that every program reads, LZW keeps up best with a fast scanner: 0.3 GB/s on two cores on noisy maps,
+  // where Deflate gets 0.25 and PackBits saves nothing.
+  if (compression == 0) return TiffCompression::Lzw;
+  const auto chosen = static_cast<TiffCompression>(compression - 1);
+  if (isFax(chosen)) {
+    const std::string name = kCompressions[compression];
+    throw ModuleError(QB_E_REFUSED, name + " compression is for black-and-white pages only; set BlackWhite to " +
+                                        name + ", and Compression to another one");
+  }
+  // Indices are no tones: JPEG would change their colours at random.
+  const bool isIndexed = colorSpace == KxColorSpace::Palette;
+  return chosen == TiffCompression::Jpeg && isIndexed ? TiffCompression::Lzw : chosen;
+}
+
+/// What a page of tones cannot have together.
+void checkTones(const TiffPlan& plan, const char* compression, int predictor) {
   const StripFormat& format = plan.format;
-  const bool bitonal = isRunList(format.colorSpace);
-  const char* const name = kCompressions[static_cast<int>(format.compression) + 1];
-  if (isOneOf(format.compression, {TiffCompression::G4, TiffCompression::G3}) && !bitonal) {
-    throw ModuleError(
-        QB_E_REFUSED,
-        std::string(name) + " compression is for black-and-white pages only; choose another compression");
-  }
   const bool isJpeg = format.compression == TiffCompression::Jpeg;
-  if (isJpeg && (bitonal || format.colorSpace == KxColorSpace::Palette)) {
-    throw ModuleError(QB_E_REFUSED,
-                      "JPEG compression is for grey and full colour only; choose another compression");
-  }
   if (isJpeg && !plan.isTiled() && format.width > kMostJpegSide) {
     throw ModuleError(QB_E_REFUSED, "a JPEG strip holds at most " + std::to_string(kMostJpegSide) +
                                         " pixels to a line, and the page has " + std::to_string(format.width) +
                                         "; set Layout to tiles, or choose another compression");
   }
-  if (predictor == 1 && isChosen && !storesDifferences(format.compression)) {
+  if (predictor == 1 && !storesDifferences(format.compression)) {
     throw ModuleError(QB_E_REFUSED, std::string("Predictor works with LZW, Deflate and Zstandard, not with ") +
-                                        name + "; set Predictor to auto");
+                                        compression + "; set Predictor to auto");
   }
 }
 
@@ -78,16 +98,20 @@ std::int32_t chooseStripLines(const StripFormat& format, int stripBytes) {
 
 const QbOptionInfo kTiffOptions[] = {
     {"Compression",
-     "auto: G4 for black and white, LZW for grey and colour. Deflate is smaller on maps and slower, Zstandard is "
-     "small and fastest, but many programs cannot read it. JPEG is smallest for grey and colour and loses detail. "
-     "G3 "
-     "is for fax programs.",
+     "Of grey, palette and colour pages. auto: LZW. Deflate is smaller on maps and slower, Zstandard is small and "
+     "fastest, but many programs cannot read it. JPEG is smallest for grey and colour and loses detail; palette "
+     "pages get LZW with it. G4 and G3 are for black and white: use BlackWhite.",
      kCompressions, 0, 0, nullptr},
+    {"BlackWhite",
+     "Compression of black-and-white pages. auto: G4, which is smallest and read by every program. G3 is for fax "
+     "programs.",
+     kBlackWhites, 0, 0, nullptr},
     {"Quality", "Quality of JPEG: 1 (smallest file) to 100; 90 is the default.", nullptr, 1, 100, "90"},
     {"Colour", "Resolution of the colours of JPEG: full, or half for smaller files.", kColours, 0, 0, nullptr},
-    {"Level", "Effort of Deflate (1 to 12) and Zstandard (1 to 19); 1 is fastest.", nullptr, 1, 19, "1"},
-    {"Predictor", "Stores differences of neighbouring pixels with LZW, Deflate and Zstandard.", kPredictors, 0, 0,
-     nullptr},
+    {"Level", "Effort of Deflate (1 to 12; more is 12) and Zstandard (1 to 19); 1 is fastest.", nullptr, 1, 19,
+     "1"},
+    {"Predictor", "Stores differences of neighbouring pixels of grey and colour with LZW, Deflate and Zstandard.",
+     kPredictors, 0, 0, nullptr},
     {"Layout", "strips, which every program reads, or tiles, of which map programs read only those that they show.",
      kLayouts, 0, 0, nullptr},
     {"TileSize", "Pixels of a tile's side.", kTileSizes, 0, 0, nullptr},
@@ -107,21 +131,20 @@ TiffPlan planTiff(const QbPage& page, const QbOptions* options) {
   format.width = page.width;
   const bool bitonal = isRunList(format.colorSpace);
   const int compression = optionChoice(options, kTiffOptions[OptionCompression]);
-  // Of those that every program reads, LZW keeps up best with a fast scanner: 0.3 GB/s on two cores on noisy maps,
-  // where Deflate gets 0.25 and PackBits saves nothing.
-  format.compression = compression > 0 ? static_cast<TiffCompression>(compression - 1)
-                       : bitonal       ? TiffCompression::G4
-                                       : TiffCompression::Lzw;
+  const int blackWhite = optionChoice(options, kTiffOptions[OptionBlackWhite]);
+  format.compression =
+      bitonal ? blackWhiteCompression(blackWhite, compression) : toneCompression(format.colorSpace, compression);
   if (optionChoice(options, kTiffOptions[OptionLayout]) == 1) {
     plan.tileSize = optionChoice(options, kTiffOptions[OptionTileSize]) == 1 ? 512 : 256;
     plan.hasLevels = optionChoice(options, kTiffOptions[OptionOverviews]) == 0;
   }
   const int predictor = optionChoice(options, kTiffOptions[OptionPredictor]);
-  checkCompression(plan, compression > 0, predictor);
+  if (!bitonal) checkTones(plan, kCompressions[compression], predictor);
   const bool tones = !bitonal && format.colorSpace != KxColorSpace::Palette;
   format.predictor = storesDifferences(format.compression) && tones && predictor != 2;
-  format.level =
-      optionNumber(options, kTiffOptions[OptionLevel], format.compression == TiffCompression::Deflate ? 12 : 19);
+  // One level for both options: with Zstandard in the other one it may be more than Deflate has.
+  const int level = optionNumber(options, kTiffOptions[OptionLevel]);
+  format.level = format.compression == TiffCompression::Deflate ? std::min(level, kMostDeflateLevel) : level;
   format.quality = optionNumber(options, kTiffOptions[OptionQuality]);
   format.isHalved = optionChoice(options, kTiffOptions[OptionColour]) == 1;
   plan.stripLines = chooseStripLines(format, optionNumber(options, kTiffOptions[OptionStripBytes]));
