@@ -25,12 +25,22 @@ const char* deviceColors(KxColorSpace colorSpace) {
   return isRunList(colorSpace) || colorSpace == KxColorSpace::Grey ? "/DeviceGray" : "/DeviceRGB";
 }
 
+/// One document takes pages of all kinds with one set of options: a compression counts for the pages that it can
+/// hold, and the others get what "auto" gives them.
+PdfCoding codingFor(KxColorSpace colorSpace, int choice) {
+  const bool isBitonal = isRunList(colorSpace), isPalette = colorSpace == KxColorSpace::Palette;
+  const PdfCoding usual = isBitonal ? PdfCoding::G4 : isPalette ? PdfCoding::Flate : PdfCoding::Jpeg;
+  if (choice == 0) return usual;
+  const auto chosen = static_cast<PdfCoding>(choice - 1);
+  return chosen == PdfCoding::Flate ? chosen : usual;
+}
+
 }  // namespace
 
 const QbOptionInfo kPdfOptions[] = {
     {"Compression",
      "auto: G4 for black and white, JPEG for grey and colour, Flate for palettes. Flate loses nothing and is "
-     "larger.",
+     "larger. G4 and JPEG count for the pages that they can hold; others are written as with auto.",
      kPdfCompressions, 0, 0, nullptr},
     {"Quality", "Quality of JPEG: 1 (smallest file) to 100; 90 is the default.", nullptr, 1, 100, "90"},
     {"Colour", "Resolution of the colours of JPEG: full, or half for smaller files.", kPdfDepths, 0, 0, nullptr},
@@ -74,21 +84,8 @@ void PdfPage::choosePixels(const QbPage& page, const QbOptions* options) {
   m_pixels.width = page.width;
   m_pixels.quality = optionNumber(options, kPdfOptions[PdfOptionQuality]);
   m_pixels.isHalved = optionChoice(options, kPdfOptions[PdfOptionColour]) == 1;
-  const bool isBitonal = isRunList(m_pixels.colorSpace);
-  const bool isPalette = m_pixels.colorSpace == KxColorSpace::Palette;
-  const int choice = optionChoice(options, kPdfOptions[PdfOptionCompression]);
-  m_pixels.coding = choice > 0  ? static_cast<PdfCoding>(choice - 1)
-                    : isBitonal ? PdfCoding::G4
-                    : isPalette ? PdfCoding::Flate
-                                : PdfCoding::Jpeg;
-  if (m_pixels.coding == PdfCoding::G4 && !isBitonal) {
-    throw ModuleError(QB_E_REFUSED, "G4 compression is for black-and-white pages only; choose another compression");
-  }
+  m_pixels.coding = codingFor(m_pixels.colorSpace, optionChoice(options, kPdfOptions[PdfOptionCompression]));
   if (m_pixels.coding != PdfCoding::Jpeg) return;
-  if (isBitonal || isPalette) {
-    throw ModuleError(QB_E_REFUSED,
-                      "JPEG compression is for grey and full colour only; choose another compression");
-  }
   if (page.width > kMostJpegSide) {
     throw ModuleError(QB_E_REFUSED, "JPEG compression takes at most " + std::to_string(kMostJpegSide) +
                                         " pixels to a line, and the page has " + std::to_string(page.width) +
