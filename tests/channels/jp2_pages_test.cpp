@@ -120,9 +120,10 @@ TEST(Jp2Pages, LosslessTilesMakeOnePicture) {
 
 TEST(Jp2Pages, ResolutionAndTextsAreExact) {
   const TempFolder folder;
-  const std::string file = folder.file("a.jp2");
+  const std::string file = folder.file("a & b\xe9 \xc3\xa9.jp2");  // one letter of it is no UTF-8
   saveSingle(file, rasterOf(makePage(KxColorSpace::Grey, 20, 20), Source::Stripes).get(), paramsWith({}).get());
   const std::string bytes = readFile(file);
+  EXPECT_NE(bytes.find(">a &amp; b \xc3\xa9</rdf:li>"), std::string::npos);
   // 300 / 254 x 10^4 dots per metre, both ways.
   EXPECT_NE(bytes.find(std::string("resc\x01\x2c\x00\xfe\x01\x2c\x00\xfe\x04\x04", 14)), std::string::npos);
   EXPECT_NE(bytes.find("<xmp:CreatorTool>Test software</xmp:CreatorTool>"), std::string::npos);

@@ -5,6 +5,8 @@
 #include <string>
 #include <string_view>
 
+#include "channels/pdf/pdf_text.h"
+
 namespace quillbay {
 namespace {
 
@@ -75,33 +77,10 @@ Bytes resolution(std::uint32_t dpi) {
   return box;
 }
 
-std::string escaped(std::string_view text) {
-  std::string out;
-  for (const char c : text) {
-    switch (c) {
-      case '&': out += "&amp;"; break;
-      case '<': out += "&lt;"; break;
-      case '>': out += "&gt;"; break;
-      default:
-        if (static_cast<unsigned char>(c) >= ' ') out += c;
-    }
-  }
-  return out;
-}
-
-/// "YYYY:MM:DD HH:MM:SS" as metadata has it.
-std::string moment(std::string_view text) {
-  std::string out(text);
-  if (out.size() != 19) return {};
-  out[4] = out[7] = '-';
-  out[10] = 'T';
-  return out;
-}
-
 std::string metadata(const QbPage& page) {
-  const auto text = [](const char* from) { return escaped(from ? from : ""); };
-  const std::string title = text(page.title), software = text(page.software);
-  const std::string date = moment(text(page.date_time));
+  const auto words = [](const char* from) { return std::string_view(from ? from : ""); };
+  const std::string title = xmlText(words(page.title)), software = xmlText(words(page.software));
+  const std::string date = xmpDate(words(page.date_time));
   std::string out =
       "<?xpacket begin=\"\xef\xbb\xbf\" id=\"W5M0MpCehiHzreSzNTczkc9d\"?>\n"
       "<x:xmpmeta xmlns:x=\"adobe:ns:meta/\"><rdf:RDF xmlns:rdf=\"http://www.w3.org/1999/02/22-rdf-syntax-ns#\">\n"
