@@ -12,7 +12,7 @@ namespace {
 struct PngPicture {
   png_uint_32 width = 0, height = 0, perMetre = 0;
   int depth = 0, color = 0, paletteCount = 0;
-  std::string software, title;
+  std::string software, title, moment;
   ColorProfile profile;
   std::vector<std::vector<std::uint8_t>> lines;
   bool ok = false;
@@ -32,6 +32,7 @@ __attribute__((noinline)) void readAll(png_structp png, png_infop info, PngPictu
   png_get_text(png, info, &texts, &count);
   for (int i = 0; i < count; ++i) {
     if (std::string_view(texts[i].key) == "Software") picture->software = texts[i].text;
+    if (std::string_view(texts[i].key) == "Creation Time") picture->moment = texts[i].text;
     if (std::string_view(texts[i].key) == "Title") picture->title = texts[i].text;
   }
   png_charp name = nullptr;
@@ -87,6 +88,7 @@ TEST(PngPages, EveryColourAndSourceReadsBackEqual) {
       EXPECT_EQ(read.perMetre, 11811U);
       EXPECT_EQ(read.software, "Test software");
       EXPECT_EQ(read.title, "page");
+      EXPECT_EQ(read.moment.find('T'), 10U) << read.moment;
       EXPECT_EQ(read.profile, profileFor(c.colorSpace, ""));
       for (std::size_t y = 0; y < page.seen.size(); ++y) {
         std::vector<std::uint8_t> want = page.seen[y];

@@ -13,6 +13,14 @@ constexpr std::int64_t kMaxLines = 0x7fffffff;
 constexpr std::size_t kBandBytes = std::size_t{512} << 10;
 constexpr double kInchesPerMetre = 1 / 0.0254;
 
+/// "YYYY:MM:DD HH:MM:SS" as the format wants it, "YYYY-MM-DDTHH:MM:SS"; empty for other texts.
+std::string momentText(std::string text) {
+  if (text.size() != 19) return {};
+  text[4] = text[7] = '-';
+  text[10] = 'T';
+  return text;
+}
+
 }  // namespace
 
 const QbOptionInfo kPngOptions[] = {
@@ -58,10 +66,12 @@ PngPage::PngPage(const EdgeFile& file, const QbPage& page, const QbOptions* opti
     putBigEndian(physical.data() + 4, perMetre);
     appendChunk("pHYs", physical);
   }
-  if (const std::string software = page.software ? page.software : ""; !software.empty()) {
-    const std::string text = std::string("Software") + '\0' + software;
-    appendChunk("tEXt", {text.begin(), text.end()});
-  }
+  const auto appendText = [this](const char* keyword, const std::string& value) {
+    const std::string text = std::string(keyword) + '\0' + value;
+    if (!value.empty()) appendChunk("tEXt", {text.begin(), text.end()});
+  };
+  appendText("Software", page.software ? page.software : "");
+  appendText("Creation Time", momentText(page.date_time ? page.date_time : ""));
   if (const std::string title = page.title ? page.title : ""; !title.empty()) appendTitle(title);
   // The Deflate stream's head, in a chunk of its own: window of 32 KiB, fastest.
   appendChunk("IDAT", {0x78, 0x01});
