@@ -124,4 +124,11 @@ class BandPipeline {
 /// Threads that encode: all cores, at most 16.
 [[nodiscard]] unsigned encoderThreads() noexcept;
 
+/// How many bands wait or are encoded for each thread. Where a page is so wide that its smallest band is large, one
+/// keeps a thread busy long enough, and memory small.
+[[nodiscard]] inline unsigned bandDepth(std::int64_t bandBytes) noexcept {
+  constexpr std::int64_t kLargeBand = std::int64_t{4} << 20;
+  return bandBytes > kLargeBand ? 1 : 2;
+}
+
 }  // namespace quillbay

@@ -71,6 +71,7 @@ class SinglePageWriter {
   explicit SinglePageWriter(const QbFile* file) : m_file(file), m_pages(Page::isFinishedIn(m_file) ? 1 : 0) {}
   [[nodiscard]] std::int32_t pages() const noexcept { return m_pages; }
   void begin(const QbPage& page, const QbOptions* options) {
+    m_before = m_pages;
     m_page = std::make_unique<Page>(m_file, page, options);
   }
   void write(const QbBlock& block) { m_page->write(block); }
@@ -81,12 +82,13 @@ class SinglePageWriter {
   }
   void drop() noexcept {
     m_page = nullptr;
-    m_pages = 0;
+    m_pages = m_before;  // the file may hold a page that no other can follow
   }
 
  private:
   EdgeFile m_file;
   std::int32_t m_pages;
+  std::int32_t m_before = 0;  // without the page that was begun last
   std::unique_ptr<Page> m_page;
 };
 

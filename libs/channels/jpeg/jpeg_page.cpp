@@ -74,6 +74,7 @@ JpegPage::JpegPage(const EdgeFile& file, const QbPage& page, const QbOptions* op
   const std::int32_t cycle = m_format.blockLines() * kRestartCycle;
   const auto cycles = static_cast<std::int32_t>(kBandPixels / static_cast<std::size_t>(m_format.width)) / cycle;
   setup.bandLines = cycle * std::max(cycles, 1);
+  setup.depth = bandDepth(std::int64_t{m_format.width} * (m_format.isColour() ? 3 : 1) * setup.bandLines);
   setup.makeEncoder = [format = m_format] { return makeJpegEncoder(format); };
   setup.deliver = [this](const ByteBuffer& band) { takeBand(band); };
   m_pipeline = std::make_unique<BandPipeline>(std::move(setup));

@@ -73,10 +73,9 @@ PageRendering::Size PageRendering::open(std::int32_t page, const PageFrame& fram
 
 void PageRendering::renderBand() {
   const std::int64_t lineBytes = std::int64_t{3} * m_size.width;
-  const auto lines =
-      static_cast<std::int32_t>(std::clamp<std::int64_t>(kRenderedBytes / lineBytes, 16, m_size.height));
+  const std::int64_t lines = std::max<std::int64_t>(kRenderedBytes / lineBytes, 16);
   m_bandFirst = m_next;
-  m_bandLines = std::min(lines, m_size.height - m_next);
+  m_bandLines = static_cast<std::int32_t>(std::min<std::int64_t>(lines, m_size.height - m_next));
   m_parts->band = {};
   m_parts->band = m_parts->renderer.render_page(m_parts->page.get(), m_unitDpi, m_unitDpi, 0, m_bandFirst,
                                                 m_size.width, m_bandLines);

@@ -30,6 +30,7 @@ PdfImages::PdfImages(const EdgeFile& file, PdfUpdate& update, PdfState& state, P
   m_mostBands = std::max<std::int64_t>(most / m_bandLines, 1);
   BandPipeline::Setup setup;
   setup.bandLines = m_bandLines;
+  setup.depth = bandDepth(lineBytes * m_bandLines);
   setup.makeEncoder = [this] { return makeEncoder(); };
   setup.deliver = [this](const ByteBuffer& band) { takeBand(band); };
   m_pipeline = std::make_unique<BandPipeline>(std::move(setup));
