@@ -172,11 +172,11 @@ void FormatOptionsDialog::showDependent() {
   for (const auto& field : m_fields) {
     const std::uint32_t colors = formatChoiceColors(m_format, field->key(), field->value());
     if ((colors & kEveryColor) != kEveryColor) {
-      const std::string text = colors == 3 ? "%s is for black-and-white pages only: with it grey and colour pages "
-                                             "are refused. Automatic takes what fits each page."
-                                           : "%s is for greyscale and colour pages only: with it black-and-white "
-                                             "and palette pages are refused. Automatic takes what fits each page.";
-      notes += QString::fromStdString(formatText(Supp_Translate(text), {formatChoiceText(field->value())}));
+      notes += QString::fromStdString(formatText(
+          Supp_Translate(
+              "%s is for black-and-white pages only: with it grey and colour pages are refused. Automatic "
+              "takes what fits each page."),
+          {formatChoiceText(field->value())}));
     }
     limit(*field);
     const QString rule = field->control()->property("enabledWhen").toString();

@@ -60,12 +60,10 @@ struct ChoiceColors {
   const char* choice;
   std::uint32_t colorSpaces;
 };
-constexpr std::uint32_t kBits = 3, kTones = 16 | 256 | 512;
+constexpr std::uint32_t kBits = 3;
 constexpr ChoiceColors kChoiceColors[] = {
     {"TIFF", "Compression", "G3", kBits},
     {"TIFF", "Compression", "G4", kBits},
-    {"PDF", "Compression", "G4", kBits},
-    {"PDF", "Compression", "JPEG", kTones},
 };
 
 const char* findText(const KnownText* begin, const KnownText* end, std::string_view name) {

@@ -40,7 +40,7 @@ PdfCoding codingFor(KxColorSpace colorSpace, int choice) {
 const QbOptionInfo kPdfOptions[] = {
     {"Compression",
      "auto: G4 for black and white, JPEG for grey and colour, Flate for palettes. Flate loses nothing and is "
-     "larger. G4 and JPEG count for the pages that they can hold; others are written as with auto.",
+     "larger. G4 and JPEG are what auto takes for the pages that they can hold.",
      kPdfCompressions, 0, 0, nullptr},
     {"Quality", "Quality of JPEG: 1 (smallest file) to 100; 90 is the default.", nullptr, 1, 100, "90"},
     {"Colour", "Resolution of the colours of JPEG: full, or half for smaller files.", kPdfDepths, 0, 0, nullptr},
