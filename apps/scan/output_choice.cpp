@@ -104,7 +104,7 @@ void takeFile(const ScanOptions& options, const std::vector<FormatInfo>& formats
     throw Failure(kUsage, translated("--output \"%s\": no format has the extension \"%s\"; available: %s",
                                      {options.output, choice.extension, names::joined(extensionsOf(formats))}));
   }
-  if (!options.format.empty() && !names::same(options.format, format->name)) {
+  if (!choice.format.empty() && !names::same(choice.format, format->name)) {
     throw Failure(kUsage, translated("--output \"%s\": this extension belongs to %s, not to %s",
                                      {options.output, format->name, options.format}));
   }

@@ -124,13 +124,14 @@ int read(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter) {
   return kDone;
 }
 
-void checkName(quillbay::IApp* app, const ScanOptions& options) {
+std::string takeName(quillbay::IApp* app, const ScanOptions& options) {
   Preset preset{options.savePreset, {}, {}};
   std::string why;
   // A name that a file could not hold could not be brought to another computer.
   if (!quillbay::ReadPresetText(quillbay::WritePresetText(preset), &preset, &why))
     throw Failure(kUsage, "--save-preset: " + why);
-  refuseTaken(app, options, "--save-preset", options.savePreset);
+  refuseTaken(app, options, "--save-preset", preset.name);
+  return preset.name;
 }
 
 int store(quillbay::IApp* app, const ScanOptions& options, const Preset& preset, Reporter& reporter) {

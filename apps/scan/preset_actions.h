@@ -15,8 +15,8 @@ int list(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter);
 int write(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter);
 /// Stores what --import-preset names: a file, or standard input.
 int read(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter);
-/// Throws when the name of --save-preset is taken, or is none.
-void checkName(quillbay::IApp* app, const ScanOptions& options);
+/// The name of --save-preset, without blanks around it. Throws when it is taken, or is none.
+[[nodiscard]] std::string takeName(quillbay::IApp* app, const ScanOptions& options);
 int store(quillbay::IApp* app, const ScanOptions& options, const quillbay::Preset& preset, Reporter& reporter);
 
 }  // namespace preset_actions

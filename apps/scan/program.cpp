@@ -205,7 +205,6 @@ quillbay::Preset takePreset(quillbay::IApp* app, const ScanOptions& options, Rep
   const auto presets = query<quillbay::IQuillbayPresets>(panel.sink());
   if (!presets || !presets->TakePreset(&preset))
     throw Failure(kDevice, translated("the panel cannot be controlled"));
-  preset.name = options.savePreset;
   return preset;
 }
 
@@ -222,8 +221,9 @@ std::optional<int> runPresetAction(const ScanOptions& options, Reporter& reporte
   quillbay::Preset preset;
   {
     const auto app = open(false);  // the panel's other settings are not saved
-    preset_actions::checkName(app.get(), options);
+    const std::string name = preset_actions::takeName(app.get(), options);
     preset = takePreset(app.get(), options, reporter);
+    preset.name = name;
   }
   return preset_actions::store(open(true).get(), options, preset, reporter);
 }

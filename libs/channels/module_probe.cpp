@@ -63,7 +63,10 @@ std::size_t takeReport(const std::string& report, const std::vector<ModuleAnswer
     if (end == std::string::npos) break;
     const auto fields = fieldsOf(report.substr(at, end - at));
     at = end + 1;
-    if (fields[0] == "begin") *begun = true;
+    if (fields[0] == "begin") {
+      *begun = true;
+      asked[ended]->formats.clear();  // of a report that was cut
+    }
     if (fields[0] == "format" && fields.size() >= 7) asked[ended]->formats.push_back(readFacts(fields));
     if (fields[0] != "end" || fields.size() < 2) continue;
     takeEnd(fields, asked[ended++]);

@@ -48,7 +48,7 @@ class Presets(Case):
         self.assertEqual((done.returncode, done.stdout), (0, "Plans\n"), done.stderr)
 
     def test_formats_and_files(self):
-        self.expect(0, *GREY, "--format", "png", "--save-preset", "pictures")
+        self.expect(0, *GREY, "--format", "png", "--save-preset", " pictures ")
         self.expect(0, "--preset", "pictures", "--mask", "a")
         self.expect(0, "--preset", "pictures", "-o", "b.tif")
         self.assertEqual(self.files(), ["a000.png", "b.tif"])
@@ -85,6 +85,7 @@ class Presets(Case):
             (1, ["--import-preset", "types"], ["ImageDPI", "number"]),
             (1, ["--save-preset", "x", "--batch"], ["--save-preset", "--batch"]),
             (1, ["--save-preset", "x", "-o", "a.tif"], ["--save-preset", "--output"]),
+            (1, ["--save-preset", "x", "--option", "compression=lzw"], ["--save-preset", "--option"]),
             (1, ["--import-preset", "x", "--preset", "Plans"], ["--import-preset", "--preset"]),
             (1, ["--list-presets", "--save-preset", "x"], ["--list-presets", "--save-preset"]),
             (1, ["--export-preset", "Plans", "-", "--json"], ["standard output", "--json"]),

@@ -200,6 +200,7 @@ class Files(Case):
             (["--mask", "f<foo>"], "f-foo-000.tif"),
             (["--dir", "sub/new", "--format", "png"], "sub/new/scan000.png"),
             (["--format", "jpg"], "scan000.jpg"),
+            (["--format", "tif", "-o", "h.tif"], "h.tif"),
             (["-o", "g ä%d.tif"], "g ä%d.tif"),
         ]
         for arguments, name in cases:
