@@ -100,7 +100,7 @@ class ChainWalk {
 
 }  // namespace
 
-TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets) {
+TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets, const TiffVisit& visit) {
   TiffState state;
   if (file.size() == 0) return state;
   ChainWalk walk(file, &state);
@@ -108,9 +108,11 @@ TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offset
   for (std::uint64_t next = first; next != 0;) {
     const std::uint64_t at = next;
     next = walk.pass(at);
-    if (!walk.passedPage()) continue;
-    if (offsets) offsets->push_back(at);
-    ++state.pages;
+    if (walk.passedPage()) {
+      if (offsets) offsets->push_back(at);
+      ++state.pages;
+    }
+    if (visit) visit(state, at);
   }
   if (state.pages > 0 || first == 0) return state;
   // Nothing but smaller copies: their first stands for the page.

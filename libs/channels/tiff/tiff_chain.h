@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <functional>
 #include <vector>
 
 #include "channels/codec/module_support.h"
@@ -16,10 +17,15 @@ struct TiffState {
   bool isCopyAlone = false;  ///< its page is marked as a smaller copy; beside a whole one it would be none
 };
 
+/// Takes the place of a directory, and the state with it.
+using TiffVisit = std::function<void(const TiffState&, std::uint64_t)>;
+
 /// Follows the chain of directories, a few short reads each; `offsets` (may be null) gets where those of pages
-/// start: smaller copies of pages and masks are passed over. An empty file is not started. Throws ModuleError for a
-/// file that is damaged or cut off; `offsets` has the pages before then.
-[[nodiscard]] TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets);
+/// start: smaller copies of pages and masks are passed over. `visit` (may be empty) is called for them, too. An
+/// empty file is not started. Throws ModuleError for a file that is damaged or cut off; `offsets` has the pages
+/// before then.
+[[nodiscard]] TiffState readTiffChain(const EdgeFile& file, std::vector<std::uint64_t>* offsets,
+                                      const TiffVisit& visit = {});
 
 /// Non-zero for the first bytes of a TIFF or BigTIFF.
 [[nodiscard]] bool looksLikeTiff(const std::uint8_t* head, std::size_t size) noexcept;

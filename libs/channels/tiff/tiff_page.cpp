@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <string>
 
 #include "channels/tiff/tiff_directory.h"
 
@@ -12,12 +13,20 @@ constexpr std::int64_t kClassicLimit = 0xffffffffLL;
 constexpr std::size_t kGatherBytes = std::size_t{256} << 10;
 constexpr std::size_t kHeaderRoom = 16;  // a BigTIFF's header; a classic one leaves the second half unused
 constexpr std::uint64_t kMostJoined = std::uint64_t{1} << 30;
+constexpr std::int64_t kMostTiffLines = 0xffffffffLL;
+
+void checkLines(std::int64_t lines) {
+  if (lines <= kMostTiffLines) return;
+  throw ModuleError(QB_E_REFUSED,
+                    "a TIFF page holds at most " + std::to_string(kMostTiffLines) + " lines; scan it in parts");
+}
 
 }  // namespace
 
 TiffPage::TiffPage(const EdgeFile& file, const TiffState& before, const QbPage& page, const QbOptions* options)
     : m_file(file), m_before(before), m_plan(planTiff(page, options)), m_words(page), m_images(1) {
   m_images[0].width = page.width;
+  checkLines(page.expected_lines);
   chooseKind(page.expected_lines);
   if (m_plan.isTiled()) {
     startTiles(page);
@@ -46,7 +55,8 @@ void TiffPage::chooseKind(std::int64_t expectedLines) {
     m_big = m_plan.kind == TiffKind::Big || (m_plan.kind == TiffKind::Auto && (m_words.paged || !fits));
     m_mayGrow = m_plan.kind == TiffKind::Auto;
   }
-  if (m_big || m_mayGrow || expectedLines <= 0 || fits) return;
+  const bool isFull = room < m_plan.bytesOf(1);
+  if (m_big || m_mayGrow || fits || (expectedLines <= 0 && !isFull)) return;
   throw ModuleError(QB_E_REFUSED,
                     m_before.started
                         ? "the page may not fit into this classic TIFF, whose limit is 4 GB; choose a new file"
@@ -123,6 +133,7 @@ void TiffPage::align() {
 
 void TiffPage::write(const QbBlock& block) {
   m_lines += block.lines;
+  checkLines(m_lines);
   if (m_pyramid) return m_pyramid->push(block);
   if (m_pipeline) return m_pipeline->push(block);
   m_gathered.add(block, 0, block.lines);
@@ -206,9 +217,6 @@ void TiffPage::patchLink(std::uint64_t ifd, bool big) {
 }
 
 TiffState TiffPage::finish() {
-  if (m_lines > 0xffffffffLL) {
-    throw ModuleError(QB_E_REFUSED, "the page has more lines than a TIFF can hold; scan it in parts");
-  }
   finishPixels();
   align();
   const auto at = static_cast<std::uint64_t>(m_file.size());

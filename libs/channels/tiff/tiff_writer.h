@@ -1,7 +1,10 @@
 #pragma once
+#include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <string>
 
+#include "channels/tiff/tiff_extent.h"
 #include "channels/tiff/tiff_page.h"
 
 namespace quillbay {
@@ -29,7 +32,10 @@ class TiffWriter {
  private:
   static TiffState stateOf(const EdgeFile& file) {
     try {
-      const TiffState state = readTiffChain(file, nullptr);
+      TiffExtent extent(file);
+      const TiffState state = readTiffChain(file, nullptr, [&](const TiffState& here, std::uint64_t at) {
+        extent.check(here, at, "its page " + std::to_string(std::max(here.pages, 1)));
+      });
       if (!state.isCopyAlone) return state;
       throw ModuleError(QB_E_DAMAGED, "its page is marked as a smaller copy of another one");
     } catch (const ModuleError& e) {
