@@ -71,9 +71,15 @@ void CMainSettings::choosePreset(int entry) {
   IPresetManager* presets = controller().Presets();
   const QVariant chosen = m_form->presetList->itemData(entry);
   if (!presets || !chosen.isValid()) return;
-  presets->Apply(chosen.toInt(), IPresetManager::kAnyPage);
-  showChosenPreset();  // also when it holds nothing for these pages
+  const std::string name = m_form->presetList->itemText(entry).toStdString();
+  const bool isApplied = presets->Apply(chosen.toInt(), IPresetManager::kAnyPage) != 0;
+  showChosenPreset();
   updateSummary();
+  if (isApplied) return;
+  controller().Message(
+      EventKind::Information,
+      formatText(Supp_Translate("The preset \"%s\" holds nothing for this panel's pages."), {name}),
+      EventButtons::Ok);
 }
 
 /// For good, so the user is asked.

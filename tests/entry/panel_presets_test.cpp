@@ -52,6 +52,9 @@ TEST_F(PanelPresetsTest, TheUserPicksOneFromTheListAlsoBehindATypedLength) {
   savePreset("small grey");
   set("m_uiDPI", 100);
   savePreset("finer");
+  Preset empty;
+  empty.name = "empty";
+  ASSERT_EQ(StorePreset(app(), empty), 1);
   ASSERT_EQ(presets()->ApplyPreset(PresetId("finer")), 1);
   auto* width = window()->findChild<QWidget*>("width")->findChild<QLineEdit*>();
   width->setText("100");
@@ -61,13 +64,19 @@ TEST_F(PanelPresetsTest, TheUserPicksOneFromTheListAlsoBehindATypedLength) {
   EXPECT_EQ(get("m_uiDPI").toInt(), 50);
   EXPECT_EQ(list()->currentText(), "small grey");
   EXPECT_EQ(*get("m_rcScan").get<tagRRECT>(), (tagRRECT{0, 0, 254, 127}));
+  list()->setCurrentIndex(2);
+  Q_EMIT list()->activated(2);
+  EXPECT_EQ(list()->currentText(), "small grey");
+  ASSERT_EQ(messages.size(), 1U);
+  EXPECT_NE(messages[0].find("empty"), std::string::npos) << messages[0];
+  messages.clear();
   answer = EventAnswer::Yes;
   auto* more = window()->findChild<QToolButton*>("presetMore")->menu();
   Q_EMIT more->aboutToShow();
   more->actions()[0]->menu()->actions()[1]->trigger();  // delete "finer"
   ASSERT_EQ(messages.size(), 1U);
   EXPECT_NE(messages[0].find("finer"), std::string::npos) << messages[0];
-  EXPECT_EQ(list()->count(), 1);
+  EXPECT_EQ(list()->count(), 2);
 }
 
 TEST_F(PanelPresetsTest, WhatThisScannerLacksIsTold) {
