@@ -22,6 +22,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMostErrorBytes = 2000;
 constexpr int kPollMs = 50;
+constexpr int kReadsAtOnce = 64;
 constexpr auto kGrace = std::chrono::seconds(2);
 /// Names of variables that a program gets; one that ends in an underscore stands for all that begin so.
 constexpr std::string_view kVariables[] = {"PATH", "HOME",     "USER", "LOGNAME", "SHELL", "LANG",
@@ -71,9 +72,10 @@ class SpawnSettings {
   SpawnSettings(int errors, const std::string& folder) {
     posix_spawn_file_actions_init(&m_actions);
     posix_spawnattr_init(&m_attributes);
+    // First: it has one of the other two numbers when this program was started without them.
+    posix_spawn_file_actions_adddup2(&m_actions, errors, STDERR_FILENO);
     posix_spawn_file_actions_addopen(&m_actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&m_actions, STDOUT_FILENO, "/dev/null", O_WRONLY, 0);
-    posix_spawn_file_actions_adddup2(&m_actions, errors, STDERR_FILENO);
     posix_spawn_file_actions_addclosefrom_np(&m_actions, STDERR_FILENO + 1);
     if (!folder.empty()) posix_spawn_file_actions_addchdir_np(&m_actions, folder.c_str());
     sigset_t none, all;
@@ -117,16 +119,17 @@ pid_t start(const ProgramCall& call, int errors) {
   return process;
 }
 
-/// Appends what has arrived; false at the end.
+/// Appends what has arrived, but not for ever: a program may write faster than this reads. False at the end.
 bool takeErrors(int from, std::string* text) {
   std::array<char, 4096> buffer{};
-  for (;;) {
+  for (int reads = 0; reads < kReadsAtOnce; ++reads) {
     const ssize_t count = ::read(from, buffer.data(), buffer.size());
     if (count == 0) return false;
     if (count < 0) return errno == EAGAIN || errno == EINTR;
     text->append(buffer.data(), static_cast<std::size_t>(count));
     if (text->size() > 2 * kMostErrorBytes) text->erase(0, text->size() - kMostErrorBytes);
   }
+  return true;
 }
 
 /// The length of a valid character at the beginning of `text`; 0 when there is none.
@@ -173,15 +176,28 @@ std::string readable(const std::string& bytes) {
 class Process {
  public:
   explicit Process(pid_t id) noexcept : m_id(id) {}
+  /// Ended at once if nobody waited for it.
+  ~Process() {
+    if (m_isReaped) return;
+    signalGroup(SIGKILL);
+    while (waitpid(m_id, nullptr, 0) < 0 && errno == EINTR) {
+    }
+  }
+  Process(const Process&) = delete;
+  Process& operator=(const Process&) = delete;
   /// Whether it has ended; it is not removed, so that its number stays its group's.
   [[nodiscard]] bool hasEnded() const {
     siginfo_t info{};
     const int answer = waitid(P_PID, static_cast<id_t>(m_id), &info, WEXITED | WNOHANG | WNOWAIT);
     return answer == 0 ? info.si_pid == m_id : errno == ECHILD;
   }
-  void signalGroup(int number) const { ::kill(-m_id, number); }
+  void signalGroup(int number) const {
+    ::kill(-m_id, number);
+    ::kill(m_id, number);  // it may have joined another group
+  }
   /// Waits for its end and removes it.
-  [[nodiscard]] int reap() const {
+  [[nodiscard]] int reap() {
+    m_isReaped = true;
     int status = 0;
     pid_t answer = -1;
     do {
@@ -193,6 +209,7 @@ class Process {
 
  private:
   const pid_t m_id;
+  bool m_isReaped = false;
 };
 
 }  // namespace
@@ -203,7 +220,7 @@ ProgramEnd runProgramFile(const ProgramCall& call) {
   const Descriptor from(ends[0]);
   Descriptor to(ends[1]);
   ::fcntl(from.get(), F_SETFL, O_NONBLOCK);
-  const Process process(start(call, to.get()));
+  Process process(start(call, to.get()));
   to.close();
   ProgramEnd end;
   std::string errors;

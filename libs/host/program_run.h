@@ -26,8 +26,8 @@ struct ProgramEnd {
 /// Runs a program and waits for its end. It gets no input, its output is dropped, and of this program it has
 /// neither descriptors nor signal settings, and of the environment what names folders, the user and the language
 /// alone. It leads a process group: after the time limit or a cancellation all of the group get SIGTERM, and
-/// SIGKILL two seconds later. Nothing of it is left when this returns. Any thread. Throws CXException when it
-/// cannot be started.
+/// SIGKILL two seconds later; nothing of the group is left then. What a program that ended by itself has left in
+/// the background goes on. Any thread. Throws CXException when it cannot be started.
 [[nodiscard]] ProgramEnd runProgramFile(const ProgramCall& call);
 
 }  // namespace quillbay

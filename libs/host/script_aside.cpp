@@ -11,6 +11,7 @@ namespace {
 
 /// Pages that nobody tries again are forgotten.
 constexpr std::size_t kMostUnprocessed = 10000;
+constexpr std::size_t kMostNamed = 100000;
 
 /// What a job must not throw out of its thread.
 void guardJob(const std::function<void()>& work) {
@@ -18,7 +19,25 @@ void guardJob(const std::function<void()>& work) {
     work();
   } catch (const std::exception& e) {
     logLine(LogLevel::Error, "quillbay.script", e.what());
+  } catch (...) {
+    logLine(LogLevel::Error, "quillbay.script", "unknown error");
   }
+}
+
+/// Whether a file has other pages than one; what cannot be read has none.
+bool holdsSeveral(const std::string& file) {
+  try {
+    return fio::exists(file) && CountRasterPages(file) > 1;
+  } catch (const CXException& e) {
+    logLine(LogLevel::Warning, "quillbay.script", e.what());
+    return false;
+  }
+}
+
+std::string withPage(const std::string& file, int page) {
+  const std::string extension = fio::extensionOf(file);
+  const std::string number = formatText(Supp_Translate("page %d"), {toText(std::int64_t{page})});
+  return file.substr(0, file.size() - extension.size()) + " (" + number + ")" + extension;
 }
 
 ScriptStep fileStep(ScriptAction action, const char* name, const std::string& file) {
@@ -46,12 +65,32 @@ int CheckScript(IApp* app, const std::string& file, int mayRun, std::string* why
   return 0;
 }
 
-CHostScriptSink::Aside CHostScriptSink::asideOf(int page, bool isSave) const {
+CHostScriptSink::Aside CHostScriptSink::asideOf(int page, bool isSave) {
   HostPage held;
   Aside aside{page, {}, isSave, {}};
   if (pages()->GetPage(page, &held)) aside.name = held.file;
-  if (aside.name.empty()) aside.name = formatText(Supp_Translate("page %d"), {toText(std::int64_t{page})});
+  // A program's pages may have names for a user until they are in a file.
+  const auto given = held.saved ? m_given.end() : m_given.find(page);
+  if (given != m_given.end()) aside.name = given->second;
+  if (aside.name.empty()) {
+    aside.name = formatText(Supp_Translate("page %d"), {toText(std::int64_t{page})});
+    return aside;
+  }
+  // Pages that are not saved, and those of one file, are handed over with the same name.
+  if (m_named.size() >= kMostNamed) m_named.clear();
+  const auto first = m_named.try_emplace(aside.name, page).first;
+  HostPage other;
+  if (first->second != page && (held.multipage || pages()->GetPage(first->second, &other))) {
+    aside.name = withPage(aside.name, page);
+  } else {
+    first->second = page;
+  }
   return aside;
+}
+
+void CHostScriptSink::noteGiven(int page, const std::string& file) {
+  if (m_given.size() >= kMostNamed) m_given.clear();
+  if (!file.empty()) m_given[page] = file;
 }
 
 ScriptWorld CHostScriptSink::worldOf(const Aside& aside) const {
@@ -162,13 +201,24 @@ bool CHostScriptSink::processPicture(const std::string& file, IScriptRunner& run
     Aside save = asideOf(page, true);
     m_unprocessed.erase(known);
     if (!correctAside(path, asideOf(page, false))) return false;
-    if (!held.saved || held.file != file) return true;
-    save.replaced = file;
-    return queueSteps({fileStep(ScriptAction::SaveAs, "/SaveAs", file)}, file, save);
+    if (!held.saved) return true;
+    if (held.multipage || holdsSeveral(held.file)) {
+      m_parts.services->Log(formatText(
+          Supp_Translate("%s has other pages and stays as it is; save the document when the page is done."),
+          {held.file}));
+      return true;
+    }
+    save.replaced = held.file;
+    return queueSteps({fileStep(ScriptAction::SaveAs, "/SaveAs", held.file)}, file, save);
   }
   const std::string name = std::string("/") + script_key::Autocorrect;
   std::string why;
   try {
+    if (known != m_unprocessed.end() && holdsSeveral(file)) {
+      throw CXException(Supp_Translate(
+          "the page was closed, and its file has other pages, which are done; open the file and run the script "
+          "on this page"));
+    }
     std::vector<ScriptStep> steps = compile(path.empty() ? Source{name, {}, Supp_Translate(script_key::Autocorrect)}
                                                          : Source{readScriptFile(path), path, path});
     for (ScriptStep& step : steps)

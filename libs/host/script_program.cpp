@@ -142,7 +142,8 @@ std::vector<KxPtr<IRStor>> runProgramStep(const ScriptStep& step, const ProgramP
                                           const ProgramWork& work, IProgress* progress,
                                           const std::function<void(const std::string&)>& log) {
   const ScriptProgram& program = step.program;
-  if (program.uses('b') && work.file.empty())
+  // A name without a folder would be in the work folder, which goes with what is in it.
+  if (program.uses('b') && !work.file.starts_with('/'))
     throw CXException(Supp_Translate("%b is the page's file without its extension; this page has no file"));
   const WorkFolder folder;
   const std::string input = folder.file("page." + program.in), output = folder.file("result." + program.out);

@@ -76,7 +76,8 @@ void ScriptRun::takeCurrent() {
   m_work.page = id;
   m_work.rasters = {page.raster};
   m_work.before = page.raster;
-  m_work.file = page.file;
+  // Until it is saved, another page may have the same file, and what programs write beside it.
+  m_work.file = page.saved || page.file.empty() || m_world.pageName.empty() ? page.file : m_world.pageName;
   m_work.saved = page.saved;
   m_work.name = page.file.empty() ? formatText(Supp_Translate("page %d"), {toText(std::int64_t{id})}) : page.file;
 }
@@ -171,19 +172,25 @@ ScriptRun::Outcome ScriptRun::performLogged(const ScriptStep& step) {
     m_progress->SetText(step.text().c_str());
   }
   const Outcome outcome = isCancelled() ? Outcome::Cancelled : performGuarded(step);
-  const char* word = "";
-  switch (outcome) {
-    case Outcome::Done: word = "done"; break;
-    case Outcome::Failed: word = "failed"; break;
-    case Outcome::Declined: word = "not replaced"; break;
-    case Outcome::Cancelled: word = "cancelled"; break;
-  }
+  constexpr const char* kWords[] = {"done", "failed", "not replaced", "cancelled"};
+  const char* word = kWords[static_cast<int>(outcome)];
   const std::string file = touchesFile(step.action) ? step.file : m_work.name;
   log(formatText(Supp_Translate("  line %d: %s (%s): %s, %s s"),
                  {toText(std::int64_t{step.line}), step.text(), file, Supp_Translate(word),
                   seconds(std::chrono::steady_clock::now() - start)}));
-  if (outcome == Outcome::Cancelled) collect(file, Supp_Translate("cancelled"), &step, true);
+  if (outcome == Outcome::Cancelled) collect(pictureOf(step), Supp_Translate("cancelled"), &step, true);
+  if (outcome == Outcome::Declined && isListed()) {
+    collect(pictureOf(step), formatText(Supp_Translate("%s exists already and was not replaced"), {step.file}),
+            &step, false);
+  }
   return outcome;
+}
+
+/// The name of what a command works on, which a list of failures can be tried again by.
+std::string ScriptRun::pictureOf(const ScriptStep& step) const {
+  if (step.action == ScriptAction::Open) return step.file;
+  if (m_work.page > 0 && !m_world.pageName.empty()) return m_world.pageName;
+  return m_work.name.empty() ? m_title : m_work.name;
 }
 
 ScriptRun::Outcome ScriptRun::performGuarded(const ScriptStep& step) {
@@ -192,7 +199,7 @@ ScriptRun::Outcome ScriptRun::performGuarded(const ScriptStep& step) {
   try {
     return performStep(step);
   } catch (const CXFileException& e) {
-    return failed(step, e.path().empty() ? file : e.path(), e.what(), writes);
+    return failed(step, e.path().empty() || !touchesFile(step.action) ? file : e.path(), e.what(), writes);
   } catch (const CXException& e) {
     return failed(step, file, e.what(), writes);
   } catch (const std::bad_alloc&) {
@@ -211,7 +218,7 @@ ScriptRun::Outcome ScriptRun::failed(const ScriptStep& step, const std::string& 
   }
   m_failures.push_back({file, text, cannotWrite});
   log("  " + text);
-  collect(file, why, &step, false);
+  collect(pictureOf(step), why, &step, false);
   return Outcome::Failed;
 }
 
@@ -241,7 +248,10 @@ ScriptRun::Outcome ScriptRun::open(const ScriptStep& step) {
 
 ScriptRun::Outcome ScriptRun::saveAs(const ScriptStep& step) {
   const bool replace = fio::exists(step.file);
-  if (step.file != m_world.replaced && !mayReplaceFile(m_world.events.get(), step.file)) return Outcome::Declined;
+  // The pages that others have added to it meanwhile are not lost without a question.
+  const bool isOwn = replace && step.file == m_world.replaced &&
+                     CountRasterPages(step.file) == static_cast<int>(m_work.rasters.size());
+  if (!isOwn && !mayReplaceFile(m_world.events.get(), step.file)) return Outcome::Declined;
   fio::createFolder(fio::folderOf(step.file));
   LineProgress lines(m_progress.get(), linesOf(m_work.rasters));
   if (!SaveRasterFile(m_world.app.get(), m_work.rasters, step.file, replace, m_progress ? &lines : nullptr)) {
@@ -327,7 +337,7 @@ bool ScriptRun::commit(const Work& work) {
       const std::string why =
           formatText(Supp_Translate("%s was closed or changed while the script ran."), {work.name});
       m_failures.push_back({work.name, why, false});
-      collect(work.name, why, nullptr, false);
+      collect(m_world.pageName.empty() ? work.name : m_world.pageName, why, nullptr, false);
       return false;
     }
     if (work.saved) m_world.pages->NoteSaved(work.page, work.file);

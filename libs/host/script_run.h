@@ -20,7 +20,7 @@ struct ScriptWorld {
   std::function<void(const std::string& file)> onSaved;
   ProgramPolicy programs{};
   int page = 0;            ///< what to begin with; 0: the current one
-  std::string pageName{};  ///< what that is called, for a message when it is gone
+  std::string pageName{};  ///< what that is called; no other page of the document is
   /// Runs what asks the document and then changes it, on the document's thread; empty: at once.
   std::function<void(const std::function<void()>&)> onDocument{};
   std::function<bool()> isListed{};  ///< whether somebody lists failures, so that no message is needed
@@ -76,6 +76,7 @@ class ScriptRun {
   [[nodiscard]] Outcome close();
   [[nodiscard]] Outcome change(const ScriptStep& step);
   [[nodiscard]] std::vector<KxPtr<IRStor>> resultsOf(const ScriptStep& step);
+  [[nodiscard]] std::string pictureOf(const ScriptStep& step) const;
   [[nodiscard]] Outcome failed(const ScriptStep& step, const std::string& file, const std::string& why,
                                bool cannotWrite);
   [[nodiscard]] bool isAsItWas(const Work& work) const;

@@ -135,6 +135,7 @@ bool CHostScriptSink::addRaster(IParam* arguments) {
   const int id = pages()->Add(page);
   if (id <= 0) return false;
   m_lastPage = id;
+  noteGiven(id, page.file);
   if (m_onRaster) m_onRaster(m_programPages ? HostDocument{page.file, {page.raster}, false} : documents().back());
   return true;
 }
@@ -144,7 +145,8 @@ bool CHostScriptSink::addPage(IParam* arguments) {
   const auto held = pages();
   HostPage page;
   if (file.empty() || !held->GetPage(m_lastPage, &page)) return false;
-  if (m_queue->holds(m_lastPage)) return queueAddPage(file), true;
+  // Also one that no script works on keeps its place after those before it.
+  if (m_queue->Count() > 0) return queueAddPage(file), true;
   try {
     appendPage(m_parts.io.get(), file, page.raster.get());
   } catch (const CXException& e) {

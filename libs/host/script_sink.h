@@ -57,12 +57,13 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
   };
   struct Aside {
     int page = 0;          ///< 0: a file
-    std::string name;      ///< of what it works on, for the user
+    std::string name;      ///< of what it works on, for the user; no other page has it
     bool isSave = false;   ///< it is not cancelled, and tells its failures
     std::string replaced;  ///< a file that is replaced without a question
   };
   [[nodiscard]] ScriptWorld worldOf(const Aside& aside) const;
-  [[nodiscard]] Aside asideOf(int page, bool isSave) const;
+  [[nodiscard]] Aside asideOf(int page, bool isSave);
+  void noteGiven(int page, const std::string& file);
   /// The script of "Autocorrect".
   [[nodiscard]] std::string correctionPath(IParam* arguments, IScriptRunner* runner) const;
   bool correctAside(const std::string& path, const Aside& aside);
@@ -77,6 +78,8 @@ class CHostScriptSink final : public CKxUnknownImpl<IScriptCmdSink> {
   const std::function<void(const std::string&)> m_onSaved;
   const ProgramPolicy m_programs;            // of this run
   std::map<std::string, int> m_unprocessed;  // pages by the names that they were reported with
+  std::map<std::string, int> m_named;        // pages by their names, those of the first page of each file
+  std::map<int, std::string> m_given;        // files that the panel named for pages
   const KxPtr<CHostPages> m_ownPages = KxPtr<CHostPages>::adopt(new CHostPages);
   KxPtr<IHostPages> m_programPages;
   ClearPolicy m_clear;
