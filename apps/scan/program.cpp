@@ -186,8 +186,8 @@ quillbay::Preset takePreset(quillbay::IApp* app, const ScanOptions& options, Rep
   OutputChoice output = chooseOutput(options);
   const std::string extension = output.extension;
   const ScannerChoice scanner(app, options, reporter);
-  const HiddenPanel panel(app, quillbay::ScanToFile);
   const bool saved = quillbay::HasSavedSettings(app, scanner.name()) != 0;
+  const HiddenPanel panel(app, quillbay::ScanToFile);
   PanelSetup(app, panel.sink(), scanner, options, reporter, saved).apply(output, false);
   // The save page's own, which --format overrides for one run.
   const auto files = quillbay::new_MemParam();

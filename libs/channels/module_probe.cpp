@@ -13,6 +13,7 @@ namespace quillbay {
 namespace {
 
 constexpr const char* kProbeHelper = "quillbay-probe-formats";
+constexpr const char* kWritesNothing = "it offers nothing that can be written";
 
 /// The tab-separated fields of a line.
 std::vector<std::string> fieldsOf(const std::string& line) {
@@ -50,7 +51,7 @@ void takeEnd(const std::vector<std::string>& fields, ModuleAnswer* answer) {
   const bool saves = std::any_of(answer->formats.begin(), answer->formats.end(),
                                  [](const FormatFacts& facts) { return facts.saves; });
   answer->state = saves ? ModuleState::Good : ModuleState::Nothing;
-  if (!saves) answer->why = "it offers nothing that can be written";
+  if (!saves) answer->why = kWritesNothing;
 }
 
 /// Takes the helper's report on `asked`, in whose order it looks at them. Returns how many came to their end; the
@@ -133,6 +134,7 @@ std::vector<ModuleAnswer> examineModules(const std::vector<std::string>& files,
     if (!stampFile(&answer)) continue;
     const ModuleAnswer* kept = findKnown(known, answer);
     if (kept) answer = *kept;
+    if (answer.state == ModuleState::Nothing) answer.why = kWritesNothing;
     answers.push_back(std::move(answer));
   }
   std::vector<ModuleAnswer*> asked;
