@@ -72,9 +72,11 @@ bool checkWritable(IEvents* events, const std::string& path) {
   }
 }
 
-int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* draft) {
+int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* draft,
+                      const std::set<std::string>& pending) {
   const NameContext context = makeNameContext(params);
-  OutputName name = applyExistsRule(context);
+  const OutputName name =
+      applyExistsRule(context, [&](const std::string& path) { return pending.count(path) || fio::exists(path); });
   const bool asks = name.refused && name.exists;
   params.quiet().outputFile = name.path;
   if (name.refused && !asks) {
@@ -84,7 +86,7 @@ int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* dra
   if (!checkWritable(events, name.path)) return 0;
   if (asks && !mayOverwrite(events, name.path)) return 0;
   adopt(params, name);
-  if (!setAsideLeftover(events, name.path)) return 0;
+  if (!pending.count(name.path) && !setAsideLeftover(events, name.path)) return 0;
   draft->names.moment = context.moment;
   draft->addsToFile = params.values().multiPage && name.exists;
   draft->mayReplace = !params.values().multiPage && (asks || params.values().fileFate == kFateOverwrite);

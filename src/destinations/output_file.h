@@ -1,5 +1,6 @@
 #pragma once
 #include <functional>
+#include <set>
 #include <string>
 
 #include "destinations/page_draft.h"
@@ -18,8 +19,11 @@ void signalCannotWrite(IEvents* events, const std::string& path, const std::stri
 /// Builds the output path, stores it as the output file name, and applies the rule for existing files: the counter
 /// and its switch change through their setters, "ask" asks. A part that a killed program left under that name is
 /// set aside, and the user is told. Returns 1 and fills in `*draft`; 0 when the user was told why there is no file.
-/// User-interface thread. `events` may be null; then nobody can be asked and "ask" refuses.
-[[nodiscard]] int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* draft);
+/// User-interface thread. `events` may be null; then nobody can be asked and "ask" refuses. `pending` are files
+/// that this program will write or is writing: they are in the way as if they existed, and what is left of them is
+/// not set aside.
+[[nodiscard]] int PrepareOutputFile(CSharedScanParams& params, IEvents* events, PageDraft* draft,
+                                    const std::set<std::string>& pending = {});
 
 /// Compares the folder's free space with the expected page. When it is little, `interactive` asks: Retry looks
 /// again and goes on unless next to nothing is free, Cancel stops (false). Otherwise a warning goes to the host's

@@ -1,6 +1,8 @@
 #pragma once
 #include <QTimer>
 #include <memory>
+#include <set>
+#include <string>
 
 #include "destinations/command_suppression.h"
 #include "destinations/destination_factory.h"
@@ -94,7 +96,7 @@ class CScanToView final : public CDialog,
   void saveHistories();
   void installStore();
   void suppressCommands();
-  void awaitSave();
+  [[nodiscard]] const std::set<std::string>& pendingSaves();
   /// The files of the run that is under way; the first call in a run makes them.
   [[nodiscard]] RunOutput& output();
   [[nodiscard]] bool pasteInto(const QLineEdit* edit);
@@ -123,7 +125,7 @@ class CScanToView final : public CDialog,
   NextNameFinder m_nextName{this, kNameFound};
   QTimer m_clock;  // runs while the name shows the time
   bool m_useFileOut = true;
-  std::string m_lastSave;                            // file that the host was asked to save a page to
+  std::set<std::string> m_pendingSaves;              // files that the host was asked to save pages to
   std::unique_ptr<CommandSuppression> m_suppressed;  // from a batch's first page to its end
   std::unique_ptr<RunOutput> m_output;               // from a run's first page to its end
 };

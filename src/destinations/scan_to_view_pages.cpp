@@ -1,6 +1,7 @@
 /// The pages of the Scan To File and Scan To View panel: before, after, and saving.
 #include <QGuiApplication>
 #include <limits>
+#include <tuple>
 
 #include "destinations/batch_script.h"
 #include "destinations/file_names.h"
@@ -54,15 +55,15 @@ int CScanToView::BeginScan() {
   return 1;
 }
 
-/// A host that works aside may not have written the last page yet. The rule for existing files has to find it when
-/// the next one would get its name: a mask without a counter does that.
-void CScanToView::awaitSave() {
-  const auto queue = m_lastSave.empty() ? KxPtr<IScriptQueue>{} : query<IScriptQueue>(m_params.app());
-  if (queue && queue->Count() > 0 && !m_params.values().multiPage && nextFile() == m_lastSave) queue->Finish();
+/// A host that works aside may not have written the pages before this one yet. The rule for existing files has to
+/// find them when this one would get the name of one: a mask without a counter does that.
+const std::set<std::string>& CScanToView::pendingSaves() {
+  const auto queue = m_pendingSaves.empty() ? KxPtr<IScriptQueue>{} : query<IScriptQueue>(m_params.app());
+  if (!queue || queue->Count() == 0) m_pendingSaves.clear();
+  return m_pendingSaves;
 }
 
 bool CScanToView::prepareFile() {
-  awaitSave();
   const ScanValues& v = m_params.values();
   if (v.dir.empty() || v.mask.empty()) {
     tell(loadString(kTextMaskEmpty));
@@ -74,7 +75,7 @@ bool CScanToView::prepareFile() {
     m_params.quiet().outputFile = part;
   } else {
     PageDraft draft = output().draft();  // a copy: the run may end while a question is shown
-    if (!PrepareOutputFile(m_params, host.get(), &draft)) {
+    if (!PrepareOutputFile(m_params, host.get(), &draft, std::set(pendingSaves()))) {
       refreshNextName();
       return false;
     }
@@ -226,11 +227,12 @@ int CScanToView::savePage() {
 bool CScanToView::sendSave() {
   const std::string& file = m_params.values().outputFile;
   const KxPtr<IParam> arguments = new_MemParam();
+  std::ignore = pendingSaves();
+  m_pendingSaves.insert(file);
   if (output().target().joinsPart) {
     arguments->SetValue(script_key::FileName, file);
     return m_context.controller->ExecCommand(script_key::AddPage, arguments.get()) == 0;
   }
-  m_lastSave = file;
   const BatchScript script(file);
   arguments->SetValue(script_key::FileName, script.path());
   arguments->SetValue(script_key::KeepWindow, 1);

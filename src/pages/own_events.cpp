@@ -27,9 +27,10 @@ class HeldInput final : public QObject {
 
  protected:
   bool eventFilter(QObject* watched, QEvent* event) override {
-    auto* widget = qobject_cast<QWidget*>(watched);
-    if (!widget || !isInput(*event) || isOfPage(*widget)) return false;
-    m_held.emplace_back(widget, std::unique_ptr<QEvent>(event->clone()));
+    // A shortcut is given to its action, too; what only looks at input on its way to a widget is left alone.
+    const bool takes = watched->isWidgetType() || event->type() == QEvent::Shortcut;
+    if (!takes || !isInput(*event) || isOfPage(*watched)) return false;
+    m_held.emplace_back(watched, std::unique_ptr<QEvent>(event->clone()));
     event->accept();  // not offered to the controls around it
     return true;
   }
@@ -42,16 +43,19 @@ class HeldInput final : public QObject {
       case QEvent::MouseButtonDblClick:
       case QEvent::KeyPress:
       case QEvent::KeyRelease:
+      case QEvent::Shortcut:
       case QEvent::Wheel: return true;
       default: return false;
     }
   }
-  [[nodiscard]] bool isOfPage(const QWidget& widget) const {
-    return m_page && (&widget == m_page || m_page->isAncestorOf(&widget));
+  [[nodiscard]] bool isOfPage(const QObject& object) const {
+    const QObject* at = &object;
+    while (at && at != m_page) at = at->parent();
+    return at != nullptr;
   }
 
   const QPointer<const QWidget> m_page;
-  std::vector<std::pair<QPointer<QWidget>, std::unique_ptr<QEvent>>> m_held;
+  std::vector<std::pair<QPointer<QObject>, std::unique_ptr<QEvent>>> m_held;
 };
 
 }  // namespace

@@ -39,7 +39,7 @@ std::string logFieldText(const std::string& line) {
 /// What a script advances; it may outlive the page.
 class CPostProc::Progress final : public CKxUnknownImpl<IProgress> {
  public:
-  explicit Progress(CPostProc* page) : m_page(page) {}
+  explicit Progress(CPostProc* page) : m_page(page), m_isAside(page->queued() > 0) {}
   void SetText(const char*) override {}  // the log has the commands
   void Step() override {
     if (m_page) std::ignore = m_page->step();
@@ -52,10 +52,12 @@ class CPostProc::Progress final : public CKxUnknownImpl<IProgress> {
     return before;
   }
   void Reset() override { m_position = 0; }
-  int IsCancelled() override { return !m_page || m_page->m_isCancelled ? 1 : 0; }
+  /// What works aside goes on without the page, to its end and with the scripts that wait.
+  int IsCancelled() override { return (m_page ? m_page->m_isCancelled : !m_isAside) ? 1 : 0; }
 
  private:
   const QPointer<CPostProc> m_page;
+  const bool m_isAside;
   int m_position = 0;
 };
 
@@ -97,6 +99,10 @@ void CPostProc::createForm(int) {
   if (m_queue) m_queueSink.Subscribe(m_queue->GetSinks().get());
   if (const auto services = query<IScriptServices>(app)) m_runner.Subscribe(services->GetRunners().get());
   showFields();
+  if (const int left = queued(); left > 0) {  // of a page before this one
+    enterHost();
+    queueChanged(left);
+  }
 }
 
 void CPostProc::connectButton(QPushButton* button, void (CPostProc::*action)()) {
@@ -213,15 +219,17 @@ int CPostProc::ProcessFile(const std::string& file) {
 int CPostProc::runRegistered(const std::function<int()>& command) {
   std::string error;
   int answer = 1;
+  const QPointer<CPostProc> self(this);  // a script's step dispatches events
   try {
     enterHost();
     answer = command();
   } catch (const CXException& e) {
     error = e.what();
   } catch (...) {
-    leaveHost();
+    if (self) leaveHost();
     throw;
   }
+  if (!self) return answer;
   if (queued() == 0) leaveHost();
   if (!error.empty()) controller().Message(EventKind::Information, error, EventButtons::Ok);
   return answer;
@@ -307,6 +315,7 @@ void CPostProc::cancel() {
 
 /// What was cancelled is no error of the script, but it is not processed either.
 void CPostProc::fileFailed(const std::string& file, IParam* parameters, bool isFlagged) {
+  if (paramInt(parameters, script_key::DontProcessErrors) != 0) return;
   if (!m_errors.add(file, parameters, isFlagged, params().values().dir) && !isFlagged) return;
   std::string reason = paramString(parameters, script_key::Error);
   if (reason.empty()) reason = Supp_Translate(isFlagged ? "cancelled" : "the script failed");
@@ -348,10 +357,18 @@ std::vector<std::string> CPostProc::chosenFiles() const {
 void CPostProc::tryAgain() {
   const QPointer<CPostProc> self(this);
   for (const std::string& file : chosenFiles()) {
-    std::erase_if(m_unprocessed, [&](const Unprocessed& failed) { return failed.file == file; });
+    const auto isFile = [&](const Unprocessed& known) { return known.file == file; };
+    const auto known = std::find_if(m_unprocessed.begin(), m_unprocessed.end(), isFile);
+    if (known == m_unprocessed.end()) continue;
+    const Unprocessed before = *known;
+    m_unprocessed.erase(known);
     showFiles();
-    std::ignore = ProcessFile(file);
+    const int answer = ProcessFile(file);
     if (!self) return;
+    // A host that could not begin may not have reported it.
+    if (answer == 0 || std::any_of(m_unprocessed.begin(), m_unprocessed.end(), isFile)) continue;
+    m_unprocessed.push_back(before);
+    showFiles();
   }
 }
 

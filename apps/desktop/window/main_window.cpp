@@ -95,6 +95,7 @@ MainWindow::~MainWindow() {
   m_panel->disconnect(this);
   m_document->disconnect(this);
   m_panel->closePanel();
+  endScripts();       // it may not have been closed: the program was told to quit
   m_guard.reset();    // pages that are not saved stay kept
   *m_self = nullptr;  // no thread of a scan is left that could look
   m_app->SetMainWindow(nullptr);
