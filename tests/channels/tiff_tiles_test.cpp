@@ -2,6 +2,8 @@
 #include <tiffio.h>
 
 #include <cmath>
+#include <filesystem>
+#include <tuple>
 
 #include "quillbay/palette.h"
 #include "test_pages.h"
@@ -161,6 +163,68 @@ TEST(TiffTiles, LevelsAreNoPages) {
     EXPECT_EQ(read.pages[i].page, i);
     EXPECT_EQ(read.pages[i].levels.size(), i == 1 ? 0U : 1U);
     if (i != 1) expectPyramid(read.pages[i], pages[i]);
+  }
+}
+
+/// Pages in tiles go into files of every kind and byte order; what is abandoned leaves nothing.
+TEST(TiffTiles, PagesJoinFilesOfOtherPrograms) {
+  const TempFolder folder;
+  const std::string file = folder.file("foreign.tif");
+  const auto tiles = paramsWith({{"Layout", "tiles"}});
+  for (const char* kind : {"wl", "wb", "w8l", "w8b"}) {
+    SCOPED_TRACE(kind);
+    TIFF* tiff = TIFFOpen(file.c_str(), kind);
+    for (const auto& [tag, value] : std::vector<std::pair<std::uint32_t, int>>{{TIFFTAG_IMAGEWIDTH, 3},
+                                                                               {TIFFTAG_IMAGELENGTH, 1},
+                                                                               {TIFFTAG_BITSPERSAMPLE, 8},
+                                                                               {TIFFTAG_PHOTOMETRIC, 1}}) {
+      TIFFSetField(tiff, tag, value);
+    }
+    std::uint8_t line[] = {1, 2, 3};
+    TIFFWriteScanline(tiff, line, 0, 0);
+    TIFFClose(tiff);
+    std::vector<TestPage> pages;
+    for (const auto& [colorSpace, width, height] : {std::tuple{KxColorSpace::Palette, 1025, 3},
+                                                    {KxColorSpace::Bitonal, 1, 515},
+                                                    {KxColorSpace::Bgr, 513, 1},
+                                                    {KxColorSpace::Grey, 777, 600}}) {
+      const std::string before = readFile(file);
+      const TestPage page = makePage(colorSpace, width, height);
+      if (height > 1) savePaged(file, abandonedRaster(page, height - 1).get(), End::Abandon, tiles.get());
+      ASSERT_TRUE(readFile(file) == before);
+      savePaged(file, rasterOf(page, Source::Stripes, 300).get(), End::Commit, tiles.get());
+      pages.push_back(page);
+    }
+    const ReadFile read = readTiff(file);
+    ASSERT_TRUE(read.ok) << read.complaint;
+    ASSERT_EQ(read.pages.size(), pages.size() + 1);
+    EXPECT_EQ(read.big, kind[1] == '8');
+    EXPECT_EQ(read.pages[0].lines.at(0), (std::vector<std::uint8_t>{1, 2, 3}));
+    for (std::size_t i = 0; i < pages.size(); ++i) {
+      ASSERT_NO_FATAL_FAILURE(expectPyramid(read.pages[i + 1], pages[i])) << i;
+    }
+  }
+}
+
+/// The file is sparse: it takes no room on the disk.
+TEST(TiffTiles, AClassicFileEndsAtFourGigabytes) {
+  const TempFolder folder;
+  const std::string file = folder.file("full.tif");
+  const auto classic = paramsWith({{"Layout", "tiles"}, {"TiffKind", "classic"}, {"Compression", "None"}});
+  const TestPage page = makePage(KxColorSpace::Rgb, 700, 2100);
+  savePaged(file, rasterOf(makePage(KxColorSpace::Grey, 9, 9), Source::Stripes).get(), End::Commit, classic.get());
+  for (const std::int64_t left : {std::int64_t{5} << 20, std::int64_t{1} << 10}) {
+    SCOPED_TRACE(left);
+    const std::int64_t size = (std::int64_t{1} << 32) - left;
+    std::filesystem::resize_file(file, static_cast<std::uintmax_t>(size));
+    try {
+      savePaged(file, rasterOf(page, Source::Stripes).get(), End::Abandon, classic.get());
+      ADD_FAILURE() << "was not refused";
+    } catch (const CXFileException& e) {
+      EXPECT_NE(std::string(e.what()).find("4 GB"), std::string::npos) << e.what();
+    }
+    EXPECT_EQ(std::filesystem::file_size(file), static_cast<std::uintmax_t>(size));
+    EXPECT_EQ(pagesOf(file), 1);
   }
 }
 
