@@ -4,11 +4,14 @@
 #include <climits>
 #include <cstring>
 #include <ctime>
+#include <vector>
 
 #include "channels/codec/module_support.h"
 #include "channels/color_profile.h"
 #include "channels/line_source.h"
+#include "channels/module_loader.h"
 #include "platform/base_services.h"
+#include "platform/file_channel.h"
 
 namespace quillbay {
 namespace {
@@ -59,6 +62,36 @@ class HeldBlock {
  private:
   QbBlock m_block{};
   bool m_has;
+};
+
+/// A file in memory, for a page that is only begun.
+class ScratchFile {
+ public:
+  ScratchFile() {
+    m_edge.self = this;
+    m_edge.size = [](void* self) { return static_cast<std::int64_t>(of(self).size()); };
+    m_edge.read = [](void* self, std::int64_t offset, void* bytes, std::size_t size) -> int {
+      const auto end = static_cast<std::uint64_t>(of(self).size());
+      if (offset < 0 || static_cast<std::uint64_t>(offset) > end || size > end - static_cast<std::uint64_t>(offset))
+        return QB_E_FILE;
+      if (size > 0) std::memcpy(bytes, of(self).data() + offset, size);
+      return QB_OK;
+    };
+    m_edge.append = [](void* self, const QbPiece* pieces, int count) -> int {
+      for (int i = 0; i < count; ++i) {
+        const auto* from = static_cast<const std::uint8_t*>(pieces[i].bytes);
+        of(self).insert(of(self).end(), from, from + pieces[i].size);
+      }
+      return QB_OK;
+    };
+    m_edge.patch = [](void*, std::int64_t, const void*, std::size_t) -> int { return QB_OK; };
+  }
+  [[nodiscard]] const QbFile* edge() const noexcept { return &m_edge; }
+
+ private:
+  static std::vector<std::uint8_t>& of(void* self) noexcept { return static_cast<ScratchFile*>(self)->m_bytes; }
+  std::vector<std::uint8_t> m_bytes;
+  QbFile m_edge{};
 };
 
 class PageSaver {
@@ -154,6 +187,40 @@ std::string dateTimeText(std::int64_t secondsSince1970) {
   if (!::localtime_r(&moment, &parts)) return "1970:01:01 00:00:00";
   const std::size_t size = std::strftime(text, sizeof text, "%Y:%m:%d %H:%M:%S", &parts);
   return {text, size};
+}
+
+std::string RefusalOf(IIOParams* params, const std::string& fileName, const ExpectedPage& expected) {
+  const QbFormat* format = formatForName(fileName);
+  const auto colorSpace = static_cast<std::int32_t>(expected.colorSpace);
+  if (!format || format->accepts(colorSpace) == 0) return {};  // said elsewhere
+  ScratchFile file;
+  QbWriter* writer = nullptr;
+  QbText why{};
+  try {
+    const OptionSource options(params, format->name);
+    const ColorProfile profile = profileFor(expected.colorSpace, options.text(kProfileOption.key));
+    int code = format->open_writer(file.edge(), &writer, &why);
+    if (code == QB_OK) {
+      const std::uint8_t palette[256 * 4] = {};
+      QbPage page{};
+      page.color_space = colorSpace;
+      page.width = std::max(expected.width, 1);
+      page.expected_lines = expected.lines;
+      page.dpi = expected.dpi;
+      page.paged = expected.joinsPart ? 1 : 0;
+      page.palette = palette;
+      page.software = page.date_time = page.title = "";
+      page.icc = profile.empty() ? nullptr : profile.data();
+      page.icc_size = profile.size();
+      code = format->begin_page(writer, &page, &options.edge(), &why);
+      format->drop_page(writer);
+      format->close_writer(writer);
+    }
+    if (code != QB_OK) throwModuleError(FileStep::Write, fileName, code, 0, why);
+  } catch (const CXException& e) {
+    return e.what();
+  }
+  return {};
 }
 
 bool savePage(WritingFile& file, const PageRequest& request, IRStor* raster, IProgress* progress) {

@@ -1,5 +1,7 @@
 #include "control/page_preparation.h"
 
+#include <algorithm>
+
 #include "analysis/scan_rectangle.h"
 #include "analysis/sheet_outline.h"
 #include "control/media_check.h"
@@ -8,6 +10,7 @@
 #include "control/search_scan.h"
 #include "params/found_text.h"
 #include "platform/base_services.h"
+#include "platform/file_channel.h"
 #include "quillbay/scan_keys.h"
 #include "stores/simple_stor.h"
 #include "stores/view_stor.h"
@@ -75,6 +78,7 @@ Preparation PagePreparation::page() {
   auto plan = std::make_shared<ScanPlan>();
   plan->kind = RunKind::Scan;
   putRectangle(out, *plan);
+  if (!fitsFormat(out, *plan)) return out;
   if (!findPalette(out)) return out;
   if (!m_parts.run.burst() && !out.page.fragment && !checkMedia(out)) return out;
   out.request->SetValue(key::RequestType, kRequestScan);
@@ -196,6 +200,29 @@ void PagePreparation::putRectangle(Preparation& out, ScanPlan& plan) {
   out.request->SetValue(key::BatchMode, m_parts.run.batch() ? 1 : 0);
   out.page.expectedLines = rect.height() > 0 ? roundHalfUp(mmToPixels(rect.height(), v.dpi)) : 0;
   plan.area = rect;
+}
+
+/// False, with a message, when the format of the page's file cannot hold it. What only the scanner can tell is left
+/// out.
+bool PagePreparation::fitsFormat(Preparation& out, const ScanPlan& plan) const {
+  const IFileDestination* files = m_parts.files();
+  const auto formats = query<IIOParams>(m_parts.params.app());
+  if (!files || !files->writesFile() || !formats || out.page.bursting) return true;
+  const PageDraft draft = files->draft(true);
+  const std::string& file = draft.openPart.empty() ? draft.names.values.outputFile : draft.openPart;
+  if (file.empty()) return true;
+  const ScanValues& v = m_parts.values();
+  ExpectedPage page;
+  page.colorSpace = static_cast<KxColorSpace>(v.colorSpace);
+  page.dpi = static_cast<std::uint32_t>(std::max(v.dpi, 0));
+  page.joinsPart = v.multiPage != 0;
+  page.lines = leastPageLines(v);
+  if (v.skew == 0) page.width = static_cast<std::int32_t>(roundHalfUp(mmToPixels(plan.area.width(), v.dpi)));
+  const std::string why = RefusalOf(formats.get(), file, page);
+  if (why.empty()) return true;
+  m_parts.host.message(EventKind::Information, why, EventButtons::Ok);
+  out.cause = EndCause::Output;
+  return false;
 }
 
 /// Notes once for each run that its pages are wider than the user asked for.

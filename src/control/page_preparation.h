@@ -48,6 +48,7 @@ class PagePreparation {
   [[nodiscard]] bool findPalette(Preparation& out);
   [[nodiscard]] bool checkMedia(Preparation& out);
   void putRectangle(Preparation& out, ScanPlan& plan);
+  [[nodiscard]] bool fitsFormat(Preparation& out, const ScanPlan& plan) const;
   void noteWidening(double width) const;
   void finishPreview(Preparation& out, RunKind kind, const tagRRECT& area, int dpi);
   void takeSettings(ScanPlan& plan) const;

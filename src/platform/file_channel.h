@@ -94,12 +94,25 @@ class IKxRasterLoadFileChanel : public IKxUnknown {
 KxPtr<IKxFileChanel> new_FileChanel(IIOParams* params, const std::string& fileName, void* reserved1,
                                     void* reserved2);
 
+/// What the settings tell of a page before it is scanned.
+struct ExpectedPage {
+  KxColorSpace colorSpace = KxColorSpace::None;
+  std::int32_t width = 0;  ///< pixels; 0: unknown
+  std::int64_t lines = 0;  ///< 0: unknown
+  std::uint32_t dpi = 0;   ///< 0: unknown
+  bool joinsPart = false;  ///< a page of a multi-page file
+};
+
+/// Why the format of `fileName`, with its options, cannot hold such a page, for a person; empty when nothing is
+/// known against it. Writes nothing, so that it can be asked before the paper moves.
+std::string RefusalOf(IIOParams* params, const std::string& fileName, const ExpectedPage& page);
+
 /// A channel that reads `fileName` (its content chooses the format). Throws CXFileException.
 KxPtr<IKxFileChanel> new_OpenFileChanel(IIOParams* params, const std::string& fileName);
 
 /// Examines the module of an entry of the host's format settings (`format_key`) and notes there what it can write:
-/// `format_key::ColorSpaces` and `MultiPage`, or `Exclude` when it offers nothing. Returns 1, or 0 when the module is
-/// not there, is none, or failed: nothing is noted then.
+/// `format_key::ColorSpaces` and `MultiPage`, or `Exclude` when it offers nothing. Returns 1, or 0 when the module
+/// is not there, is none, or failed: nothing is noted then.
 int ProbeSaveFormat(std::string_view name, IParam* entry);
 
 /// Gives the finished pages of a batch's NAME.part their final name; what `Commit` does, after the fact.

@@ -234,6 +234,14 @@ TEST(JpegPages, WhatAJpegCannotHoldIsRefusedByItsNumber) {
   EXPECT_NE(said(makePage(KxColorSpace::Grey, 3, 2), 0, "101").find("1 to 100"), std::string::npos);
   EXPECT_NE(said(makePage(KxColorSpace::Palette, 3, 2), 0, "90").find("grey or full colour"), std::string::npos);
   EXPECT_NE(said(makePage(KxColorSpace::Bitonal, 9, 2), 0, "90").find("grey or full colour"), std::string::npos);
+  // The same before a scan.
+  const auto refusal = [&](const ExpectedPage& page, const char* key, const std::string& value) {
+    return RefusalOf(paramsWith({{key, value}}).get(), file, page);
+  };
+  EXPECT_NE(refusal({KxColorSpace::Grey, 9, 70000}, "Quality", "90").find("the page has 70000"), std::string::npos);
+  EXPECT_NE(refusal({KxColorSpace::Grey, 65501, 0}, "Quality", "90").find("65501"), std::string::npos);
+  EXPECT_NE(refusal({KxColorSpace::Grey}, "Profile", "/none.icc").find("/none.icc"), std::string::npos);
+  EXPECT_EQ(refusal({KxColorSpace::Rgb, 65500, 65500}, "Quality", "90"), "");
   EXPECT_EQ(folder.list(), "");
 }
 
