@@ -24,10 +24,10 @@ struct Prepared {
   std::string path;
 };
 
-Prepared prepare(PanelWorld& world) {
+Prepared prepare(PanelWorld& world, const std::set<std::string>& pending = {}) {
   const auto events = world.app.as<IEvents>();
   PageDraft draft;
-  const bool goesOn = PrepareOutputFile(*world.params, events.get(), &draft) != 0;
+  const bool goesOn = PrepareOutputFile(*world.params, events.get(), &draft, pending) != 0;
   return {goesOn, draft, world.params->values().outputFile};
 }
 
@@ -58,20 +58,23 @@ TEST(PrepareOutputFile, UnderEveryFateWithAFileInTheWay) {
       {"asked, yes", kFateAsk, EventAnswer::Yes, true, true, "scan000.tif", 0, 1},
       {"asked, no", kFateAsk, EventAnswer::No, false, false, "scan000.tif", 0, 1},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.why);
+  for (int i = 0; i < 8; ++i) {
+    const Case& c = cases[i / 2];
+    const bool isPending = i % 2 != 0;  // it is not there yet, but will be
+    SCOPED_TRACE(std::string(c.why) + (isPending ? ", pending" : ""));
     PanelWorld world;
     world.params->quiet().dir = world.dir.path();
     world.params->quiet().fileFate = c.fate;
     world.answer = c.answer;
-    test::writeFile(world.dir.file("scan000.tif"), "old");
-    const Prepared p = prepare(world);
+    const std::string inTheWay = world.dir.file("scan000.tif");
+    test::writeFile(isPending ? inTheWay + ".part" : inTheWay, "old");
+    const Prepared p = isPending ? prepare(world, {inTheWay}) : prepare(world);
     EXPECT_EQ(p.goesOn, c.goOn);
     EXPECT_EQ(p.draft.mayReplace, c.mayReplace);
     EXPECT_EQ(p.path, world.dir.file(c.name));
     EXPECT_EQ(world.params->values().counter, c.counter);
     EXPECT_EQ(world.messages.size(), c.questions);
-    EXPECT_EQ(test::readFile(world.dir.file("scan000.tif")), "old");
+    EXPECT_EQ(test::readFile(isPending ? inTheWay + ".part" : inTheWay), "old") << "nothing is set aside";
   }
 }
 

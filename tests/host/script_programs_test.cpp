@@ -60,11 +60,11 @@ class ProgramsTest : public HostTest {
     listener.script = folder.path("work.kxf");
     services->GetRunners()->Subscribe(&listener);
   }
-  int addPage(std::uint8_t value, const std::string& name) {
+  int addPage(std::uint8_t value, const std::string& name, bool multipage = true) {
     const auto arguments = new_MemParam();
     arguments->SetValue("RStor", raster(value).as<IKxUnknown>());
     arguments->SetValue("FileName", folder.path(name));
-    arguments->SetValue("Multipage", 1);
+    if (multipage) arguments->SetValue("Multipage", 1);
     return sink->ExecCommand("IntAddRaster", arguments.get());
   }
   /// As the panel saves a page.
@@ -169,6 +169,11 @@ TEST(ProgramRun, LeavesNothingOfItsGroup) {
     return !(stat >> number >> name >> state) || state == "Z";
   }));
   EXPECT_LT(time.elapsed(), 30000);
+  call.words = {"sh", "-c", "exec yes >&2"};
+  call.isCancelled = nullptr;
+  call.limit = std::chrono::milliseconds(200);
+  EXPECT_EQ(runProgramFile(call).kind, ProgramEnd::Kind::TimedOut) << "also while it writes and writes";
+  call.limit = {};
   call.words = {"sh", "-c", "i=0; while [ $i -lt 3000 ]; do echo \"line $i of many\" >&2; i=$((i+1)); done"};
   call.isCancelled = nullptr;
   const ProgramEnd end = runProgramFile(call);
@@ -205,6 +210,46 @@ TEST_F(ProgramsTest, WorkAsideOnOnePageAfterAnother) {
   EXPECT_EQ(sink->ExecCommand("ProcessScript", again.get()), 0);
   queue->Finish();
   EXPECT_EQ(pages(folder.path("page3.tif")), std::vector<int>{252});
+}
+
+TEST_F(ProgramsTest, KeepPagesOfOneNameApart) {
+  open();
+  // Fails on both pages; the first one's program has left a file beside the page.
+  work("/Run sh -c \"echo x >> '%b.txt'; exit 1\"\n");
+  const auto queue = app.as<IScriptQueue>();
+  for (const std::uint8_t value : std::initializer_list<std::uint8_t>{1, 2}) {
+    ASSERT_EQ(addPage(value, "same.tif", false), 0);
+    ASSERT_EQ(sink->ExecCommand("Autocorrect", nullptr), 0);
+  }
+  queue->Finish();
+  ASSERT_EQ(listener.failed, (std::vector<std::string>{"same.tif", "same (page 2).tif"}));
+  EXPECT_TRUE(fio::exists(folder.path("same.txt")));
+  EXPECT_TRUE(fio::exists(folder.path("same (page 2).txt")));
+  folder.write("work.kxf", "/Invert\n");
+  EXPECT_EQ(command("ProcessScript", folder.path("same (page 2).tif")), 0);
+  queue->Finish();
+  EXPECT_EQ(documentValues(), (std::vector<int>{1, 253}));
+}
+
+TEST_F(ProgramsTest, TryingAPageAgainKeepsTheOthersOfItsFile) {
+  open();
+  const std::string file = folder.path("all.tif");
+  const auto add = new_MemParam();
+  add->SetValue("FileName", file);
+  work("/Run false\n/SaveAs FNAME:other.tif\n");
+  const auto queue = app.as<IScriptQueue>();
+  for (const std::uint8_t value : std::initializer_list<std::uint8_t>{1, 2, 3}) {
+    ASSERT_EQ(addPage(value, "all.tif"), 0);
+    if (value == 1) std::ignore = sink->ExecCommand("Autocorrect", nullptr);
+    ASSERT_EQ(sink->ExecCommand("IntAddPage", add.get()), 0);
+  }
+  queue->Finish();
+  ASSERT_EQ(pages(file), (std::vector<int>{1, 2, 3})) << "each after the one before";
+  ASSERT_EQ(listener.failed, std::vector<std::string>{"all.tif"}) << "the page";
+  folder.write("work.kxf", "/Invert\n");
+  std::ignore = command("ProcessScript", file);
+  queue->Finish();
+  EXPECT_EQ(pages(file), (std::vector<int>{1, 2, 3})) << "not written over by one page, nor done twice";
 }
 
 TEST_F(ProgramsTest, CancelListsWhatIsLeftAndSavesIt) {

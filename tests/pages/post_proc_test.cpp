@@ -218,6 +218,21 @@ TEST(PostProc, CountsStepsAndIsCancelledByItsButton) {
   w.page->RunPostProcessing();
 }
 
+TEST(PostProc, MayBeClosedInAStep) {
+  PostWorld w;
+  w.load(1, "a.kxf");
+  w.onRun = [&] {
+    const auto factory = w.registered(w.plain->services->factories);
+    const auto progress = KxPtr<IProgress>::adopt(factory->CreateProgress("a"));
+    QTimer::singleShot(0, w.page, [&] { delete std::exchange(w.page, nullptr); });
+    progress->Step();
+    EXPECT_EQ(progress->IsCancelled(), 1) << "a script on this thread ends with its page";
+  };
+  w.page->RunPostProcessing();
+  EXPECT_EQ(w.page, nullptr);
+  EXPECT_TRUE(w.directory().isEmpty());
+}
+
 TEST(PostProc, FieldsFollowTheBox) {
   PostWorld w;
   w.load(0, "a.kxf");
@@ -271,6 +286,13 @@ TEST(PostProc, TriesFilesAgain) {
   EXPECT_EQ(paramInt(sent.get(), "_donthidewindow"), 1);
   EXPECT_EQ(paramInt(sent.get(), "_ignore_command_", -1), 0);
   EXPECT_EQ(list->count(), 1);
+  // A host that cannot begin says nothing of the file; what is not to be listed is not, cancelled or not.
+  w.controller.refused = "ProcessScript";
+  w.onRun = [&] { w.registered(w.plain->services->collectors)->FileFailed("/out/c.tif", failure(true).get(), 1); };
+  list->item(0)->setSelected(true);
+  w.named<QPushButton>("tryAgain")->click();
+  ASSERT_EQ(list->count(), 1);
+  EXPECT_EQ(list->item(0)->text(), "b.tif\nwhy");
   EXPECT_EQ(w.controller.pageChanges, 0) << "nothing of it is a setting";
 }
 
