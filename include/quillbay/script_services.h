@@ -27,7 +27,8 @@ class IScriptProgressFactory : public IKxUnknown {
 /// Receives the files that a script could not process.
 class IScriptErrorSink : public IKxUnknown {
  public:
-  /// `file` is the picture that was worked on, or the script when there was none. `parameters` are those of the
+  /// `file` is the picture that was worked on, or the script when there was none; pages with the same file are told
+  /// apart by "NAME (page 2)". `IScriptRunner::ProcessFile` takes this name. `parameters` are those of the
   /// command that ran the script and of the script's line ("DontProcessErrors" among them when it was given), and
   /// "Script", "Line", "Command" and "Error". `cancelled` is non-zero if the user cancelled: the file may be good.
   virtual void FileFailed(const char* file, IParam* parameters, int cancelled) = 0;

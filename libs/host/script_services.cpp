@@ -15,6 +15,11 @@ KxPtr<IProgress> CScriptServices::MakeProgress(const std::string& name) {
   return last ? KxPtr<IProgress>::adopt(last->CreateProgress(name.c_str())) : KxPtr<IProgress>{};
 }
 
+KxPtr<IProgress> CScriptServices::MakeSideProgress(const std::string& name) {
+  const auto first = listsFailures() ? m_factories->Enumerate()->Next() : KxPtr<IScriptProgressFactory>{};
+  return first ? KxPtr<IProgress>::adopt(first->CreateProgress(name.c_str())) : KxPtr<IProgress>{};
+}
+
 void CScriptServices::FileFailed(const std::string& file, IParam* parameters, bool cancelled) {
   const auto sinks = m_collectors->Enumerate();
   while (const auto sink = sinks->Next()) sink->FileFailed(file.c_str(), parameters, cancelled ? 1 : 0);

@@ -10,6 +10,8 @@ class IScriptReports : public IKxUnknown {
   virtual void Log(const std::string& line) = 0;
   /// The progress of one run; empty without one.
   [[nodiscard]] virtual KxPtr<IProgress> MakeProgress(const std::string& name) = 0;
+  /// The same for a script that works aside.
+  [[nodiscard]] virtual KxPtr<IProgress> MakeSideProgress(const std::string& name) = 0;
   virtual void FileFailed(const std::string& file, IParam* parameters, bool cancelled) = 0;
 };
 
@@ -25,6 +27,9 @@ class CScriptServices final : public CKxUnknownImpl<IScriptServices, IScriptRepo
   void Log(const std::string& line) override;
   /// That of the factory which came last.
   KxPtr<IProgress> MakeProgress(const std::string& name) override;
+  /// That of the factory which came first, while somebody lists failures: one that came later, for a command of a
+  /// program's own, would show a window for what runs behind it.
+  KxPtr<IProgress> MakeSideProgress(const std::string& name) override;
   void FileFailed(const std::string& file, IParam* parameters, bool cancelled) override;
   /// The runner that came last; empty without one.
   [[nodiscard]] KxPtr<IScriptRunner> runner() const;

@@ -180,11 +180,12 @@ class SideReports final : public CKxUnknownImpl<IScriptReports>, SideCaller {
   void Log(const std::string& line) override {
     m_calls.post([reports = m_reports, line] { reports->Log(line); });
   }
-  KxPtr<IProgress> MakeProgress(const std::string& name) override {
+  KxPtr<IProgress> MakeProgress(const std::string& name) override { return MakeSideProgress(name); }
+  KxPtr<IProgress> MakeSideProgress(const std::string& name) override {
     auto shown = std::make_shared<ShownProgress>();
     shown->cancelled = m_cancelled;
     shown->onCancelled = m_onCancelled;
-    m_calls.run([&] { shown->target = m_reports->MakeProgress(name); });
+    m_calls.run([&] { shown->target = m_reports->MakeSideProgress(name); });
     return KxPtr<IProgress>::adopt(new SideProgress(std::move(shown), m_calls));
   }
   void FileFailed(const std::string& file, IParam* parameters, bool cancelled) override {
