@@ -102,7 +102,10 @@ void putFormat(IParam* section, const ModuleAnswer& answer, const FormatFacts& f
   if (isOther || paramString(entry.get(), format_key::Description).empty())
     putValue(entry.get(), format_key::Description, facts.description.empty() ? facts.name : facts.description);
   CKxVariant direct;
-  if (!entry->GetValue(format_key::DirectSave, &direct)) entry->SetValue(format_key::DirectSave, 1);
+  const auto options = KxPtr<IParam>::adopt(entry->GetSubStore(format_key::Options, 0));
+  const bool isSaid = entry->GetValue(format_key::DirectSave, &direct) ||
+                      (options && options->GetValue(format_key::DirectSave, &direct));
+  if (!isSaid) entry->SetValue(format_key::DirectSave, 1);
   putValue(entry.get(), format_key::ColorSpaces, static_cast<std::int32_t>(facts.colorSpaces));
   putValue(entry.get(), format_key::MultiPage, facts.paged ? 1 : 0);
 }

@@ -76,6 +76,8 @@ TEST(FormatSettings, AModuleThatFailedOrChangedIsAskedWhenItsFileIsAnother) {
   const auto off = KxPtr<IParam>::adopt(list->GetSubStore("PNG", 0));
   off->SetValue("Enabled", 0);
   off->SetValue("Description", "Mine");
+  off->Remove("DirectSave");
+  KxPtr<IParam>::adopt(off->GetSubStore("Options", 1))->SetValue("DirectSave", 0);
   query<IProfile>(app.get())->Flush();
   const auto known = knownModules(query<IProfile>(app.get()).get());
   const auto gone = std::find_if(known.begin(), known.end(),
@@ -90,6 +92,8 @@ TEST(FormatSettings, AModuleThatFailedOrChangedIsAskedWhenItsFileIsAnother) {
   const auto png = entryOf(next.get(), format_key::AllSaveFormats, "PNG");
   EXPECT_EQ(paramInt(png.get(), "Enabled", 1), 0) << "the user's";
   EXPECT_EQ(paramString(png.get(), "Description"), "Mine");
+  CKxVariant direct;
+  EXPECT_FALSE(png->GetValue("DirectSave", &direct)) << "its options say it";
   EXPECT_EQ(paramInt(entryOf(next.get(), format_key::AllSaveFormats, "gone.so").get(), "TwExclude"), 0)
       << "the file went: what it was does not count";
 }
