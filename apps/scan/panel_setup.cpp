@@ -145,6 +145,21 @@ void PanelSetup::applyPreset() {
                                      {m_options.preset}));
   }
   m_presetPages = entry.pages;
+  tellScript(entry.id);
+}
+
+/// Scripts work on pages that are scanned to view.
+void PanelSetup::tellScript(std::int32_t preset) const {
+  quillbay::Preset held;
+  if (m_options.toView || !quillbay::GetPreset(m_app, preset, &held)) return;
+  const bool uses = std::any_of(held.pages.begin(), held.pages.end(), [](const quillbay::PresetPage& page) {
+    CKxVariant value;
+    return page.values->GetValue(quillbay::key::UseScript, &value) && value.toInt() != 0;
+  });
+  if (!uses) return;
+  m_reporter.note(
+      translated("--preset \"%s\": its script is not run on pages that are scanned to a file; add --to view",
+                 {m_options.preset}));
 }
 
 bool PanelSetup::presetHolds(std::int32_t page) const {

@@ -24,6 +24,7 @@ class PanelSetup {
 
  private:
   void applyPreset();
+  void tellScript(std::int32_t preset) const;
   /// Whether the preset has values of a page.
   [[nodiscard]] bool presetHolds(std::int32_t page) const;
   void checkPaged(const OutputChoice& output) const;

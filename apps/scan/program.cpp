@@ -182,12 +182,13 @@ int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
 
 /// The settings of the options, as a scan with them would use them.
 quillbay::Preset takePreset(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter) {
+  checkScript(app, options);
   (void)parseArea(options.area);
   OutputChoice output = chooseOutput(options);
   const std::string extension = output.extension;
   const ScannerChoice scanner(app, options, reporter);
   const bool saved = quillbay::HasSavedSettings(app, scanner.name()) != 0;
-  const HiddenPanel panel(app, quillbay::ScanToFile);
+  const HiddenPanel panel(app, options.toView ? quillbay::ScanToView : quillbay::ScanToFile);
   PanelSetup(app, panel.sink(), scanner, options, reporter, saved).apply(output, false);
   // The save page's own, which --format overrides for one run.
   const auto files = quillbay::new_MemParam();

@@ -62,6 +62,13 @@ class Presets(Case):
         self.expect(3, "--preset", "careless", "-o", "b.tif")
         self.assertEqual((self.out / "b.tif").read_bytes(), before)
 
+    def test_a_script_is_part_of_it(self):
+        self.expect(1, *GREY, "--script", "missing.kxf", "--save-preset", "worked")
+        self.expect(0, *GREY, "--script", "autocorrect", "--save-preset", "worked")
+        entry = json.loads(self.expect(0, "--list-presets", "--json", device=None).stdout.splitlines()[0])
+        self.assertIn("Post-processing", [page["title"] for page in entry["pages"]])
+        self.assertIn("--to view", self.expect(0, "--preset", "worked", "-o", "a.tif").stderr)
+
     def test_refusals_name_their_cause(self):
         self.expect(0, *GREY, "--save-preset", "Plans")
         (self.out / "there").write_text("mine")
