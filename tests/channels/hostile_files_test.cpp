@@ -74,6 +74,10 @@ TEST(HostileFiles, AskForNoMoreThanAPictureNeeds) {
       {"wide.pgm", "P5 2147483632 1 65535\n", "longer than any picture's"},
       {"wide.ppm", "P3 2147483632 1 255\n1", "longer than any picture's"},
       {"scans.jpg", manyScans(), "too many scans"},
+      {"scans.pdf",
+       documentWith("/Width 16 /Height 16 /ColorSpace /DeviceGray /BitsPerComponent 8 /Filter /DCTDecode",
+                    manyScans(), 72, 72, "q 72 0 0 72 0 0 cm /A Do Q"),
+       "too many scans"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -108,26 +108,6 @@ double longestSide(const std::string& file) {
   return std::max(number(box[1]), number(box[2])) * (hasUnit ? number(unit[1]) : 1) * 25.4 / 72;
 }
 
-/// A document of one page, `width` by `height` units, with an image in it.
-std::string documentWith(const std::string& imageWords, const std::string& bytes, int width, int height,
-                         const std::string& drawing) {
-  const std::vector<std::string> objects = {
-      "<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [ 3 0 R ] /Count 1 >>",
-      "<< /Type /Page /Parent 2 0 R /MediaBox [ 0 0 " + std::to_string(width) + ' ' + std::to_string(height) +
-          " ] /Resources << /XObject << /A 4 0 R >> >> /Contents 5 0 R >>",
-      "<< /Subtype /Image " + imageWords + " /Length " + std::to_string(bytes.size()) + " >>\nstream\n" + bytes +
-          "\nendstream",
-      "<< /Length " + std::to_string(drawing.size()) + " >>\nstream\n" + drawing + "\nendstream"};
-  std::string text = "%PDF-1.4\n", table = "0000000000 65535 f \n";
-  for (std::size_t i = 0; i < objects.size(); ++i) {
-    std::string place = std::to_string(text.size());
-    table += std::string(10 - place.size(), '0') + place + " 00000 n \n";
-    text += std::to_string(i + 1) + " 0 obj\n" + objects[i] + "\nendobj\n";
-  }
-  const std::string at = std::to_string(text.size());
-  return text + "xref\n0 6\n" + table + "trailer\n<< /Size 6 /Root 1 0 R >>\nstartxref\n" + at + "\n%%EOF\n";
-}
-
 TEST(PdfPages, EveryKindReadsBackAndIsWithoutFault) {
   struct Case {
     KxColorSpace colorSpace;

@@ -59,4 +59,8 @@ int savePaged(const std::string& file, IRStor* raster, End end, IIOParams* param
 int saveSingle(const std::string& file, IRStor* raster, IIOParams* params = nullptr, bool mayReplace = false,
                std::int64_t expectedLines = 0);
 
+/// A PDF of one page, `width` by `height` units, with an image /A in it.
+[[nodiscard]] std::string documentWith(const std::string& imageWords, const std::string& bytes, int width,
+                                       int height, const std::string& drawing);
+
 }  // namespace quillbay::test

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <csetjmp>
+#include <cstring>
 #include <optional>
 #include <string>
 #include <utility>
@@ -17,6 +18,7 @@ namespace {
 
 constexpr std::size_t kJpegInputBytes = std::size_t{64} << 10;
 constexpr long kMostCoefficients = 1L << 30;
+constexpr int kMostJpegScans = 100;  // of a progressive picture; each goes through all of its coefficients
 
 /// The library's state, freed also where reading the head fails.
 struct JpegState {
@@ -55,6 +57,9 @@ class JpegLines final : public SampleLines {
   void run(Step step) {
     if (finishes(step)) return;
     if (m_thrown) throw ModuleError(*m_thrown);
+    if (m_code == QB_E_REFUSED)
+      throw ModuleError(m_code,
+                        "the page has a progressive JPEG that is too large to be read; save it as a baseline one");
     throw ModuleError(m_code, m_code == QB_E_DAMAGED ? std::string("the file is damaged: ") + m_complaint : "");
   }
   template <class Step>
@@ -75,8 +80,11 @@ class JpegLines final : public SampleLines {
     m_errors.error_exit = [](j_common_ptr c) {
       auto& self = *static_cast<JpegLines*>(c->client_data);
       c->err->format_message(c, self.m_complaint);
-      const bool isMemory = c->err->msg_code == JERR_OUT_OF_MEMORY || c->err->msg_code == JERR_NO_BACKING_STORE;
-      self.fail(isMemory ? QB_E_MEMORY : QB_E_DAMAGED);
+      switch (c->err->msg_code) {
+        case JERR_OUT_OF_MEMORY: self.fail(QB_E_MEMORY);
+        case JERR_NO_BACKING_STORE: self.fail(QB_E_REFUSED);
+        default: self.fail(QB_E_DAMAGED);
+      }
     };
     m_errors.output_message = [](j_common_ptr) {};
     // Warnings: pixels that are not what was saved.
@@ -85,6 +93,13 @@ class JpegLines final : public SampleLines {
     };
     jpeg_create_decompress(&m_codec);
     m_codec.client_data = this;
+    m_progress.progress_monitor = [](j_common_ptr c) {
+      JpegLines& self = *static_cast<JpegLines*>(c->client_data);
+      if (self.m_codec.input_scan_number <= kMostJpegScans) return;
+      std::strcpy(self.m_complaint, "too many scans");
+      self.fail(QB_E_DAMAGED);
+    };
+    m_codec.progress = &m_progress;
     m_codec.mem->max_memory_to_use = kMostCoefficients;
     m_source.init_source = [](j_decompress_ptr) {};
     m_source.term_source = [](j_decompress_ptr) {};
@@ -135,6 +150,7 @@ class JpegLines final : public SampleLines {
   jpeg_decompress_struct& m_codec = m_state.codec;
   jpeg_error_mgr m_errors{};
   jpeg_source_mgr m_source{};
+  jpeg_progress_mgr m_progress{};
   std::jmp_buf m_jump{};
   std::optional<ModuleError> m_thrown;
   int m_code = QB_OK;
