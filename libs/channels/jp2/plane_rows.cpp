@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <type_traits>
 
 namespace quillbay {
@@ -12,6 +13,27 @@ using Colours = Jp2Head::Colours;
 std::uint8_t clampedByte(double value) noexcept {
   return static_cast<std::uint8_t>(std::clamp(value + 0.5, 0.0, 255.0));
 }
+
+/// The samples of a plane. The library leaves one plane directly behind the other, so that those of several bytes
+/// may lie at any place.
+template <class Sample>
+class Samples {
+ public:
+  explicit Samples(const void* from) : m_at(static_cast<const std::uint8_t*>(from)) {}
+  Samples& operator+=(std::int64_t count) noexcept {
+    m_at += count * static_cast<std::int64_t>(sizeof(Sample));
+    return *this;
+  }
+  template <class Index>
+  Sample operator[](Index i) const noexcept {
+    Sample value;
+    std::memcpy(&value, m_at + static_cast<std::size_t>(i) * sizeof(Sample), sizeof value);
+    return value;
+  }
+
+ private:
+  const std::uint8_t* m_at;
+};
 
 /// Full-range YCbCr as ITU-T T.871 has it.
 void yccToRgb(const std::uint8_t* const parts[3], std::size_t pixels, std::uint8_t* out) noexcept {
@@ -76,7 +98,7 @@ void PlaneRows::readRow(const Plane& plane, std::size_t component, std::int64_t 
   const auto pixels = static_cast<std::size_t>(right - left);
   if (plane.width < 1 || plane.lines < 1) return std::fill_n(out, pixels, std::uint8_t{0}), void();
   const std::int64_t line = std::clamp<std::int64_t>(y / c.stepY - plane.top, 0, plane.lines - 1);
-  const auto copy = [&](const auto* values) {
+  const auto copy = [&](auto values) {
     values += line * plane.width;
     if (c.stepX == 1 && left >= plane.left && right - plane.left <= plane.width) {
       values += left - plane.left;
@@ -91,11 +113,11 @@ void PlaneRows::readRow(const Plane& plane, std::size_t component, std::int64_t 
     }
   };
   switch (plane.bytes + (c.isSigned ? 8 : 0)) {
-    case 1: return copy(static_cast<const std::uint8_t*>(plane.values));
-    case 2: return copy(static_cast<const std::uint16_t*>(plane.values));
-    case 9: return copy(static_cast<const std::int8_t*>(plane.values));
-    case 10: return copy(static_cast<const std::int16_t*>(plane.values));
-    default: return copy(static_cast<const std::int32_t*>(plane.values));
+    case 1: return copy(Samples<std::uint8_t>(plane.values));
+    case 2: return copy(Samples<std::uint16_t>(plane.values));
+    case 9: return copy(Samples<std::int8_t>(plane.values));
+    case 10: return copy(Samples<std::int16_t>(plane.values));
+    default: return copy(Samples<std::int32_t>(plane.values));
   }
 }
 
