@@ -542,7 +542,7 @@ class Settings(Case):
 
     def test_format_modules_are_examined_once(self):
         """Also by runs that save nothing: the second finds what the first found out."""
-        real = Path(PROGRAM).parents[2] / "bin" / "quillbay-probe-formats"
+        real = Path(PROGRAM).with_name("quillbay-probe-formats")
         helper, runs = self.root / "libexec" / "quillbay-probe-formats", self.root / "runs"
         helper.parent.mkdir()
         helper.write_text(f'#!/bin/sh\necho >> "{runs}"\nexec "{real}" "$@"\n')
