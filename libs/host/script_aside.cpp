@@ -202,7 +202,7 @@ bool CHostScriptSink::processPicture(const std::string& file, IScriptRunner& run
     m_unprocessed.erase(known);
     if (!correctAside(path, asideOf(page, false))) return false;
     if (!held.saved) return true;
-    if (held.multipage || holdsSeveral(held.file)) {
+    if (holdsSeveral(held.file)) {
       m_parts.services->Log(formatText(
           Supp_Translate("%s has other pages and stays as it is; save the document when the page is done."),
           {held.file}));

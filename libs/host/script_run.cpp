@@ -248,9 +248,10 @@ ScriptRun::Outcome ScriptRun::open(const ScriptStep& step) {
 
 ScriptRun::Outcome ScriptRun::saveAs(const ScriptStep& step) {
   const bool replace = fio::exists(step.file);
-  // The pages that others have added to it meanwhile are not lost without a question.
-  const bool isOwn = replace && step.file == m_world.replaced &&
-                     CountRasterPages(step.file) == static_cast<int>(m_work.rasters.size());
+  const bool isOwn = step.file == m_world.replaced;
+  // The pages that others have added to it meanwhile are not lost.
+  if (isOwn && replace && CountRasterPages(step.file) != static_cast<int>(m_work.rasters.size()))
+    throw CXException(formatText(Supp_Translate("%s has other pages and stays as it is"), {step.file}));
   if (!isOwn && !mayReplaceFile(m_world.events.get(), step.file)) return Outcome::Declined;
   fio::createFolder(fio::folderOf(step.file));
   LineProgress lines(m_progress.get(), linesOf(m_work.rasters));
