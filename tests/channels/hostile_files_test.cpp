@@ -78,6 +78,11 @@ TEST(HostileFiles, AskForNoMoreThanAPictureNeeds) {
        documentWith("/Width 16 /Height 16 /ColorSpace /DeviceGray /BitsPerComponent 8 /Filter /DCTDecode",
                     manyScans(), 72, 72, "q 72 0 0 72 0 0 cm /A Do Q"),
        "too many scans"},
+      // Its pixels are no squares, so that it is drawn.
+      {"drawn.pdf",
+       documentWith("/Width 100000 /Height 2147483000 /ColorSpace /DeviceGray /BitsPerComponent 8", "x", 72, 72,
+                    "q 72 0 0 72 0 0 cm /A Do Q"),
+       "more pixels than can be drawn"},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.name);

@@ -9,8 +9,9 @@ namespace {
 
 constexpr double kUnitsPerInchOf = 72;
 constexpr double kUsualDpi = 300, kLeastRendered = 100, kMostRendered = 600;
-constexpr double kSlack = 0.02;        // of a page's side, that an image may be off
-constexpr double kSquareSlack = 0.05;  // by which a pixel may be longer than wide
+constexpr double kMostDrawnPixels = 4e9;  // whose drawing takes a minute
+constexpr double kSlack = 0.02;           // of a page's side, that an image may be off
+constexpr double kSquareSlack = 0.05;     // by which a pixel may be longer than wide
 constexpr std::int64_t kMostLines = 0x7ffffff0;
 
 double dpiOf(double pixels, double units, double unit) { return pixels * kUnitsPerInchOf / (units * unit); }
@@ -85,9 +86,16 @@ void PdfReader::describeImages(const PageFrame& frame, const PageRect& area, QbP
 }
 
 void PdfReader::render(std::int32_t page, const PageFrame& frame, const PageDrawing& drawing, QbPicture* out) {
-  double finest = 0;
+  double finest = 0, pixels = 0;
   for (const PlacedImage& image : drawing.images) {
-    QPDFObjectHandle width = QPDFObjectHandle(image.stream).getDict().getKey("/Width");
+    QPDFObjectHandle dictionary = QPDFObjectHandle(image.stream).getDict();
+    QPDFObjectHandle width = dictionary.getKey("/Width"), height = dictionary.getKey("/Height");
+    if (width.isInteger() && height.isInteger()) pixels += width.getNumericValue() * height.getNumericValue();
+    if (pixels > kMostDrawnPixels) {
+      throw ModuleError(QB_E_REFUSED,
+                        "the page has images of more pixels than can be drawn, or is damaged; take the "
+                        "images out with another program");
+    }
     if (!width.isInteger() || !(std::abs(image.area.width()) > 0)) continue;
     finest =
         std::max(finest, dpiOf(static_cast<double>(width.getIntValue()), std::abs(image.area.width()), frame.unit));
