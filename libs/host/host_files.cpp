@@ -24,6 +24,8 @@ struct FileChannel {
 constexpr FileChannel kFileChannels[] = {
     {kLutFileChannel, "Load LUT", "Save LUT", "Lookup files of colours (*.lut *.LUT);;All files (*)", "lut",
      kToolTemplatesDir},
+    {kScriptFileChannel, "Choose a script", "Save the script", "Scripts (*.kxf *.txt);;All files (*)", "kxf",
+     nullptr},
     {kPresetFileChannel, "Read a preset", "Save the preset", "Presets (*.qbpreset);;All files (*)", "qbpreset",
      nullptr}};
 

@@ -222,8 +222,7 @@ TEST(PostProc, MayBeClosedInAStep) {
   PostWorld w;
   w.load(1, "a.kxf");
   w.onRun = [&] {
-    const auto factory = w.registered(w.plain->services->factories);
-    const auto progress = KxPtr<IProgress>::adopt(factory->CreateProgress("a"));
+    const auto progress = KxPtr<IProgress>::adopt(w.registered(w.plain->services->factories)->CreateProgress("a"));
     QTimer::singleShot(0, w.page, [&] { delete std::exchange(w.page, nullptr); });
     progress->Step();
     EXPECT_EQ(progress->IsCancelled(), 1) << "a script on this thread ends with its page";
