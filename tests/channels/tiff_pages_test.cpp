@@ -356,6 +356,13 @@ TEST(TiffPages, DamagedFilesAreRefusedWithTheirName) {
     EXPECT_THROW(savePaged(file, rasterOf(page, Source::Stripes).get(), End::Commit), CXFileException);
     EXPECT_TRUE(readFile(file) == whole.substr(0, size));
   }
+  for (const std::size_t place : {4, 5, 6, 7}) {  // of a BigTIFF's head
+    std::string head = whole;
+    head[place] = static_cast<char>(head[place] + 1);
+    writeFile(good, head);
+    EXPECT_THROW(new_OpenFileChanel(nullptr, good), CXFileException) << place;
+    EXPECT_THROW(savePaged(good, rasterOf(page, Source::Stripes).get(), End::Commit), CXFileException) << place;
+  }
 }
 
 /// A directory before its pixels, as other programs write it: what is cut off would be filled by the next page.

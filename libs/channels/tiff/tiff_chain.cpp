@@ -45,6 +45,10 @@ class ChainWalk {
     if (m_end < static_cast<std::uint64_t>(m_state.linkAt) + offsetSize()) {
       throw ModuleError(QB_E_TRUNCATED, "it ends within its head");
     }
+    // A BigTIFF's head says that places take 8 bytes, and ends in two zeros.
+    if (m_state.big && getNumber(bytes + 4, 4, true) != (m_state.bigEndian ? 0x00080000U : 0x08000000U)) {
+      throw ModuleError(QB_E_DAMAGED, "its head is damaged");
+    }
     return getNumber(bytes + m_state.linkAt, static_cast<int>(offsetSize()), m_state.bigEndian);
   }
 
