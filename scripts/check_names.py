@@ -13,7 +13,8 @@ import sys
 HEADER = "include/quillbay/scan_keys.h"
 TOO_COMMON = {"paper_key"}
 # Words that happen to be names of something else there.
-OTHER_MEANING = {("apps/scan/option_table.cpp", "MODE"), ("libs/scanners/sim/sim_plan.cpp", "LEVEL")}
+OTHER_MEANING = {("apps/scan/option_table.cpp", "MODE"), ("libs/scanners/sim/sim_plan.cpp", "LEVEL"),
+                 ("libs/channels/png/png_page.cpp", "Title")}
 # Texts for users that name settings in their sentences.
 PROSE = {"apps/scan/help_text.cpp"}
 # Comments, raw and plain strings, characters: what is not a plain string is passed over.
