@@ -16,7 +16,7 @@ from pathlib import Path
 import numpy
 import tifffile
 
-from scan_case import A_PAGE, LIMIT, SMALL, SOURCE, Case, FilledDisk, read_picture
+from scan_case import A_PAGE, LIMIT, PROGRAM, SMALL, SOURCE, Case, FilledDisk, read_picture
 
 
 class CommandLine(Case):
@@ -249,6 +249,8 @@ class Files(Case):
         for name in ("plain/a.tif", "folder.tif", "x" * 300 + ".tif"):
             done = self.expect(3, *A_PAGE, "-o", name, "--overwrite")
             self.assertIn(name, done.stderr)
+        done = self.expect(3, "--mode", "grey", "-r", "1200", "--area", "custom:0,0,10,1500", "-o", "tall.jpg")
+        self.assertIn("70866", done.stderr)  # lines, refused before the paper moves
         self.assertEqual(self.files(), ["folder.tif", "plain"])
 
     def test_through_the_view(self):
