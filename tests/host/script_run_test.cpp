@@ -106,7 +106,11 @@ std::string documentedExample() {
   std::ifstream in(QUILLBAY_SOURCE "/docs/scripts.md");
   std::string example;
   for (std::string line; std::getline(in, line);) {
-    if (line.starts_with("    /")) example += line + "\n";
+    if (line.starts_with("    /")) {
+      example += line + "\n";
+    } else if (!example.empty()) {
+      break;  // what follows needs programs
+    }
   }
   return example;
 }
