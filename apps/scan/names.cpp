@@ -7,7 +7,7 @@
 namespace names {
 namespace {
 
-constexpr std::size_t kShortList = 10;
+constexpr std::size_t kShortList = 12;
 constexpr std::size_t kNearest = 4;
 
 std::string folded(std::string_view text) {
