@@ -8,6 +8,7 @@
 #include <QPointer>
 #include <QScrollBar>
 #include <QToolBar>
+#include <QToolButton>
 #include <QUrl>
 #include <algorithm>
 
@@ -80,8 +81,10 @@ void CPostProc::createForm(int) {
   auto* tools = new QToolBar(this);
   QAction* browseTool = tools->addAction(inWords("..."));
   browseTool->setProperty("controlId", kBrowse);
+  browseTool->setIconText(inWords("..."));  // a button leaves out the dots of a mere text
   browseTool->setToolTip(inWords("Choose a script"));
-  if (QWidget* button = tools->widgetForAction(browseTool)) {
+  if (auto* button = qobject_cast<QToolButton*>(tools->widgetForAction(browseTool))) {
+    button->setAutoRaise(false);
     button->setFocusPolicy(Qt::StrongFocus);
     button->setAccessibleName(inWords("Choose a script"));
   }

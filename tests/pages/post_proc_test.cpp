@@ -239,6 +239,9 @@ TEST(PostProc, FieldsFollowTheBox) {
   auto* label = w.find<QLabel>(CPostProc::kFilesLabel);
   EXPECT_FALSE(name->isEnabled());
   EXPECT_FALSE(label->isEnabled());
+  auto* tools = w.page->findChild<QToolBar*>();
+  EXPECT_EQ(qobject_cast<QToolButton*>(tools->widgetForAction(tools->actions().front()))->text(), "...")
+      << "it can be seen";
   w.find<QCheckBox>(CPostProc::kUseScript)->click();
   EXPECT_TRUE(name->isEnabled());
   EXPECT_TRUE(label->isEnabled());
