@@ -63,7 +63,12 @@ Preset readPreset(const std::string& path) {
   }
   QFile input;
   const bool opened = input.open(stdin, QIODevice::ReadOnly);
-  const std::string bytes = opened ? input.read(kLongestInput).toStdString() : std::string();
+  std::string bytes;
+  // A pipe gives what has come so far.
+  for (QByteArray piece; opened; bytes.append(piece.data(), static_cast<std::size_t>(piece.size()))) {
+    piece = input.read(kLongestInput - static_cast<qint64>(bytes.size()));
+    if (piece.isEmpty()) break;
+  }
   if (!quillbay::ReadPresetText(bytes, &preset, &why))
     throw Failure(kUsage, translated("--import-preset: standard input cannot be used: %s", {why}));
   return preset;

@@ -2,6 +2,7 @@
 
 import json
 import subprocess
+import time
 import unittest
 
 from scan_case import A_PAGE, Case, LIMIT
@@ -43,9 +44,16 @@ class Presets(Case):
         text = self.expect(0, "--export-preset", "Plans", "-", device=None).stdout
         self.assertEqual(json.loads(text)["format"], "quillbay-preset")
         self.elsewhere()
-        done = subprocess.run(self.command("--import-preset", "-", device=None), input=text, env=self.env, text=True,
-                              capture_output=True, timeout=LIMIT, cwd=self.out)
-        self.assertEqual((done.returncode, done.stdout), (0, "Plans\n"), done.stderr)
+        for source in ("-", "/dev/stdin"):
+            process = subprocess.Popen(self.command("--import-preset", source, "--overwrite", device=None),
+                                       stdin=subprocess.PIPE, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
+                                       env=self.env, text=True, cwd=self.out)
+            for piece in (text[:300], text[300:]):  # as a network brings it
+                process.stdin.write(piece)
+                process.stdin.flush()
+                time.sleep(0.3)
+            told, why = process.communicate(timeout=LIMIT)
+            self.assertEqual((process.returncode, told), (0, "Plans\n"), why)
 
     def test_formats_and_files(self):
         self.expect(0, *GREY, "--format", "png", "--save-preset", " pictures ")
