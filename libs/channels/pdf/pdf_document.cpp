@@ -12,7 +12,7 @@ namespace {
 
 constexpr int kMostDepth = 60;
 constexpr std::size_t kMostPages = 1'000'000;
-constexpr int kMostKids = 32;
+constexpr int kMostKidsRead = 32;
 constexpr int kMostNumber = 8'388'607;
 
 PdfRef refOf(const QPDFObjectHandle& object) {
@@ -30,7 +30,7 @@ bool isPlain(QPDFObjectHandle node) {
     if (kKnown.count(key) == 0) return false;
   }
   QPDFObjectHandle kids = node.getKey("/Kids");
-  if (kids.getArrayNItems() > kMostKids) return false;
+  if (kids.getArrayNItems() > kMostKidsRead) return false;
   for (QPDFObjectHandle kid : kids.getArrayAsVector()) {
     if (!kid.isIndirect()) return false;
   }

@@ -14,7 +14,7 @@ constexpr int kMostDepth = 8;
 constexpr std::uint64_t kMostReadings = 16, kAlwaysRead = std::uint64_t{1} << 20;
 
 // Tags.
-constexpr std::uint64_t kStripOffsets = 273, kStripSizes = 279, kTileOffsets = 324, kTileSizes = 325,
+constexpr std::uint64_t kStripOffsets = 273, kStripByteCounts = 279, kTileOffsets = 324, kTileByteCounts = 325,
                         kSubIfds = 330;
 // Field types.
 constexpr std::uint64_t kShortValue = 3, kLongValue = 4, kIfdValue = 13, kLong8Value = 16, kIfd8Value = 18;
@@ -76,9 +76,9 @@ void TiffExtent::checkDirectory(std::uint64_t at) {
     const List values = valuesOf(entry, first + i * entrySize);
     switch (number(entry, 2)) {
       case kStripOffsets: stripOffsets = values; break;
-      case kStripSizes: stripSizes = values; break;
+      case kStripByteCounts: stripSizes = values; break;
       case kTileOffsets: tileOffsets = values; break;
-      case kTileSizes: tileSizes = values; break;
+      case kTileByteCounts: tileSizes = values; break;
       case kSubIfds: subIfds = values; break;
       default: break;
     }
