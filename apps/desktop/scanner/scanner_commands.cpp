@@ -57,7 +57,8 @@ void ScannerCommands::fill(QMenu* menu) {
   QMenu* sources = menu->addMenu(tr("S&ource"));
   m_sources = sources->menuAction();
   connect(sources, &QMenu::aboutToShow, this, [this, sources] { fillSources(sources); });
-  m_files = add(tr("&File settings..."), tr("The save page of the panel: formats, one file for all pages, and the counter"),
+  m_files = add(tr("&File settings..."),
+                tr("The save page of the panel: formats, one file for all pages, and the counter"),
                 &ScannerCommands::chooseFiles);
   m_device = add(tr("Scanner setti&ngs..."), tr("Settings of the scanner"), &ScannerCommands::chooseDevice);
 }
