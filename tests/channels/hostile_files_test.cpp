@@ -8,16 +8,20 @@
 #include <string>
 #include <vector>
 
+#include "platform/file_channel.h"
 #include "quillbay/errors.h"
-#include "quillbay/formats.h"
 #include "test_pages.h"
 
 namespace quillbay::test {
 namespace {
 
+KxPtr<IRStor> loadHostile(const std::string& file, int page) {
+  return new_OpenFileChanel(nullptr, file).as<IKxRasterLoadFileChanel>()->Load(page, nullptr);
+}
+
 std::string hostileError(const std::string& file) {
   try {
-    (void)LoadRasterFile(file, 0, nullptr);
+    (void)loadHostile(file, 0);
   } catch (const CXException& e) {
     return e.what();
   }
@@ -109,7 +113,7 @@ TEST(HostileFiles, APageBehindADamagedOneCanBeRead) {
   bytes[width] = '\1';  // tag 257 in place of 256
   writeFile(file, bytes);
   EXPECT_FALSE(hostileError(file).empty());
-  EXPECT_EQ(LoadRasterFile(file, 1, nullptr)->GetHeight(), 9);
+  EXPECT_EQ(loadHostile(file, 1)->GetHeight(), 9);
 }
 
 TEST(HostileFiles, AFileWithACopyAloneTakesNoPage) {
@@ -122,7 +126,7 @@ TEST(HostileFiles, AFileWithACopyAloneTakesNoPage) {
   ASSERT_NE(kind, std::string::npos);
   bytes[kind + 12] = '\1';  // a smaller copy, not a page of several
   writeFile(file, bytes);
-  EXPECT_EQ(LoadRasterFile(file, 0, nullptr)->GetHeight(), 9) << "what there is can be read";
+  EXPECT_EQ(loadHostile(file, 0)->GetHeight(), 9) << "what there is can be read";
   EXPECT_THROW(savePaged(file, rasterOf(page, Source::Stripes).get(), End::Commit), CXFileException)
       << "the page before would be none";
   EXPECT_TRUE(readFile(file) == bytes);
