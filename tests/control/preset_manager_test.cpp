@@ -222,15 +222,18 @@ TEST(Presets, GoForGood) {
 }
 
 TEST(Presets, GoFromOneComputerToAnother) {
-  PresetWorld w;
-  w.setAll(4);
-  ASSERT_EQ(w.store("maps/A0"), 1);
-  w.chosenFile = w.dir.file("maps.qbpreset");
-  ASSERT_EQ(w.presets.Export(PresetId("maps/A0")), 1);
-  EXPECT_EQ(w.askedChannel, kPresetFileChannel);
-
+  const test::TempDir carried;
+  const std::string file = carried.file("maps.qbpreset");
+  {  // the scan parameters are the process's: one world at a time
+    PresetWorld w;
+    w.setAll(4);
+    ASSERT_EQ(w.store("maps/A0"), 1);
+    w.chosenFile = file;
+    ASSERT_EQ(w.presets.Export(PresetId("maps/A0")), 1);
+    EXPECT_EQ(w.askedChannel, kPresetFileChannel);
+  }
   PresetWorld other;
-  other.chosenFile = w.chosenFile;
+  other.chosenFile = file;
   ASSERT_EQ(other.presets.Import(), 1);
   EXPECT_EQ(other.chosen(), "") << "it is not applied";
   EXPECT_EQ(other.presets.Apply(PresetId("maps/A0"), IPresetManager::kAnyPage), 1);
