@@ -119,7 +119,7 @@ bool readDecode(QPDFObjectHandle dictionary, ImagePlan& plan) {
   return isUsual || isTurned;
 }
 
-bool readPrediction(QPDFObjectHandle parms, ImagePlan& plan) {
+bool readPrediction(const QPDFObjectHandle& parms, ImagePlan& plan) {
   Prediction& p = plan.prediction;
   p.predictor = static_cast<int>(std::clamp<long long>(numberOf(parms, "/Predictor", 1), 0, 99));
   if (p.predictor == 1) return true;
@@ -129,7 +129,7 @@ bool readPrediction(QPDFObjectHandle parms, ImagePlan& plan) {
   return p.isKnown() && p.lineBytes() <= kMostPlanLineBytes;
 }
 
-bool readFax(QPDFObjectHandle parms, ImagePlan& plan) {
+bool readFax(const QPDFObjectHandle& parms, ImagePlan& plan) {
   plan.picture = ImagePlan::Picture::G4;
   plan.fax1IsBlack = flagOf(parms, "/BlackIs1");
   plan.faxAligns = flagOf(parms, "/EncodedByteAlign");

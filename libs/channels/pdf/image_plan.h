@@ -1,11 +1,11 @@
 #pragma once
 #include <cstdint>
 #include <optional>
-#include <qpdf/QPDFObjectHandle.hh>
 #include <vector>
 
 #include "channels/format_module.h"
 #include "channels/pdf/byte_source.h"
+#include "channels/pdf/qpdf.h"
 #include "quillbay/color_space.h"
 
 namespace quillbay {

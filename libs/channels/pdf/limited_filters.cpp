@@ -1,10 +1,8 @@
 #include "channels/pdf/limited_filters.h"
+#include "channels/pdf/qpdf.h"
 
 #include <algorithm>
 #include <memory>
-#include <qpdf/Pl_Flate.hh>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFStreamFilter.hh>
 #include <string>
 
 #include "channels/pdf/byte_source.h"

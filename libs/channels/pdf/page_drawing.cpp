@@ -1,10 +1,9 @@
 #include "channels/pdf/page_drawing.h"
+#include "channels/pdf/qpdf.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <qpdf/Pl_Function.hh>
-#include <qpdf/QPDFPageObjectHelper.hh>
 #include <set>
 #include <stdexcept>
 #include <string_view>
@@ -74,7 +73,7 @@ struct DrawState {
 
 class DrawingReader final : public QPDFObjectHandle::ParserCallbacks {
  public:
-  DrawingReader(QPDFObjectHandle resources, PageDrawing& out) : m_resources(resources), m_out(out) {}
+  DrawingReader(const QPDFObjectHandle& resources, PageDrawing& out) : m_resources(resources), m_out(out) {}
 
   void handleObject(QPDFObjectHandle object) override {
     if (!object.isOperator()) {
@@ -216,7 +215,7 @@ class DrawingReader final : public QPDFObjectHandle::ParserCallbacks {
 };
 
 /// The page's drawing, decoded; nothing for one that is too long to be only images.
-std::string contentOf(QPDFObjectHandle page, bool* isWhole) {
+std::string contentOf(const QPDFObjectHandle& page, bool* isWhole) {
   struct TooLong {};
   std::string content;
   Pl_Function sink("drawing", nullptr, [&content](unsigned char const* bytes, std::size_t size) {
@@ -267,7 +266,7 @@ PageFrame frameOf(QPDFObjectHandle page) {
   return frame;
 }
 
-PageDrawing drawingOf(QPDF& qpdf, QPDFObjectHandle page) {
+PageDrawing drawingOf(QPDF& qpdf, const QPDFObjectHandle& page) {
   PageDrawing drawing;
   bool isWhole = false;
   const std::string content = contentOf(page, &isWhole);

@@ -1,10 +1,10 @@
 #pragma once
 #include <array>
 #include <cstdint>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFObjectHandle.hh>
 #include <string>
 #include <vector>
+
+#include "channels/pdf/qpdf.h"
 
 namespace quillbay {
 
@@ -36,6 +36,6 @@ struct PageDrawing {
   bool isOnlyImages = true;         ///< else the images are those that were found
 };
 /// Invisible text, as text recognition leaves it, counts for nothing.
-[[nodiscard]] PageDrawing drawingOf(QPDF& qpdf, QPDFObjectHandle page);
+[[nodiscard]] PageDrawing drawingOf(QPDF& qpdf, const QPDFObjectHandle& page);
 
 }  // namespace quillbay

@@ -1,12 +1,12 @@
 #pragma once
 #include <memory>
-#include <qpdf/QPDF.hh>
 #include <set>
 #include <vector>
 
 #include "channels/codec/module_support.h"
 #include "channels/pdf/pdf_source.h"
 #include "channels/pdf/pdf_update.h"
+#include "channels/pdf/qpdf.h"
 
 namespace quillbay {
 

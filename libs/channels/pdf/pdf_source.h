@@ -1,12 +1,10 @@
 #pragma once
 #include <cstdint>
-#include <qpdf/InputSource.hh>
-#include <qpdf/QPDF.hh>
-#include <qpdf/QPDFExc.hh>
 #include <string>
 #include <vector>
 
 #include "channels/codec/module_support.h"
+#include "channels/pdf/qpdf.h"
 
 namespace quillbay {
 
