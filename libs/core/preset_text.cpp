@@ -250,11 +250,13 @@ QJsonObject objectAt(const QJsonObject& object, const QString& key, const std::s
   return value.toObject();
 }
 
+std::string placeIn(std::string where, const std::string& name) { return where.append(", ").append(name); }
+
 void takeSet(const QJsonObject& object, IParam* set, const std::string& where, int depth) {
   if (depth > kDeepestSet) refusePreset("its settings are nested too deeply", {});
   const QJsonObject settings = objectAt(object, kPageSettings, where);
   for (auto at = settings.begin(); at != settings.end(); ++at) {
-    const std::string name = at.key().toStdString(), here = where + ", " + name;
+    const std::string name = at.key().toStdString(), here = placeIn(where, name);
     const CKxVariant value = settingAt(at.value(), here);
     const Takes takes = takenBy(name);
     if (!isTaken(takes, value)) refusePreset("%s: it should be %s", {here, Supp_Translate(nameOf(takes))});
@@ -264,7 +266,7 @@ void takeSet(const QJsonObject& object, IParam* set, const std::string& where, i
   }
   const QJsonObject stores = objectAt(object, kPageStores, where);
   for (auto at = stores.begin(); at != stores.end(); ++at) {
-    const std::string name = at.key().toStdString(), here = where + ", " + name;
+    const std::string name = at.key().toStdString(), here = placeIn(where, name);
     // A delimiter would make one of its own of it.
     if (name.empty() || name.find_first_of("\\/") != std::string::npos || !at.value().isObject())
       refusePreset("%s: it is no set of values", {here});
@@ -301,7 +303,7 @@ QJsonObject parsedPreset(std::string_view bytes) {
   QJsonParseError error{};
   const QJsonDocument document =
       QJsonDocument::fromJson(QByteArray(bytes.data(), static_cast<qsizetype>(bytes.size())), &error);
-  const QJsonObject root = document.object();
+  QJsonObject root = document.object();
   if (error.error != QJsonParseError::NoError) {
     refusePreset("it is damaged, or no preset; at byte %d: %s",
                  {std::to_string(error.offset), error.errorString().toStdString()});

@@ -31,7 +31,7 @@ bool isPlain(QPDFObjectHandle node) {
   }
   QPDFObjectHandle kids = node.getKey("/Kids");
   if (kids.getArrayNItems() > kMostKidsRead) return false;
-  for (QPDFObjectHandle kid : kids.getArrayAsVector()) {
+  for (const QPDFObjectHandle& kid : kids.getArrayAsVector()) {
     if (!kid.isIndirect()) return false;
   }
   return true;

@@ -101,10 +101,9 @@ std::string PdfPage::colorsText(const QbPage& page) {
   }
   if (m_pixels.colorSpace != KxColorSpace::Palette) return colors;
   std::string palette(std::size_t{3} * 256, '\0');  // whole: every index is covered
-  for (int i = 0; i < std::min(page.palette_count, 256); ++i) {
-    for (int c = 0; c < 3; ++c) {
-      palette[static_cast<std::size_t>(3 * i + c)] = static_cast<char>(page.palette[4 * i + c]);
-    }
+  const auto count = static_cast<std::size_t>(std::clamp(page.palette_count, 0, 256));
+  for (std::size_t i = 0; i < count; ++i) {
+    for (std::size_t c = 0; c < 3; ++c) palette[3 * i + c] = static_cast<char>(page.palette[4 * i + c]);
   }
   return "[ /Indexed " + colors + " 255 " + hexText(palette) + " ]";
 }
