@@ -38,6 +38,7 @@ bool isPassedOn(std::string_view entry) {
 /// A pointer for each text, and a null.
 std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   std::vector<char*> pointers;
+  pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;
