@@ -111,6 +111,7 @@ std::vector<KxPtr<IRStor>> readOutput(const ScriptStep& step, const std::string&
 std::vector<std::string> filledWords(const ScriptStep& step, const ProgramWork& work, const std::string& input,
                                      const std::string& output) {
   std::vector<std::string> words;
+  words.reserve(step.program.words.size());
   for (const std::string& word : step.program.words) {
     words.push_back(fillPlaces(word, [&](char place) {
       if (place == 'i') return input;

@@ -133,7 +133,7 @@ std::string extensionFor(const Checker& check, const char* key) {
   const std::string* text = check.find(key);
   if (!text) return "tif";
   const auto isPlain = [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9'); };
-  const std::string name = toLowerAscii(*text);
+  std::string name = toLowerAscii(*text);
   if (name.empty() || name.size() > 8 || !std::all_of(name.begin(), name.end(), isPlain)) {
     check.refuse(formatText(Supp_Translate("%s is the extension of a picture file, such as tif or png"), {key}));
   }
