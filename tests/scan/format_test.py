@@ -110,7 +110,7 @@ class Formats(Case):
         """Scans two drawings into files of a kind; returns the file's or files' paths."""
         width, height, dpi = page
         sources = [self.root / self.source(mode, page, seed) for seed in range(1, 3 if multi else 2)]
-        bed = max(10.0, width * 25.4 / dpi + 2)
+        bed = width * 25.4 / dpi  # a bed this narrow is scanned whole
         device = (f"sim:width={bed:.6f},at=0x0,image-dpi={dpi},count={len(sources)},unknown-length={int(not known)},"
                   f"images={':'.join(map(str, sources))}")
         file = folder / f"page{kind.suffix}"
