@@ -13,8 +13,8 @@ namespace quillbay {
 
 /// The host's application object. The panel queries it for: `IAppInterior`, `IEvents`, `IHelp`, `IProfile`,
 /// `IParam` (the host's parameter root), `IIOParams`, `IStyleManager`, `IStdPapersParam`, `IScriptSyntaxParam`,
-/// `IScanManager`, `IScannerChooser`, `IToolsFactory`, `IStdDirectories`, `IFileDialogs`, `IFormatSettings`. All of
-/// them are optional.
+/// `IScanManager`, `IScannerChooser`, `IToolsFactory`, `IParamProvider`, `IStdDirectories`, `IFileDialogs`,
+/// `IFormatSettings`. All of them are optional.
 class IApp : public IKxUnknown {
  public:
   /// The program's name and version for messages and for software tags in files.

@@ -75,8 +75,9 @@ class IPanelTool : public IKxUnknown {
 /// page stays empty there.
 class IToolsFactory : public IKxUnknown {
  public:
-  /// A new tool with a reference, or null for a name that the host does not know.
-  virtual IPanelTool* MakeTool(std::string_view name) = 0;
+  /// A new tool with a reference, or null for a name that the host does not know. What it is, is queried from it:
+  /// `IPanelTool` for one with a window, `IPrintingJob` for `tool_name::RunPrinting`.
+  virtual IKxUnknown* MakeTool(std::string_view name) = 0;
 };
 
 }  // namespace quillbay

@@ -27,7 +27,7 @@ ToolHold::~ToolHold() {
 void ToolHold::makeTool(IApp* app, const char* name, ToolSurroundings surroundings) {
   m_surroundings = std::move(surroundings);
   const auto factory = query<IToolsFactory>(app);
-  if (factory) m_tool = KxPtr<IPanelTool>::adopt(factory->MakeTool(name));
+  if (factory) m_tool = query<IPanelTool>(KxPtr<IKxUnknown>::adopt(factory->MakeTool(name)).get());
   m_window = m_tool ? m_tool->Create(this, this) : nullptr;
   if (!m_window) m_tool = {};
   m_missing->setVisible(!m_window);

@@ -35,7 +35,7 @@ struct Tool {
       return m.answer;
     };
     app = New_HostApp(options);
-    tool = KxPtr<IPanelTool>::adopt(query<IToolsFactory>(app.get())->MakeTool(name));
+    tool = query<IPanelTool>(KxPtr<IKxUnknown>::adopt(query<IToolsFactory>(app.get())->MakeTool(name)).get());
     if (tool) tool->Create(&page, &site);
   }
   [[nodiscard]] KxPtr<IParam> save() const {

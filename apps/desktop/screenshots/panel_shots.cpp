@@ -32,8 +32,9 @@ struct ToolPage final : quillbay::IToolSite {
 bool shootPoints(Stage& stage) {
   const auto factory = quillbay::query<quillbay::IToolsFactory>(stage.window().app());
   if (!factory) return false;
-  const auto tool =
-      quillbay::KxPtr<quillbay::IPanelTool>::adopt(factory->MakeTool(quillbay::tool_name::BWPointSetup));
+  const auto made =
+      quillbay::KxPtr<quillbay::IKxUnknown>::adopt(factory->MakeTool(quillbay::tool_name::BWPointSetup));
+  const auto tool = quillbay::query<quillbay::IPanelTool>(made.get());
   ToolPage site;
   QWidget page;
   QWidget* window = tool ? tool->Create(&page, &site) : nullptr;

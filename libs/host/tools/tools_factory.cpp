@@ -6,7 +6,7 @@
 
 namespace quillbay {
 
-IPanelTool* CToolsFactory::MakeTool(std::string_view name) {
+IKxUnknown* CToolsFactory::MakeTool(std::string_view name) {
   if (sameKey(name, tool_name::GammaEdit)) return new GammaEdit(m_events, true);
   if (sameKey(name, tool_name::GammaEditQB)) return new GammaEdit(m_events, false);
   if (sameKey(name, tool_name::BWPointSetup)) return new BWPointSetup(m_events);

@@ -9,7 +9,7 @@ class CToolsFactory final : public CKxUnknownImpl<IToolsFactory> {
  public:
   /// `events` shows the tools' messages.
   explicit CToolsFactory(KxPtr<IEvents> events) : m_events(std::move(events)) {}
-  IPanelTool* MakeTool(std::string_view name) override;
+  IKxUnknown* MakeTool(std::string_view name) override;
 
  private:
   KxPtr<IEvents> m_events;
