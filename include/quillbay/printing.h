@@ -85,6 +85,24 @@ class IPrintingJob : public IKxUnknown {
   virtual int End(int completed) = 0;  // 5
 };
 
+/// Takes what became known of the page between `Start` and its first stripe; queried from the job, which may lack
+/// it. The thread of the stripes.
+class IPrintPage : public IKxUnknown {
+ public:
+  /// The lines that the page is going to have, in place of `print_key::PageLines`; 0: unknown.
+  virtual void SetPageLines(std::int64_t lines) = 0;
+};
+
+/// Where a job stands at the printer.
+enum class PrintFate : int {
+  Working = 0,    ///< it waits its turn, or is printed
+  Printed = 1,    ///< the printer has completed it
+  Held = 2,       ///< it does not go on by itself: held, or the printer is stopped
+  Aborted = 3,    ///< the printer gave it up
+  Cancelled = 4,  ///< somebody cancelled it
+  Unknown = 5,    ///< the printer does not answer, or knows the job no more
+};
+
 /// How a job fares; queried from the job. Any thread.
 class IPrintOutcome : public IKxUnknown {
  public:
@@ -100,6 +118,8 @@ class IPrintOutcome : public IKxUnknown {
   /// After `End(1)`: waits for the printer's last word, at most `seconds`. 1: printed. 0: held, aborted or still
   /// at work, with the printer's reason in `*state`.
   virtual int Await(double seconds, std::string* state) = 0;
+  /// What the last `Await` found.
+  [[nodiscard]] virtual PrintFate GetFate() { return PrintFate::Working; }
 };
 
 /// Keeps the parameters of the host's tools; queried from the application object. User-interface thread.
