@@ -15,6 +15,7 @@ constexpr Entry kTexts[] = {
     {kTextMillimetres, "Millimeters"},
     {kTextInches, "Inches"},
     {kTextBarCaption, "Tarnwell LE"},
+    {kTextCurrentOptions, "<Current>"},
     {kTextNewArea, "New preview area\nNew preview area"},
     {kTextDock, "Switch layout\nSwitch layout"},
     {kTextFloat, "Switch window layout\nSwitch window layout"},
@@ -34,6 +35,8 @@ constexpr Entry kTexts[] = {
     {kTextMaskEmpty,
      "Output folder or file mask is empty.\nPlease fill output folder and file mask$QBHelp:IDH_MaskEmpty$"},
     {kTextLutNotFound, "LUT file %s not found.$QBHelp:IDH_LutError$"},
+    {kTextAutoPrinter, "Auto Detect Printer"},
+    {kTextAutoOptions, "<Auto>"},
 };
 }  // namespace
 

@@ -10,6 +10,7 @@ enum StringId : int {
   kTextMillimetres = 115,
   kTextInches = 116,
   kTextBarCaption = 236,
+  kTextCurrentOptions = 1232,
   // Buttons of the preview, by the numbers of their commands: "prompt\ntip".
   kTextNewArea = 32795,
   kTextDock = 32796,
@@ -29,6 +30,8 @@ enum StringId : int {
   kTextSizeBoth = 57620,   ///< "%s" twice: width and height
   kTextMaskEmpty = 57622,
   kTextLutNotFound = 57623,  ///< "%s": the lookup file
+  kTextAutoPrinter = 57636,
+  kTextAutoOptions = 57637,
 };
 
 /// The text of a number in the user's language; empty when there is none. A help topic may follow between dollar
