@@ -8,12 +8,13 @@ set -eu
 build="build-essential cmake ninja-build pkg-config ca-certificates git
   qt6-base-dev qt6-base-dev-tools libgl1-mesa-dev
   libsane-dev libtiff-dev libdeflate-dev libpng-dev libjpeg-dev zlib1g-dev libzstd-dev libleptonica-dev
-  liblcms2-dev libopenjp2-7-dev libqpdf-dev libpoppler-cpp-dev"
-run="libsane1 sane-utils qt6-qpa-plugins fonts-dejavu-core"
+  liblcms2-dev libopenjp2-7-dev libqpdf-dev libpoppler-cpp-dev libcups2-dev"
+run="libsane1 sane-utils libcups2 qt6-qpa-plugins fonts-dejavu-core"
 check="libgtest-dev clang-format-16 clang-tidy-16 python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales
   xdotool dbus-daemon at-spi2-core python3-gi
-  libjpeg-turbo-progs poppler-utils qpdf libopenjp2-tools"
+  libjpeg-turbo-progs poppler-utils qpdf libopenjp2-tools
+  cups-ipp-utils cups-daemon cups-client cups-filters-core-drivers"
 bench="libvips-tools imagemagick pngquant mate-backgrounds img2pdf gdal-bin"
 fuzz="clang-16 libclang-rt-16-dev"
 

@@ -13,9 +13,9 @@ import sys
 
 SRC = ["platform", "params", "analysis", "stores", "widgets", "view", "preview", "pages", "destinations", "control",
        "entry"]
-LIBS = ["core", "geometry", "rasters", "channels", "palettes", "scanners", "printing", "drawing", "host"]
+LIBS = ["core", "geometry", "rasters", "channels", "net", "palettes", "scanners", "printing", "drawing", "host"]
 NO_QT = {"src/platform", "src/params", "src/analysis", "src/stores", "libs/rasters", "libs/channels", "libs/palettes",
-         "libs/scanners"}
+         "libs/scanners", "libs/printing"}
 INCLUDE = re.compile(r'^\s*#\s*include\s*([<"])([^>"]+)[>"]')
 # Outside libraries, and the only folders that may include their headers.
 OUTSIDE = [
