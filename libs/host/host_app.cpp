@@ -97,6 +97,8 @@ CHostApp::CHostApp(const HostOptions& options)
       new CFormatSettings(KxPtr<IProfile>::share(m_profile.get()), m_io, keptAnswers(m_options)));
   m_styles = new_HostStyles();
   m_tools = KxPtr<CToolsFactory>::adopt(new CToolsFactory(m_events.as<IEvents>()));
+  m_toolParams = KxPtr<CParamProvider>::adopt(new CParamProvider(KxPtr<IProfile>::share(m_profile.get())));
+  m_printWatch = KxPtr<CPrintWatch>::adopt(new CPrintWatch(m_events.as<IEvents>()));
   m_papers = new_StdPapers(sectionOf(m_profile.get(), "Papers").get());
   m_script = KxPtr<CHostScriptSink>::adopt(
       new CHostScriptSink({m_events, KxPtr<IApp>::share(m_forwarder.get()), KxPtr<IIOParams>::share(m_io.get()),
@@ -126,7 +128,8 @@ int CHostApp::QueryInterface(const std::type_info& wanted, void** out) {
       answerWith<IStdPapersParam>(wanted, m_papers, out) || answerWith<IScriptCmdSink>(wanted, m_script, out) ||
       answerWith<IScriptServices>(wanted, m_services, out) ||
       answerWith<IScriptQueue>(wanted, m_script ? m_script->queue() : KxPtr<CScriptQueue>{}, out) ||
-      answerWith<IStdDirectories>(wanted, m_files, out) ||
+      answerWith<IStdDirectories>(wanted, m_files, out) || answerWith<IParamProvider>(wanted, m_toolParams, out) ||
+      answerWith<IPrintWatch>(wanted, m_printWatch, out) ||
       answerWith<IInterfaceRegistry>(wanted, m_registry, out) || answerWith<IHelp>(wanted, m_help, out)) {
     return 1;
   }

@@ -9,6 +9,8 @@
 #include "host/host_files.h"
 #include "host/interface_registry.h"
 #include "host/io_params.h"
+#include "host/param_provider.h"
+#include "host/print_watch.h"
 #include "host/script_sink.h"
 #include "host/tools/tools_factory.h"
 #include "quillbay/host.h"
@@ -94,6 +96,8 @@ class CHostApp final
   KxPtr<CFormatSettings> m_formats;
   KxPtr<IStyleManager> m_styles;
   KxPtr<CToolsFactory> m_tools;
+  KxPtr<CParamProvider> m_toolParams;
+  KxPtr<CPrintWatch> m_printWatch;
   KxPtr<IStdPapersParam> m_papers;
   const KxPtr<CScriptServices> m_services = KxPtr<CScriptServices>::adopt(new CScriptServices);
   const KxPtr<IParam> m_syntax = new_ScriptSyntax();

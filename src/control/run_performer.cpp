@@ -4,6 +4,7 @@
 #include "control/panel_status.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
+#include "stores/scan_to_print_stor.h"
 
 namespace quillbay {
 
@@ -82,6 +83,9 @@ bool RunPerformer::performUnit(Do what) {
     case Do::CancelSearch: m_parts.scanner.command(kCancelSearch); return true;
     case Do::WakeStore:
       if (const auto outcome = query<IStoreOutcome>(m_parts.params.destinationStore.get())) outcome->Wake();
+      return true;
+    case Do::StopPrinting:  // a file is written to its end: that takes a moment
+      if (auto* print = printStore()) print->Wake();
       return true;
     default: return false;
   }
@@ -315,9 +319,16 @@ void RunPerformer::finishPage(bool cancelled) {
   shown->Reset();
 }
 
+/// Of a page that is printed; null for others.
+CScanToPrintStor* RunPerformer::printStore() const {
+  return dynamic_cast<CScanToPrintStor*>(m_parts.params.destinationStore.get());
+}
+
 void RunPerformer::endRun() {
   if (m_run.state() != RunState::Ending) return;
   m_prescan.end();
+  // A job that was opened for a page that never came, of a burst for instance.
+  if (auto* print = printStore()) print->Reset();
   m_ending.endRun();
   if (m_run.record().pages() > 0 && m_parts.scanner.hasFeeder()) forgetFound();
   perform(m_run.ended());

@@ -13,6 +13,8 @@
 
 namespace quillbay {
 
+class CScanToPrintStor;
+
 /// Carries out what `ScanRun` decides, and turns the results into the run's next events. User-interface thread
 /// only. Everything here may run event loops and throw `WindowGone`.
 class RunPerformer {
@@ -68,6 +70,7 @@ class RunPerformer {
   void onScanDone(bool cancelled);
   void finishPage(bool cancelled);
   void endRun();
+  [[nodiscard]] CScanToPrintStor* printStore() const;
   [[nodiscard]] PagePreparation preparation() { return {m_parts, m_view.hasView()}; }
 
   QWidget* m_window;

@@ -1,12 +1,15 @@
 #include "control/scan_router.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 
 #include "control/command_ids.h"
+#include "control/page_ending.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
 #include "stores/scan_to_file_stor.h"
+#include "stores/scan_to_print_stor.h"
 
 namespace quillbay {
 
@@ -14,6 +17,22 @@ namespace {
 /// Hosts hear of new lines some twenty times a second.
 constexpr std::chrono::milliseconds kProgressInterval{50};
 constexpr int kFinished = 1, kStoppedOrFailed = 2;
+
+/// The lines of a page whose length was known before; 0 for one that ends with its document. Devices may deliver a
+/// line more than was asked for.
+std::int64_t printedLines(const ScanStarted& started) {
+  const std::int64_t least = started.page.target.leastLines;
+  return least > 0 ? std::max(least, pageLines(started)) : 0;
+}
+
+/// Whether a scan left nothing. An error that a store met at its first stripe is something to report; a store that
+/// hands lines on as they come is never empty itself.
+bool leftNothing(ISStripStor& store, bool hasLines) {
+  if (store.IsEmpty()) return true;
+  if (hasLines || !dynamic_cast<CScanToPrintStor*>(&store)) return false;
+  const auto outcome = query<IStoreOutcome>(&store);
+  return outcome && outcome->GetError().empty();
+}
 }  // namespace
 
 void ScanRouter::arm(std::shared_ptr<const ScanPlan> plan) {
@@ -95,6 +114,8 @@ int ScanRouter::onStarted(KxColorSpace colorSpace, std::int64_t width, std::int6
     started.page = makePageTarget(current->draft, {colorSpace, dpi, lines});
     auto* store = dynamic_cast<CScanToFileStor*>(current->destination.get());
     if (store && started.page.refused.empty()) store->SetTarget(started.page.target);
+    if (auto* print = dynamic_cast<CScanToPrintStor*>(current->destination.get()))
+      print->SetPageLines(printedLines(started));
   }
   {
     const std::lock_guard lock(m_mutex);
@@ -166,7 +187,7 @@ int ScanRouter::onEnded(int status) {
   if (status == kStoppedOrFailed) lost = {};  // the page is incomplete anyway, and the unit knows why
   if (lost.code != UnitFaultCode::None) status = kStoppedOrFailed;
   postProgress(*current, true);
-  const bool empty = current->destination->IsEmpty();
+  const bool empty = leftNothing(*current->destination, lines() > 0);
   const int answer = current->kind == RunKind::Scan && empty ? 0 : 1;
   // The last reference is dropped on the user-interface thread: what the plan holds may be the host's last.
   current.reset();

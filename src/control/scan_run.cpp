@@ -290,6 +290,7 @@ Actions ScanRun::stop() {
     case RunState::Detecting:
     case RunState::FindingPalette: m_stopAsked = true; return {{Do::CancelSearch}};
     case RunState::Scanning: m_stopAsked = true; return {{Do::StopUnit}, {Do::WakeStore}};
+    case RunState::Finishing: m_stopAsked = true; return {{Do::StopUnit}, {Do::StopPrinting}};
     default: m_stopAsked = true; return {{Do::StopUnit}};
   }
 }

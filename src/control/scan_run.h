@@ -61,6 +61,7 @@ enum class Do : int {
   StopUnit,         ///< the unit stops
   CancelSearch,     ///< the unit ends a detection or palette prescan
   WakeStore,        ///< the scanner's thread stops waiting for a full queue
+  StopPrinting,     ///< a page whose lines have all come is given up, if a printer holds it up
   EndPageLater,     ///< value 1: the page is dropped
   DropPage,         ///< the destination drops the open page
   NextPieceLater,
