@@ -52,6 +52,9 @@ inline constexpr char Quality[] = "PrintQuality";
 inline constexpr char Tiled[] = "PrintTiled";
 inline constexpr char Overlap[] = "PrintOverlap";
 inline constexpr char CropMarks[] = "PrintCropMarks";
+/// A page of unknown length is printed in pieces of this length, the last one filled with white; 0: 2 m, or what
+/// the medium takes.
+inline constexpr char PieceLength[] = "PrintPieceLength";
 /// What is known of the page before it comes: lines (0: unknown), pixels, dots per inch. Not part of a template.
 inline constexpr char PageLines[] = "PageLines";
 inline constexpr char PageWidth[] = "PageWidth";
@@ -82,6 +85,8 @@ class IPrintingJob : public IKxUnknown {
   /// resolution are the first one's. Blocks while the printer is behind; 0 when the job has failed. Any one thread.
   virtual int PrintStripe(std::int64_t line, IScanBuffer* stripe, IPrintProgress* progress) = 0;  // 4
   /// Ends the job: with `completed` its page is finished, without it is given up and the printer told so. Once.
+  /// Returns when the printer has taken all of it, or the job has failed: a page that is turned or goes over
+  /// several columns of sheets is printed only now. Any thread, but none beside `PrintStripe`; `Wake` ends it.
   virtual int End(int completed) = 0;  // 5
 };
 
