@@ -156,7 +156,7 @@ class Case(unittest.TestCase):
 
     def choose(self, field, item):
         """Takes an entry of a list that drops down, by clicks."""
-        box = self.control(field)
+        box = self.control(field) if isinstance(field, str) else field
         entries = box.children()[0]
         for _ in range(5):  # the keys pass over entries that are no choice: it may take more than one go
             names = [short(entry.name) for entry in entries.children()]

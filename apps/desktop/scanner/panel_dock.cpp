@@ -128,6 +128,7 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
 void PanelDock::setContent(QWidget* content) {
   m_content = content;
   static_cast<QVBoxLayout*>(widget()->layout())->addWidget(content, 1);
+  content->show();  // by itself it would be with the next events only
 }
 
 void PanelDock::closePanel() {
