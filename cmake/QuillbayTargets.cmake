@@ -3,10 +3,10 @@
 add_library(quillbay_options INTERFACE)
 target_compile_options(quillbay_options INTERFACE -Wall -Wextra -Wpedantic -Wconversion -Wshadow
   $<$<BOOL:${QUILLBAY_WERROR}>:-Werror>)
-# Several sources in one file see each other's names; the release build, one file each, is the one that warns of them.
-if(CMAKE_UNITY_BUILD)
-  target_compile_options(quillbay_options INTERFACE -Wno-shadow -Wno-subobject-linkage -Wno-unused-function)
-endif()
+# Several sources in one file see each other's names; the release build, one file each but for the tests, is the one
+# that warns of them.
+target_compile_options(quillbay_options INTERFACE
+  $<$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>:-Wno-shadow;-Wno-subobject-linkage;-Wno-unused-function>)
 # g++ 12 sees overlapping copies where texts are joined (its bug 105651).
 target_compile_options(quillbay_options INTERFACE
   $<$<AND:$<CXX_COMPILER_ID:GNU>,$<VERSION_LESS:$<CXX_COMPILER_VERSION>,13>>:-Wno-restrict>)
@@ -82,6 +82,10 @@ function(quillbay_test name)
     add_dependencies(threaded-tests test_${name})
   endif()
   target_link_libraries(test_${name} PRIVATE ${arg_LIBS} quillbay_options)
+  # Most of a test's compilation is headers: several sources at a time, in every build.
+  if(NOT CMAKE_UNITY_BUILD)
+    set_target_properties(test_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+  endif()
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   if(arg_QT)
     set_target_properties(test_${name} PROPERTIES AUTOMOC ON)
