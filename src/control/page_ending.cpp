@@ -1,6 +1,7 @@
 #include "control/page_ending.h"
 
 #include <exception>
+#include <tuple>
 
 #include "analysis/sheet_outline.h"
 #include "control/outside_call.h"
@@ -79,6 +80,8 @@ PageEnd PageEnding::handOver(const ScanStarted& page, bool cancelled, std::int64
   CScanTo* destination = m_parts.destination;
   end.taken = m_parts.host.call([&] { return destination->EndScan(cancelled ? 1 : 0); }) != 0 && !cancelled;
   end.failed = failed && !end.taken;
+  if (const auto* files = m_parts.files(); files && end.taken)
+    std::ignore = files->endedPage(&end.info.file, &end.info.published);
   if (failed && end.taken) {  // it got another name
     end.info.file = m_parts.values().outputFile;
     end.info.published = true;

@@ -276,7 +276,7 @@ void RunPerformer::onStarted() {
   info.expectedLines = pageLines(started);
   info.dpi = started.dpi;
   info.colorSpace = started.colorSpace;
-  info.file = started.page.target.path;
+  info.file = started.page.file();
   if (started.colorSpace == KxColorSpace::Palette) info.paletteColors = started.plan->paletteColors;
   perform(m_run.started(info, !hasPlace));
   if (!hasPlace) m_parts.host.message(EventKind::Information, started.page.refused, EventButtons::Ok);

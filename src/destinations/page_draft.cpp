@@ -12,7 +12,7 @@ namespace {
 void namePage(const PageDraft& draft, NamedPage& page) {
   ScanValues& values = page.names.values;
   const std::string prepared = values.outputFile;
-  const OutputName name = nameAtStart(page.names, prepared);
+  const OutputName name = nameAtStart(page.names, prepared, draft.isTaken);
   page.refused = name.refused ? name.why : std::string();
   if (name.refused) return;
   page.target.path = values.outputFile = name.path;
@@ -21,9 +21,14 @@ void namePage(const PageDraft& draft, NamedPage& page) {
   // The user agreed to replace the prepared name only.
   page.target.mayReplace = draft.mayReplace && (values.fileFate == kFateOverwrite || name.path == prepared);
   page.target.addsToFile = page.target.joinsPart && (name.path == prepared ? draft.addsToFile : name.exists);
-  if (name.path == prepared) return;
+  if (name.path == prepared && !draft.place) return;
   try {
-    fio::createFolder(fio::folderOf(name.path));
+    if (draft.place) {
+      page.target.addsToFile = false;
+      page.target.path = draft.place(name.path);
+    } else {
+      fio::createFolder(fio::folderOf(name.path));
+    }
   } catch (const CXException& e) {
     page.refused = e.what();
   }
@@ -42,7 +47,8 @@ NamedPage makePageTarget(const PageDraft& draft, const ScannedAs& scanned) {
   page.target.leastLines = leastPageLines(values);
   page.target.expectedLines = scanned.lines > 0 ? scanned.lines : draft.expectedLines;
   if (!draft.openPart.empty()) {
-    page.target.path = values.outputFile = draft.openPart;
+    page.target.path = draft.openPart;
+    if (!draft.place) values.outputFile = draft.openPart;
     page.target.addsToFile = draft.addsToFile;
   } else if (!values.outputFile.empty()) {
     namePage(draft, page);

@@ -1,4 +1,5 @@
 #pragma once
+#include <functional>
 #include <string>
 
 #include "destinations/name_context.h"
@@ -15,6 +16,12 @@ struct PageDraft {
   bool addsToFile = false;         ///< a multi-page file of the prepared name was there already
   bool isLast = true;              ///< no page of the run follows, as far as is known
   std::int64_t expectedLines = 0;  ///< as far as the settings tell; 0: unknown
+
+  // For a page that is written elsewhere than its name says, and brought there later; called on the scanner's
+  // thread.
+  std::function<bool(const std::string& name)> isTaken;  ///< whether a file has the name; null: asks the folder
+  std::function<std::string(const std::string& name)>
+      place;  ///< the file to write; may throw. Null: the name itself
 };
 
 /// What a scanner says when it starts.
@@ -27,7 +34,9 @@ struct ScannedAs {
 /// The target of a page, and what its name came from.
 struct NamedPage {
   PageTarget target;
-  NameContext names;    ///< the draft's, with what the scanner said, and the counter and its switch moved
+  NameContext names;  ///< the draft's, with what the scanner said, and the counter and its switch moved
+  /// The file that users know: the target's, unless the page is written elsewhere first. Empty without a file.
+  [[nodiscard]] std::string file() const { return target.path.empty() ? std::string() : names.values.outputFile; }
   std::string refused;  ///< why the page can have no file, for the user; empty when `target` is valid
 };
 

@@ -7,12 +7,11 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QPointer>
-#include <QSignalBlocker>
 #include <algorithm>
-#include <array>
 
 #include "destinations/file_names.h"
 #include "destinations/macro_list.h"
+#include "destinations/name_fields.h"
 #include "destinations/path_rules.h"
 #include "platform/base_services.h"
 #include "platform/post_command.h"
@@ -24,31 +23,12 @@ namespace quillbay {
 
 namespace {
 
-constexpr std::array kNamingKeys{
-    key::Dir,       key::Mask,     key::Counter,  key::CounterFormat, key::UseAutoCounter,
-    key::MultiPage, key::CurrMode, key::FileFate, key::ScanAreaType,  key::PaperName,
-    key::Dpi,       key::RcScan,   key::Units,    key::Extension};
-
-void fill(QComboBox* combo, const History& history) {
-  const QSignalBlocker quiet(combo);
-  const QString text = combo->currentText();
-  combo->clear();
-  for (const std::string& item : history.items()) combo->addItem(QString::fromStdString(item));
-  combo->setEditText(text);
-}
-
 bool isFormatExtension(const std::string& extension) {
   const std::vector<FormatInfo> formats = ListFormats();
   return std::any_of(formats.begin(), formats.end(), [&](const FormatInfo& format) {
     return std::any_of(format.extensions.begin(), format.extensions.end(),
                        [&](const std::string& known) { return sameKey(known, extension); });
   });
-}
-
-/// Shows a text, leaving the cursor of somebody who just typed it.
-void showText(QComboBox* combo, const std::string& text) {
-  const QString wanted = QString::fromStdString(text);
-  if (combo->currentText() != wanted) combo->setEditText(wanted);
 }
 
 }  // namespace
@@ -63,8 +43,8 @@ CScanToView::CScanToView(const DestinationContext& context)
   const auto profile = query<IProfile>(m_params.app());
   m_dirs.load(profile.get());
   m_masks.load(profile.get());
-  fill(m_form->dir, m_dirs);
-  fill(m_form->mask, m_masks);
+  fillHistoryCombo(m_form->dir, m_dirs);
+  fillHistoryCombo(m_form->mask, m_masks);
   m_useFileOut = m_mode != ScanToView;
   m_clock.setInterval(1000);
   connect(&m_clock, &QTimer::timeout, this, [this] { refreshNextName(); });
@@ -83,28 +63,20 @@ void CScanToView::setUpForm() {
   attachControls();
   m_form->useFileOut->setVisible(m_mode == ScanToView);
   m_form->heading->setVisible(m_mode != ScanToView);
-  // Shown like a label: it can be selected and read out, not typed into.
-  QPalette plain = m_form->nextName->palette();
-  plain.setColor(QPalette::Base, Qt::transparent);
-  m_form->nextName->setPalette(plain);
-  m_form->nextName->setFrame(false);
-  // Names differ by letter case; a field that completes them would write over what was typed.
+  preparePlainField(m_form->nextName);
   for (QComboBox* combo : {m_form->dir, m_form->mask}) {
-    combo->setCompleter(nullptr);
+    prepareHistoryCombo(combo);
     combo->lineEdit()->installEventFilter(this);
-    combo->lineEdit()->setAccessibleName(combo->accessibleName());
   }
   m_form->dir->setToolTip(
       QString::fromStdString(Supp_Translate("Folder for the files; \"~\" is your home folder")));
-  const std::string tags = tagList(makeNameContext(m_params));
-  m_form->mask->setToolTip(QString::fromStdString(
-      formatText(Supp_Translate("Beginning of the file names; these are replaced by their values:\n%s"), {tags})));
+  m_form->mask->setToolTip(maskTip(makeNameContext(m_params)));
 }
 
 int CScanToView::paramChanged(const char* key) {
   if (sameKey(key, key::Dir)) showText(m_form->dir, m_params.values().dir);
   if (sameKey(key, key::Mask)) showText(m_form->mask, m_params.values().mask);
-  const bool naming = std::any_of(kNamingKeys.begin(), kNamingKeys.end(), [&](auto k) { return sameKey(k, key); });
+  const bool naming = isNamingKey(key);
   // Later and merged: a load changes many values, and each look at the name asks the file system.
   if (naming) PostCommand(this, kRefreshName, 0, 0, true);
   return 1;
@@ -169,17 +141,7 @@ void CScanToView::refreshNextName() {
   m_form->nextName->setToolTip({});
 }
 
-void CScanToView::showNextName(const OutputName& name) {
-  QLineEdit* field = m_form->nextName;
-  const bool asks = name.refused && name.exists;
-  const bool bad = name.refused && !asks;
-  const QString shown = QString::fromStdString(bad ? name.why : fio::fileNameOf(name.path));
-  if (field->text() != shown) field->setText(shown);
-  field->setCursorPosition(0);
-  std::string tip = bad ? name.why : name.path;
-  if (asks) tip += '\n' + Supp_Translate("This file exists; you will be asked before it is replaced.");
-  field->setToolTip(QString::fromStdString(tip));
-}
+void CScanToView::showNextName(const OutputName& name) { showOutputName(m_form->nextName, name); }
 
 void CScanToView::changeEvent(QEvent* event) {
   if (event->type() == QEvent::ActivationChange && isActiveWindow()) refreshNextName();
@@ -269,8 +231,8 @@ bool CScanToView::showPasteMenu(QLineEdit* edit, const QContextMenuEvent& event)
 }
 
 void CScanToView::remember() {
-  if (m_dirs.add(m_params.values().dir)) fill(m_form->dir, m_dirs);
-  if (m_masks.add(m_params.values().mask)) fill(m_form->mask, m_masks);
+  if (m_dirs.add(m_params.values().dir)) fillHistoryCombo(m_form->dir, m_dirs);
+  if (m_masks.add(m_params.values().mask)) fillHistoryCombo(m_form->mask, m_masks);
 }
 
 void CScanToView::saveHistories() {

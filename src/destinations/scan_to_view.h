@@ -106,7 +106,6 @@ class CScanToView final : public CDialog,
   [[nodiscard]] int endPage(bool cancelled);
   [[nodiscard]] bool prepareFile();
   [[nodiscard]] int finishFile(const KxPtr<ISStripStor>& store);
-  [[nodiscard]] std::string finishStore(const KxPtr<ISStripStor>& store);
   [[nodiscard]] std::string tryOtherName(const KxPtr<ISStripStor>& store, const std::string& error);
   [[nodiscard]] int handToHost(KxPtr<IRStor> raster);
   [[nodiscard]] int savePage();

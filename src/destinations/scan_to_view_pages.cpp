@@ -1,5 +1,4 @@
 /// The pages of the Scan To File and Scan To View panel: before, after, and saving.
-#include <QGuiApplication>
 #include <limits>
 #include <tuple>
 
@@ -8,23 +7,13 @@
 #include "destinations/output_file.h"
 #include "destinations/part_publisher.h"
 #include "destinations/scan_to_view.h"
+#include "destinations/store_finish.h"
 #include "platform/base_services.h"
 #include "quillbay/scan_keys.h"
 #include "quillbay/script_services.h"
 #include "widgets/string_table.h"
 
 namespace quillbay {
-
-namespace {
-/// The wait cursor while one lives.
-class WaitCursor {
- public:
-  WaitCursor() { QGuiApplication::setOverrideCursor(Qt::WaitCursor); }
-  ~WaitCursor() { QGuiApplication::restoreOverrideCursor(); }
-  WaitCursor(const WaitCursor&) = delete;
-  WaitCursor& operator=(const WaitCursor&) = delete;
-};
-}  // namespace
 
 RunOutput& CScanToView::output() {
   if (!m_output) m_output = std::make_unique<RunOutput>();
@@ -128,20 +117,6 @@ int CScanToView::endPage(bool cancelled) {
   return 0;
 }
 
-/// Returns why the page is not in its file; empty when it is.
-std::string CScanToView::finishStore(const KxPtr<ISStripStor>& store) {
-  try {
-    const WaitCursor wait;
-    const int finished = store->Finish(nullptr, output().target().leastLines, 1);
-    const auto outcome = store.as<IStoreOutcome>();
-    if (!outcome) return {};
-    if (finished || outcome->GetLines() != 0 || !outcome->GetError().empty()) return outcome->GetError();
-    return formatText(Supp_Translate("The page has no lines; %s was not written."), {output().target().path});
-  } catch (const CXException& e) {
-    return e.what();
-  }
-}
-
 /// A page that is whole in its part, whose name was in the way, gets another one. Returns the error that is left.
 std::string CScanToView::tryOtherName(const KxPtr<ISStripStor>& store, const std::string& error) {
   const auto outcome = store.as<IStoreOutcome>();
@@ -157,7 +132,7 @@ std::string CScanToView::tryOtherName(const KxPtr<ISStripStor>& store, const std
 }
 
 int CScanToView::finishFile(const KxPtr<ISStripStor>& store) {
-  std::string error = finishStore(store);
+  std::string error = finishFileStore(store, output().target().leastLines, output().target().path);
   if (!error.empty()) error = tryOtherName(store, error);
   if (!error.empty()) {
     store->Reset();  // the error is told once

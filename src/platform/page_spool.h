@@ -36,7 +36,8 @@ class IPageSpool : public IKxUnknown {
   /// Waits until the page was handed off or failed, for at most `limitMs`. Returns the name that it got, with
   /// folder; empty while it waits.
   [[nodiscard]] virtual std::string waitFor(const std::string& id, int limitMs) = 0;
-  /// Free bytes where pages are written; -1 when unknown.
+  /// The folder of the pages that wait, without a delimiter at its end, and its free bytes; -1 when unknown.
+  [[nodiscard]] virtual std::string folder() = 0;
   [[nodiscard]] virtual std::int64_t freeBytes() = 0;
 };
 

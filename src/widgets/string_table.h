@@ -30,6 +30,7 @@ enum StringId : int {
   kTextSizeBoth = 57620,   ///< "%s" twice: width and height
   kTextMaskEmpty = 57622,
   kTextLutNotFound = 57623,  ///< "%s": the lookup file
+  kTextNoNetClients = 57626,
   kTextAutoPrinter = 57636,
   kTextAutoOptions = 57637,
 };
