@@ -110,6 +110,16 @@ bool LivePage::isWhole(const quillbay::PageInfo& page) const {
   return m_raster && m_raster->GetHeight() >= page.lines && m_raster->GetWidth() == page.width;
 }
 
+QString LivePage::rescue(const QString& name) {
+  if (!m_running) return {};
+  look();
+  if (!m_raster || m_raster->GetHeight() == 0) return {};
+  const int id = m_document->add(m_raster, name);
+  become(id);
+  const Page* page = m_document->page(id);
+  return page ? page->name : QString();
+}
+
 void LivePage::finish(const quillbay::PageInfo& page) {
   if (!m_running) return;
   look();

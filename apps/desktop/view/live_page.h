@@ -33,6 +33,9 @@ class LivePage : public QObject {
   void become(int id);
   /// A page is finished. One that is in a file and did not become a page yet does so now.
   void finish(const quillbay::PageInfo& page);
+  /// The running page becomes one of the document's, in no file, as far as it has come. Returns its name; empty
+  /// when there is none.
+  QString rescue(const QString& name);
   /// No page runs any more: what did not become a page vanishes.
   void end();
   /// Looks what has come since the last time; happens by itself at most 25 times a second.

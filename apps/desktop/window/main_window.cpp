@@ -52,7 +52,7 @@ QString endText(quillbay::EndCause cause, int pages) {
     case EndCause::Done: return MainWindow::tr("Done, pages: %1").arg(pages);
     case EndCause::Stopped: return MainWindow::tr("Stopped, pages: %1").arg(pages);
     case EndCause::Device: return MainWindow::tr("The scanner failed");
-    case EndCause::Output: return MainWindow::tr("The page could not be written");
+    case EndCause::Output: return MainWindow::tr("The page could not be written or printed");
     case EndCause::Media: return MainWindow::tr("No document in the scanner, pages: %1").arg(pages);
     case EndCause::Refused: break;
   }
@@ -162,7 +162,12 @@ void MainWindow::makeLivePage() {
   connect(m_panel, &PanelDock::pageStarted, m_live, &LivePage::begin);
   connect(m_panel, &PanelDock::pageDone, m_live, &LivePage::finish);
   connect(m_panel, &PanelDock::published, m_document, &Document::notePublished);
-  connect(m_panel, &PanelDock::ended, m_live, &LivePage::end);
+  connect(m_panel, &PanelDock::ended, m_live, [this](int cause) {
+    const bool isUnprinted =
+        m_mode == quillbay::ScanToPrint && static_cast<quillbay::EndCause>(cause) == quillbay::EndCause::Output;
+    if (isUnprinted) keepUnprinted();
+    m_live->end();
+  });
   connect(m_live, &LivePage::note, m_log, &LogDock::note);
 }
 
@@ -245,8 +250,9 @@ void MainWindow::restore() {
     resizeDocks({m_pages}, {kPagesWidth}, Qt::Horizontal);
     resizeDocks({m_log}, {kLogHeight}, Qt::Vertical);
   }
-  m_mode = m_settings->number("Mode", quillbay::ScanToView) == quillbay::ScanToFile ? quillbay::ScanToFile
-                                                                                    : quillbay::ScanToView;
+  const int mode = m_settings->number("Mode", quillbay::ScanToView);
+  const bool isMode = mode >= quillbay::ScanToFile && mode <= quillbay::ScanToView;
+  m_mode = isMode ? static_cast<quillbay::eTarnwellMode>(mode) : quillbay::ScanToView;
   applyUnit();
 }
 
@@ -273,7 +279,7 @@ void MainWindow::start() {
   m_guard->offerLeftovers();
 }
 
-bool MainWindow::isOccupied() const { return m_closing || m_opening || m_pageCommands->isRunning(); }
+bool MainWindow::isOccupied() const { return m_closing || m_opening || m_printing || m_pageCommands->isRunning(); }
 
 bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   if (m_panel->isBusy()) {
@@ -320,7 +326,7 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
   if (std::exchange(m_closing, true)) return;
   const auto open = qScopeGuard([this] { m_closing = false; });
-  if (m_pageCommands->isRunning()) return;  // its window is open: it is cancelled there
+  if (m_pageCommands->isRunning() || m_printing) return;  // its window is open: it is cancelled there
   if (m_opening) {
     m_closeLater = true;
     return m_files->cancel();

@@ -53,6 +53,8 @@ class MainWindow : public QMainWindow {
   /// none. Asks before a file loses pages. False when something is still not saved.
   bool saveAll();
   bool saveAllInOneFile();
+  /// Asks how, and prints the pages that the user chooses.
+  void printPages();
   /// Closes pages, after asking when one is not saved.
   bool closePages(const std::vector<int>& ids);
   bool closeAll();
@@ -107,6 +109,8 @@ class MainWindow : public QMainWindow {
   void startBatch();
   void stop(quillbay::StopKind kind);
   void scanEnded(int cause, const QString& fault, int pages);
+  void print(const std::vector<int>& ids, quillbay::IParam* options);
+  void keepUnprinted();
   void previewEnded(int cause, const QString& fault);
   void setUnit(const char* unit);
   /// The user's unit, to the panel and the status line.
@@ -163,6 +167,7 @@ class MainWindow : public QMainWindow {
   std::vector<QAction*> m_needsPage, m_needsPanel, m_needsOpenPanel, m_needsIdle, m_needsBusy;
   QShortcut* m_stopKey = nullptr;
   quillbay::eTarnwellMode m_mode = quillbay::ScanToView;
+  bool m_printing = false;
   bool m_closing = false;  // questions before the end are open
 };
 

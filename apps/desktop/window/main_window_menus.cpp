@@ -46,6 +46,9 @@ void MainWindow::makeFileMenu() {
       addAction(menu, tr("Save all in one &file..."), {}, tr("Saves all pages as one multi-page file"),
                 [this] { saveAllInOneFile(); })};
   menu->addSeparator();
+  m_needsPage.push_back(
+      addAction(menu, tr("&Print..."), QKeySequence::Print, tr("Prints pages"), [this] { printPages(); }));
+  menu->addSeparator();
   m_close = addAction(menu, tr("&Close page"), QKeySequence::Close, tr("Closes the selected pages"),
                       [this] { closePages(m_pages->selected()); });
   m_needsPage.push_back(m_close);
@@ -76,7 +79,8 @@ void MainWindow::makeScanMenu() {
   QMenu* modes = menu->addMenu(tr("Scans &go"));
   m_modes = new QActionGroup(this);
   const std::pair<quillbay::eTarnwellMode, QString> list[] = {{quillbay::ScanToView, tr("To the &view")},
-                                                              {quillbay::ScanToFile, tr("To &files")}};
+                                                              {quillbay::ScanToFile, tr("To &files")},
+                                                              {quillbay::ScanToPrint, tr("To a &printer")}};
   for (const auto& [mode, text] : list) {
     QAction* action = addAction(modes, text, {}, {}, [this, wanted = mode] {
       if (wanted != m_mode) setMode(wanted);

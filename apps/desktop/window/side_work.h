@@ -21,7 +21,12 @@ class SideProgress final : public quillbay::CKxUnknownImplStatic<quillbay::IProg
 
   /// What goes on, for a user; positions run from 0 to `end` now, 0: no end is known.
   void begin(const QString& text, int end);
-  void cancel() { m_cancelled = true; }
+  void cancel() {
+    m_cancelled = true;
+    if (onCancel) onCancel();
+  }
+  /// Called for every `cancel`, on its thread: wakes work that does not look.
+  std::function<void()> onCancel;
   [[nodiscard]] QString text() const;
   [[nodiscard]] int position() const { return m_position; }
   [[nodiscard]] int end() const { return m_end; }
