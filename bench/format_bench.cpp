@@ -136,7 +136,7 @@ int ours(const std::string& out, const MappedPicture& picture, const GivenOption
     for (std::int32_t y = 0; y < picture.height; y += step) {
       block.lines = std::min(step, picture.height - y);
       block.bytes = picture.line(y);
-      file.writeLines(block);
+      if (!file.writeLines(block)) throw quillbay::CXIFaceException("the format holds no such page");
     }
   });
   return 0;
@@ -183,7 +183,7 @@ int longPage(const std::string& out, std::int32_t width, std::int64_t lines, KxC
       block.hold = stripe;
       block.add_hold = MadeStripe::add;
       block.release_hold = MadeStripe::release;
-      file.writeLines(block);
+      if (!file.writeLines(block)) throw quillbay::CXIFaceException("the format holds no such page");
       MadeStripe::release(stripe);
     }
   });

@@ -145,10 +145,11 @@ class CFileChanel final : public CKxUnknownImpl<IKxFileChanel> {
     openTarget(paged);
     const PageRequest request{m_format, m_params.get(), m_fileName, titleOf(m_fileName), m_page.expectedLines,
                               paged};
-    if (!savePage(*m_part, request, raster, progress)) return 0;
+    const SavedPage saved = savePage(*m_part, request, raster, progress);
+    if (saved == SavedPage::Dropped) return 0;
     m_pagedPage = paged;
     m_state = State::PageWritten;
-    return 1;
+    return static_cast<int>(saved);
   }
 
   void finishPage() {

@@ -20,11 +20,12 @@ extern "C" {
 
 enum QbCode {
   QB_OK = 0,
-  QB_E_FILE = 1,     /* a QbFile operation failed; the channels know the cause */
-  QB_E_MEMORY = 2,   /* no memory */
-  QB_E_DAMAGED = 3,  /* the file's content cannot be understood; the text says what */
-  QB_E_REFUSED = 4,  /* what was asked cannot be done; the text says why and what to do */
-  QB_E_TRUNCATED = 5 /* the file ends before what it should hold; the text may say more */
+  QB_E_FILE = 1,      /* a QbFile operation failed; the channels know the cause */
+  QB_E_MEMORY = 2,    /* no memory */
+  QB_E_DAMAGED = 3,   /* the file's content cannot be understood; the text says what */
+  QB_E_REFUSED = 4,   /* what was asked cannot be done; the text says why and what to do */
+  QB_E_TRUNCATED = 5, /* the file ends before what it should hold; the text may say more */
+  QB_E_FULL = 6       /* of `write_lines`: the page holds no more lines; it can be ended, and is whole up to here */
 };
 
 /* The reason of a failure, UTF-8, ended by a zero: a sentence without the file's name. */

@@ -106,27 +106,30 @@ class PageSaver {
         m_source(makeLineSource(raster, m_colorSpace, m_width)),
         m_options(request.params, request.format->name) {}
 
-  bool save() {
+  SavedPage save() {
     if (m_width <= 0)
       throw CXIFaceException(formatText(Supp_Translate("write %s: the page has no width"), {m_request.fileName}));
     bool begun = false;
     for (;;) {
       const HeldBlock next(*m_source);
       if (!next) break;
-      if (m_progress && m_progress->IsCancelled()) return false;
+      if (m_progress && m_progress->IsCancelled()) return SavedPage::Dropped;
       if (!begun) begin();
       begun = true;
-      m_file.writeLines(next.block());
+      if (!m_file.writeLines(next.block())) {
+        m_file.endLines();
+        return SavedPage::Cut;
+      }
       advance(next.block().lines);
     }
-    if (m_source->abandoned() || (m_progress && m_progress->IsCancelled())) return false;
+    if (m_source->abandoned() || (m_progress && m_progress->IsCancelled())) return SavedPage::Dropped;
     if (!begun) {
       throw CXFileException(
           formatText(Supp_Translate("write %s: the scan delivered no lines; scan again"), {m_request.fileName}),
           m_request.fileName);
     }
     m_file.endLines();
-    return true;
+    return SavedPage::Whole;
   }
 
  private:
@@ -223,16 +226,16 @@ std::string RefusalOf(IIOParams* params, const std::string& fileName, const Expe
   return {};
 }
 
-bool savePage(WritingFile& file, const PageRequest& request, IRStor* raster, IProgress* progress) {
+SavedPage savePage(WritingFile& file, const PageRequest& request, IRStor* raster, IProgress* progress) {
+  SavedPage saved = SavedPage::Dropped;
   try {
-    PageSaver saver(file, request, raster, progress);
-    if (saver.save()) return true;
+    saved = PageSaver(file, request, raster, progress).save();
   } catch (...) {
     file.dropPage();
     throw;
   }
-  file.dropPage();
-  return false;
+  if (saved == SavedPage::Dropped) file.dropPage();
+  return saved;
 }
 
 }  // namespace quillbay

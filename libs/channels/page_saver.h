@@ -17,10 +17,14 @@ struct PageRequest {
   bool paged = false;
 };
 
+/// What became of a page; `Cut`: it holds the lines that its format has room for, and the scan delivered more.
+enum class SavedPage : int { Dropped = 0, Whole = 1, Cut = 2 };
+
 /// Writes the lines of `raster` as the next page of `file`; the page is complete but not yet part of the file
-/// (`WritingFile::finishPage`). Returns false when it was cancelled or abandoned: the page is dropped then, as it
-/// is when this throws (CXFileException, CXMemException, CXIFaceException, and what the raster throws).
-[[nodiscard]] bool savePage(WritingFile& file, const PageRequest& request, IRStor* raster, IProgress* progress);
+/// (`WritingFile::finishPage`). A page that was cancelled or abandoned is dropped, as it is when this throws
+/// (CXFileException, CXMemException, CXIFaceException, and what the raster throws).
+[[nodiscard]] SavedPage savePage(WritingFile& file, const PageRequest& request, IRStor* raster,
+                                 IProgress* progress);
 
 /// The moment as a tag has it: "YYYY:MM:DD HH:MM:SS", local time.
 [[nodiscard]] std::string dateTimeText(std::int64_t secondsSince1970);

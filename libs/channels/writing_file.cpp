@@ -45,9 +45,12 @@ void WritingFile::beginPage(const QbPage& page, const QbOptions& options) {
   check(m_format->begin_page(to, &page, &options, &why), why);
 }
 
-void WritingFile::writeLines(const QbBlock& block) {
+bool WritingFile::writeLines(const QbBlock& block) {
   QbText why{};
-  check(m_format->write_lines(m_writer, &block, &why), why);
+  const int code = m_format->write_lines(m_writer, &block, &why);
+  if (code == QB_E_FULL) return false;
+  check(code, why);
+  return true;
 }
 
 void WritingFile::endLines() {

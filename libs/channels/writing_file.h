@@ -23,7 +23,8 @@ class WritingFile {
   /// Pages that are complete, the one that waits for `endPage` included. Throws CXFileException for a damaged file.
   [[nodiscard]] int pageCount();
   void beginPage(const QbPage& page, const QbOptions& options);
-  void writeLines(const QbBlock& block);
+  /// Returns false when the page can hold no more lines: what of the block had room is in it, and it can be ended.
+  [[nodiscard]] bool writeLines(const QbBlock& block);
   /// Appends the page's end; the page is part of the file after `finishPage` only.
   void endLines();
   void finishPage();

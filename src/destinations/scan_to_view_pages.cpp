@@ -120,7 +120,7 @@ int CScanToView::endPage(bool cancelled) {
 /// A page that is whole in its part, whose name was in the way, gets another one. Returns the error that is left.
 std::string CScanToView::tryOtherName(const KxPtr<ISStripStor>& store, const std::string& error) {
   const auto outcome = store.as<IStoreOutcome>();
-  if (!outcome || !outcome->IsWritten()) return error;
+  if (!outcome || !outcome->IsWritten() || outcome->IsPublished()) return error;
   const PartFate fate = publishByRule(output().page(), events().get());
   if (output().target().joinsPart) output().forgetPart();
   if (!fate.why.empty()) return fate.why;

@@ -43,8 +43,8 @@ class IKxRasterSaveFileChanel : public IKxUnknown {
   /// Non-zero when the format takes rasters of this colour space.
   virtual int AcceptColorSpace(KxColorSpace colorSpace) = 0;
   /// Writes the raster: pulls its lines while line < height (or its stripes, when it is an `IStripeReader`).
-  /// Returns 1, or 0 when cancelled by `progress` or abandoned by the raster. Throws CXFileException for what
-  /// cannot be written.
+  /// Returns 1; 2 when the page was ended where the format holds no more lines, its end being lost; or 0 when
+  /// cancelled by `progress` or abandoned by the raster. Throws CXFileException for what cannot be written.
   virtual int Save(IRStor* raster, IProgress* progress) = 0;
 };
 

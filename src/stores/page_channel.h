@@ -11,6 +11,9 @@ namespace quillbay {
 [[nodiscard]] std::string openPageChannel(IApp* app, const PageTarget& target, KxColorSpace colorSpace,
                                           KxPtr<IKxFileChanel>* out);
 
+/// What `Save` returns for a page that ends where its format holds no more lines.
+inline constexpr int kSavedCut = 2;
+
 /// Saves the page through the interface that fits; what that interface's `Save` returns and throws.
 [[nodiscard]] int savePageRaster(IKxFileChanel* channel, bool joinsPart, IRStor* raster, IProgress* progress);
 

@@ -10,8 +10,6 @@
 
 namespace quillbay {
 
-namespace {}  // namespace
-
 // Counts an AddStripe that is under way, so that the store does not go away under it.
 class CScanToFileStor::Visit {
  public:
@@ -234,9 +232,15 @@ void CScanToFileStor::writePage() {
     throw;
   }
   m_written = true;
+  if (m_cut) {
+    fail(
+        Supp_Translate("The file format ended before the page did. The file holds all that it can: scan the rest "
+                       "as another page, or "
+                       "choose a format without this limit."));
+  }
 }
 
-// Whether the whole page was written.
+// Whether the page was written, as far as its format allows.
 bool CScanToFileStor::savePage() {
   const bool paged = m_target.joinsPart;  // fixed while the page is open
   const int saved = savePageRaster(m_channel.get(), paged, &m_facade, m_progress.get());
@@ -250,11 +254,7 @@ bool CScanToFileStor::savePage() {
     fail(Supp_Translate("Writing was cancelled: the page is not in the file."));
     return false;
   }
-  if (!finished) {
-    fail(Supp_Translate(
-        "The file format ended before the page did: choose another format, or scan a shorter page."));
-    return false;
-  }
+  m_cut = saved == kSavedCut || !finished;
   return true;
 }
 
@@ -314,7 +314,7 @@ void CScanToFileStor::Reset() {
   m_facade.dropStripes();
   m_channel = nullptr;
   m_blank = nullptr;
-  m_written = m_published = false;
+  m_written = m_published = m_cut = false;
   const std::lock_guard lock(m_feed.lock);
   m_feed.queue.clear();
   m_feed.finished = m_feed.abandoned = false;

@@ -124,6 +124,7 @@ class CScanToFileStor final : public ISStripStor, public KxBaseThread, public IS
   Event m_left{Event::Kind::Auto};  // an AddStripe went
   std::int64_t m_unchecked = 0;     // bytes queued since free space was looked at; the scanner's thread only
   std::atomic<bool> m_written{false}, m_published{false};
+  bool m_cut = false;  // by the format; the writer's thread only, while it runs
   CWaitStor m_facade{&m_feed};
 };
 

@@ -228,7 +228,7 @@ TEST(JpegPages, WhatAJpegCannotHoldIsRefusedByItsNumber) {
     return std::string("saved");
   };
   const TestPage tall = makePage(KxColorSpace::Grey, 3, 65501);
-  EXPECT_NE(said(tall, 0, "90").find("at most 65500 lines, and the page has 65501"), std::string::npos);
+  EXPECT_NE(said(tall, 65501, "90").find("at most 65500 lines, and the page has 65501"), std::string::npos);
   EXPECT_NE(said(makePage(KxColorSpace::Grey, 3, 2), 70000, "90").find("the page has 70000"), std::string::npos);
   EXPECT_NE(said(makePage(KxColorSpace::Grey, 65501, 1), 0, "90").find("65501"), std::string::npos);
   EXPECT_NE(said(makePage(KxColorSpace::Grey, 3, 2), 0, "101").find("1 to 100"), std::string::npos);
@@ -243,6 +243,17 @@ TEST(JpegPages, WhatAJpegCannotHoldIsRefusedByItsNumber) {
   EXPECT_NE(refusal({KxColorSpace::Grey}, "Profile", "/none.icc").find("/none.icc"), std::string::npos);
   EXPECT_EQ(refusal({KxColorSpace::Rgb, 65500, 65500}, "Quality", "90"), "");
   EXPECT_EQ(folder.list(), "");
+}
+
+TEST(JpegPages, APageOfUnknownLengthEndsAtTheLastLineThatAJpegHolds) {
+  const TempFolder folder;
+  const std::string file = folder.file("page.jpg");
+  for (const std::int32_t lines : {65500, 65501, 66100}) {
+    const TestPage page = makePage(KxColorSpace::Grey, 3, lines);
+    EXPECT_EQ(saveSingle(file, rasterOf(page, Source::Stripes, 500).get(), nullptr, true), lines > 65500 ? 2 : 1);
+    const auto channel = new_OpenFileChanel(nullptr, file);
+    EXPECT_EQ(channel.as<IKxRasterLoadFileChanel>()->OpenLines(0)->GetSize().height, 65500);
+  }
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ class FakeChannel final : public CKxUnknownImpl<IKxFileChanel, IKxRasterSaveFile
       } else {
         context->ReadLine(line, 0, raster->GetWidth(), buffer.data());
       }
-      if (!write(bytes, size)) break;
+      if (!write(bytes, size)) return 2;
     }
     return 1;
   }
@@ -93,7 +93,7 @@ class FakeChannel final : public CKxUnknownImpl<IKxFileChanel, IKxRasterSaveFile
         const std::size_t bytes = isRunList(colorSpace)
                                       ? runListBytes(runCount(reinterpret_cast<const std::uint32_t*>(line)))
                                       : fixedLineBytes(colorSpace, size.width);
-        if (!write(line, bytes)) return 1;
+        if (!write(line, bytes)) return 2;
       }
     }
     return reader->WasAbandoned() ? 0 : 1;

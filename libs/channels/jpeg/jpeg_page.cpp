@@ -103,9 +103,11 @@ void JpegPage::takeBand(const ByteBuffer& band) {
 }
 
 void JpegPage::write(const QbBlock& block) {
-  m_lines += block.lines;
-  if (m_lines > kMostJpegSide) throw ModuleError(QB_E_REFUSED, tooMany("lines", m_lines));
-  m_pipeline->push(block);
+  QbBlock room = block;
+  room.lines = static_cast<std::int32_t>(std::min<std::int64_t>(block.lines, kMostJpegSide - m_lines));
+  m_lines += room.lines;
+  if (room.lines > 0) m_pipeline->push(room);
+  if (room.lines < block.lines) throw ModuleError(QB_E_FULL, tooMany("lines", m_lines + block.lines - room.lines));
 }
 
 void JpegPage::finish() {
