@@ -32,14 +32,16 @@ void Refusals::hear(const quillbay::HostMessage& message) {
 }
 
 CliRun::CliRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
-               Interrupts& interrupts, NextPage& next, const Refusals& refusals, PageScripts& scripts)
+               Interrupts& interrupts, NextPage& next, const Refusals& refusals, PageScripts& scripts,
+               PrintJobs& prints)
     : m_control(control),
       m_options(options),
       m_reporter(reporter),
       m_interrupts(interrupts),
       m_next(next),
       m_refusals(refusals),
-      m_scripts(scripts) {}
+      m_scripts(scripts),
+      m_prints(prints) {}
 
 int CliRun::run() {
   m_control->GetParam(quillbay::key::ScanAreaType, &m_areaType);
@@ -75,6 +77,7 @@ void CliRun::stop() {
                                                   : "stopping; interrupt again to end at once"));
   m_control->Stop(m_options.finishPage ? StopKind::AfterPage : StopKind::Now);
   if (!m_options.finishPage) m_scripts.cancel();
+  m_prints.cancel();
 }
 
 void CliRun::OnPageFinished(const quillbay::PageInfo& page) {
@@ -102,11 +105,14 @@ int CliRun::statusOf(EndCause cause, const UnitFault& fault, int pages) const {
 }
 
 void CliRun::OnEnded(EndCause cause, const UnitFault& fault, std::int32_t pages) {
-  m_scripts.whenDone([this, cause, fault, pages] { finish(cause, fault, pages); });
+  m_scripts.whenDone([this, cause, fault, pages] {
+    m_prints.whenDone([this, cause, fault, pages] { finish(cause, fault, pages); });
+  });
 }
 
 void CliRun::finish(EndCause cause, const UnitFault& fault, int pages) {
   m_status = statusOf(cause, fault, pages);
+  if (m_status == kDone && m_prints.failures() > 0) m_status = kOutput;
   if (m_status == kDone && m_scripts.failures() > 0) m_status = kScript;
   // The unit's fault reports a stop as well; it is news only if the scanner caused it.
   const bool isNews =

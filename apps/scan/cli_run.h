@@ -5,6 +5,7 @@
 #include "interrupts.h"
 #include "next_page.h"
 #include "page_scripts.h"
+#include "print_jobs.h"
 #include "quillbay/control.h"
 #include "reporter.h"
 #include "scan_options.h"
@@ -27,7 +28,7 @@ class Refusals {
 class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEvents> {
  public:
   CliRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter,
-         Interrupts& interrupts, NextPage& next, const Refusals& refusals, PageScripts& scripts);
+         Interrupts& interrupts, NextPage& next, const Refusals& refusals, PageScripts& scripts, PrintJobs& prints);
   /// Returns the exit status.
   int run();
 
@@ -53,6 +54,7 @@ class CliRun final : public quillbay::CKxUnknownImplStatic<quillbay::IQuillbayEv
   NextPage& m_next;
   const Refusals& m_refusals;
   PageScripts& m_scripts;
+  PrintJobs& m_prints;
   QEventLoop m_loop;
   int m_status = kDone;
   quillbay::CKxVariant m_areaType, m_detection;  // as the run began

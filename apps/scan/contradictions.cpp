@@ -52,6 +52,24 @@ constexpr Given kPresetToStdout{"--export-preset to standard output", [](const S
                                   return o.action == ScanOptions::Action::ExportPreset && o.presetFile == "-";
                                 }};
 
+constexpr Given kPrint{"--to print", [](const ScanOptions& o) { return o.toPrint; }};
+/// What makes no sense where nothing is written.
+constexpr std::array kOfFiles{kOutput,
+                              kDir,
+                              kMask,
+                              kMultipage,
+                              kOverwrite,
+                              kIncrement,
+                              kDryRun,
+                              Given{"--format", [](const ScanOptions& o) { return !o.format.empty(); }},
+                              Given{"--option", [](const ScanOptions& o) { return !o.formatOptions.empty(); }}};
+/// What makes no sense without it.
+constexpr std::array kOfPrinting{
+    Given{"--printer", [](const ScanOptions& o) { return !o.printer.empty(); }},
+    Given{"--print-option", [](const ScanOptions& o) { return !o.printOptions.empty(); }},
+    Given{"--template", [](const ScanOptions& o) { return !o.printTemplate.empty(); }},
+    Given{"--copies", [](const ScanOptions& o) { return o.copies.has_value(); }}};
+
 template <ScanOptions::Action action>
 bool acts(const ScanOptions& o) {
   return o.action == action;
@@ -69,7 +87,18 @@ struct Pair {
   const char* advice;
 };
 
+constexpr Given kNet{"--to net", [](const ScanOptions& o) { return o.toNet; }};
+constexpr const char* kOwnFolder = "pages go to the hot folder of the server; --mask names them";
+
 constexpr std::array kPairs{
+    Pair{kOutput, kNet, kOwnFolder},
+    Pair{kDir, kNet, kOwnFolder},
+    Pair{{"--script", [](const ScanOptions& o) { return !o.script.empty(); }},
+         kNet,
+         "scripts work on pages of --to view"},
+    Pair{{"--script", [](const ScanOptions& o) { return !o.script.empty(); }},
+         kPrint,
+         "scripts work on pages of --to view"},
     Pair{kOverwrite, kIncrement, "choose what happens to an existing file"},
     Pair{kOverwrite, kMultipage, "pages are added to an existing file; delete it first"},
     Pair{kIncrement, kMultipage, "pages are added to an existing file; choose another name"},
@@ -132,8 +161,17 @@ std::string contradiction(const ScanOptions& o) {
     }
     if (action.test(o) && kPreset.test(o)) return excluded({action, kPreset, kNothingScanned});
   }
+  for (const Given& given : kOfFiles) {
+    if (given.test(o) && kPrint.test(o)) return excluded({kPrint, given, "pages are printed, not written"});
+  }
+  for (const Given& given : kOfPrinting) {
+    if (given.test(o) && !kPrint.test(o)) return translated("%s needs %s", {given.name, kPrint.name});
+  }
   if (o.allowPrograms && o.script.empty() && !o.toView)
     return translated("%s needs --script", {"--allow-programs"});
+  if (!o.client.empty() && !o.toNet) return translated("%s needs --to net", {"--client"});
+  if (o.netWait && !o.toNet && o.action != ScanOptions::Action::Deliver)
+    return translated("%s needs --to net or --deliver", {"--net-wait"});
   for (const Given& given : {kPrompt, kDelay}) {
     if (given.test(o) && !batches(o)) return translated("%s needs --batch", {given.name});
   }

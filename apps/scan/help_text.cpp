@@ -74,6 +74,8 @@ constexpr std::array kSections{
         ".TP\n.B page\npage, width, lines, dpi, file, published (false until a multi\\-page file is complete).\n"
         ".TP\n.B published\nfile, pages: a file is complete and has its name.\n"
         ".TP\n.B unprocessed\nfile, reason, cancelled: a page that the script could not process.\n"
+        ".TP\n.B print\nprinter, job (its number there), state (printing, printed, held, aborted, cancelled, "
+        "unknown) and text: what became of a page that was printed.\n"
         ".TP\n.B message\nkind (information, question, retry), text, and, if there are any, path and answer "
         "(yes, no, retry, give\\-up, ok, cancel).\n"
         ".TP\n.B prompt\ntext: a line on standard input scans the next page; the end of standard input ends the "
@@ -85,11 +87,15 @@ constexpr std::array kSections{
         "line "
         "is wrong.\n"
         ".TP\n.B device\ndevice, vendor, model, type: one for each line of \\-\\-list\\-devices.\n"
+        ".TP\n.B printer\nname, description, state, default: one for each line of \\-\\-list\\-printers.\n"
         ".TP\n.B options\nwhat \\-\\-all\\-options lists.\n"
         ".TP\n.B preset\nname, comment, id (the number that it has in the settings) and pages (page, title): one "
         "for "
         "each preset of \\-\\-list\\-presets, and the one that \\-\\-save\\-preset or \\-\\-import\\-preset "
         "stored.\n"
+        ".TP\n.B client\nclient, path, folder, state (ready, away, refuses), why, freeBytes: one for each client "
+        "of "
+        "\\-\\-list\\-clients.\n"
         ".TP\n.B name\nfile: what \\-\\-dry\\-run prints.\n"},
     Section{
         "PRESETS",
@@ -107,13 +113,35 @@ constexpr std::array kSections{
         "that is damaged, that a newer version wrote, or that holds a page or a value that this program does not "
         "know "
         "is refused as a whole.\n"},
+    Section{
+        "SCAN SERVERS",
+        "A scan server is another program that watches a folder, its hot folder, and passes the pages in it on to "
+        "its clients. \\-\\-net\\-folder and \\-\\-add\\-client set it up once; the desktop program shows the same "
+        "settings. With \\-\\-to net, each page is written on this computer, copied into the hot folder when it is "
+        "complete, and then gets its hand\\-off file, NAME.ini, which names the client. Both get their names when "
+        "they are complete.\n"
+        ".PP\n"
+        "If the hot folder is not there, is full or does not answer, pages wait on this computer, in their order, "
+        "and are handed off when it is back, by whatever program of the same user runs then. "
+        "\\-\\-deliver hands them off without scanning. A name that is taken meanwhile is counted up.\n"},
+    Section{
+        "PRINTING",
+        "With \\-\\-to print, each page goes to the printer while it is scanned, as a job of its own. The program "
+        "reports the number of the job, waits for the printer's last word, and reports it. A job that the printer "
+        "holds is not waited for. An interrupt leaves the jobs to their printers.\n"
+        ".PP\n"
+        "A page whose length is known only at its end (\\-\\-area fixed\\-width or auto\\-width) is printed in "
+        "pieces, without a gap; the last one is filled with white. A page that is turned, or that goes over "
+        "several "
+        "columns of sheets, is printed when all of it was scanned.\n"},
     Section{"EXIT STATUS",
             ".TP\n.B 0\nDone. An empty feeder after at least one page is success.\n"
             ".TP\n.B 1\nThe command line is wrong; nothing was created.\n"
             ".TP\n.B 2\nThe device cannot be used, does not offer a requested setting, or failed; or no device was "
             "named "
             "and there are none or several.\n"
-            ".TP\n.B 3\nA file could not be written, or exists already.\n"
+            ".TP\n.B 3\nA file could not be written, or exists already, or pages still wait for their hot folder, "
+            "or a page was not printed: its printer gave the job up or holds it.\n"
             ".TP\n.B 4\nThere was no document, or with \\-\\-if\\-not\\-found fail none was found.\n"
             ".TP\n.B 5\nAll pages were scanned and saved, but the script of \\-\\-script could not process some of "
             "them.\n"
@@ -141,6 +169,8 @@ constexpr std::array kSections{
         "quillbay\\-scan \\-d sim:count=5 \\-\\-mode grey \\-r 150 \\-\\-batch \\-\\-multipage \\-o plans.tif\n"
         "quillbay\\-scan \\-d sim: \\-\\-mode grey \\-r 150 \\-\\-batch=10 \\-\\-dir scans \\-\\-mask '<DATE>\\-' "
         "\\-\\-option compression=lzw\n"
+        "quillbay\\-scan \\-d sim: \\-\\-mode grey \\-r 200 \\-\\-area A1 \\-\\-to print \\-\\-printer plotter "
+        "\\-\\-print\\-option scaling=fit\n"
         "quillbay\\-scan \\-d sim: \\-\\-mode grey \\-r 75 \\-\\-format png \\-o \\- > page.png\n"
         ".fi\n"},
 };
@@ -248,8 +278,11 @@ std::string bashCompletion() {
          "' -- \"$word\")); return ;;\n"
          "    --area) COMPREPLY=($(compgen -W 'auto auto-width fixed-width: custom:' -- \"$word\")); return ;;\n"
          "    --if-not-found) COMPREPLY=($(compgen -W 'scan-all fail' -- \"$word\")); return ;;\n"
-         "    --to) COMPREPLY=($(compgen -W 'file view' -- \"$word\")); return ;;\n"
+         "    --to) COMPREPLY=($(compgen -W 'file view print net' -- \"$word\")); return ;;\n"
          "    -o|--output|--recover|--script) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
+         "    --printer) COMPREPLY=($(compgen -W \"auto $(quillbay-scan --list-printers 2>/dev/null | cut -f1)\" "
+         "-- "
+         "\"$word\")); return ;;\n"
          "    --dir) COMPREPLY=($(compgen -d -- \"$word\")); return ;;\n"
          "    --import-preset) COMPREPLY=($(compgen -f -- \"$word\")); return ;;\n"
          "    --preset|--export-preset)\n"

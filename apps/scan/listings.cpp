@@ -8,6 +8,7 @@
 #include "failure.h"
 #include "names.h"
 #include "quillbay/formats.h"
+#include "quillbay/print_host.h"
 #include "quillbay/scan_keys.h"
 #include "setting_names.h"
 #include "translated.h"
@@ -244,6 +245,27 @@ void listDevices(quillbay::IApp* app, const ScanOptions& options, Reporter& repo
     }
   }
   if (!complete) throw Failure(kDevice, translated("not all devices could be listed: %s", {why}));
+}
+
+void listPrinters(const ScanOptions& options, Reporter& reporter) {
+  std::vector<quillbay::PrinterEntry> printers;
+  std::string why;
+  const bool complete = quillbay::ListPrinters(&printers, &why) != 0;
+  for (const quillbay::PrinterEntry& printer : printers) {
+    if (options.json) {
+      reporter.json({{"event", "printer"},
+                     {"name", text(printer.name)},
+                     {"description", text(printer.description)},
+                     {"state", text(printer.state)},
+                     {"default", printer.isDefault}});
+      continue;
+    }
+    std::string state = printer.state;
+    if (printer.isDefault) state += (state.empty() ? "" : ", ") + translated("the default printer");
+    reporter.line(printer.name + '\t' + state + '\t' + printer.description);
+  }
+  if (!complete) throw Failure(kOutput, translated("the printers could not be listed: %s", {why}));
+  if (printers.empty() && !options.json) reporter.note(translated("there are no printers"));
 }
 
 void listAllOptions(quillbay::IApp* app, const ScannerChoice& scanner, quillbay::IQuillbayControl* control,

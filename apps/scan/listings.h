@@ -8,6 +8,9 @@
 /// made.
 void listDevices(quillbay::IApp* app, const ScanOptions& options, Reporter& reporter);
 
+/// Prints the printers, a line or one JSON event each. Throws Failure (output) when the list could not be made.
+void listPrinters(const ScanOptions& options, Reporter& reporter);
+
 /// Prints what the scanner, the formats and the panel take.
 void listAllOptions(quillbay::IApp* app, const ScannerChoice& scanner, quillbay::IQuillbayControl* control,
                     const ScanOptions& options, Reporter& reporter);

@@ -14,12 +14,16 @@ using Action = ScanOptions::Action;
 constexpr const char* kScanner = "Scanner";
 constexpr const char* kPage = "Page";
 constexpr const char* kOutput = "Output";
+constexpr const char* kPrinting = "Printing";
 constexpr const char* kRun = "Run";
 constexpr const char* kPresets = "Presets";
+constexpr const char* kNet = "Scan servers";
 constexpr const char* kMore = "More";
 constexpr int kMaxDpi = 100000;
 constexpr int kMaxPages = 1000000;
 constexpr int kMaxDelay = 86400;
+constexpr int kMaxCopies = 999;
+constexpr int kMaxNetWait = 86400;
 
 std::string takeNumber(std::string_view text, int least, int most, std::optional<int>* out) {
   int value = 0;
@@ -53,11 +57,13 @@ std::string takeMode(ScanOptions& o, std::string_view v) {
 }
 
 std::string takeTarget(ScanOptions& o, std::string_view v) {
-  if (v == "file" || v == "view") {
+  if (v == "file" || v == "view" || v == "print" || v == "net") {
+    o.toNet = v == "net";
+    o.toPrint = v == "print";
     o.toView = v == "view" || !o.script.empty();
     return {};
   }
-  return names::allowed({"file", "view"}, v, "--help");
+  return names::allowed({"file", "view", "print", "net"}, v, "--help");
 }
 
 std::string takeNotFound(ScanOptions& o, std::string_view v) {
@@ -92,6 +98,10 @@ const char* nameOf(Action action) {
     case Action::SavePreset: return "--save-preset";
     case Action::ExportPreset: return "--export-preset";
     case Action::ImportPreset: return "--import-preset";
+    case Action::ListPrinters: return "--list-printers";
+    case Action::ListClients: return "--list-clients";
+    case Action::SetUpNet: return "--net-folder, --add-client and --remove-client";
+    case Action::Deliver: return "--deliver";
     default: return "";
   }
 }
@@ -123,6 +133,12 @@ std::string takeExport(ScanOptions& o, std::string_view v) {
   const auto end = std::min(v.find('\n'), v.size());
   const std::string wrong = actOn<Action::ExportPreset, &ScanOptions::exportPreset>(o, v.substr(0, end));
   return wrong.empty() ? takeText(v.substr(std::min(end + 1, v.size())), &o.presetFile) : wrong;
+}
+
+template <std::vector<std::string> ScanOptions::*list>
+std::string takeClient(ScanOptions& o, std::string_view v) {
+  (o.*list).emplace_back(v);
+  return v.empty() ? translated("the value must not be empty") : setAction(o, Action::SetUpNet);
 }
 
 /// Sets one of two options that exclude each other; `other` is the name of the other one.
@@ -234,8 +250,32 @@ constexpr std::array kTable{
     OptionRow{"to", 0, Argument::Required, "TARGET", kOutput,
               "file (the default) writes each page while it is scanned; view first stores the complete page, as a "
               "program "
-              "with a view does, and then saves it if --output, --dir or --mask is given.",
+              "with a view does, and then saves it if --output, --dir or --mask is given; print prints each page "
+              "while it is scanned; net hands each page to a scan server, for the client of --client.",
               takeTarget},
+
+    OptionRow{
+        "printer", 0, Argument::Required, "NAME", kPrinting,
+        "Print on this printer: a name that --list-printers prints, an address as ipp://host/ipp/print, or auto "
+        "for the default printer or the first that takes the page's size. Default: what the print options of "
+        "the panel say.",
+        take<&ScanOptions::printer>},
+    OptionRow{"list-printers", 0, Argument::None, nullptr, kPrinting,
+              "List the printers and exit: a line for each, its name and, after tabs, its state and description.",
+              act<Action::ListPrinters>},
+    OptionRow{
+        "print-option", 0, Argument::Required, "KEY=VALUE", kPrinting,
+        "Set an option of printing: media, scaling (true, fit or a percentage), turn, place, margins, color, "
+        "halftone, resolution, quality, tile, overlap, crop-marks, pieces. A wrong value is answered with what "
+        "is allowed. May be repeated.",
+        takeInto<&ScanOptions::printOptions>},
+    OptionRow{
+        "template", 0, Argument::Required, "NAME", kPrinting,
+        "Print with the options of this template, which the panel or the desktop program has saved. --printer "
+        "and --print-option win over it.",
+        take<&ScanOptions::printTemplate>},
+    OptionRow{"copies", 0, Argument::Required, "COUNT", kPrinting, "Print this many copies of each page.",
+              [](ScanOptions& o, std::string_view v) { return takeNumber(v, 1, kMaxCopies, &o.copies); }},
 
     OptionRow{
         "script", 0, Argument::Required, "FILE", kRun,
@@ -310,6 +350,38 @@ constexpr std::array kTable{
         "Read a preset from such a file, print its name, and exit. - is standard input. A preset of this name "
         "is kept (exit status 3), unless --overwrite is given.",
         actOn<Action::ImportPreset, &ScanOptions::presetFile>},
+
+    OptionRow{
+        "client", 0, Argument::Required, "NAME", kNet,
+        "With --to net: the client of the scan server that the pages are for, by its name or as --list-clients "
+        "lists it. It may be left out if there is one.",
+        take<&ScanOptions::client>},
+    OptionRow{
+        "list-clients", 0, Argument::None, nullptr, kNet,
+        "List the clients of the scan servers and exit: a line for each with the hot folder of its server, and "
+        "whether that can take pages now, separated by tabs.",
+        act<Action::ListClients>},
+    OptionRow{
+        "deliver", 0, Argument::None, nullptr, kNet,
+        "Hand off the pages that wait for their hot folders, print their names, and exit: with status 3 if some "
+        "still wait.",
+        act<Action::Deliver>},
+    OptionRow{
+        "net-wait", 0, Argument::Required, "SECONDS", kNet,
+        "How long the end of the program waits until all pages are handed off. Default: 30. What is not handed off "
+        "then waits on this computer for the next program, and the exit status is 3.",
+        [](ScanOptions& o, std::string_view v) { return takeNumber(v, 0, kMaxNetWait, &o.netWait); }},
+    OptionRow{"net-folder", 0, Argument::Required, "FOLDER", kNet,
+              "Set the hot folder of the scan server, and exit.",
+              [](ScanOptions& o, std::string_view v) {
+                o.netFolder = v;
+                return v.empty() ? translated("the value must not be empty") : setAction(o, Action::SetUpNet);
+              }},
+    OptionRow{"add-client", 0, Argument::Required, "NAME", kNet,
+              "Add a client of the scan server, and exit. May be repeated.", takeClient<&ScanOptions::addClients>},
+    OptionRow{"remove-client", 0, Argument::Required, "NAME", kNet,
+              "Remove a client of the scan server, and exit. May be repeated.",
+              takeClient<&ScanOptions::removeClients>},
 
     OptionRow{"json", 0, Argument::None, nullptr, kMore,
               "Print one event per line on standard output, as a JSON object, instead of file names.",

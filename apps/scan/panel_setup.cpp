@@ -7,6 +7,7 @@
 
 #include "listings.h"
 #include "names.h"
+#include "net_pages.h"
 #include "preset_actions.h"
 #include "quillbay/formats.h"
 #include "quillbay/preview_resolution.h"
@@ -245,7 +246,7 @@ void PanelSetup::applyArea() {
 }
 
 void PanelSetup::applyOutput(const OutputChoice& output) {
-  set(quillbay::key::Dir, output.folder, "--dir", kUsage);
+  if (!m_options.toNet) set(quillbay::key::Dir, output.folder, "--dir", kUsage);
   set(quillbay::key::Mask, output.mask, "--mask", kUsage);
   if (m_options.multipage || !presetHolds(quillbay::kPresetSavePage))
     set(quillbay::key::MultiPage, m_options.multipage ? 1 : 0, "--multipage", kUsage);
@@ -323,6 +324,7 @@ void PanelSetup::applySettings(bool writesFile) {
   const auto page = quillbay::new_MemParam();
   m_control->GetPageParams(page.get());
   const auto chosen = quillbay::new_MemParam();
+  if (m_options.toNet) chosen->SetValue(quillbay::kNetUserKey, net_pages::clientOf(m_options).text);
   if (m_options.toView) chosen->SetValue(quillbay::key::UseFileOut, writesFile ? 1 : 0);
   if (!m_options.script.empty()) {
     std::error_code error;

@@ -11,10 +11,12 @@
 #include "failure.h"
 #include "interrupts.h"
 #include "listings.h"
+#include "net_pages.h"
 #include "next_page.h"
 #include "output_choice.h"
 #include "panel_setup.h"
 #include "preset_actions.h"
+#include "print_setup.h"
 #include "quillbay/host.h"
 #include "quillbay/quillbay.h"
 #include "quillbay/scan_keys.h"
@@ -95,7 +97,7 @@ class HiddenPanel {
 };
 
 bool writesFile(const ScanOptions& o) {
-  return !o.toView || !o.output.empty() || !o.dir.empty() || !o.mask.empty();
+  return (!o.toView && !o.toPrint) || !o.output.empty() || !o.dir.empty() || !o.mask.empty();
 }
 
 int dryRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter) {
@@ -128,6 +130,13 @@ void stopIfSignalled() {
     throw Failure(static_cast<ExitStatus>(kSignal + Interrupts::number()), translated("stopped"));
 }
 
+quillbay::eTarnwellMode modeOf(const ScanOptions& o) {
+  if (o.toPrint) return quillbay::ScanToPrint;
+  if (o.toNet) return quillbay::ScanToNet;
+  if (!o.toView) return quillbay::ScanToFile;
+  return o.multipage ? quillbay::ScanToViewMultiPage : quillbay::ScanToView;
+}
+
 /// What a scan needs beside its options.
 struct Run {
   Reporter& reporter;
@@ -135,10 +144,12 @@ struct Run {
   NextPage& next;
   const Refusals& refusals;
   PageScripts& scripts;
+  PrintJobs& prints;
 };
 
 int scanPages(quillbay::IQuillbayControl* control, const ScanOptions& options, const Run& run) {
-  int status = CliRun(control, options, run.reporter, run.interrupts, run.next, run.refusals, run.scripts).run();
+  int status =
+      CliRun(control, options, run.reporter, run.interrupts, run.next, run.refusals, run.scripts, run.prints).run();
   if (options.saveSettings && !control->SaveSettings() && status == kDone) status = kOutput;
   return status;
 }
@@ -156,13 +167,14 @@ int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
   OutputChoice output = chooseOutput(options);
   std::optional<StdoutPage> page;
   if (options.output == "-") output.folder = page.emplace().folder();
+  if (options.toNet) (void)net_pages::clientOf(options);  // refuses before the device is opened
+  const net_pages::Sending sending(options, run.reporter);
   const ScannerChoice scanner(app, options, run.reporter);
   stopIfSignalled();
   const bool saved = quillbay::HasSavedSettings(app, scanner.name()) != 0;
-  const HiddenPanel panel(app, !options.toView     ? quillbay::ScanToFile
-                               : options.multipage ? quillbay::ScanToViewMultiPage
-                                                   : quillbay::ScanToView);
+  const HiddenPanel panel(app, modeOf(options));
   PanelSetup(app, panel.sink(), scanner, options, run.reporter, saved).apply(output, writesFile(options));
+  if (options.toPrint) applyPrintOptions(app, panel.sink(), options);
   if (options.action == ScanOptions::Action::AllOptions) {
     listAllOptions(app, scanner, panel.control(), options, run.reporter);
     return kDone;
@@ -175,7 +187,7 @@ int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
   if (options.action == ScanOptions::Action::DryRun) return dryRun(panel.control(), options, run.reporter);
   run.next.begin(scanner.feeds());
   stopIfSignalled();
-  const int status = scanPages(panel.control(), options, run);
+  const int status = sending.finish(scanPages(panel.control(), options, run));
   if (page && status == kDone) StdoutPage::send(page->folder() + "/" + output.mask + output.extension);
   return status;
 }
@@ -188,7 +200,9 @@ quillbay::Preset takePreset(quillbay::IApp* app, const ScanOptions& options, Rep
   const std::string extension = output.extension;
   const ScannerChoice scanner(app, options, reporter);
   const bool saved = quillbay::HasSavedSettings(app, scanner.name()) != 0;
-  const HiddenPanel panel(app, options.toView ? quillbay::ScanToView : quillbay::ScanToFile);
+  const HiddenPanel panel(app, options.toNet    ? quillbay::ScanToNet
+                               : options.toView ? quillbay::ScanToView
+                                                : quillbay::ScanToFile);
   PanelSetup(app, panel.sink(), scanner, options, reporter, saved).apply(output, false);
   // The save page's own, which --format overrides for one run.
   const auto files = quillbay::new_MemParam();
@@ -235,14 +249,20 @@ int runProgram(const ScanOptions& options, Reporter& reporter) {
   Interrupts interrupts;
   Refusals refusals;
   if (options.action == ScanOptions::Action::Recover) return recover(options, reporter);
+  if (options.action == ScanOptions::Action::ListPrinters) {
+    listPrinters(options, reporter);
+    return kDone;
+  }
   NextPage next(options, reporter, interrupts);
   const auto open = [&](bool keeps) { return makeApp(options, keeps, reporter, next, refusals); };
   if (const auto status = runPresetAction(options, reporter, open)) return *status;
+  if (const auto status = net_pages::runAction(options, reporter, [&] { return open(false); })) return *status;
   const auto app = open(options.saveSettings);
   if (options.action == ScanOptions::Action::ListDevices) {
     listDevices(app.get(), options, reporter);
     return kDone;
   }
   PageScripts scripts(app.get(), reporter);
-  return scan(app.get(), options, {reporter, interrupts, next, refusals, scripts});
+  PrintJobs prints(app.get(), reporter);
+  return scan(app.get(), options, {reporter, interrupts, next, refusals, scripts, prints});
 }

@@ -24,6 +24,19 @@ namespace {
 
 QString text(const std::string& s) { return QString::fromStdString(s); }
 
+const char* nameOf(quillbay::PrintFate fate) {
+  using quillbay::PrintFate;
+  switch (fate) {
+    case PrintFate::Working: return "printing";
+    case PrintFate::Printed: return "printed";
+    case PrintFate::Held: return "held";
+    case PrintFate::Aborted: return "aborted";
+    case PrintFate::Cancelled: return "cancelled";
+    case PrintFate::Unknown: break;
+  }
+  return "unknown";
+}
+
 const char* nameOf(EndCause cause) {
   constexpr std::array kNames{"done", "stopped", "device", "output", "media", "refused"};
   const auto index = static_cast<std::size_t>(cause);
@@ -303,6 +316,19 @@ void Reporter::unprocessed(const std::string& file, const std::string& reason, b
   if (m_json) {
     json({{"event", "unprocessed"}, {"file", text(file)}, {"reason", text(why)}, {"cancelled", cancelled}});
   }
+}
+
+void Reporter::printJob(const quillbay::PrintReport& report, bool isGood) {
+  if (!isGood || !m_quiet) {
+    const std::lock_guard lock(m_mutex);
+    put("quillbay-scan: " + report.text);
+  }
+  if (!m_json) return;
+  json({{"event", "print"},
+        {"printer", text(report.printer)},
+        {"job", report.job},
+        {"state", nameOf(report.fate)},
+        {"text", text(report.text)}});
 }
 
 void Reporter::published(const std::string& file, int pages) {

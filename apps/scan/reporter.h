@@ -6,6 +6,7 @@
 
 #include "quillbay/control.h"
 #include "quillbay/host.h"
+#include "quillbay/print_host.h"
 #include "scan_options.h"
 
 /// All output of the program: names or JSON events on standard output, messages and progress on standard error.
@@ -41,6 +42,8 @@ class Reporter {
   /// A file or page that a script could not process.
   void unprocessed(const std::string& file, const std::string& reason, bool cancelled);
   void published(const std::string& file, int pages);
+  /// A print job of a page has got a state. `isGood`: no reason to worry.
+  void printJob(const quillbay::PrintReport& report, bool isGood);
   void ended(quillbay::EndCause cause, const quillbay::UnitFault& fault, int pages, int status);
 
  private:

@@ -19,6 +19,10 @@ struct ScanOptions {
     SavePreset,
     ExportPreset,
     ImportPreset,
+    ListPrinters,
+    ListClients,
+    SetUpNet,
+    Deliver,
     Help,  // from here on: texts
     Version,
     HelpMan,
@@ -44,6 +48,16 @@ struct ScanOptions {
   bool multipage = false;
   bool overwrite = false, increment = false;
   bool toView = false;
+  bool toPrint = false;
+  std::string printer;                 ///< of --printer; "auto": detected; empty: as the settings say
+  std::vector<KeyValue> printOptions;  ///< --print-option
+  std::string printTemplate;           ///< NAME or FILE of --template; empty: none
+  std::optional<int> copies;           ///< --copies
+  bool toNet = false;
+  std::string client;                    ///< NAME of --client; empty: not given
+  std::optional<int> netWait;            ///< seconds for pages that wait at the end
+  std::optional<std::string> netFolder;  ///< FOLDER of --net-folder
+  std::vector<std::string> addClients, removeClients;
   std::string script;  ///< FILE of --script: works on each page after its scan
   bool allowPrograms = false;
 

@@ -41,7 +41,7 @@ constexpr std::array kQualities{Choice{"auto", 0}, Choice{"draft", 3}, Choice{"n
 constexpr std::array kSwitches{Choice{"no", 0}, Choice{"yes", 1}};
 
 constexpr std::int64_t kLeastPercent = 1, kMostPercent = 1000, kMostDpi = 10000;
-constexpr double kMostMargin = 2000;
+constexpr double kMostLength = 100000;
 
 struct NamedOption {
   const char* name;
@@ -70,7 +70,7 @@ int setScaling(IParam* options, std::string_view value) {
 
 int setLength(IParam* options, std::initializer_list<const char*> keys, std::string_view value) {
   double length = 0;
-  if (!ParseLengthMm(value, &length) || !(length >= 0 && length <= kMostMargin)) return 0;
+  if (!ParseLengthMm(value, &length) || !(length >= 0 && length <= kMostLength)) return 0;
   for (const char* key : keys) options->SetValue(key, length);
   return 1;
 }
@@ -104,6 +104,10 @@ constexpr NamedOption kNamedOptions[] = {
      [](IParam* o, std::string_view v) { return setChoice(o, print_key::Quality, kQualities, v); }},
     {"tile", "yes|no", [](IParam* o, std::string_view v) { return setChoice(o, print_key::Tiled, kSwitches, v); }},
     {"overlap", "LENGTH", [](IParam* o, std::string_view v) { return setLength(o, {print_key::Overlap}, v); }},
+    {"pieces", "auto|LENGTH",
+     [](IParam* o, std::string_view v) {
+       return setLength(o, {print_key::PieceLength}, sameKey(v, "auto") ? "0" : v);
+     }},
     {"crop-marks", "yes|no",
      [](IParam* o, std::string_view v) { return setChoice(o, print_key::CropMarks, kSwitches, v); }},
 };
