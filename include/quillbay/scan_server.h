@@ -85,6 +85,8 @@ class INetQueue : public IKxUnknown {
   /// Waits until no page waits but those that are stuck, for at most `limitMs`. Returns the number of pages that
   /// are left.
   virtual int Wait(int limitMs) = 0;
+  /// The name that a page got in its hot folder, with folder, when this process handed it off lately; else empty.
+  [[nodiscard]] virtual std::string GetHandedName(const std::string& id) = 0;
   /// `changed` is called on any thread when a page was added, sent or failed; it does not call the queue. Returns a
   /// number for `Unadvise`, after which it is not called any more.
   virtual int Advise(std::function<void()> changed) = 0;

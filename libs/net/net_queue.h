@@ -19,6 +19,7 @@ class CNetQueue final : public CKxUnknownImpl<INetQueue, IPageSpool> {
   int Reassign(const std::string& id, const NetClient& client, std::string* why) override;
   void TryNow() override;
   int Wait(int limitMs) override;
+  std::string GetHandedName(const std::string& id) override { return m_couriers->handedName(id); }
   int Advise(std::function<void()> changed) override { return m_couriers->advise(std::move(changed)); }
   void Unadvise(int number) override { m_couriers->unadvise(number); }
 

@@ -13,6 +13,7 @@
 
 #include "document/page_commands.h"
 #include "document/page_list.h"
+#include "net/net_commands.h"
 #include "quillbay/script_services.h"
 #include "recovery/session_guard.h"
 #include "scanner/panel_dock.h"
@@ -160,7 +161,10 @@ void MainWindow::makeLivePage() {
   m_view->setLive(m_live);
   m_pages->setLive(m_live);
   connect(m_panel, &PanelDock::pageStarted, m_live, &LivePage::begin);
-  connect(m_panel, &PanelDock::pageDone, m_live, &LivePage::finish);
+  connect(m_panel, &PanelDock::pageDone, m_live, [this](quillbay::PageInfo page) {
+    if (m_mode == quillbay::ScanToNet) page.file.clear();  // its server takes it away: no page is saved there
+    m_live->finish(page);
+  });
   connect(m_panel, &PanelDock::published, m_document, &Document::notePublished);
   connect(m_panel, &PanelDock::ended, m_live, [this](int cause) {
     const bool isUnprinted =
@@ -253,6 +257,10 @@ void MainWindow::restore() {
   const int mode = m_settings->number("Mode", quillbay::ScanToView);
   const bool isMode = mode >= quillbay::ScanToFile && mode <= quillbay::ScanToView;
   m_mode = isMode ? static_cast<quillbay::eTarnwellMode>(mode) : quillbay::ScanToView;
+  if (m_mode == quillbay::ScanToNet && quillbay::ListNetClients().empty()) {
+    m_mode = quillbay::ScanToView;  // no question before the window is there
+    m_log->note(tr("The scan server has no clients any more: scans go to the view"));
+  }
   applyUnit();
 }
 
@@ -284,6 +292,10 @@ bool MainWindow::isOccupied() const { return m_closing || m_opening || m_printin
 bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   if (m_panel->isBusy()) {
     tell(tr("A scan is running. Stop it before you change where scans go."));
+    updateActions();
+    return false;
+  }
+  if (mode == quillbay::ScanToNet && !m_net->ensureClients()) {
     updateActions();
     return false;
   }

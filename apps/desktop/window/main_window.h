@@ -19,6 +19,7 @@ class DocumentView;
 class LivePage;
 class LogDock;
 class ManualWindow;
+class NetCommands;
 class PageCommands;
 class PageList;
 class PanelDock;
@@ -80,6 +81,7 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] quillbay::IHostApp* app() { return m_app.get(); }
   [[nodiscard]] PageCommands& pageCommands() { return *m_pageCommands; }
   [[nodiscard]] SessionGuard& guard() { return *m_guard; }
+  [[nodiscard]] NetCommands& net() { return *m_net; }
   [[nodiscard]] Prompts& prompts() { return m_prompts; }
   /// Null until the manual was opened.
   [[nodiscard]] ManualWindow* manual() { return m_manual.get(); }
@@ -153,6 +155,7 @@ class MainWindow : public QMainWindow {
   PageList* m_pages = nullptr;
   PageCommands* m_pageCommands = nullptr;
   ScannerCommands* m_scanner = nullptr;
+  NetCommands* m_net = nullptr;
   LogDock* m_log = nullptr;
   StatusLine* m_status = nullptr;
   QMenu* m_recent = nullptr;

@@ -8,6 +8,7 @@
 
 #include "document/page_commands.h"
 #include "document/page_list.h"
+#include "net/net_commands.h"
 #include "quillbay/scan_keys.h"
 #include "recovery/session_guard.h"
 #include "scanner/panel_dock.h"
@@ -80,7 +81,8 @@ void MainWindow::makeScanMenu() {
   m_modes = new QActionGroup(this);
   const std::pair<quillbay::eTarnwellMode, QString> list[] = {{quillbay::ScanToView, tr("To the &view")},
                                                               {quillbay::ScanToFile, tr("To &files")},
-                                                              {quillbay::ScanToPrint, tr("To a &printer")}};
+                                                              {quillbay::ScanToPrint, tr("To a &printer")},
+                                                              {quillbay::ScanToNet, tr("To a scan se&rver")}};
   for (const auto& [mode, text] : list) {
     QAction* action = addAction(modes, text, {}, {}, [this, wanted = mode] {
       if (wanted != m_mode) setMode(wanted);
@@ -107,6 +109,12 @@ void MainWindow::makeScanMenu() {
   menu->addSeparator();
   m_scanner = new ScannerCommands(this);
   m_scanner->fill(menu);
+  m_net = new NetCommands(
+      this, [this](const std::string& topic) { openManual(topic); },
+      [this] {
+        if (m_mode == quillbay::ScanToNet) setMode(m_mode);
+      });
+  m_net->fill(menu);
   menu->addSeparator();
   m_guard->addCommands(menu);
   m_needsPanel = {scan, batch, eject};
