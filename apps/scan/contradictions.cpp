@@ -93,6 +93,7 @@ constexpr const char* kOwnFolder = "pages go to the hot folder of the server; --
 constexpr std::array kPairs{
     Pair{kOutput, kNet, kOwnFolder},
     Pair{kDir, kNet, kOwnFolder},
+    Pair{kMultipage, kNet, "a scan server gets a file for each page"},
     Pair{{"--script", [](const ScanOptions& o) { return !o.script.empty(); }},
          kNet,
          "scripts work on pages of --to view"},
