@@ -248,7 +248,7 @@ TEST_F(DesktopTest, HowFilesAreMadeIsKeptAndFoundOnTheSavePage) {
   auto* grey = window->findChild<QComboBox*>("grey");
   ASSERT_TRUE(grey && grey->isVisible()) << "the save page is in front";
   const auto chosen = quillbay::new_MemParam();
-  chosen->SetValue("m_ExtSelName1", "(*.png)");
+  for (int kind = 0; kind < 4; ++kind) chosen->SetValue("m_ExtSelName" + std::to_string(kind), "(*.png)");
   chosen->SetValue("m_Chars", 5);
   chosen->SetValue("m_fFileFate", static_cast<int>(quillbay::kFateAsk));
   quillbay::query<quillbay::IQuillbaySink>(control())->ApplyParams(chosen.get());
