@@ -72,7 +72,8 @@ void readBmpSize(const RawHead& raw, BmpHead* head) {
     default: damagedBitmap("its pixels are of no known size");
   }
   const double dpi = static_cast<std::int32_t>(little32(info + 24)) * 0.0254;
-  if (raw.infoSize >= kBmpInfoHead && dpi >= 0.5) head->dpi = static_cast<std::uint32_t>(std::lround(dpi));
+  if (raw.infoSize >= kBmpInfoHead && dpi >= 0.5 && dpi < 1e6)
+    head->dpi = static_cast<std::uint32_t>(std::lround(dpi));
 }
 
 /// Answers how many bytes of masks follow the head.
