@@ -131,7 +131,7 @@ void CPrintWatch::follow(const std::shared_ptr<Shared>& shared, const KxPtr<IPri
     const bool isNews = isLast || (report.fate != before && report.fate != PrintFate::Unknown);
     if (isNews) {
       before = report.fate;
-      report.text = printReportText(report, reason);
+      report.text = printReportText(report, report.fate == PrintFate::Printed ? std::string() : reason);
       shared->post(report, isLast, shared);
     }
     if (isLast) return;
