@@ -52,6 +52,8 @@ PanelForm::PanelForm(QWidget* panel) : m_panel(panel) {
   m_previewColumn->hide();
   m_columns->setStretchFactor(1, 1);
   m_tabs->setExpanding(false);
+  // The arrows for more tabs than fit are for the mouse: the arrow keys go from tab to tab.
+  for (QToolButton* arrow : m_tabs->findChildren<QToolButton*>()) arrow->setFocusPolicy(Qt::NoFocus);
   m_tabs->setSelectionBehaviorOnRemove(QTabBar::SelectPreviousTab);  // when the preview gets a place of its own
   auto* destinationRow = new QVBoxLayout(m_destinationPlace);
   destinationRow->setContentsMargins(0, 0, 0, 0);

@@ -265,7 +265,11 @@ class Preview(Story):
         self.type_into("Mask", "part")
 
     def show_preview(self):
-        self.click(self.find("page tab", "Preview"))
+        tab = self.find("page tab", "Preview")
+        bar = self.find("page tab list", lambda node: tab in node.children())
+        while tab.centre()[0] > bar.rectangle()[0] + bar.rectangle()[2] - 40:
+            self.press("Scroll Right")  # more tabs than the row is wide
+        self.click(tab)
         self.picture_node = self.find("filler|canvas|drawing area|panel", "Picture of the preview")
         self.place(self.picture_node)
         x, y, width, height = self.picture_node.rectangle()
