@@ -19,8 +19,10 @@
 #include "scanner/scanner_offer.h"
 #include "scanner/sim_setup.h"
 #include "screenshots/example_device.h"
+#include "screenshots/net_shots.h"
 #include "screenshots/panel_shots.h"
 #include "screenshots/preset_shots.h"
+#include "screenshots/print_shots.h"
 #include "screenshots/save_shots.h"
 #include "view/document_view.h"
 #include "view/live_page.h"
@@ -66,10 +68,11 @@ class Shooting : private Stage {
     if (all && !(shootColours(*this) && shootPalette(*this) && shootSave(*this) && shootPresets(*this)))
       return false;
     if (all && !(saveAtWork() && saveDialogs() && saveHelp() && shootFound(*this))) return false;
+    if (!shootPrint(*this)) return false;
     if (!window().setMode(quillbay::ScanToFile)) return false;
     set(quillbay::key::Dir, "/srv/maps");
     set(quillbay::key::Mask, "map<COUNTER>");
-    return save(*panel(), "panel-to-file");
+    return save(*panel(), "panel-to-file") && shootNet(*this);
   }
 
  private:
