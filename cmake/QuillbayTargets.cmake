@@ -84,7 +84,7 @@ function(quillbay_test name)
   target_link_libraries(test_${name} PRIVATE ${arg_LIBS} quillbay_options)
   # Most of a test's compilation is headers: several sources at a time, in every build.
   if(NOT CMAKE_UNITY_BUILD)
-    set_target_properties(test_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 5)
+    set_target_properties(test_${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
   endif()
   target_include_directories(test_${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests)
   if(arg_QT)
