@@ -12,9 +12,14 @@ constexpr double kTick = 0.2;  // seconds between questions whether to go on wai
 /// Nobody sits at a terminal: a printer that wants a password is refused instead.
 const char* noPassword(const char*, http_t*, const char*, const char*, void*) { return nullptr; }
 
+/// What libcups knows of the last failure, without a full stop.
 std::string lastError() {
   const char* text = cupsLastErrorString();
-  return text && *text ? text : fio::errorText(errno);
+  std::string error = text && *text ? text
+                      : errno != 0  ? fio::errorText(errno)
+                                    : Supp_Translate("no answer in time");
+  while (error.ends_with('.')) error.pop_back();
+  return error;
 }
 
 }  // namespace
@@ -44,6 +49,10 @@ void IppLink::fail(const std::string& what) const {
   throw CXDeviceException(formatText(Supp_Translate("The printer \"%s\" %s: %s. Check that it is switched on and "
                                                     "connected, and try again."),
                                      {m_name, what, lastError()}));
+}
+
+void IppLink::refuse(const std::string& what) const {
+  throw CXDeviceException(formatText(Supp_Translate("The printer \"%s\" %s: %s."), {m_name, what, lastError()}));
 }
 
 void IppLink::takeConnection(HttpPtr http) {
@@ -149,7 +158,7 @@ IppPtr IppLink::tryAsk(IppPtr request) {
 IppPtr IppLink::ask(IppPtr request, const char* doing) {
   IppPtr answer = tryAsk(std::move(request));
   if (!answer) fail(Supp_Translate("does not answer"));
-  if (ippGetStatusCode(answer.get()) >= IPP_STATUS_ERROR_BAD_REQUEST) fail(Supp_Translate(doing));
+  if (ippGetStatusCode(answer.get()) >= IPP_STATUS_ERROR_BAD_REQUEST) refuse(Supp_Translate(doing));
   return answer;
 }
 
@@ -173,7 +182,7 @@ void IppLink::writeDocument(const char* bytes, std::size_t count) {
 IppPtr IppLink::finishDocument() {
   IppPtr answer(cupsGetResponse(m_http.get(), m_resource.c_str()));
   if (!answer) fail(Supp_Translate("does not answer"));
-  if (ippGetStatusCode(answer.get()) >= IPP_STATUS_ERROR_BAD_REQUEST) fail(Supp_Translate("refuses the page"));
+  if (ippGetStatusCode(answer.get()) >= IPP_STATUS_ERROR_BAD_REQUEST) refuse(Supp_Translate("refuses the page"));
   return answer;
 }
 

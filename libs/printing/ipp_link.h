@@ -31,6 +31,9 @@ class IppLink {
   /// Connects. `name` as of `printerAttributes`. `cancel` may be null; a number other than 0 in it ends the wait.
   /// Without `keepWaiting` the patience's `answer` is the limit.
   IppLink(std::string name, const PrinterPatience& patience, int* cancel, KeepWaiting keepWaiting = {});
+  // The connection knows this object.
+  IppLink(const IppLink&) = delete;
+  IppLink& operator=(const IppLink&) = delete;
 
   /// What users call the printer.
   [[nodiscard]] const std::string& name() const noexcept { return m_name; }
@@ -48,8 +51,9 @@ class IppLink {
   void writeDocument(const char* bytes, std::size_t count);
   IppPtr finishDocument();
 
-  /// "The printer "x" ...: cause." with what libcups knows.
+  /// "The printer "x" ...: cause." with what libcups knows, and advice; `refuse`: it can be reached, and said no.
   [[noreturn]] void fail(const std::string& what) const;
+  [[noreturn]] void refuse(const std::string& what) const;
 
  private:
   void connectTo(const std::string& address);

@@ -76,7 +76,8 @@ bool PrintJob::waitForRoom(std::unique_lock<std::mutex>& lock, IPrintProgress* p
     lock.lock();
     if (!goesOn) m_signals.wake();
   }
-  return m_error.empty() && !m_signals.isWoken;
+  if (m_error.empty() && m_signals.isWoken) m_error = Supp_Translate("The print job was cancelled.");
+  return m_error.empty();
 }
 
 bool PrintJob::end(bool completed) {
@@ -84,14 +85,13 @@ bool PrintJob::end(bool completed) {
     const std::scoped_lock lock(m_mutex);
     if (m_hasEnded) return false;
     m_hasEnded = true;
-    m_isAbandoned = !completed;
     if (!completed) m_queue.clear();
   }
   if (!completed) m_signals.wake();
   m_changed.notify_all();
   if (m_thread.joinable()) m_thread.join();
   const std::scoped_lock lock(m_mutex);
-  return m_error.empty() && m_document != nullptr;
+  return !completed || (m_error.empty() && m_document != nullptr);
 }
 
 void PrintJob::wake() {
@@ -120,8 +120,6 @@ void PrintJob::run() {
     fail(isCancelled ? Supp_Translate("The print job was cancelled.") : e.what());
     m_document->cancel();
   }
-  const std::scoped_lock lock(m_mutex);
-  m_isDone = true;
 }
 
 void PrintJob::printPage() {

@@ -38,7 +38,8 @@ class PrintJob {
   void setPageLines(std::int64_t lines);
   /// Blocks while the queue is full. `progress` may be null; its 0 gives up.
   bool push(IScanBuffer* stripe, IPrintProgress* progress);
-  /// Waits until the printer has all of the page, or gives the job up. A job without a stripe makes nothing.
+  /// Waits until the printer has all of the page, or gives the job up. A job without a stripe makes nothing. False:
+  /// the page was not printed whole, see `error`, or the job had ended before.
   bool end(bool completed);
 
   /// Gives up; whatever blocks returns.
@@ -71,7 +72,7 @@ class PrintJob {
   mutable std::mutex m_mutex;  // guards what follows
   std::condition_variable m_changed;
   std::deque<KxPtr<IScanBuffer>> m_queue;
-  bool m_hasEnded = false, m_isAbandoned = false, m_isDone = false;
+  bool m_hasEnded = false;
   std::string m_error, m_note;
 };
 

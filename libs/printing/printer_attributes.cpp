@@ -167,6 +167,10 @@ void readMedia(ipp_t* answer, PrinterInfo& printer) {
     addMediaCollections(answer, "media-size-supported", false, printer);
     addMargins(answer, printer);
   }
+  if (printer.media.empty()) {
+    // A queue without a driver tells nothing: the medium is as large as the page.
+    addMedia(printer, {"custom_max_5000x100000mm", 5000, 100000, 10, 10, {}, false});
+  }
   for (const std::string& name : ippTexts(answer, "media-ready")) {
     for (PrinterMedia& media : printer.media) media.isReady = media.isReady || media.name == name;
   }
@@ -218,6 +222,10 @@ void readRaster(ipp_t* answer, PrinterInfo& printer) {
   if (ipp_attribute_t* one = ippFindAttribute(answer, "printer-resolution-default", IPP_TAG_RESOLUTION)) {
     printer.defaultResolution = resolutionAt(one, 0);
   }
+  ipp_attribute_t* own = ippFindAttribute(answer, "printer-resolution-supported", IPP_TAG_RESOLUTION);
+  for (int i = 0; i < ippGetCount(own); ++i) printer.jobResolutions.push_back(resolutionAt(own, i));
+  printer.colorModes = ippTexts(answer, "print-color-mode-supported");
+  printer.scalings = ippTexts(answer, "print-scaling-supported");
   printer.hasColor = ippGetBoolean(ippFindAttribute(answer, "color-supported", IPP_TAG_BOOLEAN), 0) != 0;
 }
 
@@ -261,6 +269,8 @@ const std::vector<const char*>& wantedAttributes() {
                                                    "printer-resolution-default",
                                                    "color-supported",
                                                    "print-quality-supported",
+                                                   "print-color-mode-supported",
+                                                   "print-scaling-supported",
                                                    "copies-supported",
                                                    "document-format-supported"};
   return kWanted;

@@ -40,10 +40,7 @@ std::string joinedReason(const std::string& message, const std::string& reasons)
   return message + " (" + reasons + ")";
 }
 
-/// Reads the state of a printer over a connection of its own. Throws.
-PrinterInfo askState(const std::string& name, const PrinterPatience& patience, JobSignals& jobSignals) {
-  IppLink link(name, patience, &jobSignals.cancelConnect,
-               [&](double seconds) { return !jobSignals.isWoken && seconds < patience.answer; });
+PrinterInfo askState(IppLink& link) {
   IppPtr request = link.newRequest(IPP_OP_GET_PRINTER_ATTRIBUTES);
   static constexpr std::array<const char*, 4> kWanted = {"printer-state", "printer-state-message",
                                                          "printer-state-reasons", "printer-is-accepting-jobs"};
@@ -53,6 +50,14 @@ PrinterInfo askState(const std::string& name, const PrinterPatience& patience, J
   PrinterInfo printer;
   readAttributes(answer.get(), printer);
   return printer;
+}
+
+/// A connection for a short question.
+IppLink questionLink(const std::string& printer, const JobPatience& patience, JobSignals& jobSignals) {
+  return {printer, patience.ask, &jobSignals.cancelConnect,
+          [&jobSignals, limit = patience.ask.answer](double seconds) {
+            return !jobSignals.isWoken && seconds < limit;
+          }};
 }
 
 void addMediaCol(ipp_t* request, const PageLayout& layout) {
@@ -83,13 +88,22 @@ void addJobAttributes(ipp_t* request, const PrinterInfo& printer, const PrintSet
                       const PageLayout& layout, const RasterType& type, std::int32_t copies) {
   addMedia(request, printer, layout);
   if (copies > 1) ippAddInteger(request, IPP_TAG_JOB, IPP_TAG_INTEGER, "copies", copies);
-  if (settings.quality != 0) ippAddInteger(request, IPP_TAG_JOB, IPP_TAG_ENUM, "print-quality", settings.quality);
-  ippAddResolution(request, IPP_TAG_JOB, "printer-resolution", IPP_RES_PER_INCH,
-                   static_cast<int>(layout.resolution.x), static_cast<int>(layout.resolution.y));
+  const auto has = [](const auto& all, const auto& one) {
+    return std::find(all.begin(), all.end(), one) != all.end();
+  };
+  if (has(printer.qualities, settings.quality)) {
+    ippAddInteger(request, IPP_TAG_JOB, IPP_TAG_ENUM, "print-quality", settings.quality);
+  }
+  if (has(printer.jobResolutions, layout.resolution)) {
+    ippAddResolution(request, IPP_TAG_JOB, "printer-resolution", IPP_RES_PER_INCH,
+                     static_cast<int>(layout.resolution.x), static_cast<int>(layout.resolution.y));
+  }
+  const auto addWord = [&](const std::vector<std::string>& all, const char* name, const char* word) {
+    if (has(all, word)) ippAddString(request, IPP_TAG_JOB, IPP_CONST_TAG(IPP_TAG_KEYWORD), name, nullptr, word);
+  };
   // The picture has its size already.
-  ippAddString(request, IPP_TAG_JOB, IPP_CONST_TAG(IPP_TAG_KEYWORD), "print-scaling", nullptr, "none");
-  ippAddString(request, IPP_TAG_JOB, IPP_CONST_TAG(IPP_TAG_KEYWORD), "print-color-mode", nullptr,
-               type.kind == LineKind::Rgb ? "color" : "monochrome");
+  addWord(printer.scalings, "print-scaling", "none");
+  addWord(printer.colorModes, "print-color-mode", type.kind == LineKind::Rgb ? "color" : "monochrome");
 }
 
 PrintFate fateOf(int state) {
@@ -191,7 +205,8 @@ bool PrinterDocument::keepWaiting(double seconds) {
   if (seconds - m_askedAt < m_patience.askAgain) return true;
   m_askedAt = seconds;
   try {
-    const std::string why = whyPrinterWaits(askState(m_printer.name, m_patience.ask, m_signals));
+    IppLink link = questionLink(m_printer.name, m_patience, m_signals);
+    const std::string why = whyPrinterWaits(askState(link));
     m_heardAt = seconds;
     setWaiting(formatText(Supp_Translate("%s waits: %s"),
                           {m_printer.title(), why.empty() ? Supp_Translate("busy") : why}));
@@ -213,8 +228,7 @@ void PrinterDocument::failWithReason(const std::exception& cause) {
 PrintFate askJobFate(const std::string& printer, std::int32_t job, const JobPatience& patience,
                      JobSignals& jobSignals, std::string* state) {
   try {
-    IppLink link(printer, patience.ask, &jobSignals.cancelConnect,
-                 [&](double seconds) { return !jobSignals.isWoken && seconds < patience.ask.answer; });
+    IppLink link = questionLink(printer, patience, jobSignals);
     IppPtr request = link.newRequest(IPP_OP_GET_JOB_ATTRIBUTES);
     ippAddInteger(request.get(), IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id", job);
     static constexpr std::array<const char*, 4> kWanted = {"job-state", "job-state-message", "job-state-reasons",
@@ -226,7 +240,11 @@ PrintFate askJobFate(const std::string& printer, std::int32_t job, const JobPati
     std::string message = ippText(answer.get(), "job-state-message");
     if (message.empty()) message = ippText(answer.get(), "job-printer-state-message");
     *state = joinedReason(message, plainReasons(ippTexts(answer.get(), "job-state-reasons")));
-    return fate;
+    if (fate != PrintFate::Working) return fate;
+    const PrinterInfo now = askState(link);
+    if (now.state != PrinterInfo::State::Stopped) return fate;
+    *state = whyPrinterWaits(now);
+    return PrintFate::Held;
   } catch (const CXException& e) {
     logLine(LogLevel::Info, kLog, e.what());
     *state = e.what();

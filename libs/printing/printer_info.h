@@ -61,8 +61,10 @@ struct PrinterInfo {
   std::vector<std::string> rasterTypes;
   std::vector<std::string> documentFormats;  ///< media types
   std::int32_t maxCopies = 1;
-  /// Takes a medium by its measures.
-  bool hasMediaCol = false;
+  /// What a job may ask for by name: resolutions, "print-color-mode", "print-scaling".
+  std::vector<PrinterResolution> jobResolutions;
+  std::vector<std::string> colorModes, scalings;
+  bool hasMediaCol = false;  ///< takes a medium by its measures
 
   /// What users call it.
   [[nodiscard]] const std::string& title() const noexcept { return description.empty() ? name : description; }

@@ -61,16 +61,18 @@ int addDestination(void* all, unsigned flags, cups_dest_t* dest) {
   return 1;
 }
 
-/// `mask` 0: all; CUPS_PRINTER_DISCOVERED: only the print system's own queues, which it knows at once.
+/// Printers whose bits in the mask are 0.
+constexpr cups_ptype_t kAllPrinters = 0, kOwnQueues = CUPS_PRINTER_DISCOVERED;
+
 std::vector<PrinterInfo> destinations(cups_ptype_t mask, const PrinterPatience& patience) {
   const HttpPtr system = connectPrintSystem(patience.connect, nullptr);
   const std::string error = system ? std::string() : std::string(cupsLastErrorString());
   std::vector<PrinterInfo> printers;
-  if (system || mask == 0) {
+  if (system || mask == kAllPrinters) {
     cupsEnumDests(CUPS_DEST_FLAGS_NONE, static_cast<int>(patience.list * 1000), nullptr, 0, mask, addDestination,
                   &printers);
   }
-  if (!system && printers.empty()) {
+  if (!system && printers.empty() && mask == kAllPrinters) {
     throw CXDeviceException(formatText(
         Supp_Translate("The print system (CUPS) does not answer: %s. Start it, or enter the printer's address as "
                        "ipp://HOST/ipp/print."),
@@ -84,7 +86,9 @@ std::vector<PrinterInfo> destinations(cups_ptype_t mask, const PrinterPatience& 
 
 }  // namespace
 
-std::vector<PrinterInfo> listPrinters(const PrinterPatience& patience) { return destinations(0, patience); }
+std::vector<PrinterInfo> listPrinters(const PrinterPatience& patience) {
+  return destinations(kAllPrinters, patience);
+}
 
 PrinterInfo printerAttributes(const std::string& name, const PrinterPatience& patience) {
   IppLink link(name, patience, nullptr);
@@ -124,7 +128,7 @@ PrinterList::~PrinterList() {
 // theirs.
 void PrinterList::list(Listed then) {
   std::thread([shared = m_shared, then = std::move(then)] {
-    for (const cups_ptype_t mask : {cups_ptype_t{CUPS_PRINTER_DISCOVERED}, cups_ptype_t{0}}) {
+    for (const cups_ptype_t mask : {kOwnQueues, kAllPrinters}) {
       std::vector<PrinterInfo> printers;
       std::string error;
       try {
@@ -132,7 +136,7 @@ void PrinterList::list(Listed then) {
       } catch (const std::exception& e) {
         error = e.what();
       }
-      const bool isComplete = mask == 0;
+      const bool isComplete = mask == kAllPrinters;
       if (!isComplete && printers.empty()) continue;
       shared->report([&] { then(std::move(printers), isComplete, error); });
     }
@@ -156,15 +160,21 @@ void PrinterList::describe(const std::string& name, Described then) {
 PrinterInfo detectPrinter(double width, double length, const PrinterPatience& patience) {
   std::string error;
   std::vector<PrinterInfo> described;
-  for (const PrinterInfo& printer : listPrinters(patience)) {
-    try {
-      PrinterInfo one = printerAttributes(printer.name, patience);
-      one.isDefault = printer.isDefault;
-      if (width <= 0 || mediaForPage(one, width, length)) return one;
-      described.push_back(std::move(one));
-    } catch (const CXDeviceException& e) {
-      logLine(LogLevel::Info, "quillbay.printing", e.what());
-      error = e.what();
+  std::vector<std::string> asked;
+  // The print system's own queues are known at once; the network is asked only when none of them takes the page.
+  for (const cups_ptype_t mask : {kOwnQueues, kAllPrinters}) {
+    for (const PrinterInfo& printer : destinations(mask, patience)) {
+      if (std::find(asked.begin(), asked.end(), printer.name) != asked.end()) continue;
+      asked.push_back(printer.name);
+      try {
+        PrinterInfo one = printerAttributes(printer.name, patience);
+        one.isDefault = printer.isDefault;
+        if (width <= 0 || mediaForPage(one, width, length)) return one;
+        described.push_back(std::move(one));
+      } catch (const CXDeviceException& e) {
+        logLine(LogLevel::Info, "quillbay.printing", e.what());
+        error = e.what();
+      }
     }
   }
   if (!described.empty()) return described.front();
