@@ -126,11 +126,12 @@ HotFolderState probeHotFolder(const std::string& folder, const std::string& moun
   const std::string path = withoutEndSlash(folder);
   if (path.empty()) return say(state, HotFolderState::Refuses, Supp_Translate("no folder is set"));
   // The place of a mount is a folder as well when nothing is mounted, and nobody would see pages there.
+  struct stat info {};
+  const int error = ::stat(path.c_str(), &info) == 0 ? 0 : errno;  // mounts what is mounted on demand
   if (!mountPoint.empty() && !isMounted(mountPoint))
     return say(state, HotFolderState::Away,
                formatText(Supp_Translate("nothing is mounted at %s; connect the server's disk"), {mountPoint}));
-  struct stat info {};
-  if (::stat(path.c_str(), &info) != 0) return sayError(state, errno);
+  if (error != 0) return sayError(state, error);
   if (!S_ISDIR(info.st_mode)) return sayError(state, ENOTDIR);
   Mount mount = mountOf(path);
   state.mountPoint = std::move(mount.point);

@@ -138,6 +138,13 @@ ssize_t copyPiece(int from, int to, std::vector<char>& buffer, bool& direct) {
   return got;
 }
 
+/// Not tried over and over with a page that is too large.
+void checkRoom(const std::string& page, const std::string& folder) {
+  struct stat info {};
+  const std::int64_t room = fio::freeSpace(folder);
+  if (room >= 0 && ::stat(page.c_str(), &info) == 0 && room < info.st_size) failHandOff(folder, ENOSPC);
+}
+
 void copyPage(const std::string& page, const std::string& part, const std::atomic<bool>& stop) {
   NetFd from(::open(page.c_str(), O_RDONLY | O_CLOEXEC));
   if (from.get() < 0) failHandOff(page, errno);
@@ -241,6 +248,7 @@ class PageOnItsWay {
     removeFile(imagePart());
     const std::string folder = systemFolderOf(name);
     const bool linked = mayLink(m_entry.page(), folder) && ::link(m_entry.page().c_str(), imagePart().c_str()) == 0;
+    if (!linked) checkRoom(m_entry.page(), folder);
     if (!linked) copyPage(m_entry.page(), imagePart(), m_stop);
     before("ini part");
     writeWhole(handOffPart(), text);

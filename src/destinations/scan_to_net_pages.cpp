@@ -221,8 +221,9 @@ void CScanToNet::tellIfItWaits() {
   if (text.empty() || pages.front().why.empty() || pages.front().why == m_toldWhy) return;
   m_toldWhy = pages.front().why;
   const std::string line =
-      text + " " +
-      formatText(Supp_Translate("They are kept in %s and sent when the folder is back."), {m_spool->folder()});
+      text + ". " +
+      formatText(Supp_Translate("Pages that wait are kept in %s, and sent when the folder is back."),
+                 {m_spool->folder()});
   if (!isInteractive()) return tell(line);
   logLine(LogLevel::Warning, kStoreLog, line);
   if (const auto host = events()) host->Note(kStoreLog, line.c_str());

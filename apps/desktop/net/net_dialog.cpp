@@ -45,7 +45,10 @@ QString stateText(const NetPage& page) {
 }  // namespace
 
 QString folderText(const HotFolderState& state) {
-  if (state.fate != HotFolderState::Ready) return netText(state.why);
+  if (state.fate != HotFolderState::Ready) {
+    const QString why = netText(state.why);
+    return why.left(1).toUpper() + why.mid(1);
+  }
   QString text = NetDialog::tr("Ready");
   if (state.freeBytes >= 0) text += NetDialog::tr(", %1 free").arg(QLocale().formattedDataSize(state.freeBytes));
   const bool isMounted = !state.mountPoint.empty() && state.mountPoint != "/";
