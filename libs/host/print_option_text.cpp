@@ -23,14 +23,14 @@ constexpr int numberOf(E value) {
   return static_cast<int>(value);
 }
 
-constexpr std::array kScalings{Choice{"true", numberOf(PrintScaling::TrueSize)},
-                               Choice{"fit", numberOf(PrintScaling::FitWidth)}};
-constexpr std::array kTurns{Choice{"none", numberOf(PrintTurn::None)},
-                            Choice{"quarter", numberOf(PrintTurn::Quarter)},
-                            Choice{"auto", numberOf(PrintTurn::Auto)}};
-constexpr std::array kPlaces{Choice{"centre", numberOf(PrintPlace::Centred)},
-                             Choice{"left", numberOf(PrintPlace::Left)},
-                             Choice{"right", numberOf(PrintPlace::Right)}};
+constexpr std::array kPrintScalings{Choice{"true", numberOf(PrintScaling::TrueSize)},
+                                    Choice{"fit", numberOf(PrintScaling::FitWidth)}};
+constexpr std::array kPrintTurns{Choice{"none", numberOf(PrintTurn::None)},
+                                 Choice{"quarter", numberOf(PrintTurn::Quarter)},
+                                 Choice{"auto", numberOf(PrintTurn::Auto)}};
+constexpr std::array kPrintPlaces{Choice{"centre", numberOf(PrintPlace::Centred)},
+                                  Choice{"left", numberOf(PrintPlace::Left)},
+                                  Choice{"right", numberOf(PrintPlace::Right)}};
 constexpr std::array kColors{Choice{"as-scanned", numberOf(PrintColor::AsScanned)},
                              Choice{"grey", numberOf(PrintColor::Grey)},
                              Choice{"bw", numberOf(PrintColor::Bitonal)}};
@@ -59,7 +59,7 @@ int setChoice(IParam* options, const char* key, const std::array<Choice, N>& cho
 }
 
 int setScaling(IParam* options, std::string_view value) {
-  if (setChoice(options, print_key::Scaling, kScalings, value)) return 1;
+  if (setChoice(options, print_key::Scaling, kPrintScalings, value)) return 1;
   std::int64_t percent = 0;
   const bool isPercent = parseNumber(value.substr(0, value.find('%')), &percent);
   if (!isPercent || percent < kLeastPercent || percent > kMostPercent) return 0;
@@ -87,9 +87,9 @@ constexpr NamedOption kNamedOptions[] = {
      [](IParam* o, std::string_view v) { return o->SetValue(print_key::Media, sameKey(v, "auto") ? "" : v); }},
     {"scaling", "true|fit|PERCENT", setScaling},
     {"turn", "none|quarter|auto",
-     [](IParam* o, std::string_view v) { return setChoice(o, print_key::Turn, kTurns, v); }},
+     [](IParam* o, std::string_view v) { return setChoice(o, print_key::Turn, kPrintTurns, v); }},
     {"place", "centre|left|right",
-     [](IParam* o, std::string_view v) { return setChoice(o, print_key::Place, kPlaces, v); }},
+     [](IParam* o, std::string_view v) { return setChoice(o, print_key::Place, kPrintPlaces, v); }},
     {"margins", "LENGTH",
      [](IParam* o, std::string_view v) {
        return setLength(

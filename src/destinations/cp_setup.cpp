@@ -101,6 +101,7 @@ KxPtr<IParam> CPSetup::takeValues() {
   if (!m_tool || !m_tool->Apply()) return {};
   auto values = new_MemParam();
   Param_CopyTo(m_values.get(), values.get());
+  for (const char* key : {print_key::PageLines, print_key::PageWidth, print_key::PageDpi}) values->Remove(key);
   return m_tool->Save(values.get()) ? values : KxPtr<IParam>{};
 }
 

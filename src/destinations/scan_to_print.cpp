@@ -72,7 +72,8 @@ CScanToPrint::CScanToPrint(const DestinationContext& context)
   plain.setColor(QPalette::Base, Qt::transparent);
   m_form->printer->setPalette(plain);
   m_form->printer->setFrame(false);
-  m_form->note->setMinimumWidth(1);
+  m_form->note->setMinimumWidth(1);  // a long text does not widen the panel
+  m_form->job->setMinimumWidth(1);
   fillList();
   choose(0);
   watchTemplates();
@@ -200,8 +201,11 @@ void CScanToPrint::setUp() {
   if (options.kind == PrintOptionsList::Kind::Auto) return QApplication::beep();
   const std::string path = options.kind == PrintOptionsList::Kind::Template ? options.carried : std::string();
   std::string why;
-  const auto values = m_list.options(entry, &why);
-  if (!values) return tell(why);
+  const auto chosenOptions = m_list.options(entry, &why);
+  if (!chosenOptions) return tell(why);
+  const KxPtr<IParam> values = new_MemParam();
+  Param_CopyTo(chosenOptions.get(), values.get());
+  describe(m_params.values(), values.get());  // for the drawing
   const QPointer<CScanToPrint> alive(this);
   const QPointer<CPSetup> dialog =
       new CPSetup(this, KxPtr<IApp>::share(m_params.app()), m_context.controller, values, path);

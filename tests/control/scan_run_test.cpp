@@ -145,6 +145,8 @@ TEST(ScanRun, APageAndWhatEndsIt) {
   check("a host refuses", {start(K::Scan), refused(EndCause::Refused)}, kEnd, S::Ending, EndCause::Refused);
   check("the unit refuses", {start(K::Scan), prepared(), refused(EndCause::Device, kJam)}, kEnd, S::Ending,
         EndCause::Device);
+  check("stopped while a printer holds the page", {start(K::Scan), prepared(), ends(1), stop()},
+        {{Do::StopUnit}, {Do::StopPrinting}}, S::Finishing);
   check("a jam", {start(K::Scan), prepared(), ends(2, false, kJam)}, {{Do::EndPageLater, 1}}, S::Finishing,
         EndCause::Device);
   check("a jam before a line", {start(K::Scan), prepared(), ends(2, true, kJam)}, kEnd, S::Ending,

@@ -39,7 +39,7 @@ PrintDialog::PrintDialog(quillbay::IApp* app, quillbay::IRStor* page, int select
   const auto current =
       provider ? KxPtr<quillbay::IParam>::adopt(provider->GetToolParams(quillbay::tool_name::PrintOptions))
                : KxPtr<quillbay::IParam>{};
-  show(current ? current.get() : quillbay::new_MemParam().get());
+  showOptions(current ? current.get() : quillbay::new_MemParam().get());
 }
 
 PrintDialog::~PrintDialog() {
@@ -111,7 +111,7 @@ QWidget* PrintDialog::makeButtons() {
 }
 
 /// Options with the page that the drawing shows.
-void PrintDialog::show(quillbay::IParam* options) {
+void PrintDialog::showOptions(quillbay::IParam* options) {
   if (!m_tool) return;
   const auto all = quillbay::new_MemParam();
   quillbay::Param_CopyTo(options, all.get());
@@ -125,7 +125,7 @@ void PrintDialog::takeTemplate(int index) {
   if (path.empty()) return;
   std::string why;
   const auto options = quillbay::Load_Template(m_app, quillbay::tool_name::PrintOptions, path, &why);
-  if (options) return show(options.get());
+  if (options) return showOptions(options.get());
   m_templates->setCurrentIndex(0);
   QMessageBox::warning(this, windowTitle(), QString::fromStdString(why));
 }

@@ -39,7 +39,7 @@ class PrintDialog final : public QDialog, private quillbay::IToolSite {
   QWidget* makeTemplates();
   QWidget* makeButtons();
   QWidget* makePage();
-  void show(quillbay::IParam* options);
+  void showOptions(quillbay::IParam* options);
   void takeTemplate(int index);
 
   quillbay::IApp* m_app;

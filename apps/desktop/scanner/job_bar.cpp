@@ -54,6 +54,11 @@ JobBar::JobBar(QWidget* parent)
   connect(m_device, &QPushButton::clicked, this, &JobBar::deviceAsked);
 }
 
+void JobBar::showFiles(bool shown) {
+  m_showsFiles = shown;
+  m_files->setVisible(shown);
+}
+
 void JobBar::showScanner(quillbay::IScan* scanner) {
   m_source->clear();
   const std::vector<UnitSource> sources = sourcesOf(scanner);

@@ -17,6 +17,9 @@ class JobBar : public QWidget {
   explicit JobBar(QWidget* parent = nullptr);
   /// Shows what an open scanner offers; null: none is open, and the row is hidden.
   void showScanner(quillbay::IScan* scanner);
+  /// Whether pages go to files: the button of their settings is shown.
+  void showFiles(bool shown);
+  [[nodiscard]] bool showsFiles() const { return m_showsFiles; }
 
  signals:
   void sourceChosen(quillbay::UnitSource source);
@@ -27,6 +30,7 @@ class JobBar : public QWidget {
   QLabel* m_sourceLabel;
   QComboBox* m_source;
   QPushButton *m_files, *m_device;
+  bool m_showsFiles = true;
 };
 
 /// A source as users call it.

@@ -121,6 +121,7 @@ bool PanelDock::open(quillbay::eTarnwellMode mode) {
   if (!known) makeFirstChoices(m_app, m_control.get());
   setContent(holder.release());
   m_bar->showScanner(scanner.get());
+  m_bar->showFiles(mode != quillbay::ScanToPrint);
   m_panel->show();
   return true;
 }

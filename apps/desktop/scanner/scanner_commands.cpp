@@ -68,7 +68,7 @@ void ScannerCommands::updateActions(bool busy) {
   const auto scanner = hasPanel ? currentScanner(m_window->app()) : nullptr;
   m_choose->setEnabled(!busy);
   m_sources->setEnabled(!busy && sourcesOf(scanner.get()).size() > 1);
-  m_files->setEnabled(!busy && hasPanel);
+  m_files->setEnabled(!busy && hasPanel && m_window->panelDock().bar().showsFiles());
   m_device->setEnabled(!busy && scanner.as<quillbay::IUnitOptions>());
 }
 

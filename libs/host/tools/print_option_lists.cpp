@@ -3,6 +3,8 @@
 #include <QSignalBlocker>
 #include <algorithm>
 #include <array>
+#include <cmath>
+#include <cstdint>
 #include <initializer_list>
 
 #include "host/tools/tool_base.h"
@@ -27,6 +29,16 @@ QString filled(const char* pattern, const std::string& what) {
 }
 
 QString notOffered(const QString& what) { return filled("%s (not with this printer)", what.toStdString()); }
+
+std::string wholeMm(double mm) { return toText(static_cast<std::int64_t>(std::llround(mm))); }
+
+/// "A1, 594 x 841 mm", "Roll, 914 mm wide".
+std::string mediaText(const PrinterMedia& media) {
+  const std::string title = mediaTitle(media);
+  if (media.hasAnyWidth()) return title;
+  if (media.isRoll()) return formatText(Supp_Translate("%s, %s mm wide"), {title, wholeMm(media.width)});
+  return formatText(Supp_Translate("%s, %s x %s mm"), {title, wholeMm(media.width), wholeMm(media.length)});
+}
 
 QString dpiText(int dpi) { return filled("%d dpi", std::to_string(dpi)); }
 
@@ -72,7 +84,7 @@ void offerMedia(QComboBox* list, const PrinterInfo* printer) {
   list->addItem(toolText("By the page's size"), QString());
   if (printer) {
     for (const PrinterMedia& media : printer->media) {
-      const std::string title = mediaTitle(media);
+      const std::string title = mediaText(media);
       list->addItem(media.isReady ? filled("%s (loaded)", title) : QString::fromStdString(title),
                     QString::fromStdString(media.name));
     }
