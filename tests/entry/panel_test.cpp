@@ -70,7 +70,6 @@ TEST_F(PanelTest, UnsavedPagesAreAskedAboutBeforeAScanNeverInARunOrBeforeAPrevie
 
 TEST_F(PanelTest, TheEntryPointRefusesWhatItCannotMake) {
   EXPECT_FALSE(open("sim:", static_cast<eTarnwellMode>(9)));
-  EXPECT_FALSE(open("sim:", ScanToPrint)) << "no print destination is in this build";
   ASSERT_TRUE(open("sim:", ScanToViewMultiPage));
   EXPECT_EQ(get("m_fMultiPage").toInt(), 1);
 }
