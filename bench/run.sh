@@ -74,6 +74,10 @@ measure() {
   python3 bench/whole_program.py "$build" "$out" "$@"
 
   echo
+  echo "A page printed while it is scanned, beside lp of a ready file"
+  /usr/bin/python3 bench/print_bench.py "$build" "$out" "$@"
+
+  echo
   echo "done"
 }
 

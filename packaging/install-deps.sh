@@ -14,7 +14,7 @@ check="libgtest-dev clang-format-16 clang-tidy-16 python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales
   xdotool dbus-daemon at-spi2-core python3-gi
   libjpeg-turbo-progs poppler-utils qpdf libopenjp2-tools
-  cups-ipp-utils cups-daemon cups-client cups-filters-core-drivers"
+  cups-ipp-utils cups-daemon cups-client"
 bench="libvips-tools imagemagick pngquant mate-backgrounds img2pdf gdal-bin"
 fuzz="clang-16 libclang-rt-16-dev"
 

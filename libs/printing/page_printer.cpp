@@ -1,7 +1,9 @@
 #include "printing/page_printer.h"
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "platform/base_services.h"
@@ -19,6 +21,21 @@ std::string joinedNotes(const std::vector<std::string>& notes) {
   for (const std::string& note : notes) all += (all.empty() ? "" : "; ") + note;
   return all;
 }
+
+/// Ends a long step when the job is given up.
+class WakeProgress final : public CKxUnknownImplStatic<IProgress> {
+ public:
+  explicit WakeProgress(const JobSignals& jobSignals) : m_signals(jobSignals) {}
+  void SetText(const char*) override {}
+  void Step() override {}
+  int SetPosition(int position) override { return std::exchange(m_position, position); }
+  void Reset() override { m_position = 0; }
+  int IsCancelled() override { return m_signals.isWoken ? 1 : 0; }
+
+ private:
+  const JobSignals& m_signals;
+  int m_position = 0;
+};
 
 /// The numbers of a layout as the lines of a kept page see them, which is turned already.
 struct Scale {
@@ -109,11 +126,12 @@ struct PagePrinter::Chain {
 };
 
 PagePrinter::PagePrinter(std::string title, PrintSettings settings, PageShape page, PrinterDocument& document,
-                         std::atomic<std::int64_t>& linesDone)
+                         JobSignals& jobSignals, std::atomic<std::int64_t>& linesDone)
     : m_title(std::move(title)),
       m_settings(std::move(settings)),
       m_page(page),
       m_document(document),
+      m_signals(jobSignals),
       m_linesDone(linesDone) {}
 
 PagePrinter::~PagePrinter() = default;
@@ -204,7 +222,11 @@ void PagePrinter::printKept() {
   }
   layOut();
   openDocument();
-  if (m_layout->isTurned) m_raster = rotateQuarters(m_raster.get(), 1, nullptr);
+  if (m_layout->isTurned) {
+    WakeProgress progress(m_signals);
+    m_raster = rotateQuarters(m_raster.get(), 1, &progress);
+    if (!m_raster) throw CXDeviceException(Supp_Translate("The print job was cancelled."));
+  }
   for (std::int32_t copy = 0; copy < m_ownCopies; ++copy) {
     for (std::int64_t column = 0; column < m_layout->columns; ++column) printColumn(*m_raster, column);
   }

@@ -24,7 +24,7 @@ class PagePrinter {
  public:
   /// All outlive it. `linesDone` counts the lines of the page that the printer was given.
   PagePrinter(std::string title, PrintSettings settings, PageShape page, PrinterDocument& document,
-              std::atomic<std::int64_t>& linesDone);
+              JobSignals& jobSignals, std::atomic<std::int64_t>& linesDone);
   ~PagePrinter();
   PagePrinter(const PagePrinter&) = delete;
   PagePrinter& operator=(const PagePrinter&) = delete;
@@ -50,6 +50,7 @@ class PagePrinter {
   const PrintSettings m_settings;
   PageShape m_page;
   PrinterDocument& m_document;
+  JobSignals& m_signals;
   std::atomic<std::int64_t>& m_linesDone;
   KxColorSpace m_colorSpace = KxColorSpace::None;
   bool m_isWhole = false;        // it is kept until its end

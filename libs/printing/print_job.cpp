@@ -123,7 +123,7 @@ void PrintJob::run() {
 }
 
 void PrintJob::printPage() {
-  PagePrinter page(m_title, m_settings, m_page, *m_document, m_linesDone);
+  PagePrinter page(m_title, m_settings, m_page, *m_document, m_signals, m_linesDone);
   while (const KxPtr<IScanBuffer> stripe = next()) page.add(*stripe);
   if (m_signals.isWoken) throw CXDeviceException(Supp_Translate("The print job was cancelled."));
   page.finish();

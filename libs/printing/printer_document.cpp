@@ -12,6 +12,8 @@ namespace quillbay {
 namespace {
 
 constexpr char kLog[] = "quillbay.printing";
+/// For a cancellation: whoever gives up wants to go on.
+constexpr PrinterPatience kFarewell{2, 3, 0};
 
 int hundredthMm(double mm) { return static_cast<int>(std::lround(mm * 100)); }
 
@@ -152,6 +154,7 @@ void PrinterDocument::open(const std::string& title, const PrintSettings& settin
 }
 
 void PrinterDocument::write(const char* bytes, std::size_t count) {
+  if (m_signals.isWoken) throw CXDeviceException(Supp_Translate("The print job was cancelled."));
   try {
     m_link->writeDocument(bytes, count);
   } catch (const CXDeviceException& e) {
@@ -177,7 +180,7 @@ void PrinterDocument::cancel() noexcept {
   try {
     JobSignals own;  // the job's are raised already
     // The connection stays open until the printer knows: a broken one would be a fault of its own to it.
-    IppLink link(m_printer.name, m_patience.ask, &own.cancelConnect);
+    IppLink link(m_printer.name, kFarewell, &own.cancelConnect);
     IppPtr request = link.newRequest(IPP_OP_CANCEL_JOB);
     ippAddInteger(request.get(), IPP_TAG_OPERATION, IPP_TAG_INTEGER, "job-id", m_job);
     link.ask(std::move(request), "does not cancel the job");
@@ -220,8 +223,9 @@ bool PrinterDocument::keepWaiting(double seconds) {
 
 void PrinterDocument::failWithReason(const std::exception& cause) {
   std::string reason;
-  if (!m_signals.isWoken) (void)askJobFate(m_printer.name, m_job, m_patience, m_signals, &reason);
-  if (reason.empty()) throw CXDeviceException(cause.what());
+  const PrintFate fate =
+      m_signals.isWoken ? PrintFate::Unknown : askJobFate(m_printer.name, m_job, m_patience, m_signals, &reason);
+  if (fate == PrintFate::Unknown || reason.empty()) throw CXDeviceException(cause.what());
   throw CXDeviceException(formatText(Supp_Translate("%s The printer's reason: %s."), {cause.what(), reason}));
 }
 

@@ -103,7 +103,7 @@ RasterStream::RasterStream(const PageLayout& layout, const RasterType& type, int
   m_raster->piece.resize(kPiece);
   m_raster->stream.reset(
       cupsRasterOpenIO(&Raster::write, m_raster.get(),
-                       type.format == "image/urf" ? CUPS_RASTER_WRITE_APPLE : CUPS_RASTER_WRITE_PWG));
+                       type.format == kAppleRaster ? CUPS_RASTER_WRITE_APPLE : CUPS_RASTER_WRITE_PWG));
   m_raster->check(m_raster->stream ? 1 : 0);
 }
 

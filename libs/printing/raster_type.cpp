@@ -31,7 +31,7 @@ std::string joined(const std::vector<std::string>& words) {
 }
 
 std::string formatFor(const PrinterInfo& printer) {
-  for (const char* format : {"image/pwg-raster", "image/urf"}) {
+  for (const char* format : {kPwgRaster, kAppleRaster}) {
     if (has(printer.documentFormats, format)) return format;
   }
   throw CXDeviceException(formatText(
@@ -59,8 +59,12 @@ RasterType rasterTypeFor(const PrinterInfo& printer, KxColorSpace page, PrintCol
     offered.emplace_back("sgray_8");
     if (printer.hasColor) offered.emplace_back("srgb_8");
   }
+  const bool isApple = format == kAppleRaster;
   for (const char* name : wanted) {
-    if (!has(offered, name)) continue;
+    // Apple raster has these two alone, whatever the printer lists of PWG raster.
+    if (!has(offered, name) ||
+        (isApple && std::string_view(name) != "sgray_8" && std::string_view(name) != "srgb_8"))
+      continue;
     const KnownType& known = *std::find_if(kKnown.begin(), kKnown.end(),
                                            [name](const KnownType& k) { return std::string_view(k.name) == name; });
     return {format, name, known.kind, known.isInverted};

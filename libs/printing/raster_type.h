@@ -18,9 +18,12 @@ enum class LineKind { Bits, Grey, Rgb };
   return kind == LineKind::Bits ? (pixels + 7) / 8 : kind == LineKind::Grey ? pixels : 3 * pixels;
 }
 
+inline constexpr char kPwgRaster[] = "image/pwg-raster";
+inline constexpr char kAppleRaster[] = "image/urf";
+
 /// What a printer is sent: a document format, and a type of raster as PWG 5102.4 names it.
 struct RasterType {
-  std::string format;  ///< "image/pwg-raster" or "image/urf"
+  std::string format;  ///< one of the two above
   std::string name;    ///< "black_1", "black_8", "sgray_8", "srgb_8", "rgb_8"
   LineKind kind = LineKind::Grey;
   bool isInverted = false;  ///< grey whose 0 is white

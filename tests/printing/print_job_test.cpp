@@ -248,15 +248,32 @@ TEST_F(PrintJobTest, ThePrinterSaysWhatItTakes) {
   EXPECT_EQ(info.state, PrinterInfo::State::Idle);
 }
 
-TEST_F(PrintJobTest, AnOfficePrinterGetsGreyFromColours) {
-  IppPrinter printer("");
-  const NoisePage page(KxColorSpace::Rgb, 600, 60, 300);
-  PrintJob job;
-  ASSERT_EQ(printPage(job, page, Options(printer.uri(), &page).with(print_key::Resolution, 300)), "");
-  const auto sheets = decode(printer.kept().at(0));
-  ASSERT_EQ(sheets.size(), 1U);
-  EXPECT_EQ(sheets[0].header.cupsColorSpace, CUPS_CSPACE_SW);
-  EXPECT_EQ(sheets[0].header.HWResolution[0], 300U);
+/// A grey printer gets grey, and one that takes Apple raster alone gets that.
+TEST_F(PrintJobTest, AnOfficePrinterGetsGreyInTheFormatThatItTakes) {
+  struct {
+    const char* format;
+    KxColorSpace page;
+    std::uint32_t dpi;
+  } cases[] = {{"image/pwg-raster", KxColorSpace::Rgb, 300}, {"image/urf", KxColorSpace::Bitonal, 600}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.format);
+    IppPrinter printer("", c.format);
+    const NoisePage page(c.page, 600, 60, c.dpi);
+    PrintJob job;
+    ASSERT_EQ(
+        printPage(job, page, Options(printer.uri(), &page).with(print_key::Resolution, static_cast<int>(c.dpi))),
+        "");
+    ASSERT_EQ(printer.kept().size(), 1U);
+    const auto sheets = decode(printer.kept()[0]);
+    ASSERT_EQ(sheets.size(), 1U);
+    EXPECT_EQ(sheets[0].header.cupsColorSpace, CUPS_CSPACE_SW);
+    EXPECT_EQ(sheets[0].header.HWResolution[0], c.dpi);
+    if (c.page != KxColorSpace::Bitonal) continue;
+    const std::size_t left = (sheets[0].header.cupsWidth - 600) / 2;
+    for (std::size_t x = 0; x < 600; ++x) {
+      ASSERT_EQ(sheets[0].lines[150][left + x], page.printed[0][x / 8] >> (7 - x % 8) & 1 ? 0 : 255) << x;
+    }
+  }
 }
 
 }  // namespace
