@@ -20,11 +20,11 @@ class NetTest : public DesktopTest {
 
 TEST_F(NetTest, WithoutClientsTheProgramOffersToSetThemUp) {
   open();
-  agrees = false;
+  messages.clear();
   EXPECT_FALSE(window->setMode(quillbay::ScanToNet));
-  EXPECT_EQ(agreed.size(), 1);
+  EXPECT_EQ(messages.size(), 1);
   EXPECT_NE(control(), nullptr) << "the panel before stays";
-  agrees = true;
+  window->prompts().message = [](const quillbay::HostMessage&) { return quillbay::EventAnswer::Yes; };
   std::filesystem::create_directory(dir.file("hot"));
   onDialog([&](NetDialog& dialog) {
     const auto fields = dialog.findChildren<QLineEdit*>();
@@ -76,9 +76,9 @@ TEST_F(NetTest, PagesThatWaitAreListedAndCanBeDeleted) {
   // A mode whose server is gone is not asked about at the start.
   ASSERT_TRUE(quillbay::SetNetServer({hot(), {}}, &why)) << why;
   window.reset();
-  agreed.clear();
+  messages.clear();
   open();
-  EXPECT_TRUE(agreed.empty());
+  EXPECT_TRUE(messages.empty());
 }
 
 }  // namespace

@@ -40,11 +40,17 @@ bool NetCommands::setUp() {
 
 bool NetCommands::ensureClients() {
   if (!quillbay::ListNetClients().empty()) return true;
-  const bool sets = m_window->prompts().agree(
-      tr("Scan-To-Net server settings error or empty clients list.\n\nA scan server is another program, which "
-         "passes on "
-         "the pages that it finds in its hot folder. Set up its folder and its clients now?"),
-      tr("Set up"));
+  quillbay::HostMessage question;
+  question.kind = quillbay::EventKind::Question;
+  question.buttons = quillbay::EventButtons::YesNo;
+  question.answer = quillbay::EventAnswer::No;
+  question.helpTopic = "QBHelp:IDH_ServerNotInstalled";
+  question.text =
+      tr("Scan-To-Net server settings error or empty clients list.\n\nA scan server is another program, "
+         "which passes on the pages that it finds in its hot folder. Set up its folder and its clients "
+         "now?")
+          .toStdString();
+  const bool sets = m_window->prompts().message(question) == quillbay::EventAnswer::Yes;
   return sets && setUp() && !quillbay::ListNetClients().empty();
 }
 

@@ -119,7 +119,6 @@ QWidget* NetDialog::makeServer() {
   form->addRow(label, row);
   m_state->setWordWrap(true);
   m_state->setTextFormat(Qt::PlainText);
-  m_state->setAccessibleName(tr("State of the hot folder"));
   form->addRow(QString(), m_state);
   auto* typed = new QTimer(this);
   typed->setSingleShot(true);
