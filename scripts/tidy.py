@@ -18,7 +18,7 @@ import subprocess
 import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
-BATCH = 8
+BATCH = 16
 
 
 def headers_digest():
