@@ -60,7 +60,6 @@ constexpr std::array kOfFiles{kOutput,
                               kMultipage,
                               kOverwrite,
                               kIncrement,
-                              kDryRun,
                               Given{"--format", [](const ScanOptions& o) { return !o.format.empty(); }},
                               Given{"--option", [](const ScanOptions& o) { return !o.formatOptions.empty(); }}};
 /// What makes no sense without it.

@@ -96,7 +96,7 @@ constexpr std::array kSections{
         ".TP\n.B client\nclient, path, folder, state (ready, away, refuses), why, freeBytes: one for each client "
         "of "
         "\\-\\-list\\-clients.\n"
-        ".TP\n.B name\nfile: what \\-\\-dry\\-run prints.\n"},
+        ".TP\n.B name\nfile, or printer: what \\-\\-dry\\-run prints.\n"},
     Section{
         "PRESETS",
         "A preset keeps the settings of the pages of the panel under a name: mode, resolution, area, adjustments, "

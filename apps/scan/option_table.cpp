@@ -316,7 +316,8 @@ constexpr std::array kTable{
     OptionRow{"finish-page", 0, Argument::None, nullptr, kRun, "The first interrupt stops after the current page.",
               raise<&ScanOptions::finishPage>},
     OptionRow{"dry-run", 0, Argument::None, nullptr, kRun,
-              "Print the file name of the first page, create nothing, and exit.", act<Action::DryRun>},
+              "Print the file name of the first page, or with --to print the printer, create nothing, and exit.",
+              act<Action::DryRun>},
     OptionRow{
         "recover", 0, Argument::Required, "FILE.part", kRun,
         "Recover the finished pages that a killed program left in FILE.part: save them as FILE or as --output, "

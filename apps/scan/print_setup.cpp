@@ -78,3 +78,14 @@ void applyPrintOptions(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const
   sink->ApplyParams(panel.get());
   QCoreApplication::processEvents();  // the panel applies them in an event of this thread
 }
+
+std::string chosenPrinter(quillbay::IApp* app, quillbay::IQuillbayControl* control) {
+  const auto page = quillbay::new_MemParam();
+  control->GetPageParams(page.get());
+  const std::string chosen = quillbay::paramString(page.get(), quillbay::kChosenOptionsKey);
+  if (chosen == quillbay::kAutoOptions) return kDetects;
+  const auto values = baseOptions(app, chosen == quillbay::kCurrentOptions ? std::string() : chosen);
+  if (quillbay::paramInt(values.get(), quillbay::print_key::AutoDetect) != 0) return kDetects;
+  const std::string name = quillbay::paramString(values.get(), quillbay::print_key::PrinterName);
+  return name.empty() ? "default" : name;
+}

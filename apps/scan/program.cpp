@@ -100,7 +100,21 @@ bool writesFile(const ScanOptions& o) {
   return (!o.toView && !o.toPrint) || !o.output.empty() || !o.dir.empty() || !o.mask.empty();
 }
 
-int dryRun(quillbay::IQuillbayControl* control, const ScanOptions& options, Reporter& reporter) {
+/// What a page would be printed on.
+int printedDryRun(quillbay::IApp* app, quillbay::IQuillbayControl* control, const ScanOptions& options,
+                  Reporter& reporter) {
+  const std::string printer = chosenPrinter(app, control);
+  if (options.json) {
+    reporter.json({{"event", "name"}, {"printer", QString::fromStdString(printer)}});
+  } else {
+    reporter.line(printer);
+  }
+  return kDone;
+}
+
+int dryRun(quillbay::IApp* app, quillbay::IQuillbayControl* control, const ScanOptions& options,
+           Reporter& reporter) {
+  if (options.toPrint) return printedDryRun(app, control, options, reporter);
   const std::string name = control->GetNextFileName();
   if (name.empty())
     throw Failure(kOutput, translated("no file name can be made; give --output, or --dir and --mask"));
@@ -184,7 +198,7 @@ int scan(quillbay::IApp* app, const ScanOptions& options, const Run& run) {
         translated("--mask \"%s\": the characters \" * ? < > | become - in names; the first name is %s",
                    {options.mask, panel.control()->GetNextFileName()}));
   }
-  if (options.action == ScanOptions::Action::DryRun) return dryRun(panel.control(), options, run.reporter);
+  if (options.action == ScanOptions::Action::DryRun) return dryRun(app, panel.control(), options, run.reporter);
   run.next.begin(scanner.feeds());
   stopIfSignalled();
   const int status = sending.finish(scanPages(panel.control(), options, run));

@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cmath>
+#include <thread>
 
 #include "platform/base_services.h"
 #include "printing/ipp_link.h"
@@ -14,6 +16,9 @@ namespace {
 constexpr char kLog[] = "quillbay.printing";
 /// For a cancellation: whoever gives up wants to go on.
 constexpr PrinterPatience kFarewell{2, 3, 0};
+/// Between two tries to make a job at a printer that has another one.
+constexpr std::chrono::milliseconds kBusyPause{100};
+constexpr int kBusyPauses = 10;
 
 int hundredthMm(double mm) { return static_cast<int>(std::lround(mm * 100)); }
 
@@ -121,6 +126,20 @@ PrintFate fateOf(int state) {
   }
 }
 
+/// A printer without a queue takes one job at a time: the one before is waited for.
+template <class Request, class Waits>
+IppPtr createJob(IppLink& link, const JobSignals& jobSignals, const Request& request, const Waits& waits) {
+  for (;;) {
+    try {
+      return link.ask(request(), "refuses the job");
+    } catch (const CXDeviceException&) {
+      if (cupsLastError() != IPP_STATUS_ERROR_BUSY || jobSignals.isWoken) throw;
+    }
+    waits();
+    for (int i = 0; i < kBusyPauses && !jobSignals.isWoken; ++i) std::this_thread::sleep_for(kBusyPause);
+  }
+}
+
 }  // namespace
 
 std::string whyPrinterWaits(const PrinterInfo& printer) {
@@ -139,10 +158,16 @@ void PrinterDocument::open(const std::string& title, const PrintSettings& settin
                            const RasterType& type, std::int32_t copies) {
   m_link = std::make_unique<IppLink>(m_printer.name, m_patience.ask, &m_signals.cancelConnect,
                                      [this](double seconds) { return keepWaiting(seconds); });
-  IppPtr create = m_link->newRequest(IPP_OP_CREATE_JOB);
-  ippAddString(create.get(), IPP_TAG_OPERATION, IPP_TAG_NAME, "job-name", nullptr, title.c_str());
-  addJobAttributes(create.get(), m_printer, settings, layout, type, copies);
-  const IppPtr made = m_link->ask(std::move(create), "refuses the job");
+  const auto request = [&] {
+    IppPtr create = m_link->newRequest(IPP_OP_CREATE_JOB);
+    ippAddString(create.get(), IPP_TAG_OPERATION, IPP_TAG_NAME, "job-name", nullptr, title.c_str());
+    addJobAttributes(create.get(), m_printer, settings, layout, type, copies);
+    return create;
+  };
+  const IppPtr made = createJob(*m_link, m_signals, request, [this] {
+    setWaiting(formatText(Supp_Translate("%s waits: %s"), {m_printer.title(), Supp_Translate("another job")}));
+  });
+  setWaiting({});
   m_job = ippGetInteger(ippFindAttribute(made.get(), "job-id", IPP_TAG_INTEGER), 0);
 
   IppPtr send = m_link->newRequest(IPP_OP_SEND_DOCUMENT);

@@ -76,6 +76,12 @@ class Printing(Case):
         (_, samples), = self.printed(printer)
         self.assertAlmostEqual(len(samples), 140 / 25.4 * 100, delta=30)
 
+    def test_the_pages_of_a_batch_wait_for_a_printer_without_a_queue(self):
+        printer = Printer(self)
+        done = self.print_page(printer, "--mode", "grey", *PAGE, "--batch=2", device=SHEET + ",count=2")
+        self.assertEqual(done.stderr.count("was printed"), 2)
+        self.assertEqual(len(self.printed(printer)), 2)
+
     def test_options_templates_and_copies(self):
         printer = Printer(self)
         folder = self.root / "data" / "quillbay" / "templates" / "PrintOptions"
@@ -101,6 +107,8 @@ class Printing(Case):
                 (["-o", "page.tif"], "printed, not written"), (["--script", "x.kxf"], "--script")):
             with self.subTest(arguments):
                 self.assertIn(says, self.expect(1, *page, *arguments, device=SHEET).stderr)
+        named = self.expect(0, *page, "--template", "Half", "--dry-run", device=SHEET)
+        self.assertEqual(named.stdout, printer.address + "\n")
         self.assertIn("--to print", self.expect(1, "--printer", "x", *PAGE, device=SHEET).stderr)
 
     def test_how_a_job_ends(self):

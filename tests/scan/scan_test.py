@@ -140,9 +140,12 @@ class Texts(Case):
         for command in commands:
             with self.subTest(command=command):
                 arguments = command[1:command.index(">")] if ">" in command else command[1:]
-                hasName = not {"-L", "-A", "-"} & set(arguments)
+                hasName = not {"-L", "-A", "-", "--list-printers"} & set(arguments)
                 done = subprocess.run([*self.command(*arguments, device=None), *["--dry-run"][:hasName]], cwd=self.out,
                                       env=self.env, capture_output=True, timeout=LIMIT, stdin=subprocess.DEVNULL)
+                if "--list-printers" in arguments:  # there may be no print system
+                    self.assertIn(done.returncode, (0, 3))
+                    continue
                 self.assertEqual((done.returncode, done.stderr), (0, b""))
 
     def test_listings(self):
