@@ -26,8 +26,8 @@ class IFileDestination {
   /// The run is over: a multi-page file of it that is still a part gets its final name. When that was taken
   /// meanwhile, the rule for existing files gives another one, or the part stays and the user was told where it is.
   [[nodiscard]] virtual RunFile endRun() = 0;
-  /// The file of the page that ended last, and whether it is complete there, where that is not its store's file. False:
-  /// it is.
+  /// The file of the page that ended last, and whether it is complete there, where that is not its store's file.
+  /// False: it is.
   [[nodiscard]] virtual bool endedPage(std::string* /*file*/, bool* /*published*/) const { return false; }
   /// The folder-and-mask name that the next page would get, after the rule for existing files; no side effects.
   [[nodiscard]] virtual std::string nextFile() const = 0;

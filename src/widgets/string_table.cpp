@@ -35,8 +35,7 @@ constexpr Entry kTexts[] = {
     {kTextMaskEmpty,
      "Output folder or file mask is empty.\nPlease fill output folder and file mask$QBHelp:IDH_MaskEmpty$"},
     {kTextLutNotFound, "LUT file %s not found.$QBHelp:IDH_LutError$"},
-    {kTextNoNetClients,
-     "Scan-To-Net server settings error or empty clients list.$QBHelp:IDH_ServerNotInstalled$"},
+    {kTextNoNetClients, "Scan-To-Net server settings error or empty clients list.$QBHelp:IDH_ServerNotInstalled$"},
     {kTextAutoPrinter, "Auto Detect Printer"},
     {kTextAutoOptions, "<Auto>"},
 };

@@ -26,7 +26,7 @@ NetCommands::NetCommands(MainWindow* window, std::function<void(const std::strin
 NetCommands::~NetCommands() { m_queue->Unadvise(m_advice); }
 
 void NetCommands::fill(QMenu* menu) {
-  QAction* action = menu->addAction(tr("&Network scanning..."));
+  QAction* action = menu->addAction(tr("Networ&k scanning..."));
   action->setStatusTip(tr("Sets up the scan server and its clients, and shows the pages that wait for it"));
   connect(action, &QAction::triggered, this, [this] {
     if (setUp()) m_changed();
@@ -61,7 +61,8 @@ void NetCommands::queueChanged() {
   const bool isNews = !why.empty() && why != m_why;
   QString text;
   if (isNews)
-    text = tr("%n pages wait for %1: %2", nullptr, static_cast<int>(pages.size()))
+    text = (pages.size() == 1 ? tr("1 page waits for %1: %2")
+                              : tr("%n pages wait for %1: %2", nullptr, static_cast<int>(pages.size())))
                .arg(QString::fromStdString(pages.front().folder), QString::fromStdString(why));
   else if (pages.empty() && m_waiting != 0 && !m_why.empty())
     text = tr("All pages were handed to the scan server");
