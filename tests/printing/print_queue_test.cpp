@@ -28,6 +28,7 @@ class PrintSystem {
       if (!m_process.isRunning()) throw std::runtime_error("cupsd: " + readFile(at("log")) + readFile(at("error")));
       std::this_thread::sleep_for(std::chrono::milliseconds(10));  // between two looks
     }
+    if (const char* path = std::getenv("PATH")) ::setenv("PATH", (std::string(path) + ":/usr/sbin").c_str(), 1);
     // Each thread of libcups reads it once.
     ::setenv("CUPS_SERVER", at("sock").c_str(), 1);
     cupsSetServer(at("sock").c_str());
@@ -63,6 +64,10 @@ TEST_F(PrintQueue, APageGoesThroughAQueueToItsPrinter) {
   IppPrinter printer("");
   PrintSystem system;
   system.addQueue("office", printer.uri(), "everywhere");
+  // The print system asks the printer in the background.
+  for (int i = 0; i < 200 && !findMedia(printerAttributes("office"), "iso_a4_210x297mm"); ++i) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));  // between two questions
+  }
   const NoisePage page(KxColorSpace::Grey, 1000, 700, 600);
   PrintJob job;
   ASSERT_EQ(printPage(job, page, Options("office", &page).with(print_key::Media, "iso_a4_210x297mm")), "");
