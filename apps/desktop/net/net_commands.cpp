@@ -26,7 +26,7 @@ NetCommands::NetCommands(MainWindow* window, std::function<void(const std::strin
 NetCommands::~NetCommands() { m_queue->Unadvise(m_advice); }
 
 void NetCommands::fill(QMenu* menu) {
-  QAction* action = menu->addAction(tr("Networ&k scanning..."));
+  QAction* action = menu->addAction(tr("Net&work scanning..."));
   action->setStatusTip(tr("Sets up the scan server and its clients, and shows the pages that wait for it"));
   connect(action, &QAction::triggered, this, [this] {
     if (setUp()) m_changed();
