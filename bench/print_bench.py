@@ -106,6 +106,32 @@ def stream(build, printers, printer, speed, size, content):
     return float(scanned), float(sent), float(done), int(memory)
 
 
+def scan(build, folder, size, *target):
+    """Seconds and peak memory in MiB of `quillbay-scan` with a simulated scanner of 100 MB/s."""
+    length = round(size * 1e9 / LINE / 400 * 25.4)
+    command = [str(build / "bin/quillbay-scan"), "-d",
+               f"sim:width=914,length={length},size=914x{length},at=0x0,speed={100 * 1000 * 1000 // LINE}", "--mode",
+               "rgb", "-r", "400", "--area", f"custom:0,0,914,{length}", "-q", *target]
+    env = {**os.environ, **{f"XDG_{name}_HOME": str(folder / name) for name in ("CONFIG", "STATE", "DATA")}}
+    start = time.monotonic()
+    process = subprocess.Popen(command, env=env, stdout=subprocess.DEVNULL, stderr=subprocess.PIPE)
+    message = process.stderr.read().decode(errors="replace")
+    _, status, usage = os.wait4(process.pid, 0)
+    if os.waitstatus_to_exitcode(status) != 0:
+        sys.exit(f"{' '.join(command)} failed: {message}")
+    return time.monotonic() - start, usage.ru_maxrss // 1024
+
+
+def scan_and_print(build, printers, size):
+    """`quillbay-scan` to a printer beside the same scan to a file."""
+    path = printers.folder / "scan.tif"
+    saved, _ = scan(build, printers.folder, size, "--option", "Compression=none", "-o", str(path))
+    path.unlink()
+    took, memory = scan(build, printers.folder, size, "--to", "print", "--printer", printers.uri)
+    print(f"{size:5.2f} GB quillbay-scan at 100 MB/s: to a file {saved:.2f} s, printed {took:.2f} s "
+          f"({(took / saved - 1) * 100:+.1f} %), {memory} MiB", flush=True)
+
+
 def write_tiff(path, size):
     """An uncompressed TIFF file of white lines: `lp` sends its bytes, whatever they are."""
     lines = int(size * 1e9) // LINE
@@ -145,6 +171,7 @@ def main():
                         print(f"{size:5.2f} GB {content:8s} {name:12s} {pace}: scan {scanned:7.2f} s, printer has it "
                               f"{sent:7.2f} s ({late * 100:+.1f} %), done {done:7.2f} s, {size * 1000 / sent:5.0f} MB/s, "
                               f"{memory} MiB", flush=True)
+            scan_and_print(build, printers, size)
             path = folder / "page.tif"
             write_tiff(path, size)
             took = print_file(printers, path)
