@@ -10,26 +10,16 @@ int probe(const std::uint8_t* head, std::size_t size) {
   return info == 12 || info == 16 || (info >= 40 && info <= 124);
 }
 
-int accepts(std::int32_t colorSpace) {
-  switch (colorSpace) {
-    case 1:
-    case 2:
-    case 8:
-    case 16:
-    case 32:
-    case 64:
-    case 256:
-    case 512: return 1;
-    default: return 0;
-  }
-}
+constexpr unsigned kKinds = quillbay::page_kind::Bitonal | quillbay::page_kind::Palette |
+                            quillbay::page_kind::Grey | quillbay::page_kind::Colour |
+                            quillbay::page_kind::WideColour;
 
 const char* const kExtensions[] = {".bmp", ".dib", nullptr};
 const QbFormat kBmp = quillbay::makeFormat<quillbay::SinglePageWriter<quillbay::BmpPage>, quillbay::BmpReader>(
-    {"BMP", "Bitmap pictures", kExtensions, false, quillbay::kBmpOptions, probe, accepts});
+    {"BMP", "Bitmap pictures", kExtensions, false, quillbay::kBmpOptions, probe, quillbay::acceptsKinds<kKinds>});
 
 const QbFormat* const kFormats[] = {&kBmp};
-const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 1, kFormats};
+const QbModule kModule = quillbay::makeModule(kFormats);
 
 }  // namespace
 

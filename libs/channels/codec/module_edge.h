@@ -3,8 +3,37 @@
 #include <memory>
 
 #include "channels/codec/module_support.h"
+#include "quillbay/color_space.h"
 
 namespace quillbay {
+
+/// Kinds of pages, to be added up for `acceptsKinds`. `WideColour`: four bytes to a pixel.
+namespace page_kind {
+inline constexpr unsigned Bitonal = 1, Palette = 2, Grey = 4, Colour = 8, WideColour = 16;
+}
+
+/// `QbFormat::accepts` of a format that takes the kinds of pages in `kinds`.
+template <unsigned kinds>
+int acceptsKinds(std::int32_t colorSpace) {
+  const auto has = [](unsigned kind) { return (kinds & kind) != 0 ? 1 : 0; };
+  switch (static_cast<KxColorSpace>(colorSpace)) {
+    case KxColorSpace::Bitonal:
+    case KxColorSpace::BitonalRle: return has(page_kind::Bitonal);
+    case KxColorSpace::Palette: return has(page_kind::Palette);
+    case KxColorSpace::Grey: return has(page_kind::Grey);
+    case KxColorSpace::Rgb:
+    case KxColorSpace::Bgr: return has(page_kind::Colour);
+    case KxColorSpace::Rgba:
+    case KxColorSpace::Bgra: return has(page_kind::WideColour);
+    default: return 0;
+  }
+}
+
+/// A module of these formats.
+template <std::size_t count>
+constexpr QbModule makeModule(const QbFormat* const (&formats)[count]) {
+  return {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), static_cast<int>(count), formats};
+}
 
 /// What a format is called and takes: the first fields of `QbFormat`.
 struct FormatWords {

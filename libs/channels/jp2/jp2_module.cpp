@@ -18,30 +18,21 @@ int probeCodestream(const std::uint8_t* head, std::size_t size) {
   return size >= sizeof kCodestream && std::equal(std::begin(kCodestream), std::end(kCodestream), head);
 }
 
-int acceptsLight(std::int32_t colorSpace) {
-  switch (colorSpace) {
-    case 16:
-    case 32:
-    case 64:
-    case 256:
-    case 512: return 1;
-    default: return 0;
-  }
-}
-
-int acceptsAll(std::int32_t colorSpace) { return colorSpace == 8 || acceptsLight(colorSpace); }
+constexpr unsigned kLight =
+    quillbay::page_kind::Grey | quillbay::page_kind::Colour | quillbay::page_kind::WideColour;
 
 const char* const kBoxedNames[] = {".jp2", nullptr};
 const char* const kCodestreamNames[] = {".j2k", ".j2c", nullptr};
 const QbFormat kJp2 = quillbay::makeFormat<quillbay::SinglePageWriter<quillbay::BoxedJp2Page>, quillbay::Jp2Reader>(
-    {"JPEG 2000", "JPEG 2000 pictures", kBoxedNames, false, quillbay::kJp2Options, probeBoxes, acceptsAll});
+    {"JPEG 2000", "JPEG 2000 pictures", kBoxedNames, false, quillbay::kJp2Options, probeBoxes,
+     quillbay::acceptsKinds<kLight | quillbay::page_kind::Palette>});
 const QbFormat kJ2k =
     quillbay::makeFormat<quillbay::SinglePageWriter<quillbay::CodestreamPage>, quillbay::Jp2Reader>(
         {"JPEG 2000 codestream", "JPEG 2000 codestreams", kCodestreamNames, false, quillbay::kCodestreamOptions,
-         probeCodestream, acceptsLight});
+         probeCodestream, quillbay::acceptsKinds<kLight>});
 
 const QbFormat* const kFormats[] = {&kJp2, &kJ2k};
-const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 2, kFormats};
+const QbModule kModule = quillbay::makeModule(kFormats);
 
 }  // namespace
 

@@ -6,24 +6,15 @@ namespace {
 
 int probe(const std::uint8_t* head, std::size_t size) { return quillbay::looksLikePdf(head, size) ? 1 : 0; }
 
-int accepts(std::int32_t colorSpace) {
-  switch (colorSpace) {
-    case 1:
-    case 2:
-    case 8:
-    case 16:
-    case 256:
-    case 512: return 1;
-    default: return 0;
-  }
-}
+constexpr unsigned kKinds = quillbay::page_kind::Bitonal | quillbay::page_kind::Palette |
+                            quillbay::page_kind::Grey | quillbay::page_kind::Colour;
 
 const char* const kExtensions[] = {".pdf", nullptr};
 const QbFormat kPdf = quillbay::makeFormat<quillbay::PdfWriter, quillbay::PdfReader>(
-    {"PDF", "PDF documents", kExtensions, true, quillbay::kPdfOptions, probe, accepts});
+    {"PDF", "PDF documents", kExtensions, true, quillbay::kPdfOptions, probe, quillbay::acceptsKinds<kKinds>});
 
 const QbFormat* const kFormats[] = {&kPdf};
-const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 1, kFormats};
+const QbModule kModule = quillbay::makeModule(kFormats);
 
 }  // namespace
 

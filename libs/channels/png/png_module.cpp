@@ -11,24 +11,15 @@ int probe(const std::uint8_t* head, std::size_t size) {
          std::equal(std::begin(quillbay::kPngSignature), std::end(quillbay::kPngSignature), head);
 }
 
-int accepts(std::int32_t colorSpace) {
-  switch (colorSpace) {
-    case 1:
-    case 2:
-    case 8:
-    case 16:
-    case 256:
-    case 512: return 1;
-    default: return 0;
-  }
-}
+constexpr unsigned kKinds = quillbay::page_kind::Bitonal | quillbay::page_kind::Palette |
+                            quillbay::page_kind::Grey | quillbay::page_kind::Colour;
 
 const char* const kExtensions[] = {".png", nullptr};
 const QbFormat kPng = quillbay::makeFormat<quillbay::SinglePageWriter<quillbay::PngPage>, quillbay::PngReader>(
-    {"PNG", "PNG pictures", kExtensions, false, quillbay::kPngOptions, probe, accepts});
+    {"PNG", "PNG pictures", kExtensions, false, quillbay::kPngOptions, probe, quillbay::acceptsKinds<kKinds>});
 
 const QbFormat* const kFormats[] = {&kPng};
-const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 1, kFormats};
+const QbModule kModule = quillbay::makeModule(kFormats);
 
 }  // namespace
 

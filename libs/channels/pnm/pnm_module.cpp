@@ -9,14 +9,8 @@ int probe(const std::uint8_t* head, std::size_t size) {
   return head[2] == '#' || head[2] == ' ' || (head[2] >= '\t' && head[2] <= '\r');
 }
 
-int acceptsBits(std::int32_t colorSpace) { return colorSpace == 1 || colorSpace == 2; }
-int acceptsGrey(std::int32_t colorSpace) { return colorSpace == 16; }
-int acceptsColours(std::int32_t colorSpace) {
-  return colorSpace == 8 || colorSpace == 32 || colorSpace == 64 || colorSpace == 256 || colorSpace == 512;
-}
-int acceptsAll(std::int32_t colorSpace) {
-  return acceptsBits(colorSpace) || acceptsGrey(colorSpace) || acceptsColours(colorSpace);
-}
+namespace kind = quillbay::page_kind;
+constexpr unsigned kColourKinds = kind::Palette | kind::Colour | kind::WideColour;
 
 constexpr QbOptionInfo kNoOptions[] = {{}};
 
@@ -32,13 +26,14 @@ constexpr const char* kAny[] = {".pnm", nullptr};
 constexpr const char* kBits[] = {".pbm", nullptr};
 constexpr const char* kGrey[] = {".pgm", nullptr};
 constexpr const char* kColours[] = {".ppm", nullptr};
-constexpr QbFormat kPnm = format("PNM", "Portable any maps", kAny, acceptsAll);
-constexpr QbFormat kPbm = format("PBM", "Portable bitmaps", kBits, acceptsBits);
-constexpr QbFormat kPgm = format("PGM", "Portable grey maps", kGrey, acceptsGrey);
-constexpr QbFormat kPpm = format("PPM", "Portable pixel maps", kColours, acceptsColours);
+constexpr QbFormat kPnm =
+    format("PNM", "Portable any maps", kAny, quillbay::acceptsKinds<kind::Bitonal | kind::Grey | kColourKinds>);
+constexpr QbFormat kPbm = format("PBM", "Portable bitmaps", kBits, quillbay::acceptsKinds<kind::Bitonal>);
+constexpr QbFormat kPgm = format("PGM", "Portable grey maps", kGrey, quillbay::acceptsKinds<kind::Grey>);
+constexpr QbFormat kPpm = format("PPM", "Portable pixel maps", kColours, quillbay::acceptsKinds<kColourKinds>);
 
 const QbFormat* const kFormats[] = {&kPnm, &kPbm, &kPgm, &kPpm};
-const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 4, kFormats};
+const QbModule kModule = quillbay::makeModule(kFormats);
 
 }  // namespace
 

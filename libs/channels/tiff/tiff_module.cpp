@@ -6,26 +6,16 @@ namespace {
 
 int probe(const std::uint8_t* head, std::size_t size) { return quillbay::looksLikeTiff(head, size) ? 1 : 0; }
 
-int accepts(std::int32_t colorSpace) {
-  switch (colorSpace) {
-    case 1:
-    case 2:
-    case 8:
-    case 16:
-    case 32:
-    case 64:
-    case 256:
-    case 512: return 1;
-    default: return 0;
-  }
-}
+constexpr unsigned kKinds = quillbay::page_kind::Bitonal | quillbay::page_kind::Palette |
+                            quillbay::page_kind::Grey | quillbay::page_kind::Colour |
+                            quillbay::page_kind::WideColour;
 
 const char* const kExtensions[] = {".tif", ".tiff", ".btf", nullptr};
 const QbFormat kTiff = quillbay::makeFormat<quillbay::TiffWriter, quillbay::TiffReader>(
-    {"TIFF", "TIFF pictures", kExtensions, true, quillbay::kTiffOptions, probe, accepts});
+    {"TIFF", "TIFF pictures", kExtensions, true, quillbay::kTiffOptions, probe, quillbay::acceptsKinds<kKinds>});
 
 const QbFormat* const kFormats[] = {&kTiff};
-const QbModule kModule = {QUILLBAY_FORMAT_ABI, sizeof(QbFormat), 1, kFormats};
+const QbModule kModule = quillbay::makeModule(kFormats);
 
 }  // namespace
 
