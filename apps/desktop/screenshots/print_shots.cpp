@@ -24,7 +24,7 @@ void chooseOptions(Stage& stage) {
   options->SetValue(quillbay::print_key::Tiled, 1);
   options->SetValue(quillbay::print_key::Overlap, 15);
   options->SetValue(quillbay::print_key::CropMarks, 1);
-  options->SetValue(quillbay::print_key::Media, printer.isEmpty() ? "" : "iso_a4_210x297mm");
+  options->SetValue(quillbay::print_key::Media, printer.isEmpty() ? "" : "roll_current_300x0mm");
   const auto provider = quillbay::query<quillbay::IParamProvider>(stage.window().app());
   provider->SetToolParams(quillbay::tool_name::PrintOptions, options.get());
 }

@@ -84,7 +84,7 @@ QSize SheetDrawing::sizeHint() const {
 }
 
 QSize SheetDrawing::minimumSizeHint() const {
-  return {fontMetrics().averageCharWidth() * 12, fontMetrics().height() * 6};
+  return {fontMetrics().averageCharWidth() * 26, fontMetrics().height() * 6};
 }
 
 void SheetDrawing::paintEvent(QPaintEvent*) {
