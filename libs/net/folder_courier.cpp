@@ -9,6 +9,7 @@
 #include "net/folder_probe.h"
 #include "net/hand_off.h"
 #include "platform/base_services.h"
+#include "platform/page_spool.h"
 
 namespace quillbay {
 
@@ -56,6 +57,15 @@ struct FolderCourier::Shared {
     return std::nullopt;
   }
 
+  /// Looks at the folder, with a time limit. One that did not answer is not asked again before it has: each look
+  /// would leave a thread behind.
+  struct Look {
+    std::atomic<bool> isDone{false};
+    HotFolderState found;
+  };
+  std::shared_ptr<Look> looking;  // of the courier's thread; null: none goes on
+  [[nodiscard]] bool look(const std::string& mountPoint, HotFolderState* found);
+
   /// Tries one page. Returns how long to wait before the next try, and whether that was a failure of the folder's.
   struct Turn {
     enum Kind { Empty, Busy, Done, Failed } kind;
@@ -64,6 +74,20 @@ struct FolderCourier::Shared {
   void finish(SpoolEntry entry, const HandOffEnd& end);
 };
 
+bool FolderCourier::Shared::look(const std::string& mountPoint, HotFolderState* found) {
+  if (looking && !looking->isDone) return false;
+  looking = std::make_shared<Look>();
+  const bool answered = runWithin(kProbeLimitMs, [folder = hotFolder, mountPoint, look = looking] {
+    look->found = probeHotFolder(folder, mountPoint);
+    look->isDone = true;
+  });
+  if (!answered && looking.use_count() == 1) looking.reset();  // no thread could be started
+  if (!answered) return false;
+  *found = looking->found;
+  looking.reset();
+  return true;
+}
+
 FolderCourier::Shared::Turn FolderCourier::Shared::turn() {
   const auto waiting = next();
   if (!waiting) {
@@ -71,16 +95,20 @@ FolderCourier::Shared::Turn FolderCourier::Shared::turn() {
     return {Turn::Empty};
   }
   // Before the lock: a folder that does not answer must not keep users from moving its pages.
-  const HotFolderState folder = probeHotFolder(hotFolder, waiting->record.handOff.mountPoint);
+  HotFolderState folder;
+  if (!look(waiting->record.handOff.mountPoint, &folder)) {
+    setState({{}, Supp_Translate("it does not answer"), true});
+    return {Turn::Failed};
+  }
   if (folder.fate != HotFolderState::Ready) {
-    setState({{}, folder.why});
+    setState({{}, folder.why, false});
     return {Turn::Failed};
   }
   const SpoolLock lock = spool->tryLock(hotFolder);
   if (!lock) return {Turn::Busy};
   const auto entry = next();  // others may have been faster
   if (!entry) return {Turn::Done};
-  setState({entry->id, {}});
+  setState({entry->id, {}, false});
   const HandOffEnd end = handOffPage(*spool, *entry, stop);
   finish(*entry, end);
   return {end.how == HandOffEnd::Later ? Turn::Failed : Turn::Done};
@@ -104,11 +132,11 @@ void FolderCourier::Shared::finish(SpoolEntry entry, const HandOffEnd& end) {
       if (auto found = spool->find(entry.id)) entry = std::move(*found);
       entry.record.stuck = end.why;
       spool->update(entry);
-      return setState({{}, {}});
+      return setState({});
     }
     case HandOffEnd::Later:
       logLine(LogLevel::Info, kNetLog, entry.record.handOff.file + " waits: " + end.why);
-      return setState({{}, end.why});
+      return setState({{}, end.why, false});
     case HandOffEnd::Stopped: return setState({});
   }
 }
@@ -161,7 +189,7 @@ void FolderCourier::work(const std::shared_ptr<Shared>& shared) {
       turn = shared->turn();
     } catch (const std::exception& e) {
       logLine(LogLevel::Error, kNetLog, e.what());
-      shared->setState({{}, e.what()});
+      shared->setState({{}, e.what(), false});
     }
     switch (turn.kind) {
       case Shared::Turn::Empty: shared->pause(pauses.idle); break;

@@ -13,8 +13,9 @@ namespace quillbay {
 
 /// What a courier does with its folder now.
 struct CourierState {
-  std::string sending;  ///< the page's id; empty: none
-  std::string why;      ///< what it waits for, for users
+  std::string sending;    ///< the page's id; empty: none
+  std::string why;        ///< what it waits for, for users
+  bool isSilent = false;  ///< its folder does not answer
 };
 
 /// How long a courier waits.

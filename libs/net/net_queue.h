@@ -28,6 +28,7 @@ class CNetQueue final : public CKxUnknownImpl<INetQueue, IPageSpool> {
   void enqueue(const std::string& id, const std::string& file, const HandOff& handOff) override;
   void discard(const std::string& id) noexcept override { spool().discard(id); }
   bool holds(const std::string& file) override;
+  bool isSilent(const std::string& hotFolder) override { return m_couriers->stateOf(hotFolder).isSilent; }
   std::string waitFor(const std::string& id, int limitMs) override;
   std::string folder() override { return spool().folder(); }
   std::int64_t freeBytes() override;

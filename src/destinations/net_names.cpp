@@ -18,7 +18,13 @@ NetName findNetName(const NameContext& context, const std::string& mountPoint, c
   NetName found;
   NameContext names = context;
   if (!names.macros) names.macros = MacroList::process(names.values);
-  found.folder = TryHotFolder(fio::expandHome(names.values.dir), mountPoint, kHotFolderLimitMs);
+  const std::string folder = fio::withDelimiter(fio::expandHome(names.values.dir));
+  if (spool->isSilent(folder)) {  // not asked anew for each page of a batch
+    found.folder.fate = HotFolderState::Away;
+    found.folder.why = Supp_Translate("it does not answer");
+  } else {
+    found.folder = TryHotFolder(folder, mountPoint, kHotFolderLimitMs);
+  }
   if (found.folder.fate == HotFolderState::Ready) {
     const auto name = std::make_shared<OutputName>();
     if (runWithin(kHotFolderLimitMs, [=] { *name = applyExistsRule(names, netNameTest(spool)); })) {

@@ -33,6 +33,8 @@ class IPageSpool : public IKxUnknown {
   virtual void discard(const std::string& id) noexcept = 0;
   /// Whether a page that waits will have this name, or the same hand-off file.
   [[nodiscard]] virtual bool holds(const std::string& file) = 0;
+  /// Whether pages wait for this hot folder because it does not answer.
+  [[nodiscard]] virtual bool isSilent(const std::string& hotFolder) = 0;
   /// Waits until the page was handed off or failed, for at most `limitMs`. Returns the name that it got, with
   /// folder; empty while it waits.
   [[nodiscard]] virtual std::string waitFor(const std::string& id, int limitMs) = 0;

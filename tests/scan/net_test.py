@@ -107,6 +107,12 @@ class Net(Case):
         self.expect(0, "--deliver", device=None)
         self.assertEqual(self.check_pages(), 1)
 
+    def test_no_room_on_this_computer(self):
+        FilledDisk(self, self.root / "state", "size=4m")
+        self.set_up("PC1")
+        self.assertIn("are free in", self.expect(3, *TO_NET).stderr)
+        self.assertEqual((self.hot_names(), self.waiting()), ([], []))
+
     def test_a_mount_that_is_not_there(self):
         FilledDisk(self, self.hot, "size=20m")
         self.set_up("PC1")
