@@ -4,6 +4,12 @@
 #include <cmath>
 
 namespace quillbay {
+namespace {
+
+/// Rounded; by way of an integer, which the compiler turns into vectors.
+std::uint8_t toByte(float v) { return static_cast<std::uint8_t>(static_cast<int>(v + 0.5F)); }
+
+}  // namespace
 
 LineScaler::LineScaler(int channels, std::int64_t width, std::int64_t outWidth, double scaleY, bool isSmooth,
                        Take take)
@@ -46,6 +52,16 @@ LineScaler::LineScaler(int channels, std::int64_t width, std::int64_t outWidth, 
 template <int channels>
 void LineScaler::scaleAcross(const std::uint8_t* line) {
   float* out = m_now.data();
+  if (!m_shrinksAcross) {
+    for (const Column& c : m_columns) {
+      const std::uint8_t* const in = line + static_cast<std::size_t>(c.first) * channels;
+      const std::uint8_t* const next = line + static_cast<std::size_t>(c.last) * channels;
+      for (int k = 0; k < channels; ++k) {
+        *out++ = static_cast<float>(in[k]) * c.firstWeight + static_cast<float>(next[k]) * c.lastWeight;
+      }
+    }
+    return;
+  }
   for (const Column& c : m_columns) {
     const std::uint8_t* in = line + static_cast<std::size_t>(c.first) * channels;
     const std::uint8_t* const end = line + static_cast<std::size_t>(c.last) * channels;
@@ -109,15 +125,18 @@ void LineScaler::addBetween() {
 }
 
 void LineScaler::handMix(float weightOfNew) {
+  const float *const now = m_now.data(), *const before = m_before.data();
+  std::uint8_t* const out = m_out.data();
   for (std::size_t i = 0; i < m_samples; ++i) {
-    m_out[i] = static_cast<std::uint8_t>(m_before[i] + (m_now[i] - m_before[i]) * weightOfNew + 0.5F);
+    out[i] = toByte(before[i] + (now[i] - before[i]) * weightOfNew);
   }
   ++m_linesOut;
   m_take(m_out.data());
 }
 
 void LineScaler::hand(const float* line, float factor) {
-  for (std::size_t i = 0; i < m_samples; ++i) m_out[i] = static_cast<std::uint8_t>(line[i] * factor + 0.5F);
+  std::uint8_t* const out = m_out.data();
+  for (std::size_t i = 0; i < m_samples; ++i) out[i] = toByte(line[i] * factor);
   ++m_linesOut;
   m_take(m_out.data());
 }
@@ -126,14 +145,10 @@ void LineScaler::finish() {
   if (m_linesIn == 0) return;
   const std::int64_t wanted = std::max<std::int64_t>(1, std::llround(static_cast<double>(m_linesIn) * m_scaleY));
   while (m_linesOut < wanted) {
-    if (!m_shrinksAlong) {
-      hand(m_now.data(), 1);
-    } else if (m_weight > 0) {
-      hand(m_before.data(), static_cast<float>(1 / m_weight));
-      m_weight = 0;
-    } else {
-      hand(m_now.data(), 1);
-    }
+    // What was gathered of the last lines; beyond them the last line goes on.
+    const bool isGathered = m_shrinksAlong && m_weight > 0;
+    hand(isGathered ? m_before.data() : m_now.data(), isGathered ? static_cast<float>(1 / m_weight) : 1.0F);
+    m_weight = 0;
   }
 }
 

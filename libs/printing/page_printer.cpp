@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -154,7 +155,9 @@ void PagePrinter::begin(IScanBuffer& stripe) {
   m_chain = std::make_unique<Chain>(*m_layout, m_page, m_colorSpace, m_type, m_settings.halftone, *m_stream, 0);
 }
 
-void PagePrinter::layOut() { m_layout = layOutPage(m_page, m_settings, m_document.printer()); }
+void PagePrinter::layOut() {
+  m_layout = std::make_unique<PageLayout>(layOutPage(m_page, m_settings, m_document.printer()));
+}
 
 void PagePrinter::openDocument() {
   m_document.open(m_title, m_settings, *m_layout, m_type, m_settings.copies / m_ownCopies);

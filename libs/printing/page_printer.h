@@ -2,7 +2,6 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
-#include <optional>
 #include <string>
 
 #include "printing/line_packer.h"
@@ -55,7 +54,7 @@ class PagePrinter {
   KxColorSpace m_colorSpace = KxColorSpace::None;
   bool m_isWhole = false;        // it is kept until its end
   std::int32_t m_ownCopies = 1;  // those that the printer does not make
-  std::optional<PageLayout> m_layout;
+  std::unique_ptr<PageLayout> m_layout;
   RasterType m_type;
   std::unique_ptr<RasterStream> m_stream;
   std::unique_ptr<Chain> m_chain;
