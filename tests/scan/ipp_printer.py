@@ -71,7 +71,7 @@ class Printer:
                 self.port = free.getsockname()[1]
             self.process = self._start(case, [
                 "ippeveprinter", "-r", "off", "-n", "localhost", "-p", str(self.port), "-k", "-d",
-                self.folder / "kept", "-a", self.folder / "plotter.conf", *options, "Plotter"])
+                self.folder / "kept", "-a", self.folder / "plotter.conf", "-c", "/bin/true", *options, "Plotter"])
             if self._wait(self._answers, self.process):
                 return
         case.fail("ippeveprinter does not start: " + (self.folder / "log").read_text())
