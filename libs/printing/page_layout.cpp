@@ -6,18 +6,18 @@
 
 #include "platform/base_services.h"
 #include "printing/printers.h"
+#include "quillbay/geometry.h"
 
 namespace quillbay {
 namespace {
 
-constexpr double kInchMm = 25.4;
 constexpr double kSlackMm = 0.5;        // a page in whole pixels against a medium in tenths of a millimetre
 constexpr double kPieceMm = 2000;       // of a page of unknown length: little paper is lost, few cuts are made
 constexpr double kMarkMm = 5;           // crop marks
 constexpr double kMarkGapMm = 1;        // between them and the picture
 constexpr double kWorthTurning = 0.98;  // turned only for paper that is worth it
 
-std::int64_t pixelsOf(double mm, std::uint32_t dpi) { return std::llround(mm * dpi / kInchMm); }
+std::int64_t pixelsOf(double mm, std::uint32_t dpi) { return std::llround(mm * dpi / kMmPerInch); }
 
 /// Whole millimetres, for messages.
 std::string mm(double v) { return toText(static_cast<std::int64_t>(std::llround(v))); }
@@ -180,8 +180,9 @@ class Layout {
     } else {
       m_out.tileLines = end - m_out.y;
       m_out.rows = 0;
-      m_out.notes.push_back(formatText(Supp_Translate("in pieces of %s mm, the last one filled with white"),
-                                       {mm(static_cast<double>(m_out.tileLines) * kInchMm / m_out.resolution.y)}));
+      m_out.notes.push_back(
+          formatText(Supp_Translate("in pieces of %s mm, the last one filled with white"),
+                     {mm(static_cast<double>(m_out.tileLines) * kMmPerInch / m_out.resolution.y)}));
     }
     if (!reached || !reachedAlong) {
       const PrintMargins& printer = m_out.media.margins;

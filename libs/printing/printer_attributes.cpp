@@ -8,12 +8,12 @@
 #include <string_view>
 
 #include "platform/base_services.h"
+#include "quillbay/geometry.h"
 
 namespace quillbay {
 namespace {
 
 constexpr double kUnitMm = 0.01;  // IPP's lengths are hundredths of a millimetre
-constexpr double kInchMm = 25.4;
 
 /// Lower and upper value of an integer or a range of integers.
 struct Span {
@@ -64,8 +64,8 @@ bool sizeInName(std::string_view name, double* width, double* length) {
       !parseNumber(size.substr(cross + 1), length)) {
     return false;
   }
-  *width *= inches ? kInchMm : 1;
-  *length *= inches ? kInchMm : 1;
+  *width *= inches ? kMmPerInch : 1;
+  *length *= inches ? kMmPerInch : 1;
   return *width > 0 && *length >= 0;
 }
 

@@ -13,8 +13,11 @@ namespace {
 
 /// The class of pages that shows most of a format's choices.
 quillbay::ColorClass classOf(const quillbay::SaveFormat& format) {
-  const auto colour = static_cast<std::uint32_t>(quillbay::KxColorSpace::Rgb);
-  return (format.colorSpaces & colour) != 0 ? quillbay::kClassColor : quillbay::kClassBitonal;
+  const auto takes = [&](quillbay::KxColorSpace colorSpace) {
+    return (format.colorSpaces & static_cast<std::uint32_t>(colorSpace)) != 0;
+  };
+  if (takes(quillbay::KxColorSpace::Rgb)) return quillbay::kClassColor;
+  return takes(quillbay::KxColorSpace::Grey) ? quillbay::kClassGrey : quillbay::kClassBitonal;
 }
 
 }  // namespace
@@ -25,11 +28,13 @@ bool shootSave(Stage& stage) {
   for (const quillbay::SaveFormat& format : quillbay::ListSaveFormats(stage.window().app())) {
     const quillbay::ColorClass colorClass = classOf(format);
     stage.apply({{quillbay::key::numbered(quillbay::key::FormatName, colorClass), "(*." + format.extension + ")"}});
-    const char* name = colorClass == quillbay::kClassColor ? "colorOptions" : "bitonalOptions";
+    const char* const names[] = {"bitonalOptions", "greyOptions", "paletteOptions", "colorOptions"};
+    const char* name = names[colorClass];
     auto* options = stage.panel()->findChild<QToolButton*>(name);
     if (!options) return false;
     if (!stage.saveModal("options-" + QString::fromStdString(format.extension), [options] { options->click(); }))
       return false;
+    stage.apply({{quillbay::key::numbered(quillbay::key::FormatName, colorClass), "(*.tif)"}});
   }
   return true;
 }
