@@ -41,6 +41,7 @@ PrintOptionsPage::PrintOptionsPage(QWidget* parent)
   m_form->piece->setRange(0, kMostPieceMm);
   m_form->piece->setSpecialValueText(toolText("automatic"));
   m_form->state->setMinimumWidth(1);
+  m_form->state->setMinimumHeight(2 * fontMetrics().lineSpacing());  // two lines, whatever the window's layout asks
   m_form->sheetsNote->setMinimumWidth(1);
   m_form->printer->lineEdit()->setAccessibleName(m_form->printer->accessibleName());
   m_form->printer->setCompleter(nullptr);

@@ -3,6 +3,8 @@
 #include <QPainter>
 #include <algorithm>
 
+#include "host/tools/tool_base.h"
+
 namespace quillbay {
 
 namespace {
@@ -87,8 +89,16 @@ QSize SheetDrawing::minimumSizeHint() const {
   return {fontMetrics().averageCharWidth() * 26, fontMetrics().height() * 6};
 }
 
+/// What will be there.
+void SheetDrawing::paintHint() {
+  QPainter painter(this);
+  painter.setPen(palette().color(QPalette::PlaceholderText));
+  painter.drawText(rect().adjusted(8, 8, -8, -8), Qt::AlignCenter | Qt::TextWordWrap,
+                   toolText("The sheets are drawn here when the printer is known."));
+}
+
 void SheetDrawing::paintEvent(QPaintEvent*) {
-  if (!m_layout || m_layout->sheetWidth <= 0) return;
+  if (!m_layout || m_layout->sheetWidth <= 0) return paintHint();
   const PageLayout& layout = *m_layout;
   const std::int64_t columns = std::clamp<std::int64_t>(layout.columns, 1, kMostDrawn);
   const std::int64_t rows = std::clamp<std::int64_t>(layout.rows == 0 ? 2 : layout.rows, 1, kMostDrawn);

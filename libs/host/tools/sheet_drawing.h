@@ -20,6 +20,8 @@ class SheetDrawing final : public QWidget {
   void paintEvent(QPaintEvent* event) override;
 
  private:
+  void paintHint();
+
   std::optional<PageLayout> m_layout;
 };
 
