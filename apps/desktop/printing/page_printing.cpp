@@ -30,7 +30,7 @@ KxPtr<IPrintingJob> PagePrinting::start(const Page& page, quillbay::IParam* opti
   const auto tool = factory
                         ? KxPtr<quillbay::IKxUnknown>::adopt(factory->MakeTool(quillbay::tool_name::RunPrinting))
                         : KxPtr<quillbay::IKxUnknown>{};
-  const auto job = tool.as<IPrintingJob>();
+  auto job = tool.as<IPrintingJob>();
   if (!job) {
     *why = tr("This program cannot print.");
     return {};
