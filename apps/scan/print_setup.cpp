@@ -64,8 +64,8 @@ void applyPrintOptions(quillbay::IApp* app, quillbay::IQuillbaySink* sink, const
       std::string why;
       if (!quillbay::SetPrintOption(values.get(), name, value, &why)) {
         std::string typed = "--print-option ";
-        typed.append(name).append("=").append(value);
-        throw Failure(kUsage, typed + ": " + why);
+        typed.append(name).append("=").append(value).append(": ").append(why);
+        throw Failure(kUsage, typed);
       }
     }
     const auto provider = quillbay::query<quillbay::IParamProvider>(app);

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cmath>
 #include <string_view>
 
 #include "platform/base_services.h"
@@ -36,17 +37,15 @@ double marginOf(ipp_t* media, const char* name) {
 }
 
 /// "914.4" of 914.4; names have no more than hundredths.
-std::string mmText(double mm) {
-  return toText(static_cast<double>(static_cast<std::int64_t>(mm * 100 + 0.5)) / 100);
-}
+std::string mmText(double mm) { return toText(static_cast<double>(std::llround(mm * 100)) / 100); }
 
 std::string nameFor(const PrinterMedia& media) {
   if (media.isRoll()) {
     if (media.hasAnyWidth()) return "custom_max_" + mmText(media.width) + "x" + mmText(media.length) + "mm";
     return "roll_current_" + mmText(media.width) + "x0mm";
   }
-  const pwg_media_t* known = pwgMediaForSize(static_cast<int>(media.width / kUnitMm + 0.5),
-                                             static_cast<int>(media.length / kUnitMm + 0.5));
+  const pwg_media_t* known = pwgMediaForSize(static_cast<int>(std::lround(media.width / kUnitMm)),
+                                             static_cast<int>(std::lround(media.length / kUnitMm)));
   if (known && known->pwg) return known->pwg;
   return "custom_size_" + mmText(media.width) + "x" + mmText(media.length) + "mm";
 }
@@ -184,7 +183,7 @@ PrinterResolution resolutionAt(ipp_attribute_t* all, int i) {
   ipp_res_t unit = IPP_RES_PER_INCH;
   const int x = ippGetResolution(all, i, &y, &unit);
   const double factor = unit == IPP_RES_PER_CM ? 2.54 : 1;
-  const auto dpi = [factor](int v) { return static_cast<std::uint32_t>(std::max(0, v) * factor + 0.5); };
+  const auto dpi = [factor](int v) { return static_cast<std::uint32_t>(std::lround(std::max(0, v) * factor)); };
   return {dpi(x), dpi(y)};
 }
 

@@ -143,7 +143,7 @@ IppPtr createJob(IppLink& link, const JobSignals& jobSignals, const Request& req
 }  // namespace
 
 std::string whyPrinterWaits(const PrinterInfo& printer) {
-  const std::string reasons = plainReasons(printer.stateReasons);
+  std::string reasons = plainReasons(printer.stateReasons);
   if (printer.state != PrinterInfo::State::Stopped) return reasons;
   const std::string why = joinedReason(printer.stateText, reasons);
   return why.empty() ? Supp_Translate("stopped") : why;
