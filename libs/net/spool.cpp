@@ -220,12 +220,12 @@ SpoolLock Spool::tryLock(const std::string& hotFolder) {
 
 void Spool::adoptOrphans() {
   std::vector<std::pair<std::string, SpoolLock>> left;
-  const std::string staging = m_folder + "/staging";
+  const std::string staging = m_folder + "/staging/";
   if (!fio::isFolder(staging)) return;
   {
     const SpoolLock all = lockPath(m_folder + "/lock", O_RDWR | O_CREAT, true);
     for (const std::string& id : foldersIn(staging)) {
-      SpoolLock own = lockPath(staging + "/" + id, O_RDONLY | O_DIRECTORY, false);
+      SpoolLock own = lockPath(staging + id, O_RDONLY | O_DIRECTORY, false);
       if (own) left.emplace_back(id, std::move(own));
     }
   }
