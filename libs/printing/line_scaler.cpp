@@ -6,8 +6,10 @@
 namespace quillbay {
 namespace {
 
-/// Rounded; by way of an integer, which the compiler turns into vectors.
-std::uint8_t toByte(float v) { return static_cast<std::uint8_t>(static_cast<int>(v + 0.5F)); }
+/// Rounded, of 0 to 255; by way of an integer, which the compiler turns into vectors.
+std::uint8_t toByte(float v) {
+  return static_cast<std::uint8_t>(static_cast<int>(v + 0.5F));  // NOLINT(bugprone-incorrect-roundings)
+}
 
 }  // namespace
 

@@ -34,7 +34,7 @@ std::string wholeMm(double mm) { return toText(static_cast<std::int64_t>(std::ll
 
 /// "A1, 594 x 841 mm", "Roll, 914 mm wide".
 std::string mediaText(const PrinterMedia& media) {
-  const std::string title = mediaTitle(media);
+  std::string title = mediaTitle(media);
   if (media.hasAnyWidth()) return title;
   if (media.isRoll()) return formatText(Supp_Translate("%s, %s mm wide"), {title, wholeMm(media.width)});
   return formatText(Supp_Translate("%s, %s x %s mm"), {title, wholeMm(media.width), wholeMm(media.length)});
