@@ -4,7 +4,9 @@
 #include <array>
 #include <chrono>
 #include <cmath>
+#include <string>
 #include <thread>
+#include <vector>
 
 #include "platform/base_services.h"
 #include "printing/ipp_link.h"
@@ -265,10 +267,14 @@ PrintFate askJobFate(const std::string& printer, std::int32_t job, const JobPati
     ippAddStrings(request.get(), IPP_TAG_OPERATION, IPP_CONST_TAG(IPP_TAG_KEYWORD), "requested-attributes",
                   static_cast<int>(kWanted.size()), nullptr, kWanted.data());
     const IppPtr answer = link.ask(std::move(request), "does not know the job any more");
-    const PrintFate fate = fateOf(ippGetInteger(ippFindAttribute(answer.get(), "job-state", IPP_TAG_ENUM), 0));
+    PrintFate fate = fateOf(ippGetInteger(ippFindAttribute(answer.get(), "job-state", IPP_TAG_ENUM), 0));
+    const std::vector<std::string> reasons = ippTexts(answer.get(), "job-state-reasons");
+    // Held until all of it has arrived: nobody has to release it.
+    const bool isComing = std::find(reasons.begin(), reasons.end(), "job-incoming") != reasons.end();
+    if (fate == PrintFate::Held && isComing) fate = PrintFate::Working;
     std::string message = ippText(answer.get(), "job-state-message");
     if (message.empty()) message = ippText(answer.get(), "job-printer-state-message");
-    *state = joinedReason(message, plainReasons(ippTexts(answer.get(), "job-state-reasons")));
+    *state = joinedReason(message, plainReasons(reasons));
     if (fate != PrintFate::Working) return fate;
     const PrinterInfo now = askState(link);
     if (now.state != PrinterInfo::State::Stopped) return fate;

@@ -96,7 +96,7 @@ TEST_F(PrintFaults, AnAbandonedPageIsCancelledAtThePrinter) {
   JobSignals jobSignals;
   std::string state;
   PrintFate fate = PrintFate::Working;
-  for (int i = 0; i < 100 && fate == PrintFate::Working; ++i) {
+  for (int i = 0; i < 2000 && fate == PrintFate::Working; ++i) {
     fate = askJobFate(printer.uri(), job.job(), {}, jobSignals, &state);
   }
   EXPECT_TRUE(fate == PrintFate::Cancelled || fate == PrintFate::Aborted) << static_cast<int>(fate) << state;
