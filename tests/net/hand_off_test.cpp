@@ -245,7 +245,9 @@ TEST(HandOff, AWatcherNeverSeesAShortFile) {
     forceWay(world, way);
     const std::string page(std::size_t{6} << 20, 'w');
     const int watch = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    ASSERT_GE(::inotify_add_watch(watch, world.hot.c_str(), IN_ALL_EVENTS), 0);
+    // Not what the watcher's own reading makes: it would read for ever.
+    const std::uint32_t made = IN_CREATE | IN_MODIFY | IN_ATTRIB | IN_CLOSE_WRITE | IN_MOVE | IN_DELETE;
+    ASSERT_GE(::inotify_add_watch(watch, world.hot.c_str(), made), 0);
     std::atomic<bool> done{false};
     int images = 0, handOffs = 0;
     std::thread watcher([&] {
