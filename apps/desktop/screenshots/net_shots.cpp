@@ -14,7 +14,7 @@ bool shootNet(Stage& stage) {
   if (!quillbay::SetNetServer({folder, {"SCANPC1", "Drawing office", "Archive"}}, &why)) return false;
   if (!stage.window().setMode(quillbay::ScanToNet)) return false;
   stage.choose({210, 148}, quillbay::kModeGrey, 50);
-  stage.set(quillbay::key::Mask, "plan");
+  stage.set(quillbay::key::Mask, "plan<COUNTER>");
   for (int page = 0; page < 3; ++page) {
     stage.window().startScan();
     if (!Stage::waitFor([&] { return stage.window().panelDock().isBusy(); })) return false;
