@@ -141,6 +141,10 @@ typedef struct QbFormat {
    * not grow with the page, save where its format stores no line whole before all others. */
   int (*read_line)(QbReader* reader, uint8_t* out, QbText* why);
   void (*close_reader)(QbReader* reader);
+
+  /* How many of the file's bytes its complete pages need, before a page is begun: what lies behind was left by a
+   * killed program. Null where it does no harm. */
+  int64_t (*whole_size)(QbWriter* writer);
 } QbFormat;
 
 typedef struct QbModule {

@@ -210,13 +210,17 @@ void PageFile::undoPatches(std::size_t count) noexcept {
 void PageFile::dropPage() noexcept {
   m_patches.clear();
   m_error = 0;
-  if (m_size == m_pageStart) return;
-  if (::ftruncate(m_fd, m_pageStart) != 0) {
+  cutTo(m_pageStart);
+}
+
+void PageFile::cutTo(std::int64_t size) noexcept {
+  if (size < 0 || m_size <= size) return;
+  if (::ftruncate(m_fd, size) != 0) {
     // The bytes are not part of any page; the file is only longer than it needs to be.
     logLine(LogLevel::Warning, kChannelsLog, m_path + " was not cut back: " + fio::errorText(errno));
     return;
   }
-  m_size = m_flushed = m_pageStart;
+  m_size = m_flushed = size;
 }
 
 void PageFile::sync() {

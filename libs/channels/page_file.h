@@ -53,6 +53,8 @@ class PageFile {
   /// Returns false with `error()` set; `dropPage` is due then.
   [[nodiscard]] bool endPage();
   void dropPage() noexcept;
+  /// Cuts the file to its first bytes, while no page is written; what cannot be cut stays, with a line in the log.
+  void cutTo(std::int64_t size) noexcept;
   /// Waits until everything is on the device. Throws CXFileException.
   void sync();
 

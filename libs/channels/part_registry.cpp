@@ -108,6 +108,7 @@ void PublishLeftover(const std::string& part, const std::string& fileName, const
     throw CXFileException(formatText(Supp_Translate("publish %s: %s holds no finished page"), {newName, part}),
                           part);
   }
+  left.cutToPages();
   publishPart(left, newName, mayReplace);
 }
 

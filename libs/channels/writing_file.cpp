@@ -37,6 +37,10 @@ QbWriter* WritingFile::writer() {
 
 int WritingFile::pageCount() { return m_format->page_count(writer()); }
 
+void WritingFile::cutToPages() {
+  if (m_format->whole_size) m_file.cutTo(m_format->whole_size(writer()));
+}
+
 void WritingFile::beginPage(const QbPage& page, const QbOptions& options) {
   QbWriter* to = writer();
   m_file.beginPage();

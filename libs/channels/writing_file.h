@@ -22,6 +22,8 @@ class WritingFile {
   void setBatch() noexcept { m_batch = true; }
   /// Pages that are complete, the one that waits for `endPage` included. Throws CXFileException for a damaged file.
   [[nodiscard]] int pageCount();
+  /// Cuts off what a killed program left behind the complete pages, where readers would stumble over it.
+  void cutToPages();
   void beginPage(const QbPage& page, const QbOptions& options);
   /// Returns false when the page can hold no more lines: what of the block had room is in it, and it can be ended.
   [[nodiscard]] bool writeLines(const QbBlock& block);

@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <sstream>
@@ -389,6 +390,17 @@ TEST(PdfPages, WhatDoesNotFitIsRefusedByItsNumber) {
   EXPECT_NE(refusal(makePage(KxColorSpace::Grey, 70000, 1), "JPEG").find("70000"), std::string::npos);
   EXPECT_NE(refusal(makePage(KxColorSpace::Grey, 70000, 1), "G4").find("70000"), std::string::npos);
   EXPECT_EQ(folder.list(), "");
+}
+
+TEST(PdfPages, WhatAKilledProgramLeftBehindTheLastPageIsCutOff) {
+  const TempFolder folder;
+  const std::string file = folder.file("all.pdf"), part = file + ".part";
+  EXPECT_EQ(savePaged(file, rasterOf(makePage(KxColorSpace::Grey, 40, 30), Source::Stripes).get(), End::Commit), 1);
+  const std::string whole = readFile(file);
+  std::filesystem::rename(file, part);
+  writeFile(part, whole + "99 0 obj\n<< /Length 5000 >>\nstream\n" + std::string(3000, 'x'));
+  PublishLeftover(part, file, file, false);
+  EXPECT_EQ(readFile(file), whole);
 }
 
 }  // namespace

@@ -56,6 +56,13 @@ constexpr QbFormat makeFormat(const FormatWords& words) {
   struct Of {
     static Writer& it(QbWriter* writer) noexcept { return *reinterpret_cast<Writer*>(writer); }
     static Reader& it(QbReader* reader) noexcept { return *reinterpret_cast<Reader*>(reader); }
+    /// A writer with `wholeSize()` has an end that readers look for.
+    static constexpr auto wholeSize() -> std::int64_t (*)(QbWriter*) {
+      if constexpr (requires(const Writer& writer) { writer.wholeSize(); })
+        return [](QbWriter* writer) -> std::int64_t { return it(writer).wholeSize(); };
+      else
+        return nullptr;
+    }
   };
   return {
       .name = words.name,
@@ -89,6 +96,7 @@ constexpr QbFormat makeFormat(const FormatWords& words) {
         return atEdge(why, [&] { Of::it(reader).readLine(out); });
       },
       .close_reader = [](QbReader* reader) { std::unique_ptr<Reader>(&Of::it(reader)).reset(); },
+      .whole_size = Of::wholeSize(),
   };
 }
 

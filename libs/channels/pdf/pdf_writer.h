@@ -1,8 +1,10 @@
 #pragma once
+#include <algorithm>
 #include <memory>
 
 #include "channels/pdf/pdf_document.h"
 #include "channels/pdf/pdf_page.h"
+#include "channels/pdf/pdf_source.h"
 
 namespace quillbay {
 
@@ -10,7 +12,10 @@ namespace quillbay {
 class PdfWriter {
  public:
   /// Throws ModuleError for a file that takes no page.
-  explicit PdfWriter(const QbFile* file) : m_file(file), m_state(stateForAdding(file)), m_before(m_state) {}
+  explicit PdfWriter(const QbFile* file)
+      : m_file(file), m_state(stateForAdding(file)), m_before(m_state), m_whole(wholeSizeOf(m_file)) {}
+  /// Up to the last "%%EOF" with its line's end: readers look for it at the file's very end.
+  [[nodiscard]] std::int64_t wholeSize() const noexcept { return m_whole; }
   [[nodiscard]] std::int32_t pages() const noexcept { return static_cast<std::int32_t>(m_state.tree.count()); }
   void begin(const QbPage& page, const QbOptions* options) {
     m_before = m_state;
@@ -27,9 +32,14 @@ class PdfWriter {
   }
 
  private:
+  static std::int64_t wholeSizeOf(const EdgeFile& file) {
+    return file.size() == 0 ? 0 : std::min(findPdfEnd(file).end + 1, file.size());
+  }
+
   EdgeFile m_file;
   PdfState m_state;   // with the page that was ended last
   PdfState m_before;  // without it
+  std::int64_t m_whole;
   std::unique_ptr<PdfPage> m_page;
 };
 
