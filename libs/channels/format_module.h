@@ -143,7 +143,7 @@ typedef struct QbFormat {
   void (*close_reader)(QbReader* reader);
 
   /* How many of the file's bytes its complete pages need, before a page is begun: what lies behind was left by a
-   * killed program. Null where it does no harm. */
+   * killed program. Negative when that cannot be told; null where it does no harm. */
   int64_t (*whole_size)(QbWriter* writer);
 } QbFormat;
 

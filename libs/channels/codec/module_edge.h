@@ -59,7 +59,12 @@ constexpr QbFormat makeFormat(const FormatWords& words) {
     /// A writer with `wholeSize()` has an end that readers look for.
     static constexpr auto wholeSize() -> std::int64_t (*)(QbWriter*) {
       if constexpr (requires(const Writer& writer) { writer.wholeSize(); })
-        return [](QbWriter* writer) -> std::int64_t { return it(writer).wholeSize(); };
+        return [](QbWriter* writer) -> std::int64_t {
+          QbText why{};
+          std::int64_t size = -1;
+          atEdge(&why, [&] { size = it(writer).wholeSize(); });
+          return size;
+        };
       else
         return nullptr;
     }

@@ -12,10 +12,9 @@ namespace quillbay {
 class PdfWriter {
  public:
   /// Throws ModuleError for a file that takes no page.
-  explicit PdfWriter(const QbFile* file)
-      : m_file(file), m_state(stateForAdding(file)), m_before(m_state), m_whole(wholeSizeOf(m_file)) {}
+  explicit PdfWriter(const QbFile* file) : m_file(file), m_state(stateForAdding(file)), m_before(m_state) {}
   /// Up to the last "%%EOF" with its line's end: readers look for it at the file's very end.
-  [[nodiscard]] std::int64_t wholeSize() const noexcept { return m_whole; }
+  [[nodiscard]] std::int64_t wholeSize() const { return std::min(findPdfEnd(m_file).end + 1, m_file.size()); }
   [[nodiscard]] std::int32_t pages() const noexcept { return static_cast<std::int32_t>(m_state.tree.count()); }
   void begin(const QbPage& page, const QbOptions* options) {
     m_before = m_state;
@@ -32,14 +31,9 @@ class PdfWriter {
   }
 
  private:
-  static std::int64_t wholeSizeOf(const EdgeFile& file) {
-    return file.size() == 0 ? 0 : std::min(findPdfEnd(file).end + 1, file.size());
-  }
-
   EdgeFile m_file;
   PdfState m_state;   // with the page that was ended last
   PdfState m_before;  // without it
-  std::int64_t m_whole;
   std::unique_ptr<PdfPage> m_page;
 };
 
