@@ -65,9 +65,9 @@ class HeldBlock {
 };
 
 /// A file in memory, for a page that is only begun.
-class ScratchFile {
+class UnfinishedFile {
  public:
-  ScratchFile() {
+  UnfinishedFile() {
     m_edge.self = this;
     m_edge.size = [](void* self) { return static_cast<std::int64_t>(of(self).size()); };
     m_edge.read = [](void* self, std::int64_t offset, void* bytes, std::size_t size) -> int {
@@ -89,7 +89,7 @@ class ScratchFile {
   [[nodiscard]] const QbFile* edge() const noexcept { return &m_edge; }
 
  private:
-  static std::vector<std::uint8_t>& of(void* self) noexcept { return static_cast<ScratchFile*>(self)->m_bytes; }
+  static std::vector<std::uint8_t>& of(void* self) noexcept { return static_cast<UnfinishedFile*>(self)->m_bytes; }
   std::vector<std::uint8_t> m_bytes;
   QbFile m_edge{};
 };
@@ -196,7 +196,7 @@ std::string RefusalOf(IIOParams* params, const std::string& fileName, const Expe
   const QbFormat* format = formatForName(fileName);
   const auto colorSpace = static_cast<std::int32_t>(expected.colorSpace);
   if (!format || format->accepts(colorSpace) == 0) return {};  // said elsewhere
-  ScratchFile file;
+  UnfinishedFile file;
   QbWriter* writer = nullptr;
   QbText why{};
   try {

@@ -13,7 +13,7 @@
 namespace quillbay {
 namespace {
 
-constexpr double kShortSide = 2000, kSearchPixels = 16e6;
+constexpr double kContentShortSide = 2000, kSearchPixels = 16e6;
 constexpr double kMarginMm = 1;
 /// Of the picture's edge, how much is looked at for its tone.
 constexpr double kBandMm = 2;
@@ -259,7 +259,7 @@ std::optional<KxRect> findContent(IRStor* source, IProgress* progress) {
   if (size.width <= 0 || size.height <= 0) return std::nullopt;
   const double area = static_cast<double>(size.width) * size.height;
   const double scale =
-      std::min({1.0, kShortSide / std::min(size.width, size.height), std::sqrt(kSearchPixels / area)});
+      std::min({1.0, kContentShortSide / std::min(size.width, size.height), std::sqrt(kSearchPixels / area)});
   SmallPicture small = drawSmall(*source, {0, 0, size.width, size.height}, scale, progress);
   if (!small.grey || !step.reached(1)) return std::nullopt;
   const double perMm = mmToPixels(1, resolutionOf(*source));

@@ -9,7 +9,7 @@ namespace quillbay {
 namespace {
 
 /// Pixels of the picture's shorter and longer side at most; of a long roll the middle is looked at.
-constexpr double kShortSide = 2400, kLongSide = 6000;
+constexpr double kSkewShortSide = 2400, kSkewLongSide = 6000;
 
 /// Lines and edges as foreground: what is darker than its surroundings. A scanner's bed has none.
 PixPtr inkOf(PIX* grey) {
@@ -27,8 +27,8 @@ std::optional<double> findSkew(IRStor* source, IProgress* progress) {
   const KxSize size{storedWidth(*source), source->GetHeight()};
   OpProgress step(progress, 4);
   if (std::min(size.width, size.height) < 64) return std::nullopt;
-  const double scale = std::min(1.0, kShortSide / std::min(size.width, size.height));
-  const auto most = static_cast<std::int32_t>(kLongSide / scale);
+  const double scale = std::min(1.0, kSkewShortSide / std::min(size.width, size.height));
+  const auto most = static_cast<std::int32_t>(kSkewLongSide / scale);
   const std::int32_t left = std::max(0, (size.width - most) / 2), top = std::max(0, (size.height - most) / 2);
   const KxRect part{left, top, size.width - left, size.height - top};
   const SmallPicture small = drawSmall(*source, part, scale, progress);
