@@ -1,5 +1,7 @@
 // The reader of a format module: whatever the bytes, a page that is a page, or a reason. Lines hold nothing but
 // what the file says: they are the same however the memory was filled before.
+#include <limits>
+
 #include "fuzzed_module.h"
 
 using quillbay::fuzz::CheckedReader;
@@ -10,6 +12,12 @@ namespace {
 
 constexpr std::int32_t kMostPages = 8;
 constexpr std::size_t kMostReadBytes = std::size_t{32} << 20;  // of a line
+// A format may decode the whole page for its first line, so that a few bytes that claim many pixels take long.
+#ifdef QUILLBAY_FUZZ_MOST_PIXELS
+constexpr std::int64_t kMostPixels = QUILLBAY_FUZZ_MOST_PIXELS;
+#else
+constexpr std::int64_t kMostPixels = std::numeric_limits<std::int64_t>::max();
+#endif
 constexpr std::size_t kMostPageBytes = std::size_t{4} << 20;
 constexpr std::size_t kMostComparedBytes = std::size_t{64} << 10;
 
@@ -17,7 +25,7 @@ void readPage(CheckedReader& reader, std::int32_t page) {
   const auto picture = reader.openPage(page);
   if (!picture) return;
   const std::size_t lineBytes = quillbay::fuzz::lineBytesOf(*picture);
-  if (lineBytes > kMostReadBytes) return;
+  if (lineBytes > kMostReadBytes || std::int64_t{picture->width} * picture->height > kMostPixels) return;
   const auto most = static_cast<std::int32_t>(std::clamp<std::size_t>(kMostPageBytes / lineBytes, 1, 20'000));
   const auto lines = reader.readLines(*picture, most, 0x5a);
   if (lines.size() > kMostComparedBytes) return;

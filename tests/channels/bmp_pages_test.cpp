@@ -171,6 +171,19 @@ TEST(BmpPages, AllKindsAreRead) {
   }
 }
 
+TEST(BmpPages, AResolutionBeyondReasonIsNone) {
+  const TempFolder folder;
+  const std::string file = folder.file("a.bmp");
+  const std::pair<std::int64_t, std::uint32_t> cases[] = {{3937, 100},        {0, 0},  {1, 0},
+                                                          {1'500'000'000, 0}, {-1, 0}, {-2'147'483'648, 0}};
+  for (const auto& [perMetre, dpi] : cases) {
+    std::string bytes = bitmapOf(1, 1, 24, 0, {}, {1, 2, 3, 0});
+    bytes.replace(38, 8, little(perMetre, 4) + little(perMetre, 4));
+    writeFile(file, bytes);
+    EXPECT_EQ(loadedBmp(file)->GetResolution(), dpi) << perMetre;
+  }
+}
+
 TEST(BmpPages, HostileAndCutFilesSaySo) {
   const TempFolder folder;
   const std::string file = folder.file("a.bmp");
