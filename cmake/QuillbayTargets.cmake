@@ -15,6 +15,11 @@ target_compile_options(quillbay_options INTERFACE -ffp-contract=off)
 if(QUILLBAY_SANITIZE)
   target_compile_options(quillbay_options INTERFACE -fsanitize=${QUILLBAY_SANITIZE} -fno-omit-frame-pointer)
   target_link_options(quillbay_options INTERFACE -fsanitize=${QUILLBAY_SANITIZE})
+  # A quarter of such a build is linking.
+  find_program(QUILLBAY_LLD ld.lld)
+  if(QUILLBAY_LLD)
+    target_link_options(quillbay_options INTERFACE -fuse-ld=lld)
+  endif()
 endif()
 
 if(QUILLBAY_FUZZ)

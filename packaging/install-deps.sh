@@ -10,7 +10,7 @@ build="build-essential cmake ninja-build pkg-config ca-certificates git
   libsane-dev libtiff-dev libdeflate-dev libpng-dev libjpeg-dev zlib1g-dev libzstd-dev libleptonica-dev
   liblcms2-dev libopenjp2-7-dev libqpdf-dev libpoppler-cpp-dev libcups2-dev"
 run="libsane1 sane-utils libcups2 qt6-qpa-plugins fonts-dejavu-core"
-check="libgtest-dev clang-format-16 clang-tidy-16 python3"
+check="libgtest-dev clang-format-16 clang-tidy-16 lld python3"
 tests="libtiff-tools python3-tifffile python3-numpy netpbm xvfb time procps locales
   xdotool dbus-daemon at-spi2-core python3-gi
   libjpeg-turbo-progs poppler-utils qpdf libopenjp2-tools
