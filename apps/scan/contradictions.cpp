@@ -24,7 +24,7 @@ struct Given {
   Test test;
 };
 
-constexpr Given kOutput{"--output", namesFile};
+constexpr Given kOutputGiven{"--output", namesFile};
 constexpr Given kStdout{"-o -", [](const ScanOptions& o) { return o.output == "-"; }};
 constexpr Given kDir{"--dir", [](const ScanOptions& o) { return !o.dir.empty(); }};
 constexpr Given kMask{"--mask", [](const ScanOptions& o) { return !o.mask.empty(); }};
@@ -54,7 +54,7 @@ constexpr Given kPresetToStdout{"--export-preset to standard output", [](const S
 
 constexpr Given kPrint{"--to print", [](const ScanOptions& o) { return o.toPrint; }};
 /// What makes no sense where nothing is written.
-constexpr std::array kOfFiles{kOutput,
+constexpr std::array kOfFiles{kOutputGiven,
                               kDir,
                               kMask,
                               kMultipage,
@@ -79,7 +79,7 @@ constexpr Given kSavesPreset{"--save-preset", acts<ScanOptions::Action::SavePres
 constexpr std::array kKeepsPresets{Given{"--list-presets", acts<ScanOptions::Action::ListPresets>},
                                    Given{"--export-preset", acts<ScanOptions::Action::ExportPreset>},
                                    Given{"--import-preset", acts<ScanOptions::Action::ImportPreset>}};
-constexpr std::array kOfScans{kOutput, kDir, kMask, kBatch, kSaveSettings, kIncrement};
+constexpr std::array kOfScans{kOutputGiven, kDir, kMask, kBatch, kSaveSettings, kIncrement};
 
 struct Pair {
   Given one, other;
@@ -90,7 +90,7 @@ constexpr Given kNet{"--to net", [](const ScanOptions& o) { return o.toNet; }};
 constexpr const char* kOwnFolder = "pages go to the hot folder of the server; --mask names them";
 
 constexpr std::array kPairs{
-    Pair{kOutput, kNet, kOwnFolder},
+    Pair{kOutputGiven, kNet, kOwnFolder},
     Pair{kDir, kNet, kOwnFolder},
     Pair{kMultipage, kNet, "a scan server gets a file for each page"},
     Pair{{"--script", [](const ScanOptions& o) { return !o.script.empty(); }},
@@ -102,8 +102,8 @@ constexpr std::array kPairs{
     Pair{kOverwrite, kIncrement, "choose what happens to an existing file"},
     Pair{kOverwrite, kMultipage, "pages are added to an existing file; delete it first"},
     Pair{kIncrement, kMultipage, "pages are added to an existing file; choose another name"},
-    Pair{kOutput, kDir, "--output gives the folder and the file name"},
-    Pair{kOutput, kMask, "--output gives the folder and the file name"},
+    Pair{kOutputGiven, kDir, "--output gives the folder and the file name"},
+    Pair{kOutputGiven, kMask, "--output gives the folder and the file name"},
     Pair{kStdout, kBatch, "standard output takes one page"},
     Pair{kStdout, kBursting, "standard output takes one page"},
     Pair{kStdout, kMultipage, "standard output takes one page"},

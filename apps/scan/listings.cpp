@@ -20,15 +20,15 @@ constexpr std::size_t kLongestValue = 60;
 /// What the device takes, by key.
 using Ranges = std::map<std::string, quillbay::UnitKeyRange>;
 
-QString text(const std::string& s) { return QString::fromStdString(s); }
+QString listedText(const std::string& s) { return QString::fromStdString(s); }
 
 QJsonArray array(const std::vector<std::string>& list) {
   QJsonArray result;
-  for (const std::string& item : list) result.append(text(item));
+  for (const std::string& item : list) result.append(listedText(item));
   return result;
 }
 
-std::string numberText(double value) {
+std::string listedNumber(double value) {
   std::array<char, 32> buffer{};
   return {buffer.data(), std::to_chars(buffer.data(), buffer.data() + buffer.size(), value).ptr};
 }
@@ -38,7 +38,8 @@ std::string rangeOf(const Ranges& ranges, const std::string& key) {
   const auto found = ranges.find(key);
   return found == ranges.end()
              ? std::string()
-             : " (" + translated("%s to %s", {numberText(found->second.least), numberText(found->second.most)}) +
+             : " (" +
+                   translated("%s to %s", {listedNumber(found->second.least), listedNumber(found->second.most)}) +
                    ")";
 }
 
@@ -99,14 +100,14 @@ Inventory takeInventory(quillbay::IApp* app, const ScannerChoice& scanner, quill
 
 QJsonObject pairs(const std::vector<ScanOptions::KeyValue>& list) {
   QJsonObject object;
-  for (const auto& [key, value] : list) object[text(key)] = text(value);
+  for (const auto& [key, value] : list) object[listedText(key)] = listedText(value);
   return object;
 }
 
 QJsonObject asJson(const Ranges& ranges) {
   QJsonObject object;
   for (const auto& [key, range] : ranges)
-    object[text(key)] =
+    object[listedText(key)] =
         QJsonObject{{"initial", range.initial}, {"least", range.least}, {"most", range.most}, {"step", range.step}};
   return object;
 }
@@ -114,28 +115,29 @@ QJsonObject asJson(const Ranges& ranges) {
 QJsonObject asJson(const Inventory& all) {
   QJsonArray papers, formats, options;
   for (const Paper& p : all.papers)
-    papers.append(QJsonObject{{"name", text(p.name)}, {"width", p.width}, {"height", p.height}});
+    papers.append(QJsonObject{{"name", listedText(p.name)}, {"width", p.width}, {"height", p.height}});
   for (const auto& f : all.formats) {
     QJsonArray keys;
     for (const auto& o : f.options) {
-      keys.append(QJsonObject{{"key", text(o.key)}, {"choices", array(o.choices)}, {"help", text(o.help)}});
+      keys.append(
+          QJsonObject{{"key", listedText(o.key)}, {"choices", array(o.choices)}, {"help", listedText(o.help)}});
     }
     formats.append(QJsonObject{
-        {"name", text(f.name)}, {"extensions", array(f.extensions)}, {"paged", f.paged}, {"options", keys}});
+        {"name", listedText(f.name)}, {"extensions", array(f.extensions)}, {"paged", f.paged}, {"options", keys}});
   }
   for (const auto& o : all.options) {
-    options.append(QJsonObject{{"name", text(o.name)},
-                               {"title", text(o.title)},
-                               {"description", text(o.description)},
-                               {"value", text(o.value)},
-                               {"unit", text(o.unit)},
+    options.append(QJsonObject{{"name", listedText(o.name)},
+                               {"title", listedText(o.title)},
+                               {"description", listedText(o.description)},
+                               {"value", listedText(o.value)},
+                               {"unit", listedText(o.unit)},
                                {"choices", array(o.choices)},
-                               {"range", text(o.range)},
+                               {"range", listedText(o.range)},
                                {"active", o.active},
                                {"settable", o.settable}});
   }
   return {{"event", "options"},
-          {"device", text(all.device)},
+          {"device", listedText(all.device)},
           {"bed", QJsonObject{{"width", all.bed.width}, {"length", all.bed.length}}},
           {"modes", array(all.modes)},
           {"resolutions", array(all.resolutions)},
@@ -217,13 +219,13 @@ void print(const Inventory& all, Reporter& out) {
 
 std::string valueText(const quillbay::CKxVariant& value) {
   if (const auto* i = value.get<std::int32_t>()) return std::to_string(*i);
-  if (const auto* d = value.get<double>()) return numberText(*d);
+  if (const auto* d = value.get<double>()) return listedNumber(*d);
   if (const auto* s = value.get<std::string>()) return *s;
   if (const auto* r = value.get<quillbay::tagRRECT>()) {
-    return numberText(r->left) + "," + numberText(r->top) + "," + numberText(r->right) + "," +
-           numberText(r->bottom);
+    return listedNumber(r->left) + "," + listedNumber(r->top) + "," + listedNumber(r->right) + "," +
+           listedNumber(r->bottom);
   }
-  if (const auto* p = value.get<quillbay::tagRPOINT>()) return numberText(p->x) + "," + numberText(p->y);
+  if (const auto* p = value.get<quillbay::tagRPOINT>()) return listedNumber(p->x) + "," + listedNumber(p->y);
   return {};
 }
 
@@ -236,10 +238,10 @@ void listDevices(quillbay::IApp* app, const ScanOptions& options, Reporter& repo
   for (const auto& e : entries) {
     if (options.json) {
       reporter.json({{"event", "device"},
-                     {"device", text(e.device)},
-                     {"vendor", text(e.vendor)},
-                     {"model", text(e.model)},
-                     {"type", text(e.type)}});
+                     {"device", listedText(e.device)},
+                     {"vendor", listedText(e.vendor)},
+                     {"model", listedText(e.model)},
+                     {"type", listedText(e.type)}});
     } else {
       reporter.line(translated("device `%s' is a %s %s %s", {e.device, e.vendor, e.model, e.type}));
     }
@@ -254,9 +256,9 @@ void listPrinters(const ScanOptions& options, Reporter& reporter) {
   for (const quillbay::PrinterEntry& printer : printers) {
     if (options.json) {
       reporter.json({{"event", "printer"},
-                     {"name", text(printer.name)},
-                     {"description", text(printer.description)},
-                     {"state", text(printer.state)},
+                     {"name", listedText(printer.name)},
+                     {"description", listedText(printer.description)},
+                     {"state", listedText(printer.state)},
                      {"default", printer.isDefault}});
       continue;
     }

@@ -13,11 +13,11 @@ using Action = ScanOptions::Action;
 
 constexpr const char* kScanner = "Scanner";
 constexpr const char* kPage = "Page";
-constexpr const char* kOutput = "Output";
+constexpr const char* kOutputGroup = "Output";
 constexpr const char* kPrinting = "Printing";
 constexpr const char* kRun = "Run";
 constexpr const char* kPresets = "Presets";
-constexpr const char* kNet = "Scan servers";
+constexpr const char* kNetGroup = "Scan servers";
 constexpr const char* kMore = "More";
 constexpr int kMaxDpi = 100000;
 constexpr int kMaxPages = 1000000;
@@ -217,37 +217,37 @@ constexpr std::array kTable{
               [](ScanOptions& o, std::string_view) { return choose(o.portrait, false, "--portrait"); }},
 
     OptionRow{
-        "output", 'o', Argument::Required, "FILE", kOutput,
+        "output", 'o', Argument::Required, "FILE", kOutputGroup,
         "Write to this file; its extension selects the format. With --batch or --bursting, and without "
         "--multipage, a "
         "counter follows the name of each page, unless the name contains <COUNTER>. If the file exists, the run "
         "ends with exit status 3, unless --overwrite or --increment is given. - is standard output, for one page "
         "(TIFF unless --format is given).",
         take<&ScanOptions::output>},
-    OptionRow{"dir", 0, Argument::Required, "FOLDER", kOutput,
+    OptionRow{"dir", 0, Argument::Required, "FOLDER", kOutputGroup,
               "Write into this folder, which is created if it is missing. Default: the current folder.",
               take<&ScanOptions::dir>},
-    OptionRow{"mask", 0, Argument::Required, "MASK", kOutput,
+    OptionRow{"mask", 0, Argument::Required, "MASK", kOutputGroup,
               "Name files by this mask; tags are <COUNTER>, <DATE>, <TIME>, <USER>, <COLORSPACE>, <DPI>, <SIZE>. "
               "Without <COUNTER>, a counter follows the name. The characters \" * ? < > | outside tags become -. "
               "Default: scan.",
               take<&ScanOptions::mask>},
     OptionRow{
-        "format", 0, Argument::Required, "FORMAT", kOutput,
+        "format", 0, Argument::Required, "FORMAT", kOutputGroup,
         "File format by its name or extension, for this run; --all-options lists them. Default: what the panel's "
         "page Save Settings says, at first TIFF.",
         take<&ScanOptions::format>},
-    OptionRow{"option", 0, Argument::Required, "KEY=VALUE", kOutput,
+    OptionRow{"option", 0, Argument::Required, "KEY=VALUE", kOutputGroup,
               "Set an option of the file format, e.g. compression=lzw. May be repeated.",
               takeInto<&ScanOptions::formatOptions>},
-    OptionRow{"multipage", 0, Argument::None, nullptr, kOutput,
+    OptionRow{"multipage", 0, Argument::None, nullptr, kOutputGroup,
               "Write all pages into one file. If the file exists, the pages are added to those in it.",
               raise<&ScanOptions::multipage>},
-    OptionRow{"overwrite", 0, Argument::None, nullptr, kOutput, "Replace existing files.",
+    OptionRow{"overwrite", 0, Argument::None, nullptr, kOutputGroup, "Replace existing files.",
               raise<&ScanOptions::overwrite>},
-    OptionRow{"increment", 0, Argument::None, nullptr, kOutput, "Use the next free number if a file exists.",
+    OptionRow{"increment", 0, Argument::None, nullptr, kOutputGroup, "Use the next free number if a file exists.",
               raise<&ScanOptions::increment>},
-    OptionRow{"to", 0, Argument::Required, "TARGET", kOutput,
+    OptionRow{"to", 0, Argument::Required, "TARGET", kOutputGroup,
               "file (the default) writes each page while it is scanned; view first stores the complete page, as a "
               "program "
               "with a view does, and then saves it if --output, --dir or --mask is given; print prints each page "
@@ -353,34 +353,34 @@ constexpr std::array kTable{
         actOn<Action::ImportPreset, &ScanOptions::presetFile>},
 
     OptionRow{
-        "client", 0, Argument::Required, "NAME", kNet,
+        "client", 0, Argument::Required, "NAME", kNetGroup,
         "With --to net: the client of the scan server that the pages are for, by its name or as --list-clients "
         "lists it. It may be left out if there is one.",
         take<&ScanOptions::client>},
     OptionRow{
-        "list-clients", 0, Argument::None, nullptr, kNet,
+        "list-clients", 0, Argument::None, nullptr, kNetGroup,
         "List the clients of the scan servers and exit: a line for each with the hot folder of its server, and "
         "whether that can take pages now, separated by tabs.",
         act<Action::ListClients>},
     OptionRow{
-        "deliver", 0, Argument::None, nullptr, kNet,
+        "deliver", 0, Argument::None, nullptr, kNetGroup,
         "Hand off the pages that wait for their hot folders, print their names, and exit: with status 3 if some "
         "still wait.",
         act<Action::Deliver>},
     OptionRow{
-        "net-wait", 0, Argument::Required, "SECONDS", kNet,
+        "net-wait", 0, Argument::Required, "SECONDS", kNetGroup,
         "How long the end of the program waits until all pages are handed off. Default: 30. What is not handed off "
         "then waits on this computer for the next program, and the exit status is 3.",
         [](ScanOptions& o, std::string_view v) { return takeNumber(v, 0, kMaxNetWait, &o.netWait); }},
-    OptionRow{"net-folder", 0, Argument::Required, "FOLDER", kNet,
+    OptionRow{"net-folder", 0, Argument::Required, "FOLDER", kNetGroup,
               "Set the hot folder of the scan server, and exit.",
               [](ScanOptions& o, std::string_view v) {
                 o.netFolder = v;
                 return v.empty() ? translated("the value must not be empty") : setAction(o, Action::SetUpNet);
               }},
-    OptionRow{"add-client", 0, Argument::Required, "NAME", kNet,
+    OptionRow{"add-client", 0, Argument::Required, "NAME", kNetGroup,
               "Add a client of the scan server, and exit. May be repeated.", takeClient<&ScanOptions::addClients>},
-    OptionRow{"remove-client", 0, Argument::Required, "NAME", kNet,
+    OptionRow{"remove-client", 0, Argument::Required, "NAME", kNetGroup,
               "Remove a client of the scan server, and exit. May be repeated.",
               takeClient<&ScanOptions::removeClients>},
 

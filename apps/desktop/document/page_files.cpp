@@ -18,7 +18,7 @@ using quillbay::KxPtr;
 
 namespace {
 
-QString text(const char* english) { return QCoreApplication::translate("PageFiles", english); }
+QString fileText(const char* english) { return QCoreApplication::translate("PageFiles", english); }
 
 KxPtr<quillbay::IProgress> showProgress(const QString& what, int lines, QWidget* window) {
   return KxPtr<quillbay::IProgress>::adopt(new ProgressWindow(what, lines, window));
@@ -48,12 +48,13 @@ struct ReadFile {
 bool readPages(ReadFile& into, const QString& of, SideProgress& progress) {
   const QString name = QFileInfo(into.file).fileName() + of;
   const std::string path = into.file.toStdString();
-  progress.begin(text("Opening %1...").arg(name), quillbay::kLoadSteps);
+  progress.begin(fileText("Opening %1...").arg(name), quillbay::kLoadSteps);
   into.stamp = stampOf(into.file);
   const int pages = quillbay::CountRasterPages(path);
   for (int page = 0; page < pages; ++page) {
     if (pages > 1)
-      progress.begin(text("Opening %1, page %2 of %3...").arg(name).arg(page + 1).arg(pages), quillbay::kLoadSteps);
+      progress.begin(fileText("Opening %1, page %2 of %3...").arg(name).arg(page + 1).arg(pages),
+                     quillbay::kLoadSteps);
     auto raster = quillbay::LoadRasterFile(path, page, &progress);
     if (!raster || progress.IsCancelled()) return false;
     into.rasters.push_back(std::move(raster));
@@ -72,7 +73,7 @@ std::optional<PageFiles::Opened> PageFiles::open(const QStringList& files) {
   workBeside(m_window, progress, [&] {
     for (qsizetype i = 0; i < files.size(); ++i) {
       const QString& file = files[i];
-      const QString of = files.size() > 1 ? text(" (file %1 of %2)").arg(i + 1).arg(files.size()) : QString();
+      const QString of = files.size() > 1 ? fileText(" (file %1 of %2)").arg(i + 1).arg(files.size()) : QString();
       if (progress.IsCancelled()) return;
       ReadFile one{QFileInfo(file).absoluteFilePath(), {}, {}};
       QString why;
@@ -120,7 +121,7 @@ bool PageFiles::write(const std::vector<int>& ids, const PageSourcePtr& target, 
   }
   const QString file = target->file;
   const bool done = guarded(file, why, [&] {
-    const auto progress = showProgress(text("Saving %1...").arg(QFileInfo(file).fileName()), lines, m_window);
+    const auto progress = showProgress(fileText("Saving %1...").arg(QFileInfo(file).fileName()), lines, m_window);
     return quillbay::SaveRasterFile(m_app, rasters, file.toStdString(), mayReplace, progress.get()) != 0;
   });
   if (done) m_document->noteWritten(target, present, versions);

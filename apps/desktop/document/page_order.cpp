@@ -7,15 +7,15 @@ namespace desktop {
 
 namespace {
 
-bool holds(const std::vector<int>& ids, int id) { return std::find(ids.begin(), ids.end(), id) != ids.end(); }
+bool holdsPage(const std::vector<int>& ids, int id) { return std::find(ids.begin(), ids.end(), id) != ids.end(); }
 
 /// Moves each of `ids` one place towards `first`, where nothing of them stands before it.
 template <class Iterator>
 void stepTowards(Iterator first, Iterator last, const std::vector<int>& ids) {
   for (auto at = first; at != last; ++at) {
-    if (at == first || !holds(ids, *at)) continue;
+    if (at == first || !holdsPage(ids, *at)) continue;
     const auto before = std::prev(at);
-    if (!holds(ids, *before)) std::swap(*before, *at);
+    if (!holdsPage(ids, *before)) std::swap(*before, *at);
   }
 }
 
@@ -23,10 +23,10 @@ void stepTowards(Iterator first, Iterator last, const std::vector<int>& ids) {
 
 std::vector<int> movedOrder(const std::vector<int>& order, const std::vector<int>& ids, int before) {
   std::vector<int> moved, rest;
-  for (const int id : order) (holds(ids, id) ? moved : rest).push_back(id);
+  for (const int id : order) (holdsPage(ids, id) ? moved : rest).push_back(id);
   // A page that goes before one of its own comes before the next that stays.
   auto target = std::find(order.begin(), order.end(), before);
-  while (target != order.end() && holds(ids, *target)) ++target;
+  while (target != order.end() && holdsPage(ids, *target)) ++target;
   const auto at = target == order.end() ? rest.end() : std::find(rest.begin(), rest.end(), *target);
   rest.insert(at, moved.begin(), moved.end());
   return rest;

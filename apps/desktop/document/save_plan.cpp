@@ -9,7 +9,7 @@ namespace desktop {
 
 namespace {
 
-QString text(const char* english) { return QCoreApplication::translate("SavePlan", english); }
+QString planText(const char* english) { return QCoreApplication::translate("SavePlan", english); }
 
 /// A file's pages that the document has.
 struct Group {
@@ -93,17 +93,18 @@ QString riskText(const QString& file, const SaveRisk& risk) {
   const QString name = QFileInfo(file).fileName();
   QStringList sentences;
   if (risk.isChanged) {
-    sentences += text("Another program changed %1 after it was opened. Saving replaces those changes.").arg(name);
+    sentences +=
+        planText("Another program changed %1 after it was opened. Saving replaces those changes.").arg(name);
   }
   if (risk.losesPages()) {
-    sentences += text("%1 has %2 pages; saving would keep only %3.").arg(name).arg(risk.held).arg(risk.left);
+    sentences += planText("%1 has %2 pages; saving would keep only %3.").arg(name).arg(risk.held).arg(risk.left);
   }
   return sentences.join("\n\n");
 }
 
 QString riskAnswer(const SaveRisk& risk) {
-  if (!risk.losesPages()) return text("&Save");
-  return risk.left == 1 ? text("&Save 1 page") : text("&Save %1 pages").arg(risk.left);
+  if (!risk.losesPages()) return planText("&Save");
+  return risk.left == 1 ? planText("&Save 1 page") : planText("&Save %1 pages").arg(risk.left);
 }
 
 }  // namespace desktop

@@ -29,7 +29,7 @@ namespace {
 
 constexpr int kTryMs = 5000, kTypedMs = 600, kLookMs = 2000;
 constexpr int kDialogWidth = 620;
-constexpr int kIdRole = Qt::UserRole;
+constexpr int kEntryRole = Qt::UserRole;
 
 QString netText(const std::string& text) { return QString::fromStdString(text); }
 
@@ -234,7 +234,7 @@ void NetDialog::showQueue() {
   for (const NetPage& page : pages) {
     auto* item = new QTreeWidgetItem(
         m_pages, {netText(page.file.empty() ? page.kept : page.file), netText(page.client), stateText(page)});
-    item->setData(0, kIdRole, netText(page.id));
+    item->setData(0, kEntryRole, netText(page.id));
     item->setToolTip(0, tr("Kept in %1").arg(netText(page.kept)));
     item->setToolTip(2, item->text(2));
     if (page.id == chosen) m_pages->setCurrentItem(item);
@@ -252,7 +252,7 @@ void NetDialog::updateButtons() {
 
 std::string NetDialog::selectedPage() const {
   const QTreeWidgetItem* item = m_pages->currentItem();
-  return item ? item->data(0, kIdRole).toString().toStdString() : std::string();
+  return item ? item->data(0, kEntryRole).toString().toStdString() : std::string();
 }
 
 void NetDialog::removePage() {

@@ -27,7 +27,7 @@ constexpr const char* kOrder = "order";
 constexpr const char* kWritten = "written";
 constexpr const char* kPublished = "published";
 
-QString text(const char* english) { return QCoreApplication::translate("JournalFile", english); }
+QString journalText(const char* english) { return QCoreApplication::translate("JournalFile", english); }
 
 QJsonObject line(const char* event) {
   return {{"event", event}, {"time", QDateTime::currentDateTimeUtc().toString(Qt::ISODate)}};
@@ -114,7 +114,7 @@ std::unique_ptr<JournalFile> JournalFile::create(const QString& folder, QString*
                            .arg(QDateTime::currentMSecsSinceEpoch());
   const QByteArray name = QFile::encodeName(path + kJournalSuffix), making = QFile::encodeName(path + ".new");
   if (!QDir().mkpath(folder)) {
-    *why = text("The folder %1 cannot be created.").arg(folder);
+    *why = journalText("The folder %1 cannot be created.").arg(folder);
     return {};
   }
   ::chmod(QFile::encodeName(folder).constData(), S_IRWXU);  // pages are nobody else's business
@@ -181,9 +181,10 @@ JournalContents JournalFile::read() const {
     if (!bytes.endsWith('\n') && file.atEnd()) break;  // the program ended while it wrote it
     if (damaged++ == 0) first = number;
   }
-  if (damaged == 1) contents.damage += text("%1: line %2 is damaged.").arg(m_path).arg(first);
+  if (damaged == 1) contents.damage += journalText("%1: line %2 is damaged.").arg(m_path).arg(first);
   if (damaged > 1) {
-    contents.damage += text("%1: %2 lines are damaged, the first is line %3.").arg(m_path).arg(damaged).arg(first);
+    contents.damage +=
+        journalText("%1: %2 lines are damaged, the first is line %3.").arg(m_path).arg(damaged).arg(first);
   }
   return contents;
 }

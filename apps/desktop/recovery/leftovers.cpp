@@ -15,7 +15,7 @@ namespace {
 
 constexpr const char* kPart = ".part";
 
-QString text(const char* english) { return QCoreApplication::translate("Leftovers", english); }
+QString leftoverText(const char* english) { return QCoreApplication::translate("Leftovers", english); }
 
 /// The files "NAME.part" and, set aside by later scans into the same file, "NAME.part.3". Compared, since a name
 /// may hold what name filters take for patterns.
@@ -95,9 +95,9 @@ void Leftovers::addPages(Session& session, const JournalContents& contents) {
     const QString when = QLocale().toString(page.time.toLocalTime(), QLocale::ShortFormat);
     const QString file = placeOf(session, page.file);
     if (page.file.isEmpty()) {
-      m_troubles += text("%1 (%2) was not copied yet when the program ended.").arg(page.name, when);
+      m_troubles += leftoverText("%1 (%2) was not copied yet when the program ended.").arg(page.name, when);
     } else if (!QFile::exists(file)) {
-      m_troubles += text("The copy of %1 (%2), %3, is missing.").arg(page.name, when, page.file);
+      m_troubles += leftoverText("The copy of %1 (%2), %3, is missing.").arg(page.name, when, page.file);
     } else {
       add(session, {Leftover::Kind::Page, file, page.name, page.time, page.pixels}, id);
     }
@@ -133,7 +133,7 @@ void Leftovers::addFiles(Session& session, const JournalContents& contents) {
     if (file.exists()) {
       add(session, item, 0);
     } else if (!written.published) {  // a whole file is the user's to move or delete
-      m_troubles += text("%1 is missing.").arg(written.file + kPart);
+      m_troubles += leftoverText("%1 is missing.").arg(written.file + kPart);
     }
   }
 }

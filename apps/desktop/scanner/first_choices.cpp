@@ -16,7 +16,7 @@ using quillbay::KxPtr;
 
 namespace {
 
-constexpr std::int32_t kUsualDpi = 200;
+constexpr std::int32_t kFirstDpi = 200;
 
 int bestMode(quillbay::IQuillbayUnit& unit) {
   for (const int mode : {quillbay::kModeRgb, quillbay::kModeGrey}) {
@@ -29,7 +29,7 @@ int bestMode(quillbay::IQuillbayUnit& unit) {
 std::int32_t usualDpi(quillbay::IQuillbayUnit& unit, int mode) {
   std::vector<quillbay::UnitResolution> list;
   if (unit.GetResolutions(&list, mode) <= 0 || list.empty()) return 0;
-  const auto fits = std::find_if(list.begin(), list.end(), [](const auto& r) { return r.dpi >= kUsualDpi; });
+  const auto fits = std::find_if(list.begin(), list.end(), [](const auto& r) { return r.dpi >= kFirstDpi; });
   return fits == list.end() ? list.back().dpi : fits->dpi;
 }
 

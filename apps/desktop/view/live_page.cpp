@@ -9,18 +9,18 @@
 namespace desktop {
 
 namespace {
-constexpr int kLookMs = 40, kOverviewMs = 700, kOverviewPixels = 192;
+constexpr int kLiveLookMs = 40, kOverviewMs = 700, kLivePixels = 192;
 constexpr int kUsuallyKept = 20, kUsuallyKeptMiB = 8192;
 /// Height of a sheet of unknown length, by its width, until it gets longer; and how much longer it is thought then.
 constexpr double kUsualAspect = 1.4142, kLonger = 1.5;
 /// The same for one that is longer than it was said to be.
 constexpr double kSlightlyLonger = 1.02;
-constexpr double kUsualDpi = 100;
+constexpr double kLiveDpi = 100;
 }  // namespace
 
 LivePage::LivePage(Source source, Document* document, const ProgramSettings* settings, QObject* parent)
     : QObject(parent), m_source(std::move(source)), m_document(document), m_settings(settings) {
-  m_timer.setInterval(kLookMs);
+  m_timer.setInterval(kLiveLookMs);
   connect(&m_timer, &QTimer::timeout, this, &LivePage::look);
   connect(&m_images, &PageImages::overviewReady, this,
           [this](int number, const QImage& image) { number == m_info.page ? takeOverview(image) : void(); });
@@ -32,7 +32,7 @@ bool LivePage::keepsScanned(const ProgramSettings& settings) {
 
 double LivePage::dpi() const {
   const std::uint32_t own = m_raster ? m_raster->GetResolution() : 0;
-  return own > 0 ? own : m_info.dpi > 0 ? m_info.dpi : kUsualDpi;
+  return own > 0 ? own : m_info.dpi > 0 ? m_info.dpi : kLiveDpi;
 }
 
 std::int64_t LivePage::width() const { return m_raster ? m_raster->GetWidth() : m_info.width; }
@@ -70,7 +70,7 @@ void LivePage::look() {
   emit grew();
   if (m_overviewAsked || (m_overviewAge.isValid() && m_overviewAge.elapsed() < kOverviewMs)) return;
   m_overviewAsked = true;
-  m_images.requestOverview(m_info.page, m_raster, kOverviewPixels);
+  m_images.requestOverview(m_info.page, m_raster, kLivePixels);
 }
 
 void LivePage::takeOverview(const QImage& image) {

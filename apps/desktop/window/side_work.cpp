@@ -12,7 +12,7 @@
 namespace desktop {
 
 namespace {
-constexpr int kShowAfterMs = 500, kRefreshMs = 50, kWidth = 360;
+constexpr int kSideShowMs = 500, kSideRefreshMs = 50, kWidth = 360;
 
 /// Positions without an end are lines.
 void show(QProgressDialog& dialog, const SideProgress& progress) {
@@ -56,19 +56,19 @@ void workBeside(QWidget* window, SideProgress& progress, const std::function<voi
   });
   QProgressDialog dialog(window);
   dialog.setWindowModality(Qt::WindowModal);
-  dialog.setMinimumDuration(kShowAfterMs * 100);  // shown below: the window's own rule needs positions
+  dialog.setMinimumDuration(kSideShowMs * 100);  // shown below: the window's own rule needs positions
   dialog.setAutoClose(false);
   dialog.setAutoReset(false);
   dialog.setMinimumWidth(kWidth);
   QObject::connect(&dialog, &QDialog::rejected, &dialog, [&] { progress.cancel(); });
   QTimer refresh;
   QObject::connect(&refresh, &QTimer::timeout, &dialog, [&] { show(dialog, progress); });
-  refresh.start(kRefreshMs);
+  refresh.start(kSideRefreshMs);
   QElapsedTimer running;
   running.start();
   while (!done) {
     if (dialog.wasCanceled()) progress.cancel();
-    if (!dialog.isVisible() && running.elapsed() >= kShowAfterMs && !progress.IsCancelled()) {
+    if (!dialog.isVisible() && running.elapsed() >= kSideShowMs && !progress.IsCancelled()) {
       show(dialog, progress);
       dialog.show();
     }
