@@ -49,6 +49,7 @@ IRStorDraw* RasterBase::GetDrawing() {
 int RasterBase::AddLines(int plane, std::int32_t after, std::int32_t count) {
   const std::int32_t height = GetHeight();
   if (plane != 0 || after < 0 || after > height || count < 0) return 0;
+  if (after < height && IsReadOnly()) return 0;
   if (count > std::numeric_limits<std::int32_t>::max() - height) return 0;
   if (count == 0) return 1;
   reserveLines(height + count);
@@ -102,7 +103,7 @@ int RasterBase::setPalette(const KXRGBQUAD* entries, int count) {
   countChange();
   if (changed) linesChanged(0);
   // Lines that were there before the palette have to be white by it.
-  if (!m_hasContent && GetHeight() > 0) blankLines(0, GetHeight());
+  if (!m_hasContent && GetHeight() > 0 && !IsReadOnly()) blankLines(0, GetHeight());
   return 1;
 }
 

@@ -68,6 +68,13 @@ class RasterBase : public CKxUnknownImpl<IRStor, IRStorAddStripe, IRStorColors, 
   /// them does before the raster is handed on. Throws CXMemException.
   void addUnsetLines(std::int32_t count);
 
+  /// Appends lines of a raster of the same width and kind of lines without copying them: from the line whose number
+  /// is this raster's height on, below line `end`. Neither raster's lines can be written as long as both live.
+  /// Returns how many; 0 where none can be shared: sharing is by blocks of lines, and not every storage does it.
+  virtual std::int32_t shareLines(RasterBase& /*source*/, std::int32_t /*end*/) { return 0; }
+  /// Lines of a block that can be shared, which begins at a multiple of them; 0: none can be.
+  [[nodiscard]] virtual std::int32_t sharedBlock() const noexcept { return 0; }
+
   /// Appends the lines of a stripe of the same width and kind of lines, without blanking them first.
   virtual void appendStripe(IScanBuffer& stripe, std::int32_t lines) = 0;
 

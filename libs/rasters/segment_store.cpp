@@ -21,29 +21,50 @@ SegmentStore::~SegmentStore() {
   for (auto& block : m_blocks) delete block.load(std::memory_order_relaxed);
 }
 
+/// The place of the segment that comes next; it counts only once the caller has filled it in.
+SegmentStore::Segment& SegmentStore::newSegment() {
+  auto& block = m_blocks[m_count / kBlock];
+  if (!block.load(std::memory_order_relaxed)) {
+    block.store(std::make_unique<Block>().release(), std::memory_order_release);
+  }
+  return segment(m_count);
+}
+
 void SegmentStore::grow(std::uint64_t count) {
   if (count > kBlock * kBlocks) {
     const auto most = static_cast<std::int64_t>(m_segmentBytes * kBlock * kBlocks);
     throw CXMemException(formatText(Supp_Translate("A raster may not have more than %s."), {memoryText(most)}));
   }
   while (m_count < count) {
-    auto& block = m_blocks[m_count / kBlock];
-    if (!block.load(std::memory_order_relaxed)) {
-      block.store(std::make_unique<Block>().release(), std::memory_order_release);
-    }
     const auto missing = static_cast<std::int64_t>((count - m_count) * m_segmentBytes);
-    segment(m_count).piece = m_space.allocate(m_segmentBytes, missing);
+    newSegment().piece = m_space.allocate(m_segmentBytes, missing);
     ++m_count;
   }
 }
 
+void SegmentStore::borrow(const std::shared_ptr<SegmentStore>& lender, std::uint64_t i) {
+  const Segment& from = lender->segment(i);
+  // Of one that is borrowed itself only its owner is held, not all stores that it went through.
+  const auto isOwner = [&](const auto& store) { return store.get() == from.lender; };
+  const auto owner =
+      from.lender ? *std::find_if(lender->m_lenders.begin(), lender->m_lenders.end(), isOwner) : lender;
+  if (std::find(m_lenders.begin(), m_lenders.end(), owner) == m_lenders.end()) m_lenders.push_back(owner);
+  Segment& s = newSegment();
+  s.lender = owner.get();
+  s.lent = from.lender ? from.lent : i;
+  ++m_count;
+  m_borrowed.store(borrowed() + 1, std::memory_order_relaxed);
+}
+
 std::uint8_t* SegmentStore::at(std::uint64_t i) const {
   Segment& s = segment(i);
+  if (s.lender) return s.lender->at(s.lent);
   if (s.piece.fileOffset >= 0 && !s.resident.load(std::memory_order_relaxed)) makeResident(s);
   return s.piece.data;
 }
 
 void SegmentStore::keepResident(std::size_t segments) {
+  for (const auto& lender : m_lenders) lender->keepResident(segments);
   const std::lock_guard lock(m_residentMutex);
   m_mostResident = std::max(m_mostResident, segments);
 }

@@ -6,6 +6,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 #include "rasters/raster_space.h"
 
@@ -33,9 +34,14 @@ class SegmentStore {
   [[nodiscard]] std::uint64_t count() const noexcept { return m_count; }
   /// Grows to `count` segments, zeroed. Throws CXMemException; the contents are kept.
   void grow(std::uint64_t count);
+  /// Adds a segment of `lender`, whose segments have the same size. It is read from there, never written, and the
+  /// lender, or the store that it has borrowed from itself, lives on as long as this store. Writer only.
+  void borrow(const std::shared_ptr<SegmentStore>& lender, std::uint64_t segment);
+  /// Segments that are borrowed. Any thread.
+  [[nodiscard]] std::uint64_t borrowed() const noexcept { return m_borrowed.load(std::memory_order_relaxed); }
   /// A segment's bytes. Any thread.
   [[nodiscard]] std::uint8_t* at(std::uint64_t segment) const;
-  /// Lets more segments stay mapped from now on. Any thread.
+  /// Lets more segments stay mapped from now on. Not beside `borrow`.
   void keepResident(std::size_t segments);
   /// Copies `count` bytes into a segment. Writer only. Throws CXMemException when the disk fails.
   void write(std::uint64_t segment, std::size_t offset, const std::uint8_t* bytes, std::size_t count);
@@ -47,17 +53,22 @@ class SegmentStore {
   struct Segment {
     RasterSpace::Piece piece;
     std::atomic<bool> resident{false};
+    const SegmentStore* lender = nullptr;  // of a borrowed one, and which it is there
+    std::uint64_t lent = 0;
   };
   using Block = std::array<Segment, kBlock>;
 
   [[nodiscard]] Segment& segment(std::uint64_t i) const noexcept {
     return (*m_blocks[i / kBlock].load(std::memory_order_acquire))[i % kBlock];
   }
+  Segment& newSegment();
   void makeResident(Segment& s) const;
 
   RasterSpace& m_space;
   const std::size_t m_segmentBytes;
-  std::uint64_t m_count = 0;  // writer only
+  std::uint64_t m_count = 0;                             // writer only
+  std::vector<std::shared_ptr<SegmentStore>> m_lenders;  // writer only
+  std::atomic<std::uint64_t> m_borrowed{0};
   std::array<std::atomic<Block*>, kBlocks> m_blocks{};
   mutable std::mutex m_residentMutex;
   std::size_t m_mostResident;               // guarded by m_residentMutex

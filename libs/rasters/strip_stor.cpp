@@ -45,14 +45,19 @@ CStripStor::CStripStor(KxColorSpace colorSpace, std::int32_t width, std::int32_t
     : RasterBase(colorSpace, width, dpi),
       m_lineBytes(fixedLineBytes(colorSpace, width)),
       m_segmentLines(linesPerSegment(m_lineBytes)),
-      m_store(m_space, std::max<std::size_t>(1, m_lineBytes) * static_cast<std::size_t>(m_segmentLines)) {
+      m_lines(std::make_shared<Lines>(std::max<std::size_t>(1, m_lineBytes) *
+                                      static_cast<std::size_t>(m_segmentLines))),
+      m_store(m_lines->store) {
   if (height <= 0) return;
   CStripStor::reserveLines(height);
   CStripStor::blankLines(0, height);
   publishHeight(height);
 }
 
-std::int64_t CStripStor::GetByteCount() { return static_cast<std::int64_t>(m_lineBytes) * GetHeight(); }
+std::int64_t CStripStor::GetByteCount() {
+  const auto borrowed = static_cast<std::int64_t>(m_store.borrowed()) * m_segmentLines;
+  return static_cast<std::int64_t>(m_lineBytes) * (GetHeight() - borrowed);
+}
 
 CStripStor::Piece CStripStor::pieceAt(std::int32_t line, std::int32_t most) const noexcept {
   const std::int32_t within = line % m_segmentLines;
@@ -99,7 +104,7 @@ int CStripStor::readLine(std::int32_t line, std::int32_t x, std::int32_t count, 
 }
 
 int CStripStor::writeLine(std::int32_t line, std::int32_t x, std::int32_t count, const void* buffer) {
-  if (!isInside(line, x, count) || !buffer) return 0;
+  if (!isInside(line, x, count) || !buffer || IsReadOnly()) return 0;
   const auto* bytes = static_cast<const std::uint8_t*>(buffer);
   if (m_colorSpace == KxColorSpace::Four) {
     writeFour(lineAt(line), x, count, bytes);
@@ -112,6 +117,21 @@ int CStripStor::writeLine(std::int32_t line, std::int32_t x, std::int32_t count,
   countWrite();
   linesChanged(line);
   return 1;
+}
+
+std::int32_t CStripStor::shareLines(RasterBase& source, std::int32_t end) {
+  const std::int32_t height = GetHeight();
+  auto* const from = dynamic_cast<CStripStor*>(&source);
+  if (!from || from->m_lineBytes != m_lineBytes || height % m_segmentLines != 0) return 0;
+  const std::int32_t segments = (std::min(end, from->GetHeight()) - height) / m_segmentLines;
+  if (segments <= 0) return 0;
+  const std::shared_ptr<SegmentStore> lender(from->m_lines, &from->m_store);
+  const auto first = static_cast<std::uint64_t>(height / m_segmentLines);
+  for (std::int32_t i = 0; i < segments; ++i) m_store.borrow(lender, first + static_cast<std::uint64_t>(i));
+  countWrite();
+  publishHeight(height + segments * m_segmentLines);
+  linesAppended(height);
+  return segments * m_segmentLines;
 }
 
 void CStripStor::appendStripe(IScanBuffer& stripe, std::int32_t lines) {

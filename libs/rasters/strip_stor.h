@@ -10,10 +10,14 @@ class CStripStor final : public RasterBase {
   /// Throws CXMemException when there is no room for `height` lines.
   CStripStor(KxColorSpace colorSpace, std::int32_t width, std::int32_t height, std::uint32_t dpi);
 
+  /// Without the lines that are shared with an earlier raster, which counts them.
   std::int64_t GetByteCount() override;
+  int IsReadOnly() override { return m_lines.use_count() > 1 || m_store.borrowed() > 0 ? 1 : 0; }
   int readLine(std::int32_t line, std::int32_t x, std::int32_t count, void* buffer) override;
   int writeLine(std::int32_t line, std::int32_t x, std::int32_t count, const void* buffer) override;
   void appendStripe(IScanBuffer& stripe, std::int32_t lines) override;
+  std::int32_t shareLines(RasterBase& source, std::int32_t end) override;
+  [[nodiscard]] std::int32_t sharedBlock() const noexcept override { return m_segmentLines; }
 
  protected:
   void reserveLines(std::int32_t lines) override;
@@ -25,6 +29,12 @@ class CStripStor final : public RasterBase {
 
  private:
   class Rows;
+  /// Held by the rasters that share lines of it as well.
+  struct Lines {
+    explicit Lines(std::size_t segmentBytes) : space(currentRasterPolicy()), store(space, segmentBytes) {}
+    RasterSpace space;
+    SegmentStore store;
+  };
   /// Part of one segment: consecutive lines.
   struct Piece {
     std::uint64_t segment;
@@ -37,7 +47,8 @@ class CStripStor final : public RasterBase {
 
   const std::size_t m_lineBytes;
   const std::int32_t m_segmentLines;
-  SegmentStore m_store;
+  const std::shared_ptr<Lines> m_lines;
+  SegmentStore& m_store;
 };
 
 }  // namespace quillbay

@@ -14,64 +14,6 @@ namespace {
 
 using enum KxColorSpace;
 
-constexpr KxColorSpace kCodes[] = {Bitonal, BitonalRle, Four, Palette, Grey, Rgba, Bgra, Rgb, Bgr};
-
-KxPtr<IRStor> patternRaster(KxColorSpace code, std::int32_t width, std::int32_t height) {
-  const auto raster = new_IRStor(code, width, height, 300);
-  if (const auto context = raster.as<IPalContext>()) {
-    std::vector<KXRGBQUAD> palette(code == Four ? 16 : 256);
-    for (std::size_t i = 0; i < palette.size(); ++i) {
-      const auto v = static_cast<std::uint8_t>(i);
-      palette[i] = {v, static_cast<std::uint8_t>(v * 3), static_cast<std::uint8_t>(255 - v), 0};
-    }
-    context->SetPalette(palette.data(), static_cast<int>(palette.size()));
-  }
-  if (const auto colors = raster.as<IRStorColors>()) colors->SetBackground(0x8090A0);
-  const auto writer = contextOf(*raster, 1);
-  for (std::int32_t y = 0; y < height; ++y) {
-    if (isRunList(code)) {
-      writer->WriteLine(y, 0, width, patternRuns(width, y).data());
-    } else {
-      writer->WriteLine(y, 0, width, patternLine(fixedLineBytes(code, width), y).data());
-    }
-  }
-  return raster;
-}
-
-std::vector<KXRGBQUAD> paletteOf(IRStor& raster) {
-  std::vector<KXRGBQUAD> palette(256);
-  const auto context = contextOf(raster);
-  palette.resize(static_cast<std::size_t>(context->GetPalette(palette.data())));
-  return palette;
-}
-
-/// All pixels, row by row, one word each.
-std::vector<std::uint32_t> pixelsOf(IRStor& raster) {
-  const KxColorSpace code = raster.GetColorSpace();
-  const auto width = static_cast<std::size_t>(raster.GetWidth());
-  std::vector<std::uint32_t> out;
-  for (std::int32_t y = 0; y < raster.GetHeight(); ++y) {
-    if (isRunList(code)) {
-      std::vector<std::uint32_t> row(width, 0);
-      const Runs runs = readRuns(raster, y);
-      for (std::size_t i = 0; i < runCount(runs.data()); ++i) {
-        for (std::uint32_t x = runs[2 * i]; x <= runs[2 * i + 1]; ++x) row.at(x) = 1;
-      }
-      out.insert(out.end(), row.begin(), row.end());
-      continue;
-    }
-    const Bytes line = readLine(raster, y);
-    const std::size_t bits = static_cast<std::size_t>(bitsPerPixel(code));
-    for (std::size_t x = 0; x < width; ++x) {
-      std::uint32_t pixel = 0;
-      for (std::size_t b = 0; bits >= 8 && b < bits / 8; ++b) pixel = pixel << 8 | line[x * bits / 8 + b];
-      if (bits == 4) pixel = x / 2 < line.size() ? line[x / 2] >> (x % 2 == 0 ? 4 : 0) & 15U : 0;
-      out.push_back(pixel);
-    }
-  }
-  return out;
-}
-
 void expectSame(IRStor& a, IRStor& b) {
   EXPECT_EQ(a.GetColorSpace(), b.GetColorSpace());
   EXPECT_EQ(a.GetResolution(), b.GetResolution());

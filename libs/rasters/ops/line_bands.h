@@ -1,6 +1,7 @@
 #pragma once
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -83,6 +84,11 @@ class RunBand final : public OpStripe {
   void addRun(std::uint32_t first, std::uint32_t last) {
     m_words[m_used++] = first;
     m_words[m_used++] = last;
+  }
+  /// Adds all runs of a list.
+  void addRuns(const RunView& list) {
+    if (list.count > 0) std::memcpy(m_words.data() + m_used, list.runs, list.count * 8);
+    m_used += 2 * list.count;
   }
   /// Adds a whole line: packed, or of words whose bits beyond the width are 0.
   template <class Bits>

@@ -12,14 +12,11 @@
 #include "rasters/ops/raster_ops.h"
 
 namespace quillbay {
-namespace {
 
-[[noreturn]] void cannotRead(std::int32_t line) {
+void cannotReadLine(std::int32_t line) {
   throw CXIFaceException(
       formatText(Supp_Translate("Line %d of the picture cannot be read."), {toText(std::int64_t{line})}));
 }
-
-}  // namespace
 
 OpProgress::OpProgress(IProgress* progress, std::int64_t total)
     : m_progress(progress), m_total(std::max<std::int64_t>(1, total)) {
@@ -102,7 +99,7 @@ void PixelReader::read(std::int32_t line, std::int32_t x, std::int32_t count, st
   if (count <= 0) return;
   const std::int32_t low = m_four ? x / 2 * 2 : x;
   const std::int32_t high = m_four ? std::min((x + count + 1) / 2 * 2, m_stored) : x + count;
-  if (!m_lines->ReadLine(line, low, high - low, m_four ? m_packed.data() : out)) cannotRead(line);
+  if (!m_lines->ReadLine(line, low, high - low, m_four ? m_packed.data() : out)) cannotReadLine(line);
   if (!m_four) return;
   for (std::int32_t i = 0; i < count; ++i) {
     const std::int32_t at = x - low + i;
@@ -154,7 +151,7 @@ RunReader::RunReader(IRStor& source) : m_lines(readerOf(&source).as<IARSContext>
 
 RunView RunReader::read(std::int32_t line) {
   const std::uint32_t* runs = m_lines->GetLinePointer(line);
-  if (!runs) cannotRead(line);
+  if (!runs) cannotReadLine(line);
   return {runs, m_lines->GetLineSize(line) / 8 - 1};
 }
 

@@ -30,6 +30,9 @@ class OpProgress {
 /// A source whose lines can be read; throws CXIFaceException for null and for one without lines.
 [[nodiscard]] KxPtr<IAccessContext> readerOf(IRStor* source);
 
+/// Throws CXIFaceException for a line that the source does not give.
+[[noreturn]] void cannotReadLine(std::int32_t line);
+
 /// Throws what `readerOf` does.
 inline void requireLines(IRStor* source) { (void)readerOf(source); }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "quillbay/geometry.h"
+#include "quillbay/raster.h"
 #include "rasters/ops/rotate_kernels.h"
 
 namespace quillbay {
@@ -14,10 +15,14 @@ struct RotateTile {
   KxRect box;     ///< of the source; may reach beyond it
 };
 
-/// A clockwise turn of a picture about its centre onto a canvas that holds it whole.
+/// A clockwise turn of a picture, about its centre onto a canvas that holds it whole, or onto a part of that.
 class RotateFrame {
  public:
-  RotateFrame(KxSize from, double radians) : m_from(from), m_cos(std::cos(radians)), m_sin(std::sin(radians)) {
+  RotateFrame(KxSize from, double radians)
+      : m_from(from),
+        m_cos(std::cos(radians)),
+        m_sin(std::sin(radians)),
+        m_centre{from.width / 2.0, from.height / 2.0} {
     // What is over a whole pixel by rounding only is no pixel more.
     constexpr double kSlack = 1e-6;
     const double w = std::abs(m_cos) * from.width + std::abs(m_sin) * from.height;
@@ -25,6 +30,14 @@ class RotateFrame {
     m_width = static_cast<std::int64_t>(std::ceil(w - kSlack));
     m_height = static_cast<std::int64_t>(std::ceil(h - kSlack));
   }
+  /// A canvas of `size`, whose centre is the picture's place `centre`.
+  RotateFrame(KxSize from, double radians, tagRPOINT centre, KxSize size)
+      : m_from(from),
+        m_cos(std::cos(radians)),
+        m_sin(std::sin(radians)),
+        m_centre(centre),
+        m_width(size.width),
+        m_height(size.height) {}
   [[nodiscard]] KxSize from() const noexcept { return m_from; }
   [[nodiscard]] std::int64_t width() const noexcept { return m_width; }
   [[nodiscard]] std::int64_t height() const noexcept { return m_height; }
@@ -34,8 +47,7 @@ class RotateFrame {
   [[nodiscard]] tagRPOINT sourceOf(double x, double y) const noexcept {
     const double dx = x + 0.5 - static_cast<double>(m_width) / 2;
     const double dy = y + 0.5 - static_cast<double>(m_height) / 2;
-    return {dx * m_cos + dy * m_sin + m_from.width / 2.0 - 0.5,
-            dy * m_cos - dx * m_sin + m_from.height / 2.0 - 0.5};
+    return {dx * m_cos + dy * m_sin + m_centre.x - 0.5, dy * m_cos - dx * m_sin + m_centre.y - 0.5};
   }
 
   [[nodiscard]] RotateTile tile(const KxRect& pixels) const noexcept {
@@ -67,7 +79,11 @@ class RotateFrame {
  private:
   const KxSize m_from;
   const double m_cos, m_sin;
+  const tagRPOINT m_centre;  // in the picture, of the canvas
   std::int64_t m_width = 0, m_height = 0;
 };
+
+/// Turns a raster that has pixels; null when it was cancelled. Throws as `rotateRaster`.
+[[nodiscard]] KxPtr<IRStor> rotateOnto(IRStor& source, RotateFrame frame, IProgress* progress);
 
 }  // namespace quillbay

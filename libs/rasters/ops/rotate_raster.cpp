@@ -222,6 +222,14 @@ bool rotate(IRStor& source, RasterBase& target, const RotateFrame& frame, IProgr
 
 }  // namespace
 
+KxPtr<IRStor> rotateOnto(IRStor& source, RotateFrame frame, IProgress* progress) {
+  // Code 4 holds pairs of pixels.
+  if (source.GetColorSpace() == KxColorSpace::Four) frame.setWidth((frame.width() + 1) / 2 * 2);
+  checkSize(frame.width(), frame.height());
+  const auto target = newLike(source, frame.width(), 0);
+  return rotate(source, *target, frame, progress) ? target.as<IRStor>() : KxPtr<IRStor>{};
+}
+
 KxPtr<IRStor> rotateRaster(IRStor* source, double radians, IProgress* progress) {
   requireLines(source);
   if (!std::isfinite(radians))
@@ -232,12 +240,7 @@ KxPtr<IRStor> rotateRaster(IRStor* source, double radians, IProgress* progress) 
   if (std::abs(quarters - whole) < kExact) return rotateQuarters(source, static_cast<int>(whole), progress);
   const KxSize size{storedWidth(*source), source->GetHeight()};
   if (size.width <= 0 || size.height <= 0) return rotateQuarters(source, 0, progress);
-  RotateFrame frame(size, radians);
-  // Code 4 holds pairs of pixels.
-  if (source->GetColorSpace() == KxColorSpace::Four) frame.setWidth((frame.width() + 1) / 2 * 2);
-  checkSize(frame.width(), frame.height());
-  const auto target = newLike(*source, frame.width(), 0);
-  return rotate(*source, *target, frame, progress) ? target.as<IRStor>() : KxPtr<IRStor>{};
+  return rotateOnto(*source, RotateFrame(size, radians), progress);
 }
 
 }  // namespace quillbay
