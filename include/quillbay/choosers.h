@@ -150,7 +150,8 @@ class IToolCtxSource : public IKxUnknown {
 };
 
 /// A tool object over any view port, a host's own ones included; it also answers queries for `IToolCtxEx`. Status
-/// texts show lengths in the current unit of `app` (may be null: millimetres).
+/// texts show lengths in the unit that the profile of `app` names (section "View", key "Unit": "mm" or "inch");
+/// without one, and without `app`, in millimetres.
 QUILLBAY_API KxPtr<IToolCtx> new_ToolCtx(IApp* app, IKxViewPort* view);
 
 }  // namespace quillbay

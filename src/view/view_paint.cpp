@@ -2,6 +2,7 @@
 #include <QPainter>
 
 #include "platform/base_services.h"
+#include "quillbay/view_overlay.h"
 #include "view/view_port.h"
 
 namespace quillbay {
@@ -9,7 +10,7 @@ namespace {
 
 constexpr int kHalfToneMode = 8;
 /// A region of more rectangles is painted as the one that bounds it.
-constexpr int kMostRectangles = 4;
+constexpr int kMostRectangles = 400;
 
 /// 0xBBGGRR, or the system's colour.
 QColor colorOf(const std::optional<std::uint32_t>& color, const QWidget& window, QPalette::ColorRole system) {
@@ -21,9 +22,10 @@ QColor colorOf(const std::optional<std::uint32_t>& color, const QWidget& window,
 }  // namespace
 
 /// Those that are subscribed now, one by one: a reactor that another one's paint takes away is not called any more.
-void CViewPort::paintReactors(QPainter& painter, CViewDC& dc) {
+void CViewPort::paintReactors(QPainter& painter, CViewDC& dc, bool overlays) {
   const auto reactors = m_paintReactors->Enumerate();
   while (const auto reactor = reactors->Next()) {
+    if (static_cast<bool>(reactor.as<IKxViewOverlay>()) != overlays) continue;
     painter.save();
     try {
       reactor->Paint(this, &dc, 0);
@@ -52,10 +54,12 @@ void CViewPort::paint(const QRegion& region) {
   // All of it first: a paint that ends early leaves nothing of what was there before.
   for (const QRect& r : parts) painter.fillRect(r, background);
   try {
-    for (const QRect& r : parts) {
-      dc->setClip({r.left(), r.top(), r.left() + r.width(), r.top() + r.height()});
-      painter.setClipRect(r);
-      paintReactors(painter, *dc);
+    for (const bool overlays : {false, true}) {
+      for (const QRect& r : parts) {
+        dc->setClip({r.left(), r.top(), r.left() + r.width(), r.top() + r.height()});
+        painter.setClipRect(r);
+        paintReactors(painter, *dc, overlays);
+      }
     }
   } catch (const CXException& e) {
     logLine(LogLevel::Info, "quillbay.view", std::string("a paint ended early: ") + e.what());

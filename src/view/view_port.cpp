@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <memory>
 
+#include "platform/shape_math.h"
 #include "view/key_scroll.h"
+#include "view/tool_ctx.h"
 #include "view/view_transform.h"
 
 namespace quillbay {
@@ -63,6 +65,26 @@ int CViewPort::RemoveReactor(IKxUnknown* reactor) {
              ? 1
              : 0;
 }
+
+IToolCtx* CViewPort::CreateToolCtx() { return m_window ? new CToolCtx(m_app.get(), this) : nullptr; }
+
+int CViewPort::SetOrigin(const CRPoint& at) {
+  m_polarOrigin = at;
+  return 1;
+}
+
+int CViewPort::ResetOrigin() {
+  m_polarOrigin.reset();
+  return 1;
+}
+
+int CViewPort::GetOrigin(CRPoint* out) {
+  if (!m_polarOrigin || !out) return 0;
+  *out = *m_polarOrigin;
+  return 1;
+}
+
+CRPoint CViewPort::Hold(const CRPoint& at) { return m_polarOrigin ? shape::heldTo45(*m_polarOrigin, at) : at; }
 
 int CViewPort::Invalidate(const tagRRECT* area) {
   if (!m_window) return 0;
@@ -305,7 +327,8 @@ bool CViewPort::keyUp(int key, std::uint32_t flags) {
 void CViewPort::mouse(MouseCall call, int flags, const tagRPOINT& client) {
   m_mouseInside = true;
   if (!m_active) return;
-  const tagRPOINT at = view::toDocument(m_tfm, client);
+  tagRPOINT at = view::toDocument(m_tfm, client);
+  if ((flags & kMouseShift) != 0) at = Hold(at);
   forEach(m_mouseReactors, [&](IKxViewMouseReactor& reactor) {
     (reactor.*call)(flags, at);
     return true;

@@ -1,7 +1,9 @@
 #pragma once
 #include <QImage>
 #include <QRegion>
+#include <optional>
 
+#include "quillbay/choosers.h"
 #include "view/view_dc.h"
 #include "view/view_settings.h"
 #include "view/view_window.h"
@@ -10,7 +12,8 @@
 namespace quillbay {
 
 /// The view port of `new_ViewPort`: transform, sinks and painting; its window turns events into calls.
-class CViewPort final : public CKxUnknownImpl<IKxViewPort, ICmdProcess, IViewCtx, IKxView> {
+class CViewPort final
+    : public CKxUnknownImpl<IKxViewPort, ICmdProcess, IViewCtx, IKxView, IToolCtxSource, IPolarPoint> {
  public:
   explicit CViewPort(IApp* app);
   int QueryInterface(const std::type_info& wanted, void** out) override;
@@ -54,6 +57,11 @@ class CViewPort final : public CKxUnknownImpl<IKxViewPort, ICmdProcess, IViewCtx
   int ZoomByFactor(double factor, const tagRPOINT& at) override;
   int AddReactor(IKxUnknown* reactor) override;
   int RemoveReactor(IKxUnknown* reactor) override;
+  IToolCtx* CreateToolCtx() override;
+  int SetOrigin(const CRPoint& at) override;
+  int ResetOrigin() override;
+  int GetOrigin(CRPoint* out) override;
+  CRPoint Hold(const CRPoint& at) override;
 
   // What the window hands on.
   void setWindow(CViewWindow* window) { m_window = window; }
@@ -81,7 +89,8 @@ class CViewPort final : public CKxUnknownImpl<IKxViewPort, ICmdProcess, IViewCtx
   }
   int zoomTo(const CRTfm& proposed);
   int zoomToExtents(bool remember);
-  void paintReactors(QPainter& painter, CViewDC& dc);
+  /// Those that draw over the others, or the others.
+  void paintReactors(QPainter& painter, CViewDC& dc, bool overlays);
 
   KxPtr<IApp> m_app;
   CViewWindow* m_window = nullptr;  // until it closes
@@ -92,6 +101,7 @@ class CViewPort final : public CKxUnknownImpl<IKxViewPort, ICmdProcess, IViewCtx
   CRTfm m_tfm;
   ZoomHistory m_history;
   ViewSettings m_settings;
+  std::optional<CRPoint> m_polarOrigin;
   bool m_active = false;
   bool m_mouseInside = false;
   int m_wheelRest = 0;           // of a step, from wheels that tell smaller parts

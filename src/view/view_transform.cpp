@@ -66,6 +66,10 @@ tagRPOINT toDocument(const CRTfm& t, const tagRPOINT& client) noexcept {
   return {(c * x + s * y) / t.scaleX, (c * y - s * x) / t.scaleY};
 }
 
+CRTfm onDevice(const CRTfm& t, double ratio) noexcept {
+  return {t.scaleX * ratio, t.scaleY * ratio, t.angle, t.offsetX * ratio, t.offsetY * ratio};
+}
+
 tagRRECT toDocument(const CRTfm& t, const tagRRECT& client) noexcept {
   return mapped(client, [&](const tagRPOINT& p) { return toDocument(t, p); });
 }

@@ -13,6 +13,8 @@ namespace quillbay::view {
 [[nodiscard]] tagRPOINT toClient(const CRTfm& t, const tagRPOINT& at) noexcept;
 /// Of a transform whose scales are not 0.
 [[nodiscard]] tagRPOINT toDocument(const CRTfm& t, const tagRPOINT& client) noexcept;
+/// The same transform to device pixels, of which a client pixel has `ratio`.
+[[nodiscard]] CRTfm onDevice(const CRTfm& t, double ratio) noexcept;
 /// What bounds a client rectangle in the document.
 [[nodiscard]] tagRRECT toDocument(const CRTfm& t, const tagRRECT& client) noexcept;
 /// What bounds a document rectangle in the client area.
