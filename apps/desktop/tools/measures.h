@@ -19,8 +19,8 @@ struct Measure {
   static constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
   MeasureKind kind = MeasureKind::Length;
   double length = kNone;   ///< mm: of a line, along a polyline, around an area
-  double dx = kNone;       ///< mm, of a line: to the right
-  double dy = kNone;       ///< mm, of a line: upwards
+  double dx = kNone;       ///< mm: of a line, to the right; of a frame along its base; a circle's diameter
+  double dy = kNone;       ///< mm: of a line, upwards; of a frame from its base; a circle's diameter
   double degrees = kNone;  ///< of an angle, 0 to 180; of a line, anticlockwise from the x axis, -180 to 180
   double area = kNone;     ///< mm2; of an outline that crosses itself what the tools take for its inside
   int number = 0;          ///< in the list, from 1
@@ -41,12 +41,17 @@ struct Measure {
 
 /// "Length", "Area of a circle", ...
 [[nodiscard]] QString kindText(MeasureKind kind);
+/// The title of a column of `MeasureList`, with its unit (null: mm), and what stands in it; empty for a value that
+/// the measure does not have.
+[[nodiscard]] QString columnTitle(int column, quillbay::ILinearUnit* unit);
+[[nodiscard]] QString cellText(const Measure& measure, int column, quillbay::ILinearUnit* unit,
+                               const QLocale& locale = {});
 /// A length in a unit (null: mm) with its name, an area with its square ("12.34 mm²"), an angle ("12.34°"); as
 /// `locale` writes numbers.
 [[nodiscard]] QString lengthText(double mm, quillbay::ILinearUnit* unit, const QLocale& locale = {});
 [[nodiscard]] QString areaText(double mm2, quillbay::ILinearUnit* unit, const QLocale& locale = {});
 [[nodiscard]] QString angleText(double degrees, const QLocale& locale = {});
-/// All of a measure in one line: "12.34 mm (Δx 3.00 mm, Δy 4.00 mm)".
+/// All of a measure in one line: "5.00 mm (Δx 3.00 mm, Δy 4.00 mm, 53.13°)".
 [[nodiscard]] QString measureText(const Measure& measure, quillbay::ILinearUnit* unit, const QLocale& locale = {});
 
 /// Measures as a table for a spreadsheet: a line with the names of the columns (and units), then one line for each.

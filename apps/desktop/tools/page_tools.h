@@ -76,11 +76,11 @@ class PageTools : public QObject {
 
  private:
   using Make = std::function<quillbay::KxPtr<quillbay::IRStor>(quillbay::IRStor* source, SideProgress& progress)>;
-  quillbay::KxPtr<quillbay::IRStor> make(int id, const QString& doing, const Make& make);
-  bool change(int id, const QString& text, const QString& doing, const Make& make);
-  bool run(const QString& doing, const std::function<void(SideProgress&)>& work);
+  bool change(const Page& page, const QString& text, const QString& doing, const Make& make);
+  bool run(const QString& name, const QString& doing, const std::function<void(SideProgress&)>& work);
   void say(const QString& text) const;
-  [[nodiscard]] const Page* pageFor(int id, bool isChange) const;
+  [[nodiscard]] std::optional<Page> pageFor(int id) const;
+  [[nodiscard]] bool agreesToShrink(qint64 pixels) const;
 
   quillbay::IApp* m_app;
   Document* m_document;
