@@ -41,6 +41,8 @@ class CRPolyVector {
   /// The points of an element of type `Path`.
   [[nodiscard]] std::span<const CRPoint> pathOf(const Element& element) const noexcept;
 
+  /// Of another vector; not a path.
+  void addElement(const Element& element) { m_elements.push_back(element); }
   void addPoint(const CRPoint& at);
   void addLine(const CRPoint& from, const CRPoint& to);
   /// A closed path also joins its last point with its first. One of fewer than two points adds nothing.

@@ -79,4 +79,15 @@ void placesOfDifference(const CRPolyVector& before, const CRPolyVector& now, con
   add(b, a);
 }
 
+void elementsIn(const CRPolyVector& drawing, const CRRect& area, CRPolyVector* out) {
+  out->clear();
+  for (const Element& e : drawing.elements()) {
+    const bool isLine = e.type == CRPolyVector::Type::Line;
+    const CRRect bounds =
+        isLine ? shape::spanned(e.from, e.to)
+               : CRRect{e.from.x - e.radius, e.from.y - e.radius, e.from.x + e.radius, e.from.y + e.radius};
+    if (touches(bounds, area)) out->addElement(e);
+  }
+}
+
 }  // namespace quillbay

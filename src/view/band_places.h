@@ -11,4 +11,7 @@ namespace quillbay {
 void placesOfDifference(const CRPolyVector& before, const CRPolyVector& now, const CRRect& visible, double pixel,
                         std::vector<CRRect>* places);
 
+/// Replaces what `out` holds by the elements of `drawing`, which has no paths, that may reach into an area.
+void elementsIn(const CRPolyVector& drawing, const CRRect& area, CRPolyVector* out);
+
 }  // namespace quillbay

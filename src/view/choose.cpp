@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::size_t kMostStatusCharacters = 256;
 constexpr int kTransparent = 1;
-/// Where a band may reach beyond the visible area with its marks and its width.
+/// So far a stroke may reach beyond its geometry, and more.
 constexpr double kMarginPixels = 8;
 
 /// The first characters of a text in UTF-8.
@@ -141,13 +141,14 @@ void CChooseBase::setPainted(bool painted) {
 }
 
 void CChooseBase::redraw(const CRPolyVector& before, const CRPolyVector& now) {
-  const double mm = pixel();
-  CRRect visible = m_view->GetVisibleArea();
-  const double margin = kMarginPixels * mm;
-  visible = {visible.left - margin, visible.top - margin, visible.right + margin, visible.bottom + margin};
   m_places.clear();
-  placesOfDifference(before, now, visible, mm, &m_places);
+  placesOfDifference(before, now, withMargin(m_view->GetVisibleArea()), pixel(), &m_places);
   for (const CRRect& place : m_places) m_view->Invalidate(&place);
+}
+
+CRRect CChooseBase::withMargin(const CRRect& area) const {
+  const double margin = kMarginPixels * pixel();
+  return {area.left - margin, area.top - margin, area.right + margin, area.bottom + margin};
 }
 
 double CChooseBase::pixel() const {
@@ -216,7 +217,8 @@ void CChooseBase::paint(IKxViewDC& dc) {
   surface->SetDrawingMode(kDrawXor);
   selectDefaultPen(surface.get(), 0);
   const auto pen = KxPtr<IPen>::adopt(surface->GetPen());
-  pen->DrawPolyVector(surface.get(), view::onDevice(dc.GetTransform(), ratio), band().drawing(pixel()));
+  elementsIn(band().drawing(pixel()), withMargin(dc.GetClip()), &m_inClip);
+  pen->DrawPolyVector(surface.get(), view::onDevice(dc.GetTransform(), ratio), m_inClip);
   surface->Flush();
 }
 

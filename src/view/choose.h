@@ -106,6 +106,7 @@ class CChooseBase : public IChoose, protected IRubberSite {
 
   [[nodiscard]] KxPtr<IChoose> held() { return KxPtr<IChoose>::share(this); }
   void paint(IKxViewDC& dc);
+  [[nodiscard]] CRRect withMargin(const CRRect& area) const;
   void showCursor();
   void restoreCursor();
 
@@ -120,6 +121,7 @@ class CChooseBase : public IChoose, protected IRubberSite {
   std::optional<int> m_cursorBefore;  // the view's, while ours shows
   int m_cursor = -1;
   std::vector<CRRect> m_places;  // kept from event to event
+  CRPolyVector m_inClip;         // from paint to paint
   PaintReactor m_paint{this};
   MouseReactor m_mouse{this};
   KeySink m_keys{this};

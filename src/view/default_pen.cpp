@@ -127,6 +127,4 @@ void selectDefaultPen(IPenDC* dc, std::uint32_t value) {
   if (dc) dc->SetPen(getDefaultPen(value).get());
 }
 
-KxPtr<IPen> makePen(const PenHandle& handle) { return KxPtr<IPen>::adopt(new CExtPen(handle)); }
-
 }  // namespace quillbay

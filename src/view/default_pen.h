@@ -34,22 +34,9 @@ class CDefaultPen : public CKxUnknownImpl<IPen> {
   CRPolyVector m_work;            // a shape in its elements
 };
 
-/// Draws with a handle of the caller; the surface's own is selected again after each element.
-class CExtPen final : public CDefaultPen {
- public:
-  explicit CExtPen(const PenHandle& handle) : CDefaultPen(0), m_handle(handle) {}
-  int Begin(IPenDC* dc, int) override { return dc->SelectHandle(m_handle, &m_former); }
-  void End(IPenDC* dc) override { dc->SelectHandle(m_former, nullptr); }
-
- private:
-  const PenHandle m_handle;
-  PenHandle m_former;
-};
-
 /// The pen of a value; the same one each time, kept until the module goes.
 [[nodiscard]] KxPtr<IPen> getDefaultPen(std::uint32_t value);
 /// Makes it the surface's pen.
 void selectDefaultPen(IPenDC* dc, std::uint32_t value);
-[[nodiscard]] KxPtr<IPen> makePen(const PenHandle& handle);
 
 }  // namespace quillbay

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "view/default_pen.h"
+#include "view/ext_pen.h"
 #include "view/pen_dc.h"
 #include "view/pixel_strokes.h"
 #include "view/view_transform.h"
