@@ -28,6 +28,7 @@
 #include "channels/writing_file.h"
 #include "quillbay/color_space.h"
 #include "quillbay/errors.h"
+#include "quillbay/process_memory.h"
 
 namespace quillbay {
 namespace {
@@ -298,6 +299,7 @@ int run(int argc, char** argv) {
 }  // namespace quillbay
 
 int main(int argc, char** argv) {
+  quillbay::keepFreedMemory();  // as our programs do; for the plain libraries, too
   try {
     return quillbay::run(argc, argv);
   } catch (const quillbay::CXException& e) {

@@ -5,10 +5,12 @@
 #include <csignal>
 
 #include "quillbay/host.h"
+#include "quillbay/process_memory.h"
 #include "window/main_window.h"
 #include "window/toolkit_texts.h"
 
 int main(int argc, char** argv) {
+  quillbay::keepFreedMemory();
   std::signal(SIGPIPE, SIG_IGN);  // a scanner's driver may write into a pipe that is gone
   QApplication application(argc, argv);
   desktop::ToolkitTexts texts;

@@ -7,6 +7,7 @@
 #include "help_text.h"
 #include "program.h"
 #include "quillbay/host.h"
+#include "quillbay/process_memory.h"
 #include "reporter.h"
 
 namespace {
@@ -41,6 +42,7 @@ int runWithApplication(const ScanOptions& options, Reporter& reporter, char* nam
 }  // namespace
 
 int main(int argc, char** argv) {
+  quillbay::keepFreedMemory();
   std::string wrong;
   const ScanOptions options = parseCommandLine({argv + 1, argv + argc}, &wrong);
   Reporter reporter(options);
