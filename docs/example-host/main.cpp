@@ -1,9 +1,12 @@
 // A program that embeds the scanning panel: a window with the panel in it, on the simulated scanner; with "--bar"
 // the panel comes in a docking bar beside the program's own document. Without a file it waits for a person;
-// "example-host [--bar] FILE.tif" scans one page into that file and ends.
+// "example-host [--bar] FILE.tif" scans one page into that file and ends. "example-host --measure [X1 Y1 X2 Y2]"
+// shows a sheet instead, on which a person measures a line; coordinates in millimetres are measured at once.
+#include <quillbay/choosers.h>
 #include <quillbay/control.h>
 #include <quillbay/host.h>
 #include <quillbay/quillbay.h>
+#include <quillbay/view.h>
 
 #include <QApplication>
 #include <QFileInfo>
@@ -76,12 +79,57 @@ bool openBar(qb::IHostApp& app, QMainWindow& window, qb::IQuillbaySink** sink) {
   return qb::New_QuillbayBar(script.get(), sink, qb::ScanToFile) != nullptr;
 }
 
+// Is told how a line is chosen on a view, and prints it.
+class LineMeasure final : public qb::CKxUnknownImplStatic<qb::IToolCtxRubberSink> {
+ public:
+  int PointMoved(qb::IChoose*, int, const qb::CRPoint&) override { return 1; }
+  int PointFixed(qb::IChoose*, int, const qb::CRPoint&) override { return 1; }
+  int PointTakenBack(qb::IChoose*, int) override { return 1; }
+  int Finished(qb::IChoose* choose) override {
+    qb::CRLine line;
+    if (const auto shape = qb::query<qb::IChooseShape<qb::CRLine>>(choose); shape && shape->GetShape(&line))
+      std::printf("%.2f mm\n", line.length());
+    QCoreApplication::quit();
+    return 1;
+  }
+  int Cancelled(qb::IChoose*) override {
+    QCoreApplication::quit();
+    return 1;
+  }
+};
+
+// Third: a view of the library without the panel. On it a person chooses a line.
+int measure(qb::IHostApp& app, const QStringList& numbers) {
+  QMainWindow window;
+  const auto view = qb::new_ViewPort(&app, &window);
+  window.setCentralWidget(view->GetWindow());
+  const auto painter = qb::new_RasterPainter(view.get());
+  const auto sheet = qb::new_IRStor(qb::KxColorSpace::Grey, 1240, 1754, 150);
+  painter->Add(sheet.get(), {0, 0}, 0);
+  window.resize(600, 800);
+  window.show();
+  LineMeasure line;
+  const auto tools = qb::new_ToolCtx(&app, view.get());
+  const auto choose = qb::KxPtr<qb::IChoose>::adopt(tools->ChooseLine(0, 1, &line));
+  if (!choose) return 1;
+  // What a person types takes the same way as clicks.
+  QMetaObject::invokeMethod(
+      &window,
+      [&] {
+        for (int i = 0; i + 1 < numbers.size(); i += 2)
+          choose->FixPoint({numbers[i].toDouble(), -numbers[i + 1].toDouble()});
+      },
+      Qt::QueuedConnection);
+  return QApplication::exec();
+}
+
 }  // namespace example
 
 int main(int argc, char** argv) {
   QApplication application(argc, argv);
   QStringList arguments = QApplication::arguments().mid(1);
   const bool bar = arguments.removeAll("--bar") > 0;
+  const bool measures = arguments.removeAll("--measure") > 0;
   const bool person = arguments.isEmpty();
 
   // The application object answers everything that the panel asks for.
@@ -90,6 +138,7 @@ int main(int argc, char** argv) {
   options.interactive = person;
   options.keepSettings = person;
   const auto app = qb::New_HostApp(options);
+  if (measures) return example::measure(*app, arguments);
   const auto manager = app.as<qb::IScanManager>();
   std::string why;
   if (!manager->SetCurrent("sim:size=210x297,count=1,seed=3", &why)) {

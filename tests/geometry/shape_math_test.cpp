@@ -115,7 +115,9 @@ TEST(ShapeMath, ALineIsCutToARectangle) {
   for (const Case& c : cases) {
     const auto part = shape::clipped(c.line, area);
     ASSERT_EQ(part.has_value(), c.touches) << c.line.from.x << ' ' << c.line.from.y;
-    if (part) EXPECT_EQ(*part, c.part);
+    if (part) {
+      EXPECT_EQ(*part, c.part);
+    }
   }
 }
 

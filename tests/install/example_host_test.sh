@@ -20,6 +20,8 @@ test -s "$root/by-cmake.tif"
 "$root/build/example-host" --bar "$root/by-bar.tif"
 test -s "$root/by-bar.tif"
 
+"$root/build/example-host" --measure 10 10 40 50 | grep -x "50[.,]00 mm"
+
 pc=$(find "$root/moved" -name quillbay.pc)
 lib=$(dirname "$(dirname "$pc")")
 # shellcheck disable=SC2046,SC2086

@@ -49,6 +49,7 @@ class CallerSinks final
     *out = part == 0 ? first : second;
     return !out->empty();
   }
+  [[nodiscard]] IKxUnknown* base() { return static_cast<IToolCtxRubberSink*>(this); }
   std::string log, first, second;
   int cursor = -1;
   bool offers = true;
@@ -67,7 +68,7 @@ class Choosers : public testing::Test {
     QApplication::processEvents();
     tools = KxPtr<IToolCtx>::adopt(view.as<IToolCtxSource>()->CreateToolCtx()).as<IToolCtxEx>();
   }
-  void begin(const Choose& choose) { chooser = KxPtr<IChoose>::adopt(choose(*tools, &sinks)); }
+  void begin(const Choose& choose) { chooser = KxPtr<IChoose>::adopt(choose(*tools, sinks.base())); }
 
   /// Steps parted by blanks: "m10,20" moves the pointer, "c" clicks there, "p" presses, "u" lets go, "h" moves with
   /// the button held, "d" clicks twice, "r" clicks the right button; all of them with "S" before hold Shift.
@@ -120,7 +121,9 @@ class Choosers : public testing::Test {
     Shape s;
     const auto source = chooser.as<IChooseShape<Shape>>();
     EXPECT_TRUE(source);
-    if (source) EXPECT_EQ(source->GetShape(&s), 1);
+    if (source) {
+      EXPECT_EQ(source->GetShape(&s), 1);
+    }
     return s;
   }
 
@@ -399,7 +402,7 @@ TEST_F(Choosers, EndWithTheirView) {
   begin(kLine);
   delete window;
   EXPECT_EQ(sinks.log, "cancelled");
-  EXPECT_EQ(tools->ChooseLine(0, 1, &sinks), nullptr);
+  EXPECT_EQ(tools->ChooseLine(0, 1, sinks.base()), nullptr);
 }
 
 }  // namespace
