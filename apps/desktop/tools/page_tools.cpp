@@ -15,6 +15,7 @@ namespace desktop {
 using quillbay::CRFrame;
 using quillbay::CRPoint;
 using quillbay::KxPtr;
+using quillbay::KXRGBQUAD;
 using quillbay::RasterShape;
 
 namespace {
