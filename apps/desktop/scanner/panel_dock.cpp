@@ -53,10 +53,14 @@ class PanelListener final
   void OnPublished(const std::string& file, std::int32_t) override {
     emit m_dock->published(QString::fromStdString(file));
   }
+  /// Whether the page that runs is turned to become straight.
+  [[nodiscard]] bool isTurned() const noexcept { return m_turned; }
   void OnMessage(const std::string&) override {}
+  void OnDetected(const quillbay::DetectedArea& area) override { m_turned = area.angle != 0; }
   void OnEnded(quillbay::EndCause cause, const quillbay::UnitFault& fault, std::int32_t pages) override {
     if (std::exchange(m_dock->m_isPreviewing, false))
       return emit m_dock->previewEnded(static_cast<int>(cause), QString::fromStdString(fault.text));
+    m_turned = false;
     emit m_dock->ended(static_cast<int>(cause), QString::fromStdString(fault.text), pages);
   }
   void OnSettingChanged(std::string_view key) override {
@@ -68,6 +72,7 @@ class PanelListener final
  private:
   PanelDock* m_dock;
   bool m_pageRuns = false;
+  bool m_turned = false;
 };
 
 PanelDock::PanelDock(quillbay::IApp* app, quillbay::IKxView* view, QWidget* parent)
@@ -150,6 +155,17 @@ void PanelDock::keepRasters(bool keep) {
 KxPtr<quillbay::IRStor> PanelDock::scanRaster() const {
   const auto source = m_sink ? m_sink.as<quillbay::IRGetSource>() : nullptr;
   return source ? KxPtr<quillbay::IRStor>::adopt(source->GetRaster()) : nullptr;
+}
+
+std::optional<quillbay::tagRPOINT> PanelDock::startedCorner() const {
+  const auto source = m_sink ? m_sink.as<quillbay::IRGetSource>() : nullptr;
+  if (!source || !m_control || m_listener->isTurned()) return std::nullopt;
+  quillbay::CKxVariant bursting, fragment;
+  m_control->GetParam(quillbay::key::Bursting, &bursting);
+  m_control->GetParam(quillbay::key::CustomScanValid, &fragment);
+  if (bursting.toInt() != 0 && fragment.toInt() == 0) return std::nullopt;
+  const quillbay::CRDirectTfm place = source->GetTransform();
+  return quillbay::tagRPOINT{place.offsetX, place.offsetY};
 }
 
 KxPtr<quillbay::IPreviewControl> PanelDock::preview() const {

@@ -2,6 +2,7 @@
 #include <QDockWidget>
 #include <QPointer>
 #include <memory>
+#include <optional>
 
 #include "quillbay/control.h"
 #include "quillbay/preview_control.h"
@@ -36,6 +37,9 @@ class PanelDock : public QDockWidget {
   void keepRasters(bool keep);
   /// The raster that the running scan fills for the view; null when there is none.
   [[nodiscard]] quillbay::KxPtr<quillbay::IRStor> scanRaster() const;
+  /// Where the top left corner of the page that is starting (`pageStarted`) lies on the scanner's bed, mm. Nothing
+  /// when its lines are not those of the bed: it is straightened, or a piece of a longer one.
+  [[nodiscard]] std::optional<quillbay::tagRPOINT> startedCorner() const;
   /// The panel's window; null without one.
   [[nodiscard]] QWidget* panel() const { return m_panel; }
   /// The row above the panel.

@@ -24,6 +24,7 @@
 #include "screenshots/preset_shots.h"
 #include "screenshots/print_shots.h"
 #include "screenshots/save_shots.h"
+#include "screenshots/tool_shots.h"
 #include "view/document_view.h"
 #include "view/live_page.h"
 #include "window/log_dock.h"
@@ -64,6 +65,7 @@ class Shooting : private Stage {
     if (!scan({420, 297}, all ? quillbay::kModeRgb : quillbay::kModeBwThreshold, 200)) return false;
     window().view().fitAll();
     if (!save(window(), "main") || !save(*panel(), "panel-to-view")) return false;
+    if ((all || qEnvironmentVariableIsSet("QUILLBAY_ALL_TOOLS")) && !shootTools(*this)) return false;
     if (!shootPreview(*this) || !shootPages(*this)) return false;
     if (all && !(shootColours(*this) && shootPalette(*this) && shootSave(*this) && shootPresets(*this)))
       return false;

@@ -3,9 +3,11 @@
 #include <QPointer>
 #include <QWidget>
 #include <memory>
+#include <optional>
 
 #include "document/document.h"
 #include "document/page_image.h"
+#include "quillbay/shapes.h"
 #include "quillbay/view.h"
 #include "view/live_page.h"
 
@@ -23,7 +25,7 @@ class ZoomLink;
 /// the view, and for as long as it shows there a part of the document that the user asked for, or a page that is
 /// scanned and not kept. Beside what the view port does (the wheel zooms about the pointer, the middle button pans,
 /// Alt with arrows scrolls), the left button and the scroll bars pan, a click chooses a page, a double click shows
-/// it in full, arrows scroll and files can be dropped.
+/// it in full, arrows scroll and files can be dropped. While a tool runs the left button is the tool's.
 class DocumentView : public QWidget {
   Q_OBJECT
  public:
@@ -52,6 +54,16 @@ class DocumentView : public QWidget {
   [[nodiscard]] quillbay::IKxView* kxView() const { return m_kxView.get(); }
   /// The window that is painted on and that gets keys and mouse.
   [[nodiscard]] QWidget* surface() const { return m_surface; }
+  /// What tools choose geometry on.
+  [[nodiscard]] quillbay::IKxViewPort* port() const { return m_port.get(); }
+  /// While a tool runs the left button is the tool's: it neither pans nor chooses pages.
+  void setTool(bool runs) { m_hasTool = runs; }
+  [[nodiscard]] bool hasTool() const { return m_hasTool; }
+  /// The page (0: the one that is being scanned) at a place of the view's document, or the nearest one within
+  /// `near` millimetres; nothing beside the pages.
+  [[nodiscard]] std::optional<int> pageAt(const quillbay::CRPoint& at, double near) const;
+  /// Where a page's top left corner is in the view's document; nothing for a page that is not shown.
+  [[nodiscard]] std::optional<quillbay::CRPoint> cornerOf(int id) const;
 
  signals:
   void zoomChanged();
@@ -161,6 +173,7 @@ class DocumentView : public QWidget {
   QSize m_clientSize;
   QPointF m_press, m_last;
   bool m_moved = false;
+  bool m_hasTool = false;
 };
 
 }  // namespace desktop

@@ -4,6 +4,8 @@
 #include <QMimeData>
 #include <QMouseEvent>
 #include <QUrl>
+#include <algorithm>
+#include <cmath>
 
 #include "view/document_view.h"
 
@@ -34,12 +36,14 @@ bool DocumentView::eventFilter(QObject* watched, QEvent* event) {
       break;
     case QEvent::MouseMove: move(mouse); break;
     case QEvent::MouseButtonRelease:
+      if (m_hasTool) break;
       m_surface->unsetCursor();
       if (const int id = pageAt(mouse.position()); id && !m_moved && mouse.button() == Qt::LeftButton) {
         emit pageChosen(id);
       }
       break;
     case QEvent::MouseButtonDblClick:
+      if (m_hasTool) break;
       if (const int id = pageAt(mouse.position()); id && mouse.button() == Qt::LeftButton) fitPage(id);
       break;
     case QEvent::FocusIn:
@@ -73,7 +77,8 @@ bool DocumentView::eventFilter(QObject* watched, QEvent* event) {
 
 void DocumentView::move(const QMouseEvent& event) {
   const QPointF at = event.position();
-  if (event.buttons() == Qt::LeftButton && (m_moved || (at - m_press).manhattanLength() > kDragPixels)) {
+  const bool isOurs = event.buttons() == Qt::LeftButton && !m_hasTool;
+  if (isOurs && (m_moved || (at - m_press).manhattanLength() > kDragPixels)) {
     m_moved = true;
     m_surface->setCursor(Qt::ClosedHandCursor);
     pan(at.x() - m_last.x(), at.y() - m_last.y());
@@ -83,6 +88,25 @@ void DocumentView::move(const QMouseEvent& event) {
   const QRectF page = pageRect(under ? under : m_current);
   const auto mm = m_port->ToDocument(at.x(), at.y());
   emit pointerMoved(QPointF(mm.x, -mm.y) - page.topLeft(), !m_layout.empty());
+}
+
+std::optional<int> DocumentView::pageAt(const quillbay::CRPoint& at, double near) const {
+  std::optional<int> found;
+  for (const Shown& shown : m_layout) {
+    const double dx = at.x - std::clamp(at.x, shown.mm.left(), shown.mm.right());
+    const double dy = -at.y - std::clamp(-at.y, shown.mm.top(), shown.mm.bottom());
+    const double away = std::hypot(dx, dy);
+    if (away > near) continue;
+    near = away;
+    found = shown.id;
+  }
+  return found;
+}
+
+std::optional<quillbay::CRPoint> DocumentView::cornerOf(int id) const {
+  const QRectF mm = pageRect(id);
+  if (mm.isEmpty()) return std::nullopt;
+  return quillbay::CRPoint{mm.left(), -mm.top()};
 }
 
 /// What the view port and whoever listens to its keys left.

@@ -19,6 +19,7 @@
 #include "scanner/panel_dock.h"
 #include "scanner/scanner_commands.h"
 #include "scanner/scanner_offer.h"
+#include "tools/tool_commands.h"
 #include "view/document_view.h"
 #include "view/live_page.h"
 #include "window/log_dock.h"
@@ -84,6 +85,7 @@ MainWindow::MainWindow(const ProgramFolders& folders, QWidget* parent)
   makeFileMenu();
   makeScanMenu();
   makePageMenu();
+  makeToolsMenu();
   makeViewMenu();
   makeContextMenu();
   makeHelpMenu();
@@ -101,6 +103,7 @@ MainWindow::~MainWindow() {
   *m_self = nullptr;  // no thread of a scan is left that could look
   m_app->SetMainWindow(nullptr);
   m_app->SetPages(nullptr);
+  delete m_tools;  // draws on the view
   delete m_live;   // reads from the panel
   delete m_panel;  // these use the application object, which goes before the other children
   delete m_view;
@@ -287,7 +290,9 @@ void MainWindow::start() {
   m_guard->offerLeftovers();
 }
 
-bool MainWindow::isOccupied() const { return m_closing || m_opening || m_printing || m_pageCommands->isRunning(); }
+bool MainWindow::isOccupied() const {
+  return m_closing || m_opening || m_printing || m_pageCommands->isRunning() || m_tools->isWorking();
+}
 
 bool MainWindow::setMode(quillbay::eTarnwellMode mode) {
   if (m_panel->isBusy()) {
@@ -338,7 +343,8 @@ void MainWindow::closeEvent(QCloseEvent* event) {
   event->ignore();
   if (std::exchange(m_closing, true)) return;
   const auto open = qScopeGuard([this] { m_closing = false; });
-  if (m_pageCommands->isRunning() || m_printing) return;  // its window is open: it is cancelled there
+  if (m_pageCommands->isRunning() || m_tools->isWorking() || m_printing)
+    return;  // its window is open: it is cancelled there
   if (m_opening) {
     m_closeLater = true;
     return m_files->cancel();

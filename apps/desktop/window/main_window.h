@@ -26,6 +26,7 @@ class PanelDock;
 class ScannerCommands;
 class SessionGuard;
 class StatusLine;
+class ToolCommands;
 
 /// Where the program keeps its settings; empty: the usual folders.
 struct ProgramFolders {
@@ -68,6 +69,9 @@ class MainWindow : public QMainWindow {
   void startScan();
   /// A message window for something that went wrong; it goes to the log as well.
   void tell(const QString& text);
+  /// Whether a file may be written, which `pages` pages go into: asks when something would be lost. `known` is the
+  /// file as it was read.
+  bool mayReplace(const QString& file, const FileStamp& known, int pages);
 
   [[nodiscard]] PageFiles& files() { return *m_files; }
   [[nodiscard]] Document& document() { return *m_document; }
@@ -82,6 +86,7 @@ class MainWindow : public QMainWindow {
   [[nodiscard]] PageCommands& pageCommands() { return *m_pageCommands; }
   [[nodiscard]] SessionGuard& guard() { return *m_guard; }
   [[nodiscard]] NetCommands& net() { return *m_net; }
+  [[nodiscard]] ToolCommands& tools() { return *m_tools; }
   [[nodiscard]] Prompts& prompts() { return m_prompts; }
   /// Null until the manual was opened.
   [[nodiscard]] ManualWindow* manual() { return m_manual.get(); }
@@ -99,6 +104,7 @@ class MainWindow : public QMainWindow {
   void makeFileMenu();
   void makeScanMenu();
   void makePageMenu();
+  void makeToolsMenu();
   void makeViewMenu();
   void makeHelpMenu();
   void fillRecent();
@@ -131,7 +137,6 @@ class MainWindow : public QMainWindow {
   bool mayEndScripts();
   /// Cancels them, and waits for what they save.
   void endScripts();
-  bool mayReplace(const QString& file, const FileStamp& known, int pages);
   bool isSaved(bool done, const QString& file, const QString& why);
   bool saveNew(const std::vector<int>& ids, const QString& file);
   bool saveBack(const SavePlan::File& file);
@@ -156,11 +161,13 @@ class MainWindow : public QMainWindow {
   PageCommands* m_pageCommands = nullptr;
   ScannerCommands* m_scanner = nullptr;
   NetCommands* m_net = nullptr;
+  ToolCommands* m_tools = nullptr;
   LogDock* m_log = nullptr;
   StatusLine* m_status = nullptr;
   QMenu* m_recent = nullptr;
   QMenu* m_pageMenu = nullptr;
   QAction *m_undo = nullptr, *m_redo = nullptr, *m_moveUp = nullptr, *m_moveDown = nullptr;
+  QAction* m_stop = nullptr;
   QAction *m_close = nullptr, *m_saveAs = nullptr, *m_fitPage = nullptr;
   QStringList m_toOpen;
   bool m_opening = false;

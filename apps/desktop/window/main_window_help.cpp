@@ -2,6 +2,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 
+#include "tools/tool_commands.h"
 #include "window/main_window.h"
 #include "window/manual_window.h"
 
@@ -9,7 +10,8 @@ namespace desktop {
 
 void MainWindow::makeHelpMenu() {
   QMenu* menu = menuBar()->addMenu(tr("&Help"));
-  addAction(menu, tr("&Manual"), QKeySequence::HelpContents, tr("Opens the manual"), [this] { openManual({}); });
+  addAction(menu, tr("&Manual"), QKeySequence::HelpContents, tr("Opens the manual"),
+            [this] { openManual(m_tools->helpTopic()); });
   addAction(menu, tr("&Keys and mouse"), {}, tr("Lists the keys of all commands, and what the mouse does"),
             [this] { openManual("QBHelp:IDH_Keys"); });
   menu->addSeparator();

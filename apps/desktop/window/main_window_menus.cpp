@@ -14,6 +14,8 @@
 #include "scanner/panel_dock.h"
 #include "scanner/preview_menu.h"
 #include "scanner/scanner_commands.h"
+#include "tools/measure_dock.h"
+#include "tools/tool_commands.h"
 #include "view/document_view.h"
 #include "window/log_dock.h"
 #include "window/main_window.h"
@@ -121,6 +123,7 @@ void MainWindow::makeScanMenu() {
   m_needsOpenPanel = {previewMenu->menuAction()};
   m_needsIdle = {scan, batch, eject, modes->menuAction()};
   m_needsBusy = {stop, after};
+  m_stop = stop;
   // A scan that the panel has just started is not known here before its first lines come. The key stops it all the
   // same, while the command, which would take the key, is disabled.
   m_stopKey = new QShortcut(stop->shortcut(), this);
@@ -142,6 +145,12 @@ void MainWindow::makePageMenu() {
     statusBar()->showMessage(text);
   });
   connect(m_pageCommands, &PageCommands::missed, this, &MainWindow::tell);
+}
+
+void MainWindow::makeToolsMenu() {
+  m_tools = new ToolCommands(this);
+  m_tools->makeMenu();
+  connect(m_tools, &ToolCommands::stateChanged, this, &MainWindow::updateActions);
 }
 
 /// The commands that change what pages there are, and undo.
@@ -216,20 +225,26 @@ void MainWindow::makeViewMenu() {
   m_panel->toggleViewAction()->setText(tr("&Scanning panel"));
   m_pages->toggleViewAction()->setText(tr("Pa&ges"));
   m_log->toggleViewAction()->setText(tr("&Log"));
-  menu->addActions({m_panel->toggleViewAction(), m_pages->toggleViewAction(), m_log->toggleViewAction()});
+  m_tools->dock()->toggleViewAction()->setText(tr("&Measures"));
+  m_tools->bar()->toggleViewAction()->setText(tr("&Toolbar"));
+  menu->addActions({m_panel->toggleViewAction(), m_pages->toggleViewAction(), m_log->toggleViewAction(),
+                    m_tools->dock()->toggleViewAction(), m_tools->bar()->toggleViewAction()});
 }
 
 void MainWindow::updateActions() {
   const bool busy = m_panel->isBusy(), panel = m_panel->control() != nullptr;
   for (QAction* action : m_needsPage) action->setEnabled(!m_document->pages().empty());
   updateSteps();
-  m_pageCommands->update(busy);
+  m_pageCommands->update(busy || m_tools->isWorking());
   for (QAction* action : m_needsIdle) action->setEnabled(!busy);
   for (QAction* action : m_needsPanel) action->setEnabled(panel && !busy);
   for (QAction* action : m_needsOpenPanel) action->setEnabled(panel);
   for (QAction* action : m_needsBusy) action->setEnabled(busy);
-  m_stopKey->setEnabled(!busy);
+  // While a tool is drawn with the key ends the tool, also in a scan.
+  m_stopKey->setEnabled(!busy && !m_tools->isDrawing());
+  m_stop->setShortcut(m_tools->isDrawing() ? QKeySequence() : QKeySequence(Qt::Key_Escape));
   m_scanner->updateActions(busy);
+  m_tools->updateActions(busy);
   for (QAction* action : m_modes->actions()) action->setChecked(action->data().toInt() == m_mode);
   setWindowModified(m_document->isModified());
   const Page* page = m_document->page(m_view->current());
@@ -253,6 +268,7 @@ void MainWindow::applyUnit() {
   for (QAction* action : m_units->actions()) action->setChecked(action->data().toString() == unit);
   m_status->setUnit(unit.toStdString());
   m_pages->setUnit(m_status->unit());
+  m_tools->setUnit(m_status->unit());
   if (m_panel->control())
     m_panel->control()->SetParam(quillbay::key::Units, unit == "inch" ? quillbay::kInches : quillbay::kMillimetres,
                                  nullptr);

@@ -9,6 +9,7 @@
 #include "document/page_list.h"
 #include "document/page_order.h"
 #include "scanner/panel_dock.h"
+#include "tools/tool_commands.h"
 #include "view/document_view.h"
 #include "view/live_page.h"
 #include "window/log_dock.h"
@@ -199,12 +200,12 @@ bool MainWindow::closeAll() {
 }
 
 void MainWindow::undo() {
-  if (m_pageCommands->isRunning() || !m_document->undo()) return;
+  if (m_pageCommands->isRunning() || m_tools->isWorking() || !m_document->undo()) return;
   m_view->reveal(m_view->current());
 }
 
 void MainWindow::redo() {
-  if (m_pageCommands->isRunning() || !m_document->redo()) return;
+  if (m_pageCommands->isRunning() || m_tools->isWorking() || !m_document->redo()) return;
   m_view->reveal(m_view->current());
 }
 

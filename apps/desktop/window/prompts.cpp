@@ -21,7 +21,7 @@ namespace {
 
 constexpr auto kSelectable = Qt::TextSelectableByMouse | Qt::TextSelectableByKeyboard;
 
-QString text(const char* english) { return QCoreApplication::translate("Prompts", english); }
+QString promptText(const char* english) { return QCoreApplication::translate("Prompts", english); }
 
 QString patternsOf(const quillbay::FormatInfo& format) {
   QStringList patterns;
@@ -39,9 +39,9 @@ QString& lastFolder() {
 QStringList filesToOpen(QWidget* parent) {
   QStringList all;
   for (const auto& format : quillbay::ListFormats()) all += patternsOf(format);
-  QStringList files =
-      QFileDialog::getOpenFileNames(parent, text("Open pages"), lastFolder(),
-                                    text("Pictures (%1)").arg(all.join(' ')) + ";;" + text("All files (*)"));
+  QStringList files = QFileDialog::getOpenFileNames(
+      parent, promptText("Open pages"), lastFolder(),
+      promptText("Pictures (%1)").arg(all.join(' ')) + ";;" + promptText("All files (*)"));
   if (!files.isEmpty()) lastFolder() = QFileInfo(files.front()).absolutePath();
   return files;
 }
@@ -58,13 +58,13 @@ QStringList saveFilters(quillbay::IApp* app, bool paged) {
       if (format.name == listed.name) patterns += patternsOf(format).split(' ');
     }
     patterns.removeDuplicates();
-    filters += QString("%1 (%2)").arg(text(listed.description.c_str()), patterns.join(' '));
+    filters += QString("%1 (%2)").arg(promptText(listed.description.c_str()), patterns.join(' '));
   }
   return filters;
 }
 
 QString nameToSave(QWidget* parent, const QStringList& filters, const QString& suggested, bool paged) {
-  QFileDialog dialog(parent, paged ? text("Save all pages in one file") : text("Save page"));
+  QFileDialog dialog(parent, paged ? promptText("Save all pages in one file") : promptText("Save page"));
   dialog.setAcceptMode(QFileDialog::AcceptSave);
   dialog.setDirectory(lastFolder());
   dialog.setNameFilters(filters);
@@ -83,15 +83,32 @@ QString nameToSave(QWidget* parent, const QStringList& filters, const QString& s
   return dialog.selectedFiles().value(0);
 }
 
+QString tableToSave(QWidget* parent, const QString& suggested) {
+  const QString file = QFileDialog::getSaveFileName(
+      parent, promptText("Save table"), QDir(lastFolder()).filePath(suggested), promptText("Table (*.csv)"));
+  if (file.isEmpty()) return {};
+  lastFolder() = QFileInfo(file).absolutePath();
+  return file;
+}
+
+int askResolution(QWidget* parent, int now) {
+  constexpr int kMost = 9600;
+  bool accepted = false;
+  const int dpi = QInputDialog::getInt(parent, promptText("Scan frame again"), promptText("&Resolution (dpi)"), now,
+                                       1, kMost, 50, &accepted);
+  return accepted ? dpi : 0;
+}
+
 UnsavedAnswer askUnsaved(QWidget* parent, const QStringList& pages) {
-  QMessageBox box(QMessageBox::Warning, text("Unsaved pages"), {}, QMessageBox::NoButton, parent);
-  box.setText(pages.size() == 1 ? text("The page %1 is not saved.").arg(pages.front())
-                                : text("%1 pages are not saved.").arg(pages.size()));
-  box.setInformativeText(text("Without saving, scanned pages and changes are lost."));
+  QMessageBox box(QMessageBox::Warning, promptText("Unsaved pages"), {}, QMessageBox::NoButton, parent);
+  box.setText(pages.size() == 1 ? promptText("The page %1 is not saved.").arg(pages.front())
+                                : promptText("%1 pages are not saved.").arg(pages.size()));
+  box.setInformativeText(promptText("Without saving, scanned pages and changes are lost."));
   box.setTextInteractionFlags(kSelectable);
   if (pages.size() > 1) box.setDetailedText(pages.join('\n'));
-  auto* save = box.addButton(pages.size() == 1 ? text("&Save...") : text("&Save all..."), QMessageBox::AcceptRole);
-  auto* discard = box.addButton(text("&Discard"), QMessageBox::DestructiveRole);
+  auto* save = box.addButton(pages.size() == 1 ? promptText("&Save...") : promptText("&Save all..."),
+                             QMessageBox::AcceptRole);
+  auto* discard = box.addButton(promptText("&Discard"), QMessageBox::DestructiveRole);
   box.addButton(QMessageBox::Cancel);
   box.setDefaultButton(save);
   box.exec();
@@ -112,19 +129,19 @@ bool askToAgree(QWidget* parent, const QString& question, const QString& yes) {
 int askBatchPages(QWidget* parent) {
   bool accepted = false;
   const int pages =
-      QInputDialog::getInt(parent, text("Scan batch"), text("&Pages (0: until there are no more documents)"), 0, 0,
-                           100000, 1, &accepted);
+      QInputDialog::getInt(parent, promptText("Scan batch"),
+                           promptText("&Pages (0: until there are no more documents)"), 0, 0, 100000, 1, &accepted);
   return accepted ? pages : -1;
 }
 
 /// Whether a running scan is to be stopped; Return and Escape let it run.
 bool askStop(QWidget* parent) {
-  QMessageBox box(QMessageBox::Question, QCoreApplication::applicationName(), text("A scan is running."),
+  QMessageBox box(QMessageBox::Question, QCoreApplication::applicationName(), promptText("A scan is running."),
                   QMessageBox::NoButton, parent);
-  box.setInformativeText(text("Stopping deletes the page that is being scanned."));
+  box.setInformativeText(promptText("Stopping deletes the page that is being scanned."));
   box.setTextInteractionFlags(kSelectable);
-  const auto* stop = box.addButton(text("&Stop the scan"), QMessageBox::DestructiveRole);
-  auto* goOn = box.addButton(text("&Continue scanning"), QMessageBox::RejectRole);
+  const auto* stop = box.addButton(promptText("&Stop the scan"), QMessageBox::DestructiveRole);
+  auto* goOn = box.addButton(promptText("&Continue scanning"), QMessageBox::RejectRole);
   box.setDefaultButton(goOn);
   box.setEscapeButton(goOn);
   box.exec();
@@ -140,8 +157,10 @@ Prompts windowPrompts(QWidget* parent, std::function<void(const std::string& top
   prompts.saveName = [parent, app = std::move(app)](const QString& suggested, bool paged) {
     return nameToSave(parent, saveFilters(app(), paged), suggested, paged);
   };
+  prompts.tableName = [parent](const QString& suggested) { return tableToSave(parent, suggested); };
+  prompts.resolution = [parent](int now) { return askResolution(parent, now); };
   prompts.folder = [parent] {
-    return QFileDialog::getExistingDirectory(parent, text("Folder for the pages"), lastFolder());
+    return QFileDialog::getExistingDirectory(parent, promptText("Folder for the pages"), lastFolder());
   };
   prompts.unsaved = [parent](const QStringList& pages) { return askUnsaved(parent, pages); };
   prompts.agree = [parent](const QString& question, const QString& yes) {

@@ -23,6 +23,10 @@ struct Prompts {
   std::function<QStringList()> openFiles;
   /// The name to save under, agreed to when it exists; empty: given up. `paged`: for several pages.
   std::function<QString(const QString& suggested, bool paged)> saveName;
+  /// The name to save a table under, agreed to when it exists; empty: given up.
+  std::function<QString(const QString& suggested)> tableName;
+  /// Dots per inch to scan a part of a page at, `now` those that are set; 0: given up.
+  std::function<int(int now)> resolution;
   /// The folder for several pages; empty: given up.
   std::function<QString()> folder;
   /// What to do with pages that are in no file.
