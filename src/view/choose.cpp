@@ -143,7 +143,13 @@ void CChooseBase::setPainted(bool painted) {
 void CChooseBase::redraw(const CRPolyVector& before, const CRPolyVector& now) {
   m_places.clear();
   placesOfDifference(before, now, withMargin(m_view->GetVisibleArea()), pixel(), &m_places);
-  for (const CRRect& place : m_places) m_view->Invalidate(&place);
+  // A stroke lies up to half a pixel beside its geometry and is a pixel wide, and where client and device pixels do
+  // not meet it may lie another half aside.
+  const double mm = pixel();
+  for (const CRRect& p : m_places) {
+    const CRRect place{p.left - mm, p.top - mm, p.right + mm, p.bottom + mm};
+    m_view->Invalidate(&place);
+  }
 }
 
 CRRect CChooseBase::withMargin(const CRRect& area) const {

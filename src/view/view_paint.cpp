@@ -1,5 +1,6 @@
 /// How a view port paints.
 #include <QPainter>
+#include <vector>
 
 #include "platform/base_services.h"
 #include "quillbay/view_overlay.h"
@@ -9,14 +10,41 @@ namespace quillbay {
 namespace {
 
 constexpr int kHalfToneMode = 8;
-/// A region of more rectangles is painted as the one that bounds it.
-constexpr int kMostRectangles = 400;
+/// A region of more rectangles is painted as squares of this side that it touches, in rows.
+constexpr int kMostRectangles = 48;
+constexpr int kSquare = 32;
 
 /// 0xBBGGRR, or the system's colour.
 QColor colorOf(const std::optional<std::uint32_t>& color, const QWidget& window, QPalette::ColorRole system) {
   if (!color) return window.palette().color(system);
   return QColor::fromRgb(static_cast<int>(*color & 255), static_cast<int>(*color >> 8 & 255),
                          static_cast<int>(*color >> 16 & 255));
+}
+
+/// The parts that are painted one by one: none covers another, all of them cover the region.
+std::vector<QRect> partsOf(const QRegion& region) {
+  if (region.rectCount() <= kMostRectangles) return {region.begin(), region.end()};
+  const QRect bounds = region.boundingRect();
+  const int columns = (bounds.width() - 1) / kSquare + 1, rows = (bounds.height() - 1) / kSquare + 1;
+  std::vector<char> touched(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows));
+  const auto square = [&](int row, int column) -> char& {
+    return touched[static_cast<std::size_t>(row) * static_cast<std::size_t>(columns) +
+                   static_cast<std::size_t>(column)];
+  };
+  for (const QRect& rect : region) {
+    const QRect r = rect.translated(-bounds.topLeft());
+    for (int row = r.top() / kSquare; row <= r.bottom() / kSquare; ++row)
+      for (int column = r.left() / kSquare; column <= r.right() / kSquare; ++column) square(row, column) = 1;
+  }
+  std::vector<QRect> parts;
+  for (int row = 0; row < rows; ++row) {
+    for (int column = 0, end = 0; column < columns; column = end + 1) {
+      for (end = column; end < columns && square(row, end);) ++end;
+      const QRect run(column * kSquare, row * kSquare, (end - column) * kSquare, kSquare);
+      if (end > column) parts.push_back(run.translated(bounds.topLeft()) & bounds);
+    }
+  }
+  return parts;
 }
 
 }  // namespace
@@ -43,7 +71,7 @@ void CViewPort::paint(const QRegion& region) {
   const QColor background = colorOf(m_settings.background, *m_window, QPalette::Window);
   painter.setBackground(colorOf(m_settings.cursor, *m_window, QPalette::WindowText));
   painter.setBackgroundMode(Qt::OpaqueMode);
-  const QRegion parts = region.rectCount() <= kMostRectangles ? region : QRegion(region.boundingRect());
+  const std::vector<QRect> parts = partsOf(region);
   const auto dc = KxPtr<CViewDC>::adopt(
       new CViewDC(&painter, m_tfm, KxRect{}, m_settings.halfTonePaint > 0 ? kHalfToneMode : 0));
   m_paintDC = dc.get();
@@ -67,7 +95,7 @@ void CViewPort::paint(const QRegion& region) {
     finish();
     throw;
   }
-  painter.setClipRegion(parts);
+  painter.setClipRegion(region);
   if (!m_overlay.isNull()) painter.drawImage(0, 0, m_overlay);
   m_overlay = {};
   finish();
