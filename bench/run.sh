@@ -38,6 +38,10 @@ measure() {
   "$build/bin/straighten_bench" "$memory"
 
   echo
+  echo "A polygon erased on pages of A0 beside leptonica, one thread each"
+  "$build/bin/erase_bench"
+
+  echo
   echo "Bound detection beside leptonica, and beside a crop by ImageMagick where it is installed"
   "$build/bin/detect_bench" "$memory"
 

@@ -110,7 +110,7 @@ QString columnTitle(int column, ILinearUnit* unit) {
     case MeasureList::Dx: return measureWord("Width (%1)").arg(name);
     case MeasureList::Dy: return measureWord("Height (%1)").arg(name);
     case MeasureList::Degrees: return measureWord("Angle (°)");
-    case MeasureList::Area: return measureWord("Area (%1²)").arg(name);
+    case MeasureList::Area: return measureWord("Area (%1)").arg(name + "²");
     default: return {};
   }
 }

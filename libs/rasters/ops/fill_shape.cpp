@@ -58,7 +58,9 @@ bool fillPixels(IRStor& source, RasterBase& target, FillSpans& spans, const Span
   const KxSize size{storedWidth(source), source.GetHeight()};
   const auto stored = query<RasterBase>(&source);
   const auto reader = readerOf(&source);
-  PixelBand band(target, bandLines(std::size_t{1} << 20, fixedLineBytes(source.GetColorSpace(), size.width)));
+  // Still in a core's second cache when the raster takes it over.
+  constexpr std::size_t kFillBytes = std::size_t{256} << 10;
+  PixelBand band(target, bandLines(kFillBytes, fixedLineBytes(source.GetColorSpace(), size.width)));
   const std::int32_t block = stored ? target.sharedBlock() : 0;
   OpProgress step(progress, size.height);
   for (std::int32_t line = 0; line < size.height;) {
@@ -72,8 +74,10 @@ bool fillPixels(IRStor& source, RasterBase& target, FillSpans& spans, const Span
     if (block > 0) end = std::min(end, line / block * block + block);
     for (; line < end; ++line) {
       std::uint8_t* out = band.next();
-      if (!reader->ReadLine(line, 0, size.width, out)) cannotReadLine(line);
-      for (const PixelSpan& span : spans.at(line)) filler.fill(out, span);
+      const PixelSpans& fill = spans.at(line);
+      const bool isWhole = fill.size() == 1 && fill.front() == PixelSpan{0, size.width};
+      if (!isWhole && !reader->ReadLine(line, 0, size.width, out)) cannotReadLine(line);
+      for (const PixelSpan& span : fill) filler.fill(out, span);
     }
     if (!step.reached(line)) return false;
   }
