@@ -66,6 +66,10 @@ measure() {
   "$build/bin/view_bench" 2>"$out/view.err"
 
   echo
+  echo "Rubber bands over a large raster: from the pointer's move to the picture"
+  "$build/bin/band_bench" 2>"$out/band.err"
+
+  echo
   echo "The running dashes of the preview"
   "$build/bin/preview_bench" 2>"$out/preview.err"
 
@@ -88,7 +92,7 @@ measure() {
 measure "$@" | tee "$log"
 # A pipe hides what failed in it.
 [ "$(tail -1 "$log")" = done ] || {
-  cat "$out/view.err" "$out/preview.err" "$out/panel.err" >&2
+  cat "$out/view.err" "$out/band.err" "$out/preview.err" "$out/panel.err" >&2
   exit 1
 }
 echo
