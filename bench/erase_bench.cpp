@@ -43,6 +43,7 @@ KxPtr<IRStor> scannedMap(int mode, int dpi) {
 CRPolygon outlineOn(KxSize size) {
   constexpr int kPoints = 1000;
   CRPolygon outline;
+  outline.points.reserve(kPoints);
   for (int i = 0; i < kPoints; ++i) {
     const double angle = 2 * std::numbers::pi * i / kPoints, r = 0.36 + 0.05 * std::sin(angle * 37);
     outline.points.push_back({size.width * (0.5 + r * std::cos(angle)), size.height * (0.5 + r * std::sin(angle))});

@@ -60,10 +60,12 @@ TEST(Measures, LengthsAnglesAndAreas) {
 
 TEST(Measures, TheAreaOfAnOutlineIsThatOfItsInside) {
   quillbay::CRPolygon star, round, twice;
+  star.points.reserve(5);
   for (int i = 0; i < 5; ++i) {
     const double angle = 2 * std::numbers::pi * 2 * i / 5;
     star.points.push_back({std::sin(angle), std::cos(angle)});
   }
+  round.points.reserve(20'000);
   for (int i = 0; i < 20'000; ++i) {
     const double angle = 2 * std::numbers::pi * i / 20'000;
     round.points.push_back({100 + 30 * std::cos(angle), -50 + 30 * std::sin(angle)});

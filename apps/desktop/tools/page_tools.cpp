@@ -36,8 +36,8 @@ CRFrame pageFrame(const ViewShape& shape, const ToolPage& page, double dpi) {
   return std::get<CRFrame>(toPagePixels(ViewShape(frame.value_or(CRFrame{})), page.topLeft, dpi));
 }
 
-/// The whole of a raster, not larger than `most` pixels.
-QImage framePicture(quillbay::IRStor& raster, qint64 most) {
+/// The whole of a raster, not larger than `most` pixels. Null when it was cancelled.
+QImage framePicture(quillbay::IRStor& raster, qint64 most, SideProgress& progress) {
   const quillbay::KxSize size = raster.GetSize();
   const double pixels = static_cast<double>(size.width) * size.height;
   const double scale = std::min(1.0, std::sqrt(static_cast<double>(most) / std::max(1.0, pixels)));
@@ -48,8 +48,14 @@ QImage framePicture(quillbay::IRStor& raster, qint64 most) {
   if (image.isNull()) throw std::bad_alloc();
   image.fill(Qt::white);
   const quillbay::CRDirectTfm tfm{double(image.width()) / size.width, double(image.height()) / size.height, 0, 0};
-  const auto none = std::make_shared<std::atomic<bool>>(false);
-  if (!drawRaster(&raster, image, image.rect(), tfm, none)) return {};
+  const auto goesOn = std::make_shared<std::atomic<bool>>(false);
+  constexpr int kRowsAtOnce = 64;
+  for (int top = 0; top < image.height(); top += kRowsAtOnce) {
+    if (progress.IsCancelled()) return {};
+    if (!drawRaster(&raster, image, QRect(0, top, image.width(), kRowsAtOnce), tfm, goesOn))
+      throw quillbay::CXIFaceException(PageTools::tr("The frame cannot be drawn.").toStdString());
+    progress.SetPosition(static_cast<int>(qint64{top} * quillbay::kEditSteps / image.height()));
+  }
   const double dotsPerMetre = raster.GetResolution() / quillbay::kMmPerInch * 1000;
   image.setDotsPerMeterX(static_cast<int>(std::lround(dotsPerMetre * image.width() / size.width)));
   image.setDotsPerMeterY(static_cast<int>(std::lround(dotsPerMetre * image.height() / size.height)));
@@ -194,7 +200,7 @@ QImage PageTools::copyFrame(const ToolPage& target, const ViewShape& shape) {
   if (!run(page->name, tr("Copying..."), cut) || !part) return {};
   const qint64 pixels = static_cast<qint64>(part->GetWidth()) * part->GetHeight();
   if (pixels > kMostCopied && !agreesToShrink(pixels)) return {};
-  const auto draw = [&](SideProgress&) { image = framePicture(*part, kMostCopied); };
+  const auto draw = [&](SideProgress& progress) { image = framePicture(*part, kMostCopied, progress); };
   return run(page->name, tr("Copying..."), draw) ? image : QImage();
 }
 

@@ -21,6 +21,7 @@ class Ring {
  public:
   Ring(const RasterShape& shape, ShapePart filled, KxSize size, std::int32_t width)
       : m_size(size), m_width(width), m_isOutside(filled == ShapePart::Inside), m_own(shape, size) {
+    m_others.reserve(4);
     // Above, below and at the sides; the other lines of the square differ little.
     for (const std::int32_t by : {-width, -width / 2, width / 2, width}) m_others.push_back({by, {shape, size}});
   }
