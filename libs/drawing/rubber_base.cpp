@@ -218,7 +218,8 @@ bool CRubberBase<Point>::release(const Point& at) {
 
 template <class Point>
 bool CRubberBase<Point>::doubleClick(const Point& at) {
-  if (!m_points.empty() && isNear(m_points.back(), at, kSamePlacePixels)) return false;
+  // Without a point its first press went to another chooser, whose shape it ended.
+  if (m_points.empty() || isNear(m_points.back(), at, kSamePlacePixels)) return false;
   return press(at);
 }
 

@@ -80,7 +80,8 @@ int CChooseBase::GetCircle(int index, CRCircle* out) { return out && band().circ
 
 int CChooseBase::Command(int command) {
   const auto self = held();
-  return !m_isClosed && band().command(command) ? 1 : 0;
+  if (m_isClosed || (command == kChooseRestart && !m_view->GetWindow())) return 0;
+  return band().command(command) ? 1 : 0;
 }
 
 int CChooseBase::Close() {

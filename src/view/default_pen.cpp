@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "platform/shape_math.h"
 #include "view/view_transform.h"
 
 namespace quillbay {
@@ -12,11 +13,11 @@ namespace {
 
 constexpr std::size_t kFirstPoints = 512, kMorePoints = 256;
 /// Pixels farther away are on no screen; closer to the largest integer a stroke's width would not fit.
-constexpr double kFarthest = 1 << 28;
+constexpr double kFarthestPixel = 1 << 28;
 
-KxPoint toPixel(const CRTfm& tfm, const CRPoint& at) {
-  const tagRPOINT p = view::toClient(tfm, at);
-  return {roundHalfUp(std::clamp(p.x, -kFarthest, kFarthest)), roundHalfUp(std::clamp(p.y, -kFarthest, kFarthest))};
+KxPoint rounded(const tagRPOINT& p) {
+  return {roundHalfUp(std::clamp(p.x, -kFarthestPixel, kFarthestPixel)),
+          roundHalfUp(std::clamp(p.y, -kFarthestPixel, kFarthestPixel))};
 }
 
 /// Draws one element between the pen's begin and end.
@@ -66,11 +67,16 @@ CDefaultPen::CDefaultPen(std::uint32_t value) : m_value(value) { m_points.reserv
 
 void CDefaultPen::addPoint(const CRTfm& tfm, const CRPoint& at) {
   if (m_points.size() == m_points.capacity()) m_points.reserve(m_points.size() + kMorePoints);
-  m_points.push_back(toPixel(tfm, at));
+  m_points.push_back(rounded(view::toClient(tfm, at)));
 }
 
 int CDefaultPen::DrawLine(IPenDC* dc, const CRTfm& tfm, const CRPoint& from, const CRPoint& to) {
-  return drawElement(*this, dc, [&] { dc->DrawLine(toPixel(tfm, from), toPixel(tfm, to)); });
+  return drawElement(*this, dc, [&] {
+    constexpr CRRect kAll{-kFarthestPixel, -kFarthestPixel, kFarthestPixel, kFarthestPixel};
+    // A line that leads far away keeps its direction.
+    if (const auto part = shape::clipped({view::toClient(tfm, from), view::toClient(tfm, to)}, kAll))
+      dc->DrawLine(rounded(part->from), rounded(part->to));
+  });
 }
 
 int CDefaultPen::DrawPath(IPenDC* dc, const CRTfm& tfm, std::span<const CRPoint> points) {

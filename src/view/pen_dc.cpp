@@ -1,6 +1,7 @@
 #include "view/pen_dc.h"
 
 #include <QImage>
+#include <QPaintEngine>
 #include <algorithm>
 #include <cmath>
 #include <numbers>
@@ -113,8 +114,12 @@ int CPenDC::Flush() {
   m_pixels.resize(static_cast<std::size_t>(width * rows));
   m_painter->save();
   toDevicePixels(*m_painter, m_ratio);
-  m_painter->setCompositionMode(m_drawingMode == kDrawXor ? QPainter::RasterOp_SourceXorDestination
-                                                          : QPainter::CompositionMode_SourceOver);
+  if (m_drawingMode == kDrawXor) {
+    // What cannot turn bits over (a printer) shows the difference.
+    const bool hasXor = m_painter->paintEngine()->hasFeature(QPaintEngine::RasterOpModes);
+    m_painter->setCompositionMode(hasXor ? QPainter::RasterOp_SourceXorDestination
+                                         : QPainter::CompositionMode_Difference);
+  }
   for (std::int32_t top = m_clip.top; top < m_clip.bottom; top += rows) {
     StrokeTarget band;
     band.pixels = m_pixels.data();

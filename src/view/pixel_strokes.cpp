@@ -16,8 +16,7 @@ void fillPixels(StrokeTarget& t, std::int64_t left, std::int64_t top, std::int64
   const auto end = static_cast<std::int32_t>(std::min<std::int64_t>(bottom, a.bottom));
   if (l >= r || first >= end) return;
   for (std::int32_t y = first; y < end; ++y) {
-    std::uint32_t* row = t.pixels + std::int64_t{y - a.top} * (a.right - a.left) - a.left;
-    std::fill(row + l, row + r, t.color);
+    std::fill_n(t.pixels + std::int64_t{y - a.top} * (a.right - a.left) + (l - a.left), r - l, t.color);
   }
   t.touched = {std::min(t.touched.left, l), std::min(t.touched.top, first), std::max(t.touched.right, r),
                std::max(t.touched.bottom, end)};
