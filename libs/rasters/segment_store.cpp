@@ -45,15 +45,33 @@ void SegmentStore::grow(std::uint64_t count) {
 void SegmentStore::borrow(const std::shared_ptr<SegmentStore>& lender, std::uint64_t i) {
   const Segment& from = lender->segment(i);
   // Of one that is borrowed itself only its owner is held, not all stores that it went through.
-  const auto isOwner = [&](const auto& store) { return store.get() == from.lender; };
-  const auto owner =
-      from.lender ? *std::find_if(lender->m_lenders.begin(), lender->m_lenders.end(), isOwner) : lender;
-  if (std::find(m_lenders.begin(), m_lenders.end(), owner) == m_lenders.end()) m_lenders.push_back(owner);
+  const auto loanOf = [](std::vector<Loan>& loans, const SegmentStore* store) {
+    return std::find_if(loans.begin(), loans.end(), [&](const Loan& loan) { return loan.lender.get() == store; });
+  };
+  const auto owner = from.lender ? loanOf(lender->m_loans, from.lender)->lender : lender;
+  auto loan = loanOf(m_loans, owner.get());
+  if (loan == m_loans.end()) loan = m_loans.insert(loan, Loan{owner, 0});
+  ++loan->segments;
   Segment& s = newSegment();
   s.lender = owner.get();
   s.lent = from.lender ? from.lent : i;
   ++m_count;
   m_borrowed.store(borrowed() + 1, std::memory_order_relaxed);
+}
+
+void SegmentStore::orphan() noexcept {
+  m_isOrphan.store(true, std::memory_order_relaxed);
+  m_loans.clear();
+}
+
+std::uint64_t SegmentStore::inheritedBytes() const noexcept {
+  std::uint64_t bytes = 0;
+  for (const Loan& loan : m_loans) {
+    if (!loan.lender->m_isOrphan.load(std::memory_order_relaxed)) continue;
+    const auto holders = static_cast<std::uint64_t>(std::max(1L, loan.lender.use_count()));
+    bytes += loan.segments * m_segmentBytes / holders;
+  }
+  return bytes;
 }
 
 std::uint8_t* SegmentStore::at(std::uint64_t i) const {
@@ -64,7 +82,11 @@ std::uint8_t* SegmentStore::at(std::uint64_t i) const {
 }
 
 void SegmentStore::keepResident(std::size_t segments) {
-  for (const auto& lender : m_lenders) lender->keepResident(segments);
+  for (const Loan& loan : m_loans) loan.lender->keepOwnResident(segments);
+  keepOwnResident(segments);
+}
+
+void SegmentStore::keepOwnResident(std::size_t segments) {
   const std::lock_guard lock(m_residentMutex);
   m_mostResident = std::max(m_mostResident, segments);
 }

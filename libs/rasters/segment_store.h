@@ -39,6 +39,11 @@ class SegmentStore {
   void borrow(const std::shared_ptr<SegmentStore>& lender, std::uint64_t segment);
   /// Segments that are borrowed. Any thread.
   [[nodiscard]] std::uint64_t borrowed() const noexcept { return m_borrowed.load(std::memory_order_relaxed); }
+  /// The raster of this store is gone: what others have borrowed is theirs from now on, and what it has borrowed
+  /// itself is given back. Writer only.
+  void orphan() noexcept;
+  /// Bytes that are borrowed from orphaned stores, each divided among all that hold it. Not beside `borrow`.
+  [[nodiscard]] std::uint64_t inheritedBytes() const noexcept;
   /// A segment's bytes. Any thread.
   [[nodiscard]] std::uint8_t* at(std::uint64_t segment) const;
   /// Lets more segments stay mapped from now on. Not beside `borrow`.
@@ -62,12 +67,19 @@ class SegmentStore {
     return (*m_blocks[i / kBlock].load(std::memory_order_acquire))[i % kBlock];
   }
   Segment& newSegment();
+  void keepOwnResident(std::size_t segments);
   void makeResident(Segment& s) const;
 
   RasterSpace& m_space;
   const std::size_t m_segmentBytes;
-  std::uint64_t m_count = 0;                             // writer only
-  std::vector<std::shared_ptr<SegmentStore>> m_lenders;  // writer only
+  std::uint64_t m_count = 0;  // writer only
+  /// A store that segments were borrowed from, and how many.
+  struct Loan {
+    std::shared_ptr<SegmentStore> lender;
+    std::uint64_t segments = 0;
+  };
+  std::vector<Loan> m_loans;  // changed by `borrow` only
+  std::atomic<bool> m_isOrphan{false};
   std::atomic<std::uint64_t> m_borrowed{0};
   std::array<std::atomic<Block*>, kBlocks> m_blocks{};
   mutable std::mutex m_residentMutex;

@@ -56,7 +56,8 @@ CStripStor::CStripStor(KxColorSpace colorSpace, std::int32_t width, std::int32_t
 
 std::int64_t CStripStor::GetByteCount() {
   const auto borrowed = static_cast<std::int64_t>(m_store.borrowed()) * m_segmentLines;
-  return static_cast<std::int64_t>(m_lineBytes) * (GetHeight() - borrowed);
+  return static_cast<std::int64_t>(m_lineBytes) * (GetHeight() - borrowed) +
+         static_cast<std::int64_t>(m_store.inheritedBytes());
 }
 
 CStripStor::Piece CStripStor::pieceAt(std::int32_t line, std::int32_t most) const noexcept {

@@ -9,8 +9,10 @@ class CStripStor final : public RasterBase {
  public:
   /// Throws CXMemException when there is no room for `height` lines.
   CStripStor(KxColorSpace colorSpace, std::int32_t width, std::int32_t height, std::uint32_t dpi);
+  ~CStripStor() override { m_store.orphan(); }
 
-  /// Without the lines that are shared with an earlier raster, which counts them.
+  /// Without the lines that are shared with an earlier raster, which counts them; once that is gone they are
+  /// divided among those that share them.
   std::int64_t GetByteCount() override;
   int IsReadOnly() override { return m_lines.use_count() > 1 || m_store.borrowed() > 0 ? 1 : 0; }
   int readLine(std::int32_t line, std::int32_t x, std::int32_t count, void* buffer) override;
