@@ -117,13 +117,18 @@ class Desk:
     def type(self, text):
         self.xdotool("type", "--delay", 4, "--", text)
 
-    def screenshot(self, path):
-        """The display's frame buffer, which it keeps in a file, as a PNG."""
+    def pixels(self):
+        """What the display shows: rows of red, green, blue, from its frame buffer, which it keeps in a file."""
         data = next(self.root.glob("Xvfb_screen0")).read_bytes()
         head = struct.unpack(">25I", data[:100])
         width, height, stride, colours = head[4], head[5], head[12], head[19]
         rows = numpy.frombuffer(data, "u1", offset=head[0] + colours * 12).reshape(-1, stride)[:height, : width * 4]
-        rgb = rows.reshape(height, width, 4)[:, :, 2::-1]
+        return rows.reshape(height, width, 4)[:, :, 2::-1]
+
+    def screenshot(self, path):
+        """What the display shows, as a PNG."""
+        rgb = self.pixels()
+        height, width = rgb.shape[:2]
         lines = b"".join(b"\0" + line.tobytes() for line in rgb)
 
         def chunk(kind, body):

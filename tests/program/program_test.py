@@ -355,7 +355,7 @@ class Preview(Story):
 class Keyboard(Story):
     """Everything without a mouse, and what a screen reader tells of it."""
 
-    MENUS = {"File": "f", "Scan": "s", "Page": "p", "View": "v", "Help": "h"}
+    MENUS = {"File": "f", "Scan": "s", "Page": "p", "Tools": "l", "View": "v", "Help": "h"}
     FIELDS = {"Mode": "m", "Resolution": "u", "Paper": "r", "Width": "w", "Offset": "o", "Length": "g", "Top": "t",
               "Added": "a", "Folder": "d", "Mask": "k", "Next name": "x"}
     TICKS = {"Centred document": "c", "Bursting": "b", "Save pages to a file": "e"}
@@ -461,7 +461,7 @@ class Keyboard(Story):
                     self.keys(f"alt+{letter}")
                     wait_until(f"Alt+{letter} switches {name}", lambda: box.has("checked") == wanted)
             self.choose("Paper", "A4")
-            for name, letter in {"Portrait": "i", "Landscape": "l"}.items():
+            for name, letter in {"Portrait": "i", "Landscape": "n"}.items():
                 self.keys(f"alt+{letter}")
                 wait_until(f"Alt+{letter} chooses {name}", lambda: self.control(name).has("checked"))
 

@@ -11,6 +11,10 @@
 
 namespace desktop {
 
+namespace {
+constexpr int kRowMargin = 6;
+}
+
 MeasureDock::MeasureDock(QWidget* parent)
     : QDockWidget(tr("Measures"), parent), m_list(new MeasureList(this)), m_table(new QTableView(this)) {
   setObjectName("measureDock");
@@ -37,12 +41,15 @@ MeasureDock::MeasureDock(QWidget* parent)
   m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
   m_table->setTabKeyNavigation(false);
   m_table->verticalHeader()->hide();
+  m_table->verticalHeader()->setDefaultSectionSize(m_table->fontMetrics().height() + kRowMargin);
   m_table->horizontalHeader()->setStretchLastSection(true);
   m_table->setWordWrap(false);
   connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, &MeasureDock::updateActions);
   for (const auto signal : {&QAbstractItemModel::rowsInserted, &QAbstractItemModel::rowsRemoved})
     connect(m_list, signal, this, &MeasureDock::updateActions);
   connect(m_list, &QAbstractItemModel::modelReset, this, &MeasureDock::updateActions);
+  connect(m_list, &QAbstractItemModel::headerDataChanged, m_table, &QTableView::resizeColumnsToContents);
+  m_table->resizeColumnsToContents();
   updateActions();
 }
 

@@ -62,6 +62,7 @@ ToolCommands::ToolCommands(MainWindow* window)
   connect(m_dock, &MeasureDock::failed, window, &MainWindow::tell);
   connect(m_dock, &MeasureDock::saved, this, [this](const QString& file) { say(tr("Saved: %1").arg(file)); });
   connect(m_pages, &PageTools::runningChanged, this, &ToolCommands::stateChanged);
+  connect(&window->document(), &Document::replaced, this, &ToolCommands::stateChanged);
   connect(m_running, &RunningTool::changed, this, &ToolCommands::showState);
   connect(m_running, &RunningTool::drawn, this, &ToolCommands::drawn);
   connect(m_running, &RunningTool::missedPages, this, [this] { say(tr("Begin on a page.")); });

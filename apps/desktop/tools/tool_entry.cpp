@@ -11,7 +11,7 @@
 namespace desktop {
 
 namespace {
-constexpr int kFieldColumns = 24, kLeastHint = 60;
+constexpr int kFieldMargin = 20, kLeastHint = 60;
 }
 
 ToolEntry::ToolEntry(QWidget* parent)
@@ -30,7 +30,7 @@ ToolEntry::ToolEntry(QWidget* parent)
   m_field->setAccessibleName(tr("Place or length"));
   m_field->setToolTip(typedPointHelp());
   m_field->setPlaceholderText(tr("x;y  @dx;dy  length<angle"));
-  m_field->setMinimumWidth(m_field->fontMetrics().averageCharWidth() * kFieldColumns);
+  m_field->setMinimumWidth(m_field->fontMetrics().horizontalAdvance(m_field->placeholderText()) + kFieldMargin);
   m_field->installEventFilter(this);
   connect(m_field, &QLineEdit::textEdited, this, [this] {
     m_error.clear();
@@ -47,8 +47,8 @@ void ToolEntry::showTexts(const QString& hint, const QString& measures) {
 void ToolEntry::showError(const QString& why) {
   m_error = why;
   showHint();
-  m_field->selectAll();
   m_field->setFocus();
+  m_field->end(false);
   QAccessibleEvent told(m_field, QAccessible::DescriptionChanged);
   QAccessible::updateAccessibility(&told);
 }

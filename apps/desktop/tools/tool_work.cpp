@@ -98,6 +98,7 @@ void ToolCommands::change(const DrawnShape& shape, const DrawnPage& drawnOn) {
   }
   m_window->view().setCurrent(page.id);
   say(tr("Done: %1").arg(tool.title()));
+  emit stateChanged();
 }
 
 void ToolCommands::copyFrame(const DrawnShape& shape, const DrawnPage& page) {

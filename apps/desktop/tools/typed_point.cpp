@@ -25,6 +25,10 @@ TypedPoint refusedPoint(const QString& why) { return {std::nullopt, why}; }
 /// Nothing stores the reason in `*why`.
 std::optional<double> readMm(const QString& text, quillbay::ILinearUnit* unit, QString* why) {
   const std::string typed = text.trimmed().toStdString();
+  if (typed.empty()) {  // a unit reads it as 0
+    *why = typedText("A length is missing.");
+    return std::nullopt;
+  }
   const double factor = unit ? unit->GetFactor() : 1;
   double value = 0;
   bool isLength = false;

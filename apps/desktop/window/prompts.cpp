@@ -94,8 +94,9 @@ QString tableToSave(QWidget* parent, const QString& suggested) {
 int askResolution(QWidget* parent, int now) {
   constexpr int kMost = 9600;
   bool accepted = false;
-  const int dpi = QInputDialog::getInt(parent, promptText("Scan frame again"), promptText("&Resolution (dpi)"), now,
-                                       1, kMost, 50, &accepted);
+  const int dpi = QInputDialog::getInt(parent, promptText("Scan frame again"),
+                                       promptText("&Resolution (dpi); the original must lie where it lay"), now, 1,
+                                       kMost, 50, &accepted);
   return accepted ? dpi : 0;
 }
 
