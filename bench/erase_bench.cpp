@@ -2,6 +2,7 @@
 /// thread each, in turn. usage: erase_bench
 #include <leptonica/allheaders.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <functional>
@@ -114,6 +115,44 @@ void measure(const char* what, int mode, int dpi) {
   bench::aimAtLeast(std::string("erasing a polygon over leptonica, ") + what, speed(own) / speed(theirs), "", 1);
 }
 
+/// Notes the longest time between two questions whether the user has cancelled, and the memory meanwhile.
+class Watch final : public CKxUnknownImplStatic<IProgress> {
+ public:
+  void SetText(const char*) override {}
+  void Step() override {}
+  int SetPosition(int) override {
+    m_memory.look();
+    return 0;
+  }
+  void Reset() override {}
+  int IsCancelled() override {
+    m_longest = std::max(m_longest, bench::since(m_last).wall);
+    m_last = bench::now();
+    return 0;
+  }
+  [[nodiscard]] double longestMs() const { return m_longest; }
+  [[nodiscard]] double memoryMib() const { return m_memory.mib(); }
+
+ private:
+  bench::Times m_last = bench::now();
+  double m_longest = 0;
+  bench::PeakMemory m_memory;
+};
+
+/// Rasters whose lines live in scratch files, as those larger than memory do.
+void measureScratch() {
+  SetRasterBudget({std::int64_t{64} << 20, {}, false});
+  const auto page = scannedMap(kModeRgb, 300);
+  const KxSize size = page->GetSize();
+  Watch watch;
+  bench::Series series;
+  timed([&] { (void)FillShape(page.get(), outlineOn(size), ShapePart::Outside, kWhite, &watch); }, &series);
+  std::printf("colour   300 dpi in scratch files: outside %.0f MP/s\n",
+              static_cast<double>(size.width) * size.height / 1e3 / series.median(&bench::Times::wall));
+  bench::aim("erasing in scratch files: memory of the process", watch.memoryMib(), "MiB", 200);
+  bench::aim("erasing in scratch files: longest wait of Cancel", watch.longestMs(), "ms", 200);
+}
+
 }  // namespace
 }  // namespace quillbay
 
@@ -122,5 +161,6 @@ int main() {
               quillbay::bench::load().c_str());
   quillbay::measure("bitonal", quillbay::kModeBwThreshold, 600);
   quillbay::measure("colour", quillbay::kModeRgb, 300);
+  quillbay::measureScratch();
   return 0;
 }

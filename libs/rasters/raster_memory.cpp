@@ -39,6 +39,15 @@ bool charge(std::int64_t bytes, std::int64_t budget) noexcept {
   return true;
 }
 
+/// Whole pages; whole huge ones where that takes little more, since what is left at the end of the last one would
+/// come in small pages, each at the cost of a fault.
+std::size_t mappedBytes(std::size_t bytes) noexcept {
+  constexpr std::size_t kLittle = 16;  // a sixteenth
+  const auto whole = [bytes](std::size_t page) { return (bytes + page - 1) / page * page; };
+  const std::size_t huge = whole(kHugePage);
+  return huge - bytes <= bytes / kLittle ? huge : whole(static_cast<std::size_t>(sysconf(_SC_PAGESIZE)));
+}
+
 /// Maps `bytes`, aligned for huge pages when it is large: touching fresh memory costs most of a fill otherwise.
 std::uint8_t* mapMemory(std::size_t bytes) noexcept {
   const std::size_t slack = bytes >= kHugePage ? kHugePage : 0;
@@ -73,8 +82,7 @@ void SetRasterBudget(const RasterBudget& budget) {
 }
 
 BudgetedMemory BudgetedMemory::take(std::size_t bytes, std::int64_t budgetBytes) noexcept {
-  const auto page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
-  bytes = (bytes + page - 1) / page * page;
+  bytes = mappedBytes(bytes);
   BudgetedMemory m;
   if (!charge(static_cast<std::int64_t>(bytes), budgetBytes)) return m;
   m.m_data = mapMemory(bytes);
