@@ -72,22 +72,24 @@ bool CRubberBase<Point>::isNear(const Point& a, const Point& b, double pixels) c
 template <class Point>
 void CRubberBase<Point>::redraw() {
   if (!m_site) return;
-  m_next.clear();
-  m_shownPixel = m_site->pixel();
-  if (isRunning()) {
-    CRPolyVector whole;
-    draw(points(), m_shownPixel, &whole);
-    // Before the first point there is the pointer's place only: keys move it where no pointer shows it.
-    if (m_points.empty() && m_isPlaced) drawMark(m_current, m_shownPixel, &whole);
-    whole.breakInto(&m_next);
-  }
-  std::swap(m_shown, m_next);
-  m_site->redraw(m_next, m_shown);
+  std::swap(m_shown, m_before);
+  rebuild(m_site->pixel());
+  m_site->redraw(m_before, m_shown);
+}
+
+template <class Point>
+void CRubberBase<Point>::rebuild(double pixel) {
+  CRPolyVector whole;
+  if (isRunning()) draw(points(), pixel, &whole);
+  // Before the first point there is the pointer's place only: keys move it where no pointer shows it.
+  if (isRunning() && m_points.empty() && m_isPlaced) drawMark(m_current, pixel, &whole);
+  whole.breakInto(&m_shown);
+  m_shownPixel = pixel;
 }
 
 template <class Point>
 const CRPolyVector& CRubberBase<Point>::drawing(double pixel) {
-  if (pixel != m_shownPixel) redraw();  // the view was zoomed; all of it is painted
+  if (pixel != m_shownPixel) rebuild(pixel);  // the view was zoomed: all of it is painted
   return m_shown;
 }
 

@@ -105,6 +105,8 @@ class CRubberBase {
 
  private:
   void redraw();
+  /// Makes what is drawn anew.
+  void rebuild(double pixel);
   void setPolarOriginToLast();
 
   const int m_id;
@@ -116,7 +118,7 @@ class CRubberBase {
   bool m_keepPoints = false;
   bool m_isPressed = false;  // by a press that fixed a point of a shape of two
   RubberState m_state = RubberState::Commanded;
-  CRPolyVector m_shown, m_next;  // what is drawn; room for what will be
+  CRPolyVector m_shown, m_before;  // what is drawn, and what was
   double m_shownPixel = 0;
 };
 

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <numbers>
 
+#include "view/device_image.h"
+
 namespace quillbay {
 namespace {
 
@@ -15,20 +17,6 @@ constexpr std::uint32_t kOpaque = 0xFF000000;
 /// 0xffRRGGBB of 0xBBGGRR.
 std::uint32_t opaquePixel(std::uint32_t bgr) {
   return kOpaque | (bgr & 0xFF) << 16 | (bgr & 0xFF00) | (bgr >> 16 & 0xFF);
-}
-
-/// Makes the painter draw in device pixels, counted from where its client area begins on the device.
-void toDevicePixels(QPainter& painter, double ratio) {
-  const QTransform device = painter.deviceTransform();
-  const QPointF origin = device.map(QPointF(0, 0));
-  const QTransform wanted = QTransform::fromTranslate(std::round(origin.x()), std::round(origin.y()));
-  bool possible = false;
-  const QTransform back = device.inverted(&possible);
-  if (possible) {
-    painter.setWorldTransform(wanted * back * painter.worldTransform());
-  } else {
-    painter.scale(1 / ratio, 1 / ratio);
-  }
 }
 
 }  // namespace

@@ -47,6 +47,21 @@ std::vector<QRect> partsOf(const QRegion& region) {
   return parts;
 }
 
+/// Clips to the device pixels that filling the rectangle fills. The toolkit's own clipping rounds the size instead
+/// of the far edges, and where a client pixel is no whole number of device pixels that is another rectangle.
+void clipToFilled(QPainter& painter, const QRect& rect) {
+  const QTransform world = painter.worldTransform(), device = painter.deviceTransform();
+  bool possible = false;
+  const QTransform back = device.inverted(&possible);
+  if (!possible) return painter.setClipRect(rect);
+  const QRectF filled = device.mapRect(QRectF(rect));
+  const QPoint first(qRound(filled.left()), qRound(filled.top()));
+  const QPoint end(qRound(filled.right()), qRound(filled.bottom()));
+  painter.setWorldTransform(back * world);
+  painter.setClipRect(QRect(first, end - QPoint(1, 1)));
+  painter.setWorldTransform(world);
+}
+
 }  // namespace
 
 /// Those that are subscribed now, one by one: a reactor that another one's paint takes away is not called any more.
@@ -85,7 +100,7 @@ void CViewPort::paint(const QRegion& region) {
     for (const bool overlays : {false, true}) {
       for (const QRect& r : parts) {
         dc->setClip({r.left(), r.top(), r.left() + r.width(), r.top() + r.height()});
-        painter.setClipRect(r);
+        clipToFilled(painter, r);
         paintReactors(painter, *dc, overlays);
       }
     }
