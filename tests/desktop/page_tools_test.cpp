@@ -137,13 +137,17 @@ TEST_F(PageToolsTest, EachChangeIsOneStepThatCanBeUndone) {
 TEST_F(PageToolsTest, WhatCannotBeDoneIsToldAndChangesNothing) {
   const CRRect beside{0, 0, 10, 10}, on{310, -60, 330, -50};
   EXPECT_FALSE(tools.crop(page, beside));
+  const ViewShape around[] = {beside, CRCircle{{5, 5}, 4}, CRFrame{{295, -40}, 20, 4, std::numbers::pi / 2},
+                              CRPolygon{{{0, 0}, {10, 0}, {0, 10}}}, CRPolygon{}};
+  for (const ViewShape& shape : around)
+    EXPECT_FALSE(tools.erase(page, shape, ShapePart::Outside, PageTools::Ground::White));
   EXPECT_TRUE(tools.copyFrame(page, beside).isNull());
   EXPECT_FALSE(tools.saveFrame(page, on, QString::fromStdString(dir.file("nowhere/a.tif")), false));
   EXPECT_FALSE(tools.straighten(page, CRLine{view(10, 10), view(200, 10)}));
   EXPECT_FALSE(tools.erase({99, {}}, on, ShapePart::Inside, PageTools::Ground::White));
   tools.refusal = [] { return QString("A scan runs."); };
   EXPECT_FALSE(tools.crop(page, on));
-  EXPECT_EQ(told.size(), 6);
+  EXPECT_EQ(told.size(), 11);
   EXPECT_EQ(told.last(), "A scan runs.");
   tools.refusal = {};
   // Given up, or changed by somebody else, while it works.
@@ -152,7 +156,7 @@ TEST_F(PageToolsTest, WhatCannotBeDoneIsToldAndChangesNothing) {
     tools.cancel();
   });
   EXPECT_FALSE(tools.crop(page, on));
-  EXPECT_EQ(told.size(), 7);
+  EXPECT_EQ(told.size(), 12);
   EXPECT_EQ(document.nextUndo(), nullptr);
   EXPECT_EQ(pixels(raster()), before);
   QObject::disconnect(link);
@@ -160,7 +164,7 @@ TEST_F(PageToolsTest, WhatCannotBeDoneIsToldAndChangesNothing) {
     if (tools.isRunning()) document.replace(page.id, quillbay::new_IRStor(quillbay::KxColorSpace::Grey, 9, 9, 100));
   });
   EXPECT_FALSE(tools.crop(page, on));
-  EXPECT_EQ(told.size(), 8);
+  EXPECT_EQ(told.size(), 13);
   EXPECT_EQ(raster()->GetWidth(), 9);
 }
 

@@ -1,7 +1,9 @@
 #include "tools/page_tools.h"
 
 #include <QLocale>
+#include <QPolygonF>
 #include <QScopeGuard>
+#include <QTransform>
 #include <algorithm>
 #include <cmath>
 
@@ -34,6 +36,25 @@ std::optional<CRFrame> frameOf(const ViewShape& shape) {
 CRFrame pageFrame(const ViewShape& shape, const ToolPage& page, double dpi) {
   const auto frame = frameOf(shape);
   return std::get<CRFrame>(toPagePixels(ViewShape(frame.value_or(CRFrame{})), page.topLeft, dpi));
+}
+
+/// What bounds a shape on a page, in pixels.
+QRectF shapeBounds(const RasterShape& shape) {
+  if (const auto* rect = std::get_if<quillbay::CRRect>(&shape))
+    return {rect->left, rect->top, rect->width(), rect->height()};
+  if (const auto* circle = std::get_if<quillbay::CRCircle>(&shape)) {
+    const double r = circle->radius;
+    return {circle->center.x - r, circle->center.y - r, 2 * r, 2 * r};
+  }
+  QPolygonF corners;
+  if (const auto* frame = std::get_if<CRFrame>(&shape)) {
+    const QTransform place =
+        QTransform::fromTranslate(frame->origin.x, frame->origin.y).rotateRadians(frame->angle);
+    corners = place.map(QPolygonF(QRectF(0, 0, frame->width, frame->height)));
+  } else {
+    for (const CRPoint& p : std::get<quillbay::CRPolygon>(shape).points) corners << QPointF(p.x, p.y);
+  }
+  return corners.boundingRect();
 }
 
 /// The whole of a raster, not larger than `most` pixels. Null when it was cancelled.
@@ -150,6 +171,12 @@ bool PageTools::erase(const ToolPage& target, const ViewShape& shape, quillbay::
   const auto page = pageFor(target.id);
   if (!page) return false;
   const RasterShape pixels = toPagePixels(shape, target.topLeft, page->dpi());
+  const quillbay::KxSize size = page->raster->GetSize();
+  // Of a shape beside the page the outside would be everything.
+  if (!shapeBounds(pixels).intersects(QRectF(0, 0, size.width, size.height))) {
+    say(tr("%1: the shape lies beside the page. Draw it over the page.").arg(page->name));
+    return false;
+  }
   const QString text = part == quillbay::ShapePart::Inside ? tr("Erase inside") : tr("Erase outside");
   return change(*page, text, tr("Erasing..."), [&](quillbay::IRStor* source, SideProgress& progress) {
     KXRGBQUAD color = kPaperWhite;
