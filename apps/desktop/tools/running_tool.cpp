@@ -4,6 +4,7 @@
 #include <QKeyEvent>
 #include <utility>
 
+#include "tools/measures.h"
 #include "view/document_view.h"
 
 namespace desktop {
@@ -133,9 +134,24 @@ void RunningTool::release() {
 }
 
 QString RunningTool::text(int part) const {
+  if (isRunning() && m_tool.shape == ToolShape::Angle) return angleWords(part);
   std::string text;
   if (!isRunning() || !m_choose->GetStatusText(part, &text)) return {};
   return QString::fromStdString(text);
+}
+
+/// The library's line of segments knows nothing of angles.
+QString RunningTool::angleWords(int part) const {
+  const int count = m_choose->GetPointCount();
+  if (part == 0) {
+    if (count == 0) return tr("Click a point of one side of the angle.");
+    return count == 1 ? tr("Click the corner of the angle. Shift holds it to 45 degrees.")
+                      : tr("Click a point of the other side. Shift holds it to 45 degrees.");
+  }
+  CRPoint arm, vertex, other;
+  const bool isAngle =
+      count >= 2 && m_choose->GetPoint(0, &arm) && m_choose->GetPoint(1, &vertex) && m_choose->GetPoint(2, &other);
+  return isAngle ? tr("Angle %1").arg(angleText(measureAngle(arm, vertex, other).degrees)) : QString();
 }
 
 CRPoint RunningTool::current() const {

@@ -77,6 +77,7 @@ class RunningTool : public QObject {
   void later(void (RunningTool::*step)());
   void complete();
   void refusePoint();
+  [[nodiscard]] QString angleWords(int part) const;
   void finishAngle();
   [[nodiscard]] std::optional<DrawnShape> shape() const;
   [[nodiscard]] bool isOpenEnded() const;

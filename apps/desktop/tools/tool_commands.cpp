@@ -87,6 +87,7 @@ QMenu* ToolCommands::makeMenu() {
   QMenu* several = nullptr;
   for (const Tool& tool : allTools()) {
     const bool begins = last != tool.work;
+    if (last == ToolWork::KeepInside && begins) makeGrounds(menu);
     if (begins && (tool.work == ToolWork::Crop || tool.work == ToolWork::CopyFrame)) menu->addSeparator();
     const QString title = menuTitle(tool.work);
     if (begins && !title.isEmpty()) {
@@ -95,7 +96,6 @@ QMenu* ToolCommands::makeMenu() {
       several->menuAction()->setToolTip(QString(title).remove('&'));
       m_menus.push_back(several);
     }
-    if (last == ToolWork::KeepInside && begins) makeGrounds(menu);
     makeCommand(title.isEmpty() ? menu : several, tool);
     last = tool.work;
   }
