@@ -84,15 +84,6 @@ TEST_F(PageToolsTest, EachChangeIsOneStepThatCanBeUndone) {
          EXPECT_NEAR(at(10, 10), 112, 2);
          EXPECT_EQ(at(10, 10), at(990, 490));
        }},
-      {"a polygon",
-       [&] {
-         return tools.erase(page, CRPolygon{{view(0, 0), view(25.4, 0), view(0, 25.4)}}, ShapePart::Inside,
-                            PageTools::Ground::White);
-       },
-       [&] {
-         EXPECT_EQ(at(10, 80), 255);
-         EXPECT_EQ(at(80, 30), 68);
-       }},
       {"crop", [&] { return tools.crop(page, rect); },
        [&] {
          EXPECT_EQ(raster()->GetSize(), (quillbay::KxSize{200, 100}));
