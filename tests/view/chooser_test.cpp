@@ -4,57 +4,20 @@
 #include <QTest>
 #include <QtWidgets>
 #include <cmath>
+#include <cstring>
 #include <functional>
+#include <map>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "quillbay/choosers.h"
+#include "view/caller_sinks.h"
 
 namespace quillbay::test {
 namespace {
 
 using Choose = std::function<IChoose*(IToolCtxEx&, IKxUnknown*)>;
-
-std::string placeText(const CRPoint& at) {
-  std::ostringstream text;
-  text << at.x << ',' << at.y;
-  return text.str();
-}
-
-/// Writes down what it is told; offers the sinks that the test wants.
-class CallerSinks final
-    : public CKxUnknownImplStatic<IToolCtxRubberSink, IToolCtxCursorSink, IToolCtxStatusBarSink> {
- public:
-  int QueryInterface(const std::type_info& wanted, void** out) override {
-    return offers ? CKxUnknownImplStatic::QueryInterface(wanted, out) : 0;
-  }
-  int note(IChoose* choose, const std::string& what) {
-    EXPECT_NE(choose, nullptr);
-    log += (log.empty() ? "" : "; ") + what;
-    if (meanwhile) meanwhile(what);
-    return 1;
-  }
-  int PointMoved(IChoose* c, int i, const CRPoint& at) override {
-    return note(c, "moved " + std::to_string(i) + ' ' + placeText(at));
-  }
-  int PointFixed(IChoose* c, int i, const CRPoint& at) override {
-    return note(c, "fixed " + std::to_string(i) + ' ' + placeText(at));
-  }
-  int PointTakenBack(IChoose* c, int i) override { return note(c, "back " + std::to_string(i)); }
-  int Finished(IChoose* c) override { return note(c, "finished"); }
-  int Cancelled(IChoose* c) override { return note(c, "cancelled"); }
-  int GetCursor(IChoose*, int reserved) override { return reserved == 0 ? cursor : Qt::WaitCursor; }
-  int GetText(IChoose*, int part, std::string* out) override {
-    *out = part == 0 ? first : second;
-    return !out->empty();
-  }
-  [[nodiscard]] IKxUnknown* base() { return static_cast<IToolCtxRubberSink*>(this); }
-  std::string log, first, second;
-  int cursor = -1;
-  bool offers = true;
-  std::function<void(const std::string&)> meanwhile;
-};
 
 /// A view of one pixel per millimetre: the document's y is the negative one of the window.
 class Choosers : public testing::Test {
@@ -72,32 +35,26 @@ class Choosers : public testing::Test {
 
   /// Steps parted by blanks: "m10,20" moves the pointer, "c" clicks there, "p" presses, "u" lets go, "h" moves with
   /// the button held, "d" clicks twice, "r" clicks the right button; all of them with "S" before hold Shift.
-  /// "esc", "back" and "a" are keys; the others are the chooser's operations.
+  /// "esc" and "back" are keys; the others are the chooser's operations.
   void act(const std::string& steps) {
+    const std::map<std::string, std::function<int()>> operations{
+        {"stop", [&] { return chooser->Command(kChooseStop); }},
+        {"restart", [&] { return chooser->Command(kChooseRestart); }},
+        {"cancel", [&] { return chooser->Command(kChooseCancel); }},
+        {"close", [&] { return chooser->Close(); }},
+        {"finish", [&] { return chooser->Finish(); }},
+        {"takeback", [&] { return chooser->TakeBack(); }}};
     std::istringstream in(steps);
     for (std::string step; in >> step;) {
       const bool shift = step.front() == 'S';
       if (shift) step.erase(0, 1);
-      if (step == "esc")
-        QTest::keyClick(window, Qt::Key_Escape);
-      else if (step == "back")
-        QTest::keyClick(window, Qt::Key_Backspace);
-      else if (step == "a")
-        QTest::keyClick(window, Qt::Key_A);
-      else if (step == "stop")
-        answers.push_back(chooser->Command(kChooseStop));
-      else if (step == "restart")
-        answers.push_back(chooser->Command(kChooseRestart));
-      else if (step == "cancel")
-        answers.push_back(chooser->Command(kChooseCancel));
-      else if (step == "close")
-        answers.push_back(chooser->Close());
-      else if (step == "finish")
-        answers.push_back(chooser->Finish());
-      else if (step == "takeback")
-        answers.push_back(chooser->TakeBack());
-      else
+      if (step == "esc" || step == "back") {
+        QTest::keyClick(window, step == "esc" ? Qt::Key_Escape : Qt::Key_Backspace);
+      } else if (const auto found = operations.find(step); found != operations.end()) {
+        answers.push_back(found->second());
+      } else {
         point(step[0], QPoint(std::stoi(step.substr(1)), std::stoi(step.substr(step.find(',') + 1))), shift);
+      }
     }
   }
   void point(char what, const QPoint& at, bool shift) {
@@ -108,9 +65,8 @@ class Choosers : public testing::Test {
     };
     const Qt::MouseButton button = what == 'r' ? Qt::RightButton : Qt::LeftButton;
     if (what == 'm' || what == 'h') send(QEvent::MouseMove, Qt::NoButton, what == 'h' ? button : Qt::NoButton);
-    if (what == 'c' || what == 'p' || what == 'd' || what == 'r') send(QEvent::MouseButtonPress, button, button);
-    if (what == 'c' || what == 'u' || what == 'd' || what == 'r')
-      send(QEvent::MouseButtonRelease, button, Qt::NoButton);
+    if (std::strchr("cpdr", what)) send(QEvent::MouseButtonPress, button, button);
+    if (std::strchr("cudr", what)) send(QEvent::MouseButtonRelease, button, Qt::NoButton);
     if (what == 'd') {
       send(QEvent::MouseButtonDblClick, button, button);
       send(QEvent::MouseButtonRelease, button, Qt::NoButton);
