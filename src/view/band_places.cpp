@@ -20,12 +20,13 @@ bool touches(const CRRect& a, const CRRect& b) {
 }
 
 void linePlaces(const CRLine& line, const CRRect& visible, double pixel, std::vector<CRRect>* places) {
-  const auto part = shape::clipped(line, visible);
-  if (!part) return;
-  const double dx = part->to.x - part->from.x, dy = part->to.y - part->from.y;
+  const auto clipped = shape::clipped(line, visible);
+  if (!clipped) return;
+  const CRLine part = *clipped;
+  const double dx = part.to.x - part.from.x, dy = part.to.y - part.from.y;
   const int count = static_cast<int>(
       std::clamp(std::ceil(std::min(std::abs(dx), std::abs(dy)) / (kPiecePixels * pixel)), 1.0, kMostPieces));
-  const auto at = [&](int i) { return CRPoint{part->from.x + dx * i / count, part->from.y + dy * i / count}; };
+  const auto at = [&](int i) { return CRPoint{part.from.x + dx * i / count, part.from.y + dy * i / count}; };
   for (int i = 0; i < count; ++i) places->push_back(shape::spanned(at(i), at(i + 1)));
 }
 
