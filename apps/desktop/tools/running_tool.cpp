@@ -178,8 +178,10 @@ TypedBasis RunningTool::basis() const {
 std::optional<DrawnPage> RunningTool::pageUnder(const CRPoint& at) const {
   const double scale = m_view->port()->Transform().scaleX;
   const auto id = m_view->pageAt(at, kNearPixels / scale);
-  const auto corner = id ? m_view->cornerOf(*id) : std::nullopt;
-  return corner ? std::optional(DrawnPage{*id, *corner}) : std::nullopt;
+  if (!id) return std::nullopt;
+  const auto corner = m_view->cornerOf(*id);
+  if (!corner) return std::nullopt;
+  return DrawnPage{*id, *corner};
 }
 
 std::optional<DrawnPage> RunningTool::page() const { return m_first ? m_page : pageUnder(current()); }

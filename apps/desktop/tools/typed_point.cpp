@@ -106,17 +106,18 @@ TypedPoint readTypedPoint(const QString& text, const TypedBasis& basis, quillbay
   if (lengths.size() > 2) return refusedPoint(typedText("These are more than two numbers."));
   if ((isRelative || isPolar || lengths.size() == 1) && !basis.last)
     return refusedPoint(typedText("The first point needs two coordinates: x;y"));
-  if (isPolar) return readPolar(typed, *basis.last, unit);
+  const CRPoint last = basis.last.value_or(CRPoint{});
+  if (isPolar) return readPolar(typed, last, unit);
   if (lengths.size() == 1) {
     if (isRelative) return refusedPoint(typedText("Two lengths belong behind the @: @dx;dy"));
-    return readTowards(typed, *basis.last, basis.pointer, unit);
+    return readTowards(typed, last, basis.pointer, unit);
   }
   TypedPoint read;
   const auto x = readMm(lengths[0], unit, &read.why);
   if (!x) return read;
   const auto down = readMm(lengths[1], unit, &read.why);
   if (!down) return read;
-  const CRPoint from = isRelative ? *basis.last : basis.corner;
+  const CRPoint from = isRelative ? last : basis.corner;
   read.at = CRPoint{from.x + *x, from.y - *down};
   return read;
 }
