@@ -8,6 +8,7 @@
 #include <QStatusBar>
 #include <QToolBar>
 #include <QToolButton>
+#include <algorithm>
 #include <tuple>
 #include <utility>
 
@@ -94,6 +95,7 @@ QMenu* ToolCommands::makeMenu() {
       several = menu->addMenu(toolIcon(tool.work), title);
       several->setToolTipsVisible(true);
       several->menuAction()->setToolTip(QString(title).remove('&'));
+      several->menuAction()->setCheckable(true);  // the toolbar's button shows that one of them runs
       m_menus.push_back(several);
     }
     makeCommand(title.isEmpty() ? menu : several, tool);
@@ -230,6 +232,11 @@ void ToolCommands::showState() {
   for (const Command& command : m_commands) {
     const Tool& now = m_running->tool();
     command.action->setChecked(drawing && command.tool.work == now.work && command.tool.shape == now.shape);
+  }
+  for (QMenu* menu : m_menus) {
+    const QList<QAction*> tools = menu->actions();
+    menu->menuAction()->setChecked(
+        std::any_of(tools.begin(), tools.end(), [](const QAction* tool) { return tool->isChecked(); }));
   }
   if (drawing) m_entry->showTexts(m_running->text(0), m_running->text(1));
   if (std::exchange(m_wasDrawing, drawing) == drawing) return;
