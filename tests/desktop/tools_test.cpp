@@ -128,6 +128,24 @@ TEST_F(ToolsTest, MeasuresFollowEachOtherUntilEscape) {
   EXPECT_EQ(measures()[0].page, "sheet");
   EXPECT_EQ(window->view().port()->Transform(), shown) << "a tool's clicks neither pan nor show pages";
 
+  // From the end of the last length on, also by typed lengths; without one it is an ordinary line.
+  start(ToolWork::MeasureLength, ToolShape::NextPoint);
+  click(60, 90);
+  click(60, 40);
+  ASSERT_EQ(measures().size(), 4U);
+  EXPECT_NEAR(measures()[2].length, 50, 2 * pixel());
+  EXPECT_NEAR(measures()[3].dy, 50, 2 * pixel());
+  start(ToolWork::MeasurePlace, ToolShape::Point);
+  click(30, 70);
+  ASSERT_EQ(measures().size(), 5U);
+  EXPECT_NEAR(measures()[4].dx, 30, pixel());
+  EXPECT_NEAR(measures()[4].dy, 70, pixel());
+  for (int i = 0; i < 3; ++i) {
+    tools().dock()->table()->selectRow(2);
+    tools().dock()->removeChosen();
+  }
+  ASSERT_EQ(measures().size(), 2U);
+
   // Choosing another tool ends the first one.
   start(ToolWork::MeasureAngle, ToolShape::Angle);
   EXPECT_FALSE(action->isChecked());

@@ -126,6 +126,10 @@ class Tools(Story):
             bar = [(BAR[0], 30), (BAR[1], 30)]
             self.tool("ctrl+l")
             self.clicks(*bar)
+            self.tool("Measure from last point")
+            self.clicks((BAR[1], 130))
+            self.tool("Measure place")
+            self.clicks((200, 350))
             self.tool("Measure path")
             self.clicks((100, 100), (400, 100), (400, 300), (600, 300))
             self.keys("BackSpace")
@@ -151,14 +155,18 @@ class Tools(Story):
                     place = [round(a + (b - a) * i / 10) for a, b in zip(start, end)]
                     self.desk.xdotool("mousemove", "--sync", *self.at(*place))
             self.desk.xdotool("mouseup", 1)
-            rows = self.measured(9)
+            rows = self.measured(11)
             self.keys("Escape")
             self.expect_no_tool()
             self.rest()
             wait_until("the view as before", lambda: numpy.array_equal(self.screen(), before))
 
-        length, path, angle, polygon, frame, turned, radius, diameter, freehand = rows
+        length, onward, place, path, angle, polygon, frame, turned, radius, diameter, freehand = rows
         self.assertAlmostEqual(length[1], (BAR[1] - BAR[0]) * MM, delta=MM, msg="the scale bar")
+        self.assertAlmostEqual(onward[1], 100 * MM, delta=MM, msg="from the scale bar's end downwards")
+        self.assertAlmostEqual(onward[3], -100 * MM, delta=MM)
+        self.assertAlmostEqual(place[2], 200 * MM, delta=MM)
+        self.assertAlmostEqual(place[3], 350 * MM, delta=MM)
         self.assertAlmostEqual(path[1], 500 * MM, delta=MM, msg="its last point was taken back")
         self.assertAlmostEqual(angle[4], 90, delta=0.1)
         for row, around, inside in ((polygon, 1000, 300 * 200), (frame, 1000, 300 * 200),

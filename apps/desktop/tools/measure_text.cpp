@@ -89,6 +89,7 @@ QString measureTable(const std::vector<Measure>& measures, ILinearUnit* unit, co
 
 QString kindText(MeasureKind kind) {
   switch (kind) {
+    case MeasureKind::Place: return measureWord("Place from the top left corner");
     case MeasureKind::Length: return measureWord("Length");
     case MeasureKind::Polyline: return measureWord("Length of a path");
     case MeasureKind::Angle: return measureWord("Angle");
@@ -107,8 +108,8 @@ QString columnTitle(int column, ILinearUnit* unit) {
     case MeasureList::Kind: return measureWord("Measure");
     case MeasureList::PageName: return measureWord("Page");
     case MeasureList::Length: return measureWord("Length or perimeter (%1)").arg(name);
-    case MeasureList::Dx: return measureWord("Width (%1)").arg(name);
-    case MeasureList::Dy: return measureWord("Height (%1)").arg(name);
+    case MeasureList::Dx: return measureWord("x or width (%1)").arg(name);
+    case MeasureList::Dy: return measureWord("y or height (%1)").arg(name);
     case MeasureList::Degrees: return measureWord("Angle (°)");
     case MeasureList::Area: return measureWord("Area (%1)").arg(name + "²");
     default: return {};
@@ -135,6 +136,7 @@ QString angleText(double degrees, const QLocale& locale) {
 QString measureText(const Measure& m, ILinearUnit* unit, const QLocale& locale) {
   const auto length = [&](double mm) { return lengthText(mm, unit, locale); };
   switch (m.kind) {
+    case MeasureKind::Place: return measureWord("x %1, y %2").arg(length(m.dx), length(m.dy));
     case MeasureKind::Length:
       return measureWord("%1 (Δx %2, Δy %3, %4)")
           .arg(length(m.length), length(m.dx), length(m.dy), angleText(m.degrees, locale));

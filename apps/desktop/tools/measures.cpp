@@ -30,6 +30,13 @@ Measure newMeasure(MeasureKind kind) {
 
 }  // namespace
 
+Measure measurePlace(const CRPoint& at, const CRPoint& corner) {
+  Measure m = newMeasure(MeasureKind::Place);
+  m.dx = at.x - corner.x;
+  m.dy = corner.y - at.y;
+  return m;
+}
+
 Measure measureLine(const quillbay::CRLine& line) {
   Measure m = newMeasure(MeasureKind::Length);
   m.length = line.length();

@@ -10,7 +10,7 @@
 
 namespace desktop {
 
-enum class MeasureKind { Length, Polyline, Angle, Polygon, Outline, Frame, Circle };
+enum class MeasureKind { Place, Length, Polyline, Angle, Polygon, Outline, Frame, Circle };
 
 /// What was measured on a page, in millimetres as the document has them: places are anywhere on a page, so that a
 /// length from the left edge of a pixel to the right edge of the next one is two pixels. A value that a kind does
@@ -19,8 +19,10 @@ struct Measure {
   static constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
   MeasureKind kind = MeasureKind::Length;
   double length = kNone;   ///< mm: of a line, along a polyline, around an area
-  double dx = kNone;       ///< mm: of a line, to the right; of a frame along its base; a circle's diameter
-  double dy = kNone;       ///< mm: of a line, upwards; of a frame from its base; a circle's diameter
+  double dx = kNone;       ///< mm: of a line, to the right; of a frame along its base; a circle's diameter; of a
+                           ///< place, from the page's left edge
+  double dy = kNone;       ///< mm: of a line, upwards; of a frame from its base; a circle's diameter; of a place,
+                           ///< down from the page's upper edge
   double degrees = kNone;  ///< of an angle, 0 to 180; of a line, anticlockwise from the x axis, -180 to 180
   double area = kNone;     ///< mm2; of an outline that crosses itself what the tools take for its inside
   int number = 0;          ///< in the list, from 1
@@ -28,6 +30,8 @@ struct Measure {
   QString page;  ///< its name
 };
 
+/// Of a place on a page with its top left corner at `corner`.
+[[nodiscard]] Measure measurePlace(const quillbay::CRPoint& at, const quillbay::CRPoint& corner);
 [[nodiscard]] Measure measureLine(const quillbay::CRLine& line);
 /// Along an open line of segments.
 [[nodiscard]] Measure measurePolyline(const quillbay::CRPolygon& line);

@@ -30,6 +30,8 @@ std::optional<DrawnShape> shapeOf(const KxPtr<IChoose>& choose) {
 KxPtr<IChoose> newChooser(quillbay::IToolCtxEx& tools, ToolShape shape, int id, quillbay::IKxUnknown* sink) {
   const auto made = [&] {
     switch (shape) {
+      case ToolShape::Point: return tools.ChoosePoint(0, id, sink);
+      case ToolShape::NextPoint:
       case ToolShape::Line: return tools.ChooseLine(0, id, sink);
       case ToolShape::Path:
       case ToolShape::Angle: return tools.ChooseFence(0, id, sink);
@@ -110,9 +112,16 @@ bool RunningTool::choose() {
   const auto tools = quillbay::new_ToolCtx(m_app.get(), m_view->port()).as<quillbay::IToolCtxEx>();
   if (!tools) return false;
   m_view->port()->SetActive(1);  // it is moved over before it is clicked on
-  m_choose = newChooser(*tools, m_tool.shape, ++m_runs, m_link.get());
+  const auto start = m_tool.shape == ToolShape::NextPoint ? lastEnd() : std::nullopt;
+  ++m_runs;
+  m_choose = start ? KxPtr<IChoose>::adopt(tools->ChoosePointFrom(0, *start, m_runs, m_link.get()))
+                   : newChooser(*tools, m_tool.shape, m_runs, m_link.get());
   m_view->setTool(isRunning());
   if (!isRunning()) return false;
+  if (start) {
+    m_first = start;
+    m_page = pageUnder(*start);
+  }
   // The keys go on from where the pointer is.
   const QWidget* surface = m_view->surface();
   const QPoint pointer = surface->mapFromGlobal(QCursor::pos());
@@ -230,7 +239,23 @@ void RunningTool::finishAngle() { m_choose->Finish(); }
 
 void RunningTool::finished() {
   m_shape = shape();
+  noteEnd();
   later(&RunningTool::complete);
+}
+
+void RunningTool::noteEnd() {
+  const auto* line = m_shape && m_tool.measures() ? std::get_if<quillbay::CRLine>(&*m_shape) : nullptr;
+  if (!line) return;
+  m_end = line->to;
+  m_endPage = m_page;
+}
+
+/// Where it is now: pages come and go, and others move then.
+std::optional<CRPoint> RunningTool::lastEnd() const {
+  if (!m_end || !m_endPage) return m_end;
+  const auto corner = m_view->cornerOf(m_endPage->id);
+  if (!corner) return std::nullopt;
+  return CRPoint{m_end->x + corner->x - m_endPage->corner.x, m_end->y + corner->y - m_endPage->corner.y};
 }
 
 void RunningTool::cancelled() { later(&RunningTool::stop); }
@@ -246,7 +271,12 @@ void RunningTool::complete() {
 
 std::optional<DrawnShape> RunningTool::shape() const {
   switch (m_tool.shape) {
+    case ToolShape::Point: return shapeOf<CRPoint>(m_choose);
     case ToolShape::Line: return shapeOf<quillbay::CRLine>(m_choose);
+    case ToolShape::NextPoint: {
+      quillbay::CRLine line;
+      return m_choose->GetLine(0, &line) ? std::optional<DrawnShape>(line) : std::nullopt;
+    }
     case ToolShape::Frame: return shapeOf<quillbay::CRRect>(m_choose);
     case ToolShape::TurnedFrame: return shapeOf<quillbay::CRFrame>(m_choose);
     case ToolShape::Circle:

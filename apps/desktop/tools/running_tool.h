@@ -16,8 +16,8 @@ class DocumentView;
 class RubberLink;
 
 /// A complete shape in the view's document: millimetres, y up.
-using DrawnShape =
-    std::variant<quillbay::CRLine, quillbay::CRPolygon, quillbay::CRCircle, quillbay::CRRect, quillbay::CRFrame>;
+using DrawnShape = std::variant<quillbay::CRPoint, quillbay::CRLine, quillbay::CRPolygon, quillbay::CRCircle,
+                                quillbay::CRRect, quillbay::CRFrame>;
 
 /// A page of the view (0: the one that is being scanned) and its top left corner.
 struct DrawnPage {
@@ -80,6 +80,8 @@ class RunningTool : public QObject {
   [[nodiscard]] QString angleWords(int part) const;
   void finishAngle();
   [[nodiscard]] std::optional<DrawnShape> shape() const;
+  void noteEnd();
+  [[nodiscard]] std::optional<quillbay::CRPoint> lastEnd() const;
   [[nodiscard]] bool isOpenEnded() const;
   bool finishOpenEnded();
   bool takeKey(const QKeyEvent& event);
@@ -96,6 +98,8 @@ class RunningTool : public QObject {
   std::optional<quillbay::CRPoint> m_first;
   std::optional<DrawnShape> m_shape;
   std::optional<DrawnPage> m_page;
+  std::optional<quillbay::CRPoint> m_end;  // of the length that was measured last
+  std::optional<DrawnPage> m_endPage;
   bool m_byKeys = false;  // the current point was moved by keys
 };
 

@@ -87,6 +87,15 @@ class ToolIconEngine final : public QIconEngine {
     painter.drawLine(QPointF(2, 4.5), QPointF(14, 4.5));
     painter.drawPolyline(QPolygonF({{4, 2.5}, {2, 4.5}, {4, 6.5}}));
     painter.drawPolyline(QPolygonF({{12, 2.5}, {14, 4.5}, {12, 6.5}}));
+    if (m_shape == ToolShape::NextPoint) node(painter, 2, 4.5);
+  }
+  void drawPlace(QPainter& painter) const {
+    pen(painter, m_line);
+    painter.drawPolyline(QPolygonF({{14, 2.5}, {2.5, 2.5}, {2.5, 14}}));
+    pen(painter, m_line, 1, Qt::DotLine);
+    painter.drawLine(QPointF(10.5, 3), QPointF(10.5, 9));
+    painter.drawLine(QPointF(3, 10.5), QPointF(9, 10.5));
+    node(painter, 10.5, 10.5);
   }
   void drawPath(QPainter& painter) const {
     const QPolygonF line({{2.5, 12.5}, {5.5, 4.5}, {10, 10}, {13.5, 3}});
@@ -171,6 +180,7 @@ class ToolIconEngine final : public QIconEngine {
   }
   void draw(QPainter& painter) const {
     switch (m_work) {
+      case ToolWork::MeasurePlace: return drawPlace(painter);
       case ToolWork::MeasureLength: return drawLength(painter);
       case ToolWork::MeasurePath: return drawPath(painter);
       case ToolWork::MeasureAngle: return drawAngle(painter);

@@ -56,10 +56,15 @@ std::vector<Tool> allTools() {
   tools.reserve(32);
   tools.push_back({ToolWork::MeasureLength, ToolShape::Line, toolText("Measure &length"),
                    toolText("Measures the distance between two points"), QKeySequence("Ctrl+L")});
+  tools.push_back({ToolWork::MeasureLength, ToolShape::NextPoint, toolText("Measure from las&t point"),
+                   toolText("Measures the distance from the end of the last measured length"),
+                   QKeySequence("Ctrl+Alt+L")});
   tools.push_back({ToolWork::MeasurePath, ToolShape::Path, toolText("Measure &path"),
                    toolText("Measures the length of a line of segments"), QKeySequence("Ctrl+Shift+L")});
   tools.push_back({ToolWork::MeasureAngle, ToolShape::Angle, toolText("Measure a&ngle"),
                    toolText("Measures the angle at a point between two others"), QKeySequence("Ctrl+K")});
+  tools.push_back({ToolWork::MeasurePlace, ToolShape::Point, toolText("&Measure place"),
+                   toolText("Measures how far a point lies from the left and the upper edge of its page")});
   addAreas(&tools);
   tools.push_back({ToolWork::Crop, ToolShape::Frame, toolText("&Crop to frame"),
                    toolText("Cuts off the page what lies around a frame"), QKeySequence("Ctrl+T")});

@@ -7,6 +7,7 @@ namespace desktop {
 
 /// What is done with the shape that a person draws.
 enum class ToolWork {
+  MeasurePlace,
   MeasureLength,
   MeasurePath,
   MeasureAngle,
@@ -22,7 +23,9 @@ enum class ToolWork {
 
 /// What is drawn.
 enum class ToolShape {
+  Point,
   Line,
+  NextPoint,  ///< a line from where the last one ended; the first one is an ordinary line
   Path,
   Angle,
   Polygon,

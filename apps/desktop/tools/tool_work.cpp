@@ -34,7 +34,8 @@ std::optional<ViewShape> drawnArea(const DrawnShape& shape) {
   return std::nullopt;
 }
 
-Measure measureOf(const Tool& tool, const DrawnShape& shape) {
+Measure measureOf(const Tool& tool, const DrawnShape& shape, const CRPoint& corner) {
+  if (const auto* place = std::get_if<CRPoint>(&shape)) return measurePlace(*place, corner);
   if (const auto* line = std::get_if<CRLine>(&shape)) return measureLine(*line);
   if (const auto* circle = std::get_if<CRCircle>(&shape)) return measureCircle(*circle);
   if (const auto* frame = std::get_if<CRFrame>(&shape)) return measureFrame(*frame);
@@ -65,7 +66,8 @@ void ToolCommands::drawn(const DrawnShape& shape, const std::optional<DrawnPage>
 }
 
 void ToolCommands::measure(const DrawnShape& shape, const std::optional<DrawnPage>& page) {
-  Measure measure = measureOf(m_running->tool(), shape);
+  if (std::holds_alternative<CRPoint>(shape) && !page) return say(tr("Click on a page."));
+  Measure measure = measureOf(m_running->tool(), shape, page ? page->corner : CRPoint{});
   const Page* known = page ? m_window->document().page(page->id) : nullptr;
   measure.pageId = known ? known->id : 0;
   measure.page = known ? known->name : page ? tr("Being scanned") : QString();
