@@ -5,6 +5,7 @@
 #include <QMenuBar>
 #include <QShortcut>
 #include <QStatusBar>
+#include <QToolBar>
 
 #include "document/page_commands.h"
 #include "document/page_list.h"

@@ -84,8 +84,8 @@ QString nameToSave(QWidget* parent, const QStringList& filters, const QString& s
 }
 
 QString tableToSave(QWidget* parent, const QString& suggested) {
-  const QString file = QFileDialog::getSaveFileName(
-      parent, promptText("Save table"), QDir(lastFolder()).filePath(suggested), promptText("Table (*.csv)"));
+  QString file = QFileDialog::getSaveFileName(parent, promptText("Save table"),
+                                              QDir(lastFolder()).filePath(suggested), promptText("Table (*.csv)"));
   if (file.isEmpty()) return {};
   lastFolder() = QFileInfo(file).absolutePath();
   return file;
